@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "util/util.h"
+
+namespace quillon {
+namespace {
+
+struct OpenStream {
+  std::FILE* stream;
+  std::string name;
+};
+
+// ufclose is handed a stream and has to name the file.
+std::vector<OpenStream>& open_streams() {
+  static std::vector<OpenStream> streams;
+  return streams;
+}
+
+std::string forget(const std::FILE* stream) {
+  std::vector<OpenStream>& streams = open_streams();
+  const auto it = std::find_if(streams.begin(), streams.end(),
+                               [stream](const OpenStream& open) { return open.stream == stream; });
+  if (it == streams.end()) return "(unnamed stream)";
+  std::string name = std::move(it->name);
+  streams.erase(it);
+  return name;
+}
+
+}  // namespace
+
+std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
+  // The system opens a directory for reading and only fails at the first read.
+  std::error_code ignored;
+  const bool directory = std::filesystem::is_directory(name, ignored);
+  std::FILE* const stream = directory ? nullptr : std::fopen(name, mode);
+  if (stream == nullptr) {
+    const int reason = directory ? EISDIR : errno;
+    errexit("ufopen: cannot open '%s' with mode \"%s\" for \"%s\": %s", name, mode, tag,
+            std::strerror(reason));
+  }
+  open_streams().push_back({stream, name});
+  return stream;
+}
+
+void ufclose(std::FILE* stream) {
+  const std::string name = forget(stream);
+  const bool failed_before = std::ferror(stream) != 0;
+  errno = 0;
+  if (std::fclose(stream) != 0)
+    errexit("ufclose: '%s' is not whole, data was lost: %s", name.c_str(), std::strerror(errno));
+  if (failed_before) errexit("ufclose: '%s' is not whole, reading or writing it failed", name.c_str());
+}
+
+namespace {
+
+// Bytes of a stream one at a time, without the cost of a locked call for each.
+struct ByteSource {
+  std::FILE* stream = nullptr;
+  int line = 1;
+  std::size_t at = 0;
+  std::size_t end = 0;
+  unsigned char block[1 << 14] = {};
+
+  /// The next byte, or EOF.
+  int next() {
+    if (at == end) {
+      end = std::fread(block, 1, sizeof block, stream);
+      at = 0;
+      if (end == 0) return EOF;
+    }
+    const int byte = block[at++];
+    if (byte == '\n') ++line;
+    return byte;
+  }
+};
+
+enum class Verdict { kInteger, kMissing, kNotAnInteger, kOutOfRange };
+
+struct Word {
+  Verdict verdict = Verdict::kMissing;
+  std::int64_t value = 0;
+  int line = 0;
+  std::string text;  // as far as a message wants to show it
+};
+
+constexpr std::size_t kShownCharacters = 40;
+
+void show(std::string& text, int byte) {
+  if (text.size() == kShownCharacters) text += "...";
+  if (text.size() < kShownCharacters) text += std::isprint(byte) != 0 ? static_cast<char>(byte) : '?';
+}
+
+bool is_space(int byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
+
+void read_word(ByteSource& source, Word& word) {
+  constexpr std::int64_t kBeyond = std::int64_t{1} << 32;
+  word.text.clear();
+  word.value = 0;
+  int byte = source.next();
+  while (is_space(byte)) byte = source.next();
+  word.line = source.line;
+  if (byte == EOF) {
+    word.verdict = Verdict::kMissing;
+    return;
+  }
+
+  const bool negative = byte == '-';
+  if (byte == '-' || byte == '+') {
+    show(word.text, byte);
+    byte = source.next();
+  }
+  bool only_digits = byte >= '0' && byte <= '9';
+  for (; byte != EOF && !is_space(byte); byte = source.next()) {
+    show(word.text, byte);
+    only_digits = only_digits && byte >= '0' && byte <= '9';
+    if (only_digits) word.value = std::min(kBeyond, 10 * word.value + (byte - '0'));
+  }
+  if (negative) word.value = -word.value;
+  const bool fits = word.value == static_cast<std::int32_t>(word.value);
+  word.verdict = !only_digits ? Verdict::kNotAnInteger : fits ? Verdict::kInteger : Verdict::kOutOfRange;
+}
+
+}  // namespace
+
+void read_array(const char* filename, std::int32_t* array, int count, int first) {
+  ByteSource source{ufopen(filename, "r", "read_array")};
+  Word word;
+  for (int entry = 1; entry <= count; ++entry) {
+    read_word(source, word);
+    switch (word.verdict) {
+      case Verdict::kInteger:
+        array[first + (entry - 1)] = static_cast<std::int32_t>(word.value);
+        break;
+      case Verdict::kMissing:
+        errexit("read_array: entry %d of %d is missing, '%s' ends after entry %d", entry, count, filename,
+                entry - 1);
+      case Verdict::kNotAnInteger:
+        errexit("read_array: entry %d of %d is not an integer in '%s', line %d: \"%s\"", entry, count,
+                filename, word.line, word.text.c_str());
+      case Verdict::kOutOfRange:
+        errexit("read_array: entry %d of %d is out of 32-bit range in '%s', line %d: \"%s\"", entry, count,
+                filename, word.line, word.text.c_str());
+    }
+  }
+  ufclose(source.stream);
+}
+
+}  // namespace quillon

@@ -1,0 +1,161 @@
+#include <algorithm>
+#include <cinttypes>
+#include <limits>
+#include <new>
+
+#include "util/os.h"
+#include "util/util.h"
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QUILLON_ADDRESS_SANITIZER
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define QUILLON_ADDRESS_SANITIZER
+#endif
+#ifdef QUILLON_ADDRESS_SANITIZER
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace quillon {
+namespace {
+
+// In front of every block, one cache line that also keeps neighbours apart: under the address sanitizer it is
+// unaddressable like everything else that no caller owns, and only `header_of` opens it for a moment.
+struct Header {
+  Header* below;  // the block taken before this one, or null
+  std::uint64_t bytes;
+  const char* tag;
+};
+
+constexpr std::uint64_t kLine = 64;
+constexpr std::uint64_t kCommitStep = std::uint64_t{2} << 20;
+constexpr std::uint64_t kIdle = std::uint64_t{64} << 20;
+constexpr std::uint64_t kSmallestReservation = 2 * kCommitStep;
+static_assert(sizeof(Header) <= kLine);
+
+// base <= top <= committed <= end. Memory is usable up to `committed`, blocks lie below `top`.
+struct Pool {
+  char* base;
+  char* top;
+  char* committed;
+  char* end;
+  Header* newest;
+};
+
+constinit Pool pools[2] = {};
+
+void poison([[maybe_unused]] const void* at, [[maybe_unused]] std::uint64_t bytes) {
+#ifdef QUILLON_ADDRESS_SANITIZER
+  __asan_poison_memory_region(at, bytes);
+#endif
+}
+
+void unpoison([[maybe_unused]] const void* at, [[maybe_unused]] std::uint64_t bytes) {
+#ifdef QUILLON_ADDRESS_SANITIZER
+  __asan_unpoison_memory_region(at, bytes);
+#endif
+}
+
+std::uint64_t distance(const char* from, const char* to) { return static_cast<std::uint64_t>(to - from); }
+
+std::uint64_t rounded_up(std::uint64_t bytes, std::uint64_t unit) { return (bytes + unit - 1) / unit * unit; }
+
+char* block_of(Header* header) { return reinterpret_cast<char*>(header) + kLine; }
+
+Header header_of(const Header* at) {
+  unpoison(at, sizeof(Header));
+  const Header header = *at;
+  poison(at, sizeof(Header));
+  return header;
+}
+
+Pool& pool_at(int pool, const char* function, const char* tag) {
+  if (pool != 0 && pool != 1) errexit("%s: there is no pool %d for \"%s\"", function, pool, tag);
+  return pools[pool];
+}
+
+// Where address space is scarce the pool starts with what it can get, and stays as small as that.
+void reserve_region(Pool& pool) {
+  std::uint64_t bytes = os::preferred_reservation() / kCommitStep * kCommitStep;
+  void* region = os::reserve(bytes);
+  while (region == nullptr && bytes > kSmallestReservation) {
+    bytes /= 2;
+    region = os::reserve(bytes);
+  }
+  if (region == nullptr) return;
+
+  // Starting on a multiple of the step keeps huge pages whole when the committed part grows by it.
+  char* const start = static_cast<char*>(region);
+  char* const base = start + -reinterpret_cast<std::uintptr_t>(start) % kCommitStep;
+  pool = {base, base, base, start + bytes, nullptr};
+}
+
+bool grow_committed(Pool& pool, char* new_top) {
+  if (new_top <= pool.committed) return true;
+  const std::uint64_t wanted = rounded_up(distance(pool.base, new_top), kCommitStep);
+  char* const target = pool.base + std::min(wanted, distance(pool.base, pool.end));
+  const std::uint64_t bytes = distance(pool.committed, target);
+  if (!os::commit(pool.committed, bytes)) return false;
+  poison(pool.committed, bytes);
+  pool.committed = target;
+  return true;
+}
+
+// At most kIdle bytes stay idle above the top: enough that copies made and dropped in turn cost no page
+// faults.
+void shrink_committed(Pool& pool) {
+  if (distance(pool.top, pool.committed) <= kIdle) return;
+  char* const target = pool.base + rounded_up(distance(pool.base, pool.top) + kIdle, kCommitStep);
+  if (target >= pool.committed) return;
+  os::decommit(target, distance(target, pool.committed));
+  pool.committed = target;
+}
+
+}  // namespace
+
+void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
+  Pool& stack = pool_at(pool, "poolalloc", tag);
+  if (stack.base == nullptr) reserve_region(stack);
+
+  const std::uint64_t room = distance(stack.top, stack.end);
+  const std::uint64_t span = bytes < room ? kLine + rounded_up(std::max<std::uint64_t>(bytes, 1), kLine)
+                                          : std::numeric_limits<std::uint64_t>::max();
+  if (span > room || !grow_committed(stack, stack.top + span))
+    errexit("poolalloc: pool %d cannot provide %" PRIu64 " bytes for \"%s\"", pool, bytes, tag);
+
+  unpoison(stack.top, sizeof(Header));
+  stack.newest = new (stack.top) Header{stack.newest, bytes, tag};
+  poison(stack.top, sizeof(Header));
+  stack.top += span;
+
+  char* const block = block_of(stack.newest);
+  unpoison(block, bytes);
+  return block;
+}
+
+int poolfree_upto(int pool, void* block, const char* tag) {
+  Pool& stack = pool_at(pool, "poolfree_upto", tag);
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+
+  int nreleased = 1;
+  Header* header = stack.newest;
+  for (; header != nullptr && reinterpret_cast<std::uintptr_t>(block_of(header)) > address; ++nreleased)
+    header = header_of(header).below;
+
+  if (header == nullptr || block_of(header) != block) {
+    const Header newest = stack.newest == nullptr ? Header{nullptr, 0, "none"} : header_of(stack.newest);
+    errexit("poolfree_upto: pool %d does not hold block %p for \"%s\"; its newest is \"%s\" of %" PRIu64
+            " bytes",
+            pool, block, tag, newest.tag, newest.bytes);
+  }
+
+  char* const new_top = reinterpret_cast<char*>(header);
+  stack.newest = header_of(header).below;
+  poison(new_top, distance(new_top, stack.top));
+  stack.top = new_top;
+  shrink_committed(stack);
+  return nreleased;
+}
+
+}  // namespace quillon

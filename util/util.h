@@ -1,0 +1,150 @@
+#pragma once
+/// @file
+/// The utility layer: memory, messages, files, random numbers and integer sorting.
+///
+/// The hypergraph module reaches the outside world only through these functions, so a program may link the
+/// module against another implementation of them. One thread at a time: the pools, the random stream and the
+/// table of open files are global.
+
+#include <cstdint>
+#include <cstdio>
+
+namespace quillon {
+
+static_assert(sizeof(int) == 4, "the record and its files count in 32 bits");
+
+/// @name Heap
+/// @{
+
+/// Takes a heap block.
+///
+/// @param bytes  Size; 0 gives a block of its own too, never null.
+/// @param tag    What the block is for ("function: block"). Used in the failure message only.
+/// @return       Uncleared block, aligned for any type, owned by the caller; give it back with `_usfree`.
+/// @par Errors   Out of memory is fatal and names tag and byte count.
+/// @par Cost     Blocks of 4 MiB and more ask the system for huge pages, so that filling them costs one page
+///               fault in 2 MiB instead of one in 4 KiB.
+[[nodiscard]] void* umalloc(std::uint64_t bytes, const char* tag);
+
+/// Takes an uncleared array of `count` ints from the heap, as `umalloc` does.
+///
+/// @param count  Elements, not bytes; 0 is allowed, a negative count is fatal.
+[[nodiscard]] std::int32_t* imalloc(std::int64_t count, const char* tag);
+
+/// Grows or shrinks a heap block, keeping its contents up to the smaller size.
+///
+/// @param block  From `umalloc`, `imalloc` or `urealloc`, or null for a new block. No longer valid
+/// afterwards.
+/// @par Errors   As for `umalloc`.
+[[nodiscard]] void* urealloc(void* block, std::uint64_t bytes, const char* tag);
+
+/// Gives back a heap block. Null is allowed and does nothing.
+void _usfree(void* block);
+
+/// @}
+/// @name Mark-and-release pools
+/// Two stacks, numbered 0 and 1. Each is one region of reserved address space: its blocks never move, come at
+/// increasing addresses, lie on 64-byte boundaries and cost physical memory only as far as the pool has
+/// grown.
+/// @{
+
+/// Takes an uncleared block from the top of a pool.
+///
+/// @param pool   0 or 1; anything else is fatal.
+/// @param bytes  Size; a block of 0 bytes has an address of its own.
+/// @param tag    What the block is for; a literal, kept with the block.
+/// @par Errors   A pool that cannot grow is fatal and names pool, tag and byte count.
+[[nodiscard]] void* poolalloc(int pool, std::uint64_t bytes, const char* tag);
+
+/// Releases a block and every younger block of the same pool.
+///
+/// Memory beyond 64 MiB above the new top goes back to the system.
+///
+/// @param block  A block that the pool still holds.
+/// @param tag    Names the release in the message below.
+/// @return       Number of blocks released, at least 1.
+/// @par Errors   A block that is not held (null and a second release included) is fatal: the message names
+/// the
+///               pool and the tag.
+/// @par Cost     O(blocks released).
+int poolfree_upto(int pool, void* block, const char* tag);
+
+/// @}
+/// @name Messages
+/// Arguments are as for printf, and checked by the compiler as such.
+/// @{
+
+/// Ends the program: flushes standard output, writes "quillon: error: ", the text and a line end to standard
+/// error, and exits with status 1.
+[[noreturn, gnu::format(printf, 1, 2)]] void errexit(const char* format, ...);
+
+/// Writes "quillon: warning: ", the text and a line end to standard error.
+[[gnu::format(printf, 1, 2)]] void uwarning(const char* format, ...);
+
+/// Writes the text to standard output, nothing added.
+///
+/// @return  Number of bytes written, negative after a failure.
+[[gnu::format(printf, 1, 2)]] int uprintf(const char* format, ...);
+
+/// @}
+/// @name Files
+/// @{
+
+/// Opens a file.
+///
+/// @param name   File name; a copy is kept for the messages of `ufclose`.
+/// @param mode   As for fopen.
+/// @param tag    Who opens it.
+/// @return       Open stream, never null; close it with `ufclose`.
+/// @par Errors   Fatal, naming file, mode, tag and the system's reason. A directory is refused in every mode.
+[[nodiscard]] std::FILE* ufopen(const char* name, const char* mode, const char* tag);
+
+/// Closes a stream.
+///
+/// @par Errors  Fatal when anything written to the stream was lost (a full disk) or when reading it had
+/// failed;
+///              the message names the file.
+void ufclose(std::FILE* stream);
+
+/// Reads integers separated by white space from a text file.
+///
+/// @param filename  File to read; what follows the last integer needed is ignored.
+/// @param array     Out, the caller's: entries first .. first + count - 1 are filled in file order.
+/// @param count     How many integers; 0 or less reads none.
+/// @param first     Index of the first entry filled.
+/// @par Errors      Fatal, naming file, entry number (from 1) and count: an entry that is missing, is not a
+/// decimal
+///                  integer, or does not fit in 32 bits (these two with line and text). Entries before it
+///                  have been stored by then.
+void read_array(const char* filename, std::int32_t* array, int count, int first);
+
+/// @}
+/// @name Order and chance
+/// @{
+
+/// Sorts `count` ints into increasing order in place.
+void uqsorti(std::uint64_t count, std::int32_t* values);
+
+/// Rearranges the entries into a uniformly random order: for i = count, count - 1, .. 2, entry i (from 1) is
+/// swapped with entry `uRandom(i) + 1` (Fisher-Yates). A count below 2 draws nothing.
+void PermuteInPlace(std::int32_t* values, int count);
+
+/// Draws a uniform integer in 0 .. m - 1.
+///
+/// The stream is xoshiro256** (D. Blackman, S. Vigna, "Scrambled Linear Pseudorandom Number Generators", ACM
+/// TOMS 47(4), 2021), of which the upper 32 bits of each number are used; the bound is applied by D. Lemire's
+/// multiplication with rejection ("Fast Random Integer Generation in an Interval", ACM TOMACS 29(1), 2019),
+/// so that no value is favoured.
+///
+/// @param m     At least 1; less is fatal. A draw with m = 1 advances the stream like any other.
+int uRandom(int m);
+
+/// Restarts the stream of `uRandom`. The same seed gives the same stream on every platform and compiler.
+///
+/// The state is four numbers of SplitMix64 (G. Steele, D. Lea, C. Flood, OOPSLA 2014) started at the seed. A
+/// program that never calls this gets the stream of seed 0.
+void uSeed(std::uint64_t seed);
+
+/// @}
+
+}  // namespace quillon
