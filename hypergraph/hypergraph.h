@@ -1,0 +1,284 @@
+#pragma once
+/// @file
+/// The hypergraph record and every function of the module.
+///
+/// A hypergraph is cells (vertices) and nets (hyperedges); a net's pins are its cells. Data flows from a file
+/// into a record, from its net side to its cell side, into copies, and out to files and reports.
+///
+/// Numbering: cells are 1 .. `_c`, nets are 1 .. `_n`. Entry 0 of an array indexed by them is never a real
+/// item, the entry after the last one is a sentinel whose start pointer marks the end of the used part of the
+/// pin array.
+///
+/// Lists: a net's pins and a cell's nets are closed ranges of one pin array each, from a start pointer to an
+/// inclusive last pointer; an empty list has its last pointer one entry before its start.
+///
+/// Failures are fatal: a bad input, a broken invariant or an exhausted resource ends the program through
+/// `errexit`. No function returns an error code, and none keeps a record or an array between calls. Not for
+/// use from two threads at a time.
+
+#include <cstdint>
+#include <cstdio>
+
+namespace quillon {
+
+static_assert(sizeof(int) == 4, "the record and its files count in 32 bits");
+
+/// A vertex.
+struct Cell {
+  int w;         ///< Weight, 1 when the input carries none.
+  int inw;       ///< Weight of the one-pin nets folded into the cell.
+  int pno;       ///< Part number; -1 from the readers.
+  int wdeg;      ///< Weighted degree: sum of the weights of its nets.
+  int* nets;     ///< First entry of its net list in `_net_list`; null before the cell side is built.
+  int* netsend;  ///< Last entry, inclusive; `nets - 1` for a cell without nets.
+};
+
+/// A hyperedge.
+struct Net {
+  int w;         ///< Weight, 1 when the input carries none.
+  int* pins;     ///< First pin in `_cell_list`; null for a net that has no pin list at all.
+  int* pinsend;  ///< Last pin, inclusive; `pins - 1` for a net without pins.
+};
+
+static_assert(sizeof(Cell) == 32 && sizeof(Net) == 24, "the layout that callers rely on");
+
+/// A one-pin net that a pruning copy dropped.
+struct InternalNet {
+  int net;   ///< Its number in the source.
+  int cell;  ///< Its only cell.
+};
+
+/// The one in-memory form of a hypergraph. It owns every array it points to.
+struct Hypergraph {
+  int _c;            ///< Number of cells.
+  int _n;            ///< Number of nets.
+  int _p;            ///< Number of pins: entries in use in each pin array.
+  int _maxwcd;       ///< Largest `wdeg`; set by `set_hypergraph_infos` only.
+  int _maxcd;        ///< Largest cell degree (number of nets of a cell).
+  int _mincd;        ///< Smallest cell degree; 2000000000 without cells.
+  int _totcw;        ///< Sum of the cells' `w`.
+  int _totinw;       ///< Sum of the weights of the one-pin nets folded into cells.
+  int _totnw;        ///< Sum of the nets' `w`, plus `_totinw`; see the functions that set it.
+  int _virtualnets;  ///< Weight (not count) of the nets without pins that a reader or pruning copy removed.
+  int _fmt;          ///< Weight format: bit 1 = cells carry weights, bit 2 = nets carry weights.
+  Cell* _clst;       ///< Cells, entries 0 .. `_c` + 1.
+  Net* _nlst;        ///< Nets, entries 0 .. `_n` + 1.
+  int* _net_list;    ///< The cells' net lists one after another, `_p` + 2 entries.
+  int* _cell_list;   ///< The nets' pins one after another, `_p` + 2 entries.
+  void* _aux1;       ///< The caller's; set to null by every initialiser, otherwise left alone.
+  void* _aux2;       ///< As `_aux1`.
+  int* _iprm;        ///< Cell permutation, entries 0 .. `_c` + 1; allocated here, used by callers.
+  int* _iprmi;       ///< Its inverse, likewise.
+  int* _netmap;      ///< One value a net, entries 0 .. `_n`; allocated here, used by callers.
+  int* _clabel;      ///< One label a cell, entries 0 .. `_c`, or null; comes together with `_nlabel`.
+  int* _nlabel;      ///< One label a net, entries 0 .. `_n`, or null.
+  int _ninternets;   ///< Number of one-pin nets that a pruning copy dropped.
+  InternalNet* _internets;  ///< Those nets, `_ninternets` entries in pool 0, or null.
+  int* _fixedAtPart;        ///< The part each cell is fixed to, entries 0 .. `_c` + 1, or null.
+  int _tag;                 ///< What was given to `create_hypergraph`, otherwise 0; never interpreted.
+};
+
+/// @name Lifecycle
+/// Two regimes, never mixed on one record: arrays from the pools (`create_hypergraph_data`), released newest
+/// first, or from the heap (`malloc_hypergraph`, the readers), released in any order.
+/// @{
+
+/// Takes a record from pool 0 and initialises it.
+///
+/// @param tag  Stored in `_tag`.
+/// @return     Record with null pointers and zero summaries; `_c`, `_n`, `_p` and `_fmt` are indeterminate
+/// until
+///             the caller sets them. Release it with `destroy_hypergraph`.
+Hypergraph* create_hypergraph(int tag);
+
+/// Releases a record of `create_hypergraph`, and with it every younger block of pool 0. Pool 1 is left alone.
+///
+/// @return  What `poolfree_upto` returns.
+int destroy_hypergraph(Hypergraph* h);
+
+/// Takes the arrays of a record from the pools, uncleared and sized by `_c`, `_n` and `_p`, which must be set
+/// and not negative.
+///
+/// @param h            Gets `_clst`, `_iprm`, `_iprmi`, `_netmap` and `_nlst` in pool 0, `_cell_list` in
+/// pool 1.
+/// @param withNetList  Non-zero: `_net_list` as well (pool 1); zero: null.
+/// @param withFixed    Non-zero: `_fixedAtPart` as well; zero: left as it is.
+/// @param withLabels   Non-zero: `_nlabel` and `_clabel` as well; zero: left as they are.
+void create_hypergraph_data(Hypergraph* h, int withNetList, int withFixed, int withLabels);
+
+/// Releases the arrays of `create_hypergraph_data`, and `_internets` if there is one, newest first. The
+/// fields keep their now dangling values: `destroy_hypergraph` comes next.
+void destroy_hypergraph_data(Hypergraph* h);
+
+/// Initialises a record of the caller's (counts and `_fmt` are kept) and takes `_clst`, `_nlst`, `_cell_list`
+/// and
+/// `_net_list` from the heap, uncleared and sized by `_c`, `_n` and `_p`. Release with `free_hypergraph`.
+void malloc_hypergraph(Hypergraph* h);
+
+/// Gives the four arrays of a heap record back and sets them to null. Nothing else is freed, the record
+/// included.
+void free_hypergraph(Hypergraph* h);
+
+/// @}
+/// @name Building one side of the incidence from the other
+/// Linear in cells, nets and pins, without any allocation.
+/// @{
+
+/// Builds every cell's net list, in increasing net number, from the nets' pins.
+///
+/// @param h     Needs the nets with their pins and room for `_p` entries in `_net_list`. Nets whose `pins` is
+/// null
+///              are skipped. Also sets `wdeg` of each cell, `_maxcd`, `_mincd` (2000000000 without cells) and
+///              the sentinel cell's `nets`, and sets `_maxwcd` to 0. Pins must lie in 1 .. `_c`.
+/// @param work  Out, `_c` + 1 ints of the caller's: the degree of each cell; entry 0 becomes 0.
+/// @return      0.
+int construct_net_list(Hypergraph* h, int* work);
+
+/// Builds every net's pin list, in increasing cell number, from the cells' net lists.
+///
+/// @param h     Needs the `nets` and `netsend` of every cell and room for `_p` entries in `_cell_list`. Also
+/// sets
+///              the sentinel net's `pins`; no weight or summary is touched. Nets named must lie in 1 .. `_n`.
+/// @param work  Out, `_n` + 1 ints of the caller's: the size of each net; entry 0 becomes 0.
+/// @return      0.
+int construct_cell_list(Hypergraph* h, int* work);
+
+/// Sorts each net's pins into increasing cell number, in place. The cell side is not touched.
+void SortPins(Hypergraph* h);
+
+/// @}
+/// @name Summary values
+/// Sums are of 32 bits and wrap.
+/// @{
+
+/// Recomputes what the cells tell: `wdeg` of each cell, `_maxwcd` (1 at least), `_maxcd`, `_mincd`, `_totcw`,
+/// and
+/// `_fmt`, which becomes 1 when some cell weighs 2 or more and 0 otherwise (the nets' bit is not kept).
+///
+/// @param h  Needs both sides built. Every cell's `inw` becomes 0, while `_totinw`, `_totnw`, `_virtualnets`
+/// and
+///           the nets stay: verify a record with `CheckListsofHypergraph` before this, not after.
+void set_hypergraph_infos(Hypergraph* h);
+
+/// Sets the weight of every net and cell to 1, and `_totcw` to `_c`. Nothing else follows until
+/// `set_hypergraph_infos` is run.
+void clear_weights(Hypergraph* h);
+
+/// Renders the summary as two lines of text, with a line end before, between and after them.
+///
+/// @return  A static buffer that the next call overwrites.
+char* HygrInfo(const Hypergraph* h);
+
+/// @}
+/// @name Reading the text format
+/// Comment lines begin with "%". The first other line is the header: numbering (0 or 1, the number of the
+/// first cell), #cells, #nets, #pins and, if wanted, fmt (bit 1: cell weights follow the nets; bit 2: each
+/// net line begins with the net's weight) and the number of weights a cell has, of which the first counts.
+/// Then one line of cell numbers a net, then the cell weights in any number of lines.
+///
+/// Numbers are read as strtol does in base 10 with 64 bits, and keep their low 32. Every line, the last one
+/// too, must end with a line end: what follows the last one is not read. A line may hold 16 MiB or #pins
+/// bytes, whichever is more, less 6.
+/// @{
+
+/// Reads a hypergraph and removes the nets with fewer than two pins: a net with one pin adds its weight to
+/// that cell's `inw` and to `_totinw`, a net without pins to `_virtualnets`.
+///
+/// @param h      Overwritten, nothing in it is released before. Gets the net side only, from the heap:
+/// `_clst`,
+///               `_nlst` and `_cell_list` (with room for what the header announces). `_net_list` and the
+///               cells' lists stay null: give it a `_net_list` of `_p` + 2 ints, then call
+///               `construct_net_list`. Release with `free_hypergraph`.
+/// @param ifp    Stream, left right behind the last line needed.
+/// @param check  Non-zero: warn about a cell named twice on a net (the pin is kept; also drawn by the cell of
+/// a
+///               removed net when the next net names it) and about missing cell weights (they become 1).
+/// @return       Number of nets removed.
+/// @par Errors   A header that is incomplete, out of range or with counts that no record can have; a cell
+/// number
+///               outside 1 .. #cells after the numbering; a pinless net of weight 2 or more; a number of pins
+///               other than announced; a line too long; a line of cell weights without its line end. All
+///               fatal.
+/// @par Hangs    When the input ends in a comment line while a net or weight line is still due, this never
+/// returns.
+/// @par Cost     One pass over the input, everything allocated before the first net.
+int read_hypergraphFromFile(Hypergraph* h, std::FILE* ifp, int check);
+
+/// `read_hypergraphFromFile` on a named file.
+int read_hypergraph(Hypergraph* h, const char* filename, int check);
+
+/// Reads a hypergraph as `read_hypergraphFromFile` does, but keeps every net as the file gives it.
+///
+/// @return  0. `_totinw` and `_virtualnets` stay 0, `_totnw` counts every net.
+int read_hypergraph_with_onepin_netsFromFile(Hypergraph* h, std::FILE* ifp, int check);
+
+/// `read_hypergraph_with_onepin_netsFromFile` on a named file.
+///
+/// @return  1.
+int read_hypergraph_with_onepin_nets(Hypergraph* h, const char* filename, int check);
+
+/// @}
+/// @name Statistics
+/// Both recompute every figure from the cells and nets of a record with both sides built, and end the program
+/// when the sum of the cells' weights is not `_totcw`. Averages over no cells or no nets are what the
+/// division by zero gives.
+/// @{
+
+/// Prints one line of 21 tab-separated fields to standard output: cells, nets, pins; average, standard
+/// deviation and coefficient of variation of the cell degree, its smallest value above 0, number of cells of
+/// degree 0, its largest value; the same six of the net size; smallest, largest and total cell weight; the
+/// same of net weight.
+void prinfo_hypergraph(const Hypergraph* h);
+
+/// Prints a report with the distributions of cell degree and net size through `uprintf`.
+///
+/// The smallest degree and size count zeros here. Takes two heap arrays of largest degree + 1 and largest
+/// size + 1 ints and does not give them back.
+void pr_detailinfo_hypergraph(const Hypergraph* h);
+
+/// @}
+/// @name Consistency checks
+/// They end the program at the first broken rule; nothing is changed or allocated. Each pin costs a scan of
+/// the list that should name it back.
+/// @{
+
+/// Verifies that both sides name each other exactly once, that each holds `_p` pins, and the totals of
+/// weights.
+///
+/// The net weights are compared with `_totnw` only when the sum of `inw` is not `_totinw`. Nets without pins
+/// that carry weight draw a warning. Prints a line before and after through `uprintf`.
+void CheckListsofHypergraph(const Hypergraph* h);
+
+/// Verifies that both sides name each other exactly once, each list taken to end where the next one starts.
+///
+/// @param h      Start pointers of the sentinels must be set. Entries must be real cells and nets.
+/// @param nnets  Nets 1 .. nnets are examined; may exceed `_n` for a pruning copy with set-aside nets.
+void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
+
+/// Decides whether there are as many cells as nets and cell i lists the numbers that net i lists, for every
+/// i.
+///
+/// @param verbose  Non-zero: print what is examined and why the answer is no.
+/// @return         1 for symmetric, 0 for not.
+/// @par Errors     Lists of equal length that differ are fatal, after both are printed; so is a number that
+/// net i
+///                 lists twice.
+int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
+
+/// @}
+/// @name Dumps
+/// Text for people, through `uprintf`. Both sides must be built.
+/// @{
+
+/// Prints the pins of net j with their part numbers and weights.
+void PrintPins(const Hypergraph* h, int j);
+
+/// Prints the nets of cell i with their weights.
+void PrintNets(const Hypergraph* h, int i);
+
+/// Prints the whole hypergraph, both sides.
+void PrintHypergraph(const Hypergraph* h);
+
+/// @}
+
+}  // namespace quillon
