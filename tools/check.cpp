@@ -1,0 +1,71 @@
+#include <memory>
+
+#include "hypergraph/hypergraph.h"
+#include "tools/commands.h"
+#include "tools/isolate.h"
+#include "tools/load.h"
+#include "util/util.h"
+
+namespace quillon::tool {
+namespace {
+
+constexpr const char* kExamples = R"(
+Examples:
+  quillon check circuit.qhg
+  quillon check --symmetric matrix.qhg && echo pattern is symmetric
+
+Prints one line a file on standard output. What is wrong with a file is said on standard error.)";
+
+struct Options {
+  std::vector<std::string> files;
+  bool symmetric = false;
+  bool keep_small_nets = false;
+};
+
+// The symmetry check ends the process for some hypergraphs that are not symmetric, and returns for others.
+bool is_symmetric(const Hypergraph& h, bool say_why) {
+  const Output output = say_why ? Output::kOnStandardError : Output::kHidden;
+  return run_isolated(output, [&h, say_why] {
+           const bool symmetric = CheckSymmetryinHypergraph(&h, say_why ? 1 : 0) == 1;
+           if (say_why) uprintf("\n");
+           return symmetric ? kFine : kFinding;
+         }) == kFine;
+}
+
+// The totals are those of the reader: summaries recomputed before would hide what is wrong with them.
+int check(const std::string& file, const Options& options) {
+  Loaded loaded = load(file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
+  Hypergraph& h = loaded.h;
+  const int lists = run_isolated(Output::kErrorsOnly, [&h] {
+    CheckListsofHypergraph(&h);
+    return kFine;
+  });
+  if (lists != kFine) return kFinding;
+
+  const bool symmetric = is_symmetric(h, options.symmetric);
+  if (!symmetric && options.symmetric) return kFinding;
+  uprintf("%s: ok, %d cells, %d nets, %d pins", file.c_str(), h._c, h._n, h._p);
+  if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
+  uprintf(", %s\n", symmetric ? "symmetric" : "not symmetric");
+  free_hypergraph(&h);
+  return kFine;
+}
+
+}  // namespace
+
+void add_check(CLI::App& app, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* const command = app.add_subcommand("check", "Verify files: counts, both sides, totals, symmetry");
+  add_files(*command, options->files);
+  command->add_flag("--symmetric", options->symmetric,
+                    "Demand that net i names the cells whose nets cell i is on");
+  add_keep_small_nets(*command, options->keep_small_nets);
+  command->footer(kExamples);
+  command->callback([options, &status] {
+    status = for_each_file(
+        options->files, [&](const std::string& file) { return check(file, *options); },
+        [](const std::string& file) { uprintf("%s: FAILED\n", file.c_str()); });
+  });
+}
+
+}  // namespace quillon::tool

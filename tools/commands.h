@@ -1,0 +1,30 @@
+#pragma once
+// The subcommands of `quillon`. Each adds itself to the application and, when chosen, leaves its status: 0
+// fine, 1 a finding or bad input, 2 usage.
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace quillon::tool {
+
+inline constexpr int kFine = 0;
+inline constexpr int kFinding = 1;
+inline constexpr int kUsage = 2;
+
+void add_stats(CLI::App& app, int& status);
+void add_check(CLI::App& app, int& status);
+void add_dump(CLI::App& app, int& status);
+
+/// What every command that reads hypergraphs offers.
+inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
+  command.add_flag("--keep-small-nets", keep_small_nets,
+                   "Keep nets with one pin or none, which otherwise are folded into the cells' and the "
+                   "hypergraph's totals");
+}
+
+inline void add_files(CLI::App& command, std::vector<std::string>& files) {
+  command.add_option("FILE", files, "Hypergraph files; - is standard input")->required();
+}
+
+}  // namespace quillon::tool

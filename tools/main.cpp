@@ -1,0 +1,49 @@
+#include <cstdio>
+#include <string>
+
+#include "tools/commands.h"
+#include "tools/isolate.h"
+
+namespace quillon::tool {
+namespace {
+
+constexpr const char* kExamples = R"(
+Examples:
+  quillon stats circuit.qhg                      a report with distributions
+  quillon stats --table --header *.qhg           one line a file, for a spreadsheet
+  quillon check circuit.qhg                      is the file sound, is it symmetric
+  quillon dump circuit.qhg --net 7               the cells of net 7
+
+Status: 0 fine, 1 a finding or bad input, 2 wrong usage.
+See quillon COMMAND --help for each command.)";
+
+std::string usage_error(const CLI::App* app, const CLI::Error& error) {
+  return "quillon: error: " + std::string(error.what()) + "\nTry '" + app->get_name() + " --help'.\n";
+}
+
+int run(int argc, char** argv) {
+  CLI::App app{
+      "Reads, checks and reports hypergraphs: cells (vertices) and nets (hyperedges) with their pins.",
+      "quillon"};
+  app.set_version_flag("--version", "quillon " QUILLON_VERSION);
+  app.footer(kExamples);
+  app.require_subcommand(1);
+  app.failure_message(usage_error);
+
+  int status = kFine;
+  add_stats(app, status);
+  add_check(app, status);
+  add_dump(app, status);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (app.exit(error) != 0) return kUsage;
+  }
+  flush_output();
+  return status;
+}
+
+}  // namespace
+}  // namespace quillon::tool
+
+int main(int argc, char** argv) { return quillon::tool::run(argc, argv); }
