@@ -18,6 +18,7 @@ std::uint64_t net_bytes(const Hypergraph* h) { return bytes_for(h->_n, sizeof(Ne
 std::uint64_t pin_bytes(const Hypergraph* h) { return bytes_for(h->_p, sizeof(int), 2 * sizeof(int)); }
 
 // Sets every summary to zero and every pointer to null. The counts and the weight format are the caller's.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name it has always had, and not seen outside this file
 void _InitHypergraph(Hypergraph* h) {
   Hypergraph fresh{};
   fresh._c = h->_c;

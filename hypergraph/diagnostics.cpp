@@ -112,11 +112,6 @@ void print_weights(const char* heading, const Side& side) {
 
 constexpr const char* kDistributionRule = "\n===============================================";
 
-// Entries first .. last of a list, or where they would be; nothing is counted in a list that is absent.
-int occurrences(const int* first, const int* end, int value) {
-  return first == nullptr ? 0 : static_cast<int>(std::count(first, end, value));
-}
-
 int occurrences(std::span<const int> list, int value) {
   return static_cast<int>(std::count(list.begin(), list.end(), value));
 }
@@ -130,6 +125,20 @@ std::span<const int> nets_of_entry(const Hypergraph* h, int i) {
 std::span<const int> pins_of_entry(const Hypergraph* h, int j) {
   if (j < 1 || j > h->_n) return {};
   return pins_of(h->_nlst[j]);
+}
+
+// The entries from one start to the next; none where either is absent or they are not in order.
+std::span<const int> entries_between(const int* start, const int* next) {
+  if (start == nullptr || next == nullptr || next < start) return {};
+  return {start, next};
+}
+
+std::span<const int> nets_until_next(const Hypergraph* h, int i) {
+  return entries_between(h->_clst[i].nets, h->_clst[i + 1].nets);
+}
+
+std::span<const int> pins_until_next(const Hypergraph* h, int j) {
+  return entries_between(h->_nlst[j].pins, h->_nlst[j + 1].pins);
 }
 
 struct NetTotals {
@@ -286,19 +295,19 @@ void CheckListsofHypergraph(const Hypergraph* h) {
 
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets) {
   for (int j = 1; j <= h->_c; ++j) {
-    for (const int* net = h->_clst[j].nets; net < h->_clst[j + 1].nets; ++net) {
-      const int count = occurrences(h->_nlst[*net].pins, h->_nlst[*net + 1].pins, j);
+    for (const int net : nets_until_next(h, j)) {
+      const int count = occurrences(pins_until_next(h, net), j);
       if (count != 1)
-        errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", j,
-                count, *net);
+        errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", j, count,
+                net);
     }
   }
   for (int i = 1; i <= nnets; ++i) {
-    for (const int* pin = h->_nlst[i].pins; pin < h->_nlst[i + 1].pins; ++pin) {
-      const int count = occurrences(h->_clst[*pin].nets, h->_clst[*pin + 1].nets, i);
+    for (const int cell : pins_until_next(h, i)) {
+      const int count = occurrences(nets_until_next(h, cell), i);
       if (count != 1)
-        errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", i,
-                count, *pin);
+        errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", i, count,
+                cell);
     }
   }
 }

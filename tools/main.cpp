@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include "tools/commands.h"
@@ -46,4 +47,11 @@ int run(int argc, char** argv) {
 }  // namespace
 }  // namespace quillon::tool
 
-int main(int argc, char** argv) { return quillon::tool::run(argc, argv); }
+int main(int argc, char** argv) {
+  try {
+    return quillon::tool::run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "quillon: error: %s\n", error.what());
+    return quillon::tool::kFinding;
+  }
+}

@@ -139,6 +139,9 @@ void read_array(const char* filename, std::int32_t* array, int count, int first)
         array[first + (entry - 1)] = static_cast<std::int32_t>(word.value);
         break;
       case Verdict::kMissing:
+        if (std::ferror(source.stream) != 0)
+          errexit("read_array: entry %d of %d cannot be read, '%s' fails after entry %d", entry, count,
+                  filename, entry - 1);
         errexit("read_array: entry %d of %d is missing, '%s' ends after entry %d", entry, count, filename,
                 entry - 1);
       case Verdict::kNotAnInteger:

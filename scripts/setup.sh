@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the given jobs need: setup.sh build|test|lint|coverage ...
+set -euo pipefail
+
+packages=()
+for job in "$@"; do
+  case "$job" in
+    build) packages+=(g++ cmake ninja-build libcli11-dev) ;;
+    test) packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev) ;;
+    lint) packages+=(clang-format clang-tidy python3) ;;
+    coverage) packages+=(gcovr) ;;
+    *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;
+  esac
+done
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f '${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^ii' || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+echo "Installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
