@@ -298,16 +298,16 @@ void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets) {
     for (const int net : nets_until_next(h, j)) {
       const int count = occurrences(pins_until_next(h, net), j);
       if (count != 1)
-        errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", j, count,
-                net);
+        errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", j,
+                count, net);
     }
   }
   for (int i = 1; i <= nnets; ++i) {
     for (const int cell : pins_until_next(h, i)) {
       const int count = occurrences(nets_until_next(h, cell), i);
       if (count != 1)
-        errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", i, count,
-                cell);
+        errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", i,
+                count, cell);
     }
   }
 }

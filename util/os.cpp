@@ -37,8 +37,8 @@ void decommit(void* at, std::uint64_t bytes) {
 
 void advise_huge_pages([[maybe_unused]] void* at, [[maybe_unused]] std::uint64_t bytes) {
 #ifdef MADV_HUGEPAGE
-  // From the start of the block's first page on: memory of which only a part is advised is two mappings to the
-  // system, and then realloc has to copy a block that it could have moved.
+  // From the start of the block's first page on: to the system a mapping that is advised in part is two,
+  // and then realloc copies a block that it could have moved.
   constexpr std::uint64_t kPage = std::uint64_t{1} << 12;
   const std::uint64_t before = reinterpret_cast<std::uintptr_t>(at) % kPage;
   madvise(static_cast<char*>(at) - before, before + bytes, MADV_HUGEPAGE);

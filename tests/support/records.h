@@ -1,0 +1,74 @@
+#pragma once
+// Small hypergraphs for tests, laid out by plain code that shares nothing with the module's own.
+
+#include <cstddef>
+#include <vector>
+
+#include "hypergraph/hypergraph.h"
+
+namespace quillon {
+
+/// One list an item: the cells of net 1, 2, .. or the nets of cell 1, 2, ...
+using Lists = std::vector<std::vector<int>>;
+
+/// What a hypergraph is. Weights and parts left out are 1 and -1 throughout.
+struct Shape {
+  int ncells = 0;
+  Lists pins = {};
+  std::vector<int> net_weights = {};
+  std::vector<int> cell_weights = {};
+  std::vector<int> parts = {};
+};
+
+/// Which side of the incidence is there; the other has no lists (null), but room for them.
+enum class Side { kNets, kCells, kBoth };
+
+/// What every entry holds that nothing has been stored in.
+inline constexpr int kMarker = -7;
+
+/// A hypergraph whose arrays are exactly as long as those of the module and belong to the Record.
+///
+/// Lists stand one after another in the order of their items, a cell's nets in increasing number, and the
+/// sentinels' start pointers are set on a side that is there. `_totcw` and `_totnw` are the sums, `_totinw`,
+/// `_virtualnets` and every `inw` 0. The other summaries, `wdeg`, `_fmt`, `_tag` and all spare entries hold
+/// kMarker, and the pointers to other arrays are null.
+class Record {
+ public:
+  explicit Record(const Shape& shape, Side side = Side::kBoth);
+  Record(Record&&) = default;
+
+  Hypergraph h = {};
+
+  // The arrays that `h` points to.
+  std::vector<Cell> cells;
+  std::vector<Net> nets;
+  std::vector<int> net_list;
+  std::vector<int> cell_list;
+};
+
+/// The nets of each cell of a shape, in increasing number, one entry a pin.
+Lists nets_of_cells(const Shape& shape);
+
+/// The lists of a record as its pointers tell: item 1 comes first, an absent list is empty.
+Lists nets_of_cells(const Hypergraph& h);
+Lists pins_of_nets(const Hypergraph& h);
+
+/// One field of cells 1 .. `_c` or nets 1 .. `_n`.
+std::vector<int> of_cells(const Hypergraph& h, int Cell::*field);
+std::vector<int> of_nets(const Hypergraph& h, int Net::*field);
+
+/// What a random hypergraph may have at most, none included.
+struct RandomLimits {
+  int ncells = 9;
+  int nnets = 9;
+  int weight = 9;           ///< Weights are 0 .. weight.
+  int nparts = 3;           ///< Parts are 0 .. nparts - 1.
+  bool duplicates = false;  ///< Whether a net may list a cell more than once.
+};
+
+/// The same hypergraph for the same seed everywhere; pins in no order, with empty nets and cells without
+/// nets.
+Shape random_shape(unsigned seed, const RandomLimits& limits = {});
+Record random_record(unsigned seed, const RandomLimits& limits = {}, Side side = Side::kBoth);
+
+}  // namespace quillon
