@@ -45,6 +45,7 @@ std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
     errexit("ufopen: cannot open '%s' with mode \"%s\" for \"%s\": %s", name, mode, tag,
             std::strerror(reason));
   }
+  forget(stream);  // a name left from one that was closed with fclose and stood at the same address
   open_streams().push_back({stream, name});
   return stream;
 }
