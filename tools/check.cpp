@@ -34,7 +34,8 @@ bool is_symmetric(const Hypergraph& h, bool say_why) {
 
 // The totals are those of the reader: summaries recomputed before would hide what is wrong with them.
 int check(const std::string& file, const Options& options) {
-  Loaded loaded = load(file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
+  Loaded loaded;
+  load(loaded, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
   Hypergraph& h = loaded.h;
   const int lists = run_isolated(Output::kErrorsOnly, [&h] {
     CheckListsofHypergraph(&h);
@@ -47,7 +48,6 @@ int check(const std::string& file, const Options& options) {
   uprintf("%s: ok, %d cells, %d nets, %d pins", file.c_str(), h._c, h._n, h._p);
   if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
   uprintf(", %s\n", symmetric ? "symmetric" : "not symmetric");
-  free_hypergraph(&h);
   return kFine;
 }
 

@@ -35,7 +35,8 @@ bool all_exist(const std::vector<int>& numbers, int count, const char* what, con
 }
 
 int run(const Options& options) {
-  Loaded loaded = load(options.file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  Loaded loaded;
+  load(loaded, options.file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
   Hypergraph& h = loaded.h;
   if (!all_exist(options.nets, h._n, "net", options.file) ||
       !all_exist(options.cells, h._c, "cell", options.file))
@@ -47,7 +48,6 @@ int run(const Options& options) {
     PrintHypergraph(&h);
     uprintf("\n");
   }
-  free_hypergraph(&h);
   return kFine;
 }
 

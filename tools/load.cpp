@@ -62,13 +62,12 @@ void build_cell_side(Hypergraph* h) {
 
 }  // namespace
 
-Loaded load(const std::string& name, SmallNets small_nets, bool warn) {
+void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn) {
   const bool standard_input = name == "-";
   GuardedFile guarded{standard_input ? "standard input" : name,
                       standard_input ? stdin : ufopen(name.c_str(), "r", "quillon")};
   std::FILE* const stream = open_guarded(guarded);
 
-  Loaded loaded{};
   const int check = warn ? 1 : 0;
   if (small_nets == SmallNets::kFold)
     loaded.nsmall_nets = read_hypergraphFromFile(&loaded.h, stream, check);
@@ -78,7 +77,6 @@ Loaded load(const std::string& name, SmallNets small_nets, bool warn) {
   std::fclose(stream);
   if (!standard_input) ufclose(guarded.file);
   build_cell_side(&loaded.h);
-  return loaded;
 }
 
 }  // namespace quillon::tool

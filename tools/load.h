@@ -9,16 +9,23 @@ namespace quillon::tool {
 
 enum class SmallNets { kFold, kKeep };
 
+/// A hypergraph that gives its arrays back.
 struct Loaded {
-  Hypergraph h;     // heap record, release with free_hypergraph
-  int nsmall_nets;  // removed by the reader
+  Hypergraph h{};       // on the heap
+  int nsmall_nets = 0;  // removed by the reader
+
+  Loaded() = default;
+  ~Loaded() { free_hypergraph(&h); }
+  Loaded(const Loaded&) = delete;
+  Loaded& operator=(const Loaded&) = delete;
 };
 
 /// Reads a hypergraph and builds the cell side. Fatal on bad input, which includes one that ends in a comment
 /// line where more is due: the readers of the module would wait for ever.
 ///
-/// @param name  File name, or - for standard input.
-/// @param warn  Warn about cells named twice and missing cell weights.
-Loaded load(const std::string& name, SmallNets small_nets, bool warn);
+/// @param loaded  Out, fresh.
+/// @param name    File name, or - for standard input.
+/// @param warn    Warn about cells named twice and missing cell weights.
+void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn);
 
 }  // namespace quillon::tool

@@ -34,7 +34,8 @@ struct Options {
 };
 
 int report(const std::string& file, const Options& options) {
-  Loaded loaded = load(file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  Loaded loaded;
+  load(loaded, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
   Hypergraph& h = loaded.h;
   set_hypergraph_infos(&h);
 
@@ -47,7 +48,6 @@ int report(const std::string& file, const Options& options) {
     else
       pr_detailinfo_hypergraph(&h);
   }
-  free_hypergraph(&h);
   return kFine;
 }
 
