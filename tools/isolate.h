@@ -17,8 +17,7 @@ enum class Output {
 /// Runs `work` in a child process, which starts with a copy of everything in memory.
 ///
 /// @return  What `work` returned, 1 after a fatal error or when standard output could not be written, 128 +
-/// the
-///          number of the signal that ended it.
+///          the number of the signal that ended it.
 int run_isolated(Output output, const std::function<int()>& work);
 
 /// Runs `work` on each file by itself, so that a bad one does not keep the others from their turn.

@@ -34,7 +34,7 @@ static_assert(sizeof(int) == 4, "the record and its files count in 32 bits");
 /// Grows or shrinks a heap block, keeping its contents up to the smaller size.
 ///
 /// @param block  From `umalloc`, `imalloc` or `urealloc`, or null for a new block. No longer valid
-/// afterwards.
+///               afterwards.
 /// @par Errors   As for `umalloc`.
 [[nodiscard]] void* urealloc(void* block, std::uint64_t bytes, const char* tag);
 
@@ -64,8 +64,7 @@ void _usfree(void* block);
 /// @param tag    Names the release in the message below.
 /// @return       Number of blocks released, at least 1.
 /// @par Errors   A block that is not held (null and a second release included) is fatal: the message names
-/// the
-///               pool and the tag.
+///               the pool and the tag.
 /// @par Cost     O(blocks released).
 int poolfree_upto(int pool, void* block, const char* tag);
 
@@ -102,8 +101,7 @@ int poolfree_upto(int pool, void* block, const char* tag);
 /// Closes a stream.
 ///
 /// @par Errors  Fatal when anything written to the stream was lost (a full disk) or when reading it had
-/// failed;
-///              the message names the file.
+///              failed; the message names the file.
 void ufclose(std::FILE* stream);
 
 /// Reads integers separated by white space from a text file.

@@ -1,0 +1,5 @@
+int planted(long wide);
+int planted(long wide) {
+  int narrow = wide;
+  return narrow;
+}
