@@ -10,8 +10,8 @@ namespace {
 // One line end closes the message, also when the caller's text brings its own.
 [[gnu::format(printf, 2, 0)]] void report(const char* kind, const char* format, std::va_list arguments) {
   std::fprintf(stderr, "quillon: %s: ", kind);
-  std::vfprintf(stderr, format,
-                arguments);  // NOLINT(clang-analyzer-valist.Uninitialized): both callers start it
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): both callers start it
+  std::vfprintf(stderr, format, arguments);
   const std::size_t length = std::strlen(format);
   if (length == 0 || format[length - 1] != '\n') std::fputc('\n', stderr);
 }

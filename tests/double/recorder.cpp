@@ -1,6 +1,7 @@
 #include "tests/double/recorder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdlib>
 #include <deque>
@@ -32,7 +33,7 @@ struct Record {
   std::string printed;
   std::vector<Block> held;
   std::map<std::FILE*, std::string> files;
-  PoolRegion pools[2];
+  std::array<PoolRegion, 2> pools;
   int allocations_until_failure = 0;
   std::deque<int> draws;
   std::deque<std::vector<int>> permutations;
@@ -143,7 +144,7 @@ void _usfree(void* block) {
 
 void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
   recorder::note_allocation("poolalloc " + std::to_string(pool) + " " + std::to_string(bytes), tag);
-  recorder::PoolRegion& region = record.pools[pool];
+  recorder::PoolRegion& region = record.pools.at(static_cast<std::size_t>(pool));
   const std::size_t span = (bytes + 64) / 64 * 64;
   if (span > region.bytes.size() - region.top)
     throw recorder::FatalError(std::string("pool is full: ") + tag);
@@ -159,8 +160,8 @@ int poolfree_upto(int pool, void* block, const char* tag) {
   if (known == record.held.end())
     throw recorder::FatalError(std::string("poolfree_upto of a block that is not held: ") + tag);
   recorder::note("poolfree " + std::to_string(pool) + " " + tag + " <- " + known->tag);
-  record.pools[pool].top =
-      static_cast<std::size_t>(static_cast<char*>(block) - record.pools[pool].bytes.data());
+  recorder::PoolRegion& region = record.pools.at(static_cast<std::size_t>(pool));
+  region.top = static_cast<std::size_t>(static_cast<char*>(block) - region.bytes.data());
   const auto kept =
       std::remove_if(known, record.held.end(), [pool](const recorder::Block& b) { return b.pool == pool; });
   const auto nreleased = static_cast<int>(record.held.end() - kept);
