@@ -598,6 +598,19 @@ TEST_P(BothReaders, DoNotWarnOfRepeatedPinsWithoutTheCheck) {
   EXPECT_THAT(recorder::warnings(), IsEmpty());
 }
 
+// Freed memory full of ones, which the work array is likely to be made of, says that net 1 has every cell.
+TEST_P(BothReaders, StartTheCheckWithNoCellOnAnyNet) {
+  std::vector<std::vector<int>> blocks(64, std::vector<int>(2002, 1));
+  const std::vector<int> keeps_them_apart_from_what_is_unused(2002, 1);
+  blocks.clear();
+  std::string all;
+  for (int i = 2000; i >= 1; --i) all += std::to_string(i) + " ";
+  const Filled f(reader, "1 2000 1 2000\n" + all + "\n", 1);
+
+  EXPECT_EQ(pins(f.h, 1).front(), 2000);
+  EXPECT_THAT(recorder::warnings(), IsEmpty());
+}
+
 TEST_P(BothReaders, RefuseANumberOfPinsOtherThanAnnounced) {
   EXPECT_EQ(fatal(reader, "1 2 1 3\n1 2\n"),
             "read_hypergraph: Something wrong with the pins from input file 3 2\n");

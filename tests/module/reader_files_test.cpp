@@ -115,24 +115,28 @@ TEST_F(Readers, MakeOfEveryGoodFileWhatItsListingSays) {
   const std::vector<Path> files = files_in("good", ".qhg");
   ASSERT_FALSE(files.empty());
 
-  for (const Path& file : files)
-    for (const Reader& reader : kReaders)
+  for (const Path& file : files) {
+    for (const Reader& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(listing_read_by(reader, file, check), expected(file, ".record", reader.name, check));
       }
+    }
+  }
 }
 
 TEST_F(Readers, RefuseEveryBrokenFileWithItsMessage) {
   const std::vector<Path> files = files_in("broken", ".qhg");
   ASSERT_FALSE(files.empty());
 
-  for (const Path& file : files)
-    for (const Reader& reader : kReaders)
+  for (const Path& file : files) {
+    for (const Reader& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(message_of(reader, file, check), expected(file, ".message", reader.name, check));
       }
+    }
+  }
 }
 
 TEST_F(Readers, HaveAFileForEveryListing) {

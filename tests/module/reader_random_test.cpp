@@ -206,7 +206,7 @@ std::string header(Draw& draw, const Plan& plan) {
 // Takes something out, puts something in, or ends the text early.
 void damage(Draw& draw, std::string& text) {
   const int at = draw.below(static_cast<int>(text.size()) + 1);
-  const std::string scraps = std::string("\0\xff%\n\r\t\v\f -+0x", 14);
+  const std::string scraps = std::string("\0\xff%\n\r\t\v\f -+0x", 13);
   switch (draw.below(3)) {
     case 0:
       text.resize(static_cast<std::size_t>(at));
@@ -286,14 +286,16 @@ TEST_F(ReadersOnAnyInput, AgreeWithAnyByteReplaced) {
       "%a\n1 3 4 8 3 2\n5 1 2\n%\n1\n-4 2\n6 3 1 2 1 3\n2 0 3\n0 4 0\nend\n", "0 2 2 4\n0 1\n1 0\n"};
   const std::string replacements("\0\xff \n%-+07x\r\t", 12);
 
-  for (const std::string& text : texts)
-    for (std::size_t at = 0; at < text.size(); ++at)
+  for (const std::string& text : texts) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
       for (const char replacement : replacements) {
         std::string changed = text;
         changed[at] = replacement;
         for (const Mode& mode : kModes) agreed(mode, changed);
         if (HasFailure()) return;
       }
+    }
+  }
 }
 
 // The texts are neither all good nor all broken, and broken in every way that a short text can be.

@@ -116,8 +116,10 @@ class SlowReader {
     } while (line_[0] == '%');
 
     int numbering = 0;
+    // NOLINTBEGIN(cert-err34-c): whatever it makes of a number is the rule here
     const int count =
         std::sscanf(line_, "%d %d %d %d %d %d", &numbering, &h_.c, &h_.n, &h_.p, &h_.fmt, &weights_per_cell_);
+    // NOLINTEND(cert-err34-c)
     if (count < 4) cannot_read_header();
     if (count == 4) h_.fmt = 0;
     if (count <= 5) weights_per_cell_ = 1;
@@ -322,7 +324,7 @@ class SlowReader {
 
 std::int64_t bytes_requested(const std::string& tag) {
   for (const std::string& request : recorder::requests({"umalloc"}))
-    if (request.ends_with(" " + tag)) return std::atoll(request.c_str() + std::strlen("umalloc "));
+    if (request.ends_with(" " + tag)) return std::stoll(request.substr(std::strlen("umalloc ")));
   throw std::logic_error("never requested: " + tag);
 }
 
