@@ -1060,15 +1060,10 @@ TEST_P(BothReaders, TakeAnErrorOfTheStreamForItsEnd) {
   EXPECT_THAT(cell_weights(Filled(reader, in_weights.get(), 0).h), ElementsAre(7, 1));
 }
 
-// The alarm is for the day when this waits for ever.
 TEST_P(BothReaders, DoNotWaitForALineBehindACommentAfterAnError) {
-  EXPECT_EXIT(
-      {
-        alarm(60);
-        const Stream stream = pipe_of("1 2 2 2\n1 2\n%\n", true);
-        std::_Exit(Filled(reader, stream.get(), 0).h._n);
-      },
-      testing::ExitedWithCode(2), "");
+  const Stream stream = pipe_of("1 2 2 2\n1 2\n%\n", true);
+
+  EXPECT_THAT(net_weights(Filled(reader, stream.get(), 0).h), ElementsAre(1, 0));
 }
 
 // ---- Named files
