@@ -87,8 +87,7 @@ struct Hypergraph {
 ///
 /// @param tag  Stored in `_tag`.
 /// @return     Record with null pointers and zero summaries; `_c`, `_n`, `_p` and `_fmt` are indeterminate
-/// until
-///             the caller sets them. Release it with `destroy_hypergraph`.
+///             until the caller sets them. Release it with `destroy_hypergraph`.
 Hypergraph* create_hypergraph(int tag);
 
 /// Releases a record of `create_hypergraph`, and with it every younger block of pool 0. Pool 1 is left alone.
@@ -99,8 +98,8 @@ int destroy_hypergraph(Hypergraph* h);
 /// Takes the arrays of a record from the pools, uncleared and sized by `_c`, `_n` and `_p`, which must be set
 /// and not negative.
 ///
-/// @param h            Gets `_clst`, `_iprm`, `_iprmi`, `_netmap` and `_nlst` in pool 0, `_cell_list` in
-/// pool 1.
+/// @param h            Gets `_clst`, `_iprm`, `_iprmi`, `_netmap` and `_nlst` in pool 0, `_cell_list` in pool
+///                     1.
 /// @param withNetList  Non-zero: `_net_list` as well (pool 1); zero: null.
 /// @param withFixed    Non-zero: `_fixedAtPart` as well; zero: left as it is.
 /// @param withLabels   Non-zero: `_nlabel` and `_clabel` as well; zero: left as they are.
@@ -111,8 +110,7 @@ void create_hypergraph_data(Hypergraph* h, int withNetList, int withFixed, int w
 void destroy_hypergraph_data(Hypergraph* h);
 
 /// Initialises a record of the caller's (counts and `_fmt` are kept) and takes `_clst`, `_nlst`, `_cell_list`
-/// and
-/// `_net_list` from the heap, uncleared and sized by `_c`, `_n` and `_p`. Release with `free_hypergraph`.
+/// and `_net_list` from the heap, uncleared and sized by `_c`, `_n` and `_p`. Release with `free_hypergraph`.
 void malloc_hypergraph(Hypergraph* h);
 
 /// Gives the four arrays of a heap record back and sets them to null. Nothing else is freed, the record
@@ -127,9 +125,8 @@ void free_hypergraph(Hypergraph* h);
 /// Builds every cell's net list, in increasing net number, from the nets' pins.
 ///
 /// @param h     Needs the nets with their pins and room for `_p` entries in `_net_list`. Nets whose `pins` is
-/// null
-///              are skipped. Also sets `wdeg` of each cell, `_maxcd`, `_mincd` (2000000000 without cells) and
-///              the sentinel cell's `nets`, and sets `_maxwcd` to 0. Pins must lie in 1 .. `_c`.
+///              null are skipped. Also sets `wdeg` of each cell, `_maxcd`, `_mincd` (2000000000 without
+///              cells) and the sentinel cell's `nets`, and sets `_maxwcd` to 0. Pins must lie in 1 .. `_c`.
 /// @param work  Out, `_c` + 1 ints of the caller's: the degree of each cell; entry 0 becomes 0.
 /// @return      0.
 int construct_net_list(Hypergraph* h, int* work);
@@ -137,8 +134,8 @@ int construct_net_list(Hypergraph* h, int* work);
 /// Builds every net's pin list, in increasing cell number, from the cells' net lists.
 ///
 /// @param h     Needs the `nets` and `netsend` of every cell and room for `_p` entries in `_cell_list`. Also
-/// sets
-///              the sentinel net's `pins`; no weight or summary is touched. Nets named must lie in 1 .. `_n`.
+///              sets the sentinel net's `pins`; no weight or summary is touched. Nets named must lie in 1 ..
+///              `_n`.
 /// @param work  Out, `_n` + 1 ints of the caller's: the size of each net; entry 0 becomes 0.
 /// @return      0.
 int construct_cell_list(Hypergraph* h, int* work);
@@ -152,12 +149,10 @@ void SortPins(Hypergraph* h);
 /// @{
 
 /// Recomputes what the cells tell: `wdeg` of each cell, `_maxwcd` (1 at least), `_maxcd`, `_mincd`, `_totcw`,
-/// and
-/// `_fmt`, which becomes 1 when some cell weighs 2 or more and 0 otherwise (the nets' bit is not kept).
+/// and `_fmt`, which becomes 1 when some cell weighs 2 or more and 0 otherwise (the nets' bit is not kept).
 ///
 /// @param h  Needs both sides built. Every cell's `inw` becomes 0, while `_totinw`, `_totnw`, `_virtualnets`
-/// and
-///           the nets stay: verify a record with `CheckListsofHypergraph` before this, not after.
+///           and the nets stay: verify a record with `CheckListsofHypergraph` before this, not after.
 void set_hypergraph_infos(Hypergraph* h);
 
 /// Sets the weight of every net and cell to 1, and `_totcw` to `_c`. Nothing else follows until
@@ -185,22 +180,19 @@ char* HygrInfo(const Hypergraph* h);
 /// that cell's `inw` and to `_totinw`, a net without pins to `_virtualnets`.
 ///
 /// @param h      Overwritten, nothing in it is released before. Gets the net side only, from the heap:
-/// `_clst`,
-///               `_nlst` and `_cell_list` (with room for what the header announces). `_net_list` and the
-///               cells' lists stay null: give it a `_net_list` of `_p` + 2 ints, then call
+///               `_clst`, `_nlst` and `_cell_list` (with room for what the header announces). `_net_list` and
+///               the cells' lists stay null: give it a `_net_list` of `_p` + 2 ints, then call
 ///               `construct_net_list`. Release with `free_hypergraph`.
 /// @param ifp    Stream, left right behind the last line needed.
 /// @param check  Non-zero: warn about a cell named twice on a net (the pin is kept; also drawn by the cell of
-/// a
-///               removed net when the next net names it) and about missing cell weights (they become 1).
+///               a removed net when the next net names it) and about missing cell weights (they become 1).
 /// @return       Number of nets removed.
 /// @par Errors   A header that is incomplete, out of range or with counts that no record can have; a cell
-/// number
-///               outside 1 .. #cells after the numbering; a pinless net of weight 2 or more; a number of pins
-///               other than announced; a line too long; a line of cell weights without its line end. All
-///               fatal.
+///               number outside 1 .. #cells after the numbering; a pinless net of weight 2 or more; a number
+///               of pins other than announced; a line too long; a line of cell weights without its line end.
+///               All fatal.
 /// @par Hangs    When the input ends in a comment line while a net or weight line is still due, this never
-/// returns.
+///               returns.
 /// @par Cost     One pass over the input, everything allocated before the first net.
 int read_hypergraphFromFile(Hypergraph* h, std::FILE* ifp, int check);
 
@@ -216,6 +208,172 @@ int read_hypergraph_with_onepin_netsFromFile(Hypergraph* h, std::FILE* ifp, int 
 ///
 /// @return  1.
 int read_hypergraph_with_onepin_nets(Hypergraph* h, const char* filename, int check);
+
+/// @}
+/// @name Writing the text format
+/// @{
+
+/// Writes a hypergraph in the format that the readers read, and behind the data a block of statistics for
+/// people.
+///
+/// @param h          Needs both sides: cell degrees come from the cells' lists, and a cell without a list
+///                   built counts as degree 1. Its `_fmt` is not asked.
+/// @param ofp        Stream, neither flushed nor closed; whether all arrived is for the caller to ask.
+/// @param numbering  The file's number of the first cell: 0 or 1.
+/// @param fmt        Weights to write: bit 1 = cells, bit 2 = nets.
+/// @return           0.
+/// @par Errors       Another fmt or numbering is fatal, before anything is written.
+int write_hypergraph2File(const Hypergraph* h, std::FILE* ofp, int numbering, int fmt);
+
+/// `write_hypergraph2File` to a named file, which is created or replaced. Lost data are fatal.
+int write_hypergraph(const Hypergraph* h, const char* filename, int numbering, int fmt);
+
+/// @}
+/// @name Net arrays
+/// The nets in compressed rows, as sparse-matrix code has them: the pins of net j (1 .. n) are nadj[xnadj[j]]
+/// .. nadj[xnadj[j + 1] - 1], cell numbers from 1. `xnadj` has n + 2 entries, of which entry 0 is not used;
+/// `nadj` has two entries more than pins. Weights are not part of it.
+/// @{
+
+/// Exports the nets of a hypergraph.
+///
+/// @param xnadj  Out: an array of `_n` + 2 ints, the caller's to give back with `_usfree`.
+/// @param nadj   Out: an array of `_p` + 2 ints, likewise.
+void hypergraph_Fill2Arr(const Hypergraph* h, int** xnadj, int** nadj);
+
+/// Builds a hypergraph from net arrays, both sides, with weights of 1.
+///
+/// @param h         Overwritten but for `_fmt`, nothing in it is released before. The totals are 0: see
+///                  `set_hypergraph_infos`. Of the cells only `w`, `wdeg` and the lists are set. Release with
+///                  `free_hypergraph`.
+/// @param xnadj     Read only, not decreasing; `xnadj[1]` need not be 0.
+/// @param nadj      Read only, cell numbers in 1 .. `ncells`.
+/// @param diagonal  Null, or a mark for each net, entries 1 .. `nnets`: 0 adds cell j to net j, if there is a
+///                  cell j.
+/// @par Errors      More than 2^31 - 1 pins with all of the diagonal are fatal.
+/// @par Memory      Takes `ncells` + 2 ints from the heap and gives them back.
+void hypergraph_LoadFromArr(Hypergraph* h, int nnets, int ncells, const int* xnadj, const int* nadj,
+                            const int* diagonal);
+
+/// Reads net arrays from a file in the text format. Net weights are skipped, cell weights not reached.
+///
+/// A net line that is missing at the end of the file counts as the line before once more, and a last line
+/// without its line end counts. Cell numbers are not compared with the number of cells.
+///
+/// @param ncells  Out, as is `nnets`: the header's.
+/// @param xnadj   Out, as is `nadj`: arrays that are the caller's to give back with `_usfree`.
+/// @par Errors    A header that is incomplete or out of range, a line too long, a number of pins other than
+///                announced.
+/// @par Hangs     When the file ends in a comment line while a net line is still due, this never returns.
+void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** xnadj, int** nadj);
+
+/// @}
+/// @name Formats of other programs
+/// @{
+
+/// Writes the hMETIS format with net and cell weights (code 11), cells numbered from 1.
+///
+/// @return  0.
+int write_hmetis_hypergraph(const Hypergraph* h, const char* filename);
+
+/// Writes the kub format: number of cells, number of nets, a line of weight, size and cells (from 0) for each
+/// net, the cell weights. Closes with fclose: whether all of it arrived is not asked.
+///
+/// @return  0.
+int write_kub_hypergraph(const Hypergraph* h, const char* filename);
+
+/// @}
+/// @name Partition vectors
+/// One part number a cell, in order of the cells, each followed by a blank, 100 on a line. Part numbers are
+/// written as they stand.
+/// @{
+
+/// Writes the `pno` of every cell.
+void write_part_info(const Hypergraph* h, const char* filename);
+
+/// Writes entries 1 .. n of an array.
+void write_partvec(int n, const int* partvec, const char* filename);
+
+/// Reads the `pno` of every cell with `read_array`: any white space between the numbers, and no limit on
+/// them.
+///
+/// @par Memory  Takes `_c` + 1 ints from the heap and gives them back.
+void read_part_info(Hypergraph* h, const char* filename);
+
+/// @}
+/// @name Copies and renumbering
+/// Linear in cells, nets and pins.
+/// @{
+
+/// Makes a duplicate with four heap arrays of its own, in which the lists stand one after another without
+/// gaps.
+///
+/// @param nh  Overwritten, nothing in it is released before. `_maxwcd`, `_maxcd` and `_mincd` become 0, the
+///            optional arrays and `_internets` null, `_tag` 0; `_ninternets` is kept. Its sentinel net has
+///            the end of the pins in `pinsend`, not in `pins`. Release with `free_hypergraph`.
+/// @param h   Read only, both sides built.
+/// @return    0.
+int CopyHypergraph(Hypergraph* nh, const Hypergraph* h);
+
+/// Copies a hypergraph without its nets of fewer than two pins, and with its nets of `maxsize` pins or more
+/// set aside.
+///
+/// Of the m nets with two pins or more, k are kept as nets 1 .. k of the copy. The others follow as nets k +
+/// 1 .. m, beyond the copy's `_n`, in `_nlst` and `_cell_list`; in each cell's region of `_net_list` they
+/// stand behind `netsend`, and `_p` and `_totnw` do not count them. Cells keep their numbers.
+///
+/// @param h         Read only; needs its nets, and the cells' `w`, `inw` and `pno`.
+/// @param nh        Owns `_clst`, `_nlst`, `_cell_list`, `_net_list`, `_clabel` and `_nlabel` of the source's
+///                  sizes. `_nlabel` gets the source number of each net, `_clabel` that of each cell.
+/// @param netorder  Out, source `_n` + 1 ints: entry i is the source number of copy net i, for i = 1 .. m;
+///                  the pruned nets follow. Entry 0 is left alone.
+/// @param celldeg   Out, source `_c` + 1 ints: number of copied nets on each cell, set-aside ones included.
+/// @param cellend   Out, source `_c` + 1 pointers: where the set-aside nets of each cell begin.
+/// @param maxsize   In pins.
+/// @param nmulti    Out: m.
+/// @param mode      2: account for the pruned nets. One-pin nets become pairs in `_internets`, a block of
+///                  pool 0 taken even when there are none, and their weight goes to `inw` of the cell and to
+///                  `_totinw`; the weight of pinless ones moves from `_totnw` to `_virtualnets`. Otherwise
+///                  `_internets` is null. `_ninternets` counts the one-pin nets either way, and `_p` does
+///                  not.
+/// @return          0.
+int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* celldeg, int** cellend,
+                       int maxsize, int* nmulti, int mode);
+
+/// `CopyConsHypergraph` with nets and cells in random order and each net's pins in random order.
+///
+/// The weights of set-aside nets stay in `_totnw`. A pair in `_internets` names the copy's number of the
+/// cell, while the weight goes to the copy's cell that has the source's number.
+///
+/// @param h         The pins of nets with two pins or more change their order.
+/// @param cellperm  Out, source `_c` + 1 ints: the copy's number of each source cell; `_clabel` is its
+///                  inverse.
+/// @param celldeg   Out, by copy cell number, as is `cellend`.
+/// @par Draws       `PermuteInPlace` of the net order, then of the cells, then for each copied net
+///                  `uRandom(r)` for r from its size down to 1.
+int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* cellperm, int* celldeg,
+                           int** cellend, int maxsize, int* nmulti, int mode);
+
+/// Copies a hypergraph in a new order of nets and cells. Pins keep their order within a net.
+///
+/// @param h         Read only; needs its nets, and the cells' `w`, `inw` and `pno`.
+/// @param nh        Owns `_clst`, `_nlst`, `_cell_list` and `_net_list` of the source's sizes. `_maxwcd`
+///                  becomes 0.
+/// @param netperm   Entries 1 .. `_n`: the old number of each new net, each number once.
+/// @param cellperm  Entries 1 .. `_c`: the old number of each new cell, each number once. Serves as work
+///                  array: comes back with the degrees of the new cells. May be the same array as `netperm`.
+/// @return          0.
+/// @par Memory      Takes `_c` + 2 ints from the heap and gives them back.
+int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, int* cellperm);
+
+/// Renumbers a hypergraph with as many cells as nets by part: the cells of part 0 come first, then those of
+/// part 1, in their old order within a part, and net i stays the partner of cell i.
+///
+/// @param k     Number of parts; every `pno` lies in 0 .. k - 1.
+/// @param nh    As for `PermuteHypergraph`.
+/// @par Errors  Different numbers of cells and nets are fatal.
+/// @par Memory  Takes k + 2 `_c` + 4 ints from the heap and gives them back.
+void SymmetricPermute(const Hypergraph* h, int k, Hypergraph* nh);
 
 /// @}
 /// @name Statistics
@@ -261,8 +419,7 @@ void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 /// @param verbose  Non-zero: print what is examined and why the answer is no.
 /// @return         1 for symmetric, 0 for not.
 /// @par Errors     Lists of equal length that differ are fatal, after both are printed; so is a number that
-/// net i
-///                 lists twice.
+///                 net i lists twice.
 int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
 
 /// @}

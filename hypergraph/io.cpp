@@ -24,6 +24,10 @@ struct LineBuffer {
 
 struct Header {
   int shift;  // what turns the file's cell numbers into ours
+  int ncells;
+  int nnets;
+  int npins;
+  int fmt;
   int weights_per_cell;
 };
 
@@ -71,6 +75,11 @@ bool scan_int(const char*& at, int& value) {
   return true;
 }
 
+// A count for a message that has room for 32 bits.
+int as_int(std::int64_t count) {
+  return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
+}
+
 bool at_end(std::FILE* stream) { return std::feof(stream) != 0 || std::ferror(stream) != 0; }
 
 // Fetches the next line that is not a comment. Only the first byte of the buffer is looked at, not whether a
@@ -92,6 +101,24 @@ int scan_header(const char* text, int (&numbers)[6]) {
   return count;
 }
 
+// Nothing is in the buffer yet, so that here the end of the input has to be seen.
+Header read_header(const LineBuffer& line) {
+  const char* read = nullptr;
+  do {
+    read = std::fgets(line.text, line.size, line.stream);
+  } while (read != nullptr && line.text[0] == '%');
+
+  int numbers[6] = {};
+  const int count = read == nullptr ? 0 : scan_header(line.text, numbers);
+  if (count < 4) errexit("read_hypergraph : cannot read numbering, #cells, #nets, #pins.");
+
+  const int fmt = count > 4 ? numbers[4] : 0;
+  if (fmt < 0 || fmt > 3) errexit("read_hypergraph : invalid fmt parameter [%d]", fmt);
+  if (numbers[0] < 0 || numbers[0] > 1)
+    errexit("read_hypergraph : invalid numbering parameter [%d]", numbers[0]);
+  return {1 - numbers[0], numbers[1], numbers[2], numbers[3], fmt, count > 5 ? numbers[5] : 1};
+}
+
 // The sentinel's number, one above the count, has to be an int as well.
 void check_count(int count, int largest, const char* what) {
   if (count < 0) errexit("read_hypergraph : negative number of %s [%d]", what, count);
@@ -99,41 +126,25 @@ void check_count(int count, int largest, const char* what) {
     errexit("read_hypergraph : too many %s [%d], at most %d are possible", what, count, largest);
 }
 
-// Nothing is in the buffer yet, so that here the end of the input has to be seen.
-Header read_header(Hypergraph* h, const LineBuffer& line) {
-  const char* read = nullptr;
-  do {
-    read = std::fgets(line.text, line.size, line.stream);
-  } while (read != nullptr && line.text[0] == '%');
-
-  int numbers[6] = {0, 0, 0, 0, 0, 1};
-  const int count = read == nullptr ? 0 : scan_header(line.text, numbers);
-  if (count < 4) errexit("read_hypergraph : cannot read numbering, #cells, #nets, #pins.");
-
-  h->_c = numbers[1];
-  h->_n = numbers[2];
-  h->_p = numbers[3];
-  h->_fmt = count > 4 ? numbers[4] : 0;
-  if (h->_fmt < 0 || h->_fmt > 3) errexit("read_hypergraph : invalid fmt parameter [%d]", h->_fmt);
-  if (numbers[0] < 0 || numbers[0] > 1)
-    errexit("read_hypergraph : invalid numbering parameter [%d]", numbers[0]);
-
+void take_header(Hypergraph* h, const Header& header) {
   constexpr int kLargest = std::numeric_limits<int>::max();
-  check_count(h->_c, kLargest - 2, "cells");
-  check_count(h->_n, kLargest - 2, "nets");
-  check_count(h->_p, kLargest, "pins");
-  return {1 - numbers[0], count > 5 ? numbers[5] : 1};
+  check_count(header.ncells, kLargest - 2, "cells");
+  check_count(header.nnets, kLargest - 2, "nets");
+  check_count(header.npins, kLargest, "pins");
+  h->_c = header.ncells;
+  h->_n = header.nnets;
+  h->_p = header.npins;
+  h->_fmt = header.fmt;
 }
 
 std::uint64_t bytes_with_spares(int count, std::uint64_t each) {
   return (static_cast<std::uint64_t>(count) + 2) * each;
 }
 
-void grow_line_buffer(LineBuffer& line, int npins) {
+void grow_line_buffer(LineBuffer& line, int npins, const char* tag) {
   if (npins <= kLineSize) return;
   line.size = npins;
-  line.text =
-      static_cast<char*>(urealloc(line.text, static_cast<std::uint64_t>(npins), "read_hypergraph: line"));
+  line.text = static_cast<char*>(urealloc(line.text, static_cast<std::uint64_t>(npins), tag));
 }
 
 void allocate_net_side(Hypergraph* h) {
@@ -288,10 +299,11 @@ void read_cell_weights(Hypergraph* h, const LineBuffer& line, const Header& head
 int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) {
   *h = Hypergraph{};
   LineBuffer line{ifp, static_cast<char*>(umalloc(kLineSize, "read_hypergraph : line")), kLineSize};
-  const Header header = read_header(h, line);
-  if (small_nets == SmallNets::kFold) grow_line_buffer(line, h->_p);
+  const Header header = read_header(line);
+  take_header(h, header);
+  if (small_nets == SmallNets::kFold) grow_line_buffer(line, h->_p, "read_hypergraph: line");
   allocate_net_side(h);
-  if (small_nets == SmallNets::kKeep) grow_line_buffer(line, h->_p);
+  if (small_nets == SmallNets::kKeep) grow_line_buffer(line, h->_p, "read_hypergraph: line");
   int* const work = check != 0 ? allocate_work(h->_c) : nullptr;
   init_cells(h);
 
@@ -299,7 +311,7 @@ int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) 
   _usfree(work);
   if (nets.npins != h->_p)
     errexit("read_hypergraph: Something wrong with the pins from input file %d %d\n", h->_p,
-            static_cast<int>(std::min<std::int64_t>(nets.npins, std::numeric_limits<int>::max())));
+            as_int(nets.npins));
   h->_p -= nets.nremoved_pins;
   close_nets(h, nets);
 
@@ -316,6 +328,96 @@ int read_named(Hypergraph* h, const char* filename, int check, SmallNets small_n
   const int nremoved = read_stream(h, ifp, check, small_nets);
   ufclose(ifp);
   return nremoved;
+}
+
+// Net arrays while they are read. A file may have more pins than announced: they are counted and not stored.
+struct NetArrays {
+  int* xnadj;
+  int* nadj;
+  std::int64_t room;  // entries of nadj
+  std::int64_t npins = 0;
+};
+
+NetArrays allocate_net_arrays(const Header& header) {
+  const std::int64_t nnets = std::max(header.nnets, 0);
+  const std::int64_t room = std::int64_t{std::max(header.npins, 0)} + 2;
+  int* const xnadj = imalloc(nnets + 2, "read_hypergraph_netar: xnadj");
+  return {xnadj, imalloc(room, "read_hypergraph_netar: nadj"), room};
+}
+
+// Appends the cell numbers of a net line, and behind them the value of the attempt that found none.
+void append_pins(NetArrays& arrays, const char* at, int shift) {
+  for (bool found = true; found; arrays.npins += found ? 1 : 0) {
+    int id = 0;
+    found = scan_int(at, id);
+    add_wrapping(id, shift);
+    if (arrays.npins < arrays.room) arrays.nadj[arrays.npins] = id;
+  }
+}
+
+// Whether a line was read is not asked: at the end of the input, a missing net line is the line before once
+// more.
+void read_net_arrays(NetArrays& arrays, const LineBuffer& line, const Header& header) {
+  for (std::int64_t j = 1; j <= header.nnets; ++j) {
+    next_line(line);
+    if (too_long(line, std::strlen(line.text)))
+      errexit("read_hypergraph_netar: Buffer for fgets not big enough.");
+    arrays.xnadj[j] = as_int(arrays.npins);
+    const char* at = line.text;
+    int ignored_weight = 0;
+    if ((header.fmt & kNetWeights) != 0) scan_int(at, ignored_weight);
+    append_pins(arrays, at, header.shift);
+  }
+}
+
+// Smallest and largest of the sizes or degrees seen.
+struct Range {
+  int min = kNoMinimum;
+  int max = -1;
+
+  void take(int value) {
+    min = std::min(min, value);
+    max = std::max(max, value);
+  }
+};
+
+Range write_nets(const Hypergraph* h, std::FILE* ofp, int shift, int fmt) {
+  Range sizes;
+  for (int j = 1; j <= h->_n; ++j) {
+    const Net& net = h->_nlst[j];
+    std::fputc('\n', ofp);
+    if ((fmt & kNetWeights) != 0) std::fprintf(ofp, "%d ", net.w);
+    for (const int i : pins_of(net)) std::fprintf(ofp, "%d ", i - shift);
+    sizes.take(net_size(net));
+  }
+  return sizes;
+}
+
+// Writes the value of cell i, and ends the line behind every hundredth.
+void write_on_line_of_100(std::FILE* ofp, int i, int value) {
+  std::fprintf(ofp, "%d ", value);
+  if (i % 100 == 0) std::fputc('\n', ofp);
+}
+
+void write_cell_weights(const Hypergraph* h, std::FILE* ofp) {
+  std::fprintf(ofp, "\n%% ------ Cell weights -------\n");
+  for (int i = 1; i <= h->_c; ++i) write_on_line_of_100(ofp, i, h->_clst[i].w);
+}
+
+// Averages over no cells or no nets are what the division by zero gives.
+void write_statistics(const Hypergraph* h, std::FILE* ofp, const Range& sizes) {
+  Range degrees;
+  for (int i = 1; i <= h->_c; ++i) degrees.take(degree(h->_clst[i]));
+  std::fprintf(ofp, "\n%% ------ Hypergraph info -------");
+  std::fprintf(ofp, "\n #Cells           : %7d", h->_c);
+  std::fprintf(ofp, "\n #Nets            : %7d", h->_n);
+  std::fprintf(ofp, "\n #Pins            : %7d", h->_p);
+  std::fprintf(ofp, "\n Min. Cells Deg.  : %7d", degrees.min);
+  std::fprintf(ofp, "\n Max. Cells Deg.  : %7d", degrees.max);
+  std::fprintf(ofp, "\n Avg. Cells Deg.  : %7.3lf", static_cast<double>(h->_p) / h->_c);
+  std::fprintf(ofp, "\n Min. Nets Size   : %7d", sizes.min);
+  std::fprintf(ofp, "\n Max. Nets Size   : %7d", sizes.max);
+  std::fprintf(ofp, "\n Avg. Nets Size   : %7.3lf", static_cast<double>(h->_p) / h->_n);
 }
 
 }  // namespace
@@ -335,6 +437,130 @@ int read_hypergraph_with_onepin_netsFromFile(Hypergraph* h, std::FILE* ifp, int 
 int read_hypergraph_with_onepin_nets(Hypergraph* h, const char* filename, int check) {
   read_named(h, filename, check, SmallNets::kKeep);
   return 1;
+}
+
+int write_hypergraph2File(const Hypergraph* h, std::FILE* ofp, int numbering, int fmt) {
+  if (fmt < 0 || fmt > 3) errexit("write_hypergraph : invalid fmt parameter [%d]", fmt);
+  if (numbering < 0 || numbering > 1)
+    errexit("write_hypergraph : invalid numbering parameter [%d]", numbering);
+
+  std::fprintf(ofp, "%% This file is created by Quillon v1.1");
+  std::fprintf(ofp, "\n%% Quillon, a hypergraph partitioning library, by the Quillon authors\n%%\n");
+  std::fprintf(ofp, "%d %d %d %d %d", numbering, h->_c, h->_n, h->_p, fmt);
+  const Range sizes = write_nets(h, ofp, 1 - numbering, fmt);
+  if ((fmt & kCellWeights) != 0) write_cell_weights(h, ofp);
+  write_statistics(h, ofp, sizes);
+  return 0;
+}
+
+int write_hypergraph(const Hypergraph* h, const char* filename, int numbering, int fmt) {
+  std::FILE* const ofp = ufopen(filename, "w", "write_hypergraph");
+  write_hypergraph2File(h, ofp, numbering, fmt);
+  ufclose(ofp);
+  return 0;
+}
+
+void hypergraph_Fill2Arr(const Hypergraph* h, int** xnadj, int** nadj) {
+  int* const starts = *xnadj = imalloc(std::int64_t{h->_n} + 2, "hypergraph_Fill2Arr: xnadj");
+  int* const pins = *nadj = imalloc(std::int64_t{h->_p} + 2, "read_hypergraph_netar: nadj");
+  int* cursor = pins;
+  for (int j = 1; j <= h->_n; ++j) {
+    starts[j] = static_cast<int>(cursor - pins);
+    const std::span<const int> list = pins_of(h->_nlst[j]);
+    cursor = std::copy(list.begin(), list.end(), cursor);
+  }
+  starts[std::max(h->_n, 0) + 1] = static_cast<int>(cursor - pins);
+}
+
+void hypergraph_LoadFromArr(Hypergraph* h, int nnets, int ncells, const int* xnadj, const int* nadj,
+                            const int* diagonal) {
+  const std::int64_t most_pins = std::int64_t{xnadj[nnets + 1]} + (diagonal != nullptr ? ncells : 0);
+  if (most_pins > std::numeric_limits<int>::max())
+    errexit("hypergraph_LoadFromArr: %d pins and a diagonal of %d are too many", xnadj[nnets + 1], ncells);
+  h->_c = ncells;
+  h->_n = nnets;
+  h->_p = static_cast<int>(most_pins);
+  malloc_hypergraph(h);
+
+  int* cursor = h->_cell_list;
+  for (int j = 1; j <= nnets; ++j) {
+    Net& net = h->_nlst[j];
+    net.pins = cursor;
+    if (xnadj[j] < xnadj[j + 1]) cursor = std::copy(nadj + xnadj[j], nadj + xnadj[j + 1], cursor);
+    if (diagonal != nullptr && j <= ncells && diagonal[j] == 0) *cursor++ = j;
+    net.pinsend = cursor - 1;
+    net.w = 1;
+  }
+  h->_nlst[nnets + 1].pins = cursor;
+  h->_p = static_cast<int>(cursor - h->_cell_list);
+  for (int i = 1; i <= ncells; ++i) h->_clst[i].w = 1;
+
+  int* const work = imalloc(std::int64_t{ncells} + 2, "hypergraph_LoadFromArr: work");
+  construct_net_list(h, work);
+  _usfree(work);
+}
+
+void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** xnadj, int** nadj) {
+  LineBuffer line{nullptr, static_cast<char*>(umalloc(kLineSize, "read_hypergraph_netar : line")), kLineSize};
+  line.stream = ufopen(filename, "r", "read_hypergraph_netar");
+  const Header header = read_header(line);
+  *ncells = header.ncells;
+  *nnets = header.nnets;
+  grow_line_buffer(line, header.npins, "read_hypergraph_netar: line");
+
+  NetArrays arrays = allocate_net_arrays(header);
+  *xnadj = arrays.xnadj;
+  *nadj = arrays.nadj;
+  read_net_arrays(arrays, line, header);
+  if (arrays.npins != header.npins)
+    errexit("read_hypergraph_netar: Something wrong with the pins from input file %d %d\n", header.npins,
+            as_int(arrays.npins));
+  arrays.xnadj[std::int64_t{std::max(header.nnets, 0)} + 1] = header.npins;
+  _usfree(line.text);
+  ufclose(line.stream);
+}
+
+int write_hmetis_hypergraph(const Hypergraph* h, const char* filename) {
+  std::FILE* const ofp = ufopen(filename, "w", "write_hmetis_hypergraph");
+  std::fprintf(ofp, "%d %d 11", h->_n, h->_c);
+  for (int j = 1; j <= h->_n; ++j) {
+    std::fprintf(ofp, "\n%d ", h->_nlst[j].w);
+    for (const int i : pins_of(h->_nlst[j])) std::fprintf(ofp, "%d ", i);
+  }
+  for (int i = 1; i <= h->_c; ++i) std::fprintf(ofp, "\n%d ", h->_clst[i].w);
+  ufclose(ofp);
+  return 0;
+}
+
+int write_kub_hypergraph(const Hypergraph* h, const char* filename) {
+  std::FILE* const ofp = ufopen(filename, "w", "write_kub_hypergraph");
+  std::fprintf(ofp, "%d\n%d", h->_c, h->_n);
+  for (int j = 1; j <= h->_n; ++j) {
+    std::fprintf(ofp, "\n%d %d", h->_nlst[j].w, net_size(h->_nlst[j]));
+    for (const int i : pins_of(h->_nlst[j])) std::fprintf(ofp, " %d", i - 1);
+  }
+  for (int i = 1; i <= h->_c; ++i) std::fprintf(ofp, "\n%d", h->_clst[i].w);
+  std::fclose(ofp);
+  return 0;
+}
+
+void write_part_info(const Hypergraph* h, const char* filename) {
+  std::FILE* const ofp = ufopen(filename, "w", "write_part_info: ofp");
+  for (int i = 1; i <= h->_c; ++i) write_on_line_of_100(ofp, i, h->_clst[i].pno);
+  ufclose(ofp);
+}
+
+void write_partvec(int n, const int* partvec, const char* filename) {
+  std::FILE* const ofp = ufopen(filename, "w", "write_part_info: ofp");
+  for (int i = 1; i <= n; ++i) write_on_line_of_100(ofp, i, partvec[i]);
+  ufclose(ofp);
+}
+
+void read_part_info(Hypergraph* h, const char* filename) {
+  int* const parts = imalloc(std::int64_t{h->_c} + 1, "read_part_info: ta");
+  read_array(filename, parts, h->_c, 1);
+  for (int i = 1; i <= h->_c; ++i) h->_clst[i].pno = parts[i];
+  _usfree(parts);
 }
 
 }  // namespace quillon

@@ -15,6 +15,8 @@ inline constexpr int kUsage = 2;
 void add_stats(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
 void add_dump(CLI::App& app, int& status);
+void add_prune(CLI::App& app, int& status);
+void add_reorder(CLI::App& app, int& status);
 
 /// What every command that reads hypergraphs offers.
 inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {

@@ -35,6 +35,8 @@ int run(int argc, char** argv) {
   add_stats(app, status);
   add_check(app, status);
   add_dump(app, status);
+  add_prune(app, status);
+  add_reorder(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -101,6 +101,8 @@ std::vector<std::string> held() {
   return tags;
 }
 
+void forget_files() { record.files.clear(); }
+
 void script_random(const std::vector<int>& draws) { record.draws.assign(draws.begin(), draws.end()); }
 
 void script_permutations(const std::vector<std::vector<int>>& permutations) {

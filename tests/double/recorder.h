@@ -34,6 +34,9 @@ std::string printed();
 /// Tags of the heap and pool blocks not given back, oldest first.
 std::vector<std::string> held();
 
+/// Forgets the files that are open, for code that closes them without telling.
+void forget_files();
+
 /// What `uRandom` gives from now on, in order; when used up, or without a script, m - 1.
 void script_random(const std::vector<int>& draws);
 

@@ -1,0 +1,548 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "hypergraph/hypergraph.h"
+#include "tests/double/recorder.h"
+#include "tests/support/destination.h"
+#include "tests/support/records.h"
+
+namespace quillon {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::Ge;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+struct Recorded : testing::Test {
+  Recorded() { recorder::reset(); }
+  ~Recorded() override { recorder::reset(); }
+};
+
+using PruningCopy = Recorded;
+
+constexpr int kAccount = 2;  // the mode that accounts for pruned nets
+constexpr int kMost = std::numeric_limits<int>::max();
+constexpr int kLeast = std::numeric_limits<int>::min();
+const std::string kSound = "(no fatal error)";
+const std::vector<int> kOtherModes = {kLeast, -2, -1, 0, 1, 3, kMost};
+
+// Sizes 1, 2, 0, 3, 2, 1. The first pass makes the order 1 .. 6 into
+//   6 2 3 4 5 1,  5 2 3 4 6 1,  5 2 4 3 6 1
+// and finds three nets of two pins or more; with maxsize 3 the second finds the third of them big.
+Record small_record() {
+  Record r({.ncells = 4,
+            .pins = {{1}, {1, 2}, {}, {4, 2, 1}, {3, 1}, {4}},
+            .net_weights = {10, 20, 30, 40, 50, 60},
+            .cell_weights = {5, 6, 7, 8},
+            .parts = {1, 0, 3, 2}});
+  for (int i = 1; i <= 4; ++i) r.h._clst[i].inw = 1000 * i;
+  r.h._totinw = 10000;
+  r.h._virtualnets = 700;
+  r.h._fmt = 3;
+  return r;
+}
+
+// A pruning copy of a record and what it went into.
+struct Pruned {
+  Pruned(const Record& source, int maxsize, int mode = kAccount)
+      : d(source.h), result(prune(source.h, d, maxsize, mode)) {}
+
+  Destination d;
+  int result;
+  const Hypergraph& h = d.h;
+};
+
+TEST_F(PruningCopy, OrdersKeptNetsThenSetAsideOnesThenPrunedOnes) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_EQ(copy.result, 0);
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 5, 2, 4, 3, 6, 1));
+  EXPECT_EQ(copy.d.nmulti, 3);
+  EXPECT_EQ(copy.h._n, 2);
+}
+
+TEST_F(PruningCopy, LabelsNetsAndCellsWithTheirSourceNumbers) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(copy.d.nlabel, ElementsAre(kMarker, 5, 2, 4, 3, 6, 1));
+  EXPECT_THAT(copy.d.clabel, ElementsAre(kMarker, 1, 2, 3, 4));
+}
+
+TEST_F(PruningCopy, CopiesPinsOfKeptAndSetAsideNetsInARow) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(copy.d.cell_list, ElementsAre(3, 1, 1, 2, 4, 2, 1, kMarker, kMarker, kMarker, kMarker));
+  EXPECT_THAT(pins_of_nets(copy.d, 1, 3),
+              ElementsAre(ElementsAre(3, 1), ElementsAre(1, 2), ElementsAre(4, 2, 1)));
+  EXPECT_EQ(copy.h._nlst[1].pins, copy.h._cell_list);
+  EXPECT_EQ(copy.h._nlst[3].pins, copy.h._cell_list + 4);
+  EXPECT_THAT(std::vector<int>({copy.h._nlst[1].w, copy.h._nlst[2].w, copy.h._nlst[3].w}),
+              ElementsAre(50, 20, 40));
+}
+
+TEST_F(PruningCopy, TheSentinelNetFollowsTheSetAsideOnes) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_EQ(copy.h._nlst[4].pins, copy.h._cell_list + 7);
+  EXPECT_EQ(copy.h._nlst[4].pinsend, nullptr);
+  EXPECT_EQ(copy.h._nlst[4].w, kMarker);
+  EXPECT_EQ(copy.h._nlst[5].pins, nullptr);
+  EXPECT_EQ(copy.h._nlst[0].w, kMarker);
+}
+
+TEST_F(PruningCopy, CountsTheCopiedNetsOfEachCell) {
+  const Record r = small_record();
+  EXPECT_THAT(Pruned(r, 3).d.celldeg, ElementsAre(0, 3, 2, 1, 1));
+}
+
+TEST_F(PruningCopy, GivesEachCellARegionForItsCopiedNets) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+  const std::vector<Cell>& cells = copy.d.cells;
+
+  EXPECT_THAT(copy.d.net_list, ElementsAre(1, 2, 3, 2, 3, 1, 3, kMarker, kMarker, kMarker, kMarker));
+  EXPECT_EQ(cells[1].nets, copy.h._net_list);
+  EXPECT_EQ(cells[2].nets, copy.h._net_list + 3);
+  EXPECT_EQ(cells[3].nets, copy.h._net_list + 5);
+  EXPECT_EQ(cells[4].nets, copy.h._net_list + 6);
+  EXPECT_EQ(cells[5].nets, copy.h._net_list + 7);
+  EXPECT_EQ(cells[5].netsend, nullptr);
+}
+
+TEST_F(PruningCopy, ACellsListHoldsItsKeptNetsAndCellendIsBehindThem) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(nets_of_cells(copy.h),
+              ElementsAre(ElementsAre(1, 2), ElementsAre(2), ElementsAre(1), IsEmpty()));
+  EXPECT_THAT(copy.d.cellend, ElementsAre(Destination::elsewhere, copy.h._net_list + 2, copy.h._net_list + 4,
+                                          copy.h._net_list + 6, copy.h._net_list + 6));
+  for (std::size_t i = 1; i <= 4; ++i) EXPECT_EQ(copy.d.cells[i].netsend, copy.d.cellend[i] - 1) << i;
+}
+
+TEST_F(PruningCopy, SetAsideNetsStandBehindTheListFromTheEndOfTheRegion) {
+  // Of maxsize 3 are all but the second; the last two change places with those found before them.
+  const Record r({.ncells = 3, .pins = {{1, 2, 3}, {1, 2}, {3, 2, 1}, {1, 3, 2, 1}}});
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 3, 4, 1));
+  EXPECT_THAT(nets_of_cells(copy.h), ElementsAre(ElementsAre(1), ElementsAre(1), IsEmpty()));
+  EXPECT_THAT(set_aside_of_cells(copy.d),
+              ElementsAre(ElementsAre(4, 3, 3, 2), ElementsAre(4, 3, 2), ElementsAre(4, 3, 2)));
+}
+
+TEST_F(PruningCopy, CopiesWeightsAndPartsOfTheCells) {
+  const Record r = small_record();
+  const Pruned copy(r, 3, 0);
+
+  EXPECT_THAT(of_cells(copy.h, &Cell::w), ElementsAre(5, 6, 7, 8));
+  EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(1000, 2000, 3000, 4000));
+  EXPECT_THAT(of_cells(copy.h, &Cell::pno), ElementsAre(1, 0, 3, 2));
+  EXPECT_EQ(copy.d.cells[0].w, kMarker);
+  EXPECT_EQ(copy.d.cells[5].w, kMarker);
+}
+
+TEST_F(PruningCopy, DegreesAndTheirExtremesAreOfKeptNetsOnly) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(70, 20, 50, 0));
+  EXPECT_EQ(copy.h._maxwcd, 70);
+  EXPECT_EQ(copy.h._maxcd, 2);
+  EXPECT_EQ(copy.h._mincd, 0);
+}
+
+TEST_F(PruningCopy, TheSmallestDegreeMayBeAboveZero) {
+  const Record r({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {3, 4}});
+  const Pruned copy(r, 3);
+
+  EXPECT_EQ(copy.h._mincd, 2);
+  EXPECT_EQ(copy.h._maxcd, 2);
+  EXPECT_EQ(copy.h._maxwcd, 7);
+}
+
+TEST_F(PruningCopy, OfNegativeWeightsTheLargestWeightedDegreeIsZero) {
+  const Record r({.ncells = 2, .pins = {{1, 2}}, .net_weights = {-3}});
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(-3, -3));
+  EXPECT_EQ(copy.h._maxwcd, 0);
+}
+
+TEST_F(PruningCopy, AccountsForThePrunedNetsInMode2) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  // In the order in which they stand behind the copied nets: 3 has no pin, then come 6 and 1.
+  EXPECT_EQ(copy.h._ninternets, 2);
+  EXPECT_THAT(internets(copy.h), ElementsAre(ElementsAre(6, 4), ElementsAre(1, 1)));
+  EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(1010, 2000, 3000, 4060));
+  EXPECT_EQ(copy.h._totinw, 10070);
+  EXPECT_EQ(copy.h._virtualnets, 730);
+  EXPECT_EQ(copy.h._totnw, 140);  // of 210, without 40 set aside and 30 of the net without pins
+  EXPECT_EQ(copy.h._p, 4);        // of 9, without three set aside and two of nets of one pin
+}
+
+TEST_F(PruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
+  const Record r = small_record();
+  for (const int mode : kOtherModes) {
+    SCOPED_TRACE(testing::Message() << "mode " << mode);
+    Destination d(r.h);
+    InternalNet old = {1, 1};
+    d.h._internets = &old;
+    prune(r.h, d, 3, mode);
+
+    EXPECT_EQ(d.h._ninternets, 2);
+    EXPECT_EQ(d.h._internets, nullptr);
+    EXPECT_THAT(of_cells(d.h, &Cell::inw), ElementsAre(1000, 2000, 3000, 4000));
+    EXPECT_EQ(d.h._totinw, 10000);
+    EXPECT_EQ(d.h._virtualnets, 700);
+    EXPECT_EQ(d.h._totnw, 170);
+    EXPECT_EQ(d.h._p, 4);
+    EXPECT_THAT(d.netorder, ElementsAre(kMarker, 5, 2, 4, 3, 6, 1));
+  }
+}
+
+TEST_F(PruningCopy, TakesNothingButThePairsFromPoolZero) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(recorder::requests(), ElementsAre("poolalloc 0 16 CopyConsHypergraph: nh->_internets"));
+}
+
+TEST_F(PruningCopy, TakesABlockForPairsAlsoWhenThereAreNone) {
+  const Record r({.ncells = 2, .pins = {{1, 2}, {}}});
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(recorder::requests(), ElementsAre("poolalloc 0 0 CopyConsHypergraph: nh->_internets"));
+  EXPECT_NE(copy.h._internets, nullptr);
+  EXPECT_EQ(copy.h._ninternets, 0);
+}
+
+TEST_F(PruningCopy, TakesNothingAtAllInAnyOtherMode) {
+  const Record r = small_record();
+  for (const int mode : kOtherModes) Pruned(r, 3, mode);
+
+  EXPECT_THAT(recorder::requests(), IsEmpty());
+}
+
+TEST_F(PruningCopy, EndsTheProgramWhenThereIsNoRoomForThePairs) {
+  const Record r = small_record();
+  Destination d(r.h);
+  recorder::fail_allocation(1);
+
+  EXPECT_EQ(recorder::fatal_text([&] { prune(r.h, d, 3, kAccount); }), "CopyConsHypergraph: nh->_internets");
+}
+
+TEST_F(PruningCopy, CopiesCountsTotalsAndFormat) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+
+  EXPECT_EQ(copy.h._c, 4);
+  EXPECT_EQ(copy.h._totcw, 26);
+  EXPECT_EQ(copy.h._fmt, 3);
+}
+
+TEST_F(PruningCopy, LeavesEverythingElseOfTheDestinationAsItWas) {
+  Record r = small_record();
+  r.h._tag = 12;
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(left_elsewhere(copy.h), ElementsAre(0, 1, 2, 3, 4, 5));
+  EXPECT_EQ(copy.h._tag, kMarker);
+  EXPECT_EQ(copy.h._clst, copy.d.cells.data());
+  EXPECT_EQ(copy.h._nlst, copy.d.nets.data());
+  EXPECT_EQ(copy.h._clabel, copy.d.clabel.data());
+  EXPECT_EQ(copy.h._nlabel, copy.d.nlabel.data());
+}
+
+TEST_F(PruningCopy, DoesNotChangeTheSource) {
+  const Record r = small_record();
+  const Record same = small_record();
+  const std::vector<int> before = counts_of(r.h);
+  const Pruned copy(r, 3);
+
+  EXPECT_EQ(counts_of(r.h), before);
+  EXPECT_EQ(r.cell_list, same.cell_list);
+  EXPECT_EQ(r.net_list, same.net_list);
+  EXPECT_EQ(of_cells(r.h, &Cell::inw), of_cells(same.h, &Cell::inw));
+  EXPECT_EQ(of_nets(r.h, &Net::w), of_nets(same.h, &Net::w));
+}
+
+TEST_F(PruningCopy, NeedsNoCellSideInTheSource) {
+  const Record both(small_record());
+  Record r = small_record();
+  for (Cell& cell : r.cells) cell.nets = cell.netsend = nullptr;
+
+  EXPECT_EQ(Pruned(r, 3).d.net_list, Pruned(both, 3).d.net_list);
+}
+
+TEST_F(PruningCopy, APrunedNetTakesThePlaceOfTheLastUndecidedOne) {
+  // Sizes 1, 3, 0: net 1 goes to the end, net 3 before it, net 2 stays.
+  const Record r({.ncells = 3, .pins = {{3}, {1, 2, 3}, {}}});
+  const Pruned copy(r, 4);
+
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 3, 1));
+  EXPECT_THAT(copy.d.nlabel, ElementsAre(kMarker, 2, 3, 1));
+  EXPECT_EQ(copy.d.nmulti, 1);
+  EXPECT_EQ(copy.h._n, 1);
+  EXPECT_EQ(copy.h._ninternets, 1);
+}
+
+TEST_F(PruningCopy, ANetSetAsideTakesThePlaceOfTheLastUndecidedOne) {
+  const Record r({.ncells = 3, .pins = {{1, 2, 3}, {1, 2}, {2, 3}, {3, 1}}});
+
+  EXPECT_THAT(Pruned(r, 3).d.netorder, ElementsAre(kMarker, 4, 2, 3, 1));
+}
+
+TEST_F(PruningCopy, KeepsNetsOfTwoPinsUpToOneLessThanMaxsize) {
+  const Record r({.ncells = 5, .pins = {{1}, {1, 2}, {1, 2, 3}, {1, 2, 3, 4}, {1, 2, 3, 4, 5}}});
+  const std::vector<int> kept = {0, 0, 0, 1, 2, 3, 4, 4};  // by maxsize
+  for (int maxsize = 0; maxsize < 8; ++maxsize) {
+    const Pruned copy(r, maxsize);
+    EXPECT_EQ(copy.h._n, kept[static_cast<std::size_t>(maxsize)]) << maxsize;
+    EXPECT_EQ(copy.d.nmulti, 4) << maxsize;
+  }
+}
+
+TEST_F(PruningCopy, OfMaxsize2OrLessSetsEveryNetAside) {
+  const Record r = small_record();
+  for (const int maxsize : {2, 1, 0, -1, kLeast}) {
+    SCOPED_TRACE(testing::Message() << "maxsize " << maxsize);
+    const Pruned copy(r, maxsize);
+
+    // Position 1 is big three times: 5 goes to 3, then 4 to 2, then 2 stays.
+    EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 4, 5, 3, 6, 1));
+    EXPECT_EQ(copy.d.nmulti, 3);
+    EXPECT_EQ(copy.h._n, 0);
+    EXPECT_EQ(copy.h._p, 0);
+    EXPECT_EQ(copy.h._totnw, 70);  // the two nets of one pin
+    EXPECT_THAT(nets_of_cells(copy.h), Each(IsEmpty()));
+    EXPECT_THAT(set_aside_of_cells(copy.d),
+                ElementsAre(ElementsAre(3, 2, 1), ElementsAre(2, 1), ElementsAre(3), ElementsAre(2)));
+    EXPECT_THAT(std::vector<int>({copy.h._maxwcd, copy.h._maxcd, copy.h._mincd}), Each(0));
+  }
+}
+
+TEST_F(PruningCopy, OfAMaxsizeAboveEveryNetSetsNoneAside) {
+  const Record r = small_record();
+  for (const int maxsize : {4, kMost}) {
+    const Pruned copy(r, maxsize);
+
+    EXPECT_EQ(copy.h._n, 3);
+    EXPECT_EQ(copy.d.nmulti, 3);
+    EXPECT_EQ(copy.h._p, 7);
+    EXPECT_EQ(copy.h._totnw, 180);
+    EXPECT_EQ(copy.h._mincd, 1);
+    EXPECT_EQ(copy.h._maxwcd, 110);
+    EXPECT_THAT(set_aside_of_cells(copy.d), Each(IsEmpty()));
+  }
+}
+
+TEST_F(PruningCopy, OfNetsOfOnePinKeepsNone) {
+  const Record r({.ncells = 2, .pins = {{2}, {1}, {2}}, .net_weights = {3, 4, 5}});
+  const Pruned copy(r, 9);
+
+  // Net 1 changes places with 3, which then does with 2, which stays.
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 3, 1));
+  EXPECT_EQ(copy.d.nmulti, 0);
+  EXPECT_EQ(copy.h._n, 0);
+  EXPECT_EQ(copy.h._p, 0);
+  EXPECT_THAT(internets(copy.h), ElementsAre(ElementsAre(2, 1), ElementsAre(3, 2), ElementsAre(1, 2)));
+  EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(4, 8));
+  EXPECT_EQ(copy.h._totinw, 12);
+  EXPECT_EQ(copy.h._totnw, 12);
+  EXPECT_EQ(copy.h._nlst[1].pins, copy.h._cell_list);
+  EXPECT_THAT(copy.d.cell_list, Each(kMarker));
+  EXPECT_THAT(copy.d.celldeg, Each(0));
+}
+
+TEST_F(PruningCopy, MovesTheWeightOfANetWithoutPinsInMode2Only) {
+  const Record r({.ncells = 1, .pins = {{}}, .net_weights = {5}});
+  const Pruned accounted(r, 9);
+  EXPECT_EQ(accounted.h._virtualnets, 5);
+  EXPECT_EQ(accounted.h._totnw, 0);
+  EXPECT_EQ(accounted.h._totinw, 0);
+
+  const Pruned other(r, 9, 1);
+  EXPECT_EQ(other.h._virtualnets, 0);
+  EXPECT_EQ(other.h._totnw, 5);
+}
+
+TEST_F(PruningCopy, TakesANetWithoutAPinListForOneWithoutPins) {
+  Record r({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {5, 1}});
+  r.nets[1].pins = r.nets[1].pinsend = nullptr;
+  const Pruned copy(r, 9);
+
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 1));
+  EXPECT_EQ(copy.h._ninternets, 0);
+  EXPECT_EQ(copy.h._virtualnets, 5);
+}
+
+TEST_F(PruningCopy, CountsACellThatANetNamesTwiceTwice) {
+  const Record r({.ncells = 2, .pins = {{1, 1}, {2, 1, 2}}, .net_weights = {3, 4}});
+  const Pruned copy(r, 3);
+
+  EXPECT_THAT(copy.d.celldeg, ElementsAre(0, 3, 2));
+  EXPECT_THAT(copy.d.net_list, ElementsAre(1, 1, 2, 2, 2, kMarker, kMarker));
+  EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(6, 0));
+  EXPECT_EQ(copy.h._p, 2);
+}
+
+TEST_F(PruningCopy, WithoutCellsTheSmallestDegreeIsThatOfNone) {
+  const Record r({.ncells = 0, .pins = {{}, {}}, .net_weights = {3, 4}});
+  const Pruned copy(r, 9);
+
+  EXPECT_EQ(copy.h._mincd, 2000000000);
+  EXPECT_EQ(copy.h._maxcd, 0);
+  EXPECT_EQ(copy.h._maxwcd, 0);
+  EXPECT_EQ(copy.h._virtualnets, 7);
+  EXPECT_EQ(copy.h._clst[1].nets, copy.h._net_list);
+  EXPECT_THAT(copy.d.celldeg, ElementsAre(0));
+  EXPECT_THAT(copy.d.clabel, ElementsAre(kMarker));
+}
+
+TEST_F(PruningCopy, WithoutNetsNothingIsLabelled) {
+  const Record r({.ncells = 2});
+  const Pruned copy(r, 9);
+
+  EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker));
+  EXPECT_THAT(copy.d.nlabel, ElementsAre(kMarker));
+  EXPECT_EQ(copy.d.nmulti, 0);
+  EXPECT_EQ(copy.h._nlst[1].pins, copy.h._cell_list);
+  EXPECT_THAT(copy.d.cellend, ElementsAre(Destination::elsewhere, copy.h._net_list, copy.h._net_list));
+  EXPECT_EQ(copy.h._mincd, 0);
+}
+
+TEST_F(PruningCopy, OfNothingIsNothing) {
+  const Record r(Shape{});
+  const Pruned copy(r, 9);
+
+  EXPECT_THAT(std::vector<int>({copy.h._c, copy.h._n, copy.h._p, copy.d.nmulti, copy.h._ninternets}),
+              Each(0));
+  EXPECT_EQ(copy.h._nlst[1].pins, copy.h._cell_list);
+  EXPECT_EQ(copy.h._clst[1].nets, copy.h._net_list);
+}
+
+TEST_F(PruningCopy, SumsWrap) {
+  const Record r({.ncells = 2,
+                  .pins = {{1}, {1}, {}, {}, {1, 2}, {2, 1}},
+                  .net_weights = {kMost, kMost, kMost, kMost, kMost, kMost}});
+  const Pruned copy(r, 9);
+
+  EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(-2, 0));
+  EXPECT_EQ(copy.h._totinw, -2);
+  EXPECT_EQ(copy.h._virtualnets, -2);
+  EXPECT_EQ(copy.h._totnw, -4);  // of -6, six times the largest number
+  EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(-2, -2));
+  EXPECT_EQ(copy.h._maxwcd, 0);
+}
+
+TEST_F(PruningCopy, TakesTheWeightOfNetsSetAsideOutAlsoWhenThatWraps) {
+  Record r({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {kLeast, 1}});
+  const Pruned copy(r, 2);
+
+  EXPECT_EQ(copy.h._totnw, 0);  // the sum was kLeast + 1
+  r.h._totnw = 0;
+  EXPECT_EQ(Pruned(r, 2).h._totnw, kMost);  // 0 - kLeast - 1
+}
+
+std::size_t at(int number) { return static_cast<std::size_t>(number); }
+
+int weight_of(const Shape& shape, int net) { return shape.net_weights[at(net) - 1]; }
+
+// Copy nets first .. last by source number, with the pins they have in the copy.
+std::map<int, std::vector<int>> by_label(const Destination& d, int first, int last) {
+  std::map<int, std::vector<int>> nets;
+  for (int i = first; i <= last; ++i) {
+    nets[d.nlabel[at(i)]] = pins_of_nets(d, i, i).front();
+    EXPECT_EQ(d.netorder[at(i)], d.nlabel[at(i)]);
+  }
+  return nets;
+}
+
+// Source nets with from .. to pins.
+std::map<int, std::vector<int>> of_size(const Shape& shape, int from, int to) {
+  std::map<int, std::vector<int>> nets;
+  int j = 0;
+  for (const std::vector<int>& pins : shape.pins)
+    if (++j; static_cast<int>(pins.size()) >= from && static_cast<int>(pins.size()) <= to) nets[j] = pins;
+  return nets;
+}
+
+void expect_nets_by_size(const Shape& shape, const Destination& d, int maxsize) {
+  EXPECT_EQ(by_label(d, 1, d.h._n), of_size(shape, 2, maxsize - 1));
+  EXPECT_EQ(by_label(d, d.h._n + 1, d.nmulti), of_size(shape, std::max(2, maxsize), kMost));
+  for (int i = 1; i <= d.nmulti; ++i) EXPECT_EQ(d.h._nlst[i].w, weight_of(shape, d.nlabel[at(i)])) << i;
+}
+
+// Nets in the lists and behind them follow from the copied pins alone.
+void expect_cells_follow_from_nets(const Shape& shape, const Destination& d) {
+  const Shape kept = {.ncells = shape.ncells, .pins = pins_of_nets(d, 1, d.h._n)};
+  const Shape copied = {.ncells = shape.ncells, .pins = pins_of_nets(d, 1, d.nmulti)};
+  const Lists lists = nets_of_cells(d.h), aside = set_aside_of_cells(d), all = nets_of_cells(copied);
+  EXPECT_EQ(lists, nets_of_cells(kept));
+  for (std::size_t c = 0; c < lists.size(); ++c) {
+    std::vector<int> both = lists[c];
+    both.insert(both.end(), aside[c].rbegin(), aside[c].rend());
+    EXPECT_EQ(both, all[c]) << "cell " << c + 1;
+    EXPECT_EQ(d.celldeg[c + 1], static_cast<int>(all[c].size())) << "cell " << c + 1;
+    EXPECT_THAT(aside[c], Each(Ge(d.h._n + 1)));
+  }
+}
+
+// What has left the copy's totals is found in the nets set aside, in the pairs and in the virtual nets.
+void expect_nothing_lost(const Shape& shape, const Record& r, const Destination& d) {
+  int npins_aside = 0, weight_aside = 0, weight_internal = 0, weight_pinless = 0;
+  for (const auto& [net, pins] : by_label(d, d.h._n + 1, d.nmulti)) {
+    npins_aside += static_cast<int>(pins.size());
+    weight_aside += weight_of(shape, net);
+  }
+  std::vector<int> inw(at(shape.ncells), 0);
+  for (const std::vector<int>& pair : internets(d.h)) {
+    EXPECT_THAT(shape.pins[at(pair[0]) - 1], ElementsAre(pair[1]));
+    inw[at(pair[1]) - 1] += weight_of(shape, pair[0]);
+    weight_internal += weight_of(shape, pair[0]);
+  }
+  for (const auto& [net, pins] : of_size(shape, 0, 0)) weight_pinless += weight_of(shape, net);
+
+  EXPECT_THAT(internets(d.h), SizeIs(of_size(shape, 1, 1).size()));
+  EXPECT_EQ(d.h._p + npins_aside + d.h._ninternets, r.h._p);
+  EXPECT_EQ(d.h._totnw + weight_aside + weight_pinless, r.h._totnw);
+  EXPECT_EQ(d.h._totinw, weight_internal);
+  EXPECT_EQ(d.h._virtualnets, weight_pinless);
+  EXPECT_EQ(of_cells(d.h, &Cell::inw), inw);
+}
+
+TEST_F(PruningCopy, OfRandomHypergraphsKeepsTheNetsOfTheRightSizesAndLosesNothing) {
+  for (unsigned seed = 1; seed <= 600; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    recorder::reset();
+    const bool duplicates = seed % 4 == 0;
+    const int maxsize = static_cast<int>(seed % 11);
+    const Shape shape = random_shape(seed, {.ncells = 7, .nnets = 12, .duplicates = duplicates});
+    const Record r(shape);
+    const Pruned copy(r, maxsize);
+
+    expect_nets_by_size(shape, copy.d, maxsize);
+    expect_cells_follow_from_nets(shape, copy.d);
+    expect_nothing_lost(shape, r, copy.d);
+    if (duplicates) continue;
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&copy.h, copy.d.nmulti); }), kSound);
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&copy.h); }), kSound);
+  }
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <numeric>
+#include <optional>
+
+#include "hypergraph/hypergraph.h"
+#include "tools/commands.h"
+#include "tools/load.h"
+#include "tools/output.h"
+#include "tools/tokenizer.h"
+#include "util/util.h"
+
+namespace quillon::tool {
+namespace {
+
+constexpr const char* kExamples = R"(
+Examples:
+  quillon reorder circuit.qhg -o mixed.qhg --random --seed 7 --write-perm order.txt
+  quillon reorder circuit.qhg -o other.qhg --perm order.txt
+  quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part
+
+--by-part renumbers cells and nets alike and wants as many of the one as of the other; --random and --perm renumber
+the cells and leave the nets in their order.
+
+Orders have one number a line, from 1. When old cell 3 comes first, then old cell 1, then old cell 2:
+  --write-perm writes     3 1 2   line i: the old number of new cell i; --perm reads this
+  --write-inverse writes  2 3 1   line i: the new number of old cell i)";
+
+struct Options {
+  std::string in;
+  std::string out;
+  std::optional<std::string> by_part;  // exactly one of the three
+  std::optional<std::string> perm;
+  bool random = false;
+  std::uint64_t seed = 0;
+  std::string write_perm;
+  std::string write_inverse;
+};
+
+// Orders are arrays of the module: entry 0 is not used.
+using Order = std::vector<int>;
+
+Order identity(int count) {
+  Order order(static_cast<std::size_t>(count) + 1);
+  std::iota(order.begin(), order.end(), 0);
+  return order;
+}
+
+Order read_permutation(const std::string& file, int ncells) {
+  Tokenizer tokenizer = open_tokenizer(file);
+  const std::string expected = "a cell number from 1 to " + std::to_string(ncells);
+  Order order = identity(ncells);
+  std::vector<int> seen_on_line(order.size(), 0);
+  for (int i = 1; i <= ncells; ++i) {
+    const Token token = next_token(tokenizer);
+    const int cell = as_number(tokenizer, token, 1, ncells, expected);
+    int& seen = seen_on_line[static_cast<std::size_t>(cell)];
+    if (seen != 0)
+      unexpected(tokenizer, token, "a cell not named before, which it was on line " + std::to_string(seen));
+    seen = token.line;
+    order[static_cast<std::size_t>(i)] = cell;
+  }
+  expect_end(tokenizer, "the numbers of " + std::to_string(ncells) + " cells");
+  close_tokenizer(tokenizer);
+  return order;
+}
+
+// Part numbers are replaced by their ranks, so that what is allocated for them depends on how many there are.
+int read_parts(const std::string& file, Hypergraph& h) {
+  Tokenizer tokenizer = open_tokenizer(file);
+  std::vector<int> parts;
+  for (int i = 1; i <= h._c; ++i) {
+    const Token token = next_token(tokenizer);
+    parts.push_back(h._clst[i].pno = as_number(tokenizer, token, 0, std::numeric_limits<int>::max(),
+                                               "the part number, from 0, of cell " + std::to_string(i)));
+  }
+  expect_end(tokenizer, "the parts of " + std::to_string(h._c) + " cells");
+  close_tokenizer(tokenizer);
+
+  std::sort(parts.begin(), parts.end());
+  parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
+  for (int i = 1; i <= h._c; ++i) {
+    int& part = h._clst[i].pno;
+    part = static_cast<int>(std::lower_bound(parts.begin(), parts.end(), part) - parts.begin());
+  }
+  return static_cast<int>(parts.size());
+}
+
+Order order_by_part(const Hypergraph& h) {
+  Order order = identity(h._c);
+  std::stable_sort(order.begin() + 1, order.end(),
+                   [&h](int a, int b) { return h._clst[a].pno < h._clst[b].pno; });
+  return order;
+}
+
+Order inverse_of(const Order& order) {
+  Order inverse(order.size());
+  for (std::size_t i = 1; i < order.size(); ++i)
+    inverse[static_cast<std::size_t>(order[i])] = static_cast<int>(i);
+  return inverse;
+}
+
+void write_order(const Order& order, const char* filename) {
+  std::FILE* const file = ufopen(filename, "w", "quillon reorder: order");
+  for (std::size_t i = 1; i < order.size(); ++i) std::fprintf(file, "%d\n", order[i]);
+  ufclose(file);
+}
+
+Order chosen_order(const Hypergraph& h, const Options& options) {
+  if (options.by_part) return order_by_part(h);
+  if (options.perm) return read_permutation(*options.perm, h._c);
+  Order order = identity(h._c);
+  uSeed(options.seed);
+  PermuteInPlace(order.data() + 1, h._c);
+  return order;
+}
+
+int run(const Options& options) {
+  Loaded source;
+  load(source, options.in, SmallNets::kKeep, false);
+  Hypergraph& h = source.h;
+  const int nparts = options.by_part ? read_parts(*options.by_part, h) : 0;
+  const Order order = chosen_order(h, options);
+
+  Hypergraph nh{};
+  nh._c = h._c;
+  nh._n = h._n;
+  nh._p = h._p;
+  malloc_hypergraph(&nh);
+  if (options.by_part) {
+    SymmetricPermute(&h, nparts, &nh);
+  } else {
+    Order work = order;
+    PermuteHypergraph(&h, &nh, identity(h._n).data(), work.data());
+  }
+
+  Outputs outputs;
+  stage(outputs, options.out, [&](const char* filename) { write_hypergraph(&nh, filename, 1, h._fmt); });
+  if (!options.write_perm.empty())
+    stage(outputs, options.write_perm, [&](const char* filename) { write_order(order, filename); });
+  if (!options.write_inverse.empty())
+    stage(outputs, options.write_inverse,
+          [&](const char* filename) { write_order(inverse_of(order), filename); });
+  publish(outputs);
+
+  free_hypergraph(&nh);
+  return kFine;
+}
+
+}  // namespace
+
+void add_reorder(CLI::App& app, int& status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* const command =
+      app.add_subcommand("reorder", "Renumber the cells: by part, at random or as a file says");
+  command->add_option("IN", options->in, "Hypergraph file; - is standard input")->required();
+  command->add_option("-o,--output", options->out, "File for the hypergraph renumbered")
+      ->required()
+      ->type_name("OUT");
+  CLI::Option_group* const how = command->add_option_group("Order", "One of these");
+  how->add_option("--by-part", options->by_part,
+                  "Sort by the part numbers in PARTFILE, any white space between")
+      ->type_name("PARTFILE");
+  how->add_option("--perm", options->perm, "Take the order from FILE")->type_name("FILE");
+  CLI::Option* const random = how->add_flag("--random", options->random, "Take a random order");
+  how->require_option(1);
+  command->add_option("--seed", options->seed, "Start of the random order, 0 if not given")
+      ->type_name("S")
+      ->check([](const std::string& seed) { return seed.find('-') == 0 ? "is negative: " + seed : ""; })
+      ->needs(random);
+  command->add_option("--write-perm", options->write_perm, "Write the old number of each new cell")
+      ->type_name("FILE");
+  command->add_option("--write-inverse", options->write_inverse, "Write the new number of each old cell")
+      ->type_name("FILE");
+  command->footer(kExamples);
+  command->callback([options, &status] { status = run(*options); });
+}
+
+}  // namespace quillon::tool
