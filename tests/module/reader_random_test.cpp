@@ -112,7 +112,7 @@ std::string number(Draw& draw, const Plan& plan, long long value) {
     case 2:
       return std::to_string(value - 4294967296LL * draw.between(1, 3));
     default:
-      return "+" + std::to_string(value);
+      return std::string("+").append(std::to_string(value));
   }
 }
 

@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/tool/full_disk.h"
 #include "tests/tool/run_tool.h"
 #include "tests/tool/written_file.h"
 
 namespace {
 
+using quillon::tool_test::kMakeFullDisk;
 using quillon::tool_test::Outcome;
 using quillon::tool_test::Workplace;
 using quillon::tool_test::written_file;
@@ -250,12 +252,14 @@ TEST_F(Prune, LeavesNothingBehindOfABadInput) {
 }
 
 TEST_F(Prune, LeavesTheTargetWholeWhenAnotherOutputIsLost) {
+  ASSERT_EQ(place_.run(kMakeFullDisk).status, 0);
+  if (folder().find("full") == std::string::npos) GTEST_SKIP() << "no device can be made here";
   const std::string full =
-      "quillon: error: ufclose: '/dev/full' is not whole, data was lost: "
+      "quillon: error: ufclose: 'full' is not whole, data was lost: "
       "No space left on device\n";
-  EXPECT_EQ(failure("in.qhg -o out.qhg --max-size 3 --map /dev/full"), full);
-  EXPECT_EQ(failure("in.qhg -o out.qhg --max-size 3 --set-aside /dev/full --map map.txt"), full);
-  EXPECT_EQ(failure("in.qhg -o /dev/full --max-size 3 --map map.txt"), full);
+  EXPECT_EQ(failure("in.qhg -o out.qhg --max-size 3 --map full"), full);
+  EXPECT_EQ(failure("in.qhg -o out.qhg --max-size 3 --set-aside full --map map.txt"), full);
+  EXPECT_EQ(failure("in.qhg -o full --max-size 3 --map map.txt"), full);
 }
 
 TEST_F(Prune, LeavesTheTargetWholeWhenAnotherOutputCannotBeMade) {
@@ -305,9 +309,11 @@ TEST_F(Prune, WritesWhereALinkLeadsThatLedNowhereBefore) {
   EXPECT_EQ(contents("far/map.txt"), kMixedMap);
 }
 
+// The shell holds both ends until the tool has ended, so that nobody waits for a tool that never opens it.
 TEST_F(Prune, WritesIntoAPipe) {
   const Outcome outcome = place_.run(
-      "mkfifo pipe && { cat pipe >read.qhg & $QUILLON prune in.qhg -o pipe --max-size 3 >/dev/null; wait; }");
+      "mkfifo pipe && exec 3<>pipe 4<pipe && { cat <&4 3>&- >read.qhg & } && "
+      "$QUILLON prune in.qhg -o pipe --max-size 3 3>&- 4<&- >/dev/null; exec 3>&- 4<&-; wait");
 
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(contents("read.qhg"), kMixedKept);
