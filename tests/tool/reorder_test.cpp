@@ -166,6 +166,23 @@ TEST_F(Reorder, SortsCellsAndNetsByPart) {
   EXPECT_EQ(contents("inverse.txt"), "2\n1\n3\n");
 }
 
+TEST_F(Reorder, KeepsTheOldOrderWithinAPart) {
+  // 40 cells that weigh what their number is, in parts 1 and 0 by turns, and as many empty nets.
+  std::string weights, parts, even, odd;
+  for (int i = 1; i <= 40; ++i) {
+    const std::string number = std::to_string(i);
+    weights += number + " ";
+    parts += i % 2 == 0 ? "0 " : "1 ";
+    (i % 2 == 0 ? even : odd) += number + " ";
+  }
+  place_.write("forty.qhg", "1 40 40 0 1\n" + std::string(40, '\n') + weights + "\n");
+  place_.write("parts.txt", parts);
+  succeed("$QUILLON reorder forty.qhg -o out.qhg --by-part parts.txt --write-perm perm.txt");
+
+  EXPECT_THAT(contents("out.qhg"), HasSubstr("Cell weights -------\n" + even + odd + "\n"));
+  EXPECT_EQ(place_.run("tr '\\n' ' ' <perm.txt").out, even + odd);
+}
+
 TEST_F(Reorder, TakesPartsWithAnyWhiteSpaceBetweenAndAnyNumbers) {
   for (const char* const text : {"1 0 1", "1 0 1\n", " 1\t0\r\n1\r\n", "7 3 7", "2147483647 5 2147483647\n",
                                  "2147483646\n0\n2147483647\n", "007 03 7"}) {
