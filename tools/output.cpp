@@ -32,8 +32,8 @@ void remember(const std::string& file) {
   if (owner == 0 && std::atexit(remove_unpublished) == 0) owner = getpid();
 }
 
-// Where the file lies or is to lie, so that a link is not replaced by a file, not even one that leads nowhere
-// yet.
+// Where the file lies or is to lie, so that a link is not replaced by a file, not even one that leads
+// nowhere yet.
 std::string behind_links(const std::string& target) {
   constexpr int kMostLinks = 40;  // as many as the system follows
   std::error_code ignored;
@@ -41,6 +41,10 @@ std::string behind_links(const std::string& target) {
   for (int n = 0; n < kMostLinks && std::filesystem::is_symlink(place, ignored); ++n)
     place = place.parent_path() / std::filesystem::read_symlink(place, ignored);
   return place.string();
+}
+
+bool same_place(const std::string& a, const std::string& b) {
+  return std::filesystem::absolute(a).lexically_normal() == std::filesystem::absolute(b).lexically_normal();
 }
 
 }  // namespace
@@ -52,6 +56,8 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
     return;
   }
   const std::string place = behind_links(target);
+  for (const auto& [other_beside, other_place] : outputs.staged)
+    if (same_place(place, other_place)) errexit("'%s' is to be written twice", target.c_str());
   const std::string beside =
       place + ".quillon-" + std::to_string(getpid()) + "-" + std::to_string(outputs.staged.size());
   remember(beside);
@@ -61,6 +67,10 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
 
 void publish(Outputs& outputs) {
   for (const auto& [beside, place] : outputs.staged) {
+    std::error_code ignored;
+    const std::filesystem::file_status replaced = std::filesystem::status(place, ignored);
+    if (std::filesystem::exists(replaced))
+      std::filesystem::permissions(beside, replaced.permissions(), ignored);
     if (std::rename(beside.c_str(), place.c_str()) != 0)
       errexit("cannot rename '%s' to '%s': %s", beside.c_str(), place.c_str(), std::strerror(errno));
     unpublished().erase(std::find(unpublished().begin(), unpublished().end(), beside));

@@ -14,11 +14,12 @@ struct Outputs {
 };
 
 /// Has `write` make the file that is to become `target`. A target that is there and not a regular file, such
-/// as a pipe, is written at once. When the program ends before `publish`, what was staged is removed.
+/// as a pipe, is written at once. A target named twice is an error. When the program ends before `publish`,
+/// what was staged is removed.
 void stage(Outputs& outputs, const std::string& target,
            const std::function<void(const char* filename)>& write);
 
-/// Puts every staged file in its target's place.
+/// Puts every staged file in its target's place, with the permissions of the file that was there.
 void publish(Outputs& outputs);
 
 }  // namespace quillon::tool

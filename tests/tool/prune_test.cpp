@@ -310,6 +310,22 @@ TEST_F(Prune, WritesWhereALinkLeadsThatLedNowhereBefore) {
 }
 
 // The shell holds both ends until the tool has ended, so that nobody waits for a tool that never opens it.
+TEST_F(Prune, KeepsThePermissionsOfAFileItReplaces) {
+  place_.write("out.qhg", "old\n");
+  EXPECT_EQ(place_
+                .run("chmod 640 out.qhg && $QUILLON prune in.qhg -o out.qhg --max-size 3 >report && "
+                     "rm report && stat -c %a out.qhg")
+                .out,
+            "640\n");
+}
+
+TEST_F(Prune, RefusesToWriteAFileTwice) {
+  const Outcome outcome = place_.run("$QUILLON prune in.qhg -o out.qhg --max-size 3 --map ./out.qhg");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "quillon: error: './out.qhg' is to be written twice\n");
+  EXPECT_EQ(folder(), "in.qhg\n");
+}
+
 TEST_F(Prune, WritesIntoAPipe) {
   const Outcome outcome = place_.run(
       "mkfifo pipe && exec 3<>pipe 4<pipe && { cat <&4 3>&- >read.qhg & } && "
