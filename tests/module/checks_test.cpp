@@ -146,7 +146,7 @@ TEST_F(CheckLists, NoticesAnyChangeOfAnEntryOfEitherSide) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Record r = random_record(seed);
     ASSERT_EQ(check(r), kSound);
-    for (std::vector<int>* const list : {&r.cell_list, &r.net_list})
+    for (std::vector<int>* const list : {&r.cell_list, &r.net_list}) {
       for (int k = 0; k < r.h._p; ++k) {
         int& entry = (*list)[static_cast<std::size_t>(k)];
         const int sound = entry;
@@ -154,6 +154,7 @@ TEST_F(CheckLists, NoticesAnyChangeOfAnEntryOfEitherSide) {
         EXPECT_NE(check(r), kSound) << "entry " << k << " is " << entry;
         entry = sound;
       }
+    }
   }
 }
 
