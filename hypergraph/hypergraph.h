@@ -366,8 +366,8 @@ int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* ce
 /// @par Memory      Takes `_c` + 2 ints from the heap and gives them back.
 int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, int* cellperm);
 
-/// Renumbers a hypergraph with as many cells as nets by part: the cells of part 0 come first, then those of
-/// part 1, in their old order within a part, and net i stays the partner of cell i.
+/// Renumbers a hypergraph with as many cells as nets by part: the cells of the first part come first, then
+/// those of the next, in their old order within a part, and net i stays the partner of cell i.
 ///
 /// @param k     Number of parts; every `pno` lies in 0 .. k - 1.
 /// @param nh    As for `PermuteHypergraph`.

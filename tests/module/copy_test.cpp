@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
 #include "tests/support/records.h"
@@ -15,11 +16,6 @@ namespace {
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using PlainCopy = Recorded;
 

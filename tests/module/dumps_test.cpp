@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/records.h"
 
@@ -10,11 +11,6 @@ namespace quillon {
 namespace {
 
 using testing::IsEmpty;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using PrintPinsText = Recorded;
 using PrintNetsText = Recorded;

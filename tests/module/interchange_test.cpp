@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
@@ -18,11 +19,6 @@ using recorder::fatal_text;
 using recorder::requests;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using FillToArrays = Recorded;
 using LoadFromArrays = Recorded;

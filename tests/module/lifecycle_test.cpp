@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "util/util.h"
 
@@ -16,11 +17,6 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using HypergraphLayout = Recorded;
 using CreateHypergraph = Recorded;

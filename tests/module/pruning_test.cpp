@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
 #include "tests/support/records.h"
@@ -19,11 +20,6 @@ using testing::ElementsAre;
 using testing::Ge;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using PruningCopy = Recorded;
 

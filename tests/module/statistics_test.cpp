@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/records.h"
 
@@ -18,11 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-struct Recorded : testing::Test {
-  Recorded() { recorder::reset(); }
-  ~Recorded() override { recorder::reset(); }
-};
 
 using PrinfoHypergraph = Recorded;
 using PrDetailinfoHypergraph = Recorded;

@@ -9,13 +9,14 @@
 
 #include "tests/tool/full_disk.h"
 #include "tests/tool/run_tool.h"
+#include "tests/tool/tool_fixture.h"
 #include "tests/tool/written_file.h"
 
 namespace {
 
 using quillon::tool_test::kMakeFullDisk;
 using quillon::tool_test::Outcome;
-using quillon::tool_test::Workplace;
+using quillon::tool_test::WritingTool;
 using quillon::tool_test::written_file;
 using testing::AllOf;
 using testing::HasSubstr;
@@ -42,35 +43,13 @@ constexpr const char* kMixedMap =
     "net 1 5\nnet 2 2\naside 1 4\n"
     "cell 1 1\ncell 2 2\ncell 3 3\ncell 4 4\n";
 
-class Prune : public testing::Test {
+class Prune : public WritingTool {
  protected:
   Prune() { place_.write("in.qhg", kMixed); }
 
-  // Everything in the folder, a name a line.
-  std::string folder() const { return place_.run("ls -A").out; }
-  std::string contents(const std::string& file) const { return place_.run("cat " + file).out; }
-
-  void succeed(const std::string& command) const {
-    const Outcome outcome = place_.run(command);
-    EXPECT_EQ(outcome.status, 0) << command;
-    EXPECT_EQ(outcome.err, "") << command;
+  [[nodiscard]] std::string failure(const std::string& arguments) const {
+    return WritingTool::failure("$QUILLON prune " + arguments, {{"out.qhg", "old"}, {"map.txt", "old map"}});
   }
-
-  // Runs what is to fail with other files there, which have to stay as they are, and gives the messages.
-  std::string failure(const std::string& arguments) {
-    place_.write("out.qhg", "old");
-    place_.write("map.txt", "old map");
-    const std::string before = folder();
-    const Outcome outcome = place_.run("$QUILLON prune " + arguments);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(folder(), before);
-    EXPECT_EQ(contents("out.qhg"), "old");
-    EXPECT_EQ(contents("map.txt"), "old map");
-    return outcome.err;
-  }
-
-  Workplace place_;
 };
 
 TEST_F(Prune, WritesTheNetsKeptAndReportsOnAllOfThem) {

@@ -6,13 +6,14 @@
 
 #include "tests/tool/full_disk.h"
 #include "tests/tool/run_tool.h"
+#include "tests/tool/tool_fixture.h"
 #include "tests/tool/written_file.h"
 
 namespace {
 
 using quillon::tool_test::kMakeFullDisk;
 using quillon::tool_test::Outcome;
-using quillon::tool_test::Workplace;
+using quillon::tool_test::WritingTool;
 using quillon::tool_test::written_file;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -33,35 +34,16 @@ const std::string kSecondFirst = written_file(
     "1 3 3 5 3\n6 1 \n5 2 1 \n7 3 2 \n% ------ Cell weights -------\n20 10 30 ",
     {.ncells = 3, .nnets = 3, .npins = 5, .min_degree = 1, .max_degree = 2, .min_size = 1, .max_size = 2});
 
-class Reorder : public testing::Test {
+class Reorder : public WritingTool {
  protected:
   Reorder() {
     place_.write("in.qhg", kInput);
     place_.write("square.qhg", kSquare);
   }
 
-  // Everything in the folder, a name a line.
-  std::string folder() const { return place_.run("ls -A").out; }
-  std::string contents(const std::string& file) const { return place_.run("cat " + file).out; }
-
-  void succeed(const std::string& command) const {
-    const Outcome outcome = place_.run(command);
-    EXPECT_EQ(outcome.status, 0) << command;
-    EXPECT_EQ(outcome.err, "") << command;
-  }
-
-  // Runs what is to fail with outputs there, which have to stay as they are, and gives the messages.
-  std::string failure(const std::string& arguments) {
-    place_.write("out.qhg", "old");
-    place_.write("old.txt", "old order");
-    const std::string before = folder();
-    const Outcome outcome = place_.run("$QUILLON reorder " + arguments);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(folder(), before);
-    EXPECT_EQ(contents("out.qhg"), "old");
-    EXPECT_EQ(contents("old.txt"), "old order");
-    return outcome.err;
+  [[nodiscard]] std::string failure(const std::string& arguments) const {
+    return WritingTool::failure("$QUILLON reorder " + arguments,
+                                {{"out.qhg", "old"}, {"old.txt", "old order"}});
   }
 
   std::string failure_of_order(const std::string& text) {
@@ -73,8 +55,6 @@ class Reorder : public testing::Test {
     place_.write("parts.txt", text);
     return failure("square.qhg -o out.qhg --by-part parts.txt --write-inverse old.txt");
   }
-
-  Workplace place_;
 };
 
 TEST_F(Reorder, TakesTheOrderOfAFile) {
