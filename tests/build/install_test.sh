@@ -11,7 +11,7 @@ cmake --install "$build_dir" --prefix "$place/installed" >/dev/null
 awk '/^```cpp$/ { inside = 1; next } /^```$/ { inside = 0 } inside' "$source_dir/README.md" >"$place/readme.cpp"
 grep -q 'int main' "$place/readme.cpp"
 
-cmake -S "$source_dir/tests/build/consumer" -B "$place/build" -D CMAKE_PREFIX_PATH="$place/installed" \
+cmake -G Ninja -S "$source_dir/tests/build/consumer" -B "$place/build" -D CMAKE_PREFIX_PATH="$place/installed" \
   -D CONSUMER_SOURCE="$place/readme.cpp" -D CMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Werror" >/dev/null
 cmake --build "$place/build"
 
