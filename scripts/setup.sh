@@ -5,7 +5,7 @@ set -euo pipefail
 packages=()
 for job in "$@"; do
   case "$job" in
-    build) packages+=(g++ cmake ninja-build libcli11-dev) ;;
+    build) packages+=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev) ;;
     test) packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev) ;;
     lint) packages+=(clang-format clang-tidy python3) ;;
     coverage) packages+=(gcovr) ;;

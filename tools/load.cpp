@@ -1,13 +1,14 @@
 #include "tools/load.h"
 
 #include <sys/types.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
+#include "tools/input.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -16,8 +17,7 @@ namespace {
 // A file that knows what its last line is. The readers skip comments without asking for the end of the input;
 // asked for more when the last line was a comment, the file ends the program with an error instead.
 struct GuardedFile {
-  std::string name;
-  std::FILE* file;
+  Input input;
   bool at_line_start = true;
   bool in_comment = false;  // or just behind one
   std::vector<char> buffer = std::vector<char>(std::size_t{1} << 18);
@@ -32,24 +32,53 @@ void note_last_line(GuardedFile& guarded, const char* text, std::size_t size) {
 
 ssize_t read_guarded(void* cookie, char* text, std::size_t size) {
   GuardedFile& guarded = *static_cast<GuardedFile*>(cookie);
-  ssize_t length = 0;
-  do {
-    length = read(fileno(guarded.file), text, size);
-  } while (length < 0 && errno == EINTR);
-  if (length < 0) errexit("cannot read '%s': %s", guarded.name.c_str(), std::strerror(errno));
-  if (length > 0) note_last_line(guarded, text, static_cast<std::size_t>(length));
+  const std::size_t length = read_input(guarded.input, text, size);
+  if (length > 0) note_last_line(guarded, text, length);
   if (length == 0 && guarded.in_comment)
     errexit("'%s' ends in a comment line, but its header, a net line or cell weights are still due",
-            guarded.name.c_str());
-  return length;
+            guarded.input.name.c_str());
+  return static_cast<ssize_t>(length);
 }
 
 std::FILE* open_guarded(GuardedFile& guarded) {
   std::FILE* const stream = fopencookie(&guarded, "r", {read_guarded, nullptr, nullptr, nullptr});
   if (stream == nullptr)
-    errexit("cannot open a stream on '%s': %s", guarded.name.c_str(), std::strerror(errno));
+    errexit("cannot open a stream on '%s': %s", guarded.input.name.c_str(), std::strerror(errno));
   std::setvbuf(stream, guarded.buffer.data(), _IOFBF, guarded.buffer.size());
   return stream;
+}
+
+// Whether the last line of a file begins with "%", or may do so.
+bool may_end_in_comment(std::FILE* file) {
+  constexpr long kTail = 4096;
+  char tail[kTail];
+  if (std::fseek(file, 0, SEEK_END) != 0) return true;
+  const long begin = std::max(0L, std::ftell(file) - kTail);
+  std::fseek(file, begin, SEEK_SET);
+  const std::size_t size = std::fread(tail, 1, sizeof tail, file);
+  std::rewind(file);
+  if (size == 0) return false;
+  const void* const line_end = memrchr(tail, '\n', size - 1);
+  if (line_end == nullptr) return begin > 0 || tail[0] == '%';
+  return *(static_cast<const char*>(line_end) + 1) == '%';
+}
+
+// A plain file that the readers can be trusted with is theirs without anything in between.
+std::FILE* open_plain(const std::string& name) {
+  std::error_code ignored;
+  if (name.ends_with(".gz") || !std::filesystem::is_regular_file(name, ignored)) return nullptr;
+  std::FILE* const file = ufopen(name.c_str(), "r", "quillon");
+  if (!may_end_in_comment(file)) return file;
+  ufclose(file);
+  return nullptr;
+}
+
+void read_stream(Loaded& loaded, std::FILE* stream, SmallNets small_nets, bool warn) {
+  const int check = warn ? 1 : 0;
+  if (small_nets == SmallNets::kFold)
+    loaded.nsmall_nets = read_hypergraphFromFile(&loaded.h, stream, check);
+  else
+    read_hypergraph_with_onepin_netsFromFile(&loaded.h, stream, check);
 }
 
 void build_cell_side(Hypergraph* h) {
@@ -63,19 +92,16 @@ void build_cell_side(Hypergraph* h) {
 }  // namespace
 
 void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn) {
-  const bool standard_input = name == "-";
-  GuardedFile guarded{standard_input ? "standard input" : name,
-                      standard_input ? stdin : ufopen(name.c_str(), "r", "quillon")};
-  std::FILE* const stream = open_guarded(guarded);
-
-  const int check = warn ? 1 : 0;
-  if (small_nets == SmallNets::kFold)
-    loaded.nsmall_nets = read_hypergraphFromFile(&loaded.h, stream, check);
-  else
-    read_hypergraph_with_onepin_netsFromFile(&loaded.h, stream, check);
-
-  std::fclose(stream);
-  if (!standard_input) ufclose(guarded.file);
+  if (std::FILE* const file = open_plain(name)) {
+    read_stream(loaded, file, small_nets, warn);
+    ufclose(file);
+  } else {
+    GuardedFile guarded{open_input(name)};
+    std::FILE* const stream = open_guarded(guarded);
+    read_stream(loaded, stream, small_nets, warn);
+    std::fclose(stream);
+    close_input(guarded.input);
+  }
   build_cell_side(&loaded.h);
 }
 

@@ -37,6 +37,7 @@ int run(int argc, char** argv) {
   add_dump(app, status);
   add_prune(app, status);
   add_reorder(app, status);
+  add_convert(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

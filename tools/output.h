@@ -2,24 +2,35 @@
 // Files that appear whole or not at all: written beside their targets, and renamed when every one of them is
 // done.
 
+#include <cstdio>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace quillon::tool {
 
-struct Outputs {
-  std::vector<std::pair<std::string, std::string>> staged;  // the file written, the target it is for
+struct StagedFile {
+  std::string written;          // what `write` made
+  std::string target;           // as the user named it
+  std::string place;            // where a regular file lies or is to lie, behind links
+  std::FILE* passed = nullptr;  // for what is no regular file: holds the bytes that are to be passed on
 };
 
-/// Has `write` make the file that is to become `target`. A target that is there and not a regular file, such
-/// as a pipe, is written at once. A target named twice is an error. When the program ends before `publish`,
-/// what was staged is removed.
+struct Outputs {
+  std::vector<StagedFile> staged;
+};
+
+/// Has `write` make the file that is to become `target`, or what is to go to standard output for - and
+/// /dev/stdout. A target named twice is an error. When the program ends before `publish`, what was staged is
+/// removed.
 void stage(Outputs& outputs, const std::string& target,
            const std::function<void(const char* filename)>& write);
 
-/// Puts every staged file in its target's place, with the permissions of the file that was there.
+/// Puts every staged file in its target's place, with the permissions of the file that was there. Standard
+/// output, pipes and devices come first, and get the bytes.
 void publish(Outputs& outputs);
+
+/// What messages call an output.
+std::string shown_target(const std::string& target);
 
 }  // namespace quillon::tool

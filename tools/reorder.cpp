@@ -50,20 +50,21 @@ Order identity(int count) {
 
 Order read_permutation(const std::string& file, int ncells) {
   Tokenizer tokenizer = open_tokenizer(file);
-  const std::string expected = "a cell number from 1 to " + std::to_string(ncells);
+  const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells)};
+  constexpr std::size_t kUnseen = std::numeric_limits<std::size_t>::max();
   Order order = identity(ncells);
-  std::vector<int> seen_on_line(order.size(), 0);
+  std::vector<std::size_t> seen_at(order.size(), kUnseen);
   for (int i = 1; i <= ncells; ++i) {
     const Token token = next_token(tokenizer);
-    const int cell = as_number(tokenizer, token, 1, ncells, expected);
-    int& seen = seen_on_line[static_cast<std::size_t>(cell)];
-    if (seen != 0)
-      unexpected(tokenizer, token, "a cell not named before, which it was on line " + std::to_string(seen));
-    seen = token.line;
+    const int cell = as_number(tokenizer, token, cells);
+    std::size_t& seen = seen_at[static_cast<std::size_t>(cell)];
+    if (seen != kUnseen)
+      unexpected(tokenizer, token,
+                 "a cell not named before, which it was on line " + std::to_string(line_of(tokenizer, seen)));
+    seen = token.offset;
     order[static_cast<std::size_t>(i)] = cell;
   }
   expect_end(tokenizer, "the numbers of " + std::to_string(ncells) + " cells");
-  close_tokenizer(tokenizer);
   return order;
 }
 
@@ -73,11 +74,11 @@ int read_parts(const std::string& file, Hypergraph& h) {
   std::vector<int> parts;
   for (int i = 1; i <= h._c; ++i) {
     const Token token = next_token(tokenizer);
-    parts.push_back(h._clst[i].pno = as_number(tokenizer, token, 0, std::numeric_limits<int>::max(),
-                                               "the part number, from 0, of cell " + std::to_string(i)));
+    const Range range{0, std::numeric_limits<int>::max(),
+                      "the part number, from 0, of cell " + std::to_string(i)};
+    parts.push_back(h._clst[i].pno = as_number(tokenizer, token, range));
   }
   expect_end(tokenizer, "the parts of " + std::to_string(h._c) + " cells");
-  close_tokenizer(tokenizer);
 
   std::sort(parts.begin(), parts.end());
   parts.erase(std::unique(parts.begin(), parts.end()), parts.end());

@@ -102,8 +102,7 @@ TEST_F(Stats, ReportsTheOtherFilesWhenOneIsBad) {
   EXPECT_EQ(outcome.err,
             "quillon: error: invalid vertex/cell id 3 in the  vertex/cell list of net 1\n"
             "quillon: error: bad.qhg: not reported, because of the error above\n"
-            "quillon: error: ufopen: cannot open 'missing.qhg' with mode \"r\" for \"quillon\": "
-            "No such file or directory\n"
+            "quillon: error: cannot open 'missing.qhg': No such file or directory\n"
             "quillon: error: missing.qhg: not reported, because of the error above\n");
 }
 

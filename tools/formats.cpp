@@ -1,0 +1,47 @@
+#include "tools/formats.h"
+
+namespace quillon::tool {
+
+const std::vector<std::pair<std::string, Format>> kFormatNames{
+    {"quillon", Format::kQuillon},  {"hmetis", Format::kHmetis}, {"kub", Format::kKub},
+    {"mtx", Format::kMatrixMarket}, {"metis", Format::kMetis},   {"hif", Format::kHif}};
+
+std::optional<Format> format_of_name(const std::string& name) {
+  static const std::vector<std::pair<std::string, Format>> suffixes{
+      {".qhg", Format::kQuillon}, {".hgr", Format::kHmetis}, {".hmetis", Format::kHmetis},
+      {".hg", Format::kHmetis},   {".kub", Format::kKub},    {".mtx", Format::kMatrixMarket},
+      {".graph", Format::kMetis}, {".json", Format::kHif}};
+  std::string_view plain = name;
+  if (plain.ends_with(".gz")) plain.remove_suffix(3);
+  for (const auto& [suffix, format] : suffixes)
+    if (plain.ends_with(suffix)) return format;
+  return std::nullopt;
+}
+
+Arrays import_file(const std::string& name, Format format, const ImportOptions& options) {
+  Tokenizer in = open_tokenizer(name);
+  Arrays arrays;
+  switch (format) {
+    case Format::kQuillon:
+      import_quillon(in, arrays);
+      break;
+    case Format::kHmetis:
+      import_hmetis(in, arrays);
+      break;
+    case Format::kKub:
+      import_kub(in, arrays);
+      break;
+    case Format::kMatrixMarket:
+      import_matrix_market(in, arrays, options.model, options.add_diagonal);
+      break;
+    case Format::kMetis:
+      import_metis(in, arrays);
+      break;
+    case Format::kHif:
+      import_hif(in, arrays);
+      break;
+  }
+  return arrays;
+}
+
+}  // namespace quillon::tool

@@ -1,0 +1,29 @@
+#pragma once
+// The file formats by name and by suffix.
+
+#include <optional>
+#include <string>
+
+#include "tools/arrays.h"
+#include "tools/import.h"
+
+namespace quillon::tool {
+
+enum class Format { kQuillon, kHmetis, kKub, kMatrixMarket, kMetis, kHif };
+
+/// The names that --from and --to take.
+extern const std::vector<std::pair<std::string, Format>> kFormatNames;
+
+/// The format that a file name's suffix stands for, before which .gz does not count.
+std::optional<Format> format_of_name(const std::string& name);
+
+/// What an importer has to know beside the file.
+struct ImportOptions {
+  Model model = Model::kRowNet;
+  bool add_diagonal = false;
+};
+
+/// Reads a file of any format.
+Arrays import_file(const std::string& name, Format format, const ImportOptions& options);
+
+}  // namespace quillon::tool

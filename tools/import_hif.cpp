@@ -1,0 +1,427 @@
+#include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <vector>
+
+#include "tools/import.h"
+
+namespace quillon::tool {
+namespace {
+
+using nlohmann::json;
+
+// What the parser reads, in a way that tells how far it has come.
+struct WatchedText {
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  const char* at;
+  const char** seen;
+
+  const char& operator*() const { return *at; }
+  WatchedText& operator++() {
+    *seen = ++at;
+    return *this;
+  }
+  bool operator==(const WatchedText& other) const { return at == other.at; }
+  bool operator!=(const WatchedText& other) const { return at != other.at; }
+};
+
+enum class Section { kIncidences, kNodes, kEdges, kNetworkType, kMetadata };
+
+// Identifiers as JSON texts, so that 1 and "1" are two, in the order in which they appear.
+struct Names {
+  std::unordered_map<std::string, int> numbers;
+  std::vector<std::string> texts;
+
+  int number_of(const std::string& text) {
+    const auto [it, is_new] = numbers.emplace(text, static_cast<int>(texts.size()));
+    if (is_new) texts.push_back(text);
+    return it->second;
+  }
+};
+
+// One kind of items: those listed by themselves come before those that only incidences name.
+struct Items {
+  Names names;
+  std::vector<int> listed;  // by order of the list
+  std::unordered_map<int, int> weights;
+};
+
+struct Incidence {
+  int edge;
+  int node;
+};
+
+struct Document {
+  Items nodes;
+  Items edges;
+  std::vector<Incidence> incidences;
+  std::int64_t nrepeated_records = 0;
+  std::int64_t nincidence_weights = 0;
+  std::int64_t ndirections = 0;
+  std::int64_t nattributes = 0;
+  std::int64_t nunfit_weights = 0;
+  bool has_metadata = false;
+  std::string network_type = "undirected";
+};
+
+struct Record {
+  std::size_t offset = 0;
+  std::string edge;  // as JSON, empty if not there
+  std::string node;
+  std::optional<double> weight;
+  std::vector<std::string> keys;
+};
+
+constexpr double kLargestWeight = std::numeric_limits<int>::max();
+
+// Takes the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its arrays, 3 inside
+// their records; what lies in attributes and metadata is passed over.
+class Reader : public nlohmann::json_sax<json> {
+ public:
+  Reader(const Tokenizer& in, const char* const& seen, Document& document)
+      : in_(in), seen_(seen), document_(document) {}
+
+  bool null() override { return scalar("null"); }
+  bool boolean(bool value) override { return scalar(value ? "true" : "false"); }
+  bool number_integer(number_integer_t value) override {
+    return number(std::to_string(value), static_cast<double>(value), true);
+  }
+  bool number_unsigned(number_unsigned_t value) override {
+    return number(std::to_string(value), static_cast<double>(value), true);
+  }
+  bool number_float(number_float_t value, const string_t& text) override {
+    return number(text, value, false);
+  }
+  bool binary(binary_t& /*value*/) override { return false; }  // JSON has none
+
+  bool string(string_t& value) override {
+    if (passed_over_ > 0) return true;
+    if (depth_ == 1 && section_ == Section::kNetworkType) {
+      if (value != "undirected" && value != "directed" && value != "asc")
+        bad_value("a network type: undirected, directed or asc");
+      document_.network_type = value;
+      return true;
+    }
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) return take_id(json(value).dump());
+    if (depth_ == 3 && key_ == "direction" && (value == "head" || value == "tail")) {
+      ++document_.ndirections;
+      return true;
+    }
+    bad_value(expected_value());
+  }
+
+  bool start_object(std::size_t /*elements*/) override {
+    if (passed_over_ > 0 || may_pass_over_object()) {
+      ++passed_over_;
+      return true;
+    }
+    if (depth_ == 0 || depth_ == 2) {
+      ++depth_;
+      record_ = Record{};
+      record_.offset = offset() - 1;
+      return true;
+    }
+    bad_value(expected_value());
+  }
+
+  bool key(string_t& name) override {
+    if (passed_over_ > 0) return true;
+    key_ = name;
+    if (depth_ == 1)
+      begin_section(name);
+    else
+      check_key_of_record(name);
+    return true;
+  }
+
+  bool end_object() override {
+    if (passed_over_ > 0) {
+      --passed_over_;
+      return true;
+    }
+    --depth_;
+    if (depth_ == 2) take_record();
+    return true;
+  }
+
+  bool start_array(std::size_t /*elements*/) override {
+    if (passed_over_ > 0) {
+      ++passed_over_;
+      return true;
+    }
+    const bool is_list = depth_ == 1 && section_ != Section::kNetworkType && section_ != Section::kMetadata;
+    if (!is_list) bad_value(expected_value());
+    ++depth_;
+    return true;
+  }
+
+  bool end_array() override {
+    if (passed_over_ > 0)
+      --passed_over_;
+    else
+      --depth_;
+    return true;
+  }
+
+  bool parse_error(std::size_t position, const std::string& /*token*/,
+                   const json::exception& error) override {
+    const std::string what = error.what();
+    const std::size_t begin = what.find("syntax error ");
+    bad_text(in_, std::min(position == 0 ? 0 : position - 1, in_.text.size()),
+             "found no JSON: " + (begin == std::string::npos ? what : what.substr(begin)));
+  }
+
+  // At the end of the document.
+  void check_complete() const {
+    if (!has_incidences_)
+      bad_text(in_, in_.text.size(), "found no \"incidences\", expected an array of that name");
+  }
+
+ private:
+  [[nodiscard]] std::size_t offset() const { return static_cast<std::size_t>(seen_ - in_.text.data()); }
+
+  // Where the word begins that the parser has just read. Behind a number it has read one byte more.
+  [[nodiscard]] std::size_t word_offset() const {
+    const std::string& text = in_.text;
+    std::size_t at = offset();
+    const auto in_word = [&text](std::size_t k) {
+      return std::isalnum(static_cast<unsigned char>(text[k])) != 0 || text[k] == '-' || text[k] == '+' ||
+             text[k] == '.';
+    };
+    if (text[at - 1] == '"' || text[at - 1] == '{' || text[at - 1] == '[') return start_of_closed(at - 1);
+    if (!in_word(at - 1)) --at;
+    while (at > 0 && in_word(at - 1)) --at;
+    return at;
+  }
+
+  // The opening quote of the string that ends at `end`, or `end` when that is a bracket.
+  [[nodiscard]] std::size_t start_of_closed(std::size_t end) const {
+    const std::string& text = in_.text;
+    if (text[end] != '"') return end;
+    for (std::size_t at = end; at-- > 0;) {
+      std::size_t nescapes = 0;
+      while (nescapes < at && text[at - 1 - nescapes] == '\\') ++nescapes;
+      if (text[at] == '"' && nescapes % 2 == 0) return at;
+    }
+    return end;
+  }
+
+  [[noreturn]] void bad_value(const std::string& expected) const {
+    const std::size_t begin = word_offset();
+    std::size_t end = offset();
+    while (end > begin + 1 &&
+           std::string_view(" \t\r\n,:]}").find(in_.text[end - 1]) != std::string_view::npos)
+      --end;
+    unexpected(in_, {std::string_view(in_.text).substr(begin, end - begin), begin}, expected);
+  }
+
+  [[nodiscard]] std::string expected_value() const {
+    if (depth_ == 0) return "an object";
+    if (depth_ == 2) return "an object for each of " + key_of_section();
+    if (depth_ == 1) {
+      if (section_ == Section::kMetadata) return "an object";
+      return section_ == Section::kNetworkType ? "a network type: undirected, directed or asc" : "an array";
+    }
+    if (key_ == "weight") return "a number";
+    if (key_ == "attrs") return "an object";
+    if (key_ == "direction") return "head or tail";
+    return "a string or an integer for \"" + key_ + "\"";
+  }
+
+  [[nodiscard]] std::string key_of_section() const {
+    if (section_ == Section::kIncidences) return "incidences";
+    return section_ == Section::kNodes ? "nodes" : "edges";
+  }
+
+  [[nodiscard]] bool may_pass_over_object() {
+    if (depth_ == 1 && section_ == Section::kMetadata) {
+      document_.has_metadata = true;
+      return true;
+    }
+    if (depth_ != 3 || key_ != "attrs") return false;
+    ++document_.nattributes;
+    return true;
+  }
+
+  void begin_section(const std::string& name) {
+    static const std::unordered_map<std::string, Section> sections{{"incidences", Section::kIncidences},
+                                                                   {"nodes", Section::kNodes},
+                                                                   {"edges", Section::kEdges},
+                                                                   {"network-type", Section::kNetworkType},
+                                                                   {"metadata", Section::kMetadata}};
+    const auto found = sections.find(name);
+    if (found == sections.end()) bad_value("incidences, nodes, edges, network-type or metadata");
+    for (const Section seen : sections_)
+      if (seen == found->second) bad_value("each key once");
+    section_ = found->second;
+    sections_.push_back(section_);
+    if (section_ == Section::kIncidences) has_incidences_ = true;
+  }
+
+  void check_key_of_record(const std::string& name) {
+    const bool known = name == "weight" || name == "attrs" ||
+                       (name == "edge" && section_ != Section::kNodes) ||
+                       (name == "node" && section_ != Section::kEdges) ||
+                       (name == "direction" && section_ == Section::kIncidences);
+    if (!known) {
+      const std::string keys = section_ == Section::kNodes   ? "node, weight or attrs"
+                               : section_ == Section::kEdges ? "edge, weight or attrs"
+                                                             : "edge, node, weight, direction or attrs";
+      bad_value(keys);
+    }
+    for (const std::string& seen : record_.keys)
+      if (seen == name) bad_value("each key once");
+    record_.keys.push_back(name);
+  }
+
+  bool number(const std::string& text, double value, bool is_integer) {
+    if (passed_over_ > 0) return true;
+    if (depth_ == 3 && key_ == "weight") {
+      record_.weight = value;
+      return true;
+    }
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node") && is_integer) return take_id(text);
+    bad_value(expected_value());
+  }
+
+  bool scalar(const char* /*text*/) {
+    if (passed_over_ > 0) return true;
+    bad_value(expected_value());
+  }
+
+  bool take_id(const std::string& id) {
+    (key_ == "edge" ? record_.edge : record_.node) = id;
+    return true;
+  }
+
+  void take_record() {
+    if (section_ == Section::kIncidences) {
+      if (record_.edge.empty() || record_.node.empty())
+        bad_text(in_, record_.offset,
+                 std::string("found an incidence without ") + (record_.edge.empty() ? "edge" : "node") +
+                     ", expected both edge and node");
+      document_.incidences.push_back(
+          {document_.edges.names.number_of(record_.edge), document_.nodes.names.number_of(record_.node)});
+      if (record_.weight) ++document_.nincidence_weights;
+      return;
+    }
+    const bool is_node = section_ == Section::kNodes;
+    const std::string& id = is_node ? record_.node : record_.edge;
+    if (id.empty())
+      bad_text(in_, record_.offset,
+               std::string("found no name, expected ") + (is_node ? "a node" : "an edge"));
+    list_item(is_node ? document_.nodes : document_.edges, id);
+  }
+
+  void list_item(Items& items, const std::string& id) {
+    const int number = items.names.number_of(id);
+    if (is_listed_[&items == &document_.nodes ? 0 : 1].emplace(number, true).second == false) {
+      ++document_.nrepeated_records;
+      return;
+    }
+    items.listed.push_back(number);
+    if (!record_.weight) return;
+    const double w = *record_.weight;
+    if (w >= 0 && w <= kLargestWeight && w == std::floor(w))
+      items.weights[number] = static_cast<int>(w);
+    else
+      ++document_.nunfit_weights;
+  }
+
+  const Tokenizer& in_;
+  const char* const& seen_;
+  Document& document_;
+  int depth_ = 0;
+  int passed_over_ = 0;  // depth inside of what does not matter
+  Section section_ = Section::kMetadata;
+  std::vector<Section> sections_;
+  bool has_incidences_ = false;
+  std::string key_;
+  Record record_;
+  std::unordered_map<int, bool> is_listed_[2];
+};
+
+// Final numbers, from 1: listed items first, then the others as the incidences name them.
+std::vector<int> final_numbers(const Items& items, const std::vector<int>& named) {
+  std::vector<int> numbers(items.names.texts.size(), 0);
+  int next = 0;
+  for (const int item : items.listed) numbers[static_cast<std::size_t>(item)] = ++next;
+  for (const int item : named)
+    if (numbers[static_cast<std::size_t>(item)] == 0) numbers[static_cast<std::size_t>(item)] = ++next;
+  return numbers;
+}
+
+std::vector<std::string> names_by_number(const Items& items, const std::vector<int>& numbers) {
+  std::vector<std::string> names(numbers.size() + 1);
+  for (std::size_t k = 0; k < numbers.size(); ++k)
+    names[static_cast<std::size_t>(numbers[k])] = items.names.texts[k];
+  return names;
+}
+
+std::vector<int> weights_by_number(const Items& items, const std::vector<int>& numbers) {
+  if (items.weights.empty()) return {};
+  std::vector<int> weights(numbers.size() + 1, 1);
+  for (const auto& [item, w] : items.weights)
+    weights[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = w;
+  return weights;
+}
+
+void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
+          const std::string& more = {}) {
+  if (count > 0) notes.push_back(counted(count, what) + more);
+}
+
+void note_losses(Arrays& arrays, const Document& document) {
+  note(arrays.remarks, document.nrepeated_records, "record",
+       " of nodes or edges listed before, of which the first holds");
+  note(arrays.losses, document.nincidence_weights, "incidence weight");
+  note(arrays.losses, document.nunfit_weights, "weight",
+       " of nodes or edges, not whole or out of range, taken as 1");
+  note(arrays.losses, document.ndirections, "direction", " of incidences");
+  note(arrays.losses, document.nattributes, "set", " of attributes");
+  if (document.has_metadata) arrays.losses.emplace_back("the metadata");
+  if (document.network_type != "undirected")
+    arrays.losses.push_back("the network type " + document.network_type);
+}
+
+}  // namespace
+
+void import_hif(const Tokenizer& in, Arrays& arrays) {
+  Document document;
+  const char* seen = in.text.data();
+  Reader reader(in, seen, document);
+  const char* const end = in.text.data() + in.text.size();
+  json::sax_parse(WatchedText{in.text.data(), &seen}, WatchedText{end, nullptr}, &reader);
+  reader.check_complete();
+
+  std::vector<int> named_edges;
+  std::vector<int> named_nodes;
+  for (const Incidence& incidence : document.incidences) {
+    named_edges.push_back(incidence.edge);
+    named_nodes.push_back(incidence.node);
+  }
+  const std::vector<int> nets = final_numbers(document.edges, named_edges);
+  const std::vector<int> cells = final_numbers(document.nodes, named_nodes);
+  arrays.nnets = static_cast<int>(nets.size());
+  arrays.ncells = static_cast<int>(cells.size());
+  std::vector<Pin> pins;
+  for (const Incidence& incidence : document.incidences)
+    pins.push_back(
+        {nets[static_cast<std::size_t>(incidence.edge)], cells[static_cast<std::size_t>(incidence.node)]});
+  group_by_net(arrays, pins);
+
+  arrays.cell_names = names_by_number(document.nodes, cells);
+  arrays.net_names = names_by_number(document.edges, nets);
+  arrays.cell_weights = weights_by_number(document.nodes, cells);
+  arrays.net_weights = weights_by_number(document.edges, nets);
+  note_losses(arrays, document);
+}
+
+}  // namespace quillon::tool
