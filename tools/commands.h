@@ -18,6 +18,7 @@ void add_dump(CLI::App& app, int& status);
 void add_prune(CLI::App& app, int& status);
 void add_reorder(CLI::App& app, int& status);
 void add_convert(CLI::App& app, int& status);
+void add_partition_info(CLI::App& app, int& status);
 
 /// What every command that reads hypergraphs offers.
 inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {

@@ -207,7 +207,6 @@ int run(Options& options) {
 }  // namespace
 
 void add_convert(CLI::App& app, int& status) {
-  static const std::map<std::string, Format> formats(kFormatNames.begin(), kFormatNames.end());
   static const std::map<std::string, Weights> weights{{"none", Weights::kNone},
                                                       {"cells", Weights::kCells},
                                                       {"nets", Weights::kNets},
@@ -219,15 +218,8 @@ void add_convert(CLI::App& app, int& status) {
   CLI::App* const command = app.add_subcommand("convert", "Turn a file into one of another format");
   command->add_option("IN", options->in, "File to read; - is standard input")->required();
   command->add_option("OUT", options->out, "File to write; - is standard output")->required();
-  const auto name_format = [command](const char* name, std::optional<Format>& format, const char* help) {
-    command
-        ->add_option_function<Format>(
-            name, [&format](const Format& value) { format = value; }, help)
-        ->type_name("FORMAT")
-        ->transform(CLI::CheckedTransformer(formats).description(""));
-  };
-  name_format("--from", options->from, "Format of IN, if its suffix does not tell");
-  name_format("--to", options->to, "Format of OUT, if its suffix does not tell");
+  add_format_option(*command, "--from", options->from, "Format of IN, if its suffix does not tell");
+  add_format_option(*command, "--to", options->to, "Format of OUT, if its suffix does not tell");
   command
       ->add_option("--numbering", options->numbering, "First cell number in a quillon file, 1 if not given")
       ->type_name("0|1")

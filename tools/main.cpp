@@ -38,6 +38,7 @@ int run(int argc, char** argv) {
   add_prune(app, status);
   add_reorder(app, status);
   add_convert(app, status);
+  add_partition_info(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

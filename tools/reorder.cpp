@@ -9,6 +9,7 @@
 #include "tools/commands.h"
 #include "tools/load.h"
 #include "tools/output.h"
+#include "tools/parts.h"
 #include "tools/tokenizer.h"
 #include "util/util.h"
 
@@ -69,22 +70,14 @@ Order read_permutation(const std::string& file, int ncells) {
 }
 
 // Part numbers are replaced by their ranks, so that what is allocated for them depends on how many there are.
-int read_parts(const std::string& file, Hypergraph& h) {
-  Tokenizer tokenizer = open_tokenizer(file);
-  std::vector<int> parts;
-  for (int i = 1; i <= h._c; ++i) {
-    const Token token = next_token(tokenizer);
-    const Range range{0, std::numeric_limits<int>::max(),
-                      "the part number, from 0, of cell " + std::to_string(i)};
-    parts.push_back(h._clst[i].pno = as_number(tokenizer, token, range));
-  }
-  expect_end(tokenizer, "the parts of " + std::to_string(h._c) + " cells");
-
+int take_parts(const std::string& file, Hypergraph& h) {
+  const Order part_of = read_parts(file, h._c, std::numeric_limits<int>::max());
+  std::vector<int> parts(part_of.begin() + 1, part_of.end());
   std::sort(parts.begin(), parts.end());
   parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
   for (int i = 1; i <= h._c; ++i) {
-    int& part = h._clst[i].pno;
-    part = static_cast<int>(std::lower_bound(parts.begin(), parts.end(), part) - parts.begin());
+    const auto rank = std::lower_bound(parts.begin(), parts.end(), part_of[static_cast<std::size_t>(i)]);
+    h._clst[i].pno = static_cast<int>(rank - parts.begin());
   }
   return static_cast<int>(parts.size());
 }
@@ -122,7 +115,7 @@ int run(const Options& options) {
   Loaded source;
   load(source, options.in, SmallNets::kKeep, false);
   Hypergraph& h = source.h;
-  const int nparts = options.by_part ? read_parts(*options.by_part, h) : 0;
+  const int nparts = options.by_part ? take_parts(*options.by_part, h) : 0;
   const Order order = chosen_order(h, options);
 
   Hypergraph nh{};
