@@ -3,7 +3,9 @@
 #include <limits>
 
 #include "hypergraph/hypergraph.h"
+#include "hypergraph/lines.h"
 #include "hypergraph/lists.h"
+#include "hypergraph/numbers.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -16,12 +18,6 @@ constexpr int kLineSize = 16777216;
 constexpr int kCellWeights = 1;  // bits of _fmt
 constexpr int kNetWeights = 2;
 
-struct LineBuffer {
-  std::FILE* stream;
-  char* text;  // the line read last, also after an attempt to read beyond the end
-  int size;
-};
-
 struct Header {
   int shift;  // what turns the file's cell numbers into ours
   int ncells;
@@ -29,12 +25,6 @@ struct Header {
   int npins;
   int fmt;
   int weights_per_cell;
-};
-
-// The cell numbers of one net line.
-struct PinsRead {
-  std::int64_t count;
-  int last;  // of them; what a net of one pin is about
 };
 
 // How far the nets have been read.
@@ -46,6 +36,21 @@ struct NetsRead {
   int nremoved_pins = 0;
 };
 
+// The net whose line is being read.
+struct OpenNet {
+  bool weight_due;
+  int w;                   // 0 as long as it is due
+  std::int64_t count = 0;  // pins
+  int last = 0;            // of them; what a net of one pin is about
+};
+
+// What does not change from net to net.
+struct NetRules {
+  int shift;
+  int* work;  // by cell, the last net that names it; null if nobody asks
+  SmallNets small_nets;
+};
+
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
@@ -54,21 +59,21 @@ int low_32_bits(std::uint64_t magnitude, bool negative) {
   return static_cast<int>(static_cast<std::uint32_t>(negative ? -magnitude : magnitude));
 }
 
-// Reads an integer as strtol does in base 10 with 64 bits, and keeps its low 32. On success `at` moves behind
-// it; otherwise `at` stays and the value is 0. strtol itself has 32 bits on some platforms, and is slow on
-// all.
-bool scan_int(const char*& at, int& value) {
+// Reads an integer from a line that ends at `end`, as strtol does in base 10 with 64 bits, and keeps its low
+// 32. On success `at` moves behind it; otherwise `at` stays and the value is 0. strtol itself has 32 bits on
+// some platforms, and is slow on all.
+bool scan_int(const char*& at, const char* end, int& value) {
   const char* p = at;
-  while (is_space(*p)) ++p;
-  const bool negative = *p == '-';
-  if (*p == '-' || *p == '+') ++p;
+  while (p < end && is_space(*p)) ++p;
+  const bool negative = p < end && *p == '-';
+  if (p < end && (*p == '-' || *p == '+')) ++p;
   value = 0;
-  if (!is_digit(*p)) return false;
+  if (p == end || !is_digit(*p)) return false;
 
   constexpr std::uint64_t kLargest = std::numeric_limits<std::int64_t>::max();
   const std::uint64_t limit = kLargest + (negative ? 1 : 0);
   std::uint64_t magnitude = 0;
-  for (; is_digit(*p); ++p)
+  for (; p < end && is_digit(*p); ++p)
     magnitude = std::min(limit, magnitude > kLargest / 10 ? limit : 10 * magnitude + std::uint64_t(*p - '0'));
   value = low_32_bits(magnitude, negative);
   at = p;
@@ -80,36 +85,73 @@ int as_int(std::int64_t count) {
   return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
 }
 
-bool at_end(std::FILE* stream) { return std::feof(stream) != 0 || std::ferror(stream) != 0; }
-
-// Fetches the next line that is not a comment. Only the first byte of the buffer is looked at, not whether a
-// line was read: when the input ends in a comment, this waits for a line for ever. Callers know, and rely on
-// what stays in the buffer at the end of the input.
-void next_line(const LineBuffer& line) {
+// Fetches the next line that is not a comment. Only the first byte of the line is looked at, not whether one
+// was read: when the input ends in a comment, this waits for a line for ever. Callers know, and rely on what
+// stays in the buffer at the end of the input.
+void next_line(Lines& lines) {
   do {
-    [[maybe_unused]] const char* const read = std::fgets(line.text, line.size, line.stream);
-  } while (line.text[0] == '%' && std::ferror(line.stream) == 0);
+    fetch_line(lines);
+  } while (lines.text[lines.begin] == '%' && !(lines.at_end && std::ferror(lines.stream) != 0));
 }
 
-bool too_long(const LineBuffer& line, std::size_t length) {
-  return length >= static_cast<std::size_t>(line.size - 5);
+const char* line_begin(const Lines& lines) { return lines.text + lines.begin; }
+
+const char* line_end(const Lines& lines) { return lines.text + lines.end; }
+
+// What strlen would say of the line: nothing behind a NUL counts.
+std::size_t line_length(const Lines& lines) {
+  const std::size_t length = lines.end - lines.begin;
+  const void* const nul = length > 0 ? std::memchr(line_begin(lines), '\0', length) : nullptr;
+  return nul == nullptr ? length
+                        : static_cast<std::size_t>(static_cast<const char*>(nul) - line_begin(lines));
 }
 
-int scan_header(const char* text, int (&numbers)[6]) {
+bool too_long(const Lines& lines, std::size_t length) { return length >= lines.size - 5; }
+
+// Behind the last whole line that has been read ahead; behind the last line fetched if there is none. None of
+// the lines up to there is too long: where that is not certain, nothing counts as read ahead.
+const char* whole_lines_end(const Lines& lines) {
+  if (!lines.reads_ahead || too_long(lines, lines.filled - lines.end)) return line_end(lines);
+  std::size_t end = lines.filled;
+  while (end > lines.end && lines.text[end - 1] != '\n') --end;
+  return lines.text + end;
+}
+
+// The numbers that a text begins with, which ends in white space. The text has to be readable for some bytes
+// more, or is copied where it is.
+struct Numbers {
+  const char* text;
+  NumberRun run;
+  RunLines lines;
+  char tail[kRunText];
+};
+
+void look_at(const char* at, const char* end, Numbers& numbers) {
+  numbers.text = at;
+  if (end - at < kRunText) {
+    std::memset(numbers.tail, 0, sizeof numbers.tail);
+    std::memcpy(numbers.tail, at, static_cast<std::size_t>(end - at));
+    numbers.text = numbers.tail;
+  }
+  numbers.run = find_numbers(numbers.text);
+  split_into_lines(numbers.run, numbers.lines);
+}
+
+int scan_header(const char* at, const char* end, int (&numbers)[6]) {
   int count = 0;
-  while (count < 6 && scan_int(text, numbers[count])) ++count;
+  while (count < 6 && scan_int(at, end, numbers[count])) ++count;
   return count;
 }
 
 // Nothing is in the buffer yet, so that here the end of the input has to be seen.
-Header read_header(const LineBuffer& line) {
-  const char* read = nullptr;
+Header read_header(Lines& lines) {
   do {
-    read = std::fgets(line.text, line.size, line.stream);
-  } while (read != nullptr && line.text[0] == '%');
+    fetch_line(lines);
+  } while (lines.end > lines.begin && !lines.at_end && lines.text[lines.begin] == '%');
 
   int numbers[6] = {};
-  const int count = read == nullptr ? 0 : scan_header(line.text, numbers);
+  const bool is_comment = lines.end > lines.begin && lines.text[lines.begin] == '%';
+  const int count = is_comment ? 0 : scan_header(line_begin(lines), line_end(lines), numbers);
   if (count < 4) errexit("read_hypergraph : cannot read numbering, #cells, #nets, #pins.");
 
   const int fmt = count > 4 ? numbers[4] : 0;
@@ -141,10 +183,10 @@ std::uint64_t bytes_with_spares(int count, std::uint64_t each) {
   return (static_cast<std::uint64_t>(count) + 2) * each;
 }
 
-void grow_line_buffer(LineBuffer& line, int npins, const char* tag) {
+void grow_line_buffer(Lines& lines, int npins, const char* tag) {
   if (npins <= kLineSize) return;
-  line.size = npins;
-  line.text = static_cast<char*>(urealloc(line.text, static_cast<std::uint64_t>(npins), tag));
+  lines.size = static_cast<std::size_t>(npins);
+  lines.text = static_cast<char*>(urealloc(lines.text, lines.size, tag));
 }
 
 void allocate_net_side(Hypergraph* h) {
@@ -179,68 +221,245 @@ int* pin_at(const Hypergraph* h, std::int64_t index) {
   return h->_cell_list + std::min(index, std::int64_t{h->_p} + 2);
 }
 
-// Stores the cell numbers of a net line behind the nets before it. The entry behind the last one gets the
-// value of the attempt that found none, for which the array has spare room.
-PinsRead read_pins(const Hypergraph* h, const char* at, int shift, int j, int* work, std::int64_t used) {
-  const std::int64_t room = std::int64_t{h->_p} + 2;
-  for (PinsRead pins{0, 0};; ++pins.count) {
-    int id = 0;
-    const bool found = scan_int(at, id);
-    add_wrapping(id, shift);
-    if (used + pins.count < room) h->_cell_list[used + pins.count] = id;
-    if (!found) return pins;
+bool is_cell(const Hypergraph* h, int id) { return id >= 1 && id <= h->_c; }
 
-    if (id < 1 || id > h->_c) errexit("invalid vertex/cell id %d in the  vertex/cell list of net %d", id, j);
-    if (work != nullptr) {
-      if (work[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
-      work[id] = j;
-    }
-    pins.last = id;
+// Warns of pins that the net has already.
+void mark_pins(const NetRules& rules, int j, const int* pins, int count) {
+  if (rules.work == nullptr) return;
+  for (int k = 0; k < count; ++k) {
+    const int id = pins[k];
+    if (rules.work[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
+    rules.work[id] = j;
   }
 }
 
 // Takes a net out again, so that the next line can have its number and its place in _cell_list.
-void remove_small_net(Hypergraph* h, NetsRead& nets, int w, const PinsRead& pins) {
-  if (pins.count == 1) {
-    add_wrapping(h->_clst[pins.last].inw, w);
-    add_wrapping(h->_totinw, w);
+void remove_small_net(Hypergraph* h, NetsRead& nets, const OpenNet& open) {
+  if (open.count == 1) {
+    add_wrapping(h->_clst[open.last].inw, open.w);
+    add_wrapping(h->_totinw, open.w);
     ++nets.nremoved_pins;
   } else {
-    subtract_wrapping(h->_totnw, w);
-    add_wrapping(h->_virtualnets, w);
-    if (w >= 2) errexit("file contains a net with weight %d but net doesn't have any pin.", w);
+    subtract_wrapping(h->_totnw, open.w);
+    add_wrapping(h->_virtualnets, open.w);
   }
   ++nets.nremoved_nets;
   --h->_n;
 }
 
-NetsRead read_nets(Hypergraph* h, const LineBuffer& line, int shift, int* work, SmallNets small_nets) {
+OpenNet open_net(const Hypergraph* h) {
+  const bool weight_due = (h->_fmt & kNetWeights) != 0;
+  return {weight_due, weight_due ? 0 : 1};
+}
+
+bool is_refused(const OpenNet& open, SmallNets small_nets) {
+  return small_nets == SmallNets::kFold && open.count == 0 && open.w >= 2;
+}
+
+// At the end of its line.
+void close_net(Hypergraph* h, NetsRead& nets, const OpenNet& open, SmallNets small_nets) {
+  nets.npins += open.count;
+  add_wrapping(h->_totnw, open.w);
+  if (open.count < 2 && small_nets == SmallNets::kFold) {
+    remove_small_net(h, nets, open);
+    return;
+  }
+  Net& net = h->_nlst[nets.j];
+  net.w = open.w;
+  net.pins = pin_at(h, nets.used);
+  nets.used += open.count;
+  net.pinsend = pin_at(h, nets.used) - 1;
+  ++nets.j;
+}
+
+// Reads the rest of the line fetched last, from `at` on, number by number, behind the pins that the net has
+// already. The entry behind the last pin gets the value of the attempt that found none, for which the array
+// has spare room.
+void read_slowly(const Hypergraph* h, const NetsRead& nets, OpenNet& open, const Lines& lines, const char* at,
+                 const NetRules& rules) {
+  const std::int64_t room = std::int64_t{h->_p} + 2;
+  const char* const end = line_end(lines);
+  if (open.weight_due) scan_int(at, end, open.w);
+  open.weight_due = false;
+  for (;; ++open.count) {
+    int id = 0;
+    const bool found = scan_int(at, end, id);
+    add_wrapping(id, rules.shift);
+    const std::int64_t place = nets.used + open.count;
+    if (place < room) h->_cell_list[place] = id;
+    if (!found) return;
+    if (!is_cell(h, id)) {
+      set_back(lines);
+      errexit("invalid vertex/cell id %d in the  vertex/cell list of net %d", id, nets.j);
+    }
+    mark_pins(rules, nets.j, &id, 1);
+    open.last = id;
+  }
+}
+
+// Goes on to a line of a run.
+void move_to_line(Lines& lines, const char* run, int end) {
+  lines.begin = lines.end;
+  lines.end = static_cast<std::size_t>(run - lines.text) + static_cast<std::size_t>(end);
+}
+
+// Whether the numbers of a run are pins one behind the other, of nets that all stay: then they can be stored
+// where they belong before anything else is known of them.
+bool are_pins_that_stay(const Hypergraph* h, const NetsRead& nets, const OpenNet& open, const RunLines& split,
+                        SmallNets small_nets) {
+  if ((h->_fmt & kNetWeights) != 0 || nets.j + std::int64_t{split.count} > h->_n) return false;
+  if (small_nets == SmallNets::kKeep) return true;
+  std::int64_t before = open.count;
+  for (int k = 0; k < split.count; ++k) {
+    if (before + split.numbers[k] < 2) return false;
+    before = 0;
+  }
+  return true;
+}
+
+// Stores the numbers of a run that are pins of nets that stay. Returns false, and has done nothing that
+// counts, when one of them is no cell.
+bool take_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+               const Numbers& numbers, const NetRules& rules) {
+  const RunLines& split = numbers.lines;
+  int* pins = h->_cell_list + nets.used + open.count;
+  store_numbers(numbers.text, numbers.run, rules.shift, pins);
+  if (!are_all_within(pins, numbers.run.count, h->_c)) return false;
+  for (int k = 0; k < split.count; ++k) {
+    mark_pins(rules, nets.j, pins, split.numbers[k]);
+    pins += split.numbers[k];
+    open.count += split.numbers[k];
+    close_net(h, nets, open, rules.small_nets);
+    open = open_net(h);
+    move_to_line(lines, at, split.ends[k]);
+  }
+  mark_pins(rules, nets.j, pins, split.behind);
+  open.count += split.behind;
+  if (split.behind == 0)
+    pins[0] = rules.shift;
+  else
+    open.last = pins[split.behind - 1];
+  return true;
+}
+
+// Gives a net some of its numbers: its weight if that is due, then pins.
+void take_numbers(const Hypergraph* h, const NetsRead& nets, OpenNet& open, const int* numbers, int count,
+                  const NetRules& rules) {
+  if (open.weight_due && count > 0) {
+    open.w = *numbers++;
+    open.weight_due = false;
+    --count;
+  }
+  int* const pins = h->_cell_list + nets.used + open.count;
+  for (int k = 0; k < count; ++k) pins[k] = numbers[k] + rules.shift;
+  mark_pins(rules, nets.j, pins, count);
+  open.count += count;
+  if (count > 0) open.last = pins[count - 1];
+}
+
+// The same as `take_numbers` for a net that nothing is done with, but to see whether its pins are cells.
+bool takes_cells(const Hypergraph* h, OpenNet& open, const int* numbers, int count, int shift) {
+  for (int k = 0; k < count; ++k) {
+    const int number = numbers[k];
+    if (open.weight_due) {
+      open.w = number;
+      open.weight_due = false;
+    } else {
+      if (number < 1 - shift || number > h->_c - shift) return false;
+      ++open.count;
+    }
+  }
+  return true;
+}
+
+// Whether the numbers of a run give no reason to end the program.
+bool are_sound(const Hypergraph* h, OpenNet open, const int* numbers, const RunLines& split,
+               const NetRules& rules) {
+  for (int k = 0; k < split.count; ++k) {
+    if (!takes_cells(h, open, numbers, split.numbers[k], rules.shift)) return false;
+    if (is_refused(open, rules.small_nets)) return false;
+    numbers += split.numbers[k];
+    open = open_net(h);
+  }
+  return takes_cells(h, open, numbers, split.behind, rules.shift);
+}
+
+// Stores the numbers of any run, as far as there are nets. Returns false, and has done nothing, when there is
+// a reason to end the program.
+bool take_weights_and_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+                           const Numbers& numbers, const NetRules& rules) {
+  const RunLines& split = numbers.lines;
+  int values[kMostInRun];
+  store_numbers(numbers.text, numbers.run, 0, values);
+  if (!are_sound(h, open, values, split, rules)) return false;
+  const int* next = values;
+  for (int k = 0; k < split.count && nets.j <= h->_n; ++k) {
+    take_numbers(h, nets, open, next, split.numbers[k], rules);
+    next += split.numbers[k];
+    *pin_at(h, nets.used + open.count) = rules.shift;
+    close_net(h, nets, open, rules.small_nets);
+    open = open_net(h);
+    move_to_line(lines, at, split.ends[k]);
+  }
+  if (nets.j <= h->_n) take_numbers(h, nets, open, next, split.behind, rules);
+  return true;
+}
+
+// Reads net lines as long as they hold nothing but unsigned numbers, with no reason to end the program, and
+// there is room for these; does the same as `read_slowly` for each of them.
+//
+// @param open   The net that the text from `at` on is about.
+// @param lines  The line before it; moves on to the last one that was finished.
+// @return       Where it stopped, in the line behind that.
+const char* read_plain_nets(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+                            const char* end, const NetRules& rules) {
+  const std::int64_t room = std::int64_t{h->_p} + 2;
+  Numbers numbers;
+  while (at < end && nets.j <= h->_n) {
+    look_at(at, end, numbers);
+    if (numbers.run.size == 0 || nets.used + open.count + numbers.run.count >= room) break;
+    const bool taken = are_pins_that_stay(h, nets, open, numbers.lines, rules.small_nets)
+                           ? take_pins(h, nets, open, lines, at, numbers, rules)
+                           : take_weights_and_pins(h, nets, open, lines, at, numbers, rules);
+    if (!taken) break;
+    at += numbers.run.size;
+  }
+  return at;
+}
+
+// Reads the line fetched last, from `at` on.
+void read_fetched_net(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+                      const NetRules& rules) {
+  const std::size_t end = lines.end;
+  const int nread = nets.j + nets.nremoved_nets;
+  lines.end = lines.begin;
+  at = read_plain_nets(h, nets, open, lines, at, lines.text + end, rules);
+  lines.end = end;
+  if (nets.j + nets.nremoved_nets != nread) return;
+  read_slowly(h, nets, open, lines, at, rules);
+  if (is_refused(open, rules.small_nets)) {
+    set_back(lines);
+    errexit("file contains a net with weight %d but net doesn't have any pin.", open.w);
+  }
+  close_net(h, nets, open, rules.small_nets);
+}
+
+NetsRead read_nets(Hypergraph* h, Lines& lines, const NetRules& rules) {
   NetsRead nets;
   while (nets.j <= h->_n) {
-    next_line(line);
-    if (at_end(line.stream)) break;
-    if (too_long(line, std::strlen(line.text))) {
-      if (small_nets == SmallNets::kKeep) errexit("read_hypergraph: Buffer for fgets not big enough.");
+    OpenNet open = open_net(h);
+    const char* at = read_plain_nets(h, nets, open, lines, line_end(lines), whole_lines_end(lines), rules);
+    if (nets.j > h->_n) break;
+
+    const std::ptrdiff_t done = at - line_end(lines);  // bytes of the line that is fetched now
+    next_line(lines);
+    if (lines.at_end) break;
+    if (too_long(lines, line_length(lines))) {
+      set_back(lines);
+      if (rules.small_nets == SmallNets::kKeep) errexit("read_hypergraph: Buffer for fgets not big enough.");
       errexit("read_hypergraph: Buffer for fgets not big enough for net %d\n.", nets.j);
     }
-
-    const char* at = line.text;
-    int w = 1;
-    if ((h->_fmt & kNetWeights) != 0) scan_int(at, w);
-    const PinsRead pins = read_pins(h, at, shift, nets.j, work, nets.used);
-    nets.npins += pins.count;
-    add_wrapping(h->_totnw, w);
-
-    if (pins.count < 2 && small_nets == SmallNets::kFold) {
-      remove_small_net(h, nets, w, pins);
-      continue;
-    }
-    Net& net = h->_nlst[nets.j];
-    net.w = w;
-    net.pins = pin_at(h, nets.used);
-    nets.used += pins.count;
-    net.pinsend = pin_at(h, nets.used) - 1;
-    ++nets.j;
+    read_fetched_net(h, nets, open, lines, line_begin(lines) + done, rules);
   }
   return nets;
 }
@@ -258,68 +477,105 @@ void close_nets(Hypergraph* h, const NetsRead& nets) {
 
 // Fetches a line of cell weights; false at the end of the input. The reader that keeps small nets looks at
 // the line before it asks for the end: at the end that is the line before, still in the buffer.
-bool next_weight_line(const LineBuffer& line, SmallNets small_nets) {
-  next_line(line);
-  if (small_nets == SmallNets::kFold && at_end(line.stream)) return false;
-  const std::size_t length = std::strlen(line.text);
-  if (too_long(line, length)) errexit("read_hypergraph: Buffer for fgets not big enough.");
-  if (length == 0 || line.text[length - 1] != '\n')
-    errexit("read_hypergraph: no newline at the end of line '%s'\n", line.text);
-  return !at_end(line.stream);
+bool next_weight_line(Lines& lines, SmallNets small_nets) {
+  next_line(lines);
+  if (small_nets == SmallNets::kFold && lines.at_end) return false;
+  const std::size_t length = line_length(lines);
+  if (too_long(lines, length)) {
+    set_back(lines);
+    errexit("read_hypergraph: Buffer for fgets not big enough.");
+  }
+  if (length == 0 || line_begin(lines)[length - 1] != '\n') {
+    set_back(lines);
+    lines.text[lines.end] = '\0';
+    errexit("read_hypergraph: no newline at the end of line '%s'\n", line_begin(lines));
+  }
+  return !lines.at_end;
 }
 
-void read_cell_weights(Hypergraph* h, const LineBuffer& line, const Header& header, int check,
-                       SmallNets small_nets) {
+// Where the next cell weight goes.
+struct WeightsRead {
   std::int64_t i = 1;
   std::int64_t k = 0;  // how many numbers of cell i have been read
-  while (i <= h->_c && next_weight_line(line, small_nets)) {
-    const char* at = line.text;
-    for (int w = 0; scan_int(at, w);) {
-      if (k == 0) {
-        // The last line may hold numbers too many: they count, and the sentinel has room for the first of
-        // them.
-        if (i <= h->_c + 1) h->_clst[i].w = w;
-        add_wrapping(h->_totcw, w);
-      }
-      if (++k == header.weights_per_cell) {
-        k = 0;
-        ++i;
-      }
-    }
+  int per_cell;
+};
+
+void take_weight(Hypergraph* h, WeightsRead& weights, int w) {
+  if (weights.k == 0) {
+    // The last line may hold numbers too many: they count, and the sentinel has room for the first of them.
+    if (weights.i <= h->_c + 1) h->_clst[weights.i].w = w;
+    add_wrapping(h->_totcw, w);
+  }
+  if (++weights.k == weights.per_cell) {
+    weights.k = 0;
+    ++weights.i;
+  }
+}
+
+// Reads weights as long as there is nothing but unsigned numbers, and cells that wait for theirs behind them.
+// Returns where it stopped, in the line behind the last one that was finished, which is in `lines`.
+const char* read_plain_weights(Hypergraph* h, WeightsRead& weights, Lines& lines, const char* at,
+                               const char* end) {
+  Numbers numbers;
+  int values[kMostInRun];
+  while (at < end) {
+    look_at(at, end, numbers);
+    const int count = numbers.run.count;
+    if (numbers.run.size == 0 || weights.i + count > h->_c) break;
+    store_numbers(numbers.text, numbers.run, 0, values);
+    for (int k = 0; k < count; ++k) take_weight(h, weights, values[k]);
+    for (int k = 0; k < numbers.lines.count; ++k) move_to_line(lines, at, numbers.lines.ends[k]);
+    at += numbers.run.size;
+  }
+  return at;
+}
+
+void read_cell_weights(Hypergraph* h, Lines& lines, const Header& header, int check, SmallNets small_nets) {
+  WeightsRead weights{.per_cell = header.weights_per_cell};
+  while (weights.i <= h->_c) {
+    const char* at = read_plain_weights(h, weights, lines, line_end(lines), whole_lines_end(lines));
+    const std::ptrdiff_t done = at - line_end(lines);  // bytes of the line that is fetched now
+    if (!next_weight_line(lines, small_nets)) break;
+    at = line_begin(lines) + done;
+    for (int w = 0; scan_int(at, line_end(lines), w);) take_weight(h, weights, w);
   }
 
-  if (i <= h->_c && check != 0)
+  if (weights.i <= h->_c && check != 0)
     uwarning("read_hypergraph: some cell (vertex) weights are missing, initializing to 1");
-  for (; i <= h->_c; ++i) {
-    h->_clst[i].w = 1;
+  for (; weights.i <= h->_c; ++weights.i) {
+    h->_clst[weights.i].w = 1;
     add_wrapping(h->_totcw, 1);
   }
 }
 
 int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) {
   *h = Hypergraph{};
-  LineBuffer line{ifp, static_cast<char*>(umalloc(kLineSize, "read_hypergraph : line")), kLineSize};
-  const Header header = read_header(line);
+  Lines lines{ifp, static_cast<char*>(umalloc(kLineSize, "read_hypergraph : line")), kLineSize};
+  const Header header = read_header(lines);
   take_header(h, header);
-  if (small_nets == SmallNets::kFold) grow_line_buffer(line, h->_p, "read_hypergraph: line");
+  if (small_nets == SmallNets::kFold) grow_line_buffer(lines, h->_p, "read_hypergraph: line");
   allocate_net_side(h);
-  if (small_nets == SmallNets::kKeep) grow_line_buffer(line, h->_p, "read_hypergraph: line");
+  if (small_nets == SmallNets::kKeep) grow_line_buffer(lines, h->_p, "read_hypergraph: line");
   int* const work = check != 0 ? allocate_work(h->_c) : nullptr;
   init_cells(h);
 
-  const NetsRead nets = read_nets(h, line, header.shift, work, small_nets);
+  begin_reading_ahead(lines);
+  const NetsRead nets = read_nets(h, lines, {header.shift, work, small_nets});
   _usfree(work);
-  if (nets.npins != h->_p)
+  if (nets.npins != h->_p) {
+    set_back(lines);
     errexit("read_hypergraph: Something wrong with the pins from input file %d %d\n", h->_p,
             as_int(nets.npins));
+  }
   h->_p -= nets.nremoved_pins;
   close_nets(h, nets);
 
   if ((h->_fmt & kCellWeights) != 0)
-    read_cell_weights(h, line, header, check, small_nets);
+    read_cell_weights(h, lines, header, check, small_nets);
   else
     h->_totcw = h->_c;
-  _usfree(line.text);
+  set_back(lines);
+  _usfree(lines.text);
   return nets.nremoved_nets;
 }
 
@@ -345,28 +601,79 @@ NetArrays allocate_net_arrays(const Header& header) {
   return {xnadj, imalloc(room, "read_hypergraph_netar: nadj"), room};
 }
 
-// Appends the cell numbers of a net line, and behind them the value of the attempt that found none.
-void append_pins(NetArrays& arrays, const char* at, int shift) {
+// Reads the rest of a net line, and appends behind its cell numbers the value of the attempt that found none.
+void append_slowly(NetArrays& arrays, const char* at, const char* end, int shift) {
   for (bool found = true; found; arrays.npins += found ? 1 : 0) {
     int id = 0;
-    found = scan_int(at, id);
+    found = scan_int(at, end, id);
     add_wrapping(id, shift);
     if (arrays.npins < arrays.room) arrays.nadj[arrays.npins] = id;
   }
 }
 
+// Appends numbers of a net: a weight that is due goes nowhere, the others are pins.
+void append_numbers(NetArrays& arrays, bool& weight_due, const int* numbers, int count, int shift) {
+  const bool skipped = weight_due && count > 0;
+  if (skipped) weight_due = false;
+  for (int k = skipped ? 1 : 0; k < count; ++k) {
+    arrays.nadj[arrays.npins] = numbers[k];
+    add_wrapping(arrays.nadj[arrays.npins++], shift);
+  }
+}
+
+// Reads net lines as long as they hold nothing but unsigned numbers and there is room for these. Returns
+// where it stopped, in the line behind the last one that was finished, which is in `lines`.
+const char* append_plain_nets(NetArrays& arrays, std::int64_t& j, bool& weight_due, Lines& lines,
+                              const char* at, const char* end, const Header& header) {
+  const bool has_weights = (header.fmt & kNetWeights) != 0;
+  Numbers numbers;
+  int values[kMostInRun];
+  while (at < end && j <= header.nnets) {
+    look_at(at, end, numbers);
+    if (numbers.run.size == 0 || arrays.npins + numbers.run.count >= arrays.room) break;
+    const RunLines& split = numbers.lines;
+    // Pins that are all to be had are stored where they belong.
+    const bool direct = !has_weights && j + split.count <= header.nnets;
+    int* next = direct ? arrays.nadj + arrays.npins : values;
+    store_numbers(numbers.text, numbers.run, direct ? header.shift : 0, next);
+    for (int k = 0; k <= split.count && j <= header.nnets; ++k) {
+      const int count = k < split.count ? split.numbers[k] : split.behind;
+      if (direct)
+        arrays.npins += count;
+      else
+        append_numbers(arrays, weight_due, next, count, header.shift);
+      next += count;
+      if (k == split.count) break;
+      arrays.xnadj[++j] = as_int(arrays.npins);
+      weight_due = has_weights;
+      move_to_line(lines, at, split.ends[k]);
+      if (!direct || (k + 1 == split.count && split.behind == 0)) arrays.nadj[arrays.npins] = header.shift;
+    }
+    at += numbers.run.size;
+  }
+  return at;
+}
+
 // Whether a line was read is not asked: at the end of the input, a missing net line is the line before once
 // more.
-void read_net_arrays(NetArrays& arrays, const LineBuffer& line, const Header& header) {
-  for (std::int64_t j = 1; j <= header.nnets; ++j) {
-    next_line(line);
-    if (too_long(line, std::strlen(line.text)))
+void read_net_arrays(NetArrays& arrays, Lines& lines, const Header& header) {
+  std::int64_t j = 1;
+  arrays.xnadj[1] = 0;
+  while (j <= header.nnets) {
+    bool weight_due = (header.fmt & kNetWeights) != 0;
+    const char* at =
+        append_plain_nets(arrays, j, weight_due, lines, line_end(lines), whole_lines_end(lines), header);
+    if (j > header.nnets) break;
+
+    const std::ptrdiff_t done = at - line_end(lines);  // bytes of the line that is fetched now
+    next_line(lines);
+    if (too_long(lines, line_length(lines)))
       errexit("read_hypergraph_netar: Buffer for fgets not big enough.");
-    arrays.xnadj[j] = as_int(arrays.npins);
-    const char* at = line.text;
+    at = line_begin(lines) + done;
     int ignored_weight = 0;
-    if ((header.fmt & kNetWeights) != 0) scan_int(at, ignored_weight);
-    append_pins(arrays, at, header.shift);
+    if (weight_due) scan_int(at, line_end(lines), ignored_weight);
+    append_slowly(arrays, at, line_end(lines), header.shift);
+    arrays.xnadj[++j] = as_int(arrays.npins);
   }
 }
 
@@ -501,23 +808,24 @@ void hypergraph_LoadFromArr(Hypergraph* h, int nnets, int ncells, const int* xna
 }
 
 void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** xnadj, int** nadj) {
-  LineBuffer line{nullptr, static_cast<char*>(umalloc(kLineSize, "read_hypergraph_netar : line")), kLineSize};
-  line.stream = ufopen(filename, "r", "read_hypergraph_netar");
-  const Header header = read_header(line);
+  char* const text = static_cast<char*>(umalloc(kLineSize, "read_hypergraph_netar : line"));
+  Lines lines{ufopen(filename, "r", "read_hypergraph_netar"), text, kLineSize};
+  const Header header = read_header(lines);
   *ncells = header.ncells;
   *nnets = header.nnets;
-  grow_line_buffer(line, header.npins, "read_hypergraph_netar: line");
+  grow_line_buffer(lines, header.npins, "read_hypergraph_netar: line");
 
   NetArrays arrays = allocate_net_arrays(header);
   *xnadj = arrays.xnadj;
   *nadj = arrays.nadj;
-  read_net_arrays(arrays, line, header);
+  begin_reading_ahead(lines);
+  read_net_arrays(arrays, lines, header);
   if (arrays.npins != header.npins)
     errexit("read_hypergraph_netar: Something wrong with the pins from input file %d %d\n", header.npins,
             as_int(arrays.npins));
   arrays.xnadj[std::int64_t{std::max(header.nnets, 0)} + 1] = header.npins;
-  _usfree(line.text);
-  ufclose(line.stream);
+  _usfree(lines.text);
+  ufclose(lines.stream);
 }
 
 int write_hmetis_hypergraph(const Hypergraph* h, const char* filename) {
