@@ -6,7 +6,10 @@ packages=()
 for job in "$@"; do
   case "$job" in
     build) packages+=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev) ;;
-    test) packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev) ;;
+    test)
+      packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev gzip)
+      packages+=(python3 python3-scipy python3-jsonschema python3-networkx metis)
+      ;;
     lint) packages+=(clang-format clang-tidy python3) ;;
     coverage) packages+=(gcovr) ;;
     *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;

@@ -27,7 +27,9 @@ std::int64_t set_weights(Item* items, int count, const std::vector<int>& weights
 }
 
 int weight_bit(const std::vector<int>& weights, int bit) {
-  return std::any_of(weights.begin(), weights.end(), [](int w) { return w != 1; }) ? bit : 0;
+  const bool counts =
+      !weights.empty() && std::any_of(weights.begin() + 1, weights.end(), [](int w) { return w != 1; });
+  return counts ? bit : 0;
 }
 
 void warn_of_overflow(std::int64_t total, const char* what) {

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillon::tool {
@@ -29,6 +30,23 @@ inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
 
 inline void add_files(CLI::App& command, std::vector<std::string>& files) {
   command.add_option("FILE", files, "Hypergraph files; - is standard input")->required();
+}
+
+/// An option that takes one of a few names.
+template <typename Value, typename Target>
+void add_choice(CLI::App& command, const char* name,
+                const std::vector<std::pair<std::string, Value>>& choices, Target& target, const char* help) {
+  std::string names;
+  for (const auto& [choice, value] : choices) names += (names.empty() ? "" : "|") + choice;
+  const auto take = [=, &target](const std::string& text) {
+    for (const auto& [choice, value] : choices) {
+      if (choice != text) continue;
+      target = value;
+      return;
+    }
+    throw CLI::ValidationError(name, "'" + text + "' is none of " + names);
+  };
+  command.add_option_function<std::string>(name, take, help)->type_name(names);
 }
 
 }  // namespace quillon::tool

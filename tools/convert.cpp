@@ -26,7 +26,12 @@ Formats, with the suffixes that stand for them:
   mtx      .mtx               Matrix Market coordinates; written as a pattern
   metis    .graph             graphs of METIS as hypergraphs of 2-pin nets; only read
   hif      .json              Hypergraph Interchange Format 0.1, undirected
-A name that ends in .gz is read as the format that stands before it.)";
+A name that ends in .gz is read as the format that stands before it. Nothing is written compressed.
+
+Models of a matrix:
+  row-net      rows are nets, columns are cells
+  column-net   columns are nets, rows are cells
+  fine-grain   entries are cells, rows and then columns are nets; only read)";
 
 enum class Weights { kNone, kCells, kNets, kBoth, kAuto };
 
@@ -35,8 +40,8 @@ struct Options {
   std::string out;
   std::optional<Format> from;
   std::optional<Format> to;
-  int numbering = 1;
-  Weights weights = Weights::kAuto;
+  std::optional<int> numbering;
+  std::optional<Weights> weights;
   Model model = Model::kRowNet;
   bool add_diagonal = false;
   std::string labels;
@@ -44,7 +49,8 @@ struct Options {
 };
 
 int weight_format(const Options& options, const Hypergraph& h) {
-  return options.weights == Weights::kAuto ? h._fmt : static_cast<int>(options.weights);
+  const Weights weights = options.weights.value_or(Weights::kAuto);
+  return weights == Weights::kAuto ? h._fmt : static_cast<int>(weights);
 }
 
 template <typename Item>
@@ -62,10 +68,16 @@ void note(std::vector<std::string>& notes, std::int64_t count, const std::string
   if (count > 0) notes.push_back(counted(count, what) + more);
 }
 
-void note_weights(std::vector<std::string>& losses, const Hypergraph& h, bool cells, bool nets) {
+// What is not as it was, or not as others want it.
+struct Doubts {
+  std::vector<std::string> lost;     // the target has no room for it
+  std::vector<std::string> refused;  // it is there, but readers do not take it
+};
+
+void note_weights(std::vector<std::string>& lost, const Hypergraph& h, bool cells, bool nets) {
   const auto counts = [](int w) { return w != 1; };
-  if (!cells) note(losses, count_weights(h._clst, h._c, counts), "cell weight", " other than 1");
-  if (!nets) note(losses, count_weights(h._nlst, h._n, counts), "net weight", " other than 1");
+  if (!cells) note(lost, count_weights(h._clst, h._c, counts), "cell weight", " other than 1");
+  if (!nets) note(lost, count_weights(h._nlst, h._n, counts), "net weight", " other than 1");
 }
 
 // Names that are more than the numbers that the items have anyway.
@@ -75,37 +87,33 @@ std::int64_t count_names(const std::vector<std::string>& names) {
   return count;
 }
 
-// What the target has no room for, or its readers no patience.
-std::vector<std::string> losses_of_target(const Options& options, const Hypergraph& h) {
-  std::vector<std::string> losses;
+void note_doubts_of_target(Doubts& doubts, const Options& options, const Hypergraph& h) {
   const auto any = [](int /*w*/) { return true; };
   const auto negative = [](int w) { return w < 0; };
   switch (*options.to) {
     case Format::kQuillon: {
       const int fmt = weight_format(options, h);
-      note_weights(losses, h, (fmt & 1) != 0, (fmt & 2) != 0);
+      note_weights(doubts.lost, h, (fmt & 1) != 0, (fmt & 2) != 0);
       if ((fmt & 2) != 0)
-        note(losses, count_pinless(h, [](int w) { return w >= 2; }), "net",
-             " without pins of weight 2 or more, for which readers that fold small nets refuse the file");
+        note(doubts.refused, count_pinless(h, [](int w) { return w >= 2; }), "net",
+             " without pins of weight 2 or more, which readers that fold small nets refuse");
       break;
     }
     case Format::kHmetis:
-      note(losses, count_pinless(h, any), "net",
-           " without pins, for which many readers of hMETIS files refuse them");
+      note(doubts.refused, count_pinless(h, any), "net", " without pins, which many readers refuse");
       [[fallthrough]];
     case Format::kKub:
-      note(losses, count_weights(h._clst, h._c, negative) + count_weights(h._nlst, h._n, negative), "weight",
-           " below 0, written all the same");
+      note(doubts.refused, count_weights(h._clst, h._c, negative) + count_weights(h._nlst, h._n, negative),
+           "weight", " below 0, which readers refuse");
       break;
     case Format::kMatrixMarket:
-      note_weights(losses, h, false, false);
-      note(losses, count_repeated_pins(h), "repeated pin");
+      note_weights(doubts.lost, h, false, false);
+      note(doubts.lost, count_repeated_pins(h), "repeated pin");
       break;
     case Format::kMetis:
     case Format::kHif:
       break;
   }
-  return losses;
 }
 
 bool keeps_names(const Options& options) { return !options.labels.empty() || *options.to == Format::kHif; }
@@ -118,22 +126,23 @@ void tell(const Options& options, const Arrays& arrays, const Hypergraph& h) {
       uwarning("%s: %s of a cell on its net, kept", shown_name(options.in).c_str(),
                counted(count, "repetition").c_str());
 
-  std::vector<std::string> losses = arrays.losses;
+  Doubts doubts{arrays.losses, {}};
   if (!keeps_names(options)) {
-    note(losses, count_names(arrays.cell_names), "cell name");
-    note(losses, count_names(arrays.net_names), "net name");
+    note(doubts.lost, count_names(arrays.cell_names), "cell name");
+    note(doubts.lost, count_names(arrays.net_names), "net name");
   }
-  for (const std::string& loss : losses_of_target(options, h)) losses.push_back(loss);
-  for (const std::string& loss : losses)
-    uwarning("%s does not hold %s", shown_target(options.out).c_str(), loss.c_str());
-  if (options.strict && !losses.empty())
-    errexit("%s is not written, because of --strict", shown_target(options.out).c_str());
+  note_doubts_of_target(doubts, options, h);
+  const std::string target = shown_target(options.out);
+  for (const std::string& lost : doubts.lost) uwarning("%s does not hold %s", target.c_str(), lost.c_str());
+  for (const std::string& refused : doubts.refused) uwarning("%s holds %s", target.c_str(), refused.c_str());
+  if (options.strict && !(doubts.lost.empty() && doubts.refused.empty()))
+    errexit("%s is not written, because of --strict", target.c_str());
 }
 
 void write_file(const Options& options, const Hypergraph& h, const Labels& labels, const char* filename) {
   switch (*options.to) {
     case Format::kQuillon:
-      write_hypergraph(&h, filename, options.numbering, weight_format(options, h));
+      write_hypergraph(&h, filename, options.numbering.value_or(1), weight_format(options, h));
       break;
     case Format::kHmetis:
       write_hmetis_hypergraph(&h, filename);
@@ -179,6 +188,9 @@ std::string usage_error(const Options& options) {
   const bool reads_matrix = *options.from == Format::kMatrixMarket;
   const bool writes_matrix = *options.to == Format::kMatrixMarket;
   if (*options.to == Format::kMetis) return "METIS graphs are only read: a net may have more than two pins";
+  if (options.out.ends_with(".gz")) return "nothing is written compressed; write to - and pipe it into gzip";
+  if (options.numbering && *options.to != Format::kQuillon) return "--numbering is for writing quillon";
+  if (options.weights && *options.to != Format::kQuillon) return "--weights is for writing quillon";
   if (writes_matrix && options.model == Model::kFineGrain)
     return "a matrix is written by --model row-net or column-net";
   if (!reads_matrix && !writes_matrix && options.model != Model::kRowNet) return "--model is for mtx";
@@ -207,35 +219,33 @@ int run(Options& options) {
 }  // namespace
 
 void add_convert(CLI::App& app, int& status) {
-  static const std::map<std::string, Weights> weights{{"none", Weights::kNone},
-                                                      {"cells", Weights::kCells},
-                                                      {"nets", Weights::kNets},
-                                                      {"both", Weights::kBoth},
-                                                      {"auto", Weights::kAuto}};
-  static const std::map<std::string, Model> models{
-      {"row-net", Model::kRowNet}, {"column-net", Model::kColumnNet}, {"fine-grain", Model::kFineGrain}};
   auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand("convert", "Turn a file into one of another format");
   command->add_option("IN", options->in, "File to read; - is standard input")->required();
   command->add_option("OUT", options->out, "File to write; - is standard output")->required();
   add_format_option(*command, "--from", options->from, "Format of IN, if its suffix does not tell");
   add_format_option(*command, "--to", options->to, "Format of OUT, if its suffix does not tell");
-  command
-      ->add_option("--numbering", options->numbering, "First cell number in a quillon file, 1 if not given")
-      ->type_name("0|1")
-      ->check(CLI::Range(0, 1));
-  command
-      ->add_option("--weights", options->weights, "Weights in a quillon file: auto, those that are not all 1")
-      ->type_name("none|cells|nets|both|auto")
-      ->transform(CLI::CheckedTransformer(weights).description(""));
-  command->add_option("--model", options->model, "What of a matrix are nets and cells")
-      ->type_name("row-net|column-net|fine-grain")
-      ->transform(CLI::CheckedTransformer(models).description(""));
-  command->add_flag("--diagonal", options->add_diagonal, "Add the missing diagonal of a square matrix");
+  add_choice<int>(*command, "--numbering", {{"0", 0}, {"1", 1}}, options->numbering,
+                  "First cell number in a quillon file, 1 if not given");
+  add_choice<Weights>(*command, "--weights",
+                      {{"none", Weights::kNone},
+                       {"cells", Weights::kCells},
+                       {"nets", Weights::kNets},
+                       {"both", Weights::kBoth},
+                       {"auto", Weights::kAuto}},
+                      options->weights,
+                      "Weights in a quillon file; auto, if not given: those that are not all 1");
+  add_choice<Model>(
+      *command, "--model",
+      {{"row-net", Model::kRowNet}, {"column-net", Model::kColumnNet}, {"fine-grain", Model::kFineGrain}},
+      options->model, "How a matrix is a hypergraph, row-net if not given");
+  command->add_flag("--diagonal", options->add_diagonal,
+                    "Add the missing diagonal entries of a square matrix");
   command
       ->add_option("--labels", options->labels, "Keep the names of a hif file in FILE, or take them from it")
       ->type_name("FILE");
-  command->add_flag("--strict", options->strict, "Write nothing if anything would be lost");
+  command->add_flag("--strict", options->strict,
+                    "Write nothing if anything would be lost, or refused by readers");
   command->footer(kExamples);
   command->callback([options, &status] { status = run(*options); });
 }

@@ -1,18 +1,18 @@
 #include "tools/formats.h"
 
-#include <map>
+#include "tools/commands.h"
 
 namespace quillon::tool {
 
 void add_format_option(CLI::App& command, const char* name, std::optional<Format>& format, const char* help) {
-  static const std::map<std::string, Format> formats{
-      {"quillon", Format::kQuillon},  {"hmetis", Format::kHmetis}, {"kub", Format::kKub},
-      {"mtx", Format::kMatrixMarket}, {"metis", Format::kMetis},   {"hif", Format::kHif}};
-  command
-      .add_option_function<Format>(
-          name, [&format](const Format& value) { format = value; }, help)
-      ->type_name("FORMAT")
-      ->transform(CLI::CheckedTransformer(formats).description(""));
+  add_choice<Format>(command, name,
+                     {{"quillon", Format::kQuillon},
+                      {"hmetis", Format::kHmetis},
+                      {"kub", Format::kKub},
+                      {"mtx", Format::kMatrixMarket},
+                      {"metis", Format::kMetis},
+                      {"hif", Format::kHif}},
+                     format, help);
 }
 
 std::optional<Format> format_of_name(const std::string& name) {

@@ -29,8 +29,11 @@ void check_complete(const Input& input) {
   const int system_error = errno;
   int status = Z_OK;
   const char* const reason = gzerror(gz(input), &status);
-  errexit("cannot read '%s': %s", input.name.c_str(),
-          status == Z_ERRNO ? std::strerror(system_error) : reason);
+  if (status == Z_ERRNO) errexit("cannot read '%s': %s", input.name.c_str(), std::strerror(system_error));
+  // zlib begins with what it takes for the file's name, "<fd:3>: ".
+  const char* const name_end = std::strstr(reason, ">: ");
+  errexit("cannot read '%s': its compressed data is damaged: %s", input.name.c_str(),
+          name_end == nullptr ? reason : name_end + 3);
 }
 
 }  // namespace

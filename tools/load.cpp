@@ -63,12 +63,20 @@ bool may_end_in_comment(std::FILE* file) {
   return *(static_cast<const char*>(line_end) + 1) == '%';
 }
 
+// By its first two bytes, whatever its name.
+bool is_compressed(std::FILE* file) {
+  const int first = std::fgetc(file);
+  const int second = std::fgetc(file);
+  std::rewind(file);
+  return first == 0x1f && second == 0x8b;
+}
+
 // A plain file that the readers can be trusted with is theirs without anything in between.
 std::FILE* open_plain(const std::string& name) {
   std::error_code ignored;
-  if (name.ends_with(".gz") || !std::filesystem::is_regular_file(name, ignored)) return nullptr;
+  if (!std::filesystem::is_regular_file(name, ignored)) return nullptr;
   std::FILE* const file = ufopen(name.c_str(), "r", "quillon");
-  if (!may_end_in_comment(file)) return file;
+  if (!is_compressed(file) && !may_end_in_comment(file)) return file;
   ufclose(file);
   return nullptr;
 }

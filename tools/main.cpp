@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -19,10 +22,23 @@ Status: 0 fine, 1 a finding or bad input, 2 wrong usage.
 See quillon COMMAND --help for each command.)";
 
 std::string usage_error(const CLI::App* app, const CLI::Error& error) {
-  return "quillon: error: " + std::string(error.what()) + "\nTry '" + app->get_name() + " --help'.\n";
+  std::string command = app->get_name();
+  for (const CLI::App* const used : app->get_subcommands()) command += " " + used->get_name();
+  return "quillon: error: " + std::string(error.what()) + "\nTry '" + command + " --help'.\n";
+}
+
+// A stream that the caller closed must not become that of the next file opened.
+void hold_standard_streams() {
+  for (int descriptor = open("/dev/null", O_RDONLY); descriptor >= 0;
+       descriptor = open("/dev/null", O_RDONLY)) {
+    if (descriptor <= STDERR_FILENO) continue;
+    close(descriptor);
+    return;
+  }
 }
 
 int run(int argc, char** argv) {
+  hold_standard_streams();
   CLI::App app{
       "Reads, checks and reports hypergraphs: cells (vertices) and nets (hyperedges) with their pins.",
       "quillon"};

@@ -46,17 +46,22 @@ std::string behind_links(const std::string& target) {
   std::filesystem::path place = target;
   for (int n = 0; n < kMostLinks && std::filesystem::is_symlink(place, ignored); ++n)
     place = place.parent_path() / std::filesystem::read_symlink(place, ignored);
+  if (std::filesystem::is_symlink(place, ignored)) cannot_write(target, ELOOP);
   return place.string();
 }
 
 bool same_place(const std::string& a, const std::string& b) {
-  return std::filesystem::absolute(a).lexically_normal() == std::filesystem::absolute(b).lexically_normal();
+  std::error_code ignored;
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(a), ignored) ==
+         std::filesystem::weakly_canonical(std::filesystem::absolute(b), ignored);
 }
 
 // A file without a name, for what has no place of its own to be written beside.
 StagedFile stage_to_be_passed_on(const std::string& target) {
   std::error_code ignored;
   if (std::filesystem::is_directory(target, ignored)) cannot_write(target, EISDIR);
+  // A file opened now would get the number of a closed standard output, and then its own bytes.
+  if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
   std::FILE* const file = std::tmpfile();
   if (file == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
   return {"/proc/self/fd/" + std::to_string(fileno(file)), target, target, file};

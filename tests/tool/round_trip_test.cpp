@@ -1,0 +1,285 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "hypergraph/hypergraph.h"
+#include "tests/support/records.h"
+#include "tests/support/temp_file.h"
+#include "tools/export.h"
+#include "tools/formats.h"
+#include "tools/load.h"
+#include "util/util.h"
+
+namespace quillon::tool {
+namespace {
+
+constexpr unsigned kSeeds = 24;
+
+// A format, and for matrices a model, with what it has no room for.
+struct Kind {
+  const char* name;
+  Format format;
+  Model model = Model::kRowNet;
+  bool weights = true;
+  bool repeated_pins = true;
+};
+
+const std::vector<Kind> kKinds{{"quillon", Format::kQuillon},
+                               {"hmetis", Format::kHmetis},
+                               {"kub", Format::kKub},
+                               {"hif", Format::kHif},
+                               {"mtx", Format::kMatrixMarket, Model::kRowNet, false, false},
+                               {"mtx by columns", Format::kMatrixMarket, Model::kColumnNet, false, false}};
+
+std::string text_in(const Kind& kind, const Hypergraph& h) {
+  const TempFile file;
+  switch (kind.format) {
+    case Format::kQuillon:
+      write_hypergraph(&h, file.name(), 1, 3);
+      break;
+    case Format::kHmetis:
+      write_hmetis_hypergraph(&h, file.name());
+      break;
+    case Format::kKub:
+      export_kub(&h, file.name());
+      break;
+    case Format::kHif:
+      export_hif(&h, {}, file.name());
+      break;
+    case Format::kMatrixMarket:
+      export_matrix_market(&h, kind.model, file.name());
+      break;
+    case Format::kMetis:
+      break;  // only read
+  }
+  return file.contents();
+}
+
+void import_text(const std::string& text, const Kind& kind, Loaded& loaded) {
+  const TempFile file(text);
+  const Arrays arrays = import_file(file.name(), kind.format, {kind.model, false});
+  EXPECT_THAT(arrays.losses, testing::IsEmpty());
+  to_record(arrays, loaded);
+}
+
+bool has_repeated_pins(const Shape& shape) {
+  return std::any_of(shape.pins.begin(), shape.pins.end(), [](std::vector<int> pins) {
+    std::sort(pins.begin(), pins.end());
+    return std::adjacent_find(pins.begin(), pins.end()) != pins.end();
+  });
+}
+
+int sum(const std::vector<int>& weights) {
+  int total = 0;
+  for (const int w : weights) total += w;
+  return total;
+}
+
+int bit_unless_all_1(const std::vector<int>& weights, int bit) {
+  return std::all_of(weights.begin(), weights.end(), [](int w) { return w == 1; }) ? 0 : bit;
+}
+
+void expect_shape(const Hypergraph& h, const Shape& shape) {
+  const std::vector<int> ones(std::max(shape.pins.size(), static_cast<std::size_t>(shape.ncells)), 1);
+  const auto or_ones = [&ones](const std::vector<int>& weights, std::size_t count) {
+    return weights.empty() ? std::vector<int>(ones.begin(), ones.begin() + static_cast<int>(count)) : weights;
+  };
+  const std::vector<int> net_weights = or_ones(shape.net_weights, shape.pins.size());
+  const std::vector<int> cell_weights = or_ones(shape.cell_weights, static_cast<std::size_t>(shape.ncells));
+  int npins = 0;
+  for (const std::vector<int>& pins : shape.pins) npins += static_cast<int>(pins.size());
+
+  ASSERT_EQ(h._c, shape.ncells);
+  ASSERT_EQ(h._n, std::ssize(shape.pins));
+  EXPECT_EQ(h._p, npins);
+  EXPECT_EQ(pins_of_nets(h), shape.pins);
+  EXPECT_EQ(nets_of_cells(h), nets_of_cells(shape));
+  EXPECT_EQ(of_nets(h, &Net::w), net_weights);
+  EXPECT_EQ(of_cells(h, &Cell::w), cell_weights);
+  EXPECT_EQ(h._totnw, sum(net_weights));
+  EXPECT_EQ(h._totcw, sum(cell_weights));
+  EXPECT_EQ(h._fmt, bit_unless_all_1(cell_weights, 1) | bit_unless_all_1(net_weights, 2));
+  if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // ends the program when it finds something
+}
+
+// What both formats hold of a random hypergraph, now small with all its corners and now large.
+Shape shape_for(unsigned seed, const Kind& a, const Kind& b) {
+  const bool large = seed % 16 == 7;
+  Shape shape = random_shape(seed, {.ncells = large ? 250 : 9,
+                                    .nnets = large ? 150 : 9,
+                                    .weight = 9,
+                                    .nparts = 1,
+                                    .duplicates = a.repeated_pins && b.repeated_pins});
+  if (!a.weights || !b.weights || seed % 4 == 1) shape.cell_weights.clear();
+  if (!a.weights || !b.weights || seed % 4 == 2) shape.net_weights.clear();
+  return shape;
+}
+
+// Keeps what the checks report of each hypergraph to itself, not what they find: that goes to standard error.
+class RoundTrip : public testing::TestWithParam<Kind> {
+ protected:
+  void SetUp() override { testing::internal::CaptureStdout(); }
+  void TearDown() override {
+    std::fflush(stdout);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("\n Checking DONE....\n"));
+  }
+};
+
+TEST_P(RoundTrip, ThroughEveryOtherFormatGivesTheSameHypergraphAndFile) {
+  const Kind& a = GetParam();
+  for (const Kind& b : kKinds) {
+    for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+      SCOPED_TRACE(testing::Message() << "through " << b.name << ", seed " << seed);
+      const Shape shape = shape_for(seed, a, b);
+      const Record record(shape);
+
+      const std::string there = text_in(a, record.h);
+      Loaded from_a;
+      import_text(there, a, from_a);
+      expect_shape(from_a.h, shape);
+
+      Loaded from_b;
+      import_text(text_in(b, from_a.h), b, from_b);
+      expect_shape(from_b.h, shape);
+      EXPECT_EQ(text_in(a, from_b.h), there);
+      if (HasFailure()) return;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RoundTrip, testing::ValuesIn(kKinds), [](const auto& kind) {
+  std::string name = kind.param.name;
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
+});
+
+TEST(RoundTripShapes, HaveEveryCorner) {
+  int nno_cells = 0;
+  int nno_nets = 0;
+  int nrepeated = 0;
+  int nunweighted = 0;
+  std::vector<int> nets_of_size(3, 0);
+  int nisolated = 0;
+  int nover_100_cells = 0;  // whose weights take more than a line
+  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+    const Shape shape = shape_for(seed, kKinds[0], kKinds[1]);
+    nno_cells += shape.ncells == 0 ? 1 : 0;
+    nover_100_cells += shape.ncells > 100 && !shape.cell_weights.empty() ? 1 : 0;
+    nno_nets += shape.pins.empty() ? 1 : 0;
+    nrepeated += has_repeated_pins(shape) ? 1 : 0;
+    nunweighted += shape.net_weights.empty() || shape.cell_weights.empty() ? 1 : 0;
+    for (const std::vector<int>& pins : shape.pins)
+      if (pins.size() < nets_of_size.size()) ++nets_of_size[pins.size()];
+    for (const std::vector<int>& nets : nets_of_cells(shape)) nisolated += nets.empty() ? 1 : 0;
+  }
+  for (const int count : {nno_cells, nno_nets, nrepeated, nunweighted, nets_of_size[0], nets_of_size[1],
+                          nets_of_size[2], nisolated, nover_100_cells})
+    EXPECT_GT(count, 0);
+}
+
+void read_by_the_module(const char* filename, Loaded& loaded) {
+  Hypergraph& h = loaded.h;
+  std::FILE* const file = ufopen(filename, "r", "round_trip_test");
+  read_hypergraph_with_onepin_netsFromFile(&h, file, 0);
+  ufclose(file);
+  h._net_list = static_cast<int*>(umalloc((static_cast<std::uint64_t>(h._p) + 2) * sizeof(int), "net_list"));
+  std::vector<int> work(static_cast<std::size_t>(h._c) + 1);
+  construct_net_list(&h, work.data());
+}
+
+std::vector<int> summary(const Hypergraph& h) {
+  return {h._c, h._n, h._p, h._maxwcd, h._maxcd, h._mincd, h._totcw, h._totnw, h._totinw, h._virtualnets};
+}
+
+TEST(ImportQuillon, AgreesWithTheModulesReaderOnWhateverTheModuleWrites) {
+  const Kind& quillon = kKinds[0];
+  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+    Shape shape = shape_for(seed, quillon, quillon);
+    for (std::vector<int>* weights : {&shape.cell_weights, &shape.net_weights})
+      for (int& w : *weights) w -= seed % 8 == 0 ? 5 : 0;
+    const Record record(shape);
+    for (const int fmt : {0, 1, 2, 3}) {
+      for (const int numbering : {0, 1}) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed << ", fmt " << fmt << " from " << numbering);
+        const TempFile file;
+        write_hypergraph(&record.h, file.name(), numbering, fmt);
+        Loaded imported;
+        import_text(file.contents(), quillon, imported);
+        Loaded read;
+        read_by_the_module(file.name(), read);
+        set_hypergraph_infos(&read.h);
+
+        EXPECT_EQ(summary(imported.h), summary(read.h));
+        EXPECT_EQ(pins_of_nets(imported.h), pins_of_nets(read.h));
+        EXPECT_EQ(nets_of_cells(imported.h), nets_of_cells(read.h));
+        EXPECT_EQ(of_nets(imported.h, &Net::w), of_nets(read.h, &Net::w));
+        for (int Cell::*const field : {&Cell::w, &Cell::inw, &Cell::pno, &Cell::wdeg})
+          EXPECT_EQ(of_cells(imported.h, field), of_cells(read.h, field));
+        if (testing::Test::HasFailure()) return;
+      }
+    }
+  }
+}
+
+// In a process of its own, as the limit stays.
+[[noreturn]] void export_kub_within(std::size_t nbytes, const Hypergraph& h, const char* filename) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{nbytes, nbytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  export_kub(&h, filename);
+  std::exit(0);
+}
+
+TEST(ExportKub, TakesAFileThatLacksOneByteForAnError) {
+  const Record record({.ncells = 300, .pins = {{1, 300}, {}}, .net_weights = {10, -1}});
+  const TempFile whole;
+  export_kub(&record.h, whole.name());
+  const std::size_t nbytes = whole.contents().size();
+  EXPECT_EQ(nbytes, std::string("300\n2\n10 2 0 299\n-1 0").size() + 300 * std::string("\n1").size());
+
+  const TempFile file;
+  EXPECT_EXIT(export_kub_within(nbytes, record.h, file.name()), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(file.contents(), whole.contents());
+  EXPECT_EXIT(export_kub_within(nbytes - 1, record.h, file.name()), testing::ExitedWithCode(1),
+              "the kub file is not whole, data was lost: is the disk full?");
+}
+
+TEST(ExportHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
+  const Record record({.ncells = 2, .pins = {{2}, {}}, .net_weights = {1, 0}, .cell_weights = {-4, 1}});
+  const TempFile file;
+  export_hif(&record.h, {{"", "\"a\"", "5"}, {"", "\"b c\"", "0"}}, file.name());
+  EXPECT_EQ(
+      file.contents(),
+      "{\"network-type\":\"undirected\",\n\"nodes\":[\n{\"node\":\"a\",\"weight\":-4},\n{\"node\":5}],\n"
+      "\"edges\":[\n{\"edge\":\"b c\"},\n{\"edge\":0,\"weight\":0}],\n"
+      "\"incidences\":[\n{\"edge\":\"b c\",\"node\":5}]}\n");
+}
+
+TEST(WriteLabels, IsReadBack) {
+  const Labels labels{{"", "\"a b \"", "-5"}, {"", "\"\\\"\\n\""}};
+  const TempFile file;
+  write_labels(labels, file.name());
+  EXPECT_EQ(file.contents(), "cell 1 \"a b \"\ncell 2 -5\nnet 1 \"\\\"\\n\"\n");
+
+  const Labels read = read_labels(file.name(), 2, 1);
+  EXPECT_EQ(read.cells, labels.cells);
+  EXPECT_EQ(read.nets, labels.nets);
+}
+
+TEST(ExportMatrixMarket, LeavesRepeatedPinsOutAndEmptyNetsIn) {
+  const Record record({.ncells = 3, .pins = {{3, 1, 3}, {}, {3}}});
+  const TempFile file;
+  export_matrix_market(&record.h, Model::kRowNet, file.name());
+  EXPECT_EQ(file.contents(), "%%MatrixMarket matrix coordinate pattern general\n3 3 3\n1 3\n1 1\n3 3\n");
+  export_matrix_market(&record.h, Model::kColumnNet, file.name());
+  EXPECT_EQ(file.contents(), "%%MatrixMarket matrix coordinate pattern general\n3 3 3\n3 1\n1 1\n3 3\n");
+}
+
+}  // namespace
+}  // namespace quillon::tool
