@@ -27,14 +27,11 @@ std::string usage_error(const CLI::App* app, const CLI::Error& error) {
   return "quillon: error: " + std::string(error.what()) + "\nTry '" + command + " --help'.\n";
 }
 
-// A stream that the caller closed must not become that of the next file opened.
+// A stream that the caller closed must not become that of the next file opened. What takes its place fails, as
+// it would have.
 void hold_standard_streams() {
-  for (int descriptor = open("/dev/null", O_RDONLY); descriptor >= 0;
-       descriptor = open("/dev/null", O_RDONLY)) {
-    if (descriptor <= STDERR_FILENO) continue;
-    close(descriptor);
-    return;
-  }
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 int run(int argc, char** argv) {

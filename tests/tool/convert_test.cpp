@@ -514,7 +514,7 @@ TEST_F(Convert, SaysThatItsInputCannotBeRead) {
   EXPECT_EQ(failure("- out.qhg --from hmetis <."),
             "quillon: error: cannot read 'standard input': Is a directory\n");
   EXPECT_EQ(failure("- out.qhg --from hmetis <&-"),
-            "quillon: error: cannot open 'standard input': Bad file descriptor\n");
+            "quillon: error: cannot read 'standard input': Bad file descriptor\n");
   EXPECT_EQ(failure("in.qhg out.json --labels missing"),
             "quillon: warning: in.qhg" + std::string(kRepetition) +
                 "quillon: error: cannot open 'missing': No such file or directory\n");
