@@ -122,7 +122,6 @@ const char* whole_lines_end(const Lines& lines) {
 struct Numbers {
   const char* text;
   NumberRun run;
-  RunLines lines;
   char tail[kRunText];
 };
 
@@ -134,7 +133,6 @@ void look_at(const char* at, const char* end, Numbers& numbers) {
     numbers.text = numbers.tail;
   }
   numbers.run = find_numbers(numbers.text);
-  split_into_lines(numbers.run, numbers.lines);
 }
 
 int scan_header(const char* at, const char* end, int (&numbers)[6]) {
@@ -223,10 +221,10 @@ int* pin_at(const Hypergraph* h, std::int64_t index) {
 
 bool is_cell(const Hypergraph* h, int id) { return id >= 1 && id <= h->_c; }
 
-// Warns of pins that the net has already.
-void mark_pins(const NetRules& rules, int j, const int* pins, int count) {
+// Warns of pins that net j has already.
+void mark_pins(const NetRules& rules, int j, const int* pins, std::int64_t count) {
   if (rules.work == nullptr) return;
-  for (int k = 0; k < count; ++k) {
+  for (std::int64_t k = 0; k < count; ++k) {
     const int id = pins[k];
     if (rules.work[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
     rules.work[id] = j;
@@ -303,43 +301,54 @@ void move_to_line(Lines& lines, const char* run, int end) {
   lines.end = static_cast<std::size_t>(run - lines.text) + static_cast<std::size_t>(end);
 }
 
-// Whether the numbers of a run are pins one behind the other, of nets that all stay: then they can be stored
-// where they belong before anything else is known of them.
-bool are_pins_that_stay(const Hypergraph* h, const NetsRead& nets, const OpenNet& open, const RunLines& split,
-                        SmallNets small_nets) {
-  if ((h->_fmt & kNetWeights) != 0 || nets.j + std::int64_t{split.count} > h->_n) return false;
-  if (small_nets == SmallNets::kKeep) return true;
-  std::int64_t before = open.count;
-  for (int k = 0; k < split.count; ++k) {
-    if (before + split.numbers[k] < 2) return false;
-    before = 0;
-  }
-  return true;
-}
+// The way that nearly all net lines go: runs of pins, without weights, of nets that all stay. They are stored
+// where they belong before anything else is known of them. Stops, in the way of `read_plain_nets`, before a
+// run that is not like that, has a number that is no cell, or goes beyond the nets or the room for pins.
+const char* read_plain_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+                            const char* end, const NetRules& rules) {
+  const int ncells = h->_c;
+  const int shift = rules.shift;
+  const bool folds = rules.small_nets == SmallNets::kFold;
+  int* const first_pin = h->_cell_list + nets.used;
+  int* const room_end = h->_cell_list + h->_p + 2;
+  int* net_pins = first_pin;  // of the open net
+  int* pin = net_pins + open.count;
+  Net* const first_net = h->_nlst + nets.j;
+  Net* const last_net = h->_nlst + h->_n;
+  Net* net = first_net;
 
-// Stores the numbers of a run that are pins of nets that stay. Returns false, and has done nothing that
-// counts, when one of them is no cell.
-bool take_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
-               const Numbers& numbers, const NetRules& rules) {
-  const RunLines& split = numbers.lines;
-  int* pins = h->_cell_list + nets.used + open.count;
-  store_numbers(numbers.text, numbers.run, rules.shift, pins);
-  if (!are_all_within(pins, numbers.run.count, h->_c)) return false;
-  for (int k = 0; k < split.count; ++k) {
-    mark_pins(rules, nets.j, pins, split.numbers[k]);
-    pins += split.numbers[k];
-    open.count += split.numbers[k];
-    close_net(h, nets, open, rules.small_nets);
-    open = open_net(h);
-    move_to_line(lines, at, split.ends[k]);
+  while (end - at >= kRunText) {
+    const NumberRun run = find_numbers(at);
+    if (run.size == 0 || run.count >= room_end - pin) break;
+    if (last_net - net < 64 && last_net - net < count_bits(run.line_ends)) break;
+    if (folds && !all_lines_have_two(run, pin - net_pins)) break;
+    if (!store_numbers(at, run, shift, ncells, pin)) break;
+
+    int* const run_end = pin + run.count;
+    std::uint64_t ends = run.ends;
+    for (std::uint64_t line_ends = run.line_ends; line_ends != 0; line_ends &= line_ends - 1) {
+      const std::uint64_t line = line_ends ^ (line_ends - 1);  // up to its end
+      int* const line_end = pin + count_bits(ends & line);
+      ends &= ~line;
+      mark_pins(rules, static_cast<int>(net - h->_nlst), pin, line_end - pin);
+      pin = line_end;
+      *net++ = {1, net_pins, pin - 1};
+      net_pins = pin;
+      move_to_line(lines, at, lowest_bit(line_ends) + 1);
+    }
+    mark_pins(rules, static_cast<int>(net - h->_nlst), pin, run_end - pin);
+    pin = run_end;
+    if (pin == net_pins) *pin = shift;
+    at += run.size;
   }
-  mark_pins(rules, nets.j, pins, split.behind);
-  open.count += split.behind;
-  if (split.behind == 0)
-    pins[0] = rules.shift;
-  else
-    open.last = pins[split.behind - 1];
-  return true;
+
+  add_wrapping(h->_totnw, static_cast<int>(net - first_net));
+  nets.j += static_cast<int>(net - first_net);
+  nets.npins += net_pins - first_pin;
+  nets.used += net_pins - first_pin;
+  open.count = pin - net_pins;
+  if (open.count > 0) open.last = pin[-1];
+  return at;
 }
 
 // Gives a net some of its numbers: its weight if that is due, then pins.
@@ -386,11 +395,12 @@ bool are_sound(const Hypergraph* h, OpenNet open, const int* numbers, const RunL
 
 // Stores the numbers of any run, as far as there are nets. Returns false, and has done nothing, when there is
 // a reason to end the program.
-bool take_weights_and_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
-                           const Numbers& numbers, const NetRules& rules) {
-  const RunLines& split = numbers.lines;
+bool take_run(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
+              const Numbers& numbers, const NetRules& rules) {
+  RunLines split;
+  split_into_lines(numbers.run, split);
   int values[kMostInRun];
-  store_numbers(numbers.text, numbers.run, 0, values);
+  store_numbers(numbers.text, numbers.run, 0, 0, values);
   if (!are_sound(h, open, values, split, rules)) return false;
   const int* next = values;
   for (int k = 0; k < split.count && nets.j <= h->_n; ++k) {
@@ -414,14 +424,13 @@ bool take_weights_and_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& 
 const char* read_plain_nets(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines& lines, const char* at,
                             const char* end, const NetRules& rules) {
   const std::int64_t room = std::int64_t{h->_p} + 2;
+  const bool has_weights = (h->_fmt & kNetWeights) != 0;
   Numbers numbers;
   while (at < end && nets.j <= h->_n) {
+    if (!has_weights) at = read_plain_pins(h, nets, open, lines, at, end, rules);
     look_at(at, end, numbers);
     if (numbers.run.size == 0 || nets.used + open.count + numbers.run.count >= room) break;
-    const bool taken = are_pins_that_stay(h, nets, open, numbers.lines, rules.small_nets)
-                           ? take_pins(h, nets, open, lines, at, numbers, rules)
-                           : take_weights_and_pins(h, nets, open, lines, at, numbers, rules);
-    if (!taken) break;
+    if (!take_run(h, nets, open, lines, at, numbers, rules)) break;
     at += numbers.run.size;
   }
   return at;
@@ -522,9 +531,10 @@ const char* read_plain_weights(Hypergraph* h, WeightsRead& weights, Lines& lines
     look_at(at, end, numbers);
     const int count = numbers.run.count;
     if (numbers.run.size == 0 || weights.i + count > h->_c) break;
-    store_numbers(numbers.text, numbers.run, 0, values);
+    store_numbers(numbers.text, numbers.run, 0, 0, values);
     for (int k = 0; k < count; ++k) take_weight(h, weights, values[k]);
-    for (int k = 0; k < numbers.lines.count; ++k) move_to_line(lines, at, numbers.lines.ends[k]);
+    for (std::uint64_t line_ends = numbers.run.line_ends; line_ends != 0; line_ends &= line_ends - 1)
+      move_to_line(lines, at, lowest_bit(line_ends) + 1);
     at += numbers.run.size;
   }
   return at;
@@ -631,11 +641,12 @@ const char* append_plain_nets(NetArrays& arrays, std::int64_t& j, bool& weight_d
   while (at < end && j <= header.nnets) {
     look_at(at, end, numbers);
     if (numbers.run.size == 0 || arrays.npins + numbers.run.count >= arrays.room) break;
-    const RunLines& split = numbers.lines;
+    RunLines split;
+    split_into_lines(numbers.run, split);
     // Pins that are all to be had are stored where they belong.
     const bool direct = !has_weights && j + split.count <= header.nnets;
     int* next = direct ? arrays.nadj + arrays.npins : values;
-    store_numbers(numbers.text, numbers.run, direct ? header.shift : 0, next);
+    store_numbers(numbers.text, numbers.run, direct ? header.shift : 0, 0, next);
     for (int k = 0; k <= split.count && j <= header.nnets; ++k) {
       const int count = k < split.count ? split.numbers[k] : split.behind;
       if (direct)

@@ -32,18 +32,22 @@ inline int count_bits(std::uint64_t bits) {
   return static_cast<int>((bits * 0x0101010101010101U) >> 56);
 }
 
+/// Place of the lowest of the bits, of which there is one. (std::countr_zero asks each time whether there
+/// is.)
+inline int lowest_bit(std::uint64_t bits) { return __builtin_ctzll(bits); }
+
 /// Places from which on downwards `length` bits in a row are set, `length` a power of two.
 inline std::uint64_t rows_of_bits(std::uint64_t bits, int length) {
   for (int row = 1; row < length; row *= 2) bits &= bits << row;
   return bits;
 }
 
-/// Eight digits of which the first are zeros, from the 1 to 8 digits that the text begins with.
-inline std::uint64_t eight_digits(const char* text, int length) {
+/// Eight digits of which the first are zeros, from the 1 to 8 digits that the text has from `start` to `end`.
+inline std::uint64_t eight_digits(const char* text, int start, int end) {
   std::uint64_t digits = 0;
-  std::memcpy(&digits, text, sizeof digits);
+  std::memcpy(&digits, text + start, sizeof digits);
   if constexpr (std::endian::native == std::endian::big) digits = __builtin_bswap64(digits);
-  return digits << (64 - 8 * length);
+  return digits << (static_cast<unsigned>(start - end) * 8 & 63);
 }
 
 inline int value_of(std::uint64_t digits) {
@@ -94,19 +98,42 @@ inline bool classify_plain(const char* text, ByteClasses& classes) {
   return _mm_movemask_epi8(all_plain) == 0xFFFF;
 }
 
-/// The values of four times eight digits, plus `shift`.
-inline void store_four(const std::uint64_t (&digits)[4], int shift, int* values) {
-  const auto pairs = [](std::uint64_t a, std::uint64_t b) {
+/// Converts numbers by fours, adds `shift`, and keeps an eye on their range.
+struct FourNumbers {
+  __m128i shift;
+  __m128i largest;
+  __m128i outside;
+  __m128i to_pairs;
+
+  FourNumbers(int to_add, int largest_allowed)
+      : shift(_mm_set1_epi32(to_add)),
+        largest(_mm_set1_epi32(largest_allowed)),
+        outside(_mm_setzero_si128()),
+        to_pairs(_mm_set1_epi16(2561)) {
+    asm("" : "+x"(to_pairs));  // known to the compiler, it becomes five instructions instead of one
+  }
+
+  void store(const std::uint64_t (&digits)[4], int* values) {
+    const __m128i hundreds = _mm_set1_epi32(1 << 16 | 100);
+    const __m128i fours = _mm_packs_epi32(_mm_madd_epi16(pairs(digits[0], digits[1]), hundreds),
+                                          _mm_madd_epi16(pairs(digits[2], digits[3]), hundreds));
+    const __m128i eights = _mm_madd_epi16(fours, _mm_set1_epi32(1 << 16 | 10000));
+    const __m128i shifted = _mm_add_epi32(eights, shift);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(values), shifted);
+    outside = _mm_or_si128(outside, _mm_cmpgt_epi32(shifted, largest));
+    outside = _mm_or_si128(outside, _mm_cmpgt_epi32(_mm_set1_epi32(1), shifted));
+  }
+
+  /// Whether all numbers so far were between 1 and the largest allowed.
+  [[nodiscard]] bool all_within() const { return _mm_movemask_epi8(outside) == 0; }
+
+ private:
+  [[nodiscard]] __m128i pairs(std::uint64_t a, std::uint64_t b) const {
     const __m128i ab = _mm_set_epi64x(static_cast<long long>(b), static_cast<long long>(a));
     const __m128i units = _mm_and_si128(ab, _mm_set1_epi8(0x0F));
-    return _mm_srli_epi16(_mm_mullo_epi16(units, _mm_set1_epi16(2561)), 8);
-  };
-  const __m128i hundreds = _mm_set1_epi32(1 << 16 | 100);
-  const __m128i fours = _mm_packs_epi32(_mm_madd_epi16(pairs(digits[0], digits[1]), hundreds),
-                                        _mm_madd_epi16(pairs(digits[2], digits[3]), hundreds));
-  const __m128i eights = _mm_madd_epi16(fours, _mm_set1_epi32(1 << 16 | 10000));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(values), _mm_add_epi32(eights, _mm_set1_epi32(shift)));
-}
+    return _mm_srli_epi16(_mm_mullo_epi16(units, to_pairs), 8);
+  }
+};
 
 #else
 
@@ -127,9 +154,22 @@ inline bool classify_plain(const char* text, ByteClasses& classes) {
   return (classes.digits | classes.spaces) == ~std::uint64_t{0};
 }
 
-inline void store_four(const std::uint64_t (&digits)[4], int shift, int* values) {
-  for (int k = 0; k < 4; ++k) values[k] = value_of(digits[k]) + shift;
-}
+struct FourNumbers {
+  int shift;
+  int largest;
+  bool within = true;
+
+  FourNumbers(int to_add, int largest_allowed) : shift(to_add), largest(largest_allowed) {}
+
+  void store(const std::uint64_t (&digits)[4], int* values) {
+    for (int k = 0; k < 4; ++k) {
+      values[k] = value_of(digits[k]) + shift;
+      within = within && values[k] >= 1 && values[k] <= largest;
+    }
+  }
+
+  [[nodiscard]] bool all_within() const { return within; }
+};
 
 #endif
 
@@ -177,44 +217,59 @@ inline NumberRun find_numbers(const char* text) {
   return run;
 }
 
-/// The low 32 bits of the value of some digits.
-inline int value_of_many_digits(const char* text, int length) {
-  std::uint64_t value = 0;
-  for (int k = 0; k < length; ++k) value = 10 * value + static_cast<std::uint64_t>(text[k] - '0');
-  return static_cast<int>(static_cast<std::uint32_t>(value));
+/// The value of up to `kMostDigits` digits.
+inline int value_of_many_digits(const char* text, int start, int end) {
+  int value = 0;
+  for (int k = start; k < end; ++k) value = 10 * value + (text[k] - '0');
+  return value;
 }
 
 /// Stores every number of a run, plus `shift`, which is 0 or 1.
 ///
 /// @param numbers  Out, run.count of them.
-inline void store_numbers(const char* text, const NumberRun& run, int shift, int* numbers) {
+/// @return         Whether all of them lie between 1 and `largest`.
+[[gnu::always_inline]] inline bool store_numbers(const char* text, const NumberRun& run, int shift,
+                                                 int largest, int* numbers) {
   std::uint64_t starts = run.starts;
   std::uint64_t ends = run.ends;
   const auto next = [&](auto convert) {
-    const int start = std::countr_zero(starts);
-    const int length = std::countr_zero(ends) - start;
+    const int start = lowest_bit(starts);
+    const int end = lowest_bit(ends);
     starts &= starts - 1;
     ends &= ends - 1;
-    return convert(text + start, length);
+    return convert(text, start, end);
   };
+  FourNumbers by_fours(shift, largest);
   int k = 0;
   if (!run.has_long) [[likely]] {
     for (; k + 4 <= run.count; k += 4) {
       const std::uint64_t four[] = {next(eight_digits), next(eight_digits), next(eight_digits),
                                     next(eight_digits)};
-      store_four(four, shift, numbers + k);
+      by_fours.store(four, numbers + k);
     }
-    for (; k < run.count; ++k) numbers[k] = value_of(next(eight_digits)) + shift;
   }
-  for (; k < run.count; ++k) numbers[k] = next(value_of_many_digits) + shift;
+  bool within = true;
+  for (; k < run.count; ++k) {
+    numbers[k] = (run.has_long ? next(value_of_many_digits) : value_of(next(eight_digits))) + shift;
+    within = within && numbers[k] >= 1 && numbers[k] <= largest;
+  }
+  return within && by_fours.all_within();
 }
 
-/// Whether all of some numbers lie between 1 and `largest`.
-inline bool are_all_within(const int* numbers, int count, int largest) {
-  unsigned outside = 0;
-  for (int k = 0; k < count; ++k)
-    outside |= static_cast<unsigned>(static_cast<unsigned>(numbers[k]) - 1 >= static_cast<unsigned>(largest));
-  return outside == 0;
+/// Whether every line that ends in a run has two numbers or more, when the first of them has `before`
+/// already.
+///
+/// In each line the lowest number start is taken away once for each number that has to be there, and where
+/// there is none left, the line end in its place: so the line ends that remain tell. The subtraction does
+/// that in all lines at once, because it stops at the line end at the latest.
+inline bool all_lines_have_two(const NumberRun& run, std::int64_t before) {
+  std::uint64_t marks = run.starts | run.line_ends;
+  for (std::int64_t needed = 1; needed <= 2; ++needed) {
+    const std::uint64_t lines = run.line_ends << 1 | (before < needed ? 1U : 0U);
+    marks &= marks - lines;
+    if ((marks & run.line_ends) != run.line_ends) return false;
+  }
+  return true;
 }
 
 /// How the numbers of a run fall on lines.
@@ -233,7 +288,7 @@ inline void split_into_lines(const NumberRun& run, RunLines& lines) {
     const std::uint64_t line = line_ends ^ (line_ends - 1);  // up to its end
     lines.numbers[lines.count] = count_bits(ends & line);
     lines.behind -= lines.numbers[lines.count];
-    lines.ends[lines.count++] = std::countr_zero(line_ends) + 1;
+    lines.ends[lines.count++] = lowest_bit(line_ends) + 1;
     ends &= ~line;
   }
 }
