@@ -6,6 +6,7 @@
 #include "hypergraph/lines.h"
 #include "hypergraph/lists.h"
 #include "hypergraph/numbers.h"
+#include "hypergraph/print.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -699,27 +700,37 @@ struct Range {
   }
 };
 
+char* print_pins(Printer& printer, char* at, const Net& net, int shift) {
+  for (const int i : pins_of(net)) at = print_with_blank(make_room(printer, at), i - shift);
+  return at;
+}
+
 Range write_nets(const Hypergraph* h, std::FILE* ofp, int shift, int fmt) {
+  Printer printer(ofp);
+  char* at = printer.block;
   Range sizes;
   for (int j = 1; j <= h->_n; ++j) {
     const Net& net = h->_nlst[j];
-    std::fputc('\n', ofp);
-    if ((fmt & kNetWeights) != 0) std::fprintf(ofp, "%d ", net.w);
-    for (const int i : pins_of(net)) std::fprintf(ofp, "%d ", i - shift);
+    at = make_room(printer, at);
+    *at++ = '\n';
+    if ((fmt & kNetWeights) != 0) at = print_with_blank(at, net.w);
+    at = print_pins(printer, at, net, shift);
     sizes.take(net_size(net));
   }
+  flush(printer, at);
   return sizes;
 }
 
-// Writes the value of cell i, and ends the line behind every hundredth.
-void write_on_line_of_100(std::FILE* ofp, int i, int value) {
-  std::fprintf(ofp, "%d ", value);
-  if (i % 100 == 0) std::fputc('\n', ofp);
-}
-
-void write_cell_weights(const Hypergraph* h, std::FILE* ofp) {
-  std::fprintf(ofp, "\n%% ------ Cell weights -------\n");
-  for (int i = 1; i <= h->_c; ++i) write_on_line_of_100(ofp, i, h->_clst[i].w);
+// Writes a value for each of `count` cells, 100 a line. The line ends behind the hundredth.
+template <typename ValueOf>
+void write_lines_of_100(std::FILE* ofp, int count, ValueOf value_of) {
+  Printer printer(ofp);
+  char* at = printer.block;
+  for (int i = 1; i <= count; ++i) {
+    at = print_with_blank(make_room(printer, at), value_of(i));
+    if (i % 100 == 0) *at++ = '\n';
+  }
+  flush(printer, at);
 }
 
 // Averages over no cells or no nets are what the division by zero gives.
@@ -766,7 +777,10 @@ int write_hypergraph2File(const Hypergraph* h, std::FILE* ofp, int numbering, in
   std::fprintf(ofp, "\n%% Quillon, a hypergraph partitioning library, by the Quillon authors\n%%\n");
   std::fprintf(ofp, "%d %d %d %d %d", numbering, h->_c, h->_n, h->_p, fmt);
   const Range sizes = write_nets(h, ofp, 1 - numbering, fmt);
-  if ((fmt & kCellWeights) != 0) write_cell_weights(h, ofp);
+  if ((fmt & kCellWeights) != 0) {
+    std::fprintf(ofp, "\n%% ------ Cell weights -------\n");
+    write_lines_of_100(ofp, h->_c, [h](int i) { return h->_clst[i].w; });
+  }
   write_statistics(h, ofp, sizes);
   return 0;
 }
@@ -842,11 +856,19 @@ void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** 
 int write_hmetis_hypergraph(const Hypergraph* h, const char* filename) {
   std::FILE* const ofp = ufopen(filename, "w", "write_hmetis_hypergraph");
   std::fprintf(ofp, "%d %d 11", h->_n, h->_c);
+  Printer printer(ofp);
+  char* at = printer.block;
   for (int j = 1; j <= h->_n; ++j) {
-    std::fprintf(ofp, "\n%d ", h->_nlst[j].w);
-    for (const int i : pins_of(h->_nlst[j])) std::fprintf(ofp, "%d ", i);
+    at = make_room(printer, at);
+    *at++ = '\n';
+    at = print_pins(printer, print_with_blank(at, h->_nlst[j].w), h->_nlst[j], 0);
   }
-  for (int i = 1; i <= h->_c; ++i) std::fprintf(ofp, "\n%d ", h->_clst[i].w);
+  for (int i = 1; i <= h->_c; ++i) {
+    at = make_room(printer, at);
+    *at++ = '\n';
+    at = print_with_blank(at, h->_clst[i].w);
+  }
+  flush(printer, at);
   ufclose(ofp);
   return 0;
 }
@@ -854,24 +876,38 @@ int write_hmetis_hypergraph(const Hypergraph* h, const char* filename) {
 int write_kub_hypergraph(const Hypergraph* h, const char* filename) {
   std::FILE* const ofp = ufopen(filename, "w", "write_kub_hypergraph");
   std::fprintf(ofp, "%d\n%d", h->_c, h->_n);
+  Printer printer(ofp);
+  char* at = printer.block;
   for (int j = 1; j <= h->_n; ++j) {
-    std::fprintf(ofp, "\n%d %d", h->_nlst[j].w, net_size(h->_nlst[j]));
-    for (const int i : pins_of(h->_nlst[j])) std::fprintf(ofp, " %d", i - 1);
+    at = make_room(printer, at);
+    *at++ = '\n';
+    at = print_with_blank(at, h->_nlst[j].w);
+    at = print(make_room(printer, at), net_size(h->_nlst[j]));
+    for (const int i : pins_of(h->_nlst[j])) {
+      at = make_room(printer, at);
+      *at++ = ' ';
+      at = print(at, i - 1);
+    }
   }
-  for (int i = 1; i <= h->_c; ++i) std::fprintf(ofp, "\n%d", h->_clst[i].w);
+  for (int i = 1; i <= h->_c; ++i) {
+    at = make_room(printer, at);
+    *at++ = '\n';
+    at = print(at, h->_clst[i].w);
+  }
+  flush(printer, at);
   std::fclose(ofp);
   return 0;
 }
 
 void write_part_info(const Hypergraph* h, const char* filename) {
   std::FILE* const ofp = ufopen(filename, "w", "write_part_info: ofp");
-  for (int i = 1; i <= h->_c; ++i) write_on_line_of_100(ofp, i, h->_clst[i].pno);
+  write_lines_of_100(ofp, h->_c, [h](int i) { return h->_clst[i].pno; });
   ufclose(ofp);
 }
 
 void write_partvec(int n, const int* partvec, const char* filename) {
   std::FILE* const ofp = ufopen(filename, "w", "write_part_info: ofp");
-  for (int i = 1; i <= n; ++i) write_on_line_of_100(ofp, i, partvec[i]);
+  write_lines_of_100(ofp, n, [partvec](int i) { return partvec[i]; });
   ufclose(ofp);
 }
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given jobs need: setup.sh build|test|lint|coverage ...
+# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage ...
 set -euo pipefail
 
 packages=()
@@ -11,6 +11,7 @@ for job in "$@"; do
       packages+=(python3 python3-scipy python3-jsonschema python3-networkx metis)
       ;;
     lint) packages+=(clang-format clang-tidy python3) ;;
+    bench) packages+=(libbenchmark-dev python3) ;;
     coverage) packages+=(gcovr) ;;
     *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;
   esac

@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/setup.sh build test
+scripts/setup.sh build test bench
 for preset in dev release; do
   cmake --preset "$preset"
   cmake --build --preset "$preset"

@@ -9,7 +9,7 @@ trap 'rm -rf "$place"' EXIT
 
 build() {  # build FOLDER COMPILER OPTION...
   cmake -S "$source_dir" --preset release -B "$1" -D CMAKE_CXX_COMPILER="$2" -D QUILLON_TESTS=OFF \
-    -D QUILLON_TOOLS=OFF "${@:3}" >/dev/null && cmake --build "$1" >"$1/log" 2>&1
+    -D QUILLON_TOOLS=OFF -D QUILLON_BENCHMARKS=OFF "${@:3}" >/dev/null && cmake --build "$1" >"$1/log" 2>&1
 }
 
 for compiler in "$@"; do

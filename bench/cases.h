@@ -1,0 +1,42 @@
+#pragma once
+/// @file
+/// The benchmarks, one source a subject.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/inputs.h"
+
+namespace quillon::bench {
+
+struct Options {
+  int ncells = 2000000;
+  int nrounds = 5;
+  int growth = 0;      ///< Largest input of the growth benchmark in millions of pins; 0: none.
+  std::string tool;    ///< Path of the command-line tool; empty: not measured.
+  std::string folder;  ///< For generated inputs and outputs.
+  std::vector<std::string> files;
+};
+
+using Inputs = std::vector<std::unique_ptr<Input>>;
+
+void add_reading(Input& input, const Options& options);
+void add_writing(Input& input, const Options& options);
+void add_incidence(Input& input, const Options& options);
+void add_copies(Input& input, const Options& options);
+void add_reports(Input& input, const Options& options);
+/// What the system does with the same bytes: writers against cat, copies against memcpy, memory of a read.
+void add_bounds(Input& input, const Options& options);
+/// The command-line tool against the library calls in it.
+void add_tool(Input& input, const Options& options);
+void add_growth(const Options& options);
+
+/// What the program does instead of measuring, when it runs as a child of its own: reads the file, if any,
+/// and prints the largest amount of memory in KiB that this took. Returns the status of the program.
+int print_peak_of_read(const char* file);
+
+/// The first argument of such a child.
+constexpr const char* kPeakOfRead = "--peak-of-read";
+
+}  // namespace quillon::bench

@@ -1,0 +1,195 @@
+#include <algorithm>
+
+#include "bench/cases.h"
+#include "bench/differences.h"
+#include "bench/obvious.h"
+#include "bench/rounds.h"
+#include "util/util.h"
+
+namespace quillon::bench {
+namespace {
+
+// A record that shares one side with another and has the other side to be built anew. The array of the lists
+// and the work array are fresh in each run, as they are behind a reader.
+struct HalfRecord {
+  Hypergraph h;
+  int* work = nullptr;
+};
+
+void give_own_cells(HalfRecord& half, const Hypergraph& h) {
+  half.h = h;
+  const std::int64_t count = std::int64_t{h._c} + 2;
+  half.h._clst = static_cast<Cell*>(umalloc(static_cast<std::uint64_t>(count) * sizeof(Cell), "bench: clst"));
+  std::copy_n(h._clst, count, half.h._clst);
+}
+
+void give_own_nets(HalfRecord& half, const Hypergraph& h) {
+  half.h = h;
+  const std::int64_t count = std::int64_t{h._n} + 2;
+  half.h._nlst = static_cast<Net*>(umalloc(static_cast<std::uint64_t>(count) * sizeof(Net), "bench: nlst"));
+  std::copy_n(h._nlst, count, half.h._nlst);
+}
+
+void run_net_list(benchmark::State& state, Input& input) {
+  const Hypergraph& h = input.record();
+  HalfRecord a;
+  HalfRecord b;
+  give_own_cells(a, h);
+  give_own_cells(b, h);
+  Comparison comparison;
+  comparison.baseline.run = [&] {
+    a.h._net_list = obvious::take_ints(std::int64_t{h._p} + 2);
+    a.work = obvious::take_ints(std::int64_t{h._c} + 1);
+    obvious::construct_net_list(&a.h, a.work);
+  };
+  comparison.baseline.release = [&] {
+    std::free(a.work);
+    std::free(a.h._net_list);
+  };
+  comparison.measured.run = [&] {
+    b.h._net_list = imalloc(std::int64_t{h._p} + 2, "bench: net_list");
+    b.work = imalloc(std::int64_t{h._c} + 1, "bench: work");
+    construct_net_list(&b.h, b.work);
+  };
+  comparison.measured.release = [&] {
+    _usfree(b.work);
+    _usfree(b.h._net_list);
+  };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.counts(a.h, b.h);
+    differences.cell_lists(a.h, b.h, h._p);
+    differences.ints("work", a.work, b.work, std::int64_t{h._c} + 1);
+    return differences.first();
+  };
+  measure(state, comparison, {h._p});
+  _usfree(b.h._clst);
+  _usfree(a.h._clst);
+}
+
+void run_cell_list(benchmark::State& state, Input& input) {
+  const Hypergraph& h = input.record();
+  HalfRecord a;
+  HalfRecord b;
+  give_own_nets(a, h);
+  give_own_nets(b, h);
+  Comparison comparison;
+  comparison.baseline.run = [&] {
+    a.h._cell_list = obvious::take_ints(std::int64_t{h._p} + 2);
+    a.work = obvious::take_ints(std::int64_t{h._n} + 1);
+    obvious::construct_cell_list(&a.h, a.work);
+  };
+  comparison.baseline.release = [&] {
+    std::free(a.work);
+    std::free(a.h._cell_list);
+  };
+  comparison.measured.run = [&] {
+    b.h._cell_list = imalloc(std::int64_t{h._p} + 2, "bench: cell_list");
+    b.work = imalloc(std::int64_t{h._n} + 1, "bench: work");
+    construct_cell_list(&b.h, b.work);
+  };
+  comparison.measured.release = [&] {
+    _usfree(b.work);
+    _usfree(b.h._cell_list);
+  };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.nets(a.h, b.h, h._n, h._p);
+    differences.net_sentinel(a.h, b.h, h._n);
+    differences.ints("work", a.work, b.work, std::int64_t{h._n} + 1);
+    return differences.first();
+  };
+  measure(state, comparison, {h._p});
+  _usfree(b.h._nlst);
+  _usfree(a.h._nlst);
+}
+
+// It changes the record, but for the second time no more than for the first.
+void run_infos(benchmark::State& state, Input& input) {
+  const Hypergraph& h = input.record();
+  HalfRecord a;
+  HalfRecord b;
+  give_own_cells(a, h);
+  give_own_cells(b, h);
+  Comparison comparison;
+  comparison.baseline.run = [&] { obvious::set_hypergraph_infos(&a.h); };
+  comparison.measured.run = [&] { set_hypergraph_infos(&b.h); };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.counts(a.h, b.h);
+    differences.cells(a.h, b.h);
+    differences.cell_lists(a.h, b.h, h._p);
+    return differences.first();
+  };
+  measure(state, comparison, {h._p});
+  _usfree(b.h._clst);
+  _usfree(a.h._clst);
+}
+
+void run_fill_arrays(benchmark::State& state, Input& input) {
+  const Hypergraph& h = input.record();
+  int* xnadj_a = nullptr;
+  int* nadj_a = nullptr;
+  int* xnadj_b = nullptr;
+  int* nadj_b = nullptr;
+  Comparison comparison;
+  comparison.baseline.run = [&] { obvious::hypergraph_Fill2Arr(&h, &xnadj_a, &nadj_a); };
+  comparison.baseline.release = [&] {
+    std::free(xnadj_a);
+    std::free(nadj_a);
+  };
+  comparison.measured.run = [&] { hypergraph_Fill2Arr(&h, &xnadj_b, &nadj_b); };
+  comparison.measured.release = [&] {
+    _usfree(xnadj_b);
+    _usfree(nadj_b);
+  };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.ints("xnadj", xnadj_a + 1, xnadj_b + 1, std::int64_t{h._n} + 1);
+    differences.ints("nadj", nadj_a, nadj_b, h._p);
+    return differences.first();
+  };
+  measure(state, comparison, {h._p});
+}
+
+void run_load_arrays(benchmark::State& state, Input& input) {
+  const Hypergraph& h = input.record();
+  int* xnadj = nullptr;
+  int* nadj = nullptr;
+  hypergraph_Fill2Arr(&h, &xnadj, &nadj);
+  Hypergraph a = {};
+  Hypergraph b = {};
+  Comparison comparison;
+  comparison.baseline.run = [&] { obvious::hypergraph_LoadFromArr(&a, h._n, h._c, xnadj, nadj, nullptr); };
+  comparison.baseline.release = [&] { obvious::release(&a); };
+  comparison.measured.run = [&] { hypergraph_LoadFromArr(&b, h._n, h._c, xnadj, nadj, nullptr); };
+  comparison.measured.release = [&] { free_hypergraph(&b); };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.counts(a, b);
+    differences.nets(a, b, h._n, h._p);
+    differences.net_sentinel(a, b, h._n);
+    differences.cell_lists(a, b, h._p);
+    return differences.first();
+  };
+  measure(state, comparison, {h._p});
+  _usfree(xnadj);
+  _usfree(nadj);
+}
+
+}  // namespace
+
+void add_incidence(Input& input, const Options& options) {
+  add_benchmark("construct_net_list/" + input.name(), options.nrounds,
+                [&input](benchmark::State& state) { run_net_list(state, input); });
+  add_benchmark("construct_cell_list/" + input.name(), options.nrounds,
+                [&input](benchmark::State& state) { run_cell_list(state, input); });
+  add_benchmark("set_hypergraph_infos/" + input.name(), options.nrounds,
+                [&input](benchmark::State& state) { run_infos(state, input); });
+  add_benchmark("hypergraph_Fill2Arr/" + input.name(), options.nrounds,
+                [&input](benchmark::State& state) { run_fill_arrays(state, input); });
+  add_benchmark("hypergraph_LoadFromArr/" + input.name(), options.nrounds,
+                [&input](benchmark::State& state) { run_load_arrays(state, input); });
+}
+
+}  // namespace quillon::bench

@@ -1,0 +1,76 @@
+#include <filesystem>
+#include <optional>
+
+#include "bench/cases.h"
+#include "bench/rounds.h"
+#include "bench/system.h"
+#include "util/util.h"
+
+namespace quillon::bench {
+namespace {
+
+void build_cell_side(Hypergraph* h) {
+  h->_net_list = imalloc(std::int64_t{h->_p} + 2, "bench: net_list");
+  int* const work = imalloc(std::int64_t{h->_c} + 1, "bench: work");
+  construct_net_list(h, work);
+  _usfree(work);
+}
+
+void run_tool(benchmark::State& state, Input& input, const Options& options) {
+  const char* const path = input.path();
+  std::optional<StandardOutput> output;
+  Comparison comparison;
+  comparison.baseline.prepare = [&] { output.emplace("/dev/null"); };
+  comparison.baseline.run = [&] {
+    Hypergraph h = {};
+    read_hypergraph(&h, path, 0);
+    build_cell_side(&h);
+    set_hypergraph_infos(&h);
+    pr_detailinfo_hypergraph(&h);
+    free_hypergraph(&h);
+  };
+  comparison.baseline.release = [&] { output.reset(); };
+  comparison.measured.run = [&] { run_program({options.tool, "stats", path}, "/dev/null"); };
+  comparison.difference = [] { return std::string(); };
+  const Medians medians = run_rounds(state, comparison);
+  state.counters["tool_seconds"] = medians.measured;
+  state.counters["library_seconds"] = medians.baseline;
+  state.counters["times_library"] = 1 / medians.ratio;
+  state.counters["file_bytes"] = static_cast<double>(input.bytes());
+}
+
+void run_growth(benchmark::State& state, int millions, const std::string& folder) {
+  const std::string path = folder + "/growth.qhg";
+  write_text(generate(Shape::kLocal, millions * 125000), path);
+  settle(path);
+  std::vector<double> reading;
+  std::vector<double> building;
+  Hypergraph h = {};
+  for ([[maybe_unused]] const auto& round : state) {
+    reading.push_back(timed([&] { read_hypergraph(&h, path.c_str(), 0); }).wall);
+    building.push_back(timed([&] { build_cell_side(&h); }).wall);
+    free_hypergraph(&h);
+    state.SetIterationTime(reading.back() + building.back());
+  }
+  state.counters["pins"] = h._p;
+  state.counters["file_bytes"] = static_cast<double>(std::filesystem::file_size(path));
+  state.counters["read_ns_per_pin"] = 1e9 * median(reading) / h._p;
+  state.counters["net_list_ns_per_pin"] = 1e9 * median(building) / h._p;
+  std::filesystem::remove(path);
+}
+
+}  // namespace
+
+void add_tool(Input& input, const Options& options) {
+  add_benchmark("tool:stats/" + input.name(), options.nrounds,
+                [&](benchmark::State& state) { run_tool(state, input, options); });
+}
+
+void add_growth(const Options& options) {
+  for (int millions = 1; millions <= options.growth; millions *= 2)
+    add_benchmark(
+        "growth/" + std::to_string(millions), options.nrounds,
+        [millions, &options](benchmark::State& state) { run_growth(state, millions, options.folder); });
+}
+
+}  // namespace quillon::bench

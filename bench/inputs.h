@@ -1,0 +1,72 @@
+#pragma once
+/// @file
+/// What the benchmarks run on: hypergraphs from fixed seeds, and files of the user's.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hypergraph/hypergraph.h"
+
+namespace quillon::bench {
+
+enum class Shape {
+  kRandom,  ///< As many nets as cells, 2 to 14 pins each, all cells alike.
+  kLocal,   ///< As kRandom, the pins of a net within 401 cells around a centre that moves along.
+  kMesh,    ///< Rows of the matrix of a square mesh, each point joined with its four neighbours.
+  kPower,   ///< Net sizes and cell degrees follow power laws; nets and cells carry weights.
+};
+
+/// Nets in compressed rows. Cells and nets are numbered from 1; net j has entries starts[j] .. starts[j + 1].
+struct Nets {
+  int ncells = 0;
+  int nnets = 0;
+  std::vector<int> starts = {0, 0};
+  std::vector<int> pins;
+  std::vector<int> net_weights;   ///< By net number, or empty.
+  std::vector<int> cell_weights;  ///< By cell number, or empty.
+};
+
+/// Generates a hypergraph; no net names a cell twice. The same arguments give the same hypergraph everywhere.
+///
+/// @param ncells  At least 100. A mesh gets the largest square number up to it.
+Nets generate(Shape shape, int ncells);
+
+/// Writes a hypergraph in the text format, cells numbered from 1.
+void write_text(const Nets& nets, const std::string& path);
+
+/// A hypergraph file and, once somebody has asked for it, its record. Made when first used, so that a filter
+/// on the names of the benchmarks saves what it leaves out.
+class Input {
+ public:
+  /// A hypergraph to be generated into a folder.
+  Input(std::string name, Shape shape, int ncells, const std::string& folder);
+  /// A file of the user's.
+  explicit Input(const std::string& path);
+  ~Input();
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+
+  [[nodiscard]] const std::string& name() const { return name_; }
+  /// Whether cell i is on the nets that name the cells of net i.
+  [[nodiscard]] bool symmetric() const { return generated_ && shape_ == Shape::kMesh; }
+
+  const char* path();
+  std::int64_t bytes();
+  /// Both sides built, small nets kept, every cell in one of 64 parts.
+  const Hypergraph& record();
+  /// Whether some net names a cell twice; only a file of the user's may.
+  bool has_duplicate_pins();
+
+ private:
+  std::string name_;
+  std::string path_;
+  bool generated_;
+  bool written_;
+  bool loaded_ = false;
+  Shape shape_ = Shape::kRandom;
+  int ncells_ = 0;
+  Hypergraph h_ = {};
+};
+
+}  // namespace quillon::bench

@@ -1,0 +1,145 @@
+#!/usr/bin/env python3
+"""Puts what the benchmarks measured into a document: table.py RESULTS.json DOCUMENT.md
+
+The tables replace what stands between the lines BEGIN and END of the document.
+"""
+
+import json
+import sys
+
+BEGIN = "<!-- measured: begin -->"
+END = "<!-- measured: end -->"
+
+
+def load(path):
+    """The context, and {subject: {input: counters}} in the order of the runs."""
+    with open(path, encoding="utf-8") as file:
+        results = json.load(file)
+    subjects = {}
+    for run in results["benchmarks"]:
+        subject, name = run["name"].split("/")[:2]
+        if run.get("error_occurred"):
+            sys.exit(f"table.py: {subject}/{name}: {run['error_message']}")
+        subjects.setdefault(subject, {})[name] = run
+    return results["context"], subjects
+
+
+def table(head, rows):
+    if not rows:
+        return []
+    lines = ["| " + " | ".join(head) + " |", "|---" + "|---:" * (len(head) - 1) + "|"]
+    return lines + ["| " + " | ".join(row) + " |" for row in rows] + [""]
+
+
+def section(title, note, lines):
+    return [f"### {title}", "", note, ""] + lines if lines else []
+
+
+def by_input(subjects, names, counter, cell):
+    """A row for each subject whose runs have the counter, a column for each input."""
+    rows = []
+    for subject, runs in subjects.items():
+        if not any(counter in run for run in runs.values()):
+            continue
+        label = f"`{subject.split(':')[0]}`"
+        if subject.endswith(":check"):
+            label += ", with checks"
+        rows.append([label] + [cell(runs[name]) if name in runs else "" for name in names])
+    return rows
+
+
+def mega(value):
+    return f"{value / 1e6:,.0f}"
+
+
+def machine(context):
+    memory = int(context["memory"].split()[0]) / 2**20
+    return [
+        f"{context['date'][:10]}; {context['cpu']}, {context['num_cpus']} cores, {memory:.0f} GiB of memory, "
+        f"huge pages {context['huge_pages']}; {context['compiler']}; {int(context['cells']):,} cells, "
+        f"medians of {context['rounds']} rounds.",
+        "",
+    ]
+
+
+def comparisons(subjects, names):
+    head = ["function"] + names
+    lines = section(
+        "Module and obvious form",
+        "How many times as fast as the obvious form, and in brackets the module's nanoseconds per pin (per cell "
+        "for part vectors).",
+        table(head, by_input(subjects, names, "ratio", lambda r: f"{r['ratio']:.2f} ({r['ns_per_pin']:.1f})")),
+    )
+    files = {s: runs for s, runs in subjects.items() if s.startswith(("read_", "write_")) and ":cat" not in s}
+    lines += section(
+        "Files",
+        "The module's speed in MB of the file per second.",
+        table(head, by_input(files, names, "bytes_per_second", lambda r: mega(r["bytes_per_second"]))),
+    )
+    return lines
+
+
+def bounds(subjects, names):
+    head = ["function"] + names
+    lines = section(
+        "Writers and cat",
+        "How many times as long as `cat` takes to copy the file written, and in brackets the MB per second of "
+        "the writer and of `cat`.",
+        table(head, by_input(subjects, names, "times_cat", lambda r: (
+            f"{r['times_cat']:.2f} ({mega(r['bytes_per_second'])}, {mega(r['cat_bytes_per_second'])})"))),
+    )
+    lines += section(
+        "Copies and memcpy",
+        "How many times as long as `memcpy` of the record's four arrays into fresh memory, and in brackets the "
+        "MB per second of the copy and of `memcpy`.",
+        table(head, by_input(subjects, names, "times_memcpy", lambda r: (
+            f"{r['times_memcpy']:.2f} ({mega(r['bytes_per_second'])}, {mega(r['memcpy_bytes_per_second'])})"))),
+    )
+    lines += section(
+        "Memory of a read",
+        "MB at the peak beyond an empty program, in brackets what the record's arrays take, and the share of the "
+        "allowance (arrays, longest line and 2 MiB) that this is.",
+        table(head, by_input(subjects, names, "of_allowance", lambda r: (
+            f"{r['peak_bytes'] / 1e6:,.1f} ({r['array_bytes'] / 1e6:,.1f}), {100 * r['of_allowance']:.0f} %"))),
+    )
+    return lines
+
+
+def programs(subjects):
+    rows = [
+        [name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}", f"{r['library_seconds']:.3f}",
+         f"{r['times_library']:.2f}"]
+        for name, r in subjects.get("tool:stats", {}).items()
+    ]
+    lines = section("The tool", "`quillon stats` as a whole, and the library calls in it alone.",
+                    table(["input", "file, MB", "tool, s", "library, s", "tool / library"], rows))
+    rows = [
+        [f"{r['pins']:,.0f}", mega(r["file_bytes"]), f"{r['read_ns_per_pin']:.2f}",
+         f"{r['net_list_ns_per_pin']:.2f}"]
+        for r in subjects.get("growth", {}).values()
+    ]
+    return lines + section(
+        "Growth", "Local input of growing size, nanoseconds per pin.",
+        table(["pins", "file, MB", "`read_hypergraph`", "`construct_net_list`"], rows))
+
+
+def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    context, subjects = load(sys.argv[1])
+    names = list(dict.fromkeys(name for s, runs in subjects.items() if s not in ("growth", "tool:stats")
+                               for name in runs))
+    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names) + programs(subjects)
+
+    with open(sys.argv[2], encoding="utf-8") as file:
+        text = file.read()
+    before, begin, rest = text.partition(BEGIN)
+    _, end, after = rest.partition(END)
+    if not begin or not end:
+        sys.exit(f"table.py: '{sys.argv[2]}' lacks the lines {BEGIN} and {END}")
+    with open(sys.argv[2], "w", encoding="utf-8") as file:
+        file.write(before + begin + "\n\n" + "\n".join(lines) + end + after)
+
+
+if __name__ == "__main__":
+    main()
