@@ -48,6 +48,22 @@ struct Mode {
 
 const Mode kModes[] = {{Kind::kStandard, 0}, {Kind::kStandard, 1}, {Kind::kOnePin, 0}, {Kind::kOnePin, 1}};
 
+// A stream of which nothing can be read ahead, because it cannot be set back.
+struct OneWay {
+  std::string text;
+  std::size_t at = 0;
+};
+
+slow::Stream one_way_stream(OneWay& from) {
+  const auto read = [](void* cookie, char* bytes, std::size_t size) {
+    OneWay& source = *static_cast<OneWay*>(cookie);
+    const std::size_t length = source.text.copy(bytes, size, source.at);
+    source.at += length;
+    return static_cast<ssize_t>(length);
+  };
+  return slow::Stream(fopencookie(&from, "r", {read, nullptr, nullptr, nullptr}));
+}
+
 // Lets the fast and the slow reader have a text, and gives the outcome they agree on. A text on which a
 // reader could wait for ever is left out, and so is one that asks for memory by the gigabyte.
 std::optional<Outcome> agreed(const Mode& mode, const std::string& text) {
@@ -61,6 +77,11 @@ std::optional<Outcome> agreed(const Mode& mode, const std::string& text) {
   EXPECT_EQ(slow::read_with_module(mode.kind, stream.get(), mode.check), slow)
       << (mode.kind == Kind::kStandard ? "standard" : "one-pin") << " reader, check " << mode.check << "\n"
       << visible(text);
+
+  OneWay from{text};
+  Outcome one_way = slow::read_with_module(mode.kind, one_way_stream(from).get(), mode.check);
+  one_way.position = slow.position;  // which nobody can ask for
+  EXPECT_EQ(one_way, slow) << "one-way stream, check " << mode.check << "\n" << visible(text);
   return slow;
 }
 
@@ -323,6 +344,50 @@ TEST_F(ReadersOnAnyInput, AgreeOnRandomTexts) {
   for (const auto& [message, times] : ends) EXPECT_GE(times, 5) << message;
   EXPECT_GE(nread, 1000);
   EXPECT_GE(nwarned, 100);
+}
+
+// A file of some hundred nets as writers make them, with a blank behind every number or between them, and now
+// and then something else: that is where reading many lines at a time stops and goes on.
+std::string long_text(std::uint32_t seed) {
+  Draw draw(seed);
+  const int ncells = draw.one_of<int>({3, 90, 5000, 123456, 12345678});
+  const int nnets = draw.between(60, 400);
+  const int fmt = draw.below(4);
+  const int smallest = draw.once_in(2) ? 2 : 0;
+  const bool blank_at_end = draw.once_in(2);
+  const int odd = draw.one_of<int>({40, 400, 1000000});
+  std::string lines;
+  int npins = 0;
+  for (int j = 1; j <= nnets; ++j) {
+    const int size = draw.once_in(100) ? draw.between(200, 900) : draw.between(smallest, 12);
+    npins += size;
+    if (draw.once_in(odd)) lines += "% a comment\n";
+    std::string line;
+    if (fmt >= 2) line.append(std::to_string(draw.below(size == 0 ? 2 : 300))).append(" ");
+    for (int k = 0; k < size; ++k) {
+      if (draw.once_in(4 * odd)) line += draw.one_of<std::string>({"\t", "+", "00", " ", "000000000"});
+      line.append(std::to_string(draw.between(1, ncells))).append(" ");
+    }
+    if (!blank_at_end && !line.empty()) line.pop_back();
+    if (draw.once_in(odd)) line += draw.one_of<std::string>({"x", " % 7", "\r", std::string(1, '\0'), " -1"});
+    lines.append(line).append("\n");
+  }
+  if ((fmt & 1) != 0)
+    for (int i = 1; i <= std::min(ncells, 400); ++i)
+      lines.append(std::to_string(draw.below(1000))).append(i % 100 == 0 ? "\n" : " ");
+  const int announced = draw.once_in(10) ? npins - draw.between(-40, 40) : npins;
+  return "1 " + std::to_string(ncells) + " " + std::to_string(nnets) + " " + std::to_string(announced) + " " +
+         std::to_string(fmt) + "\n" + lines + (draw.once_in(3) ? "" : "the rest\n");
+}
+
+TEST_F(ReadersOnAnyInput, AgreeOnLongTexts) {
+  int nread = 0;
+  for (std::uint32_t seed = 1; seed <= 240 && !HasFailure(); ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    const std::optional<Outcome> outcome = agreed(kModes[seed % 4], long_text(seed));
+    if (outcome && outcome->fatal.empty()) ++nread;
+  }
+  EXPECT_GE(nread, 60);
 }
 
 }  // namespace
