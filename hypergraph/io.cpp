@@ -113,9 +113,7 @@ bool too_long(const Lines& lines, std::size_t length) { return length >= lines.s
 // the lines up to there is too long: where that is not certain, nothing counts as read ahead.
 const char* whole_lines_end(const Lines& lines) {
   if (!lines.reads_ahead || too_long(lines, lines.filled - lines.end)) return line_end(lines);
-  std::size_t end = lines.filled;
-  while (end > lines.end && lines.text[end - 1] != '\n') --end;
-  return lines.text + end;
+  return lines.text + std::max(lines.end, lines.whole);
 }
 
 // The numbers that a text begins with, which ends in white space. The text has to be readable for some bytes

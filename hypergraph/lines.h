@@ -21,6 +21,7 @@ struct Lines {
   std::size_t begin = 0;   // the line fetched last; it stays when there is none behind it
   std::size_t end = 0;     // behind it
   std::size_t filled = 0;  // behind what has been read
+  std::size_t whole = 0;   // behind the last line end in that; to look for it for each line would add up
   bool at_end = false;     // the last fetch met the end of the input
 };
 
@@ -28,9 +29,10 @@ struct Lines {
 inline void begin_reading_ahead(Lines& lines) {
   lines.reads_ahead = std::ftell(lines.stream) >= 0;
   lines.filled = lines.end;
+  lines.whole = lines.end;
 }
 
-/// Reads on, with the text from `start` moved to the front of the buffer.
+/// Reads on, with the text from `start`, which holds no line end, moved to the front of the buffer.
 ///
 /// @return  Whether anything came.
 inline bool read_ahead(Lines& lines, std::size_t& start) {
@@ -42,6 +44,9 @@ inline bool read_ahead(Lines& lines, std::size_t& start) {
   if (length == 0 && kept == 0) return false;
   start = 0;
   lines.filled = kept + length;
+  lines.whole = lines.filled;
+  while (lines.whole > kept && lines.text[lines.whole - 1] != '\n') --lines.whole;
+  if (lines.whole == kept) lines.whole = 0;
   return length > 0;
 }
 

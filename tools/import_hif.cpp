@@ -114,7 +114,7 @@ class Reader : public nlohmann::json_sax<json> {
       ++document_.ndirections;
       return true;
     }
-    bad_value(expected_value());
+    bad_value(expected_value() + (depth_ == 3 && key_ == "weight" ? " without quotes" : ""));
   }
 
   bool start_object(std::size_t /*elements*/) override {
@@ -170,12 +170,22 @@ class Reader : public nlohmann::json_sax<json> {
     return true;
   }
 
+  // `position` counts what has been read, the end of the file included.
   bool parse_error(std::size_t position, const std::string& /*token*/,
                    const json::exception& error) override {
-    const std::string what = error.what();
-    const std::size_t begin = what.find("syntax error ");
-    bad_text(in_, std::min(position == 0 ? 0 : position - 1, in_.text.size()),
-             "found no JSON: " + (begin == std::string::npos ? what : what.substr(begin)));
+    const std::size_t at = std::min(position == 0 ? 0 : position - 1, in_.text.size());
+    const std::string text = error.what();
+    const std::size_t begin = text.find(" - ");
+    if (begin == std::string::npos)  // not of the syntax: the value of a number
+      bad_text(in_, start_of_word(at), "found a number too large, expected one of double precision");
+    std::string what = text.substr(begin + 3);
+    constexpr std::string_view kUnexpected = "unexpected ";
+    if (!what.starts_with(kUnexpected))
+      bad_text(in_, at, "found no JSON: " + what.substr(0, what.find("; last read: ")));
+    what.erase(0, kUnexpected.size());
+    if (const std::size_t separator = what.find("; expected "); separator != std::string::npos)
+      what[separator] = ',';
+    bad_text(in_, start_of_word(at), "found " + what);
   }
 
   // At the end of the document.
@@ -187,24 +197,24 @@ class Reader : public nlohmann::json_sax<json> {
  private:
   [[nodiscard]] std::size_t offset() const { return static_cast<std::size_t>(seen_ - in_.text.data()); }
 
-  // Where the word begins that the parser has just read. Behind a number it has read one byte more.
-  [[nodiscard]] std::size_t word_offset() const {
-    const std::string& text = in_.text;
-    std::size_t at = offset();
-    const auto in_word = [&text](std::size_t k) {
-      return std::isalnum(static_cast<unsigned char>(text[k])) != 0 || text[k] == '-' || text[k] == '+' ||
-             text[k] == '.';
-    };
-    if (text[at - 1] == '"' || text[at - 1] == '{' || text[at - 1] == '[') return start_of_closed(at - 1);
-    if (!in_word(at - 1)) --at;
-    while (at > 0 && in_word(at - 1)) --at;
+  [[nodiscard]] bool in_word(std::size_t at) const {
+    const char c = in_.text[at];
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '+' || c == '.';
+  }
+
+  // Where the string, number or literal begins of which `last` is the last byte; `last` for what else is
+  // there.
+  [[nodiscard]] std::size_t start_of_word(std::size_t last) const {
+    if (last == in_.text.size()) return last;
+    if (in_.text[last] == '"') return start_of_string(last);
+    std::size_t at = last;
+    while (in_word(last) && at > 0 && in_word(at - 1)) --at;
     return at;
   }
 
-  // The opening quote of the string that ends at `end`, or `end` when that is a bracket.
-  [[nodiscard]] std::size_t start_of_closed(std::size_t end) const {
+  // The opening quote of the string whose closing one is at `end`.
+  [[nodiscard]] std::size_t start_of_string(std::size_t end) const {
     const std::string& text = in_.text;
-    if (text[end] != '"') return end;
     for (std::size_t at = end; at-- > 0;) {
       std::size_t nescapes = 0;
       while (nescapes < at && text[at - 1 - nescapes] == '\\') ++nescapes;
@@ -213,18 +223,26 @@ class Reader : public nlohmann::json_sax<json> {
     return end;
   }
 
-  [[noreturn]] void bad_value(const std::string& expected) const {
-    const std::size_t begin = word_offset();
-    std::size_t end = offset();
-    while (end > begin + 1 &&
-           std::string_view(" \t\r\n,:]}").find(in_.text[end - 1]) != std::string_view::npos)
-      --end;
-    unexpected(in_, {std::string_view(in_.text).substr(begin, end - begin), begin}, expected);
+  // Strings are shown without their quotes.
+  [[noreturn]] void bad_value_at(std::size_t last, const std::string& expected) const {
+    const std::size_t begin = start_of_word(last);
+    std::string_view word = std::string_view(in_.text).substr(begin, last + 1 - begin);
+    if (word.size() > 2 && word.front() == '"') word = word.substr(1, word.size() - 2);
+    unexpected(in_, {word, begin}, expected);
+  }
+
+  // The value is the last that the parser has read.
+  [[noreturn]] void bad_value(const std::string& expected) const { bad_value_at(offset() - 1, expected); }
+
+  // Behind a number the parser has read one byte more, if there was one.
+  [[noreturn]] void bad_number(const std::string& expected) const {
+    const std::size_t last = offset() - 1;
+    bad_value_at(in_word(last) ? last : last - 1, expected);
   }
 
   [[nodiscard]] std::string expected_value() const {
     if (depth_ == 0) return "an object";
-    if (depth_ == 2) return "an object for each of " + key_of_section();
+    if (depth_ == 2) return "an object for each of the " + key_of_section();
     if (depth_ == 1) {
       if (section_ == Section::kMetadata) return "an object";
       return section_ == Section::kNetworkType ? "a network type: undirected, directed or asc" : "an array";
@@ -288,7 +306,7 @@ class Reader : public nlohmann::json_sax<json> {
       return true;
     }
     if (depth_ == 3 && (key_ == "edge" || key_ == "node") && is_integer) return take_id(text);
-    bad_value(expected_value());
+    bad_number(expected_value());
   }
 
   bool scalar(const char* /*text*/) {
@@ -316,7 +334,8 @@ class Reader : public nlohmann::json_sax<json> {
     const std::string& id = is_node ? record_.node : record_.edge;
     if (id.empty())
       bad_text(in_, record_.offset,
-               std::string("found no name, expected ") + (is_node ? "a node" : "an edge"));
+               is_node ? "found an object without node, expected it in each of the nodes"
+                       : "found an object without edge, expected it in each of the edges");
     list_item(is_node ? document_.nodes : document_.edges, id);
   }
 

@@ -72,7 +72,7 @@ void read_cell_weight(Tokenizer& in, Arrays& arrays, int i, const Header& header
   const std::string item = "the weight of " + of_all("cell", i, header.ncells);
   begin_line(in, item, "format 10 of hMETIS means cell weights; net weights are 1");
   arrays.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(item)));
-  expect_line_end(in, "it");
+  expect_line_end(in, item);
 }
 
 // Comments and blank lines may follow the data.

@@ -5,7 +5,7 @@ namespace {
 
 [[noreturn]] void bad_cell(const Tokenizer& in, const Token& token, int nnets, const Range& cells) {
   const char* hint = "";
-  if (number_in(token, {cells.max + 1, cells.max + 1, ""}))
+  if (cells.max >= 0 && number_in(token, {cells.max + 1, cells.max + 1, ""}))
     hint = "kub counts cells from 0; does this file count from 1?";
   else if (number_in(token, {cells.max + 1, nnets - 1, ""}))
     hint = "the number of cells comes first, that of nets second; are they swapped?";
@@ -41,9 +41,9 @@ void import_kub(Tokenizer& in, Arrays& arrays) {
 
   arrays.cell_weights.push_back(0);
   for (int i = 1; i <= arrays.ncells; ++i) {
-    const Range weights = weight_range("the weight of " + of_all("cell", i, arrays.ncells));
-    arrays.cell_weights.push_back(as_number(in, next_on_line(in), weights));
-    expect_line_end(in, "it");
+    const std::string weight = "the weight of " + of_all("cell", i, arrays.ncells);
+    arrays.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
+    expect_line_end(in, weight);
   }
   expect_end(in, "the weights of " + counted(arrays.ncells, "cell"));
 }

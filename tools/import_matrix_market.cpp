@@ -15,7 +15,7 @@ struct Header {
   int nrows = 0;
   int ncolumns = 0;
   int nentries = 0;
-  std::size_t nentries_offset = 0;  // where the file says it
+  std::size_t size_offset = 0;  // where the file says it
 };
 
 struct Entry {
@@ -71,15 +71,15 @@ Header read_header(Tokenizer& in) {
   Header header;
   read_banner(in, header);
   begin_line(in, true);
-  header.nrows = as_number(in, next_on_line(in), count_range("the number of rows"));
+  const Token nrows = next_on_line(in);
+  header.nrows = as_number(in, nrows, count_range("the number of rows"));
+  header.size_offset = nrows.offset;
   const Token ncolumns = next_on_line(in);
   header.ncolumns = as_number(in, ncolumns, count_range("the number of columns"));
   if (header.mirrored && header.nrows != header.ncolumns)
     unexpected(in, ncolumns,
                "as many columns as the " + std::to_string(header.nrows) + " rows of a symmetric matrix");
-  const Token nentries = next_on_line(in);
-  header.nentries = as_number(in, nentries, count_range("the number of entries"));
-  header.nentries_offset = nentries.offset;
+  header.nentries = as_number(in, next_on_line(in), count_range("the number of entries"));
   expect_line_end(in, "the number of entries");
   return header;
 }
@@ -100,8 +100,7 @@ struct Ranges {
   Range columns;
 };
 
-int read_index(Tokenizer& in, const Range& range) {
-  const Token token = next_on_line(in);
+int as_index(const Tokenizer& in, const Token& token, const Range& range) {
   const std::optional<int> index = number_in(token, range);
   if (!index)
     unexpected(in, token, range.meaning,
@@ -112,9 +111,11 @@ int read_index(Tokenizer& in, const Range& range) {
 Entry read_entry(Tokenizer& in, const Header& header, const Ranges& ranges, int k) {
   begin_line(in, false);
   if (at_end(in)) unexpected(in, {{}, in.at}, of_all("entry", k, header.nentries));
-  const Entry entry{read_index(in, ranges.rows), read_index(in, ranges.columns)};
+  const Token row = next_on_line(in);
+  const Token column = next_on_line(in);
+  const Entry entry{as_index(in, row, ranges.rows), as_index(in, column, ranges.columns)};
   if (header.skew && entry.row == entry.column)
-    bad_text(in, in.at, "found an entry on the diagonal, expected none in a skew-symmetric matrix");
+    bad_text(in, row.offset, "found an entry on the diagonal, expected none in a skew-symmetric matrix");
   if (header.values_per_entry > 0) {
     const std::string which = of_all("entry", k, header.nentries);
     for (int n = 0; n < header.values_per_entry; ++n) check_value(in, which);
@@ -127,20 +128,31 @@ std::vector<Entry> read_entries(Tokenizer& in, const Header& header) {
   const Ranges ranges{{1, header.nrows, "a row from 1 to " + std::to_string(header.nrows)},
                       {1, header.ncolumns, "a column from 1 to " + std::to_string(header.ncolumns)}};
   std::vector<Entry> entries;
-  for (int k = 1; k <= header.nentries; ++k) {
-    const Entry entry = read_entry(in, header, ranges, k);
-    entries.push_back(entry);
-    if (header.mirrored && entry.row != entry.column) entries.push_back({entry.column, entry.row});
-  }
-  expect_end(in, "the " + std::to_string(header.nentries) + " entries of the header");
+  for (int k = 1; k <= header.nentries; ++k) entries.push_back(read_entry(in, header, ranges, k));
+  expect_end(in, "the " + std::to_string(header.nentries) +
+                     (header.nentries == 1 ? " entry of the header" : " entries of the header"));
   return entries;
 }
 
-// Of entries given more than once the first stays. Returns how many went.
-std::size_t drop_repeated(std::vector<Entry>& entries) {
+// Each entry is followed by its mirror image.
+std::vector<Entry> with_mirror_images(const std::vector<Entry>& entries) {
+  std::vector<Entry> all;
+  for (const Entry& entry : entries) {
+    all.push_back(entry);
+    if (entry.row != entry.column) all.push_back({entry.column, entry.row});
+  }
+  return all;
+}
+
+// Of entries given more than once the first stays, where `mirrored` those across the diagonal are the same.
+// Returns how many went.
+std::size_t drop_repeated(std::vector<Entry>& entries, bool mirrored) {
   std::vector<std::size_t> order(entries.size());
   for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
-  const auto place = [&entries](std::size_t k) { return std::pair(entries[k].row, entries[k].column); };
+  const auto place = [&entries, mirrored](std::size_t k) {
+    const auto [row, column] = entries[k];
+    return mirrored ? std::pair(std::min(row, column), std::max(row, column)) : std::pair(row, column);
+  };
   std::sort(order.begin(), order.end(), [&place](std::size_t a, std::size_t b) {
     return std::pair(place(a), a) < std::pair(place(b), b);
   });
@@ -173,7 +185,7 @@ void append_diagonal(std::vector<Entry>& entries, int nrows) {
 void take_fine_grain(const Tokenizer& in, Arrays& arrays, const std::vector<Entry>& entries,
                      const Header& header) {
   if (header.nrows > kMostItems - header.ncolumns)
-    bad_text(in, header.nentries_offset,
+    bad_text(in, header.size_offset,
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
                  " rows and columns, expected at most " + std::to_string(kMostItems) + " nets");
   arrays.ncells = static_cast<int>(entries.size());
@@ -202,11 +214,12 @@ void take_lines(Arrays& arrays, const std::vector<Entry>& entries, const Header&
 void import_matrix_market(Tokenizer& in, Arrays& arrays, Model model, bool add_diagonal) {
   const Header header = read_header(in);
   std::vector<Entry> entries = read_entries(in, header);
-  if (const std::size_t nrepeated = drop_repeated(entries); nrepeated > 0)
+  if (const std::size_t nrepeated = drop_repeated(entries, header.mirrored); nrepeated > 0)
     arrays.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
                              " of entries dropped");
+  if (header.mirrored) entries = with_mirror_images(entries);
   if (add_diagonal && header.nrows != header.ncolumns)
-    bad_text(in, header.nentries_offset,
+    bad_text(in, header.size_offset,
              "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
                  " columns, expected a square matrix for --diagonal");
 

@@ -61,6 +61,13 @@ Header read_header(Tokenizer& in, Arrays& arrays) {
   unexpected(in, token, cells.meaning, hint);
 }
 
+// Our own files may hold negative weights.
+Range signed_weight_range(const std::string& what) {
+  constexpr int kLargest = std::numeric_limits<int>::max();
+  constexpr int kLeast = std::numeric_limits<int>::min();
+  return {kLeast, kLargest, what + ", from " + std::to_string(kLeast) + " to " + std::to_string(kLargest)};
+}
+
 const char* hint_on_format(const Header& header) {
   return header.cell_weights && !header.net_weights
              ? "format 1 means cell weights here, and net weights in hMETIS; those are 2 here"
@@ -70,8 +77,7 @@ const char* hint_on_format(const Header& header) {
 void read_net(Tokenizer& in, Arrays& arrays, const Header& header, const Range& cells) {
   if (header.net_weights) {
     const std::string net = "the weight of net " + std::to_string(arrays.xnadj.size() - 1);
-    constexpr int kLargest = std::numeric_limits<int>::max();
-    arrays.net_weights.push_back(as_number(in, next_number(in), {-kLargest - 1, kLargest, net}));
+    arrays.net_weights.push_back(as_number(in, next_number(in), signed_weight_range(net)));
   }
   while (const std::optional<Token> token = next_integer(in)) {
     if (arrays.nadj.size() == static_cast<std::size_t>(header.npins))
@@ -87,8 +93,7 @@ void read_net(Tokenizer& in, Arrays& arrays, const Header& header, const Range& 
 
 // Of the numbers of each cell the first is its weight. Those that are missing are 1.
 void read_cell_weights(Tokenizer& in, Arrays& arrays, int weights_per_cell) {
-  constexpr int kLargest = std::numeric_limits<int>::max();
-  const Range weights{-kLargest - 1, kLargest, "the weight of a cell"};
+  const Range weights = signed_weight_range("the weight of a cell");
   const auto wanted = static_cast<std::size_t>(arrays.ncells) + 1;
   arrays.cell_weights.push_back(0);
   for (int k = 0; arrays.cell_weights.size() < wanted || k != 0;) {

@@ -8,18 +8,21 @@ namespace {
 
 using nlohmann::json;
 
-// The rest of the line, which may hold blanks, as JSON writes it.
-std::string read_name(Tokenizer& in) {
+// The rest of the line, which may hold blanks.
+Token read_rest(Tokenizer& in) {
   Token first = next_on_line(in);
   std::size_t end = in.text.find('\n', first.offset);
   if (end == std::string::npos) end = in.text.size();
   while (end > first.offset && (in.text[end - 1] == ' ' || in.text[end - 1] == '\r')) --end;
   first.text = std::string_view(in.text).substr(first.offset, end - first.offset);
+  return first;
+}
 
-  const json name = json::parse(first.text, nullptr, false);
+// As JSON writes it.
+std::string as_name(const Tokenizer& in, const Token& token) {
+  const json name = json::parse(token.text, nullptr, false);
   if (!name.is_string() && !name.is_number_integer())
-    unexpected(in, first, "a name: a string in double quotes, or an integer");
-  skip_line(in);
+    unexpected(in, token, "a name: a string in double quotes, or an integer");
   return name.dump();
 }
 
@@ -32,12 +35,17 @@ struct Names {
 void read_label(Tokenizer& in, Names& names) {
   const int count = static_cast<int>(names.by_number.size()) - 1;
   const Token token = next_on_line(in);
-  const int number = as_number(
-      in, token, {1, count, "the number of a " + names.kind + ", from 1 to " + std::to_string(count)});
+  const int number =
+      as_number(in, token,
+                {1, count,
+                 count == 0 ? "no " + names.kind + ", as there are none"
+                            : "the number of a " + names.kind + ", from 1 to " + std::to_string(count)});
   std::string& name = names.by_number[static_cast<std::size_t>(number)];
   if (!name.empty()) unexpected(in, token, "a " + names.kind + " not named before");
-  name = read_name(in);
-  if (!names.taken.insert(name).second) unexpected(in, token, "a name that no other " + names.kind + " has");
+  const Token rest = read_rest(in);
+  name = as_name(in, rest);
+  if (!names.taken.insert(name).second) unexpected(in, rest, "a name that no other " + names.kind + " has");
+  skip_line(in);
 }
 
 void check_complete(const Tokenizer& in, const Names& names) {
