@@ -1,5 +1,9 @@
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdio>
+#include <cstdlib>
+#include <utility>
 
 #include "hypergraph/hypergraph.h"
 #include "hypergraph/lists.h"
@@ -45,6 +49,312 @@ void release_nets_and_internets(const Hypergraph* h) {
     poolfree_upto(0, h->_nlst, "destroy_hypergraph_data: nlst");
   }
 }
+
+// Turning lists around: owners 1 .. n list items, and each item gets the list of its owners in increasing
+// number, one entry for each time that an owner lists it. Nets own their pins when the cells' lists are
+// built, cells their nets when the nets' lists are. A side tells what becomes of an item's list:
+//   see(owner)             is shown each owner, before anything else,
+//   place(i, list, count)  is told where the list of item i lies and how long it is, in increasing i,
+//   count(i)               knows that length from then on.
+
+// Visits t = 0 .. count - 1, several in a row. In a loop of one such step, which counts up what may be what
+// it has just counted, the processor learns to wait for the step before; measured, that cost up to half the
+// time.
+template <typename Visit>
+void for_each_step(std::size_t count, const Visit& visit) {
+  constexpr std::size_t kInARow = 8;
+  std::size_t t = 0;
+  for (; t + kInARow <= count; t += kInARow)
+    for (std::size_t u = 0; u < kInARow; ++u) visit(t + u);
+  for (; t < count; ++t) visit(t);
+}
+
+// Shows the side every owner and visits all entries in stretches that are contiguous in memory. Loops over
+// single lists are bound by the branch that ends each of them, which cannot be predicted.
+template <typename Owner, typename Side, typename Visit>
+void for_each_stretch(const Owner* owners, int n, Side& side, const Visit& visit) {
+  constexpr int kOwners = 64;  // short enough for the stretch to be on its way into the cache
+  for (int j = 1; j <= n;) {
+    const int end = j + std::min(kOwners, n - j + 1);
+    std::span<const int> entries = list_of(owners[j]);
+    side.see(owners[j]);
+    for (++j; j < end; ++j) {
+      const std::span<const int> list = list_of(owners[j]);
+      if (list.data() != entries.data() + entries.size()) break;
+      side.see(owners[j]);
+      entries = {entries.data(), entries.size() + list.size()};
+    }
+    visit(entries);
+  }
+}
+
+// Visits every entry with its owner, in order. Within a block the owner comes from a bit for each entry that
+// begins the next list, so that no branch depends on where lists end.
+template <typename Owner, typename Visit>
+void for_each_entry(const Owner* owners, int n, const Visit& visit) {
+  constexpr std::ptrdiff_t kBlock = 64;
+  for (int next = 1; next <= n;) {
+    int owner = next++;
+    std::span<const int> entries = list_of(owners[owner]);
+    while (!entries.empty()) {
+      std::uint64_t begins = 0;
+      for (; next <= n && std::ssize(entries) < kBlock; ++next) {
+        const std::span<const int> list = list_of(owners[next]);
+        if (list.empty() || list.data() != entries.data() + entries.size()) break;
+        begins |= std::uint64_t{1} << entries.size();
+        entries = {entries.data(), entries.size() + list.size()};
+      }
+      const std::size_t count = std::min<std::size_t>(entries.size(), kBlock);
+      for_each_step(count, [&](std::size_t t) {
+        owner += static_cast<int>(begins & 1);
+        begins >>= 1;
+        visit(entries[t], owner);
+      });
+      entries = entries.subspan(count);
+    }
+  }
+}
+
+// Counts, lays out and fills with one cursor of four bytes an item, which later gives the counts back.
+template <typename Owner, typename Side>
+int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int* work, Side& side) {
+  std::fill_n(work, std::int64_t{nitems} + 1, 0);
+  for_each_stretch(owners, n, side, [=](std::span<const int> entries) {
+    for_each_step(entries.size(), [=](std::size_t t) { ++work[entries[t]]; });
+  });
+
+  int begin = 0;
+  for (int i = 1; i <= nitems; ++i) {
+    const int count = std::exchange(work[i], begin);
+    side.place(i, list + begin, count);
+    begin += count;
+  }
+
+  if (side.wants_sums())
+    for_each_entry(owners, n, [=, &side](int i, int j) {
+      list[work[i]++] = j;
+      side.add(i, j);
+    });
+  else
+    for_each_entry(owners, n, [=](int i, int j) { list[work[i]++] = j; });
+  for (int i = nitems; i > 1; --i) work[i] -= work[i - 1];
+  return list + begin;
+}
+
+// Where neighbouring lists name items far apart, filling directly waits for memory with every entry. Buckets
+// of consecutive items make two orderly passes of it: first each entry goes behind those of its bucket, which
+// lie where the lists of the bucket's items will, then each bucket is dealt out within the cache. Meanwhile
+// an entry holds the item within the bucket in its low bits, and in the rest by how much the owner's number
+// exceeds that of the entry before.
+class Buckets {
+ public:
+  explicit Buckets(int nitems)
+      : nitems_(nitems),
+        shift_(std::max(0, static_cast<int>(std::bit_width(static_cast<unsigned>(nitems))) - kBits)),
+        nbuckets_((nitems >> shift_) + 1) {}
+
+  // Returns the end of the last list, or null when the lists do not lend themselves to it: `list` and `work`
+  // hold nothing of use then, and the side has not been told any place.
+  template <typename Owner, typename Side>
+  int* turn_around(const Owner* owners, int n, int* list, int* work, Side& side) {
+    for_each_stretch(owners, n, side, [this](std::span<const int> entries) {
+      for_each_step(entries.size(), [&](std::size_t t) { ++buckets_[entries[t] >> shift_].end; });
+    });
+    const int largest = lay_out();
+    if (std::int64_t{largest} + items_each() > nitems_ || !scatter(owners, n, list)) return nullptr;
+
+    for (int b = 0; b < nbuckets_; ++b) deal_out(b, list, work, work + items_each(), side);
+    if (side.wants_sums()) side.add_all(work);
+    work[0] = 0;
+    for (int i = 1; i <= nitems_; ++i) work[i] = side.count(i);
+    return list + nentries_;
+  }
+
+ private:
+  // As many places to write to as the nearest caches can hold open.
+  static constexpr int kBits = 10;
+
+  struct Bucket {
+    int begin = 0;
+    int end = 0;    // of what is there so far
+    int owner = 0;  // of the last entry
+  };
+
+  // Turns counts into positions. Returns the largest count.
+  int lay_out() {
+    int largest = 0;
+    for (int b = 0; b < nbuckets_; ++b) {
+      const int count = buckets_[b].end;
+      largest = std::max(largest, count);
+      buckets_[b].begin = buckets_[b].end = nentries_;
+      nentries_ += count;
+    }
+    return largest;
+  }
+
+  // Tells whether every entry could be written in this way.
+  template <typename Owner>
+  bool scatter(const Owner* owners, int n, int* list) {
+    constexpr int kLine = 16;  // a store to a line that is not in the cache holds up all stores behind it
+    const int shift = shift_;
+    const int last = std::max(0, nentries_ - 1 - kLine);
+    unsigned lost = 0;
+    for_each_entry(owners, n, [&](int i, int j) {
+      Bucket& bucket = buckets_[i >> shift];
+      const auto step = static_cast<unsigned>(j - std::exchange(bucket.owner, j));
+      lost |= step >> (31 - shift) >> 1;
+      const int at = bucket.end++;
+      prefetch(list + std::min(at, last) + kLine);
+      list[at] = static_cast<int>(step << shift | (static_cast<unsigned>(i) & mask()));
+    });
+    return lost == 0;
+  }
+
+  // Builds the lists of one bucket's items, with a cursor for each of them and a copy of the bucket.
+  template <typename Side>
+  void deal_out(int b, int* list, int* cursors, int* copy, Side& side) const {
+    const Bucket& bucket = buckets_[b];
+    const auto count = static_cast<std::size_t>(bucket.end - bucket.begin);
+    const int shift = shift_;
+    const unsigned mask = this->mask();
+    const int first = b << shift;
+    const int nitems = std::min(items_each(), nitems_ - first + 1);
+
+    std::fill_n(cursors, nitems, 0);
+    std::copy_n(list + bucket.begin, count, copy);
+    for_each_step(count, [=](std::size_t t) { ++cursors[static_cast<unsigned>(copy[t]) & mask]; });
+
+    int begin = bucket.begin;
+    for (int i = b == 0 ? 1 : 0; i < nitems; ++i) {
+      const int length = std::exchange(cursors[i], begin);
+      side.place(first + i, list + begin, length);
+      begin += length;
+    }
+
+    int owner = 0;
+    for_each_step(count, [=, &owner](std::size_t t) {
+      const auto entry = static_cast<unsigned>(copy[t]);
+      owner += static_cast<int>(entry >> shift);
+      list[cursors[entry & mask]++] = owner;
+    });
+  }
+
+  int items_each() const { return 1 << shift_; }
+  unsigned mask() const { return (1u << shift_) - 1; }
+
+  int nitems_;
+  int shift_;
+  int nbuckets_;
+  int nentries_ = 0;
+  std::array<Bucket, 1 << kBits> buckets_ = {};
+};
+
+// Whether a list begins near none of the four before it, or ends far from where it begins. Four, as pruning
+// mixes what comes from the front with what comes from the back.
+template <typename Owner>
+bool is_far(const Owner* owners, int j, std::int64_t near) {
+  const std::span<const int> list = list_of(owners[j]);
+  if (list.empty()) return false;
+  const std::int64_t first = list.front();
+  const auto is_near = [first, near](int item) { return std::abs(first - item) < near; };
+  if (!is_near(list.back())) return true;
+  for (int before = j - 4; before < j; ++before) {
+    const std::span<const int> other = list_of(owners[std::max(1, before)]);
+    if (!other.empty() && is_near(other.front())) return false;
+  }
+  return true;
+}
+
+// Judged by a sample: whether neighbouring lists name items so far apart that what the items get does not
+// stay in the cache from one owner to the next.
+template <typename Owner>
+bool is_scattered(const Owner* owners, int n, int nitems) {
+  constexpr std::int64_t kNear = 1 << 16;
+  constexpr int kSamples = 256;
+  if (nitems < 2 * kNear || n < 2) return false;
+  int nfar = 0;
+  for (int s = 1; s <= kSamples; ++s) {
+    const int j = 2 + static_cast<int>(std::int64_t{n - 2} * s / kSamples);
+    if (is_far(owners, j, kNear)) ++nfar;
+  }
+  return nfar > kSamples / 4;
+}
+
+// Builds the lists of all items one after another in `list`, without a gap. `work` gets their lengths.
+// Returns the end of the last one.
+template <typename Owner, typename Side>
+int* turn_around(const Owner* owners, int n, int nitems, int* list, int* work, Side& side) {
+  if (is_scattered(owners, n, nitems)) {
+    int* const end = Buckets(nitems).turn_around(owners, n, list, work, side);
+    if (end != nullptr) return end;
+  }
+  return turn_around_directly(owners, n, nitems, list, work, side);
+}
+
+// The lists of the cells, their weighted degrees and the extreme degrees. Nets of equal weight, the usual
+// case, need no sums.
+class CellSide {
+ public:
+  explicit CellSide(const Hypergraph* h)
+      : h_(h), cells_(h->_clst), nets_(h->_nlst), w_(h->_n < 1 ? 0 : h->_nlst[1].w) {}
+
+  void see(const Net& net) { differences_ |= net.w ^ w_; }
+
+  void place(int i, int* list, int count) {
+    Cell& cell = cells_[i];
+    cell.nets = list;
+    cell.netsend = list + count - 1;
+    cell.wdeg = wants_sums() ? 0 : static_cast<int>(static_cast<unsigned>(count) * static_cast<unsigned>(w_));
+    mincd = std::min(mincd, count);
+    maxcd = std::max(maxcd, count);
+  }
+
+  int count(int i) const { return degree(cells_[i]); }
+
+  bool wants_sums() const { return differences_ != 0; }
+
+  void add(int i, int j) { add_wrapping(cells_[i].wdeg, nets_[j].w); }
+
+  // The work array, an eighth of the cells, stays in the cache where the cells do not.
+  void add_all(int* work) {
+    std::fill_n(work, std::int64_t{h_->_c} + 1, 0);
+    for (int j = 1; j <= h_->_n; ++j)
+      for (const int i : pins_of(nets_[j])) add_wrapping(work[i], nets_[j].w);
+    for (int i = 1; i <= h_->_c; ++i) cells_[i].wdeg = work[i];
+  }
+
+  int mincd = kNoMinimum;
+  int maxcd = 0;
+
+ private:
+  const Hypergraph* h_;
+  Cell* cells_;
+  const Net* nets_;
+  int w_;
+  int differences_ = 0;  // bits in which some net's weight is another than w_
+};
+
+// The pins of the nets and nothing else.
+class NetSide {
+ public:
+  explicit NetSide(const Hypergraph* h) : nets_(h->_nlst) {}
+
+  void see(const Cell& /*cell*/) {}
+
+  void place(int j, int* list, int count) {
+    nets_[j].pins = list;
+    nets_[j].pinsend = list + count - 1;
+  }
+
+  int count(int j) const { return static_cast<int>(nets_[j].pinsend - nets_[j].pins) + 1; }
+
+  static bool wants_sums() { return false; }
+  void add(int /*j*/, int /*i*/) {}
+  void add_all(int* /*work*/) {}
+
+ private:
+  Net* nets_;
+};
 
 }  // namespace
 
@@ -112,51 +422,17 @@ void free_hypergraph(Hypergraph* h) {
 }
 
 int construct_net_list(Hypergraph* h, int* work) {
-  std::fill_n(work, std::int64_t{h->_c} + 1, 0);
-  for (int j = 1; j <= h->_n; ++j)
-    for (const int i : pins_of(h->_nlst[j])) ++work[i];
-
+  CellSide cells(h);
+  h->_clst[h->_c + 1].nets = turn_around(h->_nlst, h->_n, h->_c, h->_net_list, work, cells);
   h->_maxwcd = 0;
-  h->_maxcd = 0;
-  h->_mincd = kNoMinimum;
-  int* cursor = h->_net_list;
-  for (int i = 1; i <= h->_c; ++i) {
-    Cell& cell = h->_clst[i];
-    cell.wdeg = 0;
-    cell.nets = cursor;
-    cell.netsend = cursor - 1;
-    if (work[i] < h->_mincd) h->_mincd = work[i];
-    if (work[i] > h->_maxcd) h->_maxcd = work[i];
-    cursor += work[i];
-  }
-  h->_clst[h->_c + 1].nets = cursor;
-
-  for (int j = 1; j <= h->_n; ++j) {
-    const Net& net = h->_nlst[j];
-    for (const int i : pins_of(net)) {
-      Cell& cell = h->_clst[i];
-      *++cell.netsend = j;
-      add_wrapping(cell.wdeg, net.w);
-    }
-  }
+  h->_maxcd = cells.maxcd;
+  h->_mincd = cells.mincd;
   return 0;
 }
 
 int construct_cell_list(Hypergraph* h, int* work) {
-  std::fill_n(work, std::int64_t{h->_n} + 1, 0);
-  for (int i = 1; i <= h->_c; ++i)
-    for (const int j : nets_of(h->_clst[i])) ++work[j];
-
-  int* cursor = h->_cell_list;
-  h->_nlst[1].pins = cursor;
-  for (int j = 1; j <= h->_n; ++j) {
-    h->_nlst[j].pinsend = cursor - 1;
-    cursor += work[j];
-    h->_nlst[j + 1].pins = cursor;
-  }
-
-  for (int i = 1; i <= h->_c; ++i)
-    for (const int j : nets_of(h->_clst[i])) *++h->_nlst[j].pinsend = i;
+  NetSide nets(h);
+  h->_nlst[h->_n + 1].pins = turn_around(h->_clst, h->_c, h->_n, h->_cell_list, work, nets);
   return 0;
 }
 

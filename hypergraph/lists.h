@@ -18,6 +18,11 @@ inline std::span<int> nets_of(const Cell& cell) { return entries(cell.nets, cell
 
 inline std::span<int> pins_of(const Net& net) { return entries(net.pins, net.pinsend); }
 
+/// The list of an owner of either kind, for code that works on both sides.
+inline std::span<int> list_of(const Cell& cell) { return nets_of(cell); }
+
+inline std::span<int> list_of(const Net& net) { return pins_of(net); }
+
 /// Number of nets of a cell. A cell whose list was never built (both pointers null) counts as 1.
 inline int degree(const Cell& cell) { return static_cast<int>(cell.netsend - cell.nets) + 1; }
 
@@ -33,6 +38,15 @@ inline void add_wrapping(int& sum, int value) {
 
 inline void subtract_wrapping(int& sum, int value) {
   sum = static_cast<int>(static_cast<unsigned>(sum) - static_cast<unsigned>(value));
+}
+
+/// Asks for the cache line of an address ahead of its use. Nothing but time depends on it, which is why it
+/// and what is made of nothing else has to be inlined at once: gcc drops calls of functions without an
+/// effect.
+[[gnu::always_inline]] inline void prefetch([[maybe_unused]] const void* address) {
+#ifdef __GNUC__
+  __builtin_prefetch(address);
+#endif
 }
 
 /// Where the minimum of degrees, sizes or weights starts, and stays when there are none.

@@ -10,10 +10,58 @@
 namespace quillon {
 namespace {
 
-// Copies a list to the cursor and moves the cursor behind it.
-void append(int*& cursor, std::span<const int> list) {
-  if (!list.empty()) std::memcpy(cursor, list.data(), list.size_bytes());
-  cursor += list.size();
+// Copies lists one after another. Those that follow one another where they come from are copied in one go: a
+// call of memcpy for every list takes longer than what it copies.
+class Appender {
+ public:
+  explicit Appender(int* to) : copied_(to), next_(to) {}
+
+  // Returns where the list will stand; it does from `finish` on.
+  int* append(std::span<const int> list) {
+    if (list.empty()) return next_;
+    if (list.data() == pending_.data() + pending_.size()) {
+      pending_ = {pending_.data(), pending_.size() + list.size()};
+    } else {
+      copy_pending();
+      pending_ = list;
+    }
+    return std::exchange(next_, next_ + list.size());
+  }
+
+  // Returns the end of the last list.
+  int* finish() {
+    copy_pending();
+    pending_ = {};
+    return next_;
+  }
+
+ private:
+  void copy_pending() {
+    if (!pending_.empty()) std::memcpy(copied_, pending_.data(), pending_.size_bytes());
+    copied_ = next_;
+  }
+
+  std::span<const int> pending_;
+  int* copied_;  // the end of what has been copied
+  int* next_;
+};
+
+// What a walk over nets order[1 .. n], which may lie anywhere, asks for ahead of net order[i]: the record of
+// a net to come, and the pins of a nearer one. Without it every net waits for memory once or twice.
+constexpr int kAhead = 16;
+
+[[gnu::always_inline]] inline void prefetch_net(const Hypergraph* h, const int* order, int i, int n) {
+  if (i > n - 2 * kAhead) return;
+  const Net& net = h->_nlst[order[i + 2 * kAhead]];
+  prefetch(&net.w);
+  prefetch(&net.pinsend);  // which may be in another line
+}
+
+[[gnu::always_inline]] inline void prefetch_pins(const Hypergraph* h, const int* order, int i, int n) {
+  if (i > n - kAhead) return;
+  const Net& net = h->_nlst[order[i + kAhead]];
+  prefetch(net.pins);
+  prefetch(net.pinsend);
 }
 
 void copy_totals(const Hypergraph* h, Hypergraph* nh) {
@@ -37,6 +85,20 @@ void copy_cell(const Cell& from, Cell& to) {
   to.pno = from.pno;
 }
 
+// Gives the cells in first .. end - 1 other numbers. By itself and not while lists are gathered from all over
+// the memory, so that the numbers stay in the cache.
+void renumber(int* first, const int* end, const int* number) {
+  for (int* pin = first; pin != end; ++pin) *pin = number[*pin];
+}
+
+// Cell i of the copy is cell order[i] of the source.
+void copy_cells_in_order(const Hypergraph* h, Hypergraph* nh, const int* order) {
+  for (int i = 1; i <= h->_c; ++i) {
+    if (i <= h->_c - kAhead) prefetch(&h->_clst[order[i + kAhead]]);
+    copy_cell(h->_clst[order[i]], nh->_clst[i]);
+  }
+}
+
 void fill_identity(int* order, int count) {
   for (int i = 1; i <= count; ++i) order[i] = i;
 }
@@ -44,10 +106,9 @@ void fill_identity(int* order, int count) {
 // The steps of a pruning copy, in the order in which the two kinds of it take them. Copy net i is source net
 // netorder[i]; k nets are kept, m have two pins or more, the rest is pruned.
 
-void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder, int* celldeg) {
+void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   copy_counts_and_totals(h, nh);
   nh->_ninternets = 0;
-  std::fill_n(celldeg, std::int64_t{h->_c} + 1, 0);
   fill_identity(netorder, h->_n);
 }
 
@@ -56,6 +117,7 @@ void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder, int* cell
 int prune_small_nets(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   int m = h->_n;
   for (int i = 1; i <= m;) {
+    prefetch_net(h, netorder, i, m);
     const int size = net_size(h->_nlst[netorder[i]]);
     if (size > 1) {
       ++i;
@@ -71,6 +133,7 @@ int prune_small_nets(const Hypergraph* h, Hypergraph* nh, int* netorder) {
 int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   int k = m;
   for (int i = 1; i <= k;) {
+    prefetch_net(h, netorder, i, k);
     if (net_size(h->_nlst[netorder[i]]) >= maxsize)
       std::swap(netorder[i], netorder[k--]);
     else
@@ -79,37 +142,55 @@ int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   return k;
 }
 
-// Gives every cell a region for all its copied nets, of which none are in its list yet.
-void lay_out_cells(Hypergraph* nh, const int* celldeg, int** cellend) {
-  nh->_maxwcd = 0;
-  nh->_maxcd = 0;
-  nh->_mincd = kNoMinimum;
-  int* cursor = nh->_net_list;
-  for (int j = 1; j <= nh->_c; ++j) {
-    Cell& cell = nh->_clst[j];
-    cell.nets = cursor;
-    cell.netsend = cursor - 1;
-    cell.wdeg = 0;
-    cursor += celldeg[j];
-    cellend[j] = cursor;
-  }
-  nh->_clst[nh->_c + 1].nets = cursor;
+bool have_equal_weights(std::span<const Net> nets) {
+  return std::all_of(nets.begin(), nets.end(), [&](const Net& net) { return net.w == nets.front().w; });
 }
 
-// Kept nets fill a cell's region from its start, set-aside ones from its end: there the list does not see
-// them.
-void fill_cells(Hypergraph* nh, int** cellend, int k, int m) {
-  for (int i = 1; i <= k; ++i) {
-    const Net& net = nh->_nlst[i];
-    for (const int c : pins_of(net)) {
-      Cell& cell = nh->_clst[c];
-      *++cell.netsend = i;
-      add_wrapping(cell.wdeg, net.w);
-    }
+// Takes the set-aside nets, which weigh w each, out of a cell's list. They stand at its end, being numbered
+// above the kept ones, and remain behind it from the highest number down.
+void shorten_list(Cell& cell, int k, int w) {
+  int* const end = cell.netsend + 1;
+  int* kept_end = end;
+  for (; kept_end != cell.nets && kept_end[-1] > k; --kept_end) subtract_wrapping(cell.wdeg, w);
+  std::reverse(kept_end, end);
+  cell.netsend = kept_end - 1;
+}
+
+// Builds the cells' lists with regions that have room for all copied nets of the cell: kept ones fill them
+// from the start, set-aside ones from the end, where the lists do not see them.
+void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder, int* celldeg, int k,
+                        int m) {
+  nh->_n = m;
+  if (k == m) {
+    construct_net_list(nh, celldeg);
+    return;
   }
+
+  // Looking up the weights of the set-aside nets of every cell would be slow: either all nets weigh the same,
+  // or those weigh nothing for the time being.
+  const bool weigh_equal = have_equal_weights({nh->_nlst + 1, nh->_nlst + m + 1});
+  if (!weigh_equal)
+    for (int i = k + 1; i <= m; ++i) nh->_nlst[i].w = 0;
+  construct_net_list(nh, celldeg);
+  const int w = weigh_equal ? nh->_nlst[1].w : 0;
+  for (int j = 1; j <= nh->_c; ++j) shorten_list(nh->_clst[j], k, w);
   for (int i = k + 1; i <= m; ++i) {
-    for (const int c : pins_of(nh->_nlst[i])) *--cellend[c] = i;
-    nh->_p -= static_cast<int>(nh->_nlst[i + 1].pins - nh->_nlst[i].pins);
+    prefetch_net(h, netorder, i, m);
+    nh->_nlst[i].w = h->_nlst[netorder[i]].w;
+  }
+}
+
+void finish_pruning(Hypergraph* nh, int** cellend, int k, int m) {
+  nh->_n = k;
+  nh->_p -= static_cast<int>(nh->_nlst[m + 1].pins - nh->_nlst[k + 1].pins) + nh->_ninternets;
+  nh->_maxcd = 0;
+  nh->_mincd = kNoMinimum;
+  for (int j = 1; j <= nh->_c; ++j) {
+    const Cell& cell = nh->_clst[j];
+    cellend[j] = cell.netsend + 1;
+    nh->_maxwcd = std::max(nh->_maxwcd, cell.wdeg);
+    nh->_mincd = std::min(nh->_mincd, degree(cell));
+    nh->_maxcd = std::max(nh->_maxcd, degree(cell));
   }
 }
 
@@ -136,17 +217,6 @@ void account_for_pruned_nets(const Hypergraph* h, Hypergraph* nh, const int* net
   }
 }
 
-void finish_pruning(Hypergraph* nh, int k) {
-  nh->_n = k;
-  nh->_p -= nh->_ninternets;
-  for (int j = 1; j <= nh->_c; ++j) {
-    const Cell& cell = nh->_clst[j];
-    nh->_maxwcd = std::max(nh->_maxwcd, cell.wdeg);
-    nh->_mincd = std::min(nh->_mincd, degree(cell));
-    nh->_maxcd = std::max(nh->_maxcd, degree(cell));
-  }
-}
-
 void label_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder) {
   std::copy_n(netorder + 1, h->_n, nh->_nlabel + 1);
 }
@@ -154,30 +224,42 @@ void label_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder) {
 // Writes the pins of net `from` to the cursor, drawn one by one from those not drawn yet (Fisher-Yates, from
 // the end), under their new numbers. The drawn ones pile up at the end of the source's list, which so changes
 // its order.
-void draw_pins(const Net& from, int*& cursor, const int* cellperm) {
+void draw_pins(const Net& from, int*& cursor) {
   for (int r = net_size(from); r >= 1; --r) {
     std::swap(from.pins[uRandom(r)], from.pins[r - 1]);
-    *cursor++ = cellperm[from.pins[r - 1]];
+    *cursor++ = from.pins[r - 1];
   }
 }
 
-// Copies nets 1 .. m with their pins: as they stand, or drawn and renumbered by `cellperm` if there is one.
-void copy_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m, const int* cellperm,
-               int* celldeg) {
+// Copy nets 1 .. m with their pins as they stand.
+void copy_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m) {
+  Appender pins(nh->_cell_list);
+  for (int i = 1; i <= m; ++i) {
+    const Net& from = h->_nlst[netorder[i]];
+    const std::span<int> list = pins_of(from);
+    Net& net = nh->_nlst[i];
+    net.w = from.w;
+    net.pins = pins.append(list);
+    net.pinsend = net.pins + list.size() - 1;
+  }
+  nh->_nlst[m + 1].pins = pins.finish();
+}
+
+// Copy nets 1 .. m with their pins drawn and renumbered.
+void draw_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m, const int* cellperm) {
   int* cursor = nh->_cell_list;
   for (int i = 1; i <= m; ++i) {
+    prefetch_net(h, netorder, i, m);
+    prefetch_pins(h, netorder, i, m);
     const Net& from = h->_nlst[netorder[i]];
     Net& net = nh->_nlst[i];
     net.w = from.w;
     net.pins = cursor;
-    if (cellperm == nullptr)
-      append(cursor, pins_of(from));
-    else
-      draw_pins(from, cursor, cellperm);
+    draw_pins(from, cursor);
     net.pinsend = cursor - 1;
-    for (const int c : pins_of(net)) ++celldeg[c];
   }
   nh->_nlst[m + 1].pins = cursor;
+  renumber(nh->_cell_list, cursor, cellperm);
 }
 
 }  // namespace
@@ -188,32 +270,32 @@ int CopyHypergraph(Hypergraph* nh, const Hypergraph* h) {
   copy_totals(h, nh);
   nh->_ninternets = h->_ninternets;
 
-  int* cursor = nh->_cell_list;
+  Appender pins(nh->_cell_list);
   for (int i = 1; i <= h->_n; ++i) {
+    const std::span<int> list = pins_of(h->_nlst[i]);
     Net& net = nh->_nlst[i];
     net.w = h->_nlst[i].w;
-    net.pins = cursor;
-    append(cursor, pins_of(h->_nlst[i]));
-    net.pinsend = cursor - 1;
+    net.pins = pins.append(list);
+    net.pinsend = net.pins + list.size() - 1;
   }
-  nh->_nlst[h->_n + 1].pinsend = cursor;
+  nh->_nlst[h->_n + 1].pinsend = pins.finish();
 
-  cursor = nh->_net_list;
+  Appender nets(nh->_net_list);
   for (int j = 1; j <= h->_c; ++j) {
+    const std::span<int> list = nets_of(h->_clst[j]);
     Cell& cell = nh->_clst[j];
     copy_cell(h->_clst[j], cell);
     cell.wdeg = h->_clst[j].wdeg;
-    cell.nets = cursor;
-    append(cursor, nets_of(h->_clst[j]));
-    cell.netsend = cursor - 1;
+    cell.nets = nets.append(list);
+    cell.netsend = cell.nets + list.size() - 1;
   }
-  nh->_clst[h->_c + 1].nets = cursor;
+  nh->_clst[h->_c + 1].nets = nets.finish();
   return 0;
 }
 
 int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* celldeg, int** cellend,
                        int maxsize, int* nmulti, int mode) {
-  begin_pruning(h, nh, netorder, celldeg);
+  begin_pruning(h, nh, netorder);
   const int m = *nmulti = prune_small_nets(h, nh, netorder);
   const int k = set_big_nets_aside(h, netorder, m, maxsize);
   for (int i = k + 1; i <= m; ++i) subtract_wrapping(nh->_totnw, h->_nlst[netorder[i]].w);
@@ -221,23 +303,22 @@ int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* 
   label_nets(h, nh, netorder);
   fill_identity(nh->_clabel, h->_c);
 
-  copy_nets(h, nh, netorder, m, nullptr, celldeg);
+  copy_nets(h, nh, netorder, m);
   for (int j = 1; j <= h->_c; ++j) copy_cell(h->_clst[j], nh->_clst[j]);
-  lay_out_cells(nh, celldeg, cellend);
-  fill_cells(nh, cellend, k, m);
+  build_cell_regions(h, nh, netorder, celldeg, k, m);
+  finish_pruning(nh, cellend, k, m);
   nh->_internets = nullptr;
   if (mode == 2) {
     nh->_internets =
         static_cast<InternalNet*>(poolalloc(0, internets_bytes(nh), "CopyConsHypergraph: nh->_internets"));
     account_for_pruned_nets(h, nh, netorder, m, nh->_clabel);  // which is the identity here
   }
-  finish_pruning(nh, k);
   return 0;
 }
 
 int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* cellperm, int* celldeg,
                            int** cellend, int maxsize, int* nmulti, int mode) {
-  begin_pruning(h, nh, netorder, celldeg);
+  begin_pruning(h, nh, netorder);
   PermuteInPlace(netorder + 1, h->_n);
   const int m = *nmulti = prune_small_nets(h, nh, netorder);
   const int k = set_big_nets_aside(h, netorder, m, maxsize);  // their weights stay in _totnw
@@ -247,17 +328,16 @@ int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* ce
   label_nets(h, nh, netorder);
   for (int j = 1; j <= h->_c; ++j) nh->_clabel[cellperm[j]] = j;
 
-  copy_nets(h, nh, netorder, m, cellperm, celldeg);
-  for (int j = 1; j <= h->_c; ++j) copy_cell(h->_clst[j], nh->_clst[cellperm[j]]);
-  lay_out_cells(nh, celldeg, cellend);
-  fill_cells(nh, cellend, k, m);
+  draw_nets(h, nh, netorder, m, cellperm);
+  copy_cells_in_order(h, nh, nh->_clabel);
+  build_cell_regions(h, nh, netorder, celldeg, k, m);
+  finish_pruning(nh, cellend, k, m);
   nh->_internets = nullptr;
   if (mode == 2) {
     nh->_internets = static_cast<InternalNet*>(
         poolalloc(0, internets_bytes(nh), "CopyPermConsHypergraph: nh->_internets"));
     account_for_pruned_nets(h, nh, netorder, m, cellperm);
   }
-  finish_pruning(nh, k);
   return 0;
 }
 
@@ -266,18 +346,21 @@ int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, i
   for (int i = 1; i <= h->_c; ++i) reverse[cellperm[i]] = i;
 
   copy_counts_and_totals(h, nh);
-  int* cursor = nh->_cell_list;
+  Appender pins(nh->_cell_list);
   for (int j = 1; j <= h->_n; ++j) {
+    prefetch_net(h, netperm, j, h->_n);
+    prefetch_pins(h, netperm, j, h->_n);
     const Net& from = h->_nlst[netperm[j]];
+    const std::span<int> list = pins_of(from);
     Net& net = nh->_nlst[j];
     net.w = from.w;
-    net.pins = cursor;
-    for (const int c : pins_of(from)) *cursor++ = reverse[c];
-    net.pinsend = cursor - 1;
+    net.pins = pins.append(list);
+    net.pinsend = net.pins + list.size() - 1;
   }
-  nh->_nlst[h->_n + 1].pins = cursor;
+  nh->_nlst[h->_n + 1].pins = pins.finish();
+  renumber(nh->_cell_list, nh->_nlst[h->_n + 1].pins, reverse);
 
-  for (int i = 1; i <= h->_c; ++i) copy_cell(h->_clst[cellperm[i]], nh->_clst[i]);
+  copy_cells_in_order(h, nh, cellperm);
   construct_net_list(nh, cellperm);
   _usfree(reverse);
   return 0;
