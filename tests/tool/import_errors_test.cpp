@@ -1,0 +1,268 @@
+// What each importer says of bad files: where, what it found, what it expected, and what may be wrong.
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/import.h"
+
+namespace quillon::tool {
+namespace {
+
+using testing::Eq;
+using testing::ExitedWithCode;
+
+struct Bad {
+  std::string text;
+  std::string complaint;  // behind "quillon: in:"
+};
+
+using Import = std::function<void(Tokenizer&, Arrays&)>;
+
+void expect_complaints(const Import& import, const std::vector<Bad>& table) {
+  for (const Bad& bad : table) {
+    SCOPED_TRACE(testing::PrintToString(bad.text));
+    Tokenizer in("in", bad.text);
+    Arrays arrays;
+    EXPECT_EXIT(import(in, arrays), ExitedWithCode(1), Eq("quillon: in:" + bad.complaint + "\n"));
+  }
+}
+
+const std::string kNoNets =
+    ": error: found the end of the file, expected the number of nets, from 0 to 2147483645";
+const std::string kMayBeMetis = " (is this a METIS graph? --from metis reads those)";
+
+TEST(ImportHmetis, SaysWhatIsWrongWithAFile) {
+  const std::string cell = "expected a cell number from 1 to 3";
+  const std::string fmt = "expected a format: none, 0, 1, 10 or 11";
+  expect_complaints(
+      import_hmetis,
+      {{"", std::string("1:1").append(kNoNets)},
+       {"% only\n", std::string("2:1").append(kNoNets)},
+       {"2\n", "1:2: error: found the end of the line, expected the number of cells, from 0 to 2147483645"},
+       {"-2 3\n", "1:1: error: found \"-2\", expected the number of nets, from 0 to 2147483645"},
+       {"2147483646 3\n",
+        "1:1: error: found \"2147483646\", expected the number of nets, from 0 to 2147483645"},
+       {"2 3 7\n", "1:5: error: found \"7\", " + fmt},
+       {"2 3 011\n1 2\n", "1:5: error: found \"011\", " + fmt + kMayBeMetis},
+       {"2 3 1 1\n", "1:7: error: found \"1\", expected the end of the line behind the header" + kMayBeMetis},
+       {"2 3\n1 2\n", "3:1: error: found the end of the file, expected net 2 of 2"},
+       {"2 3\n1 2\n% no more", "3:10: error: found the end of the file, expected net 2 of 2"},
+       {"2 3\n1 0\n2\n",
+        "2:3: error: found \"0\", " + cell + " (hMETIS counts cells from 1; does this file count from 0?)"},
+       {"4 3\n1 4\n", "2:3: error: found \"4\", " + cell +
+                          " (the header gives the number of nets first; are its numbers swapped, or is this "
+                          "a METIS graph?)"},
+       {"2 3\n%\n  1 4\n2\n", "3:5: error: found \"4\", " + cell},
+       {"2 3\n1 2x\n2\n", "2:3: error: found \"2x\", " + cell},
+       {"1 3\n\t1\t99999999999\n", "2:4: error: found \"99999999999\", " + cell},
+       {std::string("1 3\r\n1 2\0003\r\n", 12), "2:3: error: found \"2?3\", " + cell},
+       {"1 0\n1\n",
+        "2:1: error: found \"1\", expected no cell, as there are none (the header gives the number of nets "
+        "first; "
+        "are its numbers swapped, or is this a METIS graph?)"},
+       {"1 3\n" + std::string(50, '7'), "2:1: error: found \"" + std::string(40, '7') + "...\", " + cell},
+       {"2 3 1\n5 1 2\n-1 2\n",
+        "3:1: error: found \"-1\", expected the weight of net 2, from 0 to 2147483647"},
+       {"1 3 1\n\n",
+        "2:1: error: found the end of the line, expected the weight of net 1, from 0 to 2147483647"},
+       {"2 3 10\n1 2\n2 3\n4\n5\n",
+        "6:1: error: found the end of the file, expected the weight of cell 3 of 3 (format 10 of hMETIS "
+        "means cell "
+        "weights; net weights are 1)"},
+       {"2 3 10\n1 2\n2 3\n4\n5 6\n7\n",
+        "5:3: error: found \"6\", expected the end of the line behind the weight of cell 2 of 3"},
+       {"2 3 1\n1 2\n2 3\n4\n5\n6\n",
+        "4:1: error: found \"4\", expected nothing behind 2 nets (format 1 of hMETIS means net weights; cell "
+        "weights are 10)"},
+       {"2 3\n1 2\n2 3\n\n4\n", "5:1: error: found \"4\", expected nothing behind 2 nets"}});
+}
+
+TEST(ImportHmetis, RemarksOnAGraphThatReadsAsAHypergraph) {
+  Tokenizer in("in", "4 3\n2\n1 3\n2\n\n");  // a METIS graph: 1-2, 2-3; and then a net too many
+  Arrays arrays;
+  import_hmetis(in, arrays);
+  EXPECT_TRUE(arrays.remarks.empty());
+
+  Tokenizer graph("in", "4 4\n2 4\n1 3\n2 4\n3 1\n");  // a ring of four
+  Arrays ring;
+  import_hmetis(graph, ring);
+  EXPECT_THAT(
+      ring.remarks,
+      testing::ElementsAre(
+          "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one"));
+}
+
+TEST(ImportQuillon, SaysWhatIsWrongWithAFile) {
+  const std::string cell = "expected a cell number from 1 to 3";
+  const std::string numbering = "expected the number that the file's cells begin with, 0 or 1";
+  expect_complaints(
+      import_quillon,
+      {{"", "1:1: error: found the end of the file, " + numbering},
+       {"2 3 1 2\n1 2\n", "1:1: error: found \"2\", " + numbering},
+       {"x 3 1 2\n", "1:1: error: found \"x\", " + numbering},
+       {"1 3 2\n",
+        "1:6: error: found the end of the line, expected the number of pins, from 0 to 2147483645"},
+       {"1 3 2 -4\n", "1:7: error: found \"-4\", expected the number of pins, from 0 to 2147483645"},
+       {"1 3 2 4 5\n",
+        "1:9: error: found \"5\", expected the weights in the file: 0 none, 1 of cells, 2 of nets, 3 of "
+        "both"},
+       {"1 3 1 2 1 0\n", "1:11: error: found \"0\", expected the number of weights per cell, from 1"},
+       {"1 3 2 4\n1 2\n", "3:1: error: found the end of the file, expected net 2 of 2"},
+       {"1 3 2 4\n1 2\n3\n", "1:7: error: found 3 pins on the net lines, expected the 4 of the header"},
+       {"1 3 2 3\n1 2\n3 1\n", "3:3: error: found \"1\", expected no more than the 3 pins of the header"},
+       {"1 3 1 2\n0 1\n",
+        "2:1: error: found \"0\", " + cell + " (the header says that cells count from 1; do they from 0?)"},
+       {"0 3 1 2\n3 1\n",
+        "2:1: error: found \"3\", expected a cell number from 0 to 2 (the header says that cells "
+        "count from 0; do they from 1?)"},
+       {"1 3 5 2\n4 1\n",
+        "2:1: error: found \"4\", " + cell +
+            " (the header gives the number of cells first, that of nets second; are they swapped?)"},
+       {"1 3 1 2 2\n2147483648 1 2\n",
+        "2:1: error: found \"2147483648\", expected the weight of net 1, from "
+        "-2147483648 to 2147483647"},
+       {"1 3 2 3 1\n1 2\n2 3\n",
+        "3:3: error: found \"3\", expected no more than the 3 pins of the header (format 1 means cell "
+        "weights here, "
+        "and net weights in hMETIS; those are 2 here)"}});
+}
+
+TEST(ImportKub, SaysWhatIsWrongWithAFile) {
+  const std::string cell = "expected a cell number from 0 to 2";
+  expect_complaints(
+      import_kub,
+      {{"", "1:1: error: found the end of the file, expected the number of cells, from 0 to 2147483645"},
+       {"3 1\n", "1:3: error: found \"1\", expected the end of the line behind the number of cells"},
+       {"3\n\n", "2:1: error: found the end of the line, expected the number of nets, from 0 to 2147483645"},
+       {"3\n1\n",
+        "3:1: error: found the end of the file, expected the weight of net 1 of 1, from 0 to 2147483647"},
+       {"3\n1\n5\n",
+        "3:2: error: found the end of the line, expected the number of pins of net 1 of 1, from 0 to "
+        "2147483645"},
+       {"3\n1\n5 3 0 1\n", "3:8: error: found the end of the line, expected pin 3 of 3 of net 1 of 1"},
+       {"3\n1\n5 1 0 1\n", "3:7: error: found \"1\", expected the end of the line behind 1 pin"},
+       {"3\n1\n5 1 3\n",
+        "3:5: error: found \"3\", " + cell + " (kub counts cells from 0; does this file count from 1?)"},
+       {"3\n9\n5 1 7\n", "3:5: error: found \"7\", " + cell +
+                             " (the number of cells comes first, that of nets second; are they swapped?)"},
+       {"3\n1\n5 1 -1\n", "3:5: error: found \"-1\", " + cell},
+       {"2\n0\n4\n",
+        "4:1: error: found the end of the file, expected the weight of cell 2 of 2, from 0 to 2147483647"},
+       {"1\n0\n4\n6\n", "4:1: error: found \"6\", expected nothing behind the weights of 1 cell"}});
+}
+
+TEST(ImportMetis, SaysWhatIsWrongWithAFile) {
+  const std::string vertex = "expected a vertex from 1 to 3";
+  expect_complaints(
+      import_metis,
+      {{"", "1:1: error: found the end of the file, expected the number of vertices, from 0 to 2147483645"},
+       {"3\n", "1:2: error: found the end of the line, expected the number of edges, from 0 to 2147483645"},
+       {"3 1 2\n", "1:5: error: found \"2\", expected a format of up to three digits 0 and 1"},
+       {"3 1 0011\n", "1:5: error: found \"0011\", expected a format of up to three digits 0 and 1"},
+       {"3 1 100\n",
+        "1:5: error: found \"100\", expected another format (100 is used for graphs with self-loops and "
+        "multiple edges, which are not read here)"},
+       {"3 1 1 2\n",
+        "1:7: error: found \"2\", expected the end of the line behind the header (a number of weights "
+        "goes with formats 10, 11, 110 and 111)"},
+       {"3 1\n2\n1\n", "4:1: error: found the end of the file, expected the line of vertex 3 of 3"},
+       {"3 1\n2\n1\n\n1\n", "5:1: error: found \"1\", expected nothing behind the lines of 3 vertices"},
+       {"3 1\n0\n\n\n", "2:1: error: found \"0\", " + vertex +
+                            " (METIS counts vertices from 1; does this file count from 0?)"},
+       {"3 1\n4\n\n\n", "2:1: error: found \"4\", " + vertex},
+       {"3 1\n1\n\n\n", "2:1: error: found \"1\", expected another vertex than 1 itself"},
+       {"3 1\n2\n\n\n",
+        "2:1: error: found vertex 2 on the line of vertex 1, expected 1 on the line of 2 too"},
+       {"3 1\n2 2\n1\n\n", "2:3: error: found vertex 2 on the line of vertex 1, expected it there only once"},
+       {"3 1\n2\n1 1\n\n", "3:3: error: found vertex 1 on the line of vertex 2, expected it there only once"},
+       {"3 1 1\n2 5\n1 6\n\n",
+        "3:1: error: found vertex 1 on the line of vertex 2, with weight 6, expected 5 as on "
+        "the line of 1"},
+       {"3 1 1\n2\n1 6\n\n",
+        "2:2: error: found the end of the line, expected the weight of the edge to 2, from 0 to "
+        "2147483647"},
+       {"3 1 10\n\n1\n1\n",
+        "2:1: error: found the end of the line, expected the weight of vertex 1 of 3, from 0 to "
+        "2147483647"},
+       {"3 2\n2\n1\n\n",
+        "1:3: error: found 1 edge on the lines of the vertices, expected the 2 of the header (an edge "
+        "stands on two lines and counts once)"},
+       {"3 5\n2\n1\n\n",
+        "1:3: error: found 1 edge on the lines of the vertices, expected the 5 of the header"}});
+}
+
+void import_rows(Tokenizer& in, Arrays& arrays) { import_matrix_market(in, arrays, Model::kRowNet, false); }
+
+TEST(ImportMatrixMarket, SaysWhatIsWrongWithAFile) {
+  const std::string banner = "%%MatrixMarket matrix coordinate pattern general\n";
+  const std::string first = "expected a first line %%MatrixMarket matrix coordinate FIELD SYMMETRY";
+  expect_complaints(
+      import_rows,
+      {{"", "1:1: error: found the end of the file, " + first},
+       {"2 2 1\n1 1\n", "1:1: error: found \"2\", " + first},
+       {"%%MatrixMarket vector\n", "1:16: error: found \"vector\", " + first},
+       {"%%MatrixMarket matrix array real general\n",
+        "1:23: error: found \"array\", expected coordinate (dense matrices are not read here)"},
+       {"%%MatrixMarket matrix coordinate double general\n",
+        "1:34: error: found \"double\", expected pattern, integer, real or complex"},
+       {"%%MatrixMarket matrix coordinate real lower\n",
+        "1:39: error: found \"lower\", expected general, symmetric, skew-symmetric or hermitian"},
+       {banner, "2:1: error: found the end of the file, expected the number of rows, from 0 to 2147483645"},
+       {banner + "% c\n\n2 2\n",
+        "4:4: error: found the end of the line, expected the number of entries, from 0 to 2147483645"},
+       {"%%MatrixMarket matrix coordinate real symmetric\n2 3 1\n1 1 1\n",
+        "2:3: error: found \"3\", expected as many columns as the 2 rows of a symmetric matrix"},
+       {banner + "2 2 2\n1 1\n", "4:1: error: found the end of the file, expected entry 2 of 2"},
+       {banner + "2 2 1\n0 1\n",
+        "3:1: error: found \"0\", expected a row from 1 to 2 (Matrix Market counts from 1; "
+        "does this file count from 0?)"},
+       {banner + "2 3 1\n1 4\n", "3:3: error: found \"4\", expected a column from 1 to 3"},
+       {banner + "2 2 1\n1 1 5\n", "3:5: error: found \"5\", expected the end of the line behind the entry"},
+       {banner + "2 2 1\n1 1\n2 2\n",
+        "4:1: error: found \"2\", expected nothing behind the 1 entry of the header"},
+       {"%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1\n",
+        "3:4: error: found the end of the line, expected the value of entry 1 of 1"},
+       {"%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1 x\n",
+        "3:5: error: found \"x\", expected the value of entry 1 of 1"}});
+}
+
+void import_json(Tokenizer& in, Arrays& arrays) { import_hif(in, arrays); }
+
+TEST(ImportHif, SaysWhatIsWrongWithAFile) {
+  expect_complaints(
+      import_json,
+      {{"{}", "1:3: error: found no \"incidences\", expected an array of that name"},
+       {"[]", "1:1: error: found \"[\", expected an object"},
+       {"{\"incidences\": 7}", "1:16: error: found \"7\", expected an array"},
+       {"{\"incidences\": [],\n \"edge\": []}",
+        "2:2: error: found \"edge\", expected incidences, nodes, edges, network-type or metadata"},
+       {"{\"incidences\": [], \"incidences\": []}",
+        "1:20: error: found \"incidences\", expected each key once"},
+       {"{\"incidences\": [3]}", "1:17: error: found \"3\", expected an object for each of the incidences"},
+       {"{\"incidences\": [{\"edge\": 1}]}",
+        "1:17: error: found an incidence without node, expected both edge and node"},
+       {"{\"incidences\": [{\"edge\": 1.5, \"node\": 2}]}",
+        "1:26: error: found \"1.5\", expected a string or an integer for \"edge\""},
+       {"{\"incidences\": [{\"edge\": 1, \"node\": 2, \"color\": 3}]}",
+        "1:40: error: found \"color\", expected edge, node, weight, direction or attrs"},
+       {"{\"network-type\": \"mixed\", \"incidences\": []}",
+        "1:18: error: found \"mixed\", expected a network type: undirected, directed or asc"},
+       {"{\"incidences\": [],\n\"nodes\": [{\"node\": \"a\\\"b\", \"weight\": \"x\"}]}",
+        "2:38: error: found \"x\", expected a number without quotes"}});
+}
+
+TEST(ImportHif, SaysWhereAFileIsNoJson) {
+  const std::string value = "expected '[', '{', or a literal";
+  expect_complaints(import_json,
+                    {{"", "1:1: error: found end of input, " + value},
+                     {"{\"incidences\": [", "1:17: error: found end of input, " + value},
+                     {"{\"incidences\": [}", "1:17: error: found '}', " + value},
+                     {"{\"incidences\": []} 1", "1:20: error: found number literal, expected end of input"},
+                     {"nonsense", "1:2: error: found no JSON: invalid literal"}});
+}
+
+}  // namespace
+}  // namespace quillon::tool
