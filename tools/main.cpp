@@ -27,8 +27,8 @@ std::string usage_error(const CLI::App* app, const CLI::Error& error) {
   return "quillon: error: " + std::string(error.what()) + "\nTry '" + command + " --help'.\n";
 }
 
-// A stream that the caller closed must not become that of the next file opened. What takes its place fails, as
-// it would have.
+// A stream that the caller closed must not become that of the next file opened. What takes its place fails,
+// as it would have.
 void hold_standard_streams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
