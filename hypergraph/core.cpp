@@ -130,13 +130,14 @@ int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int
     begin += count;
   }
 
-  if (side.wants_sums())
+  if (side.wants_sums()) {
     for_each_entry(owners, n, [=, &side](int i, int j) {
       list[work[i]++] = j;
       side.add(i, j);
     });
-  else
+  } else {
     for_each_entry(owners, n, [=](int i, int j) { list[work[i]++] = j; });
+  }
   for (int i = nitems; i > 1; --i) work[i] -= work[i - 1];
   return list + begin;
 }

@@ -54,13 +54,18 @@ inline char* print_digits(char* at, std::uint64_t digits, int nleft_out) {
   return at + 8 - nleft_out;
 }
 
-inline char* print_magnitude(char* at, std::uint32_t value) {
-  constexpr std::uint32_t kEightDigits = 100000000;
-  if (value >= kEightDigits) [[unlikely]]
-    return print_digits(print_magnitude(at, value / kEightDigits), digits_of(value % kEightDigits), 0);
+/// Writes a value below 100000000.
+inline char* print_up_to_eight(char* at, std::uint32_t value) {
   const std::uint64_t digits = digits_of(value);
   // The last digit is written also when it is a zero.
   return print_digits(at, digits, __builtin_ctzll(digits | std::uint64_t{1} << 56) / 8);
+}
+
+inline char* print_magnitude(char* at, std::uint32_t value) {
+  constexpr std::uint32_t kEightDigits = 100000000;
+  if (value < kEightDigits) [[likely]]
+    return print_up_to_eight(at, value);
+  return print_digits(print_up_to_eight(at, value / kEightDigits), digits_of(value % kEightDigits), 0);
 }
 
 /// Writes a number as "%d" does, and returns what is behind it.

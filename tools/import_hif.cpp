@@ -341,7 +341,7 @@ class Reader : public nlohmann::json_sax<json> {
 
   void list_item(Items& items, const std::string& id) {
     const int number = items.names.number_of(id);
-    if (is_listed_[&items == &document_.nodes ? 0 : 1].emplace(number, true).second == false) {
+    if (!is_listed_[&items == &document_.nodes ? 0 : 1].emplace(number, true).second) {
       ++document_.nrepeated_records;
       return;
     }
@@ -413,6 +413,10 @@ void note_losses(Arrays& arrays, const Document& document) {
 }  // namespace
 
 void import_hif(const Tokenizer& in, Arrays& arrays) {
+  // The parser would take one for the end.
+  if (const std::size_t nul = in.text.find('\0'); nul != std::string::npos)
+    bad_text(in, nul, "found a byte of value 0, expected JSON");
+
   Document document;
   const char* seen = in.text.data();
   Reader reader(in, seen, document);

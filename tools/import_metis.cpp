@@ -169,7 +169,7 @@ void import_metis(Tokenizer& in, Arrays& arrays) {
   expect_no_more(in, header);
   check_edges(in, mentions);
   const std::size_t nedges = mentions.size() / 2;
-  if (nedges != static_cast<std::size_t>(header.nedges))
+  if (nedges != static_cast<std::size_t>(header.nedges)) {
     bad_text(in, header.nedges_offset,
              "found " + counted(static_cast<std::int64_t>(nedges), "edge") +
                  " on the lines of the vertices, expected the " + std::to_string(header.nedges) +
@@ -177,6 +177,7 @@ void import_metis(Tokenizer& in, Arrays& arrays) {
              static_cast<std::size_t>(header.nedges) == mentions.size()
                  ? "an edge stands on two lines and counts once"
                  : "");
+  }
   take_edges(arrays, mentions, header);
   note_losses(arrays, header);
 }
