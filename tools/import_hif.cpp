@@ -387,6 +387,7 @@ std::vector<std::string> names_by_number(const Items& items, const std::vector<i
 std::vector<int> weights_by_number(const Items& items, const std::vector<int>& numbers) {
   if (items.weights.empty()) return {};
   std::vector<int> weights(numbers.size() + 1, 1);
+  weights[0] = 0;
   for (const auto& [item, w] : items.weights)
     weights[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = w;
   return weights;

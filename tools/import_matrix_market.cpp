@@ -191,6 +191,7 @@ void take_fine_grain(const Tokenizer& in, Arrays& arrays, const std::vector<Entr
   arrays.ncells = static_cast<int>(entries.size());
   arrays.nnets = header.nrows + header.ncolumns;
   std::vector<Pin> pins;
+  pins.reserve(2 * entries.size());
   for (std::size_t k = 0; k < entries.size(); ++k) {
     const int cell = static_cast<int>(k) + 1;
     pins.push_back({entries[k].row, cell});
@@ -204,6 +205,7 @@ void take_lines(Arrays& arrays, const std::vector<Entry>& entries, const Header&
   arrays.nnets = by_row ? header.nrows : header.ncolumns;
   arrays.ncells = by_row ? header.ncolumns : header.nrows;
   std::vector<Pin> pins;
+  pins.reserve(entries.size());
   for (const Entry& entry : entries)
     pins.push_back(by_row ? Pin{entry.row, entry.column} : Pin{entry.column, entry.row});
   group_by_net(arrays, pins);
