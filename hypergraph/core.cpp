@@ -76,15 +76,15 @@ void for_each_stretch(const Owner* owners, int n, Side& side, const Visit& visit
   constexpr int kOwners = 64;  // short enough for the stretch to be on its way into the cache
   for (int j = 1; j <= n;) {
     const int end = j + std::min(kOwners, n - j + 1);
-    std::span<const int> entries = list_of(owners[j]);
+    std::span<const int> stretch = list_of(owners[j]);
     side.see(owners[j]);
     for (++j; j < end; ++j) {
       const std::span<const int> list = list_of(owners[j]);
-      if (list.data() != entries.data() + entries.size()) break;
+      if (list.data() != stretch.data() + stretch.size()) break;
       side.see(owners[j]);
-      entries = {entries.data(), entries.size() + list.size()};
+      stretch = {stretch.data(), stretch.size() + list.size()};
     }
-    visit(entries);
+    visit(stretch);
   }
 }
 
@@ -95,22 +95,22 @@ void for_each_entry(const Owner* owners, int n, const Visit& visit) {
   constexpr std::ptrdiff_t kBlock = 64;
   for (int next = 1; next <= n;) {
     int owner = next++;
-    std::span<const int> entries = list_of(owners[owner]);
-    while (!entries.empty()) {
+    std::span<const int> stretch = list_of(owners[owner]);
+    while (!stretch.empty()) {
       std::uint64_t begins = 0;
-      for (; next <= n && std::ssize(entries) < kBlock; ++next) {
+      for (; next <= n && std::ssize(stretch) < kBlock; ++next) {
         const std::span<const int> list = list_of(owners[next]);
-        if (list.empty() || list.data() != entries.data() + entries.size()) break;
-        begins |= std::uint64_t{1} << entries.size();
-        entries = {entries.data(), entries.size() + list.size()};
+        if (list.empty() || list.data() != stretch.data() + stretch.size()) break;
+        begins |= std::uint64_t{1} << stretch.size();
+        stretch = {stretch.data(), stretch.size() + list.size()};
       }
-      const std::size_t count = std::min<std::size_t>(entries.size(), kBlock);
+      const std::size_t count = std::min<std::size_t>(stretch.size(), kBlock);
       for_each_step(count, [&](std::size_t t) {
         owner += static_cast<int>(begins & 1);
         begins >>= 1;
-        visit(entries[t], owner);
+        visit(stretch[t], owner);
       });
-      entries = entries.subspan(count);
+      stretch = stretch.subspan(count);
     }
   }
 }
@@ -217,13 +217,13 @@ class Buckets {
     const Bucket& bucket = buckets_[b];
     const auto count = static_cast<std::size_t>(bucket.end - bucket.begin);
     const int shift = shift_;
-    const unsigned mask = this->mask();
+    const unsigned low_bits = mask();
     const int first = b << shift;
     const int nitems = std::min(items_each(), nitems_ - first + 1);
 
     std::fill_n(cursors, nitems, 0);
     std::copy_n(list + bucket.begin, count, copy);
-    for_each_step(count, [=](std::size_t t) { ++cursors[static_cast<unsigned>(copy[t]) & mask]; });
+    for_each_step(count, [=](std::size_t t) { ++cursors[static_cast<unsigned>(copy[t]) & low_bits]; });
 
     int begin = bucket.begin;
     for (int i = b == 0 ? 1 : 0; i < nitems; ++i) {
@@ -236,7 +236,7 @@ class Buckets {
     for_each_step(count, [=, &owner](std::size_t t) {
       const auto entry = static_cast<unsigned>(copy[t]);
       owner += static_cast<int>(entry >> shift);
-      list[cursors[entry & mask]++] = owner;
+      list[cursors[entry & low_bits]++] = owner;
     });
   }
 

@@ -327,10 +327,10 @@ const char* read_plain_pins(Hypergraph* h, NetsRead& nets, OpenNet& open, Lines&
     std::uint64_t ends = run.ends;
     for (std::uint64_t line_ends = run.line_ends; line_ends != 0; line_ends &= line_ends - 1) {
       const std::uint64_t line = line_ends ^ (line_ends - 1);  // up to its end
-      int* const line_end = pin + count_bits(ends & line);
+      int* const behind = pin + count_bits(ends & line);
       ends &= ~line;
-      mark_pins(rules, static_cast<int>(net - h->_nlst), pin, line_end - pin);
-      pin = line_end;
+      mark_pins(rules, static_cast<int>(net - h->_nlst), pin, behind - pin);
+      pin = behind;
       *net++ = {1, net_pins, pin - 1};
       net_pins = pin;
       move_to_line(lines, at, lowest_bit(line_ends) + 1);
@@ -644,6 +644,7 @@ const char* append_plain_nets(NetArrays& arrays, std::int64_t& j, bool& weight_d
     split_into_lines(numbers.run, split);
     // Pins that are all to be had are stored where they belong.
     const bool direct = !has_weights && j + split.count <= header.nnets;
+    // cppcheck-suppress legacyUninitvar ; the values are about to be stored
     int* next = direct ? arrays.nadj + arrays.npins : values;
     store_numbers(numbers.text, numbers.run, direct ? header.shift : 0, 0, next);
     for (int k = 0; k <= split.count && j <= header.nnets; ++k) {
@@ -680,8 +681,10 @@ void read_net_arrays(NetArrays& arrays, Lines& lines, const Header& header) {
     if (too_long(lines, line_length(lines)))
       errexit("read_hypergraph_netar: Buffer for fgets not big enough.");
     at = line_begin(lines) + done;
-    int ignored_weight = 0;
-    if (weight_due) scan_int(at, line_end(lines), ignored_weight);
+    if (weight_due) {
+      int ignored_weight = 0;
+      scan_int(at, line_end(lines), ignored_weight);
+    }
     append_slowly(arrays, at, line_end(lines), header.shift);
     arrays.xnadj[++j] = as_int(arrays.npins);
   }

@@ -23,7 +23,9 @@ struct Printer {
   std::FILE* stream;
   char block[kSize + 32];  // the longest number, with a character on either side, fits behind it
 
-  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing the block costs more than a short file
+  // Clearing the block costs more than a short file.
+  // cppcheck-suppress uninitMemberVar
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
   explicit Printer(std::FILE* output) : stream(output) {}
 };
 
@@ -38,13 +40,17 @@ inline char* make_room(Printer& printer, char* at) {
   return at < printer.block + Printer::kSize ? at : flush(printer, at);
 }
 
+using FourDigits = std::array<std::uint32_t, 10000>;
+
 /// The four digits of each value below 10000, the first in the lowest byte, as values 0 to 9.
-inline constexpr std::array<std::uint32_t, 10000> kFourDigits = [] {
-  std::array<std::uint32_t, 10000> digits{};
+constexpr FourDigits all_four_digits() {
+  FourDigits digits{};
   for (std::uint32_t v = 0; v < digits.size(); ++v)
     digits[v] = v / 1000 | v / 100 % 10 << 8 | v / 10 % 10 << 16 | v % 10 << 24;
   return digits;
-}();
+}
+
+inline constexpr FourDigits kFourDigits = all_four_digits();
 
 /// The eight digits of a value below 100000000, the first in the lowest byte, as values 0 to 9.
 inline std::uint64_t digits_of(std::uint32_t value) {

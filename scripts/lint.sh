@@ -8,6 +8,10 @@ mapfile -t sources < <(git ls-files '*.cpp')
 mapfile -t headers < <(git ls-files '*.h')
 clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
 
+# Raw loops are as welcome as algorithms.
+cppcheck --quiet --std=c++20 --language=c++ --enable=warning,style,performance,portability --inline-suppr -I. \
+  --suppress=missingIncludeSystem --suppress=useStlAlgorithm --error-exitcode=1 hypergraph util tools
+
 cmake --preset dev >/dev/null
 mapfile -t analysed < <(git ls-files '*.cpp' ':!tests/build' ':!bench')  # of bench/ there is no build with sanitizers
 run-clang-tidy -quiet -p build/dev -j "$(nproc)" "${analysed[@]}"

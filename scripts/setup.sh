@@ -10,7 +10,7 @@ for job in "$@"; do
       packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev gzip)
       packages+=(python3 python3-scipy python3-jsonschema python3-networkx metis)
       ;;
-    lint) packages+=(clang-format clang-tidy python3) ;;
+    lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
     coverage) packages+=(gcovr) ;;
     *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;

@@ -15,7 +15,7 @@ namespace {
 
 struct OpenStream {
   std::FILE* stream;
-  std::string name;
+  std::string name;  // cppcheck-suppress unusedStructMember ; not seen behind the search
 };
 
 // ufclose is handed a stream and has to name the file.

@@ -10,15 +10,15 @@ namespace {
 using State = std::array<std::uint64_t, 4>;
 
 constexpr State seeded(std::uint64_t seed) {
-  State state{};
-  for (std::uint64_t& word : state) {
+  State words{};
+  for (std::uint64_t& word : words) {
     seed += 0x9e3779b97f4a7c15;
     std::uint64_t mixed = seed;
     mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9;
     mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111eb;
     word = mixed ^ (mixed >> 31);
   }
-  return state;
+  return words;
 }
 
 constinit State state = seeded(0);
@@ -47,7 +47,7 @@ int uRandom(int m) {
   // the ones too many. The remainder is only worked out when a product comes near it.
   std::uint64_t product = std::uint64_t{next_upper_half()} * bound;
   if (static_cast<std::uint32_t>(product) < bound) {
-    const std::uint32_t surplus = -bound % bound;
+    const std::uint32_t surplus = (0 - bound) % bound;
     while (static_cast<std::uint32_t>(product) < surplus) product = std::uint64_t{next_upper_half()} * bound;
   }
   return static_cast<int>(product >> 32);

@@ -1,0 +1,273 @@
+#!/usr/bin/env python3
+"""Changes the library one small place at a time and shows which changes no test notices.
+
+    scripts/setup.sh build test && scripts/mutate.py                 # a sample of 300 changes, about an hour
+    scripts/mutate.py --sample 20 --seed 7 --files hypergraph/io.cpp # a smaller one, of one file
+    scripts/mutate.py --list                                         # what can be changed, without running anything
+
+Each change is made in a copy of the sources in build/mutate, which is then built and tested. The plain build comes
+first, as it is quick; what it lets through goes to the sanitizers and to the tests of the portable code. A change that
+does not compile is replaced by another one. Changes that are known to make no difference stand with their reasons in
+scripts/same_behaviour.txt. Status 1: a change survived that is not in that list.
+"""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import queue
+import random
+import re
+import shutil
+import subprocess
+import sys
+import threading
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+WORK = ROOT / "build" / "mutate"
+REASONS = ROOT / "scripts" / "same_behaviour.txt"
+
+TOKEN = re.compile(r"""
+    (?P<skip>//[^\n]*|/\*.*?\*/|^[ ]*\#(?:[^\n]*\\\n)*[^\n]*|"(?:\\.|[^"\\\n])*"|'(?:\\.|[^'\\\n])*')
+  | (?P<number>\b(?:0x[0-9A-Fa-f']+|[0-9][0-9']*(?:\.[0-9]+)?)[uUlLfF]*)
+  | (?P<name>[A-Za-z_]\w*)
+  | (?P<operator><<=|>>=|->|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|[-+*/%<>=!&|^~?:;,.(){}\[\]])
+""", re.VERBOSE | re.DOTALL | re.MULTILINE)
+
+# With a blank on both sides these are operators of two operands, never parts of a type.
+BINARY = {"<": ["<=", ">="], "<=": ["<", ">"], ">": [">=", "<="], ">=": [">", "<"], "==": ["!="], "!=": ["=="],
+          "+": ["-"], "-": ["+"], "*": ["+"], "/": ["*"], "%": ["/"], "&&": ["||"], "||": ["&&"], "&": ["|"],
+          "|": ["&"], "<<": [">>"], ">>": ["<<"], "+=": ["-="], "-=": ["+="], "*=": ["+="], "|=": ["&="],
+          "&=": ["|="], "^": ["|"]}
+UNARY = {"++": "--", "--": "++"}
+STATEMENT = re.compile(r"^ *(?!return\b|const\b|constexpr\b|static\b|using\b|break\b|case\b|if\b|for\b|else\b|while\b"
+                       r"|struct\b|class\b|namespace\b|template\b|inline\b|friend\b|enum\b)"
+                       r"(?:[\w.\[\]>*():-]+(?:\([^;{}]*\)| [-+*/|&^]?= [^;{}]*)|\+\+[^;{}]*|--[^;{}]*);$")
+CALL = re.compile(r"(?<!\bmin)(?<!\bmax)(?<!\bswap)(?<=[\w>])\(([\w.\[\]>*-]+), ([\w.\[\]>*-]+)(?=[,)])")
+CONDITION = re.compile(r"\b(?:if|while) \((?!const )((?:[^()]|\([^()]*\))*)\)")
+
+
+class Mutant:
+    def __init__(self, path, text, begin, end, replacement):
+        self.path, self.begin, self.end, self.replacement = path, begin, end, replacement
+        self.line = text.count("\n", 0, begin) + 1
+        first = text.rfind("\n", 0, begin) + 1
+        last = text.find("\n", end)
+        self.before = text[first:last].strip()
+        self.after = (text[first:begin] + replacement + text[end:last]).strip()
+
+    def applied_to(self, text):
+        return text[:self.begin] + self.replacement + text[self.end:]
+
+    def key(self):
+        return f"{self.path}: {self.before} => {self.after}"
+
+    def __str__(self):
+        return f"{self.path}:{self.line}: {self.before}\n    => {self.after or '(removed)'}"
+
+
+def is_left_alone(text, at):
+    """Whether nothing can be seen of a change of this line: assertions, attributes, hints to the processor."""
+    line = text[text.rfind("\n", 0, at) + 1:text.find("\n", at)]
+    return bool(re.match(r" *(static_)?assert\(|.*\bgnu::|.*\bprefetch", line))
+
+
+def replacements(text, match):
+    """What may stand in the place of one token."""
+    token = match.group()
+    begin, end = match.span()
+    if match.lastgroup == "number":
+        if re.fullmatch(r"[0-9]+", token):
+            return [str(int(token) + 1)] + ([str(int(token) - 1)] if int(token) > 0 else [])
+        return []
+    if match.lastgroup == "name":
+        return {"true": ["false"], "false": ["true"], "min": ["max"], "max": ["min"]}.get(token, [])
+    if token in UNARY:
+        return [UNARY[token]]
+    if token == "!":
+        return [""]
+    spaced = text[begin - 1] in " \n" and text[end] in " \n"
+    return BINARY.get(token, []) if spaced else []
+
+
+def mutants_of(path):
+    text = (ROOT / path).read_text()
+    found = []
+
+    def add(begin, end, replacement):
+        if not is_left_alone(text, begin):
+            found.append(Mutant(path, text, begin, end, replacement))
+
+    hidden = [m.span() for m in TOKEN.finditer(text) if m.lastgroup == "skip"]
+    for match in TOKEN.finditer(text):
+        if match.lastgroup == "skip" or match.group() in ("std",):
+            continue
+        for replacement in replacements(text, match):
+            add(*match.span(), replacement)
+
+    def in_code(at):
+        return not any(begin <= at < end for begin, end in hidden)
+
+    for match in re.finditer(r"^.*$", text, re.MULTILINE):
+        if STATEMENT.match(match.group()) and in_code(match.start() + len(match.group()) - 1):
+            add(*match.span(), "")
+    for match in CALL.finditer(text):
+        if in_code(match.start()) and match.group(1) != match.group(2):
+            add(match.start(1), match.end(2), f"{match.group(2)}, {match.group(1)}")
+    for match in CONDITION.finditer(text):
+        if in_code(match.start()):
+            add(*match.span(1), f"!({match.group(1)})")
+    return found
+
+
+def sources():
+    listed = subprocess.run(["git", "ls-files", "hypergraph", "util"], cwd=ROOT, capture_output=True, text=True,
+                            check=True).stdout.split()
+    return [path for path in listed if path.endswith((".cpp", ".h"))]
+
+
+def known_reasons():
+    """Changes without effect by key, each with its reason: a line '# reason' holds for the changes below it."""
+    reasons = {}
+    reason = ""
+    for line in REASONS.read_text().splitlines() if REASONS.exists() else []:
+        if line.startswith("# "):
+            reason = line[2:]
+        elif line:
+            reasons[line] = reason
+    return reasons
+
+
+class Tree:
+    """A copy of the sources with its builds."""
+
+    def __init__(self, number, plain_only):
+        self.root = WORK / f"tree{number}"
+        self.plain_only = plain_only
+        self.sources = self.root / "sources"
+        shutil.rmtree(self.sources, ignore_errors=True)
+        command = ["git", "ls-files", "--cached", "--others", "--exclude-standard"]
+        listed = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=True).stdout.split()
+        for path in listed:
+            if (ROOT / path).is_file():
+                (self.sources / path).parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy2(ROOT / path, self.sources / path)
+        self.configure("plain", "")
+        if not plain_only:
+            self.configure("sanitized", "address,undefined")
+
+    def configure(self, build, sanitizers):
+        subprocess.run(["cmake", "-G", "Ninja", "-S", self.sources, "-B", self.root / build, "-D", "QUILLON_TOOLS=OFF",
+                        "-D", "CMAKE_CXX_FLAGS=-O1", "-D", f"QUILLON_SANITIZE={sanitizers}"],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    def builds(self, build, programs):
+        command = ["cmake", "--build", self.root / build, "--parallel", "2", "--target", *programs]
+        return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
+
+    def passes(self, build, program):
+        environment = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
+        try:
+            return subprocess.run([self.root / build / "tests" / program], env=environment, stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=300,
+                                  cwd=self.root).returncode == 0
+        except subprocess.TimeoutExpired:
+            return False
+
+    def stages(self, mutant):
+        """Builds and their programs, in the order in which they are asked."""
+        folder = "module" if mutant.path.startswith("hypergraph") else "util"
+        programs = [f"{folder}_tests", "fatal_tests"]
+        portable = f"portable_{folder}_tests"
+        stages = [("plain", programs), ("plain", [portable])]
+        return stages if self.plain_only else [*stages, ("sanitized", [*programs, portable])]
+
+    def verdict(self, mutant, is_known):
+        """'stillborn', 'survived', or what killed it. What is known to have no effect is not asked further."""
+        target = self.sources / mutant.path
+        text = target.read_text()
+        target.write_text(mutant.applied_to(text))
+        try:
+            for build, names in self.stages(mutant)[:1 if is_known else None]:
+                if not self.builds(build, names):
+                    return "stillborn"
+                for name in names:
+                    if not self.passes(build, name):
+                        return f"{build} {name}"
+            return "survived"
+        finally:
+            target.write_text(text)
+
+
+def run(mutants, options, log):
+    """Tries mutants in order until enough of them have compiled. Returns [(mutant, verdict)]."""
+    wanted = options.sample
+    reasons = known_reasons()
+    waiting = queue.SimpleQueue()
+    for mutant in mutants:
+        waiting.put(mutant)
+    results = []
+    lock = threading.Lock()
+
+    def work(number):
+        tree = Tree(number, options.plain_only)
+        if not all(tree.passes("plain", name) for name in ("module_tests", "util_tests", "fatal_tests")
+                   if tree.builds("plain", [name])):
+            sys.exit("mutate.py: the tests fail without any change")
+        while not waiting.empty():
+            with lock:
+                if len(results) >= wanted:
+                    return
+            mutant = waiting.get()
+            verdict = tree.verdict(mutant, mutant.key() in reasons)
+            with lock:
+                if verdict != "stillborn":
+                    results.append((mutant, verdict))
+                log.write(f"{verdict}\t{mutant.key()}\n")
+                log.flush()
+                print(f"{len(results):4d} of {wanted}: {verdict}: {mutant.path}:{mutant.line}", flush=True)
+
+    with concurrent.futures.ThreadPoolExecutor(options.trees) as pool:
+        for done in [pool.submit(work, number) for number in range(options.trees)]:
+            done.result()
+    return results[:wanted]
+
+
+def report(results):
+    reasons = known_reasons()
+    survivors = [mutant for mutant, verdict in results if verdict == "survived"]
+    unexplained = [mutant for mutant in survivors if mutant.key() not in reasons]
+    killed = len(results) - len(survivors)
+    print(f"\n{len(results)} changes, {killed} noticed ({100 * killed / max(1, len(results)):.1f} %), "
+          f"{len(survivors) - len(unexplained)} without effect, {len(unexplained)} unexplained")
+    for mutant in survivors:
+        print(f"\n{mutant}")
+        if mutant.key() in reasons:
+            print(f"    ({reasons[mutant.key()]})")
+    return 1 if unexplained else 0
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--sample", type=int, default=300, help="changes to try")
+    parser.add_argument("--seed", type=int, default=1, help="of the sample")
+    parser.add_argument("--files", nargs="+", default=None, help="instead of all of hypergraph/ and util/")
+    parser.add_argument("--trees", type=int, default=1, help="copies to work in side by side")
+    parser.add_argument("--plain-only", action="store_true", help="without the sanitizers: quicker, notices less")
+    parser.add_argument("--list", action="store_true", help="only print what can be changed")
+    options = parser.parse_args()
+
+    mutants = [mutant for path in options.files or sources() for mutant in mutants_of(path)]
+    random.Random(options.seed).shuffle(mutants)
+    if options.list:
+        for mutant in mutants:
+            print(mutant)
+        print(f"{len(mutants)} changes")
+        return 0
+    WORK.mkdir(parents=True, exist_ok=True)
+    with open(WORK / "log.tsv", "w", encoding="utf-8") as log:
+        return report(run(mutants, options, log))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
