@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <array>
+#include <bitset>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 #include "hypergraph/hypergraph.h"
 #include "hypergraph/lists.h"
@@ -20,6 +23,8 @@ struct Extremes {
   }
 };
 
+double squared(double value) { return value * value; }
+
 // One side of the hypergraph: cells with their degrees, or nets with their sizes.
 struct Side {
   int totw = 0;
@@ -27,21 +32,19 @@ struct Side {
   Extremes length;  // of the lists: degrees or sizes
   int min_nonzero_length = kNoMinimum;
   int nempty = 0;
+  double avg_length = 0;
+  double squares = 0;  // sum of the squared differences from the average length
 
   void take(int w, int list_length) {
     add_wrapping(totw, w);
     weight.take(w);
     length.take(list_length);
+    squares += squared(list_length - avg_length);
     if (list_length == 0)
       ++nempty;
     else
       min_nonzero_length = std::min(min_nonzero_length, list_length);
   }
-};
-
-struct Figures {
-  Side nets;
-  Side cells;
 };
 
 struct Spread {
@@ -50,46 +53,52 @@ struct Spread {
   double cov;
 };
 
-Figures gather(const Hypergraph* h) {
-  Figures figures;
-  for (int j = 1; j <= h->_n; ++j) figures.nets.take(h->_nlst[j].w, net_size(h->_nlst[j]));
-  for (int i = 1; i <= h->_c; ++i) figures.cells.take(h->_clst[i].w, degree(h->_clst[i]));
-  if (figures.cells.totw != h->_totcw)
-    errexit("computed total cellw=%d but hypergraph->_totcw=%d", figures.cells.totw, h->_totcw);
-  return figures;
+int list_length(const Cell& cell) { return degree(cell); }
+
+int list_length(const Net& net) { return net_size(net); }
+
+// How many lists have length 0, 1, .. as far as the array goes; longer ones are few.
+using ShortLengths = std::array<int, 1 << 14>;
+
+// Items 1 .. nitems. The average comes from the stored number of pins and so is known before the first item:
+// one pass does, and reading the records is most of its time.
+template <typename Item>
+Side gather(const Item* items, int nitems, int npins, ShortLengths* counts = nullptr) {
+  Side side;
+  side.avg_length = static_cast<double>(npins) / nitems;
+  for (int k = 1; k <= nitems; ++k) {
+    const int length = list_length(items[k]);
+    side.take(items[k].w, length);
+    if (counts != nullptr && static_cast<unsigned>(length) < counts->size())
+      ++(*counts)[static_cast<unsigned>(length)];
+  }
+  return side;
 }
 
-double squared(double value) { return value * value; }
+void check_cell_total(const Hypergraph* h, const Side& cells) {
+  if (cells.totw != h->_totcw)
+    errexit("computed total cellw=%d but hypergraph->_totcw=%d", cells.totw, h->_totcw);
+}
 
 // No guard against a count of 0: what the divisions give then is what the reports show.
-Spread spread(double avg, double sum_of_squares, int count) {
-  const double std = std::sqrt(sum_of_squares / count);
-  return {avg, std, std / avg};
+Spread spread(const Side& side, int count) {
+  const double std = std::sqrt(side.squares / count);
+  return {side.avg_length, std, std / side.avg_length};
 }
 
-double average_degree(const Hypergraph* h) { return static_cast<double>(h->_p) / h->_c; }
+// How many lists have length 0 .. largest; the caller's.
+template <typename Item>
+int* all_lengths(const ShortLengths& counts, const Item* items, int nitems, int largest, const char* tag) {
+  const std::int64_t nlengths = std::int64_t{largest} + 1;
+  const std::int64_t nshort = std::min(nlengths, std::ssize(counts));
+  int* const all = imalloc(nlengths, tag);
+  std::copy_n(counts.begin(), nshort, all);
+  if (nlengths == nshort) return all;
 
-double average_size(const Hypergraph* h) { return static_cast<double>(h->_p) / h->_n; }
-
-Spread degree_spread(const Hypergraph* h) {
-  const double avg = average_degree(h);
-  double sum = 0;
-  for (int i = 1; i <= h->_c; ++i) sum += squared(degree(h->_clst[i]) - avg);
-  return spread(avg, sum, h->_c);
-}
-
-Spread size_spread(const Hypergraph* h) {
-  const double avg = average_size(h);
-  double sum = 0;
-  for (int j = 1; j <= h->_n; ++j) sum += squared(net_size(h->_nlst[j]) - avg);
-  return spread(avg, sum, h->_n);
-}
-
-int* cleared_counts(int largest, const char* tag) {
-  const std::int64_t count = std::int64_t{largest} + 1;
-  int* const counts = imalloc(count, tag);
-  std::fill_n(counts, count, 0);
-  return counts;
+  std::fill_n(all + nshort, nlengths - nshort, 0);
+  for (int k = 1; k <= nitems; ++k)
+    if (list_length(items[k]) >= nshort) ++all[list_length(items[k])];
+  return all;
 }
 
 void print_lengths(const char* heading, const Spread& lengths, const Side& side) {
@@ -144,50 +153,206 @@ std::span<const int> pins_until_next(const Hypergraph* h, int j) {
 struct NetTotals {
   int totw = 0;
   int emptyw = 0;  // of nets without pins
+  std::int64_t npins = 0;
 };
 
 struct CellTotals {
   int totw = 0;
   int totinw = 0;
+  std::int64_t npins = 0;
 };
 
-NetTotals check_net_side(const Hypergraph* h) {
+NetTotals net_totals(const Hypergraph* h) {
   NetTotals totals;
-  int npins = 0;
   for (int j = 1; j <= h->_n; ++j) {
     const Net& net = h->_nlst[j];
     if (pins_of(net).empty()) add_wrapping(totals.emptyw, net.w);
-    for (const int i : pins_of(net)) {
-      const int count = occurrences(nets_of_entry(h, i), j);
-      if (count != 1)
-        errexit(" CheckListsofHypergraph: net %d occurs %d times in the net list of cell %d", j, count, i);
-      ++npins;
-    }
     add_wrapping(totals.totw, net.w);
+    totals.npins += std::ssize(pins_of(net));
   }
-  if (npins != h->_p) errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in cells of nets", npins, h->_p);
   return totals;
 }
 
-CellTotals check_cell_side(const Hypergraph* h) {
+CellTotals cell_totals(const Hypergraph* h) {
   CellTotals totals;
-  int npins = 0;
   for (int i = 1; i <= h->_c; ++i) {
     const Cell& cell = h->_clst[i];
-    for (const int j : nets_of(cell)) {
+    add_wrapping(totals.totw, cell.w);
+    add_wrapping(totals.totinw, cell.inw);
+    totals.npins += std::ssize(nets_of(cell));
+  }
+  return totals;
+}
+
+bool differ_by_pairs(std::span<const int> list) {
+  int nequal = 0;
+  for (std::size_t t = 1; t < list.size(); ++t)
+    for (std::size_t u = 0; u < t; ++u) nequal += list[u] == list[t] ? 1 : 0;
+  return nequal == 0;
+}
+
+constexpr int kBits = 1 << 17;
+
+// A bit for every number of a range of them, and a pass for every range.
+bool differ_by_bits(std::span<const int> list, int most) {
+  std::bitset<kBits> seen;
+  for (int range = 0; range <= most / kBits; ++range) {
+    seen.reset();
+    for (const int number : list) {
+      if (number / kBits != range) continue;
+      const auto bit = static_cast<std::size_t>(number % kBits);
+      if (seen[bit]) return false;
+      seen[bit] = true;
+    }
+  }
+  return true;
+}
+
+// Whether the entries, all of 1 .. most, are different numbers.
+bool are_different(std::span<const int> list, int most) {
+  // About here a pass for every range takes as long as all pairs.
+  const std::ptrdiff_t few = 64 + std::ptrdiff_t{16} * (most / kBits);
+  return std::ssize(list) <= few ? differ_by_pairs(list) : differ_by_bits(list, most);
+}
+
+// The entry of a value, or the end. A long list is halved until one entry is left, which is the right one if
+// the list is in order.
+const int* find_entry(std::span<const int> list, int value) {
+  constexpr std::size_t kLong = 32;
+  const int* entry = list.data();
+  const int* const end = entry + list.size();
+  if (list.size() > kLong) {
+    for (std::size_t left = list.size(); left > 1; left -= left / 2)
+      if (entry[left / 2 - 1] < value) entry += left / 2;
+    if (*entry == value) return entry;
+    entry = list.data();
+  }
+  while (entry != end && *entry != value) ++entry;
+  return entry;
+}
+
+// Tells whether pins have an entry in the lists of their cells.
+//
+// Nets come in increasing number, and cells mostly list them so: of a cell that has been looked at, the next
+// net to be asked for is mostly the next entry. Such places are kept, for as many cells as near caches hold.
+// Any other pin would wait for its cell and then for the list of it: a block of pins waits together.
+class PinFinder {
+ public:
+  explicit PinFinder(const Hypergraph* h) : h_(h) {}
+
+  // False when a pin is known to have none, this one or one before.
+  bool add(int net, int cell) {
+    Place& place = place_of(cell);
+    if (place.cell != cell || *place.next != net) return put_off(net, cell);
+    ++place.next;
+    if (--place.nleft == 0) place.next = &kNoNet;
+    return true;
+  }
+
+  // The same once all pins have been added.
+  bool finish() {
+    const std::span<const Pin> pins(block_.data(), nblock_);
+    nblock_ = 0;
+    for (const Pin& pin : pins) {
+      prefetch(h_->_clst[pin.cell].nets);
+      prefetch(h_->_clst[pin.cell].netsend);
+    }
+    return std::all_of(pins.begin(), pins.end(), [this](const Pin& pin) { return find(pin); });
+  }
+
+ private:
+  struct Pin {
+    int net;
+    int cell;
+  };
+
+  static constexpr int kNoNet = 0;
+
+  struct Place {
+    const int* next = &kNoNet;
+    int nleft = 0;  // from there to the end of the list
+    int cell = 0;
+  };
+
+  Place& place_of(int cell) { return places_[static_cast<unsigned>(cell) % places_.size()]; }
+
+  // Inlined it would slow down the loop over pins whose place is known.
+  [[gnu::noinline]] bool put_off(int net, int cell) {
+    if (cell < 1 || cell > h_->_c) return false;
+    prefetch(&h_->_clst[cell].nets);
+    block_[nblock_++] = {net, cell};
+    return nblock_ < block_.size() || finish();
+  }
+
+  bool find(const Pin& pin) {
+    const std::span<const int> nets = nets_of(h_->_clst[pin.cell]);
+    const int* const end = nets.data() + nets.size();
+    const int* const entry = find_entry(nets, pin.net);
+    if (entry == end) return false;
+    const int* const next = entry + 1;
+    if (next != end) place_of(pin.cell) = {next, static_cast<int>(end - next), pin.cell};
+    return true;
+  }
+
+  const Hypergraph* h_;
+  std::array<Pin, 64> block_;
+  std::size_t nblock_ = 0;
+  std::array<Place, 4096> places_;
+};
+
+// Whether both sides surely name each other, once each, given that they hold equally many entries.
+//
+// If each pin has an entry in the list of its cell, and no net has a pin twice, then these entries differ
+// too. They are as many as the cells hold: no entry is left over, neither a net that lacks the cell nor a
+// second one.
+bool surely_agree(const Hypergraph* h) {
+  PinFinder finder(h);
+  for (int j = 1; j <= h->_n; ++j) {
+    const std::span<const int> pins = pins_of(h->_nlst[j]);
+    bool increasing = true;
+    int last = 0;
+    for (const int i : pins) {
+      if (!finder.add(j, i)) return false;
+      increasing = increasing && last < i;
+      last = i;
+    }
+    if (!increasing && !are_different(pins, h->_c)) return false;
+  }
+  return finder.finish();
+}
+
+void check_pins_of_nets(const Hypergraph* h) {
+  for (int j = 1; j <= h->_n; ++j) {
+    for (const int i : pins_of(h->_nlst[j])) {
+      const int count = occurrences(nets_of_entry(h, i), j);
+      if (count != 1)
+        errexit(" CheckListsofHypergraph: net %d occurs %d times in the net list of cell %d", j, count, i);
+    }
+  }
+}
+
+void check_nets_of_cells(const Hypergraph* h) {
+  for (int i = 1; i <= h->_c; ++i) {
+    for (const int j : nets_of(h->_clst[i])) {
       const int count = occurrences(pins_of_entry(h, j), i);
       if (count != 1)
         errexit(" CheckListsofHypergraph: cell %d occurs %d times in the cell list of net %d", i, count, j);
-      ++npins;
     }
-    add_wrapping(totals.totw, cell.w);
-    add_wrapping(totals.totinw, cell.inw);
   }
-  if (npins != h->_p) {
+}
+
+void check_both_sides(const Hypergraph* h, std::int64_t npins_of_nets, std::int64_t npins_of_cells) {
+  const bool sure = npins_of_nets == npins_of_cells && surely_agree(h);
+  if (!sure) check_pins_of_nets(h);
+  if (npins_of_nets != h->_p)
+    errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in cells of nets", static_cast<int>(npins_of_nets),
+            h->_p);
+  if (!sure) check_nets_of_cells(h);
+  if (npins_of_cells != h->_p) {
     const int span = h->_c < 1 ? -1 : static_cast<int>(h->_clst[h->_c].netsend - h->_clst[1].nets);
-    errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in nets of cells eptr-start=[%d]", npins, h->_p, span);
+    errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in nets of cells eptr-start=[%d]",
+            static_cast<int>(npins_of_cells), h->_p, span);
   }
-  return totals;
 }
 
 void check_totals(const Hypergraph* h, const NetTotals& nets, const CellTotals& cells) {
@@ -206,8 +371,22 @@ void check_totals(const Hypergraph* h, const NetTotals& nets, const CellTotals& 
         totnw, h->_totnw, nets.emptyw, h->_virtualnets, cells.totinw, h->_totinw);
 }
 
+// Whether two lists of the same length are equal and increase. They are gone through to the end whatever
+// comes: lists are short, and a branch for each entry costs more than it saves.
+bool are_equal_and_increase(std::span<const int> nets, std::span<const int> pins) {
+  int nwrong = 0;
+  int last = std::numeric_limits<int>::min();
+  for (std::size_t t = 0; t < nets.size(); ++t) {
+    nwrong += nets[t] != pins[t] ? 1 : 0;
+    nwrong += nets[t] <= last ? 1 : 0;
+    last = nets[t];
+  }
+  return nwrong == 0;
+}
+
 // Whether cell i names the numbers that net i names, given that both name equally many.
 void check_same_entries(const Hypergraph* h, int i) {
+  if (are_equal_and_increase(nets_of(h->_clst[i]), pins_of(h->_nlst[i]))) return;
   for (const int v : nets_of(h->_clst[i])) {
     const int count = occurrences(pins_of(h->_nlst[i]), v);
     if (count == 1) continue;
@@ -237,11 +416,11 @@ constexpr const char* kSectionRule = "\n========================================
 }  // namespace
 
 void prinfo_hypergraph(const Hypergraph* h) {
-  const Figures figures = gather(h);
-  const Side& cells = figures.cells;
-  const Side& nets = figures.nets;
-  const Spread degrees = degree_spread(h);
-  const Spread sizes = size_spread(h);
+  const Side cells = gather(h->_clst, h->_c, h->_p);
+  check_cell_total(h, cells);
+  const Side nets = gather(h->_nlst, h->_n, h->_p);
+  const Spread degrees = spread(cells, h->_c);
+  const Spread sizes = spread(nets, h->_n);
   std::printf(
       "%d\t%d\t%d\t%.2lf\t%.2lf\t%.2lf\t%d\t%d\t%d\t%.2lf\t%.2lf\t%.2lf\t%d\t%d\t%d\t%d\t%d\t%d\t%d\t%d\t%"
       "d\n",
@@ -253,19 +432,22 @@ void prinfo_hypergraph(const Hypergraph* h) {
 }
 
 void pr_detailinfo_hypergraph(const Hypergraph* h) {
-  const Figures figures = gather(h);
-  const int maxdegree = figures.cells.length.max;
-  const int maxsize = figures.nets.length.max;
-  int* const degcnt = cleared_counts(maxdegree, "detailinfo: degcnt");
-  int* const sizecnt = cleared_counts(maxsize, "detailinfo: sizecnt");
-  for (int i = 1; i <= h->_c; ++i) ++degcnt[degree(h->_clst[i])];
-  for (int j = 1; j <= h->_n; ++j) ++sizecnt[net_size(h->_nlst[j])];
+  ShortLengths counts = {};
+  const Side cells = gather(h->_clst, h->_c, h->_p, &counts);
+  check_cell_total(h, cells);
+  const int maxdegree = cells.length.max;
+  int* const degcnt = all_lengths(counts, h->_clst, h->_c, maxdegree, "detailinfo: degcnt");
+
+  counts.fill(0);
+  const Side nets = gather(h->_nlst, h->_n, h->_p, &counts);
+  const int maxsize = nets.length.max;
+  int* const sizecnt = all_lengths(counts, h->_nlst, h->_n, maxsize, "detailinfo: sizecnt");
 
   uprintf(" H=(%d, %d, %d)", h->_c, h->_n, h->_p);
-  print_lengths("\nCell Degree", degree_spread(h), figures.cells);
-  print_lengths("\nNet Size", size_spread(h), figures.nets);
-  print_weights("\nCell Weights", figures.cells);
-  print_weights("\nNet Weights", figures.nets);
+  print_lengths("\nCell Degree", spread(cells, h->_c), cells);
+  print_lengths("\nNet Size", spread(nets, h->_n), nets);
+  print_weights("\nCell Weights", cells);
+  print_weights("\nNet Weights", nets);
 
   uprintf("\n\n Cell Degree distribution");
   uprintf("%s", kDistributionRule);
@@ -286,8 +468,9 @@ void pr_detailinfo_hypergraph(const Hypergraph* h) {
 void CheckListsofHypergraph(const Hypergraph* h) {
   uprintf("\n CheckListsofHypergraph: Checking Hypergraph H=(%5d, %5d, %7d) TNW=%d TINW=%d VirtNets=%d",
           h->_c, h->_n, h->_p, h->_totnw, h->_totinw, h->_virtualnets);
-  const NetTotals nets = check_net_side(h);
-  const CellTotals cells = check_cell_side(h);
+  const NetTotals nets = net_totals(h);
+  const CellTotals cells = cell_totals(h);
+  check_both_sides(h, nets.npins, cells.npins);
   check_totals(h, nets, cells);
   if (nets.emptyw != 0) uwarning("hypergraph has nets with no pins");
   uprintf("\n Checking DONE....\n");

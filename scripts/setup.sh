@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage ...
+# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage|memcheck ...
 set -euo pipefail
 
 packages=()
@@ -13,6 +13,7 @@ for job in "$@"; do
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
     coverage) packages+=(gcovr) ;;
+    memcheck) packages+=(valgrind) ;;
     *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;
   esac
 done
