@@ -19,6 +19,10 @@
 #include <cstdint>
 #include <cstdio>
 
+#ifdef QUILLON_SHARED_BUILD  // what is declared here is what a shared library shows
+#pragma GCC visibility push(default)
+#endif
+
 namespace quillon {
 
 static_assert(sizeof(int) == 4, "the record and its files count in 32 bits");
@@ -439,3 +443,7 @@ void PrintHypergraph(const Hypergraph* h);
 /// @}
 
 }  // namespace quillon
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

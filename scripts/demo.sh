@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 scripts/setup.sh build
-cmake --preset release -B build/demo -D QUILLON_TESTS=OFF -D QUILLON_BENCHMARKS=OFF >/dev/null
+cmake --preset release -B build/demo -D QUILLON_TESTS=OFF -D QUILLON_BENCHMARKS=OFF -D QUILLON_STATIC_AND_SHARED=OFF >/dev/null
 cmake --build build/demo
 quillon=build/demo/tools/quillon
 

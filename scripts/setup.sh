@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage|memcheck ...
+# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage|memcheck|package ...
 set -euo pipefail
 
 packages=()
@@ -9,11 +9,13 @@ for job in "$@"; do
     test)
       packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev gzip)
       packages+=(python3 python3-scipy python3-jsonschema python3-networkx metis)
+      packages+=(pkg-config binutils libptscotch-dev libopenmpi-dev openmpi-bin)
       ;;
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
     coverage) packages+=(gcovr) ;;
     memcheck) packages+=(valgrind) ;;
+    package) packages+=(dpkg-dev file lintian debootstrap) ;;
     *) echo "setup.sh: no job is called '$job'" >&2 && exit 2 ;;
   esac
 done

@@ -2,4 +2,4 @@
 # this file is no longer the current one.
 set(planted_source ${CMAKE_CURRENT_LIST_DIR}/planted.cpp)
 cmake_language(DEFER DIRECTORY ${CMAKE_SOURCE_DIR} CALL
-  target_sources quillon_util PRIVATE ${planted_source})
+  target_sources quillon_util_static PRIVATE ${planted_source})

@@ -1,0 +1,60 @@
+# How a library is made: quillon::NAME_static and quillon::NAME_shared, and quillon::NAME for the one of the two that
+# BUILD_SHARED_LIBS asks for.
+set(quillon_kind static)
+set(quillon_other_kind shared)
+if(BUILD_SHARED_LIBS)
+  set(quillon_kind shared)
+  set(quillon_other_kind static)
+endif()
+set(quillon_kinds ${quillon_kind})
+if(QUILLON_STATIC_AND_SHARED)
+  list(APPEND quillon_kinds ${quillon_other_kind})
+endif()
+
+# What no public header declares stays inside, and so do the templates of the standard library, which are visible
+# whatever the compiler is told: the linker gets a list.
+function(quillon_hide_internals target)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_definitions(${target} PRIVATE QUILLON_SHARED_BUILD)
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+    if(NOT QUILLON_SANITIZE)  # of which clang leaves the symbols to the program
+      target_link_options(${target} PRIVATE LINKER:-z,defs)
+    endif()
+  endif()
+endfunction()
+
+function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)
+  foreach(kind IN LISTS quillon_kinds)
+    set(target quillon_${name}_${kind})
+    string(TOUPPER ${kind} type)
+    add_library(${target} ${type} ${ARGN})
+    add_library(quillon::${name}_${kind} ALIAS ${target})
+    set_target_properties(${target} PROPERTIES
+      OUTPUT_NAME quillon_${name} EXPORT_NAME ${name}_${kind} CXX_EXTENSIONS OFF)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:quillon_flags>)
+    target_sources(${target} PUBLIC
+      FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${header})  # sets the include root, here and installed
+    if(kind STREQUAL shared)
+      set_target_properties(${target} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH $ORIGIN)
+      quillon_hide_internals(${target})
+    endif()
+    if(QUILLON_INSTALL)
+      install(TARGETS ${target} EXPORT quillon-${kind}
+        LIBRARY COMPONENT quillon_runtime NAMELINK_COMPONENT quillon_development
+        ARCHIVE COMPONENT quillon_development
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillon COMPONENT quillon_development)
+    endif()
+  endforeach()
+  add_library(quillon::${name} ALIAS quillon_${name}_${quillon_kind})
+endfunction()
+
+function(quillon_link name other)  # each kind of NAME links the same kind of OTHER, and embeds nothing of it
+  foreach(kind IN LISTS quillon_kinds)
+    target_link_libraries(quillon_${name}_${kind} PUBLIC quillon_${other}_${kind})
+  endforeach()
+endfunction()

@@ -1,0 +1,90 @@
+# Debian packages: libquillon (shared libraries), libquillon-dev (headers, static libraries, package files) and quillon
+# (the tool). packaging/build.sh configures a build as these packages need it, and calls CPack.
+
+if(QUILLON_DEBIAN)
+  set(compressed ${PROJECT_BINARY_DIR}/compressed)
+  file(MAKE_DIRECTORY ${compressed})
+  function(quillon_compress from to)  # without name and time, so that a package can be made again bit by bit
+    execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${from} OUTPUT_FILE ${compressed}/${to}
+      COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${from})
+  endfunction()
+  quillon_compress(CHANGELOG.md changelog.gz)
+  quillon_compress(packaging/changelog changelog.Debian.gz)
+
+  function(quillon_package_documents package component)
+    set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package})
+    install(FILES packaging/copyright ${compressed}/changelog.gz ${compressed}/changelog.Debian.gz
+      DESTINATION ${documents} COMPONENT ${component})
+    if(EXISTS ${PROJECT_SOURCE_DIR}/packaging/${package}.lintian-overrides)
+      install(FILES packaging/${package}.lintian-overrides RENAME ${package}
+        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT ${component})
+    endif()
+  endfunction()
+  quillon_package_documents(libquillon quillon_runtime)
+  quillon_package_documents(libquillon-dev quillon_development)
+  quillon_package_documents(quillon quillon_tool)
+  set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libquillon-dev)
+  install(FILES docs/library.md DESTINATION ${documents} COMPONENT quillon_development)
+  install(DIRECTORY examples DESTINATION ${documents} COMPONENT quillon_development)
+  if(QUILLON_TOOLS AND EXISTS ${PROJECT_SOURCE_DIR}/man/quillon.1)
+    quillon_compress(man/quillon.1 quillon.1.gz)
+    install(FILES ${compressed}/quillon.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillon_tool)
+  endif()
+endif()
+
+if(NOT PROJECT_IS_TOP_LEVEL)
+  return()
+endif()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Quillon maintainers <maintainers@quillon.invalid>")
+set(CPACK_COMPONENTS_ALL quillon_runtime quillon_development quillon_tool)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY =)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+set(this_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+
+# The first line is the synopsis. Text is laid out by CPack, an empty line begins a paragraph.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(purpose "Reads, builds, copies, prunes, renumbers, verifies and writes hypergraphs of
+cells and nets, for programs that partition netlists, sparse matrices and
+networks.")
+
+set(CPACK_DEBIAN_QUILLON_RUNTIME_PACKAGE_NAME libquillon)
+set(CPACK_DEBIAN_QUILLON_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_QUILLON_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+set(CPACK_DEBIAN_QUILLON_RUNTIME_DESCRIPTION "hypergraph module of a partitioning library
+${purpose}
+
+This package has the shared libraries.")
+
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_NAME libquillon-dev)
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_DEPENDS "libquillon ${this_version}")
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_DESCRIPTION
+  "hypergraph module of a partitioning library - development files
+${purpose}
+
+This package has the headers, the static libraries, examples, and files for
+CMake and pkg-config.")
+
+set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_NAME quillon)
+set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_DEPENDS "libquillon ${this_version}")
+set(CPACK_DEBIAN_QUILLON_TOOL_DESCRIPTION "command-line tool for hypergraphs
+Prints statistics of hypergraphs, checks, prunes and renumbers them, converts
+between their file formats and evaluates partitions.")
+
+include(CPack)
