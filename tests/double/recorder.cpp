@@ -1,5 +1,7 @@
 #include "tests/double/recorder.h"
 
+#include <sanitizer/asan_interface.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdarg>
@@ -7,6 +9,7 @@
 #include <deque>
 #include <fstream>
 #include <map>
+#include <utility>
 
 #include "util/util.h"
 
@@ -22,10 +25,7 @@ struct Block {
 };
 
 // A pool is one array, so that addresses increase with age as the module relies on.
-struct PoolRegion {
-  std::vector<char> bytes = std::vector<char>(std::size_t{1} << 20);
-  std::size_t top = 0;
-};
+using PoolRegion = std::array<char, std::size_t{1} << 20>;
 
 struct Record {
   std::vector<std::string> requests;
@@ -33,13 +33,20 @@ struct Record {
   std::string printed;
   std::vector<Block> held;
   std::map<std::FILE*, std::string> files;
-  std::array<PoolRegion, 2> pools;
+  std::array<std::size_t, 2> pool_tops = {};
   int allocations_until_failure = 0;
   std::deque<int> draws;
   std::deque<std::vector<int>> permutations;
 };
 
 Record record;
+
+// For all tests, since sanitizers make each new one dear: the pools, and a block of the size that the readers
+// ask for to hold a line, while nobody holds it. Of that its beginning is watched, as memory given back is.
+std::array<PoolRegion, 2> pools;
+constexpr std::uint64_t kLineBytes = 16777216;
+constexpr std::size_t kWatchedBytes = std::size_t{1} << 18;
+void* spare_line = nullptr;
 
 std::string formatted(const char* format, std::va_list arguments) {
   std::va_list again;
@@ -63,9 +70,24 @@ std::vector<Block>::iterator find_block(int pool, const void* address) {
   });
 }
 
+void* take(std::uint64_t bytes) {
+  if (bytes != kLineBytes || spare_line == nullptr) return std::malloc(bytes == 0 ? 1 : bytes);
+  ASAN_UNPOISON_MEMORY_REGION(spare_line, kWatchedBytes);
+  return std::exchange(spare_line, nullptr);
+}
+
+void give_back(const Block& block) {
+  if (block.bytes != kLineBytes || spare_line != nullptr) {
+    std::free(block.address);
+    return;
+  }
+  ASAN_POISON_MEMORY_REGION(block.address, kWatchedBytes);
+  spare_line = block.address;
+}
+
 // Blocks that nobody cleared hold a pattern, so that a test sees what was left alone.
 void* heap_block(std::uint64_t bytes, const char* tag) {
-  auto* const block = static_cast<unsigned char*>(std::malloc(bytes == 0 ? 1 : bytes));
+  auto* const block = static_cast<unsigned char*>(take(bytes));
   if (block == nullptr) throw FatalError(std::string("out of memory: ") + tag);
   std::fill_n(block, std::min<std::uint64_t>(bytes, 4096), static_cast<unsigned char>(0xa5));
   record.held.push_back({-1, block, bytes, tag});
@@ -76,7 +98,7 @@ void* heap_block(std::uint64_t bytes, const char* tag) {
 
 void reset() {
   for (const Block& block : record.held)
-    if (block.pool < 0) std::free(block.address);
+    if (block.pool < 0) give_back(block);
   for (const auto& [stream, name] : record.files) std::fclose(stream);
   record = Record{};
 }
@@ -140,19 +162,19 @@ void _usfree(void* block) {
   const auto known = recorder::find_block(-1, block);
   if (known == record.held.end()) throw recorder::FatalError("_usfree of a block that is not held");
   recorder::note("free " + known->tag);
+  recorder::give_back(*known);
   record.held.erase(known);
-  std::free(block);
 }
 
 void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
   recorder::note_allocation("poolalloc " + std::to_string(pool) + " " + std::to_string(bytes), tag);
-  recorder::PoolRegion& region = record.pools.at(static_cast<std::size_t>(pool));
+  recorder::PoolRegion& region = recorder::pools.at(static_cast<std::size_t>(pool));
+  std::size_t& top = record.pool_tops.at(static_cast<std::size_t>(pool));
   const std::size_t span = (bytes + 64) / 64 * 64;
-  if (span > region.bytes.size() - region.top)
-    throw recorder::FatalError(std::string("pool is full: ") + tag);
-  char* const block = region.bytes.data() + region.top;
+  if (span > region.size() - top) throw recorder::FatalError(std::string("pool is full: ") + tag);
+  char* const block = region.data() + top;
   std::fill_n(block, bytes, static_cast<char>(0xa5));
-  region.top += span;
+  top += span;
   record.held.push_back({pool, block, bytes, tag});
   return block;
 }
@@ -162,8 +184,9 @@ int poolfree_upto(int pool, void* block, const char* tag) {
   if (known == record.held.end())
     throw recorder::FatalError(std::string("poolfree_upto of a block that is not held: ") + tag);
   recorder::note("poolfree " + std::to_string(pool) + " " + tag + " <- " + known->tag);
-  recorder::PoolRegion& region = record.pools.at(static_cast<std::size_t>(pool));
-  region.top = static_cast<std::size_t>(static_cast<char*>(block) - region.bytes.data());
+  const auto index = static_cast<std::size_t>(pool);
+  record.pool_tops.at(index) =
+      static_cast<std::size_t>(static_cast<char*>(block) - recorder::pools.at(index).data());
   const auto kept =
       std::remove_if(known, record.held.end(), [pool](const recorder::Block& b) { return b.pool == pool; });
   const auto nreleased = static_cast<int>(record.held.end() - kept);

@@ -1,0 +1,90 @@
+// The fuzzers leave out the texts whose last line is a comment, since the readers may wait for ever behind
+// it. Here it is seen that this is the only reason to: the slow reader, which can tell, has every text.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+
+#include "fuzz/driver.h"
+#include "tests/support/slow_reader.h"
+
+namespace quillon {
+namespace {
+
+using slow::Kind;
+
+bool is_endless(const std::string& text, Kind kind) {
+  fuzz::Source source(text);
+  const slow::Stream stream = source.open_file();
+  return slow::read(kind, stream.get(), 0).endless;
+}
+
+std::map<std::string, std::string> texts_of(const std::filesystem::path& folder) {
+  std::map<std::string, std::string> texts;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+    if (entry.path().extension() == ".qhg") {
+      std::ifstream file(entry.path(), std::ios::binary);
+      texts[entry.path()] = std::string(std::istreambuf_iterator<char>(file), {});
+    }
+  return texts;
+}
+
+// Every length at which something new can begin: those of short texts, and around each line end.
+bool is_of_interest(const std::string& text, std::size_t length) {
+  return text.size() < 600 || length == text.size() || text[length] == '\n' ||
+         (length > 0 && text[length - 1] == '\n');
+}
+
+struct Count {
+  int ntexts = 0;
+  int nendless = 0;
+};
+
+void expect_endless_only_in_comment(const std::string& text, Count& count) {
+  for (const Kind kind : {Kind::kStandard, Kind::kOnePin}) {
+    const bool endless = is_endless(text, kind);
+    ++count.ntexts;
+    count.nendless += endless ? 1 : 0;
+    ASSERT_TRUE(!endless || slow::ends_in_comment(text)) << testing::PrintToString(text);
+  }
+}
+
+TEST(TextsLeftOut, EndInACommentWhateverPrefixOfAFileTheyAre) {
+  Count plain;
+  Count commented;
+  for (const char* const folder : {QUILLON_TEST_FILES, QUILLON_DATA}) {
+    const auto texts = texts_of(folder);
+    ASSERT_FALSE(texts.empty());
+    for (const auto& [name, text] : texts) {
+      SCOPED_TRACE(name);
+      for (std::size_t length = 0; length <= text.size(); ++length) {
+        if (!is_of_interest(text, length)) continue;
+        expect_endless_only_in_comment(text.substr(0, length), plain);
+        expect_endless_only_in_comment(text.substr(0, length) + "%", commented);
+        expect_endless_only_in_comment(text.substr(0, length) + "\n% 1 2\n", commented);
+        if (HasFailure()) return;
+      }
+    }
+  }
+  EXPECT_GT(plain.ntexts, 4000);
+  EXPECT_GT(plain.nendless, 10);        // prefixes that stop in a comment of the file
+  EXPECT_GT(commented.nendless, 1000);  // of which most have lines due
+  EXPECT_LT(commented.nendless, commented.ntexts);
+}
+
+TEST(TextsLeftOut, AreThoseThatTheReadersWaitForEverIn) {
+  EXPECT_TRUE(is_endless("1 2 1 2\n%", Kind::kStandard));
+  EXPECT_TRUE(is_endless("1 2 1 2\n%\n", Kind::kOnePin));
+  EXPECT_TRUE(is_endless("1 2 1 2 1\n1 2\n% a\n", Kind::kOnePin));
+  EXPECT_FALSE(is_endless("%", Kind::kStandard));  // a header is not waited for
+  EXPECT_FALSE(is_endless("1 2 1 2\n1 2\n%\n", Kind::kStandard));
+  EXPECT_FALSE(is_endless("1 2 1 2\n%\n1 2", Kind::kStandard));
+  EXPECT_FALSE(is_endless("1 2 1 2\n", Kind::kStandard));
+}
+
+}  // namespace
+}  // namespace quillon

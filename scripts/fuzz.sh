@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Fuzzes everything that reads: fuzz.sh [SECONDS] [TARGET...], 30 seconds and all targets if not given. A target is
+# one of fuzz/, such as reader. Prints a line for each; ends with status 1 when something was found, which then lies
+# in build/fuzz/finds/TARGET. New inputs are kept in build/fuzz/corpus/TARGET for the next time.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+seconds=30
+if [[ "${1:-}" =~ ^[0-9]+$ ]]; then
+  seconds=$1
+  shift
+fi
+
+scripts/setup.sh build fuzz
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+build=build/fuzz
+targets=("$@")
+if [ ${#targets[@]} -eq 0 ]; then
+  mapfile -t targets < <(cd $build/fuzz && ls fuzz_*.seeds | sed 's/^fuzz_//; s/\.seeds$//')
+fi
+
+last_number() { sed -n "s/.*$1 *\([0-9]\+\).*/\1/p" "$2" | tail -n 1 | grep . || echo -; }
+
+status=0
+printf '%-22s %10s %8s %7s %7s %6s\n' target executions a_second edges corpus finds
+for target in "${targets[@]}"; do
+  corpus=$build/corpus/$target
+  finds=$build/finds/$target
+  log=$build/finds/$target.log
+  rm -rf "$finds"
+  mkdir -p "$corpus" "$finds"
+  mapfile -t seeds <$build/fuzz/fuzz_"$target".seeds
+  dictionary=()
+  [ ! -f fuzz/"$target".dict ] || dictionary=(-dict=fuzz/"$target".dict)
+
+  # Large files teach little here: what lies behind the ends of blocks is reached by runs of blanks.
+  failed=0
+  $build/fuzz/fuzz_"$target" -max_total_time="$seconds" -timeout=25 -report_slow_units=25 \
+    -rss_limit_mb=2048 -max_len=12288 -print_final_stats=1 "${dictionary[@]}" \
+    -artifact_prefix="$finds/" "$corpus" "${seeds[@]}" >"$log" 2>&1 ||
+    failed=1
+  nfinds=$(find "$finds" -type f | wc -l)
+  printf '%-22s %10s %8s %7s %7s %6s\n' "$target" \
+    "$(last_number 'stat::number_of_executed_units:' "$log")" \
+    "$(last_number 'stat::average_exec_per_sec:' "$log")" "$(last_number 'cov:' "$log")" \
+    "$(last_number 'corp:' "$log")" "$nfinds"
+  [ "$failed" -eq 0 ] && [ "$nfinds" -eq 0 ] && continue
+  status=1
+  grep -E '^FOUND|^SUMMARY|runtime error|ERROR:' "$log" | head -n 5 || tail -n 5 "$log"
+done
+exit $status
