@@ -1,9 +1,13 @@
+#include <unistd.h>
+
 #include <memory>
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
 #include "tools/isolate.h"
+#include "tools/json_report.h"
 #include "tools/load.h"
+#include "tools/terminal.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -19,6 +23,7 @@ Prints one line a file on standard output. What is wrong with a file is said on 
 struct Options {
   std::vector<std::string> files;
   bool symmetric = false;
+  bool json = false;
   bool keep_small_nets = false;
 };
 
@@ -30,6 +35,14 @@ bool is_symmetric(const Hypergraph& h, bool say_why) {
            if (say_why) uprintf("\n");
            return symmetric ? kFine : kFinding;
          }) == kFine;
+}
+
+void print_verdict(const std::string& file, const Loaded& loaded, bool is_symmetric) {
+  const Hypergraph& h = loaded.h;
+  uprintf("%s: %s, %d cells, %d nets, %d pins", file.c_str(),
+          coloured(STDOUT_FILENO, Colour::kGreen, "ok").c_str(), h._c, h._n, h._p);
+  if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
+  uprintf(", %s\n", is_symmetric ? "symmetric" : "not symmetric");
 }
 
 // The totals are those of the reader: summaries recomputed before would hide what is wrong with them.
@@ -45,10 +58,18 @@ int check(const std::string& file, const Options& options) {
 
   const bool symmetric = is_symmetric(h, options.symmetric);
   if (!symmetric && options.symmetric) return kFinding;
-  uprintf("%s: ok, %d cells, %d nets, %d pins", file.c_str(), h._c, h._n, h._p);
-  if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
-  uprintf(", %s\n", symmetric ? "symmetric" : "not symmetric");
+  if (options.json)
+    print_check_json(file, loaded, symmetric);
+  else if (!quiet())
+    print_verdict(file, loaded, symmetric);
   return kFine;
+}
+
+void print_failure(const std::string& file, const Options& options) {
+  if (options.json)
+    print_failure_json("check", file);
+  else
+    uprintf("%s: %s\n", file.c_str(), coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());
 }
 
 }  // namespace
@@ -59,12 +80,13 @@ void add_check(CLI::App& app, int& status) {
   add_files(*command, options->files);
   command->add_flag("--symmetric", options->symmetric,
                     "Demand that net i names the cells whose nets cell i is on");
+  add_json(*command, options->json);
   add_keep_small_nets(*command, options->keep_small_nets);
   command->footer(kExamples);
   command->callback([options, &status] {
     status = for_each_file(
         options->files, [&](const std::string& file) { return check(file, *options); },
-        [](const std::string& file) { uprintf("%s: FAILED\n", file.c_str()); });
+        [&](const std::string& file) { print_failure(file, *options); });
   });
 }
 

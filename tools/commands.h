@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "tools/suggest.h"
+
 namespace quillon::tool {
 
 inline constexpr int kFine = 0;
@@ -20,6 +22,8 @@ void add_prune(CLI::App& app, int& status);
 void add_reorder(CLI::App& app, int& status);
 void add_convert(CLI::App& app, int& status);
 void add_partition_info(CLI::App& app, int& status);
+void add_report(CLI::App& app, int& status);
+void add_help(CLI::App& app, int& status);
 
 /// What every command that reads hypergraphs offers.
 inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
@@ -30,6 +34,10 @@ inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
 
 inline void add_files(CLI::App& command, std::vector<std::string>& files) {
   command.add_option("FILE", files, "Hypergraph files; - is standard input")->required();
+}
+
+inline CLI::Option* add_json(CLI::App& command, bool& json) {
+  return command.add_flag("--json", json, "Print JSON, an object on a line for each file");
 }
 
 /// An option that takes one of a few names.
@@ -44,7 +52,10 @@ void add_choice(CLI::App& command, const char* name,
       target = value;
       return;
     }
-    throw CLI::ValidationError(name, "'" + text + "' is none of " + names);
+    std::vector<std::string> known;
+    known.reserve(choices.size());
+    for (const auto& [choice, value] : choices) known.push_back(choice);
+    throw CLI::ValidationError(name, "'" + text + "' is none of " + names + did_you_mean(text, known));
   };
   command.add_option_function<std::string>(name, take, help)->type_name(names);
 }

@@ -1,6 +1,9 @@
 #include "tools/formats.h"
 
+#include <memory>
+
 #include "tools/commands.h"
+#include "tools/progress.h"
 
 namespace quillon::tool {
 
@@ -27,8 +30,20 @@ std::optional<Format> format_of_name(const std::string& name) {
   return std::nullopt;
 }
 
+namespace {
+
+// JSON is read by a parser that does not say where it is.
+std::unique_ptr<Progress> watch(const Tokenizer& in, Format format) {
+  if (format == Format::kHif) return nullptr;
+  return watch_count("parsing " + in.name, in.text.size(),
+                     [&in] { return in.seen.load(std::memory_order_relaxed); });
+}
+
+}  // namespace
+
 Arrays import_file(const std::string& name, Format format, const ImportOptions& options) {
   Tokenizer in = open_tokenizer(name);
+  const std::unique_ptr<Progress> progress = watch(in, format);
   Arrays arrays;
   switch (format) {
     case Format::kQuillon:

@@ -216,9 +216,10 @@ class Reader : public nlohmann::json_sax<json> {
   [[nodiscard]] std::size_t start_of_string(std::size_t end) const {
     const std::string& text = in_.text;
     for (std::size_t at = end; at-- > 0;) {
+      if (text[at] != '"') continue;
       std::size_t nescapes = 0;
       while (nescapes < at && text[at - 1 - nescapes] == '\\') ++nescapes;
-      if (text[at] == '"' && nescapes % 2 == 0) return at;
+      if (nescapes % 2 == 0) return at;
     }
     return end;
   }
@@ -340,16 +341,16 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   void list_item(Items& items, const std::string& id) {
-    const int number = items.names.number_of(id);
-    if (!is_listed_[&items == &document_.nodes ? 0 : 1].emplace(number, true).second) {
+    const int item = items.names.number_of(id);
+    if (!is_listed_[&items == &document_.nodes ? 0 : 1].emplace(item, true).second) {
       ++document_.nrepeated_records;
       return;
     }
-    items.listed.push_back(number);
+    items.listed.push_back(item);
     if (!record_.weight) return;
     const double w = *record_.weight;
     if (w >= 0 && w <= kLargestWeight && w == std::floor(w))
-      items.weights[number] = static_cast<int>(w);
+      items.weights[item] = static_cast<int>(w);
     else
       ++document_.nunfit_weights;
   }

@@ -3,8 +3,6 @@
 namespace quillon::tool {
 namespace {
 
-constexpr int kMostHeaderNumbers = 6;
-
 struct Header {
   int numbering = 0;
   int npins = 0;

@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 #include "tools/input.h"
+#include "tools/progress.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -101,6 +103,7 @@ void build_cell_side(Hypergraph* h) {
 
 void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn) {
   if (std::FILE* const file = open_plain(name)) {
+    const std::unique_ptr<Progress> progress = watch_file(name, fileno(file));
     read_stream(loaded, file, small_nets, warn);
     ufclose(file);
   } else {
@@ -108,6 +111,7 @@ void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool wa
     std::FILE* const stream = open_guarded(guarded);
     read_stream(loaded, stream, small_nets, warn);
     std::fclose(stream);
+    finish_input(guarded.input);
     close_input(guarded.input);
   }
   build_cell_side(&loaded.h);

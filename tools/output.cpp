@@ -1,10 +1,12 @@
 #include "tools/output.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -27,13 +29,24 @@ void remove_unpublished() {
   for (const std::string& file : unpublished()) std::remove(file.c_str());
 }
 
-void remember(const std::string& file) {
-  unpublished().push_back(file);
-  if (owner == 0 && std::atexit(remove_unpublished) == 0) owner = getpid();
-}
-
 [[noreturn]] void cannot_write(const std::string& target, int reason) {
   errexit("cannot write %s: %s", shown_target(target).c_str(), std::strerror(reason));
+}
+
+// Has `make` make a file beside `place`, under the first name that is free: a program that was killed may
+// have left files. The name is noted before the file is there, when there may still be no memory for it.
+template <typename Make>
+std::string make_beside(const std::string& target, const std::string& place, Make make) {
+  std::vector<std::string>& files = unpublished();
+  if (owner == 0 && std::atexit(remove_unpublished) == 0) owner = getpid();
+  const std::string prefix = place + ".quillon-" + std::to_string(getpid()) + "-";
+  for (int n = 0;; ++n) {
+    files.push_back(prefix + std::to_string(n));
+    if (make(files.back().c_str())) return files.back();
+    const int reason = errno;
+    files.pop_back();
+    if (reason != EEXIST) cannot_write(target, reason);
+  }
 }
 
 bool is_standard_output(const std::string& target) { return target == "-" || target == "/dev/stdout"; }
@@ -64,19 +77,31 @@ StagedFile stage_to_be_passed_on(const std::string& target) {
   if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
   std::FILE* const file = std::tmpfile();
   if (file == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
-  return {"/proc/self/fd/" + std::to_string(fileno(file)), target, target, file};
+  return {"/proc/self/fd/" + std::to_string(fileno(file)), target, target, file, -1};
+}
+
+// The permissions that fopen asks for.
+constexpr mode_t kAsFopen = 0666;
+
+// A file that has no name yet, so that whatever ends the program leaves nothing of it behind; or -1 where
+// there are no such files.
+int open_unnamed(const std::string& place) {
+  const std::filesystem::path folder = std::filesystem::path(place).parent_path();
+  return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kAsFopen);
 }
 
 // The file is made here and only filled by others, whose messages would name it instead of its target.
-StagedFile stage_beside(const std::string& target, std::size_t number) {
+StagedFile stage_beside(const std::string& target) {
   const std::string place = behind_links(target);
-  const std::string beside = place + ".quillon-" + std::to_string(getpid()) + "-" + std::to_string(number);
-  constexpr mode_t kAsFopen = 0666;
-  const int descriptor = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAsFopen);
-  if (descriptor < 0) cannot_write(target, errno);
-  close(descriptor);
-  remember(beside);
-  return {beside, target, place, nullptr};
+  if (const int descriptor = open_unnamed(place); descriptor >= 0)
+    return {"/proc/self/fd/" + std::to_string(descriptor), target, place, nullptr, descriptor};
+
+  const std::string beside = make_beside(target, place, [](const char* name) {
+    const int descriptor = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAsFopen);
+    if (descriptor >= 0) close(descriptor);
+    return descriptor >= 0;
+  });
+  return {beside, target, place, nullptr, -1};
 }
 
 void write_all(int descriptor, const char* bytes, std::size_t size, const std::string& target) {
@@ -113,8 +138,27 @@ void put_in_place(const StagedFile& file) {
   const std::filesystem::file_status replaced = std::filesystem::status(file.place, ignored);
   if (std::filesystem::exists(replaced))
     std::filesystem::permissions(file.written, replaced.permissions(), ignored);
-  if (std::rename(file.written.c_str(), file.place.c_str()) != 0) cannot_write(file.target, errno);
-  std::erase(unpublished(), file.written);
+
+  const auto give_name = [&file](const char* name) {
+    return linkat(AT_FDCWD, file.written.c_str(), AT_FDCWD, name, AT_SYMLINK_FOLLOW) == 0;
+  };
+  const std::string beside =
+      file.unnamed < 0 ? file.written : make_beside(file.target, file.place, give_name);
+  if (std::rename(beside.c_str(), file.place.c_str()) != 0) cannot_write(file.target, errno);
+  std::erase(unpublished(), beside);
+  if (file.unnamed >= 0) close(file.unnamed);
+}
+
+// Who interrupts the program gets all files or none.
+void put_all_in_place(const Outputs& outputs) {
+  sigset_t interruptions;
+  sigset_t before;
+  sigemptyset(&interruptions);
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&interruptions, signal);
+  sigprocmask(SIG_BLOCK, &interruptions, &before);
+  for (const StagedFile& file : outputs.staged)
+    if (file.passed == nullptr) put_in_place(file);
+  sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 }  // namespace
@@ -127,8 +171,8 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
   std::error_code ignored;
   const bool is_new = !std::filesystem::exists(target, ignored);
   const bool is_file = is_new || std::filesystem::is_regular_file(target, ignored);
-  StagedFile file = is_standard_output(target) || !is_file ? stage_to_be_passed_on(target)
-                                                           : stage_beside(target, outputs.staged.size());
+  StagedFile file =
+      is_standard_output(target) || !is_file ? stage_to_be_passed_on(target) : stage_beside(target);
   for (const StagedFile& other : outputs.staged)
     if (same_place(file.place, other.place))
       errexit("%s is to be written twice", shown_target(target).c_str());
@@ -136,14 +180,13 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
   write(file.written.c_str());
 }
 
-void publish(Outputs& outputs) {
+void publish(const Outputs& outputs) {
   std::fflush(stdout);
   for (const StagedFile& file : outputs.staged)
     if (file.passed == nullptr) reach_disk(file);
   for (const StagedFile& file : outputs.staged)
     if (file.passed != nullptr) pass_on(file);
-  for (const StagedFile& file : outputs.staged)
-    if (file.passed == nullptr) put_in_place(file);
+  put_all_in_place(outputs);
 }
 
 }  // namespace quillon::tool

@@ -1,6 +1,6 @@
 #pragma once
-// Files that appear whole or not at all: written beside their targets, and renamed when every one of them is
-// done.
+// Files that appear whole or not at all: written without a name where the system has such files and beside
+// their targets elsewhere, and renamed when every one of them is done.
 
 #include <cstdio>
 #include <functional>
@@ -14,6 +14,7 @@ struct StagedFile {
   std::string target;           // as the user named it
   std::string place;            // where a regular file lies or is to lie, behind links
   std::FILE* passed = nullptr;  // for what is no regular file: holds the bytes that are to be passed on
+  int unnamed = -1;             // descriptor of a file that gets its first name when it is published
 };
 
 struct Outputs {
@@ -28,7 +29,7 @@ void stage(Outputs& outputs, const std::string& target,
 
 /// Puts every staged file in its target's place, with the permissions of the file that was there. Standard
 /// output, pipes and devices come first, and get the bytes.
-void publish(Outputs& outputs);
+void publish(const Outputs& outputs);
 
 /// What messages call an output.
 std::string shown_target(const std::string& target);

@@ -5,6 +5,7 @@
 #include "tools/commands.h"
 #include "tools/formats.h"
 #include "tools/input.h"
+#include "tools/json_report.h"
 #include "tools/output.h"
 #include "tools/parts.h"
 #include "util/util.h"
@@ -32,11 +33,16 @@ struct Options {
   int nparts = 0;  // 0: as many as the file needs
   std::string write;
   bool one_per_line = false;
+  bool json = false;
 };
 
 void report(const Options& options, const Hypergraph& h, const std::vector<int>& parts, int nparts) {
   const PartSizes sizes = part_sizes(h, parts, nparts);
   const CutSizes cut = cut_sizes(h, parts, nparts);
+  if (options.json) {
+    print_partition_json(options.hypergraph, options.part_file, h, sizes, cut);
+    return;
+  }
   uprintf("%s: %d cells, %d nets, %d pins in %s\n", shown_name(options.hypergraph).c_str(), h._c, h._n, h._p,
           counted(nparts, "part").c_str());
   uprintf("%10s %10s %14s\n", "part", "cells", "weight");
@@ -99,6 +105,7 @@ void add_partition_info(CLI::App& app, int& status) {
       command->add_option("--write", options->write, "Write the partition, 100 numbers a line")
           ->type_name("FILE");
   command->add_flag("--one-per-line", options->one_per_line, "Write it with one number a line")->needs(write);
+  add_json(*command, options->json);
   command->footer(kExamples);
   command->callback([options, &status] { status = run(*options); });
 }

@@ -4,6 +4,7 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
+#include "tools/figures.h"
 #include "tools/load.h"
 #include "tools/output.h"
 #include "util/util.h"
@@ -67,8 +68,6 @@ Pruned prune(Hypergraph& source, const Options& options) {
   pruned.nkept = pruned.h->_n;
   return pruned;
 }
-
-std::int64_t size_of(const Net& net) { return net.pinsend - net.pins + 1; }
 
 // Tally of the nets that stand at first .. last of the order and have at least one pin, or none at all.
 Tally tally(const Hypergraph& source, const Pruned& pruned, int first, int last, bool with_pins) {

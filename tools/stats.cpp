@@ -3,7 +3,9 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
+#include "tools/figures.h"
 #include "tools/isolate.h"
+#include "tools/json_report.h"
 #include "tools/load.h"
 #include "util/util.h"
 
@@ -14,6 +16,7 @@ constexpr const char* kExamples = R"(
 Examples:
   quillon stats circuit.qhg
   quillon stats --table --header a.qhg b.qhg > table.tsv
+  quillon stats --json circuit.qhg | jq .net_size.maximum
   zcat circuit.qhg.gz | quillon stats --summary -
 
 Columns of --table, of which "min" counts only values above 0:
@@ -30,6 +33,7 @@ struct Options {
   bool table = false;
   bool header = false;
   bool summary = false;
+  bool json = false;
   bool keep_small_nets = false;
 };
 
@@ -39,6 +43,10 @@ int report(const std::string& file, const Options& options) {
   Hypergraph& h = loaded.h;
   set_hypergraph_infos(&h);
 
+  if (options.json) {
+    print_stats_json(file, loaded, figures_of(h));
+    return kFine;
+  }
   if (options.table) {
     prinfo_hypergraph(&h);
   } else {
@@ -55,7 +63,8 @@ int run(const Options& options) {
   if (options.header) uprintf("%s", kColumns);
   return for_each_file(
       options.files, [&options](const std::string& file) { return report(file, options); },
-      [](const std::string& file) {
+      [&options](const std::string& file) {
+        if (options.json) print_failure_json("stats", file);
         std::fprintf(stderr, "quillon: error: %s: not reported, because of the error above\n", file.c_str());
       });
 }
@@ -69,7 +78,10 @@ void add_stats(CLI::App& app, int& status) {
   CLI::Option* const table =
       command->add_flag("--table", options->table, "Print one line of 21 tab-separated fields a file");
   command->add_flag("--header", options->header, "Name the columns of --table first")->needs(table);
-  command->add_flag("--summary", options->summary, "Print a summary of two lines a file")->excludes(table);
+  CLI::Option* const summary =
+      command->add_flag("--summary", options->summary, "Print a summary of two lines a file")
+          ->excludes(table);
+  add_json(*command, options->json)->excludes(table)->excludes(summary);
   add_keep_small_nets(*command, options->keep_small_nets);
   command->footer(kExamples);
   command->callback([options, &status] { status = run(*options); });

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <cstdio>
-#include <cstdlib>
 
 #include "tools/input.h"
 
@@ -32,6 +30,7 @@ Token take_while(Tokenizer& tokenizer, std::size_t begin, Belongs belongs) {
   std::size_t end = begin;
   while (end < tokenizer.text.size() && belongs(tokenizer.text[end])) ++end;
   tokenizer.at = end;
+  tokenizer.seen.store(end, std::memory_order_relaxed);
   return {std::string_view(tokenizer.text).substr(begin, end - begin), begin};
 }
 
@@ -112,17 +111,6 @@ void expect_end(Tokenizer& tokenizer, const std::string& behind, const std::stri
 void unexpected(const Tokenizer& tokenizer, const Token& token, const std::string& expected,
                 const std::string& hint) {
   bad_text(tokenizer, token.offset, "found " + shown(tokenizer, token) + ", expected " + expected, hint);
-}
-
-void bad_text(const Tokenizer& tokenizer, std::size_t offset, const std::string& message,
-              const std::string& hint) {
-  const std::size_t line_end = offset == 0 ? std::string::npos : tokenizer.text.rfind('\n', offset - 1);
-  const std::size_t column = line_end == std::string::npos ? offset + 1 : offset - line_end;
-  std::fflush(stdout);
-  std::fprintf(stderr, "quillon: %s:%zu:%zu: error: %s%s\n", tokenizer.name.c_str(),
-               line_of(tokenizer, offset), column, message.c_str(),
-               hint.empty() ? "" : (" (" + hint + ")").c_str());
-  std::exit(EXIT_FAILURE);
 }
 
 }  // namespace quillon::tool

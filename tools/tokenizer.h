@@ -1,6 +1,7 @@
 #pragma once
 // Words of a text that know where they stand, for messages that say where and what.
 
+#include <atomic>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@ struct Tokenizer {
   std::string name;  // of the file, as in messages
   std::string text;
   std::size_t at = 0;
+  std::atomic<std::size_t> seen{0};  // the same, now and then, for those who watch
 
   Tokenizer(std::string its_name, std::string its_text)
       : name(std::move(its_name)), text(std::move(its_text)) {}

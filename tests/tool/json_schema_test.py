@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+"""What the tool prints with --json is what docs/json.schema.json says.
+
+json_schema_test.py TOOL SCHEMA DATA; skips, with status 77, where jsonschema is missing.
+"""
+
+import copy
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+SKIPPED = 77
+
+FILES = {
+    "none.qhg": "1 0 0 0\n",
+    "nets.qhg": "1 0 2 0\n\n\n",
+    "cells.qhg": "1 3 0 0\n",
+    "small.qhg": "1 3 3 3 3\n5 1 2\n4 2\n1\n7 8 9\n",
+    "square.qhg": "1 2 2 4\n1 2\n1 2\n",
+    "bad.qhg": "1 2 1 2\n1 3\n",
+    "square.part": "0 1\n",
+    "none.part": "",
+}
+
+
+def objects_in(value):
+    """Every object in a value, the value itself first."""
+    if isinstance(value, dict):
+        yield value
+        for member in value.values():
+            yield from objects_in(member)
+    elif isinstance(value, list):
+        for member in value:
+            yield from objects_in(member)
+
+
+class JsonOutput(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        for name, text in FILES.items():
+            (self.folder / name).write_text(text)
+
+    def lines(self, *arguments):
+        run = subprocess.run([TOOL, *arguments], cwd=self.folder, capture_output=True, text=True)
+        return [json.loads(line) for line in run.stdout.splitlines()]
+
+    def all_lines(self):
+        files = sorted(name for name in FILES if name.endswith(".qhg")) + sorted(map(str, DATA.glob("*.qhg")))
+        lines = self.lines("stats", "--json", *files) + self.lines("stats", "--json", "--keep-small-nets", *files)
+        lines += self.lines("check", "--json", *files) + self.lines("check", "--json", "--symmetric", *files)
+        lines += self.lines("partition-info", "--json", "square.qhg", "square.part")
+        lines += self.lines("partition-info", "--json", "none.qhg", "none.part", "-k", "1")
+        self.assertEqual(len(lines), 4 * len(files) + 2)
+        return lines
+
+    def test_every_line_is_valid(self):
+        for line in self.all_lines():
+            with self.subTest(line=line):
+                VALIDATOR.validate(line)
+
+    def test_every_member_is_in_the_schema_and_required(self):
+        checked = set()
+        for line in self.all_lines():
+            for path in range(len(list(objects_in(line)))):
+                members = list(list(objects_in(line))[path])
+                for member in members:
+                    broken = copy.deepcopy(line)
+                    del list(objects_in(broken))[path][member]
+                    self.assertFalse(VALIDATOR.is_valid(broken), f"{line['command']} without {member}")
+                    checked.add(member)
+        self.assertIn("imbalance", checked)
+        self.assertIn("minimum_above_zero", checked)
+
+    def test_wrong_types_and_values_are_not_valid(self):
+        stats = self.lines("stats", "--json", "square.qhg")[0]
+        for change in (
+            {"schema_version": 2},
+            {"command": "dump"},
+            {"status": "fine"},
+            {"cells": -1},
+            {"cells": "2"},
+            {"cell_weight": []},
+            {"net_size": {**stats["net_size"], "distribution": [[1]]}},
+            {"net_size": {**stats["net_size"], "distribution": [[1, 2, 3]]}},
+        ):
+            with self.subTest(change=change):
+                self.assertFalse(VALIDATOR.is_valid({**stats, **change}))
+
+
+if __name__ == "__main__":
+    try:
+        import jsonschema
+    except ImportError:
+        print("skipped: there is no jsonschema; install python3-jsonschema")
+        sys.exit(SKIPPED)
+    TOOL, SCHEMA, DATA = sys.argv[1], json.loads(pathlib.Path(sys.argv[2]).read_text()), pathlib.Path(sys.argv[3])
+    jsonschema.Draft202012Validator.check_schema(SCHEMA)
+    VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
+    unittest.main(argv=sys.argv[:1])
