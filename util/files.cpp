@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,7 +37,7 @@ std::string forget(const std::FILE* stream) {
 
 }  // namespace
 
-std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
+std::FILE* ufopen(const char* name, const char* mode, const char* tag) try {
   // The system opens a directory for reading and only fails at the first read.
   std::error_code ignored;
   const bool directory = std::filesystem::is_directory(name, ignored);
@@ -49,6 +50,8 @@ std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
   forget(stream);  // a name left from one that was closed with fclose and stood at the same address
   open_streams().push_back({stream, name});
   return stream;
+} catch (const std::bad_alloc&) {
+  errexit("ufopen: cannot open '%s' with mode \"%s\" for \"%s\": %s", name, mode, tag, std::strerror(ENOMEM));
 }
 
 void ufclose(std::FILE* stream) {

@@ -1,0 +1,228 @@
+#!/usr/bin/env python3
+"""Too little of what the system rations, and files that ask for too much of it, for each command.
+
+limits_test.py TOOL [--long]
+"""
+
+import re
+import resource
+import sys
+import unittest
+
+from workplace import COMMANDS, MATRIX, OLD, TO_STANDARD_OUTPUT, WRITERS, Command, Workplace, faults_of
+
+MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
+MIB = 1 << 20
+NEVER_ENOUGH = 512 * MIB  # for the largest counts; plenty for all other files here
+
+EXTREMES = [
+    2**31 - 3,
+    2**31 - 2,
+    2**31 - 1,
+    2**31,
+    2**32 - 1,
+    2**32 + 1,
+    2**63 - 1,
+    2**64 + 1,
+    10**40,
+    -1,
+    -(2**31),
+    -(2**31) - 1,
+    0,
+]
+
+# A file of each format, in which every number is one after another replaced by an extreme one.
+FILES = {
+    "qhg": "1 3 2 5 3 1\n4 1 2\n5 1 2 3\n6 7 8\n",
+    "hgr": "2 3 11\n4 1 2\n5 1 2 3\n6\n7\n8\n",
+    "kub": "3\n2\n4 2 0 1\n5 3 0 1 2\n6\n7\n8\n",
+    "mtx": MATRIX,
+    "graph": "3 2 11\n4 2 5\n6 1 5 3 7\n8 2 7\n",
+    "json": '{"incidences":[{"edge":1,"node":2,"weight":1},{"edge":1,"node":3}],'
+    '"nodes":[{"node":2,"weight":4}],"edges":[{"edge":1,"weight":5}]}\n',
+}
+NUMBER = re.compile(r"(?<![\w.])\d+(?![\w.])")
+
+
+def limit(what, amount):
+    return lambda: resource.setrlimit(what, (amount, amount))
+
+
+class Limits(unittest.TestCase):
+    long = False
+
+    def setUp(self):
+        self.place = Workplace(TOOL)
+        self.addCleanup(self.place.close)
+
+    def expect_sound(self, command, good, outcome, olds=(), says=None):
+        faults = faults_of(command, good, outcome, olds)
+        if outcome.status == 1 and says is not None and not says.search(outcome.err):
+            faults.append(f"says nothing like {says.pattern}")
+        self.assertEqual(faults, [], f"{command.line}: {outcome.err[-300:]}")
+
+    def test_little_address_space(self):
+        """From the least that the system starts the tool with to what is enough."""
+        steps = range(4 * MIB, 160 * MIB, (MIB if self.long else 12 * MIB))
+        sizes = [size for size in steps if self.starts_in(size)]
+        self.assertGreater(len(sizes), 5)
+        for command in COMMANDS:
+            good = self.place.undisturbed(command)
+            olds = command.outputs
+            statuses = []
+            for size in sizes:
+                self.place.restore(olds)
+                outcome = self.place.run(command, before=limit(resource.RLIMIT_AS, size))
+                self.expect_sound(command, good, outcome, olds, MEMORY)
+                statuses.append(outcome.status)
+            self.assertEqual(statuses[-1], 0, command.line)
+
+    def starts_in(self, size):
+        outcome = self.place.run(Command("--version"), before=limit(resource.RLIMIT_AS, size))
+        return outcome.status == 0
+
+    def test_short_files(self):
+        """A limit on the size of files stands for a disk that gets full anywhere in a file."""
+        cannot = re.compile("File too large|is not whole")
+        for command in WRITERS + TO_STANDARD_OUTPUT:
+            good = self.place.undisturbed(command)
+            most = max(map(len, good.files.values() or [good.out]))
+            # What goes to standard output is a file and sometimes a short report, on which there is no limit.
+            too_short = most if good.files else most // 2
+            sizes = range(too_short) if self.long else sorted({0, 1, too_short // 2, too_short - 1})
+            for size in sizes:
+                self.place.restore(command.outputs)
+                outcome = self.place.run(command, before=limit(resource.RLIMIT_FSIZE, size))
+                self.assertEqual(outcome.status, 1, f"{command.line} in {size} bytes")
+                self.expect_sound(command, good, outcome, command.outputs, cannot)
+                self.assertEqual(outcome.files, {name: OLD for name in command.outputs}, command.line)
+            self.place.restore()
+            outcome = self.place.run(command, before=limit(resource.RLIMIT_FSIZE, most))
+            self.assertEqual((outcome.status, outcome.files), (0, good.files), command.line)
+
+    def test_few_open_files(self):
+        for command in COMMANDS:
+            good = self.place.undisturbed(command)
+            statuses = []
+            for count in range(3, 12):
+                self.place.restore(command.outputs)
+                outcome = self.place.run(command, before=limit(resource.RLIMIT_NOFILE, count))
+                # Below this the system cannot even load the libraries.
+                if outcome.status == 127:
+                    continue
+                self.expect_sound(command, good, outcome, command.outputs, re.compile("Too many open files"))
+                statuses.append(outcome.status)
+            self.assertEqual(statuses[-1], 0, command.line)
+
+    def test_extreme_numbers(self):
+        """Ends well or with a message, within memory that no extreme number is given, and leaves nothing behind."""
+        for suffix, text in FILES.items():
+            commands = [Command(f"convert x.{suffix} out.qhg", ["out.qhg"])]
+            if suffix == "qhg":
+                commands += [
+                    Command("stats x.qhg"),
+                    Command("stats --keep-small-nets x.qhg"),
+                    Command("check x.qhg"),
+                    Command("dump x.qhg"),
+                    Command("prune x.qhg -o out.qhg --max-size 3", ["out.qhg"]),
+                    Command("reorder x.qhg -o out.qhg --random", ["out.qhg"]),
+                    Command("partition-info x.qhg three.part"),
+                    Command("report x.qhg -o out.html", ["out.html"]),
+                ]
+            self.place.inputs["three.part"] = b"0 1 0\n"
+            for number in NUMBER.finditer(text):
+                for extreme in EXTREMES if self.long else EXTREMES[::3]:
+                    changed = text[: number.start()] + str(extreme) + text[number.end() :]
+                    for command in commands if self.long else commands[:5]:
+                        self.run_on(command, suffix, changed)
+
+    def run_on(self, command, suffix, text):
+        self.place.inputs["x." + suffix] = text.encode()
+        self.place.restore()
+        outcome = self.place.run(command, before=limit(resource.RLIMIT_AS, NEVER_ENOUGH))
+        with self.subTest(command=command.line, text=text):
+            self.assertIn(outcome.status, (0, 1), outcome.err)
+            if outcome.status == 0:
+                self.assertEqual(sorted(outcome.files), command.outputs)
+            else:
+                self.assertEqual(outcome.files, {})
+                self.assertRegex(outcome.err, "(?m)^quillon: ")
+        return outcome
+
+    def test_extreme_parts_and_orders(self):
+        for line, name, text, outputs in (
+            ("partition-info in.qhg x.part --write out.part", "part", "0 1 1 0 {} 1\n", ["out.part"]),
+            ("partition-info in.qhg in.part -k {}", None, "", []),
+            ("reorder in.qhg -o out.qhg --by-part x.part", "part", "0 1 1 0 {} 1\n", ["out.qhg"]),
+            ("reorder in.qhg -o out.qhg --perm x.perm", "perm", "3 1 2 {} 6 5\n", ["out.qhg"]),
+            ("prune in.qhg -o out.qhg --max-size {}", None, "", ["out.qhg"]),
+            ("dump in.qhg --cell {}", None, "", []),
+            ("dump in.qhg --net {}", None, "", []),
+            ("reorder in.qhg -o out.qhg --random --seed {}", None, "", ["out.qhg"]),
+        ):
+            for extreme in EXTREMES:
+                command = Command(line.format(extreme), outputs)
+                if name is not None:
+                    self.run_on(command, name, text.format(extreme))
+                    continue
+                self.place.restore()
+                outcome = self.place.run(command, before=limit(resource.RLIMIT_AS, NEVER_ENOUGH))
+                with self.subTest(command=command.line):
+                    # A number on the command line that cannot be is wrong usage.
+                    self.assertIn(outcome.status, (0, 1, 2), outcome.err)
+                    self.assertEqual(sorted(outcome.files), outputs if outcome.status == 0 else [])
+                    if outcome.status != 0:
+                        self.assertRegex(outcome.err, "(?m)^quillon: ")
+
+    def test_totals_that_wrap(self):
+        """Weights that 32 bits do not hold together are read, kept, and written as they are."""
+        most = 2**31 - 1
+        text = f"1 3 3 7 3\n{most} 1 2\n{most} 1 2 3\n{-most - 1} 2 3\n{most} {most} {-most - 1}\n"
+        self.place.inputs["x.qhg"] = text.encode()
+        lines = [line.encode() for line in text.splitlines()]
+        for command in (
+            Command("convert x.qhg out.qhg", ["out.qhg"]),
+            Command("prune x.qhg -o out.qhg --max-size 9", ["out.qhg"]),
+            Command("reorder x.qhg -o out.qhg --perm same", ["out.qhg"]),
+        ):
+            self.place.inputs["same"] = b"1 2 3\n"
+            self.place.restore()
+            outcome = self.place.run(command)
+            self.assertEqual(outcome.status, 0, outcome.err)
+            written = [line.strip() for line in outcome.files["out.qhg"].splitlines()]
+            for line in lines[1:4]:
+                self.assertIn(line, written)
+            self.assertEqual(b" ".join(written).count(lines[4]), 1)
+        self.place.restore()
+        for line in ("stats x.qhg", "stats --table x.qhg", "check x.qhg", "dump x.qhg"):
+            outcome = self.place.run(Command(line))
+            self.assertEqual((outcome.status, outcome.files), (0, {}), f"{line}: {outcome.err}")
+
+    def test_lines_at_the_limit(self):
+        """A net line has to be shorter than 16 MiB by six bytes; what imports has no such limit."""
+        most = 16 * MIB - 6
+        for length, fits in ((most, True), (most + 1, False), (16 * MIB, False)):
+            line = "1 2".ljust(length - 1) + "\n"
+            for suffix in ("qhg", "hgr"):
+                header = "1 2 1 2\n" if suffix == "qhg" else "1 2\n"
+                self.place.inputs["x." + suffix] = (header + line).encode()
+            self.place.restore()
+            for command, is_read in (
+                (Command("stats --summary x.qhg"), fits),
+                (Command("check x.qhg"), fits),
+                (Command("prune x.qhg -o - --max-size 3"), fits),
+                (Command("convert x.qhg - --to kub"), True),
+                (Command("convert x.hgr - --to kub"), True),
+            ):
+                outcome = self.place.run(command)
+                self.assertEqual(outcome.status, 0 if is_read else 1, f"{length} bytes, {command.line}: {outcome.err}")
+                if not is_read:
+                    self.assertIn("Buffer for fgets not big enough", outcome.err)
+
+
+if __name__ == "__main__":
+    TOOL = sys.argv.pop(1)
+    if "--long" in sys.argv:
+        sys.argv.remove("--long")
+        Limits.long = True
+    unittest.main()
