@@ -22,6 +22,11 @@ if(QUILLON_TOOLS AND NOT QUILLON_DEBIAN AND EXISTS ${PROJECT_SOURCE_DIR}/man/qui
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillon_tool)
 endif()
 
+if(QUILLON_TOOLS)
+  install(FILES ${PROJECT_SOURCE_DIR}/completions/quillon.bash RENAME quillon
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT quillon_tool)
+endif()
+
 # For what the folders of other targets install.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME quillon_tool)
 if(BUILD_SHARED_LIBS AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_INSTALL_RPATH)

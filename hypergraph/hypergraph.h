@@ -96,7 +96,9 @@ Hypergraph* create_hypergraph(int tag);
 
 /// Releases a record of `create_hypergraph`, and with it every younger block of pool 0. Pool 1 is left alone.
 ///
-/// @return  What `poolfree_upto` returns.
+/// @param h     Not to be used afterwards. Its arrays go first, by `destroy_hypergraph_data`.
+/// @return      What `poolfree_upto` returns.
+/// @par Errors  A record that pool 0 does not hold is fatal.
 int destroy_hypergraph(Hypergraph* h);
 
 /// Takes the arrays of a record from the pools, uncleared and sized by `_c`, `_n` and `_p`, which must be set
@@ -107,18 +109,29 @@ int destroy_hypergraph(Hypergraph* h);
 /// @param withNetList  Non-zero: `_net_list` as well (pool 1); zero: null.
 /// @param withFixed    Non-zero: `_fixedAtPart` as well; zero: left as it is.
 /// @param withLabels   Non-zero: `_nlabel` and `_clabel` as well; zero: left as they are.
+/// @par Errors         A pool that cannot grow is fatal.
+/// @par Memory         40 bytes a cell, 28 a net, 4 a pin, and 4 an entry of every optional array.
 void create_hypergraph_data(Hypergraph* h, int withNetList, int withFixed, int withLabels);
 
 /// Releases the arrays of `create_hypergraph_data`, and `_internets` if there is one, newest first. The
 /// fields keep their now dangling values: `destroy_hypergraph` comes next.
+///
+/// @param h     A record of `create_hypergraph_data`. Every younger block of either pool goes too.
+/// @par Errors  An array that its pool does not hold is fatal.
 void destroy_hypergraph_data(Hypergraph* h);
 
 /// Initialises a record of the caller's (counts and `_fmt` are kept) and takes `_clst`, `_nlst`, `_cell_list`
-/// and `_net_list` from the heap, uncleared and sized by `_c`, `_n` and `_p`. Release with `free_hypergraph`.
+/// and `_net_list` from the heap, uncleared and sized by `_c`, `_n` and `_p`.
+///
+/// @param h     With counts that are set and not negative; nothing in it is released before. Release with
+///              `free_hypergraph`.
+/// @par Errors  Out of memory is fatal.
 void malloc_hypergraph(Hypergraph* h);
 
 /// Gives the four arrays of a heap record back and sets them to null. Nothing else is freed, the record
 /// included.
+///
+/// @param h  A record whose arrays are from the heap, or null.
 void free_hypergraph(Hypergraph* h);
 
 /// @}
@@ -145,6 +158,9 @@ int construct_net_list(Hypergraph* h, int* work);
 int construct_cell_list(Hypergraph* h, int* work);
 
 /// Sorts each net's pins into increasing cell number, in place. The cell side is not touched.
+///
+/// @param h    Needs its nets. Those whose `pins` is null are skipped.
+/// @par Cost   O(s log s) for a net of s pins, on top of O(`_n`).
 void SortPins(Hypergraph* h);
 
 /// @}
@@ -157,27 +173,31 @@ void SortPins(Hypergraph* h);
 ///
 /// @param h  Needs both sides built. Every cell's `inw` becomes 0, while `_totinw`, `_totnw`, `_virtualnets`
 ///           and the nets stay: verify a record with `CheckListsofHypergraph` before this, not after.
+/// @par Cost O(cells and pins), no allocation.
 void set_hypergraph_infos(Hypergraph* h);
 
 /// Sets the weight of every net and cell to 1, and `_totcw` to `_c`. Nothing else follows until
 /// `set_hypergraph_infos` is run.
+///
+/// @param h  Needs its cells and nets. `_totnw`, `_totinw`, `_virtualnets`, `_fmt` and every `inw` stay.
 void clear_weights(Hypergraph* h);
 
 /// Renders the summary as two lines of text, with a line end before, between and after them.
 ///
-/// @return  A static buffer that the next call overwrites.
+/// @param h  Read only: its counts and summaries, and no array.
+/// @return   A static buffer of the library's that the next call overwrites.
 char* HygrInfo(const Hypergraph* h);
 
 /// @}
 /// @name Reading the text format
 /// Comment lines begin with "%". The first other line is the header: numbering (0 or 1, the number of the
-/// first cell), #cells, #nets, #pins and, if wanted, fmt (bit 1: cell weights follow the nets; bit 2: each
-/// net line begins with the net's weight) and the number of weights a cell has, of which the first counts.
-/// Then one line of cell numbers a net, then the cell weights in any number of lines.
+/// first cell), how many cells, nets and pins there are and, if wanted, fmt (bit 1: cell weights follow the
+/// nets; bit 2: each net line begins with the net's weight) and the number of weights a cell has, of which
+/// the first counts. Then one line of cell numbers a net, then the cell weights in any number of lines.
 ///
 /// Numbers are read as strtol does in base 10 with 64 bits, and keep their low 32. Every line, the last one
-/// too, must end with a line end: what follows the last one is not read. A line may hold 16 MiB or #pins
-/// bytes, whichever is more, less 6.
+/// too, must end with a line end: what follows the last one is not read. A line may hold 16 MiB or as many
+/// bytes as there are pins, whichever is more, less 6.
 /// @{
 
 /// Reads a hypergraph and removes the nets with fewer than two pins: a net with one pin adds its weight to
@@ -192,7 +212,7 @@ char* HygrInfo(const Hypergraph* h);
 ///               a removed net when the next net names it) and about missing cell weights (they become 1).
 /// @return       Number of nets removed.
 /// @par Errors   A header that is incomplete, out of range or with counts that no record can have; a cell
-///               number outside 1 .. #cells after the numbering; a pinless net of weight 2 or more; a number
+///               number outside 1 .. `_c` after the numbering; a pinless net of weight 2 or more; a number
 ///               of pins other than announced; a line too long; a line of cell weights without its line end.
 ///               All fatal.
 /// @par Hangs    When the input ends in a comment line while a net or weight line is still due, this never
@@ -201,16 +221,30 @@ char* HygrInfo(const Hypergraph* h);
 int read_hypergraphFromFile(Hypergraph* h, std::FILE* ifp, int check);
 
 /// `read_hypergraphFromFile` on a named file.
+///
+/// @param h         As there.
+/// @param filename  File to read. One that cannot be opened is fatal.
+/// @param check     As there.
+/// @return          Number of nets removed.
 int read_hypergraph(Hypergraph* h, const char* filename, int check);
 
 /// Reads a hypergraph as `read_hypergraphFromFile` does, but keeps every net as the file gives it.
 ///
-/// @return  0. `_totinw` and `_virtualnets` stay 0, `_totnw` counts every net.
+/// @param h      As there; `_totinw` and `_virtualnets` stay 0, `_totnw` counts every net.
+/// @param ifp    As there.
+/// @param check  As there.
+/// @return       0.
+/// @par Errors   As there, but pinless nets may have any weight, and a last line of cell weights without its
+///               line end is fatal also when it is the end of the file.
+/// @par Hangs    As there.
 int read_hypergraph_with_onepin_netsFromFile(Hypergraph* h, std::FILE* ifp, int check);
 
 /// `read_hypergraph_with_onepin_netsFromFile` on a named file.
 ///
-/// @return  1.
+/// @param h         As there.
+/// @param filename  File to read. One that cannot be opened is fatal.
+/// @param check     As there.
+/// @return          1.
 int read_hypergraph_with_onepin_nets(Hypergraph* h, const char* filename, int check);
 
 /// @}
@@ -229,7 +263,14 @@ int read_hypergraph_with_onepin_nets(Hypergraph* h, const char* filename, int ch
 /// @par Errors       Another fmt or numbering is fatal, before anything is written.
 int write_hypergraph2File(const Hypergraph* h, std::FILE* ofp, int numbering, int fmt);
 
-/// `write_hypergraph2File` to a named file, which is created or replaced. Lost data are fatal.
+/// `write_hypergraph2File` to a named file, which is created or replaced.
+///
+/// @param h          As there.
+/// @param filename   File to write.
+/// @param numbering  As there.
+/// @param fmt        As there; it and the numbering are looked at after the file has been opened.
+/// @return           0.
+/// @par Errors       A file that cannot be opened, and data that did not arrive, are fatal as well.
 int write_hypergraph(const Hypergraph* h, const char* filename, int numbering, int fmt);
 
 /// @}
@@ -241,8 +282,10 @@ int write_hypergraph(const Hypergraph* h, const char* filename, int numbering, i
 
 /// Exports the nets of a hypergraph.
 ///
+/// @param h      Read only; needs its nets, and `_p` to be the number of their pins at least.
 /// @param xnadj  Out: an array of `_n` + 2 ints, the caller's to give back with `_usfree`.
 /// @param nadj   Out: an array of `_p` + 2 ints, likewise.
+/// @par Errors   Out of memory is fatal.
 void hypergraph_Fill2Arr(const Hypergraph* h, int** xnadj, int** nadj);
 
 /// Builds a hypergraph from net arrays, both sides, with weights of 1.
@@ -250,6 +293,8 @@ void hypergraph_Fill2Arr(const Hypergraph* h, int** xnadj, int** nadj);
 /// @param h         Overwritten but for `_fmt`, nothing in it is released before. The totals are 0: see
 ///                  `set_hypergraph_infos`. Of the cells only `w`, `wdeg` and the lists are set. Release with
 ///                  `free_hypergraph`.
+/// @param nnets     Number of nets, not negative.
+/// @param ncells    Number of cells, not negative.
 /// @param xnadj     Read only, not decreasing; `xnadj[1]` need not be 0.
 /// @param nadj      Read only, cell numbers in 1 .. `ncells`.
 /// @param diagonal  Null, or a mark for each net, entries 1 .. `nnets`: 0 adds cell j to net j, if there is a
@@ -264,11 +309,14 @@ void hypergraph_LoadFromArr(Hypergraph* h, int nnets, int ncells, const int* xna
 /// A net line that is missing at the end of the file counts as the line before once more, and a last line
 /// without its line end counts. Cell numbers are not compared with the number of cells.
 ///
-/// @param ncells  Out, as is `nnets`: the header's.
-/// @param xnadj   Out, as is `nadj`: arrays that are the caller's to give back with `_usfree`.
-/// @par Errors    A header that is incomplete or out of range, a line too long, a number of pins other than
-///                announced.
-/// @par Hangs     When the file ends in a comment line while a net line is still due, this never returns.
+/// @param filename  File to read.
+/// @param ncells    Out: the header's number of cells, as it stands.
+/// @param nnets     Out: the header's number of nets, as it stands.
+/// @param xnadj     Out: where each net begins, the caller's to give back with `_usfree`.
+/// @param nadj      Out: the cell numbers, likewise.
+/// @par Errors      A file that cannot be opened, a header that is incomplete or out of range, a line too
+///                  long, a number of pins other than announced. All fatal.
+/// @par Hangs       When the file ends in a comment line while a net line is still due, this never returns.
 void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** xnadj, int** nadj);
 
 /// @}
@@ -277,13 +325,19 @@ void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** 
 
 /// Writes the hMETIS format with net and cell weights (code 11), cells numbered from 1.
 ///
-/// @return  0.
+/// @param h         Read only; needs its nets, and the cells' `w`.
+/// @param filename  File to write, created or replaced.
+/// @return          0.
+/// @par Errors      A file that cannot be opened, and data that did not arrive, are fatal.
 int write_hmetis_hypergraph(const Hypergraph* h, const char* filename);
 
 /// Writes the kub format: number of cells, number of nets, a line of weight, size and cells (from 0) for each
 /// net, the cell weights. Closes with fclose: whether all of it arrived is not asked.
 ///
-/// @return  0.
+/// @param h         Read only; needs its nets, and the cells' `w`.
+/// @param filename  File to write, created or replaced.
+/// @return          0.
+/// @par Errors      A file that cannot be opened is fatal.
 int write_kub_hypergraph(const Hypergraph* h, const char* filename);
 
 /// @}
@@ -293,15 +347,27 @@ int write_kub_hypergraph(const Hypergraph* h, const char* filename);
 /// @{
 
 /// Writes the `pno` of every cell.
+///
+/// @param h         Read only.
+/// @param filename  File to write, created or replaced.
+/// @par Errors      A file that cannot be opened, and data that did not arrive, are fatal.
 void write_part_info(const Hypergraph* h, const char* filename);
 
 /// Writes entries 1 .. n of an array.
+///
+/// @param n         Number of cells; 0 or less makes an empty file.
+/// @param partvec   Read only, n + 1 ints; entry 0 is not looked at.
+/// @param filename  File to write, created or replaced.
+/// @par Errors      A file that cannot be opened, and data that did not arrive, are fatal.
 void write_partvec(int n, const int* partvec, const char* filename);
 
 /// Reads the `pno` of every cell with `read_array`: any white space between the numbers, and no limit on
 /// them.
 ///
-/// @par Memory  Takes `_c` + 1 ints from the heap and gives them back.
+/// @param h         Gets the `pno` of cells 1 .. `_c`; nothing else is touched.
+/// @param filename  File to read.
+/// @par Errors      As of `read_array`: too few numbers, or something else than a number, are fatal.
+/// @par Memory      Takes `_c` + 1 ints from the heap and gives them back.
 void read_part_info(Hypergraph* h, const char* filename);
 
 /// @}
@@ -349,10 +415,18 @@ int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* 
 /// The weights of set-aside nets stay in `_totnw`. A pair in `_internets` names the copy's number of the
 /// cell, while the weight goes to the copy's cell that has the source's number.
 ///
-/// @param h         The pins of nets with two pins or more change their order.
+/// @param h         The pins of nets with two pins or more change their order, the rest stays. The cells'
+///                  lists, which have no order of pins, remain right.
+/// @param nh        As there.
+/// @param netorder  As there.
 /// @param cellperm  Out, source `_c` + 1 ints: the copy's number of each source cell; `_clabel` is its
-///                  inverse.
-/// @param celldeg   Out, by copy cell number, as is `cellend`.
+///                  inverse. Entry 0 is left alone.
+/// @param celldeg   As there, by the copy's cell numbers.
+/// @param cellend   As there, by the copy's cell numbers.
+/// @param maxsize   As there.
+/// @param nmulti    As there.
+/// @param mode      As there.
+/// @return          0.
 /// @par Draws       `PermuteInPlace` of the net order, then of the cells, then for each copied net
 ///                  `uRandom(r)` for r from its size down to 1.
 int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* cellperm, int* celldeg,
@@ -373,6 +447,7 @@ int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, i
 /// Renumbers a hypergraph with as many cells as nets by part: the cells of the first part come first, then
 /// those of the next, in their old order within a part, and net i stays the partner of cell i.
 ///
+/// @param h     Read only; as for `PermuteHypergraph`, and as many cells as nets.
 /// @param k     Number of parts; every `pno` lies in 0 .. k - 1.
 /// @param nh    As for `PermuteHypergraph`.
 /// @par Errors  Different numbers of cells and nets are fatal.
@@ -390,12 +465,16 @@ void SymmetricPermute(const Hypergraph* h, int k, Hypergraph* nh);
 /// deviation and coefficient of variation of the cell degree, its smallest value above 0, number of cells of
 /// degree 0, its largest value; the same six of the net size; smallest, largest and total cell weight; the
 /// same of net weight.
+///
+/// @param h  Read only.
 void prinfo_hypergraph(const Hypergraph* h);
 
 /// Prints a report with the distributions of cell degree and net size through `uprintf`.
 ///
 /// The smallest degree and size count zeros here. Takes two heap arrays of largest degree + 1 and largest
 /// size + 1 ints and does not give them back.
+///
+/// @param h  Read only.
 void pr_detailinfo_hypergraph(const Hypergraph* h);
 
 /// @}
@@ -409,6 +488,10 @@ void pr_detailinfo_hypergraph(const Hypergraph* h);
 ///
 /// The net weights are compared with `_totnw` only when the sum of `inw` is not `_totinw`. Nets without pins
 /// that carry weight draw a warning. Prints a line before and after through `uprintf`.
+///
+/// @param h     Read only; needs both sides built, and the totals of a reader or a copy.
+/// @par Errors  The first entry that is not named back exactly once, another number of pins or another sum
+///              of weights than the record says: each is fatal with a message of its own.
 void CheckListsofHypergraph(const Hypergraph* h);
 
 /// Verifies that both sides name each other exactly once, each list taken to end where the next one starts.
@@ -420,6 +503,7 @@ void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 /// Decides whether there are as many cells as nets and cell i lists the numbers that net i lists, for every
 /// i.
 ///
+/// @param h        Read only; needs both sides built.
 /// @param verbose  Non-zero: print what is examined and why the answer is no.
 /// @return         1 for symmetric, 0 for not.
 /// @par Errors     Lists of equal length that differ are fatal, after both are printed; so is a number that
@@ -432,12 +516,20 @@ int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
 /// @{
 
 /// Prints the pins of net j with their part numbers and weights.
+///
+/// @param h  Read only.
+/// @param j  A net, 1 .. `_n`; of a pruning copy also one of those set aside.
 void PrintPins(const Hypergraph* h, int j);
 
 /// Prints the nets of cell i with their weights.
+///
+/// @param h  Read only.
+/// @param i  A cell, 1 .. `_c`.
 void PrintNets(const Hypergraph* h, int i);
 
 /// Prints the whole hypergraph, both sides.
+///
+/// @param h  Read only.
 void PrintHypergraph(const Hypergraph* h);
 
 /// @}

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|lint|coverage|memcheck|package ...
+# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|..., as listed below.
 set -euo pipefail
 
 packages=()
@@ -9,10 +9,13 @@ for job in "$@"; do
     test)
       packages+=(libgtest-dev libgmock-dev clang libclang-rt-14-dev gzip)
       packages+=(python3 python3-scipy python3-jsonschema python3-networkx metis)
-      packages+=(pkg-config binutils libptscotch-dev libopenmpi-dev openmpi-bin)
+      packages+=(pkg-config binutils libptscotch-dev libopenmpi-dev openmpi-bin doxygen mandoc)
       ;;
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev libgtest-dev) ;;
+    browser) packages+=(chromium) ;;
+    docs) packages+=(doxygen mandoc) ;;
     coverage) packages+=(gcovr) ;;
     memcheck) packages+=(valgrind) ;;
     package) packages+=(dpkg-dev file lintian debootstrap) ;;

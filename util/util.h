@@ -33,16 +33,23 @@ static_assert(sizeof(int) == 4, "the record and its files count in 32 bits");
 /// Takes an uncleared array of `count` ints from the heap, as `umalloc` does.
 ///
 /// @param count  Elements, not bytes; 0 is allowed, a negative count is fatal.
+/// @param tag    As for `umalloc`.
+/// @return       Array of the caller's; give it back with `_usfree`.
 [[nodiscard]] std::int32_t* imalloc(std::int64_t count, const char* tag);
 
 /// Grows or shrinks a heap block, keeping its contents up to the smaller size.
 ///
 /// @param block  From `umalloc`, `imalloc` or `urealloc`, or null for a new block. No longer valid
 ///               afterwards.
+/// @param bytes  New size; 0 gives a block of its own too.
+/// @param tag    As for `umalloc`.
+/// @return       The block, perhaps at another address; what it has grown by is uncleared.
 /// @par Errors   As for `umalloc`.
 [[nodiscard]] void* urealloc(void* block, std::uint64_t bytes, const char* tag);
 
-/// Gives back a heap block. Null is allowed and does nothing.
+/// Gives back a heap block.
+///
+/// @param block  From `umalloc`, `imalloc` or `urealloc`; null is allowed and does nothing.
 void _usfree(void* block);
 
 /// @}
@@ -57,6 +64,7 @@ void _usfree(void* block);
 /// @param pool   0 or 1; anything else is fatal.
 /// @param bytes  Size; a block of 0 bytes has an address of its own.
 /// @param tag    What the block is for; a literal, kept with the block.
+/// @return       Block of the pool's until `poolfree_upto` releases it or an older one.
 /// @par Errors   A pool that cannot grow is fatal and names pool, tag and byte count.
 [[nodiscard]] void* poolalloc(int pool, std::uint64_t bytes, const char* tag);
 
@@ -64,6 +72,7 @@ void _usfree(void* block);
 ///
 /// Memory beyond 64 MiB above the new top goes back to the system.
 ///
+/// @param pool   0 or 1; anything else is fatal.
 /// @param block  A block that the pool still holds.
 /// @param tag    Names the release in the message below.
 /// @return       Number of blocks released, at least 1.
@@ -79,14 +88,19 @@ int poolfree_upto(int pool, void* block, const char* tag);
 
 /// Ends the program: flushes standard output, writes "quillon: error: ", the text and a line end to standard
 /// error, and exits with status 1.
+///
+/// @param format  What was wrong.
 [[noreturn, gnu::format(printf, 1, 2)]] void errexit(const char* format, ...);
 
 /// Writes "quillon: warning: ", the text and a line end to standard error.
+///
+/// @param format  What is odd.
 [[gnu::format(printf, 1, 2)]] void uwarning(const char* format, ...);
 
 /// Writes the text to standard output, nothing added.
 ///
-/// @return  Number of bytes written, negative after a failure.
+/// @param format  The text.
+/// @return        Number of bytes written, negative after a failure.
 [[gnu::format(printf, 1, 2)]] int uprintf(const char* format, ...);
 
 /// @}
@@ -104,7 +118,8 @@ int poolfree_upto(int pool, void* block, const char* tag);
 
 /// Closes a stream.
 ///
-/// @par Errors  Fatal when anything written to the stream was lost (a full disk) or when reading it had
+/// @param stream  Open, from `ufopen` or elsewhere; not to be used afterwards.
+/// @par Errors    Fatal when anything written to the stream was lost (a full disk) or when reading it had
 ///              failed; the message names the file.
 void ufclose(std::FILE* stream);
 
@@ -123,11 +138,18 @@ void read_array(const char* filename, std::int32_t* array, int count, int first)
 /// @name Order and chance
 /// @{
 
-/// Sorts `count` ints into increasing order in place.
+/// Sorts ints into increasing order in place.
+///
+/// @param count   How many.
+/// @param values  `count` ints of the caller's.
+/// @par Cost      O(count log count), no allocation.
 void uqsorti(std::uint64_t count, std::int32_t* values);
 
 /// Rearranges the entries into a uniformly random order: for i = count, count - 1, .. 2, entry i (from 1) is
 /// swapped with entry `uRandom(i) + 1` (Fisher-Yates). A count below 2 draws nothing.
+///
+/// @param values  `count` ints of the caller's.
+/// @param count   How many.
 void PermuteInPlace(std::int32_t* values, int count);
 
 /// Draws a uniform integer in 0 .. m - 1.
@@ -137,13 +159,16 @@ void PermuteInPlace(std::int32_t* values, int count);
 /// multiplication with rejection ("Fast Random Integer Generation in an Interval", ACM TOMACS 29(1), 2019),
 /// so that no value is favoured.
 ///
-/// @param m     At least 1; less is fatal. A draw with m = 1 advances the stream like any other.
+/// @param m  At least 1; less is fatal. A draw with m = 1 advances the stream like any other.
+/// @return   The number drawn.
 int uRandom(int m);
 
 /// Restarts the stream of `uRandom`. The same seed gives the same stream on every platform and compiler.
 ///
 /// The state is four numbers of SplitMix64 (G. Steele, D. Lea, C. Flood, OOPSLA 2014) started at the seed. A
 /// program that never calls this gets the stream of seed 0.
+///
+/// @param seed  Any value; each gives a stream of its own.
 void uSeed(std::uint64_t seed);
 
 /// @}

@@ -1,0 +1,198 @@
+#!/usr/bin/env bash
+# Looks whether the documents say what there is.
+# Usage: docs_test.sh links|reference|transcripts SOURCE_DIR
+#        docs_test.sh manual|completion SOURCE_DIR TOOL
+# Ends with status 77 when a program that it needs is not there.
+set -euo pipefail
+job=$1
+source_dir=$(realpath "$2")
+tool=$(realpath "${3:-/}")
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+failures=0
+
+fail() {
+  echo "docs_test: $*" >&2
+  failures=$((failures + 1))
+}
+
+needs() {
+  command -v "$1" >/dev/null || { echo "docs_test: skipped, there is no $1" && exit 77; }
+}
+
+same() {  # same WHAT EXPECTED FOUND
+  [ "$2" = "$3" ] || fail "$1:"$'\n'"$(diff <(echo "$2") <(echo "$3") || true)"
+}
+
+sorted() {
+  LC_ALL=C sort -u
+}
+
+commands() {
+  "$tool" --help | sed -n '/^Subcommands:/,/^$/{s/^  \([a-z-]\{1,\}\) .*/\1/p}'
+}
+
+topics() {
+  "$tool" help | awk '/^Commands:/ { exit } /^  / { print $1 }'
+}
+
+options_of() {  # of a command: the long name of each option, the short one of those without
+  "$tool" "$@" --help | sed -nE '/^(Positionals|Examples):/,/^$/d; s/^ +((-[a-z]),?)?(--[a-z-]+)?([ :].*|$)/\2 \3/p' |
+    awk 'NF { print $NF }' | sorted
+}
+
+# Every relative link of a document leads somewhere.
+check_links() {
+  local document link nlinks=0
+  while read -r document; do
+    while read -r link; do
+      nlinks=$((nlinks + 1))
+      [ -e "$(dirname "$document")/${link%%#*}" ] || fail "$document: there is no '$link'"
+    done < <(grep -oE '\]\([^)]+\)' "$document" | sed -E 's/^\]\((.*)\)$/\1/' | grep -vE '^(https?:|mailto:|#)' || true)
+  done < <(find "$source_dir" -name '*.md' -not -path '*/build/*' -not -path '*/.git/*')
+  [ "$nlinks" -gt 0 ] || fail "no document has a link"
+  echo "links: $nlinks"
+}
+
+doxygen_at() {  # doxygen_at FOLDER: builds the reference of the headers there
+  (cd "$1" && { cat docs/Doxyfile; echo "OUTPUT_DIRECTORY = $place/reference"; } | doxygen -) >"$place/log" 2>&1
+}
+
+# Everything exported is documented, and what is not would be noticed.
+check_reference() {
+  needs doxygen
+  doxygen_at "$source_dir" || fail "the headers lack something: $(cat "$place/log")"
+  [ ! -s "$place/log" ] || fail "doxygen says: $(cat "$place/log")"
+  local name
+  for name in read_hypergraph CopyConsHypergraph PrintPins poolfree_upto uSeed; do
+    grep -rq "$name" "$place/reference/html" || fail "the reference has no $name"
+  done
+
+  mkdir "$place/broken"
+  cp -r "$source_dir/docs" "$source_dir/hypergraph" "$source_dir/util" "$place/broken"
+  sed -i 's|^/// @param maxsize .*|///|' "$place/broken/hypergraph/hypergraph.h"
+  ! doxygen_at "$place/broken" || fail "a parameter without a word on it went unnoticed"
+  grep -q maxsize "$place/log" || fail "the parameter is not named: $(cat "$place/log")"
+}
+
+# The page is sound, and has a section for every command, with the options of that command.
+check_manual() {
+  needs mandoc
+  local page=$source_dir/man/quillon.1 command
+  mandoc -T lint -W warning "$page" || fail "the manual page has flaws"
+  same "commands in the manual page" "$(commands | sorted)" "$(sed -n 's/^\.Ss //p' "$page" | sorted)"
+  for command in $(commands); do
+    same "options of $command in the manual page" "$(options_of "$command")" "$({
+      echo --help
+      [ "$command" = help ] || echo --quiet
+      sed -n "/^\.Ss $command\$/,/^\.S[sh] /p" "$page" | grep '^\.It Fl' | sed -E 's/ , Fl /\n.It Fl /g' |
+        sed -E 's/^\.It Fl ([^ ]+).*/-\1/; s/\\-/-/' | grep -vx -e -o
+    } | sorted)"
+  done
+  same "topics in the manual page" "$(topics | sorted)" \
+    "$(sed -n '/^\.Ss help$/,/^\.Sh/s/^\.Cm //p' "$page" | tr -d ' .' | tr ',' '\n' | sorted)"
+}
+
+completions() {  # completions WORD...: what is offered for the last word, sorted, on one line
+  (
+    cd "$place/files"
+    # shellcheck source=/dev/null
+    source "$source_dir/completions/quillon.bash"
+    COMP_WORDS=(quillon "$@")
+    COMP_CWORD=$#
+    _quillon
+    printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | paste -sd ' '
+  )
+}
+
+offers() {  # offers EXPECTED WORD...
+  same "completion of 'quillon ${*:2}'" "$1" "$(completions "${@:2}")"
+}
+
+check_completion() {
+  mkdir -p "$place/files/folder"
+  (cd "$place/files" && touch a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz f.part g.html "h 1.qhg" i.json)
+
+  local command
+  offers "$(commands | sorted | paste -sd ' ')" ""
+  offers "$({ commands; topics; } | sorted | paste -sd ' ')" help ""
+  offers "$(options_of | paste -sd ' ')" -
+  for command in $(commands); do
+    offers "$(options_of "$command" | paste -sd ' ')" "$command" -
+  done
+  offers "--table" stats --t
+  offers "partition-info prune" p
+  offers "" nothing ""
+
+  offers "a.qhg b.qhg.gz folder h 1.qhg" stats ""
+  offers "a.qhg b.qhg.gz folder h 1.qhg" check --symmetric a.qhg ""
+  offers "a.qhg" stats a
+  offers "f.part" stats f.  # nothing else begins so
+  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" convert ""
+  offers "a.qhg c.hgr folder h 1.qhg i.json" convert --from mtx a.qhg ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" partition-info -k 3 ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz f.part folder g.html h 1.qhg i.json" partition-info -k 3 a.qhg ""
+  offers "folder g.html" report a.qhg -o ""
+  offers "a.qhg folder h 1.qhg" prune --output ""
+
+  local formats="hif hmetis kub metis mtx quillon"
+  offers "$formats" convert --from ""
+  offers "${formats/ metis/}" convert --to ""
+  offers "hif hmetis" convert --from = h
+  offers "$formats" convert --from =
+  offers "both" convert a.qhg --weights b
+  offers "column-net fine-grain row-net" convert --model ""
+  offers "0 1" convert --numbering ""
+  offers "" prune --max-size ""
+
+  # What the tool takes for an option is what is offered for it.
+  local option words
+  for option in --from --to --weights --model --numbering; do
+    words=$("$tool" convert --help | sed -nE "s/^  $option ([a-z0-9|-]+)\$/\1/p; s/^  $option ([a-z0-9|-]+) .*/\1/p" | tr '|' '\n')
+    [ -n "$words" ] || fail "the help on convert has no values of $option"
+    [ "$option" != --to ] || words=$(grep -vx metis <<<"$words")  # which is only read
+    offers "$(sorted <<<"$words" | paste -sd ' ')" convert "$option" ""
+  done
+}
+
+# A transcript that is not true, or not one, is noticed.
+check_transcripts() {
+  local shown=$place/shown.md
+  printf '%s\n' '```text file=two.txt' 'one' 'two' '```' '```console' '$ cat two.txt' 'one' 'two' '$ echo a \' '  b' \
+    'a b' '$ false; echo $?' '1' '```' >"$shown"
+  transcripts() { "$source_dir/tests/build/transcripts_test.py" /bin/true "$place/$1.md" >"$place/log"; }
+  transcripts shown || fail "a true transcript fails: $(cat "$place/log")"
+
+  noticed() {  # noticed WHAT SED_COMMAND
+    sed "$2" "$shown" >"$place/changed.md"
+    ! cmp -s "$shown" "$place/changed.md" || fail "'$2' changes nothing"
+    if transcripts changed; then fail "$1 went unnoticed"; fi
+  }
+  noticed "another letter" '7s/one/onE/'
+  noticed "a blank at the end" '8s/$/ /'
+  noticed "a line too many" '8s/$/\nthree/'
+  noticed "a line too few" '8d'
+  noticed "a status that is not shown" 's/; echo \$?//; /^1$/d'
+  noticed "a file that nobody uses" '6,8d'
+  noticed "a block that does not end" '$d'
+  noticed "a block that does not begin with a command" '6d'
+  noticed "a document without transcripts" '5,$d'
+
+  sed '7s/one/onE/' "$shown" >"$place/changed.md"
+  "$source_dir/tests/build/transcripts_test.py" --update /bin/true "$place/changed.md" >/dev/null
+  cmp "$shown" "$place/changed.md" || fail "--update does not restore what the commands print"
+}
+
+case "$job" in
+  links) check_links ;;
+  reference) check_reference ;;
+  transcripts) check_transcripts ;;
+  manual) check_manual ;;
+  completion) check_completion ;;
+  *) fail "there is no job '$job'" ;;
+esac
+if [ "$failures" -gt 0 ]; then
+  echo "docs_test: $job: $failures failures" >&2
+  exit 1
+fi
+echo "docs_test: $job: fine"
