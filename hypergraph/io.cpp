@@ -665,8 +665,20 @@ const char* append_plain_nets(NetArrays& arrays, std::int64_t& j, bool& weight_d
   return at;
 }
 
+// Gives nets j .. nnets the `size` pins of the net before, as far as there is room, with what stands behind
+// the last of them.
+void repeat_net(NetArrays& arrays, std::int64_t j, int nnets, std::int64_t size, int behind) {
+  for (; j <= nnets; ++j) {
+    const std::int64_t nstored = std::min(arrays.room - arrays.npins, size);
+    if (nstored > 0) std::copy_n(arrays.nadj + arrays.npins - size, nstored, arrays.nadj + arrays.npins);
+    arrays.npins += size;
+    if (arrays.npins < arrays.room) arrays.nadj[arrays.npins] = behind;
+    arrays.xnadj[j + 1] = as_int(arrays.npins);
+  }
+}
+
 // Whether a line was read is not asked: at the end of the input, a missing net line is the line before once
-// more.
+// more. It is parsed once for all of them: a file of a few bytes may announce millions of nets.
 void read_net_arrays(NetArrays& arrays, Lines& lines, const Header& header) {
   std::int64_t j = 1;
   arrays.xnadj[1] = 0;
@@ -676,6 +688,8 @@ void read_net_arrays(NetArrays& arrays, Lines& lines, const Header& header) {
         append_plain_nets(arrays, j, weight_due, lines, line_end(lines), whole_lines_end(lines), header);
     if (j > header.nnets) break;
 
+    const bool is_missing = lines.at_end && std::feof(lines.stream) != 0;
+    const std::int64_t npins_before = arrays.npins;
     const std::ptrdiff_t done = at - line_end(lines);  // bytes of the line that is fetched now
     next_line(lines);
     if (too_long(lines, line_length(lines)))
@@ -687,6 +701,7 @@ void read_net_arrays(NetArrays& arrays, Lines& lines, const Header& header) {
     }
     append_slowly(arrays, at, line_end(lines), header.shift);
     arrays.xnadj[++j] = as_int(arrays.npins);
+    if (is_missing) return repeat_net(arrays, j, header.nnets, arrays.npins - npins_before, header.shift);
   }
 }
 

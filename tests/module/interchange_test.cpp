@@ -231,6 +231,16 @@ TEST_F(ReadNetArrays, RepeatsTheLineBeforeForOneThatIsMissing) {
   EXPECT_EQ(message("1 3 2 3\n1 2\n"), wrong_pins("3 4"));
 }
 
+TEST_F(ReadNetArrays, RepeatsTheLastLineForAllThatAreMissing) {
+  const NetArrays arrays = read("0 9 5 11\n7 8 6\n4 5");
+  EXPECT_THAT(arrays.starts, ElementsAre(0, 3, 5, 7, 9, 11));
+  EXPECT_THAT(arrays.pins, ElementsAre(8, 9, 7, 5, 6, 5, 6, 5, 6, 5, 6));
+  EXPECT_THAT(read("1 9 4 4 2\n7 1\n").pins, ElementsAre(1, 1, 1, 1));  // behind the weight
+  EXPECT_THAT(read("1 9 4 0\n\n").starts, ElementsAre(0, 0, 0, 0, 0));
+  EXPECT_EQ(message("1 9 1000000 3\n1 2\n"), wrong_pins("3 2000000"));
+  EXPECT_EQ(message("1 9 3000 5998\n1 2\n"), wrong_pins("5998 6000"));
+}
+
 TEST_F(ReadNetArrays, ReadsALastLineWithoutItsLineEnd) {
   EXPECT_THAT(read("1 3 2 4\n1 2\n2 3").pins, ElementsAre(1, 2, 2, 3));
 }
