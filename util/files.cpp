@@ -145,7 +145,8 @@ bool read_short_number(ByteSource& source, std::int32_t& value) {
   constexpr std::size_t kBytes = sizeof(std::uint64_t);
   std::size_t at = source.at;
   int nlines = 0;
-  for (; source.end - at >= kBytes && is_space(source.block[at]); ++at) nlines += source.block[at] == '\n';
+  for (; source.end - at >= kBytes && is_space(source.block[at]); ++at)
+    nlines += source.block[at] == '\n' ? 1 : 0;
   if (source.end - at < kBytes) return false;
 
   std::uint64_t digits = 0;
