@@ -49,7 +49,7 @@ sources=(-D CONSUMER_QUILLON_SOURCE="$source_dir" -D CMAKE_PREFIX_PATH=)
 consumer add_subdirectory static "${sources[@]}" -D CONSUMER_QUILLON=add_subdirectory
 consumer fetch_content shared "${sources[@]}" -D CONSUMER_QUILLON=FetchContent -D BUILD_SHARED_LIBS=ON
 
-if cmake -S "$source_dir/tests/build/consumer" -B "$place/unknown" -D CONSUMER_SOURCE="$program" \
+if cmake -G Ninja -S "$source_dir/tests/build/consumer" -B "$place/unknown" -D CONSUMER_SOURCE="$program" \
   -D CMAKE_PREFIX_PATH="$prefix" "${package[@]}" -D CONSUMER_COMPONENT=frozen >"$place/log" 2>&1; then
   fail "a component that does not exist was found"
 fi
