@@ -39,7 +39,7 @@ Pruned prune(const quillon::Hypergraph& source, int maxsize) {
   return pruned;
 }
 
-// Stands for a partitioner: the first half of the cells to part 0, the others to part 1.
+// Stands for a partitioner: the first half of the cells lie together, and so do the others.
 void halve(quillon::Hypergraph* h) {
   for (int i = 1; i <= h->_c; ++i) h->_clst[i].pno = 2 * i <= h->_c ? 0 : 1;
 }

@@ -13,7 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// Cells 1..5 weigh 3, 1, 1, 1, 2 and lie in parts 0, 2, 0, 2, 0: part 1 is empty.
+// Cells 1..5 weigh 3, 1, 1, 1, 2 and have the part numbers 0, 2, 0, 2, 0: there is none with 1.
 // Nets of weights 5, 2, 7, 1: {1, 3, 5} in one part, {1, 2} and {2, 3, 4, 5} in two, {} in none.
 class PartitionInfo : public WritingTool {
  protected:

@@ -40,10 +40,10 @@ class Browser:
         os.close(from_browser)
         self.messages = os.fdopen(self.from_browser, "rb")
         self.number = 0
-        self.session = None
+        self.attached = None
         self.events = []
         target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
+        self.attached = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
         for domain in ("Page", "Runtime", "Log", "Network"):
             self.call(f"{domain}.enable")
 
@@ -58,8 +58,8 @@ class Browser:
     def call(self, method, **parameters):
         self.number += 1
         message = {"id": self.number, "method": method, "params": parameters}
-        if self.session:
-            message["sessionId"] = self.session
+        if self.attached:
+            message["sessionId"] = self.attached
         os.write(self.to_browser, json.dumps(message).encode() + b"\0")
         while True:
             answer = self.receive()

@@ -331,9 +331,10 @@ TEST_F(Report, EscapesNamesAndTitles) {
 }
 
 TEST_F(Report, DoesNotSayWhereTheFilesLie) {
-  const std::string text = page("\"$PWD/h.qhg\" \"$PWD/h.part\"");
-  EXPECT_THAT(text,
-              AllOf(HasSubstr("<h1>h.qhg</h1>"), HasSubstr("partition h.part<"), Not(HasSubstr("/work/"))));
+  const std::string folder = place_.run("printf %s \"$PWD\"").out;
+  ASSERT_THAT(folder, testing::StartsWith("/"));
+  EXPECT_THAT(page("'" + folder + "/h.qhg' '" + folder + "/h.part'"),
+              AllOf(HasSubstr("<h1>h.qhg</h1>"), HasSubstr("partition h.part<"), Not(HasSubstr(folder))));
 }
 
 TEST_F(Report, ReadsOtherFormatsAndStandardInput) {
