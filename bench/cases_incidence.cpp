@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 
 #include "bench/cases.h"
 #include "bench/differences.h"
@@ -30,39 +31,58 @@ void give_own_nets(HalfRecord& half, const Hypergraph& h) {
   std::copy_n(h._nlst, count, half.h._nlst);
 }
 
+// The side that is built: the array of its lists, and what builds it with a work array of `nwork` ints.
+struct Construction {
+  int* Hypergraph::*list;
+  std::int64_t nwork;
+  int (*obvious)(Hypergraph* h, int* work);
+  int (*module)(Hypergraph* h, int* work);
+};
+
+void compare_constructions(benchmark::State& state, const Construction& construction, HalfRecord& a,
+                           HalfRecord& b, const std::function<void(Differences&)>& compare_lists) {
+  const auto list = construction.list;
+  const std::int64_t nentries = std::int64_t{a.h._p} + 2;
+  Comparison comparison;
+  comparison.baseline.run = [&] {
+    a.h.*list = obvious::take_ints(nentries);
+    a.work = obvious::take_ints(construction.nwork);
+    construction.obvious(&a.h, a.work);
+  };
+  comparison.baseline.release = [&] {
+    std::free(a.work);
+    std::free(a.h.*list);
+  };
+  comparison.measured.run = [&] {
+    b.h.*list = imalloc(nentries, "bench: list");
+    b.work = imalloc(construction.nwork, "bench: work");
+    construction.module(&b.h, b.work);
+  };
+  comparison.measured.release = [&] {
+    _usfree(b.work);
+    _usfree(b.h.*list);
+  };
+  comparison.difference = [&] {
+    Differences differences;
+    compare_lists(differences);
+    differences.ints("work", a.work, b.work, construction.nwork);
+    return differences.first();
+  };
+  measure(state, comparison, {a.h._p});
+}
+
 void run_net_list(benchmark::State& state, Input& input) {
   const Hypergraph& h = input.record();
   HalfRecord a;
   HalfRecord b;
   give_own_cells(a, h);
   give_own_cells(b, h);
-  Comparison comparison;
-  comparison.baseline.run = [&] {
-    a.h._net_list = obvious::take_ints(std::int64_t{h._p} + 2);
-    a.work = obvious::take_ints(std::int64_t{h._c} + 1);
-    obvious::construct_net_list(&a.h, a.work);
-  };
-  comparison.baseline.release = [&] {
-    std::free(a.work);
-    std::free(a.h._net_list);
-  };
-  comparison.measured.run = [&] {
-    b.h._net_list = imalloc(std::int64_t{h._p} + 2, "bench: net_list");
-    b.work = imalloc(std::int64_t{h._c} + 1, "bench: work");
-    construct_net_list(&b.h, b.work);
-  };
-  comparison.measured.release = [&] {
-    _usfree(b.work);
-    _usfree(b.h._net_list);
-  };
-  comparison.difference = [&] {
-    Differences differences;
+  const Construction construction{&Hypergraph::_net_list, std::int64_t{h._c} + 1, obvious::construct_net_list,
+                                  construct_net_list};
+  compare_constructions(state, construction, a, b, [&](Differences& differences) {
     differences.counts(a.h, b.h);
     differences.cell_lists(a.h, b.h, h._p);
-    differences.ints("work", a.work, b.work, std::int64_t{h._c} + 1);
-    return differences.first();
-  };
-  measure(state, comparison, {h._p});
+  });
   _usfree(b.h._clst);
   _usfree(a.h._clst);
 }
@@ -73,33 +93,12 @@ void run_cell_list(benchmark::State& state, Input& input) {
   HalfRecord b;
   give_own_nets(a, h);
   give_own_nets(b, h);
-  Comparison comparison;
-  comparison.baseline.run = [&] {
-    a.h._cell_list = obvious::take_ints(std::int64_t{h._p} + 2);
-    a.work = obvious::take_ints(std::int64_t{h._n} + 1);
-    obvious::construct_cell_list(&a.h, a.work);
-  };
-  comparison.baseline.release = [&] {
-    std::free(a.work);
-    std::free(a.h._cell_list);
-  };
-  comparison.measured.run = [&] {
-    b.h._cell_list = imalloc(std::int64_t{h._p} + 2, "bench: cell_list");
-    b.work = imalloc(std::int64_t{h._n} + 1, "bench: work");
-    construct_cell_list(&b.h, b.work);
-  };
-  comparison.measured.release = [&] {
-    _usfree(b.work);
-    _usfree(b.h._cell_list);
-  };
-  comparison.difference = [&] {
-    Differences differences;
+  const Construction construction{&Hypergraph::_cell_list, std::int64_t{h._n} + 1,
+                                  obvious::construct_cell_list, construct_cell_list};
+  compare_constructions(state, construction, a, b, [&](Differences& differences) {
     differences.nets(a.h, b.h, h._n, h._p);
     differences.net_sentinel(a.h, b.h, h._n);
-    differences.ints("work", a.work, b.work, std::int64_t{h._n} + 1);
-    return differences.first();
-  };
-  measure(state, comparison, {h._p});
+  });
   _usfree(b.h._nlst);
   _usfree(a.h._nlst);
 }
