@@ -231,17 +231,18 @@ void draw_pins(const Net& from, int*& cursor) {
   }
 }
 
+// Gives a net of the copy the weight of another one and its pins behind those appended before.
+void append_net(Appender& pins, const Net& from, Net& net) {
+  const std::span<int> list = pins_of(from);
+  net.w = from.w;
+  net.pins = pins.append(list);
+  net.pinsend = net.pins + list.size() - 1;
+}
+
 // Copy nets 1 .. m with their pins as they stand.
 void copy_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m) {
   Appender pins(nh->_cell_list);
-  for (int i = 1; i <= m; ++i) {
-    const Net& from = h->_nlst[netorder[i]];
-    const std::span<int> list = pins_of(from);
-    Net& net = nh->_nlst[i];
-    net.w = from.w;
-    net.pins = pins.append(list);
-    net.pinsend = net.pins + list.size() - 1;
-  }
+  for (int i = 1; i <= m; ++i) append_net(pins, h->_nlst[netorder[i]], nh->_nlst[i]);
   nh->_nlst[m + 1].pins = pins.finish();
 }
 
@@ -271,13 +272,7 @@ int CopyHypergraph(Hypergraph* nh, const Hypergraph* h) {
   nh->_ninternets = h->_ninternets;
 
   Appender pins(nh->_cell_list);
-  for (int i = 1; i <= h->_n; ++i) {
-    const std::span<int> list = pins_of(h->_nlst[i]);
-    Net& net = nh->_nlst[i];
-    net.w = h->_nlst[i].w;
-    net.pins = pins.append(list);
-    net.pinsend = net.pins + list.size() - 1;
-  }
+  for (int i = 1; i <= h->_n; ++i) append_net(pins, h->_nlst[i], nh->_nlst[i]);
   nh->_nlst[h->_n + 1].pinsend = pins.finish();
 
   Appender nets(nh->_net_list);
@@ -350,12 +345,7 @@ int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, i
   for (int j = 1; j <= h->_n; ++j) {
     prefetch_net(h, netperm, j, h->_n);
     prefetch_pins(h, netperm, j, h->_n);
-    const Net& from = h->_nlst[netperm[j]];
-    const std::span<int> list = pins_of(from);
-    Net& net = nh->_nlst[j];
-    net.w = from.w;
-    net.pins = pins.append(list);
-    net.pinsend = net.pins + list.size() - 1;
+    append_net(pins, h->_nlst[netperm[j]], nh->_nlst[j]);
   }
   nh->_nlst[h->_n + 1].pins = pins.finish();
   renumber(nh->_cell_list, nh->_nlst[h->_n + 1].pins, reverse);

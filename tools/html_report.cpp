@@ -163,7 +163,7 @@ std::string weights(const Figures& figures, const Hypergraph& h) {
     charts += weight_chart(figures.nets, net_weight_distribution(h), h._n, "net-weights", "nets");
   if (!charts.empty()) charts = "<div class=\"columns\">\n" + charts + "</div>\n";
   return "<section>\n<h2>Weights</h2>\n" + charts +
-         table("Weights", {"", "smallest", "average", "largest", "total"},
+         table("Range and total", {"", "smallest", "average", "largest", "total"},
                {weights_row("cells", "cell-weight", figures.cells, figures.ncells),
                 weights_row("nets", "net-weight", figures.nets, figures.nnets)}) +
          "</section>\n";
