@@ -154,6 +154,12 @@ struct NetTotals {
   int totw = 0;
   int emptyw = 0;  // of nets without pins
   std::int64_t npins = 0;
+
+  void take(const Net& net) {
+    if (pins_of(net).empty()) add_wrapping(emptyw, net.w);
+    add_wrapping(totw, net.w);
+    npins += std::ssize(pins_of(net));
+  }
 };
 
 struct CellTotals {
@@ -161,17 +167,6 @@ struct CellTotals {
   int totinw = 0;
   std::int64_t npins = 0;
 };
-
-NetTotals net_totals(const Hypergraph* h) {
-  NetTotals totals;
-  for (int j = 1; j <= h->_n; ++j) {
-    const Net& net = h->_nlst[j];
-    if (pins_of(net).empty()) add_wrapping(totals.emptyw, net.w);
-    add_wrapping(totals.totw, net.w);
-    totals.npins += std::ssize(pins_of(net));
-  }
-  return totals;
-}
 
 CellTotals cell_totals(const Hypergraph* h) {
   CellTotals totals;
@@ -240,16 +235,19 @@ class PinFinder {
  public:
   explicit PinFinder(const Hypergraph* h) : h_(h) {}
 
-  // False when a pin is known to have none, this one or one before.
-  bool add(int net, int cell) {
-    Place& place = place_of(cell);
-    if (place.cell != cell || *place.next != net) return put_off(net, cell);
-    ++place.next;
-    if (--place.nleft == 0) place.next = &kNoNet;
-    return true;
+  // False when a pin is known to have none, of this net or one before, or the net has a pin twice.
+  bool add_net(int net, std::span<const int> pins) {
+    bool increasing = true;
+    int last = 0;
+    for (const int cell : pins) {
+      if (!add(net, cell)) return false;
+      increasing = increasing && last < cell;
+      last = cell;
+    }
+    return increasing || are_different(pins, h_->_c);
   }
 
-  // The same once all pins have been added.
+  // The same once all nets have been added.
   bool finish() {
     const std::span<const Pin> pins(block_.data(), nblock_);
     nblock_ = 0;
@@ -273,6 +271,14 @@ class PinFinder {
     int nleft = 0;  // from there to the end of the list
     int cell = 0;
   };
+
+  bool add(int net, int cell) {
+    Place& place = place_of(cell);
+    if (place.cell != cell || *place.next != net) return put_off(net, cell);
+    ++place.next;
+    if (--place.nleft == 0) place.next = &kNoNet;
+    return true;
+  }
 
   Place& place_of(int cell) { return places_[static_cast<unsigned>(cell) % places_.size()]; }
 
@@ -300,25 +306,27 @@ class PinFinder {
   std::array<Place, 4096> places_;
 };
 
-// Whether both sides surely name each other, once each, given that they hold equally many entries.
+// The totals of the nets, and whether both sides surely name each other once each, given that they hold
+// equally many entries: one pass, as fetching the records takes as long as looking at them.
 //
 // If each pin has an entry in the list of its cell, and no net has a pin twice, then these entries differ
 // too. They are as many as the cells hold: no entry is left over, neither a net that lacks the cell nor a
 // second one.
-bool surely_agree(const Hypergraph* h) {
+struct NetSide {
+  NetTotals totals;
+  bool agrees = true;
+};
+
+NetSide look_through_nets(const Hypergraph* h) {
+  NetSide side;
   PinFinder finder(h);
   for (int j = 1; j <= h->_n; ++j) {
-    const std::span<const int> pins = pins_of(h->_nlst[j]);
-    bool increasing = true;
-    int last = 0;
-    for (const int i : pins) {
-      if (!finder.add(j, i)) return false;
-      increasing = increasing && last < i;
-      last = i;
-    }
-    if (!increasing && !are_different(pins, h->_c)) return false;
+    const Net& net = h->_nlst[j];
+    side.totals.take(net);
+    side.agrees = side.agrees && finder.add_net(j, pins_of(net));
   }
-  return finder.finish();
+  side.agrees = side.agrees && finder.finish();
+  return side;
 }
 
 void check_pins_of_nets(const Hypergraph* h) {
@@ -341,8 +349,9 @@ void check_nets_of_cells(const Hypergraph* h) {
   }
 }
 
-void check_both_sides(const Hypergraph* h, std::int64_t npins_of_nets, std::int64_t npins_of_cells) {
-  const bool sure = npins_of_nets == npins_of_cells && surely_agree(h);
+void check_both_sides(const Hypergraph* h, const NetSide& nets, std::int64_t npins_of_cells) {
+  const std::int64_t npins_of_nets = nets.totals.npins;
+  const bool sure = nets.agrees && npins_of_nets == npins_of_cells;
   if (!sure) check_pins_of_nets(h);
   if (npins_of_nets != h->_p)
     errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in cells of nets", static_cast<int>(npins_of_nets),
@@ -468,11 +477,11 @@ void pr_detailinfo_hypergraph(const Hypergraph* h) {
 void CheckListsofHypergraph(const Hypergraph* h) {
   uprintf("\n CheckListsofHypergraph: Checking Hypergraph H=(%5d, %5d, %7d) TNW=%d TINW=%d VirtNets=%d",
           h->_c, h->_n, h->_p, h->_totnw, h->_totinw, h->_virtualnets);
-  const NetTotals nets = net_totals(h);
+  const NetSide nets = look_through_nets(h);
   const CellTotals cells = cell_totals(h);
-  check_both_sides(h, nets.npins, cells.npins);
-  check_totals(h, nets, cells);
-  if (nets.emptyw != 0) uwarning("hypergraph has nets with no pins");
+  check_both_sides(h, nets, cells.npins);
+  check_totals(h, nets.totals, cells);
+  if (nets.totals.emptyw != 0) uwarning("hypergraph has nets with no pins");
   uprintf("\n Checking DONE....\n");
 }
 
