@@ -115,12 +115,14 @@ def programs(subjects):
                     table(["input", "file, MB", "tool, s", "library, s", "tool / library"], rows))
     rows = [
         [f"{r['pins']:,.0f}", mega(r["file_bytes"]), f"{r['read_ns_per_pin']:.2f}",
-         f"{r['net_list_ns_per_pin']:.2f}"]
+         f"{r['net_list_ns_per_pin']:.2f}", f"{r['memory_ns_per_pin']:.2f}"]
         for r in subjects.get("growth", {}).values()
     ]
     return lines + section(
-        "Growth", "Local input of growing size, nanoseconds per pin.",
-        table(["pins", "file, MB", "`read_hypergraph`", "`construct_net_list`"], rows))
+        "Growth",
+        "Local input of growing size, nanoseconds per pin. In both functions there is the memory that they fill; the last "
+        "column is what the system takes to hand out as much, cleared, to a program that does nothing else.",
+        table(["pins", "file, MB", "`read_hypergraph`", "`construct_net_list`", "fresh memory"], rows))
 
 
 def main():

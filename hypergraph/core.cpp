@@ -357,6 +357,28 @@ class NetSide {
   Net* nets_;
 };
 
+bool have_equal_weights(const Hypergraph* h) {
+  for (int j = 2; j <= h->_n; ++j)
+    if (h->_nlst[j].w != h->_nlst[1].w) return false;
+  return true;
+}
+
+// The sum for nets of equal weight, the usual case, which need not be visited.
+int multiple_of_net_weight(const Hypergraph* h, const Cell& cell) {
+  const std::span<const int> nets = nets_of(cell);
+  if (nets.empty()) return 0;
+  return static_cast<int>(static_cast<unsigned>(nets.size()) * static_cast<unsigned>(h->_nlst[1].w));
+}
+
+int sum_of_net_weights(const Hypergraph* h, int i) {
+  constexpr int kAhead = 8;  // cells; their nets may lie anywhere
+  if (i <= h->_c - kAhead)
+    for (const int j : nets_of(h->_clst[i + kAhead])) prefetch(&h->_nlst[j]);
+  int sum = 0;
+  for (const int j : nets_of(h->_clst[i])) add_wrapping(sum, h->_nlst[j].w);
+  return sum;
+}
+
 }  // namespace
 
 Hypergraph* create_hypergraph(int tag) {
@@ -450,10 +472,10 @@ void set_hypergraph_infos(Hypergraph* h) {
   h->_mincd = kNoMinimum;
   h->_totcw = 0;
   h->_fmt = 0;
+  const bool is_uniform = have_equal_weights(h);
   for (int i = 1; i <= h->_c; ++i) {
     Cell& cell = h->_clst[i];
-    cell.wdeg = 0;
-    for (const int j : nets_of(cell)) add_wrapping(cell.wdeg, h->_nlst[j].w);
+    cell.wdeg = is_uniform ? multiple_of_net_weight(h, cell) : sum_of_net_weights(h, i);
     if (cell.wdeg > h->_maxwcd) h->_maxwcd = cell.wdeg;
     add_wrapping(h->_totcw, cell.w);
     if (cell.w >= 2) h->_fmt = 1;
