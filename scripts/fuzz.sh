@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Fuzzes everything that reads: fuzz.sh [SECONDS] [TARGET...], 30 seconds and all targets if not given. A target is
-# one of fuzz/, such as reader. Prints a line for each; ends with status 1 when something was found, which then lies
-# in build/fuzz/finds/TARGET. New inputs are kept in build/fuzz/corpus/TARGET for the next time.
+# Fuzzes everything that reads: fuzz.sh [SECONDS] [TARGET...], 30 seconds and all targets if not given, as many at once
+# as there are processors. A target is one of fuzz/, such as reader. Prints a line for each; ends with status 1 when
+# something was found, which then lies in build/fuzz/finds/TARGET. New inputs are kept in build/fuzz/corpus/TARGET for
+# the next time.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -22,20 +23,15 @@ fi
 
 last_number() { sed -n "s/.*$1 *\([0-9]\+\).*/\1/p" "$2" | tail -n 1 | grep . || echo -; }
 
-status=0
-printf '%-22s %10s %8s %7s %7s %6s\n' target executions a_second edges corpus finds
-for target in "${targets[@]}"; do
-  corpus=$build/corpus/$target
-  finds=$build/finds/$target
-  log=$build/finds/$target.log
+fuzz() {
+  local target=$1 failed=0 nfinds seeds dictionary=()
+  local corpus=$build/corpus/$target finds=$build/finds/$target log=$build/finds/$target.log
   rm -rf "$finds"
   mkdir -p "$corpus" "$finds"
   mapfile -t seeds <$build/fuzz/fuzz_"$target".seeds
-  dictionary=()
   [ ! -f fuzz/"$target".dict ] || dictionary=(-dict=fuzz/"$target".dict)
 
   # Large files teach little here: what lies behind the ends of blocks is reached by runs of blanks.
-  failed=0
   $build/fuzz/fuzz_"$target" -max_total_time="$seconds" -timeout=25 -report_slow_units=25 \
     -rss_limit_mb=2048 -max_len=12288 -print_final_stats=1 "${dictionary[@]}" \
     -artifact_prefix="$finds/" "$corpus" "${seeds[@]}" >"$log" 2>&1 ||
@@ -45,8 +41,21 @@ for target in "${targets[@]}"; do
     "$(last_number 'stat::number_of_executed_units:' "$log")" \
     "$(last_number 'stat::average_exec_per_sec:' "$log")" "$(last_number 'cov:' "$log")" \
     "$(last_number 'corp:' "$log")" "$nfinds"
-  [ "$failed" -eq 0 ] && [ "$nfinds" -eq 0 ] && continue
-  status=1
+  [ "$failed" -eq 0 ] && [ "$nfinds" -eq 0 ] && return
   grep -E '^FOUND|^SUMMARY|runtime error|ERROR:' "$log" | head -n 5 || tail -n 5 "$log"
+  return 1
+}
+
+status=0
+nrunning=0
+printf '%-22s %10s %8s %7s %7s %6s\n' target executions a_second edges corpus finds
+for target in "${targets[@]}"; do
+  if [ "$nrunning" -ge "$(nproc)" ]; then
+    wait -n || status=1
+    nrunning=$((nrunning - 1))
+  fi
+  fuzz "$target" &
+  nrunning=$((nrunning + 1))
 done
+for ((; nrunning > 0; --nrunning)); do wait -n || status=1; done
 exit $status
