@@ -312,21 +312,21 @@ class PinFinder {
 // If each pin has an entry in the list of its cell, and no net has a pin twice, then these entries differ
 // too. They are as many as the cells hold: no entry is left over, neither a net that lacks the cell nor a
 // second one.
-struct NetSide {
+struct CheckedNets {
   NetTotals totals;
-  bool agrees = true;
+  bool agree = true;
 };
 
-NetSide look_through_nets(const Hypergraph* h) {
-  NetSide side;
+CheckedNets look_through_nets(const Hypergraph* h) {
+  CheckedNets nets;
   PinFinder finder(h);
   for (int j = 1; j <= h->_n; ++j) {
     const Net& net = h->_nlst[j];
-    side.totals.take(net);
-    side.agrees = side.agrees && finder.add_net(j, pins_of(net));
+    nets.totals.take(net);
+    nets.agree = nets.agree && finder.add_net(j, pins_of(net));
   }
-  side.agrees = side.agrees && finder.finish();
-  return side;
+  nets.agree = nets.agree && finder.finish();
+  return nets;
 }
 
 void check_pins_of_nets(const Hypergraph* h) {
@@ -349,9 +349,9 @@ void check_nets_of_cells(const Hypergraph* h) {
   }
 }
 
-void check_both_sides(const Hypergraph* h, const NetSide& nets, std::int64_t npins_of_cells) {
+void check_both_sides(const Hypergraph* h, const CheckedNets& nets, std::int64_t npins_of_cells) {
   const std::int64_t npins_of_nets = nets.totals.npins;
-  const bool sure = nets.agrees && npins_of_nets == npins_of_cells;
+  const bool sure = nets.agree && npins_of_nets == npins_of_cells;
   if (!sure) check_pins_of_nets(h);
   if (npins_of_nets != h->_p)
     errexit("CheckListsofHypergraph pp(%d)!-=h->_p(%d) in cells of nets", static_cast<int>(npins_of_nets),
@@ -477,7 +477,7 @@ void pr_detailinfo_hypergraph(const Hypergraph* h) {
 void CheckListsofHypergraph(const Hypergraph* h) {
   uprintf("\n CheckListsofHypergraph: Checking Hypergraph H=(%5d, %5d, %7d) TNW=%d TINW=%d VirtNets=%d",
           h->_c, h->_n, h->_p, h->_totnw, h->_totinw, h->_virtualnets);
-  const NetSide nets = look_through_nets(h);
+  const CheckedNets nets = look_through_nets(h);
   const CellTotals cells = cell_totals(h);
   check_both_sides(h, nets, cells.npins);
   check_totals(h, nets.totals, cells);

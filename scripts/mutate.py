@@ -138,6 +138,10 @@ def known_reasons():
     return reasons
 
 
+def programs_for(path):
+    return ["module_tests" if path.startswith("hypergraph") else "util_tests", "fatal_tests"]
+
+
 class Tree:
     """A copy of the sources with its builds."""
 
@@ -176,9 +180,8 @@ class Tree:
 
     def stages(self, mutant):
         """Builds and their programs, in the order in which they are asked."""
-        folder = "module" if mutant.path.startswith("hypergraph") else "util"
-        programs = [f"{folder}_tests", "fatal_tests"]
-        portable = f"portable_{folder}_tests"
+        programs = programs_for(mutant.path)
+        portable = f"portable_{programs[0]}"
         stages = [("plain", programs), ("plain", [portable])]
         return stages if self.plain_only else [*stages, ("sanitized", [*programs, portable])]
 
@@ -211,8 +214,8 @@ def run(mutants, options, log):
 
     def work(number):
         tree = Tree(number, options.plain_only)
-        if not all(tree.passes("plain", name) for name in ("module_tests", "util_tests", "fatal_tests")
-                   if tree.builds("plain", [name])):
+        needed = sorted({name for mutant in mutants for name in programs_for(mutant.path)})
+        if not tree.builds("plain", needed) or not all(tree.passes("plain", name) for name in needed):
             sys.exit("mutate.py: the tests fail without any change")
         while not waiting.empty():
             with lock:

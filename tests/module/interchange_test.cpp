@@ -303,6 +303,22 @@ TEST_F(WriteHmetis, WritesAHypergraphWithoutNets) {
   EXPECT_EQ(file.contents(), "0 2 11\n1 \n1 ");
 }
 
+constexpr std::size_t kMany = 30000;  // lines, more than any buffer holds
+
+std::string repeated(const std::string& line) {
+  std::string text;
+  for (std::size_t k = 0; k < kMany; ++k) text += line;
+  return text;
+}
+
+TEST_F(WriteHmetis, WritesAnyNumberOfEmptyNetsAndOfCells) {
+  const std::vector<int> weights(kMany, std::numeric_limits<int>::min());
+  const Record r({.ncells = kMany, .pins = Lists(kMany), .net_weights = weights, .cell_weights = weights});
+  const TempFile file;
+  write_hmetis_hypergraph(&r.h, file.name());
+  EXPECT_EQ(file.contents(), "30000 30000 11" + repeated("\n-2147483648 ") + repeated("\n-2147483648 "));
+}
+
 // The recorder still has the stream for open: it did not see fclose.
 struct KubFile : TempFile {
   explicit KubFile(const Hypergraph& h) { EXPECT_EQ(write_kub_hypergraph(&h, name()), 0); }
@@ -315,6 +331,23 @@ TEST(WriteKubHypergraph, WritesSizesAndCellsFromZeroAndClosesByItself) {
   const KubFile file(r.h);
   EXPECT_EQ(file.contents(), "3\n3\n5 2 2 0\n6 0\n7 1 1\n8\n9\n10");
   EXPECT_THAT(requests(), ElementsAre("ufopen " + std::string(file.name()) + " w write_kub_hypergraph"));
+  recorder::forget_files();
+}
+
+TEST(WriteKubHypergraph, WritesAnyNumberOfEmptyNetsAndOfCells) {
+  recorder::reset();
+  const std::vector<int> weights(kMany, std::numeric_limits<int>::min());
+  const Record r({.ncells = kMany, .pins = Lists(kMany), .net_weights = weights, .cell_weights = weights});
+  const KubFile file(r.h);
+  EXPECT_EQ(file.contents(), "30000\n30000" + repeated("\n-2147483648 0") + repeated("\n-2147483648"));
+  recorder::forget_files();
+}
+
+TEST(WriteKubHypergraph, WritesOneLongNet) {
+  recorder::reset();
+  const Record r({.ncells = kMany, .pins = {std::vector<int>(kMany, kMany)}});
+  const KubFile file(r.h);
+  EXPECT_EQ(file.contents(), "30000\n1\n1 30000" + repeated(" 29999") + repeated("\n1"));
   recorder::forget_files();
 }
 

@@ -224,6 +224,18 @@ TEST_F(WriteHypergraphToStream, WithoutCellsWritesEmptyNetsOnly) {
                               "\n Avg. Nets Size   :   0.000"));
 }
 
+// More lines than any buffer holds, of the longest numbers and of none.
+TEST_F(WriteHypergraphToStream, WritesAnyNumberOfEmptyNets) {
+  const std::size_t nnets = 30000;
+  Record r({.ncells = 0, .pins = Lists(nnets), .net_weights = std::vector<int>(nnets, kLeast)});
+  std::string lines;
+  for (std::size_t j = 0; j < nnets; ++j) lines += "\n-2147483648 ";
+
+  EXPECT_THAT(written(r.h, 1, 2), HasSubstr("%\n1 0 30000 0 2" + lines + "\n% ------ Hypergraph"));
+  EXPECT_THAT(written(r.h, 1, 0),
+              HasSubstr("%\n1 0 30000 0 0" + std::string(nnets, '\n') + "\n% ------ Hypergraph"));
+}
+
 TEST_F(WriteHypergraphToStream, DividesPinsByNoCellsOrNetsAsTheyStand) {
   Record r(Shape{});
   r.h._p = 3;
