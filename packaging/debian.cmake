@@ -85,6 +85,7 @@ set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_DEPENDS "libquillon ${this_version}")
 set(CPACK_DEBIAN_QUILLON_TOOL_DESCRIPTION "command-line tool for hypergraphs
 Prints statistics of hypergraphs, checks, prunes and renumbers them, converts
-between their file formats and evaluates partitions.")
+between their file formats, evaluates partitions, and makes reports with
+pictures to look at in a browser.")
 
 include(CPack)

@@ -241,8 +241,9 @@ def report(results):
     survivors = [mutant for mutant, verdict in results if verdict == "survived"]
     unexplained = [mutant for mutant in survivors if mutant.key() not in reasons]
     killed = len(results) - len(survivors)
-    print(f"\n{len(results)} changes, {killed} noticed ({100 * killed / max(1, len(results)):.1f} %), "
-          f"{len(survivors) - len(unexplained)} without effect, {len(unexplained)} unexplained")
+    with_effect = killed + len(unexplained)
+    print(f"\n{len(results)} changes, {len(results) - with_effect} of them without effect; of the other {with_effect}, "
+          f"{killed} noticed ({100 * killed / max(1, with_effect):.1f} %)")
     for mutant in survivors:
         print(f"\n{mutant}")
         if mutant.key() in reasons:

@@ -151,6 +151,7 @@ void add_help(CLI::App& app, int& status) {
   auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand("help", "Explain a command or a topic");
   command->add_option("TOPIC", options->topic, "What to explain; a list of topics, if not given");
+  command->footer("");  // not that of the application
   command->callback([options, &app, &status] { status = run(app, *options); });
 }
 

@@ -99,6 +99,7 @@ TEST_F(Ux, ExplainsEveryTopicAndCommandThatItNames) {
     EXPECT_GT(help.out.size(), 100U) << name;
   }
   EXPECT_EQ(place_.run("$QUILLON help prune").out, place_.run("$QUILLON prune --help").out);
+  EXPECT_THAT(place_.run("$QUILLON help --help").out, Not(HasSubstr("Examples:")));
   EXPECT_THAT(place_.run("$QUILLON help exit-status").out,
               StartsWith("0  fine\n1  a finding (check), bad input, or output that could not be written\n"));
 }
