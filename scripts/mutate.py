@@ -12,6 +12,7 @@ scripts/same_behaviour.txt. Status 1: a change survived that is not in that list
 """
 
 import argparse
+import collections
 import concurrent.futures
 import os
 import pathlib
@@ -202,14 +203,30 @@ class Tree:
             target.write_text(text)
 
 
-def run(mutants, options, log):
+def known_verdicts(log):
+    """What an interrupted run found by key, in order, but for survivors: tests may have come since."""
+    known = collections.defaultdict(collections.deque)
+    for line in log.read_text().splitlines() if log.exists() else []:
+        verdict, _, key = line.partition("\t")
+        if verdict != "survived":
+            known[key].append(verdict)
+    return known
+
+
+def run(mutants, options, known, log):
     """Tries mutants in order until enough of them have compiled. Returns [(mutant, verdict)]."""
     wanted = options.sample
     reasons = known_reasons()
     waiting = queue.SimpleQueue()
-    for mutant in mutants:
-        waiting.put(mutant)
     results = []
+    for mutant in mutants:
+        if not known[mutant.key()]:
+            waiting.put(mutant)
+            continue
+        verdict = known[mutant.key()].popleft()
+        log.write(f"{verdict}\t{mutant.key()}\n")
+        if verdict != "stillborn":
+            results.append((mutant, verdict))
     lock = threading.Lock()
 
     def work(number):
@@ -258,6 +275,7 @@ def main():
     parser.add_argument("--files", nargs="+", default=None, help="instead of all of hypergraph/ and util/")
     parser.add_argument("--trees", type=int, default=1, help="copies to work in side by side")
     parser.add_argument("--plain-only", action="store_true", help="without the sanitizers: quicker, notices less")
+    parser.add_argument("--resume", action="store_true", help="an interrupted run of the same sources and seed")
     parser.add_argument("--list", action="store_true", help="only print what can be changed")
     options = parser.parse_args()
 
@@ -269,8 +287,9 @@ def main():
         print(f"{len(mutants)} changes")
         return 0
     WORK.mkdir(parents=True, exist_ok=True)
+    known = known_verdicts(WORK / "log.tsv" if options.resume else pathlib.Path(os.devnull))
     with open(WORK / "log.tsv", "w", encoding="utf-8") as log:
-        return report(run(mutants, options, log))
+        return report(run(mutants, options, known, log))
 
 
 if __name__ == "__main__":
