@@ -12,11 +12,10 @@ Ending run(const std::function<void()>& body) {
   try {
     body();
     return {true, ""};
+  } catch (const recorder::Misuse& error) {
+    found(error.what());
   } catch (const recorder::FatalError& error) {
-    const std::string text = error.what();
-    for (const char* const misuse : {"that is not held", "that is not open", "script does not fit"})
-      if (text.find(misuse) != std::string::npos) found(text);
-    return {false, text};
+    return {false, error.what()};
   } catch (const std::bad_alloc&) {
     return {false, "out of memory: operator new"};
   }

@@ -150,7 +150,7 @@ std::int32_t* imalloc(std::int64_t count, const char* tag) {
 void* urealloc(void* block, std::uint64_t bytes, const char* tag) {
   recorder::note_allocation("urealloc " + std::to_string(bytes), tag);
   const auto old = recorder::find_block(-1, block);
-  if (old == record.held.end()) throw recorder::FatalError("urealloc of a block that is not held");
+  if (old == record.held.end()) throw recorder::Misuse("urealloc of a block that is not held");
   void* const moved = std::realloc(block, bytes);
   if (moved == nullptr) throw recorder::FatalError(std::string("out of memory: ") + tag);
   *old = {-1, moved, bytes, tag};
@@ -160,7 +160,7 @@ void* urealloc(void* block, std::uint64_t bytes, const char* tag) {
 void _usfree(void* block) {
   if (block == nullptr) return;
   const auto known = recorder::find_block(-1, block);
-  if (known == record.held.end()) throw recorder::FatalError("_usfree of a block that is not held");
+  if (known == record.held.end()) throw recorder::Misuse("_usfree of a block that is not held");
   recorder::note("free " + known->tag);
   recorder::give_back(*known);
   record.held.erase(known);
@@ -182,7 +182,7 @@ void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
 int poolfree_upto(int pool, void* block, const char* tag) {
   const auto known = recorder::find_block(pool, block);
   if (known == record.held.end())
-    throw recorder::FatalError(std::string("poolfree_upto of a block that is not held: ") + tag);
+    throw recorder::Misuse(std::string("poolfree_upto of a block that is not held: ") + tag);
   recorder::note("poolfree " + std::to_string(pool) + " " + tag + " <- " + known->tag);
   const auto index = static_cast<std::size_t>(pool);
   record.pool_tops.at(index) =
@@ -228,7 +228,7 @@ std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
 
 void ufclose(std::FILE* stream) {
   const auto known = record.files.find(stream);
-  if (known == record.files.end()) throw recorder::FatalError("ufclose of a stream that is not open");
+  if (known == record.files.end()) throw recorder::Misuse("ufclose of a stream that is not open");
   recorder::note("ufclose " + known->second);
   record.files.erase(known);
   std::fclose(stream);
@@ -252,8 +252,7 @@ void PermuteInPlace(std::int32_t* values, int count) {
   if (record.permutations.empty()) return;
   const std::vector<int> permutation = record.permutations.front();
   record.permutations.pop_front();
-  if (permutation.size() != static_cast<std::size_t>(count))
-    throw recorder::FatalError("script does not fit");
+  if (permutation.size() != static_cast<std::size_t>(count)) throw recorder::Misuse("script does not fit");
   const std::vector<int> old(values, values + count);
   for (std::size_t i = 0; i < permutation.size(); ++i)
     values[i] = old.at(static_cast<std::size_t>(permutation[i]));
@@ -264,7 +263,7 @@ int uRandom(int m) {
   if (record.draws.empty()) return m - 1;
   const int draw = record.draws.front();
   record.draws.pop_front();
-  if (draw < 0 || draw >= m) throw recorder::FatalError("script does not fit");
+  if (draw < 0 || draw >= m) throw recorder::Misuse("script does not fit");
   return draw;
 }
 

@@ -14,6 +14,11 @@ struct FatalError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Something that no program may ask of the utility layer, such as to give back what it does not hold.
+struct Misuse : FatalError {
+  using FatalError::FatalError;
+};
+
 /// Forgets everything recorded and gives back all blocks still held. Each test starts with it.
 void reset();
 
