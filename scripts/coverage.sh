@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-library_tests=(util_tests portable_util_tests module_tests portable_module_tests fatal_tests)
+library_tests=(util_tests module_tests fatal_tests)
 scripts/setup.sh build test coverage
 cmake --preset coverage >/dev/null
 if [ "${1:-}" = --library ]; then
@@ -20,11 +20,11 @@ else
   ctest --preset coverage --parallel "$(nproc)" --progress >/dev/null
 fi
 
-# The portable twin of util/ has other functions on the same lines, which gcovr cannot merge.
+# The portable twins have the same functions on other lines, which gcovr cannot merge.
 report() {  # report NAME LINES BRANCHES FILTER...: the least shares, and whose
   local name=$1 lines=$2 branches=$3
   shift 3
-  gcovr --root . "${@/#/--filter=}" --exclude-directories '.*portable_util_tests.*' --exclude-throw-branches \
+  gcovr --root . "${@/#/--filter=}" --exclude-directories '.*portable_.*' --exclude-throw-branches \
     --html-details "build/coverage/$name.html" --txt --print-summary \
     --fail-under-line "$lines" --fail-under-branch "$branches" build/coverage
 }
