@@ -115,6 +115,21 @@ void for_each_entry(const Owner* owners, int n, const Visit& visit) {
   }
 }
 
+// Puts each entry where the cursor of its item points.
+template <typename Owner, typename Side>
+void fill(const Owner* owners, int n, int* list, int* cursors, Side& side) {
+  if constexpr (Side::kHasSums) {
+    if (side.wants_sums()) {
+      for_each_entry(owners, n, [=, &side](int i, int j) {
+        list[cursors[i]++] = j;
+        side.add(i, j);
+      });
+      return;
+    }
+  }
+  for_each_entry(owners, n, [=](int i, int j) { list[cursors[i]++] = j; });
+}
+
 // Counts, lays out and fills with one cursor of four bytes an item, which later gives the counts back.
 template <typename Owner, typename Side>
 int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int* work, Side& side) {
@@ -130,14 +145,7 @@ int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int
     begin += count;
   }
 
-  if (side.wants_sums()) {
-    for_each_entry(owners, n, [=, &side](int i, int j) {
-      list[work[i]++] = j;
-      side.add(i, j);
-    });
-  } else {
-    for_each_entry(owners, n, [=](int i, int j) { list[work[i]++] = j; });
-  }
+  fill(owners, n, list, work, side);
   for (int i = nitems; i > 1; --i) work[i] -= work[i - 1];
   return list + begin;
 }
@@ -165,7 +173,8 @@ class Buckets {
     if (std::int64_t{largest} + items_each() > nitems_ || !scatter(owners, n, list)) return nullptr;
 
     for (int b = 0; b < nbuckets_; ++b) deal_out(b, list, work, work + items_each(), side);
-    if (side.wants_sums()) side.add_all(work);
+    if constexpr (Side::kHasSums)
+      if (side.wants_sums()) side.add_all(work);
     work[0] = 0;
     for (int i = 1; i <= nitems_; ++i) work[i] = side.count(i);
     return list + nentries_;
@@ -296,6 +305,8 @@ int* turn_around(const Owner* owners, int n, int nitems, int* list, int* work, S
 // case, need no sums.
 class CellSide {
  public:
+  static constexpr bool kHasSums = true;
+
   explicit CellSide(const Hypergraph* h)
       : h_(h), cells_(h->_clst), nets_(h->_nlst), w_(h->_n < 1 ? 0 : h->_nlst[1].w) {}
 
@@ -338,6 +349,8 @@ class CellSide {
 // The pins of the nets and nothing else.
 class NetSide {
  public:
+  static constexpr bool kHasSums = false;
+
   explicit NetSide(const Hypergraph* h) : nets_(h->_nlst) {}
 
   void see(const Cell& /*cell*/) {}
@@ -348,10 +361,6 @@ class NetSide {
   }
 
   int count(int j) const { return static_cast<int>(nets_[j].pinsend - nets_[j].pins) + 1; }
-
-  static bool wants_sums() { return false; }
-  void add(int /*j*/, int /*i*/) {}
-  void add_all(int* /*work*/) {}
 
  private:
   Net* nets_;

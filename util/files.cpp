@@ -156,8 +156,8 @@ bool read_short_number(ByteSource& source, std::int32_t& value) {
   const std::uint64_t others =
       (digits | ((digits & 0x7F7F7F7F7F7F7F7FU) + 0x7676767676767676U)) & 0x8080808080808080U;
   const int ndigits = std::countr_zero(others) / 8;
-  if (ndigits == 0 || ndigits == 8 || !is_space(source.block[at + static_cast<unsigned>(ndigits)]))
-    return false;
+  // Without any digit it is this byte that does not end a number.
+  if (ndigits == 8 || !is_space(source.block[at + static_cast<unsigned>(ndigits)])) return false;
 
   value = static_cast<std::int32_t>(value_of(digits << (64 - 8 * ndigits)));
   source.at = at + static_cast<unsigned>(ndigits);

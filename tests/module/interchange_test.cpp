@@ -225,6 +225,28 @@ TEST_F(ReadNetArrays, ComparesNoPinWithTheNumberOfCells) {
               ElementsAre(-4, 0, std::numeric_limits<int>::min()));
 }
 
+// Long enough for all ways of taking lines; a net in three is empty.
+TEST_F(ReadNetArrays, GivesEachOfManyNetsItsPins) {
+  for (const bool weights : {false, true}) {
+    std::string lines;
+    std::vector<int> starts = {0};
+    std::vector<int> pins;
+    for (int j = 1; j <= 500; ++j) {
+      if (weights) lines += std::to_string(j) + " ";
+      for (int k = 0; k < j % 3 * (j % 7); ++k) {
+        pins.push_back(1 + j * j * (k + 1) % 99991);
+        lines += std::to_string(pins.back() - 1) + " ";
+      }
+      lines += "\n";
+      starts.push_back(static_cast<int>(pins.size()));
+    }
+    const NetArrays arrays =
+        read("0 99991 500 " + std::to_string(pins.size()) + (weights ? " 2\n" : "\n") + lines);
+    EXPECT_EQ(arrays.starts, starts);
+    EXPECT_EQ(arrays.pins, pins);
+  }
+}
+
 TEST_F(ReadNetArrays, RepeatsTheLineBeforeForOneThatIsMissing) {
   EXPECT_THAT(read("1 3 2 4\n1 2\n").pins, ElementsAre(1, 2, 1, 2));
   EXPECT_THAT(read("1 4 1 4").pins, ElementsAre(1, 4, 1, 4));  // the header

@@ -121,7 +121,8 @@ TEST_P(ScatteredCells, GiveTheNetsTheirPinsBackInOrder) {
 INSTANTIATE_TEST_SUITE_P(Shapes, ScatteredCells,
                          testing::Values(Shape{200000, 30000, 9, false, 1}, Shape{200000, 30000, 9, true, 2},
                                          Shape{131072, 140000, 3, true, 3}, Shape{300001, 200, 700, false, 4},
-                                         Shape{140000, 1, 5, true, 5}, Shape{1000, 3000, 6, true, 6}));
+                                         Shape{140000, 1, 5, true, 5}, Shape{1000, 3000, 6, true, 6},
+                                         Shape{20000, 600000, 2, true, 7}));
 
 }  // namespace
 }  // namespace quillon
