@@ -372,11 +372,13 @@ bool have_equal_weights(const Hypergraph* h) {
   return true;
 }
 
-// The sum for nets of equal weight, the usual case, which need not be visited.
-int multiple_of_net_weight(const Hypergraph* h, const Cell& cell) {
-  const std::span<const int> nets = nets_of(cell);
-  if (nets.empty()) return 0;
-  return static_cast<int>(static_cast<unsigned>(nets.size()) * static_cast<unsigned>(h->_nlst[1].w));
+// Whether a list stays among nets 1 .. _n; those that a pruning copy set aside have higher numbers, and may
+// be listed by a caller who wants them back.
+bool stays_among_nets(const Hypergraph* h, std::span<const int> nets) {
+  const auto n = static_cast<unsigned>(h->_n);
+  int noutside = 0;
+  for (const int j : nets) noutside += static_cast<unsigned>(j) - 1 < n ? 0 : 1;
+  return noutside == 0;
 }
 
 int sum_of_net_weights(const Hypergraph* h, int i) {
@@ -386,6 +388,13 @@ int sum_of_net_weights(const Hypergraph* h, int i) {
   int sum = 0;
   for (const int j : nets_of(h->_clst[i])) add_wrapping(sum, h->_nlst[j].w);
   return sum;
+}
+
+// Where all nets weigh the same, the usual case, they need not be visited.
+int weighted_degree(const Hypergraph* h, int i, bool is_uniform) {
+  const std::span<const int> nets = nets_of(h->_clst[i]);
+  if (nets.empty() || !is_uniform || !stays_among_nets(h, nets)) return sum_of_net_weights(h, i);
+  return static_cast<int>(static_cast<unsigned>(nets.size()) * static_cast<unsigned>(h->_nlst[1].w));
 }
 
 }  // namespace
@@ -484,7 +493,7 @@ void set_hypergraph_infos(Hypergraph* h) {
   const bool is_uniform = have_equal_weights(h);
   for (int i = 1; i <= h->_c; ++i) {
     Cell& cell = h->_clst[i];
-    cell.wdeg = is_uniform ? multiple_of_net_weight(h, cell) : sum_of_net_weights(h, i);
+    cell.wdeg = weighted_degree(h, i, is_uniform);
     if (cell.wdeg > h->_maxwcd) h->_maxwcd = cell.wdeg;
     add_wrapping(h->_totcw, cell.w);
     if (cell.w >= 2) h->_fmt = 1;

@@ -44,6 +44,15 @@ TEST_F(SetHypergraphInfos, RecomputesWhatTheCellsTell) {
   EXPECT_THAT(of_cells(r.h, &Cell::wdeg), ElementsAre(210, 200, 0, 3210));
 }
 
+// As when a caller takes back the nets that a pruning copy numbered behind the last one.
+TEST_F(SetHypergraphInfos, CountsListedNetsBehindTheLastOneToo) {
+  Record r({.ncells = 2, .pins = {{1, 2}, {1}, {1}}, .net_weights = {3, 3, 40}});
+  r.h._n = 2;
+  set_hypergraph_infos(&r.h);
+
+  EXPECT_THAT(of_cells(r.h, &Cell::wdeg), ElementsAre(46, 3));
+}
+
 TEST_F(SetHypergraphInfos, TheSmallestDegreeIsThatOfTheCellWithFewestNets) {
   Record r({.ncells = 3, .pins = {{1, 2, 3}, {2, 3}, {2, 3}, {3}}});
   set_hypergraph_infos(&r.h);
