@@ -72,7 +72,7 @@ void for_each_step(std::size_t count, const Visit& visit) {
 // Shows the side every owner and visits all entries in stretches that are contiguous in memory. Loops over
 // single lists are bound by the branch that ends each of them, which cannot be predicted.
 template <typename Owner, typename Side, typename Visit>
-void for_each_stretch(const Owner* owners, int n, Side& side, const Visit& visit) {
+void for_each_stretch(Owner* owners, int n, Side& side, const Visit& visit) {
   constexpr int kOwners = 64;  // short enough for the stretch to be on its way into the cache
   for (int j = 1; j <= n;) {
     const int end = j + std::min(kOwners, n - j + 1);
@@ -316,7 +316,7 @@ class CellSide {
     Cell& cell = cells_[i];
     cell.nets = list;
     cell.netsend = list + count - 1;
-    cell.wdeg = wants_sums() ? 0 : static_cast<int>(static_cast<unsigned>(count) * static_cast<unsigned>(w_));
+    cell.wdeg = wants_sums() ? 0 : times_wrapping(count, w_);
     mincd = std::min(mincd, count);
     maxcd = std::max(maxcd, count);
   }
@@ -372,15 +372,6 @@ bool have_equal_weights(const Hypergraph* h) {
   return true;
 }
 
-// Whether a list stays among nets 1 .. _n; those that a pruning copy set aside have higher numbers, and may
-// be listed by a caller who wants them back.
-bool stays_among_nets(const Hypergraph* h, std::span<const int> nets) {
-  const auto n = static_cast<unsigned>(h->_n);
-  int noutside = 0;
-  for (const int j : nets) noutside += static_cast<unsigned>(j) - 1 < n ? 0 : 1;
-  return noutside == 0;
-}
-
 int sum_of_net_weights(const Hypergraph* h, int i) {
   constexpr int kAhead = 8;  // cells; their nets may lie anywhere
   if (i <= h->_c - kAhead)
@@ -390,11 +381,60 @@ int sum_of_net_weights(const Hypergraph* h, int i) {
   return sum;
 }
 
-// Where all nets weigh the same, the usual case, they need not be visited.
-int weighted_degree(const Hypergraph* h, int i, bool is_uniform) {
-  const std::span<const int> nets = nets_of(h->_clst[i]);
-  if (nets.empty() || !is_uniform || !stays_among_nets(h, nets)) return sum_of_net_weights(h, i);
-  return static_cast<int>(static_cast<unsigned>(nets.size()) * static_cast<unsigned>(h->_nlst[1].w));
+// Visits the cells for set_hypergraph_infos.
+class Infos {
+ public:
+  explicit Infos(const Hypergraph* h) : w_(h->_n < 1 ? 0 : h->_nlst[1].w) {}
+
+  // Where all nets weigh the same.
+  void see(Cell& cell) { take(cell, times_wrapping(std::ssize(nets_of(cell)), w_)); }
+
+  void take(Cell& cell, int wdeg) {
+    cell.wdeg = wdeg;
+    cell.inw = 0;
+    maxwcd_ = std::max(maxwcd_, wdeg);
+    maxw_ = std::max(maxw_, cell.w);
+    add_wrapping(totcw_, cell.w);
+    const int d = degree(cell);
+    mincd_ = std::min(mincd_, d);
+    maxcd_ = std::max(maxcd_, d);
+  }
+
+  void put_into(Hypergraph* h) const {
+    h->_maxwcd = maxwcd_;
+    h->_maxcd = maxcd_;
+    h->_mincd = mincd_;
+    h->_totcw = totcw_;
+    h->_fmt = maxw_ >= 2 ? 1 : 0;
+  }
+
+ private:
+  int w_;  // of the first net
+  int maxwcd_ = 1;
+  int maxcd_ = 0;
+  int mincd_ = kNoMinimum;
+  int totcw_ = 0;
+  int maxw_ = 0;
+};
+
+// Sets what it can without a visit to the nets. Tells whether the cells list nets 1 .. _n alone, as it holds
+// only then: those that a pruning copy set aside have higher numbers, and may be listed by a caller who wants
+// them back.
+bool set_infos_by_degrees(Hypergraph* h) {
+  Infos infos(h);
+  const auto n = static_cast<unsigned>(h->_n);
+  int outside = 0;
+  for_each_stretch(h->_clst, h->_c, infos, [n, &outside](std::span<const int> nets) {
+    for (const int j : nets) outside |= static_cast<unsigned>(j) - 1 < n ? 0 : 1;
+  });
+  infos.put_into(h);
+  return outside == 0;
+}
+
+void set_infos_by_sums(Hypergraph* h) {
+  Infos infos(h);
+  for (int i = 1; i <= h->_c; ++i) infos.take(h->_clst[i], sum_of_net_weights(h, i));
+  infos.put_into(h);
 }
 
 }  // namespace
@@ -484,25 +524,9 @@ void SortPins(Hypergraph* h) {
   }
 }
 
+// Nets that all weigh the same, the usual case, need not be visited.
 void set_hypergraph_infos(Hypergraph* h) {
-  h->_maxwcd = 1;
-  h->_maxcd = 0;
-  h->_mincd = kNoMinimum;
-  h->_totcw = 0;
-  h->_fmt = 0;
-  const bool is_uniform = have_equal_weights(h);
-  for (int i = 1; i <= h->_c; ++i) {
-    Cell& cell = h->_clst[i];
-    cell.wdeg = weighted_degree(h, i, is_uniform);
-    if (cell.wdeg > h->_maxwcd) h->_maxwcd = cell.wdeg;
-    add_wrapping(h->_totcw, cell.w);
-    if (cell.w >= 2) h->_fmt = 1;
-    cell.inw = 0;
-
-    const int d = degree(cell);
-    if (d < h->_mincd) h->_mincd = d;
-    if (d > h->_maxcd) h->_maxcd = d;
-  }
+  if (!have_equal_weights(h) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
 }
 
 void clear_weights(Hypergraph* h) {

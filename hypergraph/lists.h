@@ -2,6 +2,7 @@
 /// @file
 /// What every source of the module needs of the record's lists and sums. Internal to `hypergraph/`.
 
+#include <cstddef>
 #include <span>
 
 #include "hypergraph/hypergraph.h"
@@ -38,6 +39,11 @@ inline void add_wrapping(int& sum, int value) {
 
 inline void subtract_wrapping(int& sum, int value) {
   sum = static_cast<int>(static_cast<unsigned>(sum) - static_cast<unsigned>(value));
+}
+
+/// A sum of equal values.
+inline int times_wrapping(std::ptrdiff_t count, int value) {
+  return static_cast<int>(static_cast<unsigned>(count) * static_cast<unsigned>(value));
 }
 
 /// Asks for the cache line of an address ahead of its use. Nothing but time depends on it, which is why it
