@@ -20,6 +20,7 @@ import queue
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import threading
@@ -143,6 +144,14 @@ def programs_for(path):
     return ["module_tests" if path.startswith("hypergraph") else "util_tests", "fatal_tests"]
 
 
+def kill_group(leader):
+    """Ends also what a test has forked: a change may have left it in an endless loop."""
+    try:
+        os.killpg(leader, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+
+
 class Tree:
     """A copy of the sources with its builds."""
 
@@ -174,12 +183,15 @@ class Tree:
 
     def passes(self, build, program):
         environment = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
-        try:
-            return subprocess.run([self.root / build / "tests" / program], env=environment, stdin=subprocess.DEVNULL,
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=300,
-                                  cwd=self.root).returncode == 0
-        except subprocess.TimeoutExpired:
-            return False
+        command = [self.root / build / "tests" / program]
+        with subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, cwd=self.root, start_new_session=True) as tests:
+            try:
+                return tests.wait(timeout=120) == 0
+            except subprocess.TimeoutExpired:
+                return False
+            finally:
+                kill_group(tests.pid)
 
     def stages(self, mutant):
         """Builds and their programs, in the order in which they are asked."""
