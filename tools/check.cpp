@@ -1,7 +1,5 @@
 #include <unistd.h>
 
-#include <memory>
-
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
 #include "tools/isolate.h"
@@ -12,20 +10,6 @@
 
 namespace quillon::tool {
 namespace {
-
-constexpr const char* kExamples = R"(
-Examples:
-  quillon check circuit.qhg
-  quillon check --symmetric matrix.qhg && echo pattern is symmetric
-
-Prints one line a file on standard output. What is wrong with a file is said on standard error.)";
-
-struct Options {
-  std::vector<std::string> files;
-  bool symmetric = false;
-  bool json = false;
-  bool keep_small_nets = false;
-};
 
 // The symmetry check ends the process for some hypergraphs that are not symmetric, and returns for others.
 bool is_symmetric(const Hypergraph& h, bool say_why) {
@@ -46,7 +30,7 @@ void print_verdict(const std::string& file, const Loaded& loaded, bool is_symmet
 }
 
 // The totals are those of the reader: summaries recomputed before would hide what is wrong with them.
-int check(const std::string& file, const Options& options) {
+int check(const std::string& file, const CheckOptions& options) {
   Loaded loaded;
   load(loaded, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
   Hypergraph& h = loaded.h;
@@ -65,7 +49,7 @@ int check(const std::string& file, const Options& options) {
   return kFine;
 }
 
-void print_failure(const std::string& file, const Options& options) {
+void print_failure(const std::string& file, const CheckOptions& options) {
   if (options.json)
     print_failure_json("check", file);
   else
@@ -74,20 +58,10 @@ void print_failure(const std::string& file, const Options& options) {
 
 }  // namespace
 
-void add_check(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("check", "Verify files: counts, both sides, totals, symmetry");
-  add_files(*command, options->files);
-  command->add_flag("--symmetric", options->symmetric,
-                    "Demand that net i names the cells whose nets cell i is on");
-  add_json(*command, options->json);
-  add_keep_small_nets(*command, options->keep_small_nets);
-  command->footer(kExamples);
-  command->callback([options, &status] {
-    status = for_each_file(
-        options->files, [&](const std::string& file) { return check(file, *options); },
-        [&](const std::string& file) { print_failure(file, *options); });
-  });
+int run(const CheckOptions& options) {
+  return for_each_file(
+      options.files, [&](const std::string& file) { return check(file, options); },
+      [&](const std::string& file) { print_failure(file, options); });
 }
 
 }  // namespace quillon::tool

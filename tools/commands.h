@@ -1,13 +1,16 @@
 #pragma once
-// The subcommands of `quillon`. Each adds itself to the application and, when chosen, leaves its status: 0
-// fine, 1 a finding or bad input, 2 usage.
+// The subcommands of `quillon`: what the user may ask of each, and what carries it out. Each returns its
+// status: 0 fine, 1 a finding or bad input, 2 usage.
 
-#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "tools/suggest.h"
+#include "tools/formats.h"
+#include "tools/import.h"
 
 namespace quillon::tool {
 
@@ -15,49 +18,107 @@ inline constexpr int kFine = 0;
 inline constexpr int kFinding = 1;
 inline constexpr int kUsage = 2;
 
-void add_stats(CLI::App& app, int& status);
-void add_check(CLI::App& app, int& status);
-void add_dump(CLI::App& app, int& status);
-void add_prune(CLI::App& app, int& status);
-void add_reorder(CLI::App& app, int& status);
-void add_convert(CLI::App& app, int& status);
-void add_partition_info(CLI::App& app, int& status);
-void add_report(CLI::App& app, int& status);
-void add_help(CLI::App& app, int& status);
+/// Wrong usage that shows only when the options are seen together.
+struct UsageError : std::runtime_error {
+  using runtime_error::runtime_error;
+};
 
-/// What every command that reads hypergraphs offers.
-inline void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
-  command.add_flag("--keep-small-nets", keep_small_nets,
-                   "Keep nets with one pin or none, which otherwise are folded into the cells' and the "
-                   "hypergraph's totals");
-}
+struct StatsOptions {
+  std::vector<std::string> files;
+  bool table = false;
+  bool header = false;
+  bool summary = false;
+  bool json = false;
+  bool keep_small_nets = false;
+};
 
-inline void add_files(CLI::App& command, std::vector<std::string>& files) {
-  command.add_option("FILE", files, "Hypergraph files; - is standard input")->required();
-}
+struct CheckOptions {
+  std::vector<std::string> files;
+  bool symmetric = false;
+  bool json = false;
+  bool keep_small_nets = false;
+};
 
-inline CLI::Option* add_json(CLI::App& command, bool& json) {
-  return command.add_flag("--json", json, "Print JSON, an object on a line for each file");
-}
+struct DumpOptions {
+  std::string file;
+  std::vector<int> nets;
+  std::vector<int> cells;
+  bool keep_small_nets = false;
+};
 
-/// An option that takes one of a few names.
-template <typename Value, typename Target>
-void add_choice(CLI::App& command, const char* name,
-                const std::vector<std::pair<std::string, Value>>& choices, Target& target, const char* help) {
-  std::string names;
-  for (const auto& [choice, value] : choices) names += (names.empty() ? "" : "|") + choice;
-  const auto take = [=, &target](const std::string& text) {
-    for (const auto& [choice, value] : choices) {
-      if (choice != text) continue;
-      target = value;
-      return;
-    }
-    std::vector<std::string> known;
-    known.reserve(choices.size());
-    for (const auto& [choice, value] : choices) known.push_back(choice);
-    throw CLI::ValidationError(name, "'" + text + "' is none of " + names + did_you_mean(text, known));
-  };
-  command.add_option_function<std::string>(name, take, help)->type_name(names);
-}
+struct PruneOptions {
+  std::string in;
+  std::string out;
+  int max_size = 0;
+  bool shuffle = false;
+  std::uint64_t seed = 0;
+  std::string map;
+  std::string set_aside;
+};
+
+struct ReorderOptions {
+  std::string in;
+  std::string out;
+  std::optional<std::string> by_part;  // exactly one of the three
+  std::optional<std::string> perm;
+  bool random = false;
+  std::uint64_t seed = 0;
+  std::string write_perm;
+  std::string write_inverse;
+};
+
+/// The weights that a file gets. The first four have the numbers that the text format gives them.
+enum class WrittenWeights { kNone, kCells, kNets, kBoth, kAuto };
+
+struct ConvertOptions {
+  std::string in;
+  std::string out;
+  std::optional<Format> from;
+  std::optional<Format> to;
+  std::optional<int> numbering;
+  std::optional<WrittenWeights> weights;
+  Model model = Model::kRowNet;
+  bool add_diagonal = false;
+  std::string labels;
+  bool strict = false;
+};
+
+struct PartitionInfoOptions {
+  std::string hypergraph;
+  std::string part_file;
+  std::optional<Format> from;
+  int nparts = 0;  // 0: as many as the file needs
+  std::string write;
+  bool one_per_line = false;
+  bool json = false;
+};
+
+struct ReportOptions {
+  std::string hypergraph;
+  std::string part_file;
+  std::string out;
+  std::string title;
+  std::optional<Format> from;
+  int nparts = 0;  // 0: as many as the file needs
+};
+
+int run(const StatsOptions& options);
+int run(const CheckOptions& options);
+int run(const DumpOptions& options);
+int run(const PruneOptions& options);
+int run(const ReorderOptions& options);
+int run(ConvertOptions options);
+int run(const PartitionInfoOptions& options);
+int run(const ReportOptions& options);
+
+/// A command as the user sees it.
+struct CommandHelp {
+  std::string name;
+  std::string summary;
+  std::string text;
+};
+
+/// Explains a command or a topic, or lists them if `topic` is empty.
+int help(const std::string& topic, std::span<const CommandHelp> commands);
 
 }  // namespace quillon::tool

@@ -1,5 +1,5 @@
+#include <algorithm>
 #include <map>
-#include <memory>
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
@@ -12,45 +12,9 @@
 namespace quillon::tool {
 namespace {
 
-constexpr const char* kExamples = R"(
-Examples:
-  quillon convert circuit.hgr circuit.qhg
-  quillon convert matrix.mtx.gz matrix.hgr --model column-net
-  quillon convert --from metis --to quillon - - < mesh.txt > mesh.qhg
-  quillon convert people.json people.qhg --labels people.names
-
-Formats, with the suffixes that stand for them:
-  quillon  .qhg               our own
-  hmetis   .hgr .hmetis .hg   hypergraphs of hMETIS; weights of nets and cells are always written
-  kub      .kub               count-prefixed nets, cells from 0
-  mtx      .mtx               Matrix Market coordinates; written as a pattern
-  metis    .graph             graphs of METIS as hypergraphs of 2-pin nets; only read
-  hif      .json              Hypergraph Interchange Format 0.1, undirected
-A name that ends in .gz is read as the format that stands before it. Nothing is written compressed.
-
-Models of a matrix:
-  row-net      rows are nets, columns are cells
-  column-net   columns are nets, rows are cells
-  fine-grain   entries are cells, rows and then columns are nets; only read)";
-
-enum class Weights { kNone, kCells, kNets, kBoth, kAuto };
-
-struct Options {
-  std::string in;
-  std::string out;
-  std::optional<Format> from;
-  std::optional<Format> to;
-  std::optional<int> numbering;
-  std::optional<Weights> weights;
-  Model model = Model::kRowNet;
-  bool add_diagonal = false;
-  std::string labels;
-  bool strict = false;
-};
-
-int weight_format(const Options& options, const Hypergraph& h) {
-  const Weights weights = options.weights.value_or(Weights::kAuto);
-  return weights == Weights::kAuto ? h._fmt : static_cast<int>(weights);
+int weight_format(const ConvertOptions& options, const Hypergraph& h) {
+  const WrittenWeights weights = options.weights.value_or(WrittenWeights::kAuto);
+  return weights == WrittenWeights::kAuto ? h._fmt : static_cast<int>(weights);
 }
 
 template <typename Item>
@@ -87,7 +51,7 @@ std::int64_t count_names(const std::vector<std::string>& names) {
   return count;
 }
 
-void note_doubts_of_target(Doubts& doubts, const Options& options, const Hypergraph& h) {
+void note_doubts_of_target(Doubts& doubts, const ConvertOptions& options, const Hypergraph& h) {
   const auto any = [](int /*w*/) { return true; };
   const auto negative = [](int w) { return w < 0; };
   switch (*options.to) {
@@ -116,9 +80,11 @@ void note_doubts_of_target(Doubts& doubts, const Options& options, const Hypergr
   }
 }
 
-bool keeps_names(const Options& options) { return !options.labels.empty() || *options.to == Format::kHif; }
+bool keeps_names(const ConvertOptions& options) {
+  return !options.labels.empty() || *options.to == Format::kHif;
+}
 
-void tell(const Options& options, const Arrays& arrays, const Hypergraph& h) {
+void tell(const ConvertOptions& options, const Arrays& arrays, const Hypergraph& h) {
   for (const std::string& remark : arrays.remarks)
     uwarning("%s: %s", shown_name(options.in).c_str(), remark.c_str());
   if (*options.to != Format::kMatrixMarket && *options.from != Format::kMatrixMarket)
@@ -139,7 +105,8 @@ void tell(const Options& options, const Arrays& arrays, const Hypergraph& h) {
     errexit("%s is not written, because of --strict", target.c_str());
 }
 
-void write_file(const Options& options, const Hypergraph& h, const Labels& labels, const char* filename) {
+void write_file(const ConvertOptions& options, const Hypergraph& h, const Labels& labels,
+                const char* filename) {
   switch (*options.to) {
     case Format::kQuillon:
       write_hypergraph(&h, filename, options.numbering.value_or(1), weight_format(options, h));
@@ -162,13 +129,13 @@ void write_file(const Options& options, const Hypergraph& h, const Labels& label
 }
 
 // Names of the source, or for a source without names those kept when it was made.
-Labels labels_for(const Options& options, const Arrays& arrays, const Hypergraph& h) {
+Labels labels_for(const ConvertOptions& options, const Arrays& arrays, const Hypergraph& h) {
   if (*options.from == Format::kHif) return {arrays.cell_names, arrays.net_names};
   if (options.labels.empty()) return {};
   return read_labels(options.labels, h._c, h._n);
 }
 
-void convert(const Options& options) {
+void convert(const ConvertOptions& options) {
   Arrays arrays = import_file(options.in, *options.from, {options.model, options.add_diagonal});
   Loaded loaded;
   to_record(arrays, loaded);
@@ -184,7 +151,7 @@ void convert(const Options& options) {
   publish(outputs);
 }
 
-std::string usage_error(const Options& options) {
+std::string usage_error(const ConvertOptions& options) {
   const bool reads_matrix = *options.from == Format::kMatrixMarket;
   const bool writes_matrix = *options.to == Format::kMatrixMarket;
   if (*options.to == Format::kMetis) return "METIS graphs are only read: a net may have more than two pins";
@@ -204,50 +171,18 @@ void deduce(std::optional<Format>& format, const std::string& name, const char* 
   if (format) return;
   format = format_of_name(name);
   if (!format)
-    throw CLI::ValidationError("cannot tell the format of " + (name == "-" ? "-" : "'" + name + "'") +
-                               ": say it with " + option);
-}
-
-int run(Options& options) {
-  deduce(options.from, options.in, "--from");
-  deduce(options.to, options.out, "--to");
-  if (const std::string error = usage_error(options); !error.empty()) throw CLI::ValidationError(error);
-  convert(options);
-  return kFine;
+    throw UsageError("cannot tell the format of " + (name == "-" ? "-" : "'" + name + "'") +
+                     ": say it with " + option);
 }
 
 }  // namespace
 
-void add_convert(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("convert", "Turn a file into one of another format");
-  command->add_option("IN", options->in, "File to read; - is standard input")->required();
-  command->add_option("OUT", options->out, "File to write; - is standard output")->required();
-  add_format_option(*command, "--from", options->from, "Format of IN, if its suffix does not tell");
-  add_format_option(*command, "--to", options->to, "Format of OUT, if its suffix does not tell");
-  add_choice<int>(*command, "--numbering", {{"0", 0}, {"1", 1}}, options->numbering,
-                  "First cell number in a quillon file, 1 if not given");
-  add_choice<Weights>(*command, "--weights",
-                      {{"none", Weights::kNone},
-                       {"cells", Weights::kCells},
-                       {"nets", Weights::kNets},
-                       {"both", Weights::kBoth},
-                       {"auto", Weights::kAuto}},
-                      options->weights,
-                      "Weights in a quillon file; auto, if not given: those that are not all 1");
-  add_choice<Model>(
-      *command, "--model",
-      {{"row-net", Model::kRowNet}, {"column-net", Model::kColumnNet}, {"fine-grain", Model::kFineGrain}},
-      options->model, "How a matrix is a hypergraph, row-net if not given");
-  command->add_flag("--diagonal", options->add_diagonal,
-                    "Add the missing diagonal entries of a square matrix");
-  command
-      ->add_option("--labels", options->labels, "Keep the names of a hif file in FILE, or take them from it")
-      ->type_name("FILE");
-  command->add_flag("--strict", options->strict,
-                    "Write nothing if anything would be lost, or refused by readers");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
+int run(ConvertOptions options) {
+  deduce(options.from, options.in, "--from");
+  deduce(options.to, options.out, "--to");
+  if (const std::string error = usage_error(options); !error.empty()) throw UsageError(error);
+  convert(options);
+  return kFine;
 }
 
 }  // namespace quillon::tool

@@ -2,21 +2,9 @@
 
 #include <memory>
 
-#include "tools/commands.h"
 #include "tools/progress.h"
 
 namespace quillon::tool {
-
-void add_format_option(CLI::App& command, const char* name, std::optional<Format>& format, const char* help) {
-  add_choice<Format>(command, name,
-                     {{"quillon", Format::kQuillon},
-                      {"hmetis", Format::kHmetis},
-                      {"kub", Format::kKub},
-                      {"mtx", Format::kMatrixMarket},
-                      {"metis", Format::kMetis},
-                      {"hif", Format::kHif}},
-                     format, help);
-}
 
 std::optional<Format> format_of_name(const std::string& name) {
   static const std::vector<std::pair<std::string, Format>> suffixes{

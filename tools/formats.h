@@ -1,7 +1,6 @@
 #pragma once
 // The file formats by name and by suffix.
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
@@ -14,9 +13,6 @@ enum class Format { kQuillon, kHmetis, kKub, kMatrixMarket, kMetis, kHif };
 
 /// The format that a file name's suffix stands for, before which .gz does not count.
 std::optional<Format> format_of_name(const std::string& name);
-
-/// An option that takes the name of a format.
-void add_format_option(CLI::App& command, const char* name, std::optional<Format>& format, const char* help);
 
 /// What an importer has to know beside the file.
 struct ImportOptions {

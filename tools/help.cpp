@@ -1,5 +1,7 @@
 #include <cstdio>
-#include <memory>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "tools/commands.h"
 #include "tools/suggest.h"
@@ -97,11 +99,7 @@ Of several files, the status is that of the worst.
 )"},
 };
 
-struct Options {
-  std::string topic;
-};
-
-std::string topics_and_commands(const CLI::App& app) {
+std::string topics_and_commands(std::span<const CommandHelp> commands) {
   std::string text = "quillon help COMMAND explains a command, quillon help TOPIC one of these:\n\n";
   for (const Topic& topic : kTopics) {
     char line[120];
@@ -109,50 +107,41 @@ std::string topics_and_commands(const CLI::App& app) {
     text += line;
   }
   text += "\nCommands:\n\n";
-  for (const CLI::App* const command : app.get_subcommands({})) {
+  for (const CommandHelp& command : commands) {
     char line[120];
-    std::snprintf(line, sizeof line, "  %-14s %s\n", command->get_name().c_str(),
-                  command->get_description().c_str());
+    std::snprintf(line, sizeof line, "  %-14s %s\n", command.name.c_str(), command.summary.c_str());
     text += line;
   }
   return text;
 }
 
-int unknown(const CLI::App& app, const std::string& name) {
+int unknown(const std::string& name, std::span<const CommandHelp> commands) {
   std::vector<std::string> names;
   for (const Topic& topic : kTopics) names.emplace_back(topic.name);
-  for (const CLI::App* const command : app.get_subcommands({})) names.push_back(command->get_name());
+  for (const CommandHelp& command : commands) names.push_back(command.name);
   std::fprintf(stderr, "%sthere is no help on '%s'%s\nTry 'quillon help'.\n", error_prefix().c_str(),
                name.c_str(), did_you_mean(name, names).c_str());
   return kUsage;
 }
 
-int run(const CLI::App& app, const Options& options) {
-  if (options.topic.empty()) {
-    uprintf("%s", topics_and_commands(app).c_str());
-    return kFine;
-  }
-  for (const Topic& topic : kTopics) {
-    if (options.topic != topic.name) continue;
-    uprintf("%s", topic.text);
-    return kFine;
-  }
-  for (const CLI::App* const command : app.get_subcommands({})) {
-    if (options.topic != command->get_name()) continue;
-    uprintf("%s", command->help("quillon").c_str());
-    return kFine;
-  }
-  return unknown(app, options.topic);
-}
-
 }  // namespace
 
-void add_help(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("help", "Explain a command or a topic");
-  command->add_option("TOPIC", options->topic, "What to explain; a list of topics, if not given");
-  command->footer("");  // not that of the application
-  command->callback([options, &app, &status] { status = run(app, *options); });
+int help(const std::string& topic, std::span<const CommandHelp> commands) {
+  if (topic.empty()) {
+    uprintf("%s", topics_and_commands(commands).c_str());
+    return kFine;
+  }
+  for (const Topic& known : kTopics) {
+    if (topic != known.name) continue;
+    uprintf("%s", known.text);
+    return kFine;
+  }
+  for (const CommandHelp& command : commands) {
+    if (topic != command.name) continue;
+    uprintf("%s", command.text.c_str());
+    return kFine;
+  }
+  return unknown(topic, commands);
 }
 
 }  // namespace quillon::tool

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/command_line.h"
 #include "tools/commands.h"
 #include "tools/isolate.h"
 #include "tools/suggest.h"
@@ -92,7 +93,7 @@ void prepare_for_limits() {
   std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow further is an error like a full disk
 }
 
-int run(int argc, char** argv) {
+int run_program(int argc, char** argv) {
   hold_standard_streams();
   prepare_for_limits();
   CLI::App app{
@@ -104,15 +105,7 @@ int run(int argc, char** argv) {
   app.failure_message(usage_error);
 
   int status = kFine;
-  add_stats(app, status);
-  add_check(app, status);
-  add_dump(app, status);
-  add_prune(app, status);
-  add_reorder(app, status);
-  add_convert(app, status);
-  add_partition_info(app, status);
-  add_report(app, status);
-  add_help(app, status);
+  add_commands(app, status);
   add_quiet(app);
   try {
     app.parse(argc, argv);
@@ -128,7 +121,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return quillon::tool::run(argc, argv);
+    return quillon::tool::run_program(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s%s\n", quillon::tool::error_prefix().c_str(), error.what());
     return quillon::tool::kFinding;

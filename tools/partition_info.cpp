@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <memory>
+#include <cstdio>
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
@@ -13,30 +13,8 @@
 namespace quillon::tool {
 namespace {
 
-constexpr const char* kExamples = R"(
-Examples:
-  quillon partition-info circuit.qhg circuit.part.8
-  quillon partition-info circuit.hgr circuit.part.8 -k 8 --write circuit.parts
-  quillon partition-info circuit.qhg circuit.parts --write other.part --one-per-line
-
-PARTFILE has a part number for each cell, counted from 0, with any white space between. The hypergraph may be of any
-format that convert reads.
-
-With L the number of parts that the pins of a net of weight w lie in, over the nets with L > 1: the cut is the sum of
-w, the connectivity minus one that of w (L - 1), the sum of external degrees that of w L. The imbalance is the weight
-of the heaviest part over the average, minus 1.)";
-
-struct Options {
-  std::string hypergraph;
-  std::string part_file;
-  std::optional<Format> from;
-  int nparts = 0;  // 0: as many as the file needs
-  std::string write;
-  bool one_per_line = false;
-  bool json = false;
-};
-
-void report(const Options& options, const Hypergraph& h, const std::vector<int>& parts, int nparts) {
+void report(const PartitionInfoOptions& options, const Hypergraph& h, const std::vector<int>& parts,
+            int nparts) {
   const PartSizes sizes = part_sizes(h, parts, nparts);
   const CutSizes cut = cut_sizes(h, parts, nparts);
   if (options.json) {
@@ -62,7 +40,7 @@ void write_one_per_line(const std::vector<int>& parts, const char* filename) {
   ufclose(file);
 }
 
-void rewrite(const Options& options, const std::vector<int>& parts) {
+void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts) {
   Outputs outputs;
   stage(outputs, options.write, [&](const char* filename) {
     if (options.one_per_line)
@@ -73,7 +51,9 @@ void rewrite(const Options& options, const std::vector<int>& parts) {
   publish(outputs);
 }
 
-int run(const Options& options) {
+}  // namespace
+
+int run(const PartitionInfoOptions& options) {
   const Format format = options.from.value_or(format_of_name(options.hypergraph).value_or(Format::kQuillon));
   Loaded loaded;
   to_record(import_file(options.hypergraph, format, {}), loaded);
@@ -86,28 +66,6 @@ int run(const Options& options) {
   report(options, h, parts, nparts);
   if (!options.write.empty()) rewrite(options, parts);
   return kFine;
-}
-
-}  // namespace
-
-void add_partition_info(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("partition-info", "Measure a partition: sizes of its parts, cut, balance");
-  command->add_option("HYPERGRAPH", options->hypergraph, "Hypergraph file; - is standard input")->required();
-  command->add_option("PARTFILE", options->part_file, "Part numbers of the cells; - is standard input")
-      ->required();
-  add_format_option(*command, "--from", options->from, "Format of HYPERGRAPH, if its suffix does not tell");
-  command->add_option("-k", options->nparts, "Number of parts, if not one above the largest in the file")
-      ->type_name("K")
-      ->check(CLI::PositiveNumber);
-  CLI::Option* const write =
-      command->add_option("--write", options->write, "Write the partition, 100 numbers a line")
-          ->type_name("FILE");
-  command->add_flag("--one-per-line", options->one_per_line, "Write it with one number a line")->needs(write);
-  add_json(*command, options->json);
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
 }
 
 }  // namespace quillon::tool

@@ -1,6 +1,5 @@
 #include <cstdint>
-#include <limits>
-#include <memory>
+#include <cstdio>
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
@@ -11,26 +10,6 @@
 
 namespace quillon::tool {
 namespace {
-
-constexpr const char* kExamples = R"(
-Examples:
-  quillon prune circuit.qhg -o small.qhg --max-size 50
-  quillon prune circuit.qhg -o small.qhg --max-size 50 --set-aside big.qhg --map origin.txt
-  quillon prune circuit.qhg -o small.qhg --max-size 50 --shuffle --seed 7
-
-Kept are the nets of 2 to N - 1 pins. Nets of one pin or none are dropped.
---map writes a line for each net kept ("net NEW OLD"), each net set aside ("aside NEW OLD") and each cell
-("cell NEW OLD"); numbers count from 1.)";
-
-struct Options {
-  std::string in;
-  std::string out;
-  int max_size = 0;
-  bool shuffle = false;
-  std::uint64_t seed = 0;
-  std::string map;
-  std::string set_aside;
-};
 
 // A pruning copy and what comes with it. The record is in the pools.
 struct Pruned {
@@ -46,7 +25,7 @@ struct Tally {
   std::int64_t weight = 0;
 };
 
-Pruned prune(Hypergraph& source, const Options& options) {
+Pruned prune(Hypergraph& source, const PruneOptions& options) {
   Pruned pruned{create_hypergraph(0), 0, 0, std::vector<int>(static_cast<std::size_t>(source._n) + 1)};
   pruned.h->_c = source._c;
   pruned.h->_n = source._n;
@@ -123,7 +102,9 @@ void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
   write_hypergraph(&aside, filename, 1, fmt);
 }
 
-int run(const Options& options) {
+}  // namespace
+
+int run(const PruneOptions& options) {
   Loaded source;
   load(source, options.in, SmallNets::kKeep, false);
   const int fmt = source.h._fmt;
@@ -141,31 +122,6 @@ int run(const Options& options) {
   destroy_hypergraph_data(pruned.h);
   destroy_hypergraph(pruned.h);
   return kFine;
-}
-
-}  // namespace
-
-void add_prune(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("prune", "Drop nets of fewer than two pins and set big ones aside");
-  command->add_option("IN", options->in, "Hypergraph file; - is standard input")->required();
-  command->add_option("-o,--output", options->out, "File for the nets kept")->required()->type_name("OUT");
-  command->add_option("--max-size", options->max_size, "Set nets of N pins or more aside")
-      ->required()
-      ->type_name("N")
-      ->check(CLI::Range(1, std::numeric_limits<int>::max()));
-  CLI::Option* const shuffle = command->add_flag("--shuffle", options->shuffle,
-                                                 "Put nets, cells and the pins of each net in random order");
-  command->add_option("--seed", options->seed, "Start of the random order, 0 if not given")
-      ->type_name("S")
-      ->check([](const std::string& seed) { return seed.find('-') == 0 ? "is negative: " + seed : ""; })
-      ->needs(shuffle);
-  command->add_option("--map", options->map, "Write where each net and cell came from")->type_name("FILE");
-  command->add_option("--set-aside", options->set_aside, "Write the nets set aside as a hypergraph")
-      ->type_name("FILE");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
 }
 
 }  // namespace quillon::tool

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
-#include <memory>
 #include <numeric>
 #include <optional>
 
@@ -15,30 +15,6 @@
 
 namespace quillon::tool {
 namespace {
-
-constexpr const char* kExamples = R"(
-Examples:
-  quillon reorder circuit.qhg -o mixed.qhg --random --seed 7 --write-perm order.txt
-  quillon reorder circuit.qhg -o other.qhg --perm order.txt
-  quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part
-
---by-part renumbers cells and nets alike and wants as many of the one as of the other; --random and --perm renumber
-the cells and leave the nets in their order.
-
-Orders have one number a line, from 1. When old cell 3 comes first, then old cell 1, then old cell 2:
-  --write-perm writes     3 1 2   line i: the old number of new cell i; --perm reads this
-  --write-inverse writes  2 3 1   line i: the new number of old cell i)";
-
-struct Options {
-  std::string in;
-  std::string out;
-  std::optional<std::string> by_part;  // exactly one of the three
-  std::optional<std::string> perm;
-  bool random = false;
-  std::uint64_t seed = 0;
-  std::string write_perm;
-  std::string write_inverse;
-};
 
 // Orders are arrays of the module: entry 0 is not used.
 using Order = std::vector<int>;
@@ -102,7 +78,7 @@ void write_order(const Order& order, const char* filename) {
   ufclose(file);
 }
 
-Order chosen_order(const Hypergraph& h, const Options& options) {
+Order chosen_order(const Hypergraph& h, const ReorderOptions& options) {
   if (options.by_part) return order_by_part(h);
   if (options.perm) return read_permutation(*options.perm, h._c);
   Order order = identity(h._c);
@@ -111,7 +87,9 @@ Order chosen_order(const Hypergraph& h, const Options& options) {
   return order;
 }
 
-int run(const Options& options) {
+}  // namespace
+
+int run(const ReorderOptions& options) {
   Loaded source;
   load(source, options.in, SmallNets::kKeep, false);
   Hypergraph& h = source.h;
@@ -141,35 +119,6 @@ int run(const Options& options) {
 
   free_hypergraph(&nh);
   return kFine;
-}
-
-}  // namespace
-
-void add_reorder(CLI::App& app, int& status) {
-  auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("reorder", "Renumber the cells: by part, at random or as a file says");
-  command->add_option("IN", options->in, "Hypergraph file; - is standard input")->required();
-  command->add_option("-o,--output", options->out, "File for the hypergraph renumbered")
-      ->required()
-      ->type_name("OUT");
-  CLI::Option_group* const how = command->add_option_group("Order", "One of these");
-  how->add_option("--by-part", options->by_part,
-                  "Sort by the part numbers in PARTFILE, any white space between")
-      ->type_name("PARTFILE");
-  how->add_option("--perm", options->perm, "Take the order from FILE")->type_name("FILE");
-  CLI::Option* const random = how->add_flag("--random", options->random, "Take a random order");
-  how->require_option(1);
-  command->add_option("--seed", options->seed, "Start of the random order, 0 if not given")
-      ->type_name("S")
-      ->check([](const std::string& seed) { return seed.find('-') == 0 ? "is negative: " + seed : ""; })
-      ->needs(random);
-  command->add_option("--write-perm", options->write_perm, "Write the old number of each new cell")
-      ->type_name("FILE");
-  command->add_option("--write-inverse", options->write_inverse, "Write the new number of each old cell")
-      ->type_name("FILE");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
 }
 
 }  // namespace quillon::tool
