@@ -201,6 +201,24 @@ TEST_F(ReadNetArrays, RequestsEverythingBeforeTheFirstNet) {
   EXPECT_EQ(nadj[4], 0);  // what the attempt behind the last pin found
 }
 
+int entry_behind_the_last_pin(const std::string& text) {
+  const TempFile file(text);
+  int ncells = 0;
+  int nnets = 0;
+  int* xnadj = nullptr;
+  int* nadj = nullptr;
+  read_hypergraph_netar(file.name(), &ncells, &nnets, &xnadj, &nadj);
+  const int entry = nadj[xnadj[nnets + 1]];
+  taken(ncells, nnets, xnadj, nadj);
+  return entry;
+}
+
+TEST_F(ReadNetArrays, LeavesTheShiftBehindTheLastPinAlsoBeforeCellWeights) {
+  EXPECT_EQ(entry_behind_the_last_pin("0 1 2 2\n0\n0\n"), 1);
+  EXPECT_EQ(entry_behind_the_last_pin("0 1 2 2 1\n0\n0\n7\n"), 1);
+  EXPECT_EQ(entry_behind_the_last_pin("1 1 2 2 1\n1\n1\n7\n"), 0);
+}
+
 TEST_F(ReadNetArrays, GrowsTheLineBufferForMorePinsThanBytes) {
   EXPECT_EQ(message("1 3 1 16777217\n1\n"), wrong_pins("16777217 1"));
   EXPECT_THAT(requests({"urealloc"}), ElementsAre("urealloc 16777217 read_hypergraph_netar: line"));
