@@ -57,12 +57,14 @@ class Mutant:
         last = text.find("\n", end)
         self.before = text[first:last].strip()
         self.after = (text[first:begin] + replacement + text[end:last]).strip()
+        names = re.findall(r"^(?:\[\[[^\]]*\]\] )?[A-Za-z][^;{}()=]*?\b(\w+)\(", text[:end], re.MULTILINE)
+        self.function = names[-1] if names else ""
 
     def applied_to(self, text):
         return text[:self.begin] + self.replacement + text[self.end:]
 
     def key(self):
-        return f"{self.path}: {self.before} => {self.after}"
+        return f"{self.path}: {self.function}: {self.before} => {self.after}"
 
     def __str__(self):
         return f"{self.path}:{self.line}: {self.before}\n    => {self.after or '(removed)'}"

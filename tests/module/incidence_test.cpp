@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
@@ -160,6 +161,17 @@ TEST_F(ConstructNetList, SkipsNetsThatHaveNoPinList) {
   EXPECT_THAT(nets_of_cells(r.h), ElementsAre(ElementsAre(1, 3), ElementsAre(3)));
   EXPECT_THAT(of_cells(r.h, &Cell::wdeg), ElementsAre(3, 2));
   EXPECT_THAT(work, ElementsAre(0, 2, 1, kMarker));
+}
+
+TEST_F(ConstructNetList, TakesNetsWhoseListsLieInAnyOrder) {
+  Record r({.ncells = 6, .pins = {{1, 2}, {3, 4}, {5, 6}}}, Side::kNets);
+  std::swap(r.nets[1], r.nets[3]);
+  std::vector<int> work = work_for(6);
+
+  construct_net_list(&r.h, work.data());
+  EXPECT_THAT(nets_of_cells(r.h),
+              ElementsAre(ElementsAre(3), ElementsAre(3), ElementsAre(2), ElementsAre(2), ElementsAre(1),
+                          ElementsAre(1)));
 }
 
 TEST_F(ConstructNetList, KeepsBothEntriesOfACellThatANetListsTwice) {
