@@ -169,9 +169,8 @@ TEST_F(ConstructNetList, TakesNetsWhoseListsLieInAnyOrder) {
   std::vector<int> work = work_for(6);
 
   construct_net_list(&r.h, work.data());
-  EXPECT_THAT(nets_of_cells(r.h),
-              ElementsAre(ElementsAre(3), ElementsAre(3), ElementsAre(2), ElementsAre(2), ElementsAre(1),
-                          ElementsAre(1)));
+  EXPECT_THAT(nets_of_cells(r.h), ElementsAre(ElementsAre(3), ElementsAre(3), ElementsAre(2), ElementsAre(2),
+                                              ElementsAre(1), ElementsAre(1)));
 }
 
 TEST_F(ConstructNetList, KeepsBothEntriesOfACellThatANetListsTwice) {
