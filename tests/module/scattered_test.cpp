@@ -121,6 +121,43 @@ TEST_P(ScatteredCells, GiveTheNetsTheirPinsBackInOrder) {
   EXPECT_EQ(r.nets.back().pins, next);
 }
 
+// Entries that wait for their turn say how many nets the one before is away. Here one is a million away,
+// among so many cells that there are not bits enough.
+TEST(ScatteredCellsFarFromOneAnother, GetTheirListsToo) {
+  constexpr unsigned kHalf = 1U << 21;
+  constexpr int kCells = 2 * kHalf;
+  constexpr int kNets = (1 << 20) + 10;
+  const auto cell_of = [](int j) {
+    return j == kNets ? kCells : 1 + static_cast<int>(static_cast<unsigned>(j) * 600001U % kHalf);
+  };
+  std::vector<Cell> cells(kCells + 2);
+  std::vector<Net> nets(kNets + 2);
+  std::vector<int> cell_list(kNets + 2);
+  std::vector<int> net_list(kNets + 2);
+  std::vector<int> work(kCells + 2);
+  for (int j = 1; j <= kNets; ++j) {
+    int* const pin = &cell_list[static_cast<std::size_t>(j) - 1];
+    *pin = cell_of(j);
+    nets[static_cast<std::size_t>(j)] = {1, pin, pin};
+  }
+  Hypergraph h{};
+  h._c = kCells;
+  h._n = h._p = kNets;
+  h._clst = cells.data();
+  h._nlst = nets.data();
+  h._cell_list = cell_list.data();
+  h._net_list = net_list.data();
+
+  construct_net_list(&h, work.data());
+
+  EXPECT_EQ(cells[kCells + 1].nets, net_list.data() + kNets);
+  for (int j = 1; j <= kNets; ++j) {
+    const Cell& cell = cells[static_cast<std::size_t>(cell_of(j))];
+    ASSERT_EQ(cell.nets, cell.netsend) << "net " << j;
+    ASSERT_EQ(*cell.nets, j);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Shapes, ScatteredCells,
                          testing::Values(Shape{200000, 30000, 9, false, 1}, Shape{200000, 30000, 9, true, 2},
                                          Shape{131072, 140000, 3, true, 3}, Shape{300001, 200, 700, false, 4},

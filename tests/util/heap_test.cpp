@@ -8,13 +8,13 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <numeric>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "tests/util/page_faults.h"
 #include "tests/util/variant.h"
 #include "util/util.h"
 
@@ -30,32 +30,6 @@ unsigned char* bytes_of(void* block) { return static_cast<unsigned char*>(block)
 
 void expect_aligned_for_any_type(const void* block) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0U) << block;
-}
-
-std::uint64_t minor_faults() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<std::uint64_t>(usage.ru_minflt);
-}
-
-std::uint64_t faults_of_filling(void* block, std::uint64_t bytes) {
-  const std::uint64_t before = minor_faults();
-  std::memset(block, 1, bytes);
-  return minor_faults() - before;
-}
-
-// Page faults of filling memory that was mapped and advised without our help, or all its small pages where
-// the system has no huge ones.
-std::uint64_t faults_at_best(std::uint64_t bytes) {
-  std::uint64_t faults = bytes / 4096;
-#ifdef MADV_HUGEPAGE
-  void* const block = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (block == MAP_FAILED) return faults;
-  madvise(block, bytes, MADV_HUGEPAGE);
-  faults = faults_of_filling(block, bytes);
-  munmap(block, bytes);
-#endif
-  return faults;
 }
 
 // Each kind of block in turn, together far more than the limit: keeping any of it ends the program.
@@ -114,15 +88,11 @@ TEST(Umalloc, GivesALargeBlockThatHoldsItsContents) {
 }
 
 TEST(Umalloc, FillsLargeBlocksWithFewPageFaults) {
-  if (kPortable || kAddressSanitizer)
-    GTEST_SKIP() << "this build asks for no huge pages, or fills shadow pages too";
-  std::ifstream setting("/sys/kernel/mm/transparent_hugepage/enabled");
-  std::string choices;
-  if (!std::getline(setting, choices) || choices.find("[never]") != std::string::npos)
-    GTEST_SKIP() << "the system gives no huge pages";
   constexpr std::uint64_t kBytes = 64 * kMiB;
   constexpr std::uint64_t kFew = kBytes / 4096 / 4;
-  if (faults_at_best(kBytes) > kFew) GTEST_SKIP() << "the system is out of huge pages";
+  if (kPortable || kAddressSanitizer)
+    GTEST_SKIP() << "this build asks for no huge pages, or fills shadow pages too";
+  if (faults_at_best(kBytes) > kFew) GTEST_SKIP() << "the system gives no huge pages";
 
   void* const block = umalloc(kBytes, "test: large");
   EXPECT_LT(faults_of_filling(block, kBytes), kFew);

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/util/page_faults.h"
 #include "tests/util/variant.h"
 #include "util/util.h"
 
@@ -161,6 +162,18 @@ TEST_F(Poolalloc, NeverMovesBlocksNorTouchesTheirContents) {
   EXPECT_EQ(release(1, right[0].at), 80);
   expect_filled({left.begin(), left.begin() + 40});
   EXPECT_EQ(release(0, left[0].at), 40);
+}
+
+TEST_F(Poolalloc, FillsLargeBlocksWithFewPageFaults) {
+  constexpr std::uint64_t kBytes = 192 * kMiB;  // more than the pool may have kept
+  constexpr std::uint64_t kFew = kBytes / 4096 / 4;
+  if (kPortable || kAddressSanitizer)
+    GTEST_SKIP() << "this build asks for no huge pages, or fills shadow pages too";
+  if (faults_at_best(kBytes) > kFew) GTEST_SKIP() << "the system gives no huge pages";
+
+  char* const block = take(0, kBytes);
+  EXPECT_LT(faults_of_filling(block, kBytes), kFew);
+  release(0, block);
 }
 
 TEST_F(Poolalloc, KeepsThePoolsApart) {
