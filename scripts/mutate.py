@@ -295,7 +295,10 @@ def main():
     parser.add_argument("--list", action="store_true", help="only print what can be changed")
     options = parser.parse_args()
 
-    mutants = [mutant for path in options.files or sources() for mutant in mutants_of(path)]
+    everything = [mutant for path in sources() for mutant in mutants_of(path)]
+    for key in known_reasons().keys() - {mutant.key() for mutant in everything}:
+        sys.exit(f"mutate.py: {REASONS.name} explains what is no possible change any more: {key}")
+    mutants = [mutant for mutant in everything if not options.files or mutant.path in options.files]
     random.Random(options.seed).shuffle(mutants)
     if options.list:
         for mutant in mutants:

@@ -11,7 +11,6 @@
 #include <limits>
 #include <numeric>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "tests/util/page_faults.h"
