@@ -8,7 +8,7 @@
 Each change is made in a copy of the sources in build/mutate, which is then built and tested. The plain build comes
 first, as it is quick; what it lets through goes to the sanitizers and to the tests of the portable code. A change that
 does not compile is replaced by another one. Changes that are known to make no difference stand with their reasons in
-scripts/same_behaviour.txt. Status 1: a change survived that is not in that list.
+scripts/same_behaviour.txt. Status 1: a change survived that is not in that list, or more of them than --least allows.
 """
 
 import argparse
@@ -269,7 +269,7 @@ def run(mutants, options, known, log):
     return results[:wanted]
 
 
-def report(results):
+def report(results, least):
     reasons = known_reasons()
     survivors = [mutant for mutant, verdict in results if verdict == "survived"]
     unexplained = [mutant for mutant in survivors if mutant.key() not in reasons]
@@ -281,7 +281,7 @@ def report(results):
         print(f"\n{mutant}")
         if mutant.key() in reasons:
             print(f"    ({reasons[mutant.key()]})")
-    return 1 if unexplained else 0
+    return 1 if killed < with_effect * least / 100 else 0
 
 
 def main():
@@ -292,6 +292,7 @@ def main():
     parser.add_argument("--trees", type=int, default=1, help="copies to work in side by side")
     parser.add_argument("--plain-only", action="store_true", help="without the sanitizers: quicker, notices less")
     parser.add_argument("--resume", action="store_true", help="an interrupted run of the same sources and seed")
+    parser.add_argument("--least", type=int, default=100, help="percent to be noticed of those not known as harmless")
     parser.add_argument("--list", action="store_true", help="only print what can be changed")
     options = parser.parse_args()
 
@@ -308,7 +309,7 @@ def main():
     WORK.mkdir(parents=True, exist_ok=True)
     known = known_verdicts(WORK / "log.tsv" if options.resume else pathlib.Path(os.devnull))
     with open(WORK / "log.tsv", "w", encoding="utf-8") as log:
-        return report(run(mutants, options, known, log))
+        return report(run(mutants, options, known, log), options.least)
 
 
 if __name__ == "__main__":
