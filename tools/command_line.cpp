@@ -1,5 +1,6 @@
 #include "tools/command_line.h"
 
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -37,6 +38,20 @@ void add_files(CLI::App& command, std::vector<std::string>& files) {
 
 CLI::Option* add_json(CLI::App& command, bool& json) {
   return command.add_flag("--json", json, "Print JSON, an object on a line for each file");
+}
+
+CLI::Option* add_nparts(CLI::App& command, int& nparts) {
+  return command.add_option("-k", nparts, "Number of parts, if not one above the largest in the file")
+      ->type_name("K")
+      ->check(CLI::PositiveNumber);
+}
+
+// Of what is only random if `random` is given.
+void add_seed(CLI::App& command, std::uint64_t& seed, CLI::Option* random) {
+  command.add_option("--seed", seed, "Start of the random order, 0 if not given")
+      ->type_name("S")
+      ->check([](const std::string& text) { return text.find('-') == 0 ? "is negative: " + text : ""; })
+      ->needs(random);
 }
 
 // An option that takes one of a few names.
@@ -161,10 +176,7 @@ void add_prune(CLI::App& app, int& status) {
       ->check(CLI::Range(1, std::numeric_limits<int>::max()));
   CLI::Option* const shuffle = command->add_flag("--shuffle", options->shuffle,
                                                  "Put nets, cells and the pins of each net in random order");
-  command->add_option("--seed", options->seed, "Start of the random order, 0 if not given")
-      ->type_name("S")
-      ->check([](const std::string& seed) { return seed.find('-') == 0 ? "is negative: " + seed : ""; })
-      ->needs(shuffle);
+  add_seed(*command, options->seed, shuffle);
   command->add_option("--map", options->map, "Write where each net and cell came from")->type_name("FILE");
   command->add_option("--set-aside", options->set_aside, "Write the nets set aside as a hypergraph")
       ->type_name("FILE");
@@ -200,10 +212,7 @@ void add_reorder(CLI::App& app, int& status) {
   how->add_option("--perm", options->perm, "Take the order from FILE")->type_name("FILE");
   CLI::Option* const random = how->add_flag("--random", options->random, "Take a random order");
   how->require_option(1);
-  command->add_option("--seed", options->seed, "Start of the random order, 0 if not given")
-      ->type_name("S")
-      ->check([](const std::string& seed) { return seed.find('-') == 0 ? "is negative: " + seed : ""; })
-      ->needs(random);
+  add_seed(*command, options->seed, random);
   command->add_option("--write-perm", options->write_perm, "Write the old number of each new cell")
       ->type_name("FILE");
   command->add_option("--write-inverse", options->write_inverse, "Write the new number of each old cell")
@@ -286,9 +295,7 @@ void add_partition_info(CLI::App& app, int& status) {
   command->add_option("PARTFILE", options->part_file, "Part numbers of the cells; - is standard input")
       ->required();
   add_format_option(*command, "--from", options->from, "Format of HYPERGRAPH, if its suffix does not tell");
-  command->add_option("-k", options->nparts, "Number of parts, if not one above the largest in the file")
-      ->type_name("K")
-      ->check(CLI::PositiveNumber);
+  add_nparts(*command, options->nparts);
   CLI::Option* const write =
       command->add_option("--write", options->write, "Write the partition, 100 numbers a line")
           ->type_name("FILE");
@@ -318,10 +325,7 @@ void add_report(CLI::App& app, int& status) {
       ->required()
       ->type_name("OUT");
   add_format_option(*command, "--from", options->from, "Format of HYPERGRAPH, if its suffix does not tell");
-  command->add_option("-k", options->nparts, "Number of parts, if not one above the largest in the file")
-      ->type_name("K")
-      ->check(CLI::PositiveNumber)
-      ->needs(part_file);
+  add_nparts(*command, options->nparts)->needs(part_file);
   command->add_option("--title", options->title, "Heading of the page, if not the file's name")
       ->type_name("TEXT");
   command->footer(kReportExamples);
