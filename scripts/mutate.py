@@ -8,7 +8,7 @@
 Each change is made in a copy of the sources in build/mutate, which is then built and tested. The plain build comes
 first, as it is quick; what it lets through goes to the sanitizers and to the tests of the portable code. A change that
 does not compile is replaced by another one. Changes that are known to make no difference stand with their reasons in
-scripts/same_behaviour.txt. Status 1: a change survived that is not in that list, or more of them than --least allows.
+scripts/same_behaviour.txt. Status 1: of the others a smaller share was noticed than --least, which is all of them.
 """
 
 import argparse
@@ -243,6 +243,7 @@ def run(mutants, options, known, log):
         log.write(f"{verdict}\t{mutant.key()}\n")
         if verdict != "stillborn":
             results.append((mutant, verdict))
+    log.flush()
     lock = threading.Lock()
 
     def work(number):
@@ -292,7 +293,7 @@ def main():
     parser.add_argument("--trees", type=int, default=1, help="copies to work in side by side")
     parser.add_argument("--plain-only", action="store_true", help="without the sanitizers: quicker, notices less")
     parser.add_argument("--resume", action="store_true", help="an interrupted run of the same sources and seed")
-    parser.add_argument("--least", type=int, default=100, help="percent to be noticed of those not known as harmless")
+    parser.add_argument("--least", type=int, default=100, help="percent to be noticed of what makes a difference")
     parser.add_argument("--list", action="store_true", help="only print what can be changed")
     options = parser.parse_args()
 

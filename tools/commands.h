@@ -102,6 +102,7 @@ struct ReportOptions {
   int nparts = 0;  // 0: as many as the file needs
 };
 
+// Each carries its command out; that of `convert` may throw UsageError.
 int run(const StatsOptions& options);
 int run(const CheckOptions& options);
 int run(const DumpOptions& options);
