@@ -384,7 +384,7 @@ int sum_of_net_weights(const Hypergraph* h, int i) {
 // Visits the cells for set_hypergraph_infos.
 class Infos {
  public:
-  explicit Infos(const Hypergraph* h) : w_(h->_n < 1 ? 0 : h->_nlst[1].w) {}
+  explicit Infos(int w = 0) : w_(w) {}
 
   // Where all nets weigh the same.
   void see(Cell& cell) { take(cell, times_wrapping(std::ssize(nets_of(cell)), w_)); }
@@ -409,7 +409,7 @@ class Infos {
   }
 
  private:
-  int w_;  // of the first net
+  int w_;  // of each net, for `see`
   int maxwcd_ = 1;
   int maxcd_ = 0;
   int mincd_ = kNoMinimum;
@@ -421,7 +421,7 @@ class Infos {
 // only then: those that a pruning copy set aside have higher numbers, and may be listed by a caller who wants
 // them back.
 bool set_infos_by_degrees(Hypergraph* h) {
-  Infos infos(h);
+  Infos infos(h->_n < 1 ? 0 : h->_nlst[1].w);
   const auto n = static_cast<unsigned>(h->_n);
   int outside = 0;
   for_each_stretch(h->_clst, h->_c, infos, [n, &outside](std::span<const int> nets) {
@@ -432,7 +432,7 @@ bool set_infos_by_degrees(Hypergraph* h) {
 }
 
 void set_infos_by_sums(Hypergraph* h) {
-  Infos infos(h);
+  Infos infos;
   for (int i = 1; i <= h->_c; ++i) infos.take(h->_clst[i], sum_of_net_weights(h, i));
   infos.put_into(h);
 }
@@ -524,9 +524,10 @@ void SortPins(Hypergraph* h) {
   }
 }
 
-// Nets that all weigh the same, the usual case, need not be visited.
+// Nets that all weigh the same, the usual case, need not be visited. Without cells they need not even be
+// there.
 void set_hypergraph_infos(Hypergraph* h) {
-  if (!have_equal_weights(h) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
+  if (h->_c < 1 || !have_equal_weights(h) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
 }
 
 void clear_weights(Hypergraph* h) {

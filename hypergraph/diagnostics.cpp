@@ -3,6 +3,7 @@
 #include <bitset>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <limits>
 
 #include "hypergraph/hypergraph.h"
@@ -125,15 +126,28 @@ int occurrences(std::span<const int> list, int value) {
   return static_cast<int>(std::count(list.begin(), list.end(), value));
 }
 
-// The lists of an entry that a broken record names; out of range it has none.
+bool is_within(int* first, int* last, const int* array, std::int64_t size) {
+  const std::less_equal<const int*> not_behind;
+  return array != nullptr && not_behind(array, first) && not_behind(first, last) &&
+         not_behind(last, array + size - 1);
+}
+
+// The lists of an entry that a broken record names. The spare records, in front of the first and behind the
+// last, have one if it lies in the array of lists: often nobody has set them. Beyond them there is none.
 std::span<const int> nets_of_entry(const Hypergraph* h, int i) {
-  if (i < 1 || i > h->_c) return {};
-  return nets_of(h->_clst[i]);
+  if (i < 0 || i > std::int64_t{h->_c} + 1) return {};
+  const Cell& cell = h->_clst[i];
+  const bool spare = i == 0 || i > h->_c;
+  if (spare && !is_within(cell.nets, cell.netsend, h->_net_list, std::int64_t{h->_p} + 2)) return {};
+  return nets_of(cell);
 }
 
 std::span<const int> pins_of_entry(const Hypergraph* h, int j) {
-  if (j < 1 || j > h->_n) return {};
-  return pins_of(h->_nlst[j]);
+  if (j < 0 || j > std::int64_t{h->_n} + 1) return {};
+  const Net& net = h->_nlst[j];
+  const bool spare = j == 0 || j > h->_n;
+  if (spare && !is_within(net.pins, net.pinsend, h->_cell_list, std::int64_t{h->_p} + 2)) return {};
+  return pins_of(net);
 }
 
 // The entries from one start to the next; none where either is absent or they are not in order.

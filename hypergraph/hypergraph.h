@@ -57,7 +57,7 @@ struct Hypergraph {
   int _c;            ///< Number of cells.
   int _n;            ///< Number of nets.
   int _p;            ///< Number of pins: entries in use in each pin array.
-  int _maxwcd;       ///< Largest `wdeg`; set by `set_hypergraph_infos` only.
+  int _maxwcd;       ///< Largest `wdeg`, 0 where nobody computed it; see the functions that set it.
   int _maxcd;        ///< Largest cell degree (number of nets of a cell).
   int _mincd;        ///< Smallest cell degree; 2000000000 without cells.
   int _totcw;        ///< Sum of the cells' `w`.
@@ -131,7 +131,7 @@ void malloc_hypergraph(Hypergraph* h);
 /// Gives the four arrays of a heap record back and sets them to null. Nothing else is freed, the record
 /// included.
 ///
-/// @param h  A record whose arrays are from the heap, or null.
+/// @param h  A record, whose arrays are from the heap or null.
 void free_hypergraph(Hypergraph* h);
 
 /// @}
@@ -173,7 +173,7 @@ void SortPins(Hypergraph* h);
 ///
 /// @param h  Needs both sides built. Every cell's `inw` becomes 0, while `_totinw`, `_totnw`, `_virtualnets`
 ///           and the nets stay: verify a record with `CheckListsofHypergraph` before this, not after.
-/// @par Cost O(cells and pins), no allocation.
+/// @par Cost O(cells, nets and pins), no allocation.
 void set_hypergraph_infos(Hypergraph* h);
 
 /// Sets the weight of every net and cell to 1, and `_totcw` to `_c`. Nothing else follows until
@@ -456,9 +456,9 @@ void SymmetricPermute(const Hypergraph* h, int k, Hypergraph* nh);
 
 /// @}
 /// @name Statistics
-/// Both recompute every figure from the cells and nets of a record with both sides built, and end the program
-/// when the sum of the cells' weights is not `_totcw`. Averages over no cells or no nets are what the
-/// division by zero gives.
+/// Both recompute every figure from the cells and nets of a record with both sides built, but for the
+/// averages, which are of `_p`, and end the program when the sum of the cells' weights is not `_totcw`.
+/// Averages over no cells or no nets are what the division by zero gives.
 /// @{
 
 /// Prints one line of 21 tab-separated fields to standard output: cells, nets, pins; average, standard
@@ -479,8 +479,8 @@ void pr_detailinfo_hypergraph(const Hypergraph* h);
 
 /// @}
 /// @name Consistency checks
-/// They end the program at the first broken rule; nothing is changed or allocated. Each pin costs a scan of
-/// the list that should name it back.
+/// They end the program at the first broken rule; nothing is changed or allocated. A pin costs a scan of
+/// the list that should name it back, unless a short look shows that it is in its place.
 /// @{
 
 /// Verifies that both sides name each other exactly once, that each holds `_p` pins, and the totals of
@@ -489,7 +489,8 @@ void pr_detailinfo_hypergraph(const Hypergraph* h);
 /// The net weights are compared with `_totnw` only when the sum of `inw` is not `_totinw`. Nets without pins
 /// that carry weight draw a warning. Prints a line before and after through `uprintf`.
 ///
-/// @param h     Read only; needs both sides built, and the totals of a reader or a copy.
+/// @param h     Read only; needs both sides built, and the totals of a reader or a copy. Entries may be any
+///              numbers: those beyond the spare cells and nets name nothing back.
 /// @par Errors  The first entry that is not named back exactly once, another number of pins or another sum
 ///              of weights than the record says: each is fatal with a message of its own.
 void CheckListsofHypergraph(const Hypergraph* h);
@@ -500,14 +501,15 @@ void CheckListsofHypergraph(const Hypergraph* h);
 /// @param nnets  Nets 1 .. nnets are examined; may exceed `_n` for a pruning copy with set-aside nets.
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 
-/// Decides whether there are as many cells as nets and cell i lists the numbers that net i lists, for every
-/// i.
+/// Decides whether there are as many cells as nets, for every i cell i lists as many numbers as net i, and
+/// each of them is in net i's list.
 ///
-/// @param h        Read only; needs both sides built.
+/// @param h        Read only; needs both sides built. Entries must be real cells and nets.
 /// @param verbose  Non-zero: print what is examined and why the answer is no.
 /// @return         1 for symmetric, 0 for not.
-/// @par Errors     Lists of equal length that differ are fatal, after both are printed; so is a number that
-///                 net i lists twice.
+/// @par Errors     Where the lists of i are of equal length, a number of cell i's is fatal that net i does
+/// not
+///                 list, after both lists are printed, or lists more than once.
 int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
 
 /// @}

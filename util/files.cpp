@@ -2,6 +2,7 @@
 #include <bit>
 #include <cctype>
 #include <cerrno>
+#include <cinttypes>
 #include <cstring>
 #include <filesystem>
 #include <new>
@@ -25,11 +26,12 @@ std::vector<OpenStream>& open_streams() {
   return streams;
 }
 
+// The name that the stream was opened by; none if elsewhere.
 std::string forget(const std::FILE* stream) {
   std::vector<OpenStream>& streams = open_streams();
   const auto it = std::find_if(streams.begin(), streams.end(),
                                [stream](const OpenStream& open) { return open.stream == stream; });
-  if (it == streams.end()) return "(unnamed stream)";
+  if (it == streams.end()) return {};
   std::string name = std::move(it->name);
   streams.erase(it);
   return name;
@@ -55,12 +57,13 @@ std::FILE* ufopen(const char* name, const char* mode, const char* tag) try {
 }
 
 void ufclose(std::FILE* stream) {
-  const std::string name = forget(stream);
+  const std::string known = forget(stream);
+  const char* const name = known.empty() ? "(unnamed stream)" : known.c_str();
   const bool failed_before = std::ferror(stream) != 0;
   errno = 0;
   if (std::fclose(stream) != 0)
-    errexit("ufclose: '%s' is not whole, data was lost: %s", name.c_str(), std::strerror(errno));
-  if (failed_before) errexit("ufclose: '%s' is not whole, reading or writing it failed", name.c_str());
+    errexit("ufclose: '%s' is not whole, data was lost: %s", name, std::strerror(errno));
+  if (failed_before) errexit("ufclose: '%s' is not whole, reading or writing it failed", name);
 }
 
 namespace {
@@ -68,7 +71,7 @@ namespace {
 // Bytes of a stream one at a time, without the cost of a locked call for each.
 struct ByteSource {
   std::FILE* stream = nullptr;
-  int line = 1;
+  std::int64_t line = 1;
   std::size_t at = 0;
   std::size_t end = 0;
   unsigned char block[1 << 14] = {};
@@ -91,7 +94,7 @@ enum class Verdict { kInteger, kMissing, kNotAnInteger, kOutOfRange };
 struct Word {
   Verdict verdict = Verdict::kMissing;
   std::int64_t value = 0;
-  int line = 0;
+  std::int64_t line = 0;
   std::string text;  // as far as a message wants to show it
 };
 
@@ -186,11 +189,11 @@ void read_array(const char* filename, std::int32_t* array, int count, int first)
         errexit("read_array: entry %d of %d is missing, '%s' ends after entry %d", entry, count, filename,
                 ndone);
       case Verdict::kNotAnInteger:
-        errexit("read_array: entry %d of %d is not an integer in '%s', line %d: \"%s\"", entry, count,
-                filename, word.line, word.text.c_str());
+        errexit("read_array: entry %d of %d is not an integer in '%s', line %" PRId64 ": \"%s\"", entry,
+                count, filename, word.line, word.text.c_str());
       case Verdict::kOutOfRange:
-        errexit("read_array: entry %d of %d is out of 32-bit range in '%s', line %d: \"%s\"", entry, count,
-                filename, word.line, word.text.c_str());
+        errexit("read_array: entry %d of %d is out of 32-bit range in '%s', line %" PRId64 ": \"%s\"", entry,
+                count, filename, word.line, word.text.c_str());
     }
   }
   ufclose(source.stream);

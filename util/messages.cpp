@@ -7,7 +7,7 @@
 namespace quillon {
 namespace {
 
-// One line end closes the message, also when the caller's text brings its own.
+// A line end closes the message, unless the caller's format brings its own.
 [[gnu::format(printf, 2, 0)]] void report(const char* kind, const char* format, std::va_list arguments) {
   std::fprintf(stderr, "quillon: %s: ", kind);
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): both callers start it

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cinttypes>
+#include <cstring>
 #include <limits>
 #include <new>
 
@@ -25,14 +26,14 @@ namespace {
 struct Header {
   Header* below;  // the block taken before this one, or null
   std::uint64_t bytes;
-  const char* tag;
+  char tag[48];  // a copy, as the caller may drop the text; cut short where it is longer
 };
 
 constexpr std::uint64_t kLine = 64;
 constexpr std::uint64_t kCommitStep = std::uint64_t{2} << 20;
 constexpr std::uint64_t kIdle = std::uint64_t{64} << 20;
 constexpr std::uint64_t kSmallestReservation = 2 * kCommitStep;
-static_assert(sizeof(Header) <= kLine);
+static_assert(sizeof(Header) == kLine);
 
 // base <= top <= committed <= end. Memory is usable up to `committed`, blocks lie below `top`.
 struct Pool {
@@ -67,6 +68,12 @@ Header header_of(const Header* at) {
   unpoison(at, sizeof(Header));
   const Header header = *at;
   poison(at, sizeof(Header));
+  return header;
+}
+
+Header header_for(Header* below, std::uint64_t bytes, const char* tag) {
+  Header header{below, bytes, {}};
+  std::memcpy(header.tag, tag, std::min(std::strlen(tag), sizeof header.tag - 1));
   return header;
 }
 
@@ -125,7 +132,7 @@ void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
     errexit("poolalloc: pool %d cannot provide %" PRIu64 " bytes for \"%s\"", pool, bytes, tag);
 
   unpoison(stack.top, sizeof(Header));
-  stack.newest = new (stack.top) Header{stack.newest, bytes, tag};
+  stack.newest = new (stack.top) Header(header_for(stack.newest, bytes, tag));
   poison(stack.top, sizeof(Header));
   stack.top += span;
 
@@ -144,7 +151,7 @@ int poolfree_upto(int pool, void* block, const char* tag) {
     header = header_of(header).below;
 
   if (header == nullptr || block_of(header) != block) {
-    const Header newest = stack.newest == nullptr ? Header{nullptr, 0, "none"} : header_of(stack.newest);
+    const Header newest = stack.newest == nullptr ? header_for(nullptr, 0, "none") : header_of(stack.newest);
     errexit("poolfree_upto: pool %d does not hold block %p for \"%s\"; its newest is \"%s\" of %" PRIu64
             " bytes",
             pool, block, tag, newest.tag, newest.bytes);

@@ -63,7 +63,7 @@ void _usfree(void* block);
 ///
 /// @param pool   0 or 1; anything else is fatal.
 /// @param bytes  Size; a block of 0 bytes has an address of its own.
-/// @param tag    What the block is for; a literal, kept with the block.
+/// @param tag    What the block is for.
 /// @return       Block of the pool's until `poolfree_upto` releases it or an older one.
 /// @par Errors   A pool that cannot grow is fatal and names pool, tag and byte count.
 [[nodiscard]] void* poolalloc(int pool, std::uint64_t bytes, const char* tag);
@@ -86,15 +86,15 @@ int poolfree_upto(int pool, void* block, const char* tag);
 /// Arguments are as for printf, and checked by the compiler as such.
 /// @{
 
-/// Ends the program: flushes standard output, writes "quillon: error: ", the text and a line end to standard
-/// error, and exits with status 1.
+/// Ends the program: flushes standard output, writes "quillon: error: " and the text to standard error, and
+/// exits with status 1.
 ///
-/// @param format  What was wrong.
+/// @param format  What was wrong; a line end follows unless it has one at its end.
 [[noreturn, gnu::format(printf, 1, 2)]] void errexit(const char* format, ...);
 
-/// Writes "quillon: warning: ", the text and a line end to standard error.
+/// Writes "quillon: warning: " and the text to standard error.
 ///
-/// @param format  What is odd.
+/// @param format  What is odd; a line end follows unless it has one at its end.
 [[gnu::format(printf, 1, 2)]] void uwarning(const char* format, ...);
 
 /// Writes the text to standard output, nothing added.

@@ -132,7 +132,8 @@ std::string slow_fatal_of_lists(const Hypergraph& h) {
             text(" CheckListsofHypergraph: cell %d occurs %d times in the cell list of net %d", i, count, j);
       }))
     return fatal;
-  // The sides agree and the nets have the right number of pins: so have the cells.
+  // The sides agree, as no record here has lists for its spare cells and nets, and the nets have the right
+  // number of pins: so have the cells.
 
   const int totcw = sum(of_cells(h, &Cell::w));
   const int totinw = sum(of_cells(h, &Cell::inw));

@@ -170,27 +170,55 @@ TEST_F(CheckLists, NetNumbersOutOfRangeAreNetsThatNameNothing) {
               " CheckListsofHypergraph: cell 3 occurs 0 times in the cell list of net " + std::to_string(j));
 }
 
-TEST_F(CheckLists, TheSpareCellsAreNoCellsEvenWhenTheyNameTheNetBack) {
+TEST_F(CheckLists, ASpareCellMayNameTheNetBackButItsPinsAreNotCounted) {
   for (const int spare : {0, 2}) {
     Record r({.ncells = 1, .pins = {{1}}});
     r.cell_list[0] = spare;
     Cell& cell = r.h._clst[spare];
     cell.nets = cell.netsend = r.h._net_list;
+    r.cells[1].netsend = r.cells[1].nets - 1;
 
-    EXPECT_EQ(check(r), " CheckListsofHypergraph: net 1 occurs 0 times in the net list of cell " +
-                            std::to_string(spare));
+    EXPECT_EQ(check(r), "CheckListsofHypergraph pp(0)!-=h->_p(1) in nets of cells eptr-start=[-1]");
   }
 }
 
-TEST_F(CheckLists, TheSpareNetsAreNoNetsEvenWhenTheyNameTheCellBack) {
+TEST_F(CheckLists, WithoutCellsThePinsAreMissedOnTheCellSide) {
+  Record r({.ncells = 1, .pins = {{1}}});
+  r.h._c = 0;
+  EXPECT_EQ(check(r), "CheckListsofHypergraph pp(0)!-=h->_p(1) in nets of cells eptr-start=[-1]");
+}
+
+TEST_F(CheckLists, ASpareNetMayNameTheCellBackButIsOnePinTooMany) {
   for (const int spare : {0, 2}) {
     Record r = mismatched({.ncells = 1, .pins = {{1}}}, {{1, spare}});
     Net& net = r.h._nlst[spare];
     net.pins = net.pinsend = r.h._cell_list;
 
-    EXPECT_EQ(check(r), " CheckListsofHypergraph: cell 1 occurs 0 times in the cell list of net " +
-                            std::to_string(spare));
+    EXPECT_EQ(check(r), "CheckListsofHypergraph pp(2)!-=h->_p(1) in nets of cells eptr-start=[1]");
   }
+}
+
+TEST_F(CheckLists, ASpareRecordThatNobodyHasSetNamesNothing) {
+  std::vector<int> elsewhere{1, 1, 1};
+  Record r({.ncells = 1, .pins = {{1}}});
+  r.cell_list[0] = 2;
+  Cell& cell = r.h._clst[2];
+  int* const list = r.h._net_list;
+  int* const end = list + r.h._p + 2;
+  const std::pair<int*, int*> wild[] = {{elsewhere.data(), elsewhere.data()},
+                                        {list, end},
+                                        {list, list - 1},
+                                        {nullptr, nullptr},
+                                        {nullptr, list},
+                                        {list, nullptr}};
+  for (const auto& [first, last] : wild) {
+    cell.nets = first;
+    cell.netsend = last;
+    EXPECT_EQ(check(r), " CheckListsofHypergraph: net 1 occurs 0 times in the net list of cell 2");
+  }
+  cell.nets = cell.netsend = list;
+  r.h._net_list = nullptr;
+  EXPECT_EQ(check(r), " CheckListsofHypergraph: net 1 occurs 0 times in the net list of cell 2");
 }
 
 TEST_F(CheckLists, ANumberOfPinsOtherThanListedIsFatal) {

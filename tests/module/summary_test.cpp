@@ -140,6 +140,15 @@ TEST_F(SetHypergraphInfos, WithoutCellsTheStartValuesStay) {
   EXPECT_EQ(r.h._fmt, 0);
 }
 
+TEST_F(SetHypergraphInfos, WithoutCellsTheNetsAreNotLookedAt) {
+  Hypergraph h{};
+  h._n = 3;
+  set_hypergraph_infos(&h);
+
+  EXPECT_EQ(h._maxwcd, 1);
+  EXPECT_EQ(h._mincd, 2000000000);
+}
+
 TEST_F(SetHypergraphInfos, LeavesTheOtherTotalsTheNetsAndTheListsAlone) {
   Record r(small_shape());
   const Record before(small_shape());

@@ -281,6 +281,17 @@ TEST_F(PoolfreeUpto, RefusesWhatIsNoBlock) {
   EXPECT_EQ(release(0, oldest), 2);
 }
 
+TEST_F(PoolfreeUpto, NamesTheNewestByWhatItsTagWasThen) {
+  std::string tag = "test: long " + std::string(100, 'x');
+  void* const block = poolalloc(0, 8, tag.c_str());
+  const std::string seen = tag.substr(0, 47);
+  tag.assign(tag.size(), '-');
+
+  EXPECT_EXIT(release(0, nullptr), ExitedWithCode(1),
+              StrEq(not_held(0, nullptr, "\"" + seen + "\" of 8 bytes")));
+  EXPECT_EQ(release(0, block), 1);
+}
+
 TEST_F(PoolfreeUpto, RefusesASecondRelease) {
   char* const kept = take(1, 24);
   char* const block = take(1, 8);
