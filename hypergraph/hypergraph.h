@@ -213,10 +213,10 @@ char* HygrInfo(const Hypergraph* h);
 /// @return       Number of nets removed.
 /// @par Errors   A header that is incomplete, out of range or with counts that no record can have; a cell
 ///               number outside 1 .. `_c` after the numbering; a pinless net of weight 2 or more; a number
-///               of pins other than announced; a line too long; a line of cell weights without its line end.
-///               All fatal.
+///               of pins other than announced; a net or weight line too long; a byte of value 0 in a line of
+///               cell weights. All fatal.
 /// @par Hangs    When the input ends in a comment line while a net or weight line is still due, this never
-///               returns.
+///               returns. The rest of a header line beyond 16777215 bytes is a line of its own.
 /// @par Cost     One pass over the input, everything allocated before the first net.
 int read_hypergraphFromFile(Hypergraph* h, std::FILE* ifp, int check);
 

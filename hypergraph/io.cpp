@@ -570,7 +570,7 @@ int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) 
 
   begin_reading_ahead(lines);
   const NetsRead nets = read_nets(h, lines, {header.shift, work, small_nets});
-  _usfree(work);
+  if (work != nullptr) _usfree(work);
   if (nets.npins != h->_p) {
     set_back(lines);
     errexit("read_hypergraph: Something wrong with the pins from input file %d %d\n", h->_p,
@@ -742,9 +742,9 @@ template <typename ValueOf>
 void write_lines_of_100(std::FILE* ofp, int count, ValueOf value_of) {
   Printer printer(ofp);
   char* at = printer.block;
-  for (int i = 1; i <= count; ++i) {
-    at = print_with_blank(make_room(printer, at), value_of(i));
-    if (i % 100 == 0) *at++ = '\n';
+  for (int ndone = 0; ndone < count;) {
+    at = print_with_blank(make_room(printer, at), value_of(++ndone));
+    if (ndone % 100 == 0) *at++ = '\n';
   }
   flush(printer, at);
 }

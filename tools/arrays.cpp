@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::int64_t kMostPins = std::numeric_limits<int>::max() - 2;
 
-void check_pins(std::size_t npins) {
-  if (npins > static_cast<std::size_t>(kMostPins))
-    errexit("more than %lld pins are too many", static_cast<long long>(kMostPins));
-}
-
 // Where every weight stands in its records; returns the sum.
 template <typename Item>
 std::int64_t set_weights(Item* items, int count, const std::vector<int>& weights) {
@@ -43,6 +38,11 @@ void warn_of_overflow(std::int64_t total, const char* what) {
 void begin_nets(Arrays& arrays, int nnets) {
   arrays.nnets = nnets;
   arrays.xnadj = {0, 0};
+}
+
+void check_pins(std::size_t npins) {
+  if (npins > static_cast<std::size_t>(kMostPins))
+    errexit("more than %lld pins are too many", static_cast<long long>(kMostPins));
 }
 
 void end_net(Arrays& arrays) {

@@ -1,6 +1,7 @@
 #pragma once
 // A hypergraph between a foreign file and the record.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ struct Arrays {
   std::vector<std::string> remarks;  // on what is kept as it is, and may surprise
   std::vector<std::string> losses;   // what a hypergraph cannot hold
 };
+
+/// Ends the program for more pins than a record can have.
+void check_pins(std::size_t npins);
 
 /// Opens the arrays of a hypergraph whose nets follow one by one.
 void begin_nets(Arrays& arrays, int nnets);

@@ -41,7 +41,10 @@ CLI::Option* add_json(CLI::App& command, bool& json) {
 }
 
 CLI::Option* add_nparts(CLI::App& command, int& nparts) {
-  return command.add_option("-k", nparts, "Number of parts, if not one above the largest in the file")
+  return command
+      .add_option(
+          "-k", nparts,
+          "Number of parts, if not one above the largest in the file; to be said if it is more than cells")
       ->type_name("K")
       ->check(CLI::PositiveNumber);
 }

@@ -22,9 +22,14 @@ std::int64_t count_weights(const Item* items, int count, bool (*which)(int)) {
   return std::count_if(items + 1, items + count + 1, [which](const Item& item) { return which(item.w); });
 }
 
-std::int64_t count_pinless(const Hypergraph& h, bool (*which)(int)) {
-  return std::count_if(h._nlst + 1, h._nlst + h._n + 1,
-                       [which](const Net& net) { return net.pinsend < net.pins && which(net.w); });
+std::int64_t count_all_weights(const Hypergraph& h, bool (*which)(int)) {
+  return count_weights(h._clst, h._c, which) + count_weights(h._nlst, h._n, which);
+}
+
+std::int64_t count_nets_of_size(const Hypergraph& h, int size, bool (*which)(int)) {
+  return std::count_if(h._nlst + 1, h._nlst + h._n + 1, [size, which](const Net& net) {
+    return net.pinsend - net.pins + 1 == size && which(net.w);
+  });
 }
 
 void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
@@ -36,6 +41,7 @@ void note(std::vector<std::string>& notes, std::int64_t count, const std::string
 struct Doubts {
   std::vector<std::string> lost;     // the target has no room for it
   std::vector<std::string> refused;  // it is there, but readers do not take it
+  std::vector<std::string> dropped;  // it is there, but readers may leave it out
 };
 
 void note_weights(std::vector<std::string>& lost, const Hypergraph& h, bool cells, bool nets) {
@@ -51,24 +57,35 @@ std::int64_t count_names(const std::vector<std::string>& names) {
   return count;
 }
 
+bool any(int /*w*/) { return true; }
+
+bool is_zero(int w) { return w == 0; }
+
+// Programs differ in what they make of these.
+void note_oddities_of_hmetis(std::vector<std::string>& remarks, const Hypergraph& h) {
+  note(remarks, count_nets_of_size(h, 0, any), "net", " without pins, kept");
+  note(remarks, count_nets_of_size(h, 1, any), "net", " of one pin, kept");
+  note(remarks, count_all_weights(h, is_zero), "weight", " of 0, kept");
+}
+
 void note_doubts_of_target(Doubts& doubts, const ConvertOptions& options, const Hypergraph& h) {
-  const auto any = [](int /*w*/) { return true; };
   const auto negative = [](int w) { return w < 0; };
   switch (*options.to) {
     case Format::kQuillon: {
       const int fmt = weight_format(options, h);
       note_weights(doubts.lost, h, (fmt & 1) != 0, (fmt & 2) != 0);
       if ((fmt & 2) != 0)
-        note(doubts.refused, count_pinless(h, [](int w) { return w >= 2; }), "net",
+        note(doubts.refused, count_nets_of_size(h, 0, [](int w) { return w >= 2; }), "net",
              " without pins of weight 2 or more, which readers that fold small nets refuse");
       break;
     }
     case Format::kHmetis:
-      note(doubts.refused, count_pinless(h, any), "net", " without pins, which many readers refuse");
+      note(doubts.refused, count_nets_of_size(h, 0, any), "net", " without pins, which many readers refuse");
+      note(doubts.refused, count_all_weights(h, is_zero), "weight", " of 0, which some readers refuse");
+      note(doubts.dropped, count_nets_of_size(h, 1, any), "net", " of one pin, which some readers drop");
       [[fallthrough]];
     case Format::kKub:
-      note(doubts.refused, count_weights(h._clst, h._c, negative) + count_weights(h._nlst, h._n, negative),
-           "weight", " below 0, which readers refuse");
+      note(doubts.refused, count_all_weights(h, negative), "weight", " below 0, which readers refuse");
       break;
     case Format::kMatrixMarket:
       note_weights(doubts.lost, h, false, false);
@@ -84,15 +101,17 @@ bool keeps_names(const ConvertOptions& options) {
   return !options.labels.empty() || *options.to == Format::kHif;
 }
 
-void tell(const ConvertOptions& options, const Arrays& arrays, const Hypergraph& h) {
-  for (const std::string& remark : arrays.remarks)
-    uwarning("%s: %s", shown_name(options.in).c_str(), remark.c_str());
+void tell_of_source(const ConvertOptions& options, const Arrays& arrays, const Hypergraph& h) {
+  std::vector<std::string> remarks = arrays.remarks;
   if (*options.to != Format::kMatrixMarket && *options.from != Format::kMatrixMarket)
-    if (const std::int64_t count = count_repeated_pins(h); count > 0)
-      uwarning("%s: %s of a cell on its net, kept", shown_name(options.in).c_str(),
-               counted(count, "repetition").c_str());
+    note(remarks, count_repeated_pins(h), "repetition", " of a cell on its net, kept");
+  if (*options.from == Format::kHmetis && *options.to != Format::kHmetis) note_oddities_of_hmetis(remarks, h);
+  for (const std::string& remark : remarks)
+    uwarning("%s: %s", shown_name(options.in).c_str(), remark.c_str());
+}
 
-  Doubts doubts{arrays.losses, {}};
+void tell_of_target(const ConvertOptions& options, const Arrays& arrays, const Hypergraph& h) {
+  Doubts doubts{arrays.losses, {}, {}};
   if (!keeps_names(options)) {
     note(doubts.lost, count_names(arrays.cell_names), "cell name");
     note(doubts.lost, count_names(arrays.net_names), "net name");
@@ -100,7 +119,8 @@ void tell(const ConvertOptions& options, const Arrays& arrays, const Hypergraph&
   note_doubts_of_target(doubts, options, h);
   const std::string target = shown_target(options.out);
   for (const std::string& lost : doubts.lost) uwarning("%s does not hold %s", target.c_str(), lost.c_str());
-  for (const std::string& refused : doubts.refused) uwarning("%s holds %s", target.c_str(), refused.c_str());
+  for (const std::vector<std::string>* const held : {&doubts.refused, &doubts.dropped})
+    for (const std::string& what : *held) uwarning("%s holds %s", target.c_str(), what.c_str());
   if (options.strict && !(doubts.lost.empty() && doubts.refused.empty()))
     errexit("%s is not written, because of --strict", target.c_str());
 }
@@ -141,7 +161,8 @@ void convert(const ConvertOptions& options) {
   to_record(arrays, loaded);
   const Hypergraph& h = loaded.h;
   arrays.nadj = {};
-  tell(options, arrays, h);
+  tell_of_source(options, arrays, h);
+  tell_of_target(options, arrays, h);
 
   const Labels labels = labels_for(options, arrays, h);
   Outputs outputs;

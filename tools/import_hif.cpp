@@ -79,6 +79,7 @@ struct Record {
   std::vector<std::string> keys;
 };
 
+constexpr double kLeastWeight = std::numeric_limits<int>::min();
 constexpr double kLargestWeight = std::numeric_limits<int>::max();
 
 // Takes the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its arrays, 3 inside
@@ -306,7 +307,10 @@ class Reader : public nlohmann::json_sax<json> {
       record_.weight = value;
       return true;
     }
-    if (depth_ == 3 && (key_ == "edge" || key_ == "node") && is_integer) return take_id(text);
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) {
+      if (is_integer) return take_id(text);
+      if (text.find_first_of(".eE") == std::string::npos) bad_number("an integer of 64 bits, or a string");
+    }
     bad_number(expected_value());
   }
 
@@ -349,7 +353,7 @@ class Reader : public nlohmann::json_sax<json> {
     items.listed.push_back(item);
     if (!record_.weight) return;
     const double w = *record_.weight;
-    if (w >= 0 && w <= kLargestWeight && w == std::floor(w))
+    if (w >= kLeastWeight && w <= kLargestWeight && w == std::floor(w))
       items.weights[item] = static_cast<int>(w);
     else
       ++document_.nunfit_weights;

@@ -10,8 +10,9 @@ namespace {
 
 struct Header {
   int values_per_entry = 0;  // 0 for a pattern, 2 for complex numbers
-  bool mirrored = false;     // one triangle stands for both
-  bool skew = false;         // and there is no diagonal
+  bool whole_values = false;
+  bool mirrored = false;  // one triangle stands for both
+  bool skew = false;      // and there is no diagonal
   int nrows = 0;
   int ncolumns = 0;
   int nentries = 0;
@@ -44,6 +45,7 @@ void read_banner(Tokenizer& in, Header& header) {
   const std::string kind = lower(field.text);
   if (kind != "pattern" && kind != "integer" && kind != "real" && kind != "complex")
     unexpected(in, field, "pattern, integer, real or complex");
+  header.whole_values = kind == "integer";
   header.values_per_entry = kind == "pattern" ? 0 : kind == "complex" ? 2 : 1;
 
   const Token symmetry = next_on_line(in);
@@ -84,15 +86,21 @@ Header read_header(Tokenizer& in) {
   return header;
 }
 
-void check_value(Tokenizer& in, const std::string& entry) {
-  const Token token = next_on_line(in);
-  std::string_view digits = token.text;
-  if (digits.starts_with('+')) digits.remove_prefix(1);
+bool is_number(std::string_view text) {
   double value = 0;
-  const char* const end = digits.data() + digits.size();
-  const auto [stopped, error] = std::from_chars(digits.data(), end, value);
-  if (digits.empty() || stopped != end || error == std::errc::invalid_argument)
-    unexpected(in, token, "the value of " + entry);
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, value);
+  return !text.empty() && stopped == end && error != std::errc::invalid_argument;
+}
+
+// Values are not kept, and may be of any size.
+void check_value(Tokenizer& in, bool whole, const std::string& entry) {
+  const Token token = next_on_line(in);
+  std::string_view number = token.text;
+  if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
+  const bool looks_whole = number.find_first_not_of("-0123456789") == std::string_view::npos;
+  if (!is_number(number) || (whole && !looks_whole))
+    unexpected(in, token, (whole ? "the whole value of " : "the value of ") + entry);
 }
 
 struct Ranges {
@@ -118,7 +126,7 @@ Entry read_entry(Tokenizer& in, const Header& header, const Ranges& ranges, int 
     bad_text(in, row.offset, "found an entry on the diagonal, expected none in a skew-symmetric matrix");
   if (header.values_per_entry > 0) {
     const std::string which = of_all("entry", k, header.nentries);
-    for (int n = 0; n < header.values_per_entry; ++n) check_value(in, which);
+    for (int n = 0; n < header.values_per_entry; ++n) check_value(in, header.whole_values, which);
   }
   expect_line_end(in, "the entry");
   return entry;
@@ -188,6 +196,7 @@ void take_fine_grain(const Tokenizer& in, Arrays& arrays, const std::vector<Entr
     bad_text(in, header.size_offset,
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
                  " rows and columns, expected at most " + std::to_string(kMostItems) + " nets");
+  check_pins(2 * entries.size());
   arrays.ncells = static_cast<int>(entries.size());
   arrays.nnets = header.nrows + header.ncolumns;
   std::vector<Pin> pins;

@@ -16,10 +16,15 @@
 namespace quillon::tool {
 namespace {
 
+// Of a longer line the readers take the rest for another line, which may be a comment to them.
+constexpr std::size_t kLongestLine = 16777215;
+
 // A file that knows what its last line is. The readers skip comments without asking for the end of the input;
-// asked for more when the last line was a comment, the file ends the program with an error instead.
+// asked for more when the last line was a comment, or may be one to them, the file ends the program with an
+// error instead.
 struct GuardedFile {
   Input input;
+  std::size_t line_length = 0;  // so far, of the line that ends or does not end what has been read
   bool at_line_start = true;
   bool in_comment = false;  // or just behind one
   std::vector<char> buffer = std::vector<char>(std::size_t{1} << 18);
@@ -28,7 +33,10 @@ struct GuardedFile {
 void note_last_line(GuardedFile& guarded, const char* text, std::size_t size) {
   const void* const line_end = memrchr(text, '\n', size - 1);
   const char* const last_line = line_end == nullptr ? text : static_cast<const char*>(line_end) + 1;
-  if (line_end != nullptr || guarded.at_line_start) guarded.in_comment = *last_line == '%';
+  const bool is_new = line_end != nullptr || guarded.at_line_start;
+  if (is_new) guarded.in_comment = *last_line == '%';
+  guarded.line_length =
+      (is_new ? 0 : guarded.line_length) + static_cast<std::size_t>(text + size - last_line);
   guarded.at_line_start = text[size - 1] == '\n';
 }
 
@@ -36,9 +44,9 @@ ssize_t read_guarded(void* cookie, char* text, std::size_t size) {
   GuardedFile& guarded = *static_cast<GuardedFile*>(cookie);
   const std::size_t length = read_input(guarded.input, text, size);
   if (length > 0) note_last_line(guarded, text, length);
-  if (length == 0 && guarded.in_comment)
-    errexit("'%s' ends in a comment line, but its header, a net line or cell weights are still due",
-            guarded.input.name.c_str());
+  if (length == 0 && (guarded.in_comment || guarded.line_length > kLongestLine))
+    errexit("'%s' ends in a %s, but its header, a net line or cell weights are still due",
+            guarded.input.name.c_str(), guarded.in_comment ? "comment line" : "line of more than 16777215 bytes");
   return static_cast<ssize_t>(length);
 }
 
@@ -50,7 +58,7 @@ std::FILE* open_guarded(GuardedFile& guarded) {
   return stream;
 }
 
-// Whether the last line of a file begins with "%", or may do so.
+// Whether the last line of a file is a comment, or may be one to the readers.
 bool may_end_in_comment(std::FILE* file) {
   constexpr long kTail = 4096;
   char tail[kTail];

@@ -21,7 +21,7 @@ struct Loaded {
 };
 
 /// Reads a hypergraph and builds the cell side. Fatal on bad input, which includes one that ends in a comment
-/// line where more is due: the readers of the module would wait for ever.
+/// line, or a line too long, where more is due: the readers of the module would wait for ever.
 ///
 /// @param loaded  Out, fresh.
 /// @param name    File name, or - for standard input.

@@ -93,7 +93,10 @@ struct Written {
 const std::map<std::string, Written> kTargets{
     {"qhg",
      {kQuillon, {"holds 1 net without pins of weight 2 or more, which readers that fold small nets refuse"}}},
-    {"hgr", {kHmetis, {"holds 1 net without pins, which many readers refuse"}}},
+    {"hgr",
+     {kHmetis,
+      {"holds 1 net without pins, which many readers refuse",
+       "holds 1 weight of 0, which some readers refuse", "holds 1 net of one pin, which some readers drop"}}},
     {"kub", {kKub, {}}},
     {"mtx",
      {kMatrix,
@@ -173,9 +176,11 @@ TEST_F(Convert, WritesEveryFormatFromEveryOtherThatHoldsAll) {
       EXPECT_EQ(outcome.status, 0);
       EXPECT_EQ(outcome.out, "");
       EXPECT_EQ(contents(target), written.text);
-      const std::string repetition =
-          to == "mtx" ? "" : "quillon: warning: source." + from + std::string(kRepetition);
-      EXPECT_EQ(outcome.err, repetition + warnings_about(target, written.warnings));
+      std::string remarks = to == "mtx" ? "" : "quillon: warning: source." + from + std::string(kRepetition);
+      if (from == "hgr" && to != "hgr")
+        for (const std::string what : {"net without pins", "net of one pin", "weight of 0"})
+          remarks += "quillon: warning: source.hgr: 1 " + what + ", kept\n";
+      EXPECT_EQ(outcome.err, remarks + warnings_about(target, written.warnings));
     }
   }
 }
@@ -237,9 +242,10 @@ TEST_F(Convert, ReadsStandardInputAndWritesStandardOutput) {
   const Outcome through_a_pipe =
       place_.run("cat in.qhg | $QUILLON convert --from quillon --to hmetis - - | cat");
   EXPECT_EQ(through_a_pipe.out, kHmetis);
-  EXPECT_EQ(
-      through_a_pipe.err,
-      repetition + "quillon: warning: standard output holds 1 net without pins, which many readers refuse\n");
+  std::string warnings;
+  for (const std::string& warning : kTargets.at("hgr").warnings)
+    warnings += "quillon: warning: standard output " + warning + "\n";
+  EXPECT_EQ(through_a_pipe.err, repetition + warnings);
 
   EXPECT_EQ(convert("- out.json --from quillon <in.qhg").status, 0);
   EXPECT_EQ(contents("out.json"), kHif);
@@ -333,16 +339,23 @@ TEST_F(Convert, WritesTheWeightsAskedFor) {
 }
 
 TEST_F(Convert, FindsOutWhichWeightsAreNotAll1) {
-  const std::map<std::string, std::string> sources{
-      {"2 2 11\n1 1\n1 2\n1\n1\n", "1 2 2 2 0\n1 \n2 \n% ------ Hypergraph info"},
-      {"2 2 11\n1 1\n1 2\n1\n0\n", "1 2 2 2 1\n1 \n2 \n% ------ Cell weights -------\n1 0 \n"},
-      {"2 2 11\n1 1\n0 2\n1\n1\n", "1 2 2 2 2\n1 1 \n0 2 \n% ------ Hypergraph info"},
-      {"2 2 11\n3 1\n1 2\n1\n9\n", "1 2 2 2 3\n3 1 \n1 2 \n% ------ Cell weights -------\n1 9 \n"}};
-  for (const auto& [source, data] : sources) {
-    place_.write("in.hgr", source);
+  struct Case {
+    std::string source;
+    std::string data;
+    std::string remark;
+  };
+  const std::string zero = "quillon: warning: in.hgr: 1 weight of 0, kept\n";
+  const std::vector<Case> cases{
+      {"2 2 11\n1 1 2\n1 2 1\n1\n1\n", "1 2 2 4 0\n1 2 \n2 1 \n% ------ Hypergraph info", ""},
+      {"2 2 11\n1 1 2\n1 2 1\n1\n0\n", "1 2 2 4 1\n1 2 \n2 1 \n% ------ Cell weights -------\n1 0 \n", zero},
+      {"2 2 11\n1 1 2\n0 2 1\n1\n1\n", "1 2 2 4 2\n1 1 2 \n0 2 1 \n% ------ Hypergraph info", zero},
+      {"2 2 11\n3 1 2\n1 2 1\n1\n9\n", "1 2 2 4 3\n3 1 2 \n1 2 1 \n% ------ Cell weights -------\n1 9 \n",
+       ""}};
+  for (const Case& test : cases) {
+    place_.write("in.hgr", test.source);
     const Outcome outcome = convert("in.hgr - --to quillon");
-    EXPECT_THAT(outcome.out, HasSubstr("%\n" + data)) << source;
-    EXPECT_EQ(outcome.err, "") << source;
+    EXPECT_THAT(outcome.out, HasSubstr("%\n" + test.data)) << test.source;
+    EXPECT_EQ(outcome.err, test.remark) << test.source;
   }
 }
 
@@ -437,12 +450,29 @@ TEST_F(Convert, CountsWhatHifHoldsAndAHypergraphDoesNot) {
 TEST_F(Convert, WarnsOfWeightsBelow0) {
   place_.write("in.qhg", "1 2 1 1 3\n-4 2\n-5 6\n");
   const std::vector<std::string> warnings{"holds 2 weights below 0, which readers refuse"};
-  EXPECT_EQ(convert("in.qhg out.hgr").err, warnings_about("out.hgr", warnings));
+  EXPECT_EQ(convert("in.qhg out.hgr").err,
+            warnings_about("out.hgr", {warnings[0], "holds 1 net of one pin, which some readers drop"}));
   EXPECT_EQ(contents("out.hgr"), "1 2 11\n-4 2 \n-5 \n6 ");
   EXPECT_EQ(convert("in.qhg out.kub").err, warnings_about("out.kub", warnings));
   EXPECT_EQ(contents("out.kub"), "2\n1\n-4 1 1\n-5\n6");
   succeed("$QUILLON convert in.qhg out.qhg");
   EXPECT_THAT(contents("out.qhg"), HasSubstr("%\n1 2 1 1 3\n-4 2 \n% ------ Cell weights -------\n-5 6 \n"));
+}
+
+TEST_F(Convert, KeepsWeightsBelow0OfHif) {
+  place_.write("in.qhg", "1 2 1 2 3\n-2147483648 1 2\n-5 6\n");
+  succeed("$QUILLON convert --strict in.qhg out.json && $QUILLON convert --strict out.json out.qhg");
+  EXPECT_THAT(contents("out.qhg"),
+              HasSubstr("%\n1 2 1 2 3\n-2147483648 1 2 \n% ------ Cell weights -------\n-5 6 \n"));
+}
+
+TEST_F(Convert, RefusesWeightsOf0UnderStrictButNotNetsOfOnePinForHmetis) {
+  place_.write("in.qhg", "1 2 2 3 2\n1 1 2\n3 2\n");
+  EXPECT_EQ(convert("in.qhg out.hgr --strict").status, 0);
+  place_.write("in.qhg", "1 2 2 4 2\n1 1 2\n0 2 1\n");
+  EXPECT_EQ(failure("in.qhg out.qhg --to hmetis --strict"),
+            warnings_about("out.qhg", {"holds 1 weight of 0, which some readers refuse"}) +
+                "quillon: error: 'out.qhg' is not written, because of --strict\n");
 }
 
 TEST_F(Convert, WritesNothingUnderStrictWhenAnythingIsLostOrRefused) {
@@ -565,7 +595,7 @@ TEST_F(Convert, SaysOfEveryFormatThatADeviceIsFull) {
 // are more in every format.
 TEST_F(Convert, LeavesNothingBehindOfAnyFormatWhenTheDiskIsFullHalfwayThroughAFile) {
   std::string text = "2000 2000\n";
-  for (int j = 1; j <= 2000; ++j) text += std::to_string(j) + "\n";
+  for (int j = 1; j <= 2000; ++j) text += std::to_string(j) + " " + std::to_string(j % 2000 + 1) + "\n";
   place_.write("in.hgr", text);
   for (const std::string format : {"quillon", "hmetis", "kub", "mtx", "hif"}) {
     for (const std::string target : {"out.qhg", "-"}) {

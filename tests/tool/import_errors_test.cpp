@@ -226,7 +226,13 @@ TEST(ImportMatrixMarket, SaysWhatIsWrongWithAFile) {
        {"%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1\n",
         "3:4: error: found the end of the line, expected the value of entry 1 of 1"},
        {"%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1 x\n",
-        "3:5: error: found \"x\", expected the value of entry 1 of 1"}});
+        "3:5: error: found \"x\", expected the value of entry 1 of 1"},
+       {"%%MatrixMarket matrix coordinate real general\n2 2 1\n1 1 +-5\n",
+        "3:5: error: found \"+-5\", expected the value of entry 1 of 1"},
+       {"%%MatrixMarket matrix coordinate integer general\n2 2 2\n1 1 +99999999999999999999\n1 2 1.5\n",
+        "4:5: error: found \"1.5\", expected the whole value of entry 2 of 2"},
+       {"%%MatrixMarket matrix coordinate integer general\n2 2 1\n1 1 -\n",
+        "3:5: error: found \"-\", expected the whole value of entry 1 of 1"}});
 }
 
 void import_json(Tokenizer& in, Arrays& arrays) { import_hif(in, arrays); }
@@ -246,6 +252,8 @@ TEST(ImportHif, SaysWhatIsWrongWithAFile) {
         "1:17: error: found an incidence without node, expected both edge and node"},
        {"{\"incidences\": [{\"edge\": 1.5, \"node\": 2}]}",
         "1:26: error: found \"1.5\", expected a string or an integer for \"edge\""},
+       {"{\"incidences\": [{\"edge\": 18446744073709551616, \"node\": 2}]}",
+        "1:26: error: found \"18446744073709551616\", expected an integer of 64 bits, or a string"},
        {"{\"incidences\": [{\"edge\": 1, \"node\": 2, \"color\": 3}]}",
         "1:40: error: found \"color\", expected edge, node, weight, direction or attrs"},
        {"{\"network-type\": \"mixed\", \"incidences\": []}",

@@ -374,12 +374,13 @@ TEST(ImportHif, TakesWholeWeightsAndCountsTheOthersAsLost) {
       imported(import_json, R"({"nodes":[{"node":1,"weight":3},{"node":2,"weight":0},{"node":3,"weight":2.0},
                                         {"node":4},{"weight":2147483647,"node":5},{"node":6,"weight":2e1}],
                                 "edges":[{"edge":1,"weight":1.5},{"edge":2,"weight":-1},{"edge":3,"weight":7},
-                                        {"edge":4,"weight":2147483648},{"edge":5,"weight":1e300}],
+                                        {"edge":4,"weight":2147483648},{"edge":5,"weight":-2147483648},
+                                        {"edge":6,"weight":-2147483649}],
                                 "incidences":[{"edge":9,"node":9}]})");
   EXPECT_THAT(arrays.cell_weights, ElementsAre(0, 3, 0, 2, 1, 2147483647, 20, 1));
-  EXPECT_THAT(arrays.net_weights, ElementsAre(0, 1, 1, 7, 1, 1, 1));
+  EXPECT_THAT(arrays.net_weights, ElementsAre(0, 1, -1, 7, 1, -2147483648, 1, 1));
   EXPECT_THAT(arrays.losses,
-              ElementsAre("4 weights of nodes or edges, not whole or out of range, taken as 1"));
+              ElementsAre("3 weights of nodes or edges, not whole or out of range, taken as 1"));
 
   const Arrays unfit = imported(import_json, R"({"nodes":[{"node":1,"weight":0.5}],"incidences":[]})");
   EXPECT_THAT(unfit.cell_weights, IsEmpty());

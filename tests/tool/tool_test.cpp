@@ -138,6 +138,39 @@ TEST_F(Tool, RefusesFilesThatEndInACommentWhereMoreIsDue) {
               StartsWith("quillon: error: 'standard input' " + message));
 }
 
+std::string padded(std::string text, std::size_t size) {
+  text.resize(size, ' ');
+  return text;
+}
+
+// What is behind byte 16777215 of a header is another line to the readers, here a comment.
+TEST_F(Tool, RefusesFilesThatEndInALineTooLongWhereMoreIsDue) {
+  const std::string message =
+      "ends in a line of more than 16777215 bytes, but its header, a net line or cell weights are still "
+      "due\n";
+  for (const std::string& text : {padded("1 2 1 2", 16777215) + "% x\n", padded("1 2 1 2", 16777215) + "%"}) {
+    place_.write("file.qhg", text);
+    for (const std::string command : {"stats", "stats --keep-small-nets", "check"}) {
+      SCOPED_TRACE(command + ": " + std::to_string(text.size()));
+      EXPECT_THAT(place_.run("$QUILLON " + command + " file.qhg").err,
+                  StartsWith("quillon: error: 'file.qhg' " + message));
+      EXPECT_THAT(place_.run("$QUILLON " + command + " - <file.qhg").err,
+                  StartsWith("quillon: error: 'standard input' " + message));
+    }
+  }
+}
+
+TEST_F(Tool, AcceptsLongLastLinesWhereNothingIsDue) {
+  const std::string summary = "\nH(2, 1, 2) MWCD=1 MINCD=1 TOTCW=2\nTOTNW=1 TOTINW=0 VN=0\n";
+  for (const std::string& text :
+       {"1 2 1 2\n1 2\n" + padded("", 16777216), "1 2 1 2\n1 2\n" + padded("%", 20000000),
+        padded("1 2 1 2", 16777214) + "\n1 2\n"}) {
+    place_.write("file.qhg", text);
+    EXPECT_EQ(place_.run("$QUILLON stats --summary file.qhg").out, summary) << text.size();
+    EXPECT_EQ(place_.run("$QUILLON stats --summary - <file.qhg").out, summary) << text.size();
+  }
+}
+
 TEST_F(Tool, AcceptsCommentsBehindTheDataAndAnywhereBefore) {
   const std::string summary = "\nH(2, 1, 2) MWCD=1 MINCD=1 TOTCW=2\nTOTNW=1 TOTINW=0 VN=0\n";
   for (const std::string text :
