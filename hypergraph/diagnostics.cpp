@@ -126,28 +126,31 @@ int occurrences(std::span<const int> list, int value) {
   return static_cast<int>(std::count(list.begin(), list.end(), value));
 }
 
-bool is_within(int* first, int* last, const int* array, std::int64_t size) {
+bool is_within(std::span<const int> list, std::span<const int> array) {
   const std::less_equal<const int*> not_behind;
-  return array != nullptr && not_behind(array, first) && not_behind(first, last) &&
-         not_behind(last, array + size - 1);
+  return not_behind(array.data(), list.data()) &&
+         not_behind(list.data() + list.size(), array.data() + array.size());
 }
 
-// The lists of an entry that a broken record names. The spare records, in front of the first and behind the
-// last, have one if it lies in the array of lists: often nobody has set them. Beyond them there is none.
+// The list of an item that an entry of a broken record names. The spare items, in front of the first and
+// behind the last, have one if it lies in the array of lists: often nobody has set them. Beyond them there is
+// none.
+template <typename Item>
+std::span<const int> list_of_entry(const Item* items, int count, int entry, const int* array, int npins) {
+  if (items == nullptr || entry < 0 || entry > std::int64_t{count} + 1) return {};
+  const std::span<const int> list = list_of(items[entry]);
+  if (entry >= 1 && entry <= count) return list;
+  const bool is_set =
+      array != nullptr && is_within(list, {array, static_cast<std::size_t>(std::max(npins, 0)) + 2});
+  return is_set ? list : std::span<const int>();
+}
+
 std::span<const int> nets_of_entry(const Hypergraph* h, int i) {
-  if (i < 0 || i > std::int64_t{h->_c} + 1) return {};
-  const Cell& cell = h->_clst[i];
-  const bool spare = i == 0 || i > h->_c;
-  if (spare && !is_within(cell.nets, cell.netsend, h->_net_list, std::int64_t{h->_p} + 2)) return {};
-  return nets_of(cell);
+  return list_of_entry(h->_clst, h->_c, i, h->_net_list, h->_p);
 }
 
 std::span<const int> pins_of_entry(const Hypergraph* h, int j) {
-  if (j < 0 || j > std::int64_t{h->_n} + 1) return {};
-  const Net& net = h->_nlst[j];
-  const bool spare = j == 0 || j > h->_n;
-  if (spare && !is_within(net.pins, net.pinsend, h->_cell_list, std::int64_t{h->_p} + 2)) return {};
-  return pins_of(net);
+  return list_of_entry(h->_nlst, h->_n, j, h->_cell_list, h->_p);
 }
 
 // The entries from one start to the next; none where either is absent or they are not in order.

@@ -219,6 +219,9 @@ TEST_F(CheckLists, ASpareRecordThatNobodyHasSetNamesNothing) {
   cell.nets = cell.netsend = list;
   r.h._net_list = nullptr;
   EXPECT_EQ(check(r), " CheckListsofHypergraph: net 1 occurs 0 times in the net list of cell 2");
+  r.h._c = 0;
+  r.h._clst = nullptr;
+  EXPECT_EQ(check(r), " CheckListsofHypergraph: net 1 occurs 0 times in the net list of cell 2");
 }
 
 TEST_F(CheckLists, ANumberOfPinsOtherThanListedIsFatal) {
