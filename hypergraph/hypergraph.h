@@ -507,14 +507,13 @@ void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 /// @param h        Read only; needs both sides built. Entries must be real cells and nets.
 /// @param verbose  Non-zero: print what is examined and why the answer is no.
 /// @return         1 for symmetric, 0 for not.
-/// @par Errors     Where the lists of i are of equal length, a number of cell i's is fatal that net i does
-/// not
-///                 list, after both lists are printed, or lists more than once.
+/// @par Errors     Where the lists of i are of equal length, a number of cell i's that net i does not list is
+///                 fatal, after both lists are printed; so is one that net i lists more than once.
 int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
 
 /// @}
 /// @name Dumps
-/// Text for people, through `uprintf`. Both sides must be built.
+/// Text for people, through `uprintf`. Both sides must be built, their entries be real cells and nets.
 /// @{
 
 /// Prints the pins of net j with their part numbers and weights.
