@@ -22,7 +22,7 @@ std::uint64_t net_bytes(const Hypergraph* h) { return bytes_for(h->_n, sizeof(Ne
 std::uint64_t pin_bytes(const Hypergraph* h) { return bytes_for(h->_p, sizeof(int), 2 * sizeof(int)); }
 
 // Sets every summary to zero and every pointer to null. The counts and the weight format are the caller's.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the name it has always had, and not seen outside this file
+// NOLINTNEXTLINE(bugprone-reserved-identifier): not seen outside this file
 void _InitHypergraph(Hypergraph* h) {
   Hypergraph fresh{};
   fresh._c = h->_c;
@@ -366,12 +366,6 @@ class NetSide {
   Net* nets_;
 };
 
-bool have_equal_weights(const Hypergraph* h) {
-  for (int j = 2; j <= h->_n; ++j)
-    if (h->_nlst[j].w != h->_nlst[1].w) return false;
-  return true;
-}
-
 int sum_of_net_weights(const Hypergraph* h, int i) {
   constexpr int kAhead = 8;  // cells; their nets may lie anywhere
   if (i <= h->_c - kAhead)
@@ -527,7 +521,7 @@ void SortPins(Hypergraph* h) {
 // Nets that all weigh the same, the usual case, need not be visited. Without cells they need not even be
 // there.
 void set_hypergraph_infos(Hypergraph* h) {
-  if (h->_c < 1 || !have_equal_weights(h) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
+  if (h->_c < 1 || !have_equal_weights(h->_nlst, h->_n) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
 }
 
 void clear_weights(Hypergraph* h) {

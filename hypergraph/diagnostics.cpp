@@ -410,7 +410,7 @@ bool are_equal_and_increase(std::span<const int> nets, std::span<const int> pins
   return nwrong == 0;
 }
 
-// Whether cell i names the numbers that net i names, given that both name equally many.
+// Ends the program unless net i names each number that cell i names, once, given that both name equally many.
 void check_same_entries(const Hypergraph* h, int i) {
   if (are_equal_and_increase(nets_of(h->_clst[i]), pins_of(h->_nlst[i]))) return;
   for (const int v : nets_of(h->_clst[i])) {

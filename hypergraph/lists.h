@@ -32,6 +32,13 @@ inline int net_size(const Net& net) {
   return net.pins == nullptr ? 0 : static_cast<int>(net.pinsend - net.pins) + 1;
 }
 
+/// Whether nets 1 .. nnets weigh the same.
+inline bool have_equal_weights(const Net* nets, int nnets) {
+  for (int j = 2; j <= nnets; ++j)
+    if (nets[j].w != nets[1].w) return false;
+  return true;
+}
+
 /// Sums of 32 bits wrap; signed overflow would be undefined.
 inline void add_wrapping(int& sum, int value) {
   sum = static_cast<int>(static_cast<unsigned>(sum) + static_cast<unsigned>(value));

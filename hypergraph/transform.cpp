@@ -142,10 +142,6 @@ int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   return k;
 }
 
-bool have_equal_weights(std::span<const Net> nets) {
-  return std::all_of(nets.begin(), nets.end(), [&](const Net& net) { return net.w == nets.front().w; });
-}
-
 // Takes the set-aside nets, which weigh w each, out of a cell's list. They stand at its end, being numbered
 // above the kept ones, and remain behind it from the highest number down.
 void shorten_list(Cell& cell, int k, int w) {
@@ -168,7 +164,7 @@ void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder
 
   // Looking up the weights of the set-aside nets of every cell would be slow: either all nets weigh the same,
   // or those weigh nothing for the time being.
-  const bool weigh_equal = have_equal_weights({nh->_nlst + 1, nh->_nlst + m + 1});
+  const bool weigh_equal = have_equal_weights(nh->_nlst, m);
   if (!weigh_equal)
     for (int i = k + 1; i <= m; ++i) nh->_nlst[i].w = 0;
   construct_net_list(nh, celldeg);

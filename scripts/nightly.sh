@@ -9,6 +9,7 @@ pins=${PINS:-300000000}
 cells=${CELLS:-20000000}
 tool=${QUILLON:-build/release/tools/quillon}
 if [[ -z ${QUILLON:-} ]]; then
+  scripts/setup.sh build test bench
   cmake --preset release >/dev/null
   cmake --build --preset release --target quillon_tool
 fi

@@ -93,4 +93,9 @@ std::string counted(std::int64_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
+          const std::string& more) {
+  if (count > 0) notes.push_back(counted(count, what) + more);
+}
+
 }  // namespace quillon::tool

@@ -55,4 +55,8 @@ void to_record(const Arrays& arrays, Loaded& loaded);
 /// "3 nets" or "1 net".
 std::string counted(std::int64_t count, const std::string& what);
 
+/// Adds "3 weights of 0", of the count, what it counts and more, unless there are none.
+void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
+          const std::string& more = {});
+
 }  // namespace quillon::tool

@@ -12,13 +12,17 @@ namespace quillon::tool {
 namespace {
 
 // The symmetry check ends the process for some hypergraphs that are not symmetric, and returns for others.
-bool is_symmetric(const Hypergraph& h, bool say_why) {
-  const Output output = say_why ? Output::kOnStandardError : Output::kHidden;
-  return run_isolated(output, [&h, say_why] {
-           const bool symmetric = CheckSymmetryinHypergraph(&h, say_why ? 1 : 0) == 1;
-           if (say_why) uprintf("\n");
-           return symmetric ? kFine : kFinding;
-         }) == kFine;
+bool is_symmetric(const Hypergraph& h) {
+  return run_isolated(Output::kHidden,
+                      [&h] { return CheckSymmetryinHypergraph(&h, 0) == 1 ? kFine : kFinding; }) == kFine;
+}
+
+void say_why_not_symmetric(const Hypergraph& h) {
+  run_isolated(Output::kOnStandardError, [&h] {
+    CheckSymmetryinHypergraph(&h, 1);
+    uprintf("\n");
+    return kFinding;
+  });
 }
 
 void print_verdict(const std::string& file, const Loaded& loaded, bool is_symmetric) {
@@ -40,8 +44,11 @@ int check(const std::string& file, const CheckOptions& options) {
   });
   if (lists != kFine) return kFinding;
 
-  const bool symmetric = is_symmetric(h, options.symmetric);
-  if (!symmetric && options.symmetric) return kFinding;
+  const bool symmetric = is_symmetric(h);
+  if (!symmetric && options.symmetric) {
+    say_why_not_symmetric(h);
+    return kFinding;
+  }
   if (options.json)
     print_check_json(file, loaded, symmetric);
   else if (!quiet())

@@ -1,5 +1,6 @@
 #include "tools/command_line.h"
 
+#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -25,35 +26,71 @@ void when_chosen(CLI::App& command, const std::shared_ptr<Options>& options, int
   });
 }
 
-// What every command that reads hypergraphs offers.
+// Of the commands that only look at a hypergraph.
 void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
   command.add_flag("--keep-small-nets", keep_small_nets,
                    "Keep nets with one pin or none, which otherwise are folded into the cells' and the "
                    "hypergraph's totals");
 }
 
+// A file that may be named but not be "", as a name that was forgotten is.
+template <typename Name>
+CLI::Option* add_file(CLI::App& command, const char* option, Name& name, const char* help) {
+  const bool is_positional = option[0] != '-';
+  CLI::Option* const added = command.add_option(option, name, help);
+  if (!is_positional) added->type_name("FILE");
+  return added->check(
+      [](const std::string& text) { return text.empty() ? "the name of a file is empty" : ""; });
+}
+
 void add_files(CLI::App& command, std::vector<std::string>& files) {
-  command.add_option("FILE", files, "Hypergraph files; - is standard input")->required();
+  add_file(command, "FILE", files, "Hypergraph files; - is standard input")->required();
 }
 
 CLI::Option* add_json(CLI::App& command, bool& json) {
   return command.add_flag("--json", json, "Print JSON, an object on a line for each file");
 }
 
+// Digits are decimal whatever they begin with.
+template <typename Number>
+Number number_in(const std::string& option, const std::string& text, Number least) {
+  constexpr Number kMost = std::numeric_limits<Number>::max();
+  Number number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stopped, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stopped != end || number < least)
+    throw CLI::ValidationError(option, "'" + text + "' is no whole number from " + std::to_string(least) +
+                                           " to " + std::to_string(kMost));
+  return number;
+}
+
+template <typename Number>
+CLI::Option* add_number(CLI::App& command, const std::string& name, const char* placeholder, Number least,
+                        Number& target, const char* help) {
+  const auto take = [name, least, &target](const std::string& text) {
+    target = number_in(name, text, least);
+  };
+  return command.add_option_function<std::string>(name, take, help)->type_name(placeholder);
+}
+
+// Numbers of cells or nets, in the order in which they are given.
+void add_numbers(CLI::App& command, const std::string& name, const char* placeholder,
+                 std::vector<int>& target, const char* help) {
+  const auto take = [name, &target](const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) target.push_back(number_in(name, text, 1));
+  };
+  command.add_option_function<std::vector<std::string>>(name, take, help)->type_name(placeholder);
+}
+
 CLI::Option* add_nparts(CLI::App& command, int& nparts) {
-  return command
-      .add_option(
-          "-k", nparts,
-          "Number of parts, if not one above the largest in the file; to be said if it is more than cells")
-      ->type_name("K")
-      ->check(CLI::PositiveNumber);
+  return add_number(
+      command, "-k", "K", 1, nparts,
+      "Number of parts, if not one above the largest in the file; to be said if it is more than cells");
 }
 
 // Of what is only random if `random` is given.
 void add_seed(CLI::App& command, std::uint64_t& seed, CLI::Option* random) {
-  command.add_option("--seed", seed, "Start of the random order, 0 if not given")
-      ->type_name("S")
-      ->check([](const std::string& text) { return text.find('-') == 0 ? "is negative: " + text : ""; })
+  add_number(command, "--seed", "S", std::uint64_t{0}, seed, "Start of the random order, 0 if not given")
       ->needs(random);
 }
 
@@ -145,13 +182,9 @@ none, use --keep-small-nets for the numbers of the file.)";
 void add_dump(CLI::App& app, int& status) {
   auto options = std::make_shared<DumpOptions>();
   CLI::App* const command = app.add_subcommand("dump", "Print a hypergraph, or some of its nets and cells");
-  command->add_option("FILE", options->file, "Hypergraph file; - is standard input")->required();
-  command->add_option("--net", options->nets, "Print the pins of net J")
-      ->type_name("J")
-      ->check(CLI::PositiveNumber);
-  command->add_option("--cell", options->cells, "Print the nets of cell I")
-      ->type_name("I")
-      ->check(CLI::PositiveNumber);
+  add_file(*command, "FILE", options->file, "Hypergraph file; - is standard input")->required();
+  add_numbers(*command, "--net", "J", options->nets, "Print the pins of net J");
+  add_numbers(*command, "--cell", "I", options->cells, "Print the nets of cell I");
   add_keep_small_nets(*command, options->keep_small_nets);
   command->footer(kDumpExamples);
   when_chosen(*command, options, status);
@@ -171,18 +204,15 @@ void add_prune(CLI::App& app, int& status) {
   auto options = std::make_shared<PruneOptions>();
   CLI::App* const command =
       app.add_subcommand("prune", "Drop nets of fewer than two pins and set big ones aside");
-  command->add_option("IN", options->in, "Hypergraph file; - is standard input")->required();
-  command->add_option("-o,--output", options->out, "File for the nets kept")->required()->type_name("OUT");
-  command->add_option("--max-size", options->max_size, "Set nets of N pins or more aside")
-      ->required()
-      ->type_name("N")
-      ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+  add_file(*command, "IN", options->in, "Hypergraph file; - is standard input")->required();
+  add_file(*command, "-o,--output", options->out, "File for the nets kept")->required()->type_name("OUT");
+  add_number(*command, "--max-size", "N", 1, options->max_size, "Set nets of N pins or more aside")
+      ->required();
   CLI::Option* const shuffle = command->add_flag("--shuffle", options->shuffle,
                                                  "Put nets, cells and the pins of each net in random order");
   add_seed(*command, options->seed, shuffle);
-  command->add_option("--map", options->map, "Write where each net and cell came from")->type_name("FILE");
-  command->add_option("--set-aside", options->set_aside, "Write the nets set aside as a hypergraph")
-      ->type_name("FILE");
+  add_file(*command, "--map", options->map, "Write where each net and cell came from");
+  add_file(*command, "--set-aside", options->set_aside, "Write the nets set aside as a hypergraph");
   command->footer(kPruneExamples);
   when_chosen(*command, options, status);
 }
@@ -204,22 +234,20 @@ void add_reorder(CLI::App& app, int& status) {
   auto options = std::make_shared<ReorderOptions>();
   CLI::App* const command =
       app.add_subcommand("reorder", "Renumber the cells: by part, at random or as a file says");
-  command->add_option("IN", options->in, "Hypergraph file; - is standard input")->required();
-  command->add_option("-o,--output", options->out, "File for the hypergraph renumbered")
+  add_file(*command, "IN", options->in, "Hypergraph file; - is standard input")->required();
+  add_file(*command, "-o,--output", options->out, "File for the hypergraph renumbered")
       ->required()
       ->type_name("OUT");
   CLI::Option_group* const how = command->add_option_group("Order", "One of these");
-  how->add_option("--by-part", options->by_part,
-                  "Sort by the part numbers in PARTFILE, any white space between")
+  add_file(*how, "--by-part", options->by_part,
+           "Sort by the part numbers in PARTFILE, any white space between")
       ->type_name("PARTFILE");
-  how->add_option("--perm", options->perm, "Take the order from FILE")->type_name("FILE");
+  add_file(*how, "--perm", options->perm, "Take the order from FILE");
   CLI::Option* const random = how->add_flag("--random", options->random, "Take a random order");
   how->require_option(1);
   add_seed(*command, options->seed, random);
-  command->add_option("--write-perm", options->write_perm, "Write the old number of each new cell")
-      ->type_name("FILE");
-  command->add_option("--write-inverse", options->write_inverse, "Write the new number of each old cell")
-      ->type_name("FILE");
+  add_file(*command, "--write-perm", options->write_perm, "Write the old number of each new cell");
+  add_file(*command, "--write-inverse", options->write_inverse, "Write the new number of each old cell");
   command->footer(kReorderExamples);
   when_chosen(*command, options, status);
 }
@@ -248,8 +276,8 @@ Models of a matrix:
 void add_convert(CLI::App& app, int& status) {
   auto options = std::make_shared<ConvertOptions>();
   CLI::App* const command = app.add_subcommand("convert", "Turn a file into one of another format");
-  command->add_option("IN", options->in, "File to read; - is standard input")->required();
-  command->add_option("OUT", options->out, "File to write; - is standard output")->required();
+  add_file(*command, "IN", options->in, "File to read; - is standard input")->required();
+  add_file(*command, "OUT", options->out, "File to write; - is standard output")->required();
   add_format_option(*command, "--from", options->from, "Format of IN, if its suffix does not tell");
   add_format_option(*command, "--to", options->to, "Format of OUT, if its suffix does not tell");
   add_choice<int>(*command, "--numbering", {{"0", 0}, {"1", 1}}, options->numbering,
@@ -268,9 +296,8 @@ void add_convert(CLI::App& app, int& status) {
       options->model, "How a matrix is a hypergraph, row-net if not given");
   command->add_flag("--diagonal", options->add_diagonal,
                     "Add the missing diagonal entries of a square matrix");
-  command
-      ->add_option("--labels", options->labels, "Keep the names of a hif file in FILE, or take them from it")
-      ->type_name("FILE");
+  add_file(*command, "--labels", options->labels,
+           "Keep the names of a hif file in FILE, or take them from it");
   command->add_flag("--strict", options->strict,
                     "Write nothing if anything would be lost, or refused by readers");
   command->footer(kConvertExamples);
@@ -294,14 +321,13 @@ void add_partition_info(CLI::App& app, int& status) {
   auto options = std::make_shared<PartitionInfoOptions>();
   CLI::App* const command =
       app.add_subcommand("partition-info", "Measure a partition: sizes of its parts, cut, balance");
-  command->add_option("HYPERGRAPH", options->hypergraph, "Hypergraph file; - is standard input")->required();
-  command->add_option("PARTFILE", options->part_file, "Part numbers of the cells; - is standard input")
+  add_file(*command, "HYPERGRAPH", options->hypergraph, "Hypergraph file; - is standard input")->required();
+  add_file(*command, "PARTFILE", options->part_file, "Part numbers of the cells; - is standard input")
       ->required();
   add_format_option(*command, "--from", options->from, "Format of HYPERGRAPH, if its suffix does not tell");
   add_nparts(*command, options->nparts);
   CLI::Option* const write =
-      command->add_option("--write", options->write, "Write the partition, 100 numbers a line")
-          ->type_name("FILE");
+      add_file(*command, "--write", options->write, "Write the partition, 100 numbers a line");
   command->add_flag("--one-per-line", options->one_per_line, "Write it with one number a line")->needs(write);
   add_json(*command, options->json);
   command->footer(kPartitionInfoExamples);
@@ -321,10 +347,10 @@ are kept. The hypergraph may be of any format that convert reads.)";
 void add_report(CLI::App& app, int& status) {
   auto options = std::make_shared<ReportOptions>();
   CLI::App* const command = app.add_subcommand("report", "Make a page with pictures of a hypergraph");
-  command->add_option("HYPERGRAPH", options->hypergraph, "Hypergraph file; - is standard input")->required();
-  CLI::Option* const part_file = command->add_option("PARTFILE", options->part_file,
-                                                     "Part numbers of the cells, if there is a partition");
-  command->add_option("-o,--output", options->out, "File for the page; - is standard output")
+  add_file(*command, "HYPERGRAPH", options->hypergraph, "Hypergraph file; - is standard input")->required();
+  CLI::Option* const part_file = add_file(*command, "PARTFILE", options->part_file,
+                                          "Part numbers of the cells, if there is a partition");
+  add_file(*command, "-o,--output", options->out, "File for the page; - is standard output")
       ->required()
       ->type_name("OUT");
   add_format_option(*command, "--from", options->from, "Format of HYPERGRAPH, if its suffix does not tell");

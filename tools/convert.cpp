@@ -32,11 +32,6 @@ std::int64_t count_nets_of_size(const Hypergraph& h, int size, bool (*which)(int
   });
 }
 
-void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
-          const std::string& more = {}) {
-  if (count > 0) notes.push_back(counted(count, what) + more);
-}
-
 // What is not as it was, or not as others want it.
 struct Doubts {
   std::vector<std::string> lost;     // the target has no room for it
@@ -156,6 +151,8 @@ Labels labels_for(const ConvertOptions& options, const Arrays& arrays, const Hyp
 }
 
 void convert(const ConvertOptions& options) {
+  refuse_to_replace({options.in}, options.labels);
+  if (*options.from != Format::kHif) refuse_to_replace({options.labels}, options.out);
   Arrays arrays = import_file(options.in, *options.from, {options.model, options.add_diagonal});
   Loaded loaded;
   to_record(arrays, loaded);

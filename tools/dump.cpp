@@ -2,7 +2,6 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
-#include "tools/isolate.h"
 #include "tools/load.h"
 #include "tools/terminal.h"
 #include "util/util.h"

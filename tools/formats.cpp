@@ -20,7 +20,7 @@ std::optional<Format> format_of_name(const std::string& name) {
 
 namespace {
 
-// JSON is read by a parser that does not say where it is.
+// The parser of JSON has no count of bytes that a watcher may look at.
 std::unique_ptr<Progress> watch(const Tokenizer& in, Format format) {
   if (format == Format::kHif) return nullptr;
   return watch_count("parsing " + in.name, in.text.size(),
@@ -54,6 +54,14 @@ Arrays import_file(const std::string& name, Format format, const ImportOptions& 
       break;
   }
   return arrays;
+}
+
+void load_any(Loaded& loaded, const std::string& name, std::optional<Format> format) {
+  const Format known = format.value_or(format_of_name(name).value_or(Format::kQuillon));
+  if (known == Format::kQuillon)
+    load(loaded, name, SmallNets::kKeep, false);
+  else
+    to_record(import_file(name, known, {}), loaded);
 }
 
 }  // namespace quillon::tool

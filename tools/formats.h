@@ -6,6 +6,7 @@
 
 #include "tools/arrays.h"
 #include "tools/import.h"
+#include "tools/load.h"
 
 namespace quillon::tool {
 
@@ -19,6 +20,10 @@ struct ImportOptions {
   Model model = Model::kRowNet;
   bool add_diagonal = false;
 };
+
+/// Reads a file of the format given, or of that which its name stands for, or else our own. Nets of one pin
+/// or none are kept.
+void load_any(Loaded& loaded, const std::string& name, std::optional<Format> format);
 
 /// Reads a file of any format.
 Arrays import_file(const std::string& name, Format format, const ImportOptions& options);

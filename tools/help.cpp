@@ -42,8 +42,8 @@ A quillon file:
 See also: quillon help numbering, quillon help weights.
 )"},
     {"numbering", "from what cells, nets and parts are counted",
-     R"(Cells and nets count from 1, in messages, in reports and in what dump, prune and reorder take and write.
-Parts count from 0.
+     R"(Cells and nets count from 1, in reports, in what dump, prune and reorder take and write, and in messages, but for
+those that speak of the numbers of a file. Parts count from 0.
 
 In files, the first cell is
   quillon  0 or 1, as the first number of the header says
@@ -78,15 +78,15 @@ The imbalance is the weight of the heaviest part over the average, minus 1.
     {"output", "where results go, and when",
      R"(Results go to standard output, everything else to standard error. Files named by -o and the like appear whole
 or not at all: they are written beside their targets, and renamed when every one of them is done. - is standard
-output.
+output; what prune and partition-info report beside it then goes to standard error.
 
 stats, check and partition-info print JSON with --json, an object on a line for each file; see docs/json.md.
 )"},
     {"terminal", "progress, colours and --quiet",
      R"(Where standard error is a terminal, reads of more than a second show how far they have come. Where a stream is
-a terminal, verdicts and errors are in colour.
+a terminal, verdicts and what is said of wrong usage are in colour.
 
-  --quiet      no progress; of check, no line for a sound file
+  --quiet      no progress; of check, but for --json, no line for a sound file
   NO_COLOR     not empty: no colours
   TERM         dumb, or not set: neither colours nor progress
 )"},

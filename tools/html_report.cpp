@@ -156,11 +156,9 @@ std::string weight_chart(const Weights& weights, const std::vector<std::pair<int
 }
 
 std::string weights(const Figures& figures, const Hypergraph& h) {
-  std::string charts;
-  if (figures.cells.min != figures.cells.max)
-    charts += weight_chart(figures.cells, cell_weight_distribution(h), h._c, "cell-weights", "cells");
-  if (figures.nets.min != figures.nets.max)
-    charts += weight_chart(figures.nets, net_weight_distribution(h), h._n, "net-weights", "nets");
+  std::string charts =
+      weight_chart(figures.cells, cell_weight_distribution(h), h._c, "cell-weights", "cells") +
+      weight_chart(figures.nets, net_weight_distribution(h), h._n, "net-weights", "nets");
   if (!charts.empty()) charts = "<div class=\"columns\">\n" + charts + "</div>\n";
   return "<section>\n<h2>Weights</h2>\n" + charts +
          table("Range and total", {"", "smallest", "average", "largest", "total"},

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "tools/import.h"
@@ -89,8 +90,8 @@ class Reader : public nlohmann::json_sax<json> {
   Reader(const Tokenizer& in, const char* const& seen, Document& document)
       : in_(in), seen_(seen), document_(document) {}
 
-  bool null() override { return scalar("null"); }
-  bool boolean(bool value) override { return scalar(value ? "true" : "false"); }
+  bool null() override { return no_number_or_text(); }
+  bool boolean(bool /*value*/) override { return no_number_or_text(); }
   bool number_integer(number_integer_t value) override {
     return number(std::to_string(value), static_cast<double>(value), true);
   }
@@ -314,7 +315,7 @@ class Reader : public nlohmann::json_sax<json> {
     bad_number(expected_value());
   }
 
-  bool scalar(const char* /*text*/) {
+  bool no_number_or_text() {
     if (passed_over_ > 0) return true;
     bad_value(expected_value());
   }
@@ -346,7 +347,7 @@ class Reader : public nlohmann::json_sax<json> {
 
   void list_item(Items& items, const std::string& id) {
     const int item = items.names.number_of(id);
-    if (!is_listed_[&items == &document_.nodes ? 0 : 1].emplace(item, true).second) {
+    if (!listed_[&items == &document_.nodes ? 0 : 1].insert(item).second) {
       ++document_.nrepeated_records;
       return;
     }
@@ -369,7 +370,7 @@ class Reader : public nlohmann::json_sax<json> {
   bool has_incidences_ = false;
   std::string key_;
   Record record_;
-  std::unordered_map<int, bool> is_listed_[2];
+  std::unordered_set<int> listed_[2];  // nodes, edges
 };
 
 // Final numbers, from 1: listed items first, then the others as the incidences name them.
@@ -396,11 +397,6 @@ std::vector<int> weights_by_number(const Items& items, const std::vector<int>& n
   for (const auto& [item, w] : items.weights)
     weights[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = w;
   return weights;
-}
-
-void note(std::vector<std::string>& notes, std::int64_t count, const std::string& what,
-          const std::string& more = {}) {
-  if (count > 0) notes.push_back(counted(count, what) + more);
 }
 
 void note_losses(Arrays& arrays, const Document& document) {

@@ -108,6 +108,12 @@ struct Ranges {
   Range columns;
 };
 
+Range index_range(const std::string& what, int count) {
+  return {1, count,
+          count == 0 ? "no " + what + ", as there are none"
+                     : "a " + what + " from 1 to " + std::to_string(count)};
+}
+
 int as_index(const Tokenizer& in, const Token& token, const Range& range) {
   const std::optional<int> index = number_in(token, range);
   if (!index)
@@ -133,8 +139,7 @@ Entry read_entry(Tokenizer& in, const Header& header, const Ranges& ranges, int 
 }
 
 std::vector<Entry> read_entries(Tokenizer& in, const Header& header) {
-  const Ranges ranges{{1, header.nrows, "a row from 1 to " + std::to_string(header.nrows)},
-                      {1, header.ncolumns, "a column from 1 to " + std::to_string(header.ncolumns)}};
+  const Ranges ranges{index_range("row", header.nrows), index_range("column", header.ncolumns)};
   std::vector<Entry> entries;
   for (int k = 1; k <= header.nentries; ++k) entries.push_back(read_entry(in, header, ranges, k));
   expect_end(in, "the " + std::to_string(header.nentries) +

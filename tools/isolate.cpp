@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "tools/commands.h"
+#include "tools/output.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -59,12 +61,21 @@ int run_isolated(Output output, const std::function<int()>& work) {
   std::exit(status);
 }
 
+void print_beside(const std::string& target, const std::function<void()>& print) {
+  if (!is_standard_output(target)) return print();
+  run_isolated(Output::kOnStandardError, [&print] {
+    print();
+    return kFine;
+  });
+}
+
 int for_each_file(const std::vector<std::string>& files, const std::function<int(const std::string&)>& work,
                   const std::function<void(const std::string&)>& failed) {
   int worst = kFine;
   for (const std::string& file : files) {
     const int status = run_isolated(Output::kShown, [&] { return work(file); });
     if (status == kFine) continue;
+    if (status == kSignalled + SIGPIPE) return status;  // nobody reads on
     if (status > kSignalled)
       std::fprintf(stderr, "quillon: error: %s: ended by signal %d (%s)\n", file.c_str(), status - kSignalled,
                    strsignal(status - kSignalled));

@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "tools/formats.h"
 #include "tools/input.h"
 #include "tools/progress.h"
 #include "util/util.h"
@@ -46,7 +47,8 @@ ssize_t read_guarded(void* cookie, char* text, std::size_t size) {
   if (length > 0) note_last_line(guarded, text, length);
   if (length == 0 && (guarded.in_comment || guarded.line_length > kLongestLine))
     errexit("'%s' ends in a %s, but its header, a net line or cell weights are still due",
-            guarded.input.name.c_str(), guarded.in_comment ? "comment line" : "line of more than 16777215 bytes");
+            guarded.input.name.c_str(),
+            guarded.in_comment ? "comment line" : "line of more than 16777215 bytes");
   return static_cast<ssize_t>(length);
 }
 
@@ -110,6 +112,9 @@ void build_cell_side(Hypergraph* h) {
 }  // namespace
 
 void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn) {
+  if (format_of_name(name).value_or(Format::kQuillon) != Format::kQuillon)
+    uwarning("'%s' is read as quillon; by its name it is of another format, of which convert makes that",
+             name.c_str());
   if (std::FILE* const file = open_plain(name)) {
     const std::unique_ptr<Progress> progress = watch_file(name, fileno(file));
     read_stream(loaded, file, small_nets, warn);

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -48,10 +49,14 @@ std::string unknown_word(const CLI::App& app) {
   const std::vector<CLI::App*> used = app.get_subcommands();
   for (const std::string& word : app.remaining(true)) {
     const std::string name = word.substr(0, word.find('='));
-    if (name.size() > 1 && name.front() == '-')
+    if (name.size() > 1 && name.front() == '-') {
+      const std::vector<std::string> known = option_names(used.empty() ? app : *used.front());
+      if (std::find(known.begin(), known.end(), name) != known.end())
+        return name + " goes behind the command";
       return std::string("The following argument was not expected: ")
           .append(word)
-          .append(did_you_mean(name, option_names(used.empty() ? app : *used.front())));
+          .append(did_you_mean(name, known));
+    }
     if (used.empty())
       return std::string("there is no command '")
           .append(word)
@@ -75,8 +80,9 @@ void add_quiet(CLI::App& app) {
   for (CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
     const std::string name = command->get_name();
     if (name == "help") continue;
-    command->add_flag("-q,--quiet", quiet(),
-                      name == "check" ? "Show no progress and no line for a sound file" : kHelp);
+    command->add_flag(
+        "-q,--quiet", quiet(),
+        name == "check" ? "Show no progress and, but for --json, no line for a sound file" : kHelp);
   }
 }
 

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -24,13 +23,31 @@ std::vector<std::string>& unpublished() {
 
 pid_t owner = 0;
 
-void remove_unpublished() {
+// The target that others are writing: their messages name the file that stands for it, if any.
+const std::string* being_written = nullptr;
+
+void clean_up() {
   if (getpid() != owner) return;
   for (const std::string& file : unpublished()) std::remove(file.c_str());
+  if (being_written != nullptr)
+    std::fprintf(stderr, "quillon: error: %s is not written, because of the error above\n",
+                 shown_target(*being_written).c_str());
+}
+
+void clean_up_at_exit() {
+  unpublished();  // made before, it is there until after
+  if (owner == 0 && std::atexit(clean_up) == 0) owner = getpid();
 }
 
 [[noreturn]] void cannot_write(const std::string& target, int reason) {
   errexit("cannot write %s: %s", shown_target(target).c_str(), std::strerror(reason));
+}
+
+// The path with so much of its last name that some may be added.
+std::string cut_short(const std::string& place) {
+  constexpr std::size_t kName = 200;  // of the 255 bytes that names may have
+  const std::size_t name = place.find_last_of('/') + 1;
+  return place.substr(0, name + kName);
 }
 
 // Has `make` make a file beside `place`, under the first name that is free: a program that was killed may
@@ -38,8 +55,8 @@ void remove_unpublished() {
 template <typename Make>
 std::string make_beside(const std::string& target, const std::string& place, Make make) {
   std::vector<std::string>& files = unpublished();
-  if (owner == 0 && std::atexit(remove_unpublished) == 0) owner = getpid();
-  const std::string prefix = place + ".quillon-" + std::to_string(getpid()) + "-";
+  clean_up_at_exit();
+  const std::string prefix = cut_short(place) + ".quillon-" + std::to_string(getpid()) + "-";
   for (int n = 0;; ++n) {
     files.push_back(prefix + std::to_string(n));
     if (make(files.back().c_str())) return files.back();
@@ -48,8 +65,6 @@ std::string make_beside(const std::string& target, const std::string& place, Mak
     if (reason != EEXIST) cannot_write(target, reason);
   }
 }
-
-bool is_standard_output(const std::string& target) { return target == "-" || target == "/dev/stdout"; }
 
 // Where the file lies or is to lie, so that a link is not replaced by a file, not even one that leads
 // nowhere yet.
@@ -90,7 +105,7 @@ int open_unnamed(const std::string& place) {
   return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kAsFopen);
 }
 
-// The file is made here and only filled by others, whose messages would name it instead of its target.
+// The file is made here and only filled by others, so that what cannot be made is said of the target.
 StagedFile stage_beside(const std::string& target) {
   const std::string place = behind_links(target);
   if (const int descriptor = open_unnamed(place); descriptor >= 0)
@@ -163,6 +178,8 @@ void put_all_in_place(const Outputs& outputs) {
 
 }  // namespace
 
+bool is_standard_output(const std::string& target) { return target == "-" || target == "/dev/stdout"; }
+
 std::string shown_target(const std::string& target) {
   return is_standard_output(target) ? "standard output" : "'" + target + "'";
 }
@@ -177,7 +194,17 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
     if (same_place(file.place, other.place))
       errexit("%s is to be written twice", shown_target(target).c_str());
   outputs.staged.push_back(file);
+  clean_up_at_exit();
+  being_written = &target;
   write(file.written.c_str());
+  being_written = nullptr;
+}
+
+void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target) {
+  if (target.empty() || is_standard_output(target)) return;
+  for (const std::string& input : inputs)
+    if (input == target || (!input.empty() && input != "-" && same_place(input, target)))
+      errexit("%s is read, and would be replaced", shown_target(target).c_str());
 }
 
 void publish(const Outputs& outputs) {

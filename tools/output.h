@@ -31,6 +31,12 @@ void stage(Outputs& outputs, const std::string& target,
 /// output, pipes and devices come first, and get the bytes.
 void publish(const Outputs& outputs);
 
+/// Ends the program if `target` is one of the files that are to be read.
+void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target);
+
+/// Whether what is written to a target goes to standard output.
+bool is_standard_output(const std::string& target);
+
 /// What messages call an output.
 std::string shown_target(const std::string& target);
 

@@ -5,6 +5,7 @@
 #include "tools/commands.h"
 #include "tools/formats.h"
 #include "tools/input.h"
+#include "tools/isolate.h"
 #include "tools/json_report.h"
 #include "tools/output.h"
 #include "tools/parts.h"
@@ -54,17 +55,14 @@ void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts)
 }  // namespace
 
 int run(const PartitionInfoOptions& options) {
-  const Format format = options.from.value_or(format_of_name(options.hypergraph).value_or(Format::kQuillon));
+  refuse_to_replace({options.hypergraph}, options.write);
   Loaded loaded;
-  to_record(import_file(options.hypergraph, format, {}), loaded);
+  load_any(loaded, options.hypergraph, options.from);
   const Hypergraph& h = loaded.h;
-
-  // Of a partition into more parts than there are cells, the number has to be said.
-  const std::vector<int> parts =
-      read_parts(options.part_file, h._c, options.nparts > 0 ? options.nparts : h._c);
+  const std::vector<int> parts = read_parts(options.part_file, h._c, options.nparts);
   const int nparts = options.nparts > 0 ? options.nparts : *std::max_element(parts.begin(), parts.end()) + 1;
-  report(options, h, parts, nparts);
   if (!options.write.empty()) rewrite(options, parts);
+  print_beside(options.write, [&] { report(options, h, parts, nparts); });
   return kFine;
 }
 

@@ -12,7 +12,8 @@ namespace quillon::tool {
 /// Reads a part number for every cell, between any white space. Ends the program when one is none, or not
 /// below `nparts`, or when there are more or fewer than cells.
 ///
-/// @return  By cell; entry 0 is not used.
+/// @param nparts  Number of parts, 0 if it is not known: then there are at most as many as cells.
+/// @return        By cell; entry 0 is not used.
 std::vector<int> read_parts(const std::string& file, int ncells, int nparts);
 
 /// Cells and their weights, by part.

@@ -4,6 +4,7 @@
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
 #include "tools/figures.h"
+#include "tools/isolate.h"
 #include "tools/load.h"
 #include "tools/output.h"
 #include "util/util.h"
@@ -105,6 +106,8 @@ void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
 }  // namespace
 
 int run(const PruneOptions& options) {
+  refuse_to_replace({options.in}, options.map);
+  refuse_to_replace({options.in}, options.set_aside);
   Loaded source;
   load(source, options.in, SmallNets::kKeep, false);
   const int fmt = source.h._fmt;
@@ -118,7 +121,7 @@ int run(const PruneOptions& options) {
     stage(outputs, options.map, [&](const char* filename) { write_map(pruned, filename); });
   publish(outputs);
 
-  report(source.h, pruned);
+  print_beside(options.out, [&] { report(source.h, pruned); });
   destroy_hypergraph_data(pruned.h);
   destroy_hypergraph(pruned.h);
   return kFine;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <numeric>
@@ -90,6 +89,10 @@ Order chosen_order(const Hypergraph& h, const ReorderOptions& options) {
 }  // namespace
 
 int run(const ReorderOptions& options) {
+  const std::string order_file = options.by_part.value_or(options.perm.value_or(""));
+  refuse_to_replace({order_file}, options.out);
+  refuse_to_replace({options.in}, options.write_perm);
+  refuse_to_replace({options.in}, options.write_inverse);
   Loaded source;
   load(source, options.in, SmallNets::kKeep, false);
   Hypergraph& h = source.h;

@@ -19,18 +19,10 @@ std::string name_of(const std::string& file) {
   return file == "-" ? shown_name(file) : std::filesystem::path(file).filename().string();
 }
 
-void read_record(const ReportOptions& options, Loaded& loaded) {
-  const Format format = options.from.value_or(format_of_name(options.hypergraph).value_or(Format::kQuillon));
-  if (format == Format::kQuillon)
-    load(loaded, options.hypergraph, SmallNets::kKeep, false);
-  else
-    to_record(import_file(options.hypergraph, format, {}), loaded);
-}
-
 std::optional<Partition> read_partition(const ReportOptions& options, int ncells) {
   if (options.part_file.empty()) return std::nullopt;
   Partition partition{name_of(options.part_file), {}, options.nparts};
-  partition.parts = read_parts(options.part_file, ncells, options.nparts > 0 ? options.nparts : ncells);
+  partition.parts = read_parts(options.part_file, ncells, options.nparts);
   if (options.nparts == 0)
     partition.nparts = *std::max_element(partition.parts.begin(), partition.parts.end()) + 1;
   return partition;
@@ -45,8 +37,9 @@ void write_page(const std::string& page, const char* filename) {
 }  // namespace
 
 int run(const ReportOptions& options) {
+  refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   Loaded loaded;
-  read_record(options, loaded);
+  load_any(loaded, options.hypergraph, options.from);
   const std::optional<Partition> partition = read_partition(options, loaded.h._c);
   const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
   const std::string page = html_page(title, loaded.h, partition);

@@ -2,9 +2,9 @@
 /// @file
 /// The utility layer: memory, messages, files, random numbers and integer sorting.
 ///
-/// The hypergraph module reaches the outside world only through these functions, so a program may link the
-/// module against another implementation of them. One thread at a time: the pools, the random stream and the
-/// table of open files are global.
+/// The hypergraph module allocates, opens, closes, warns and ends only through these functions, so a program
+/// may link the module against another implementation of them. One thread at a time: the pools, the random
+/// stream and the table of open files are global.
 
 #include <cstdint>
 #include <cstdio>

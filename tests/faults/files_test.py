@@ -143,6 +143,19 @@ class Files(unittest.TestCase):
             one_process, lambda: signal.signal(signal.SIGPIPE, signal.SIG_DFL), -signal.SIGPIPE, ""
         )
 
+    def test_standard_output_without_a_reader_of_several_files(self):
+        for command in (command for command in READERS if forks(command)):
+            reads, writes = os.pipe()
+            os.close(reads)
+            self.place.restore()
+            outcome = self.place.run(
+                command, before=lambda: signal.signal(signal.SIGPIPE, signal.SIG_DFL), stdout=writes
+            )
+            os.close(writes)
+            with self.subTest(command=command.line):
+                self.assertIn(outcome.status, (-signal.SIGPIPE, 128 + signal.SIGPIPE))
+                self.assertEqual(outcome.err, "")
+
     def test_standard_output_without_a_reader_and_without_the_signal(self):
         self.refuse_without_reader(
             READERS + TO_STANDARD_OUTPUT, lambda: signal.signal(signal.SIGPIPE, signal.SIG_IGN), 1, "Broken pipe"

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <random>
 #include <vector>
 
@@ -19,6 +20,12 @@ struct Shape {
   bool weights;
   unsigned seed;
 };
+
+// In place of the bytes, of which some belong to no member.
+void PrintTo(const Shape& shape, std::ostream* out) {
+  *out << shape.ncells << " cells, " << shape.nnets << " nets of up to " << shape.most_pins << " pins, seed "
+       << shape.seed;
+}
 
 // A record with the pins of its nets, and the obvious other side of it.
 struct Scattered {

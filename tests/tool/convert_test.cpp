@@ -603,7 +603,10 @@ TEST_F(Convert, LeavesNothingBehindOfAnyFormatWhenTheDiskIsFullHalfwayThroughAFi
       const std::string message = WritingTool::failure(
           "(trap '' XFSZ; ulimit -f 8; $QUILLON convert in.hgr " + target + " --to " + format + ")",
           {{"out.qhg", "old"}});
-      EXPECT_THAT(message, AllOf(StartsWith("quillon: error: "), HasSubstr("is not whole")));
+      const std::string shown = target == "-" ? "standard output" : "'" + target + "'";
+      EXPECT_THAT(message, AllOf(StartsWith("quillon: error: "), HasSubstr("is not whole"),
+                                 EndsWith("\nquillon: error: " + shown +
+                                          " is not written, because of the error above\n")));
     }
   }
 }
@@ -628,6 +631,16 @@ TEST_F(Convert, MayReplaceItsInputAndKeepsItsPermissions) {
   EXPECT_EQ(convert("in.qhg ./in.qhg --to kub").status, 0);
   EXPECT_EQ(contents("in.qhg"), kKub);
   EXPECT_EQ(folder(), "in.qhg\n");
+}
+
+TEST_F(Convert, RefusesToReplaceTheOtherFileThatItReads) {
+  place_.write("in.json", kNamed);
+  EXPECT_EQ(failure("in.json out.qhg --labels ./in.json"),
+            "quillon: error: './in.json' is read, and would be replaced\n");
+  EXPECT_EQ(contents("in.json"), kNamed);
+  place_.write("names", kNames);
+  EXPECT_EQ(failure("in.qhg names --to hif --labels names"),
+            "quillon: error: 'names' is read, and would be replaced\n");
 }
 
 TEST_F(Convert, RefusesToWriteAFileTwice) {

@@ -616,6 +616,9 @@ struct Sample {
   std::size_t nkept = 0;
 };
 
+// In place of the bytes, of which some belong to no member.
+void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
+
 const std::string kBanner = banner("pattern symmetric");
 
 const std::vector<Sample> kSamples{{"quillon", import_quillon, "1 2 1 2 3\n5 1 2\n6 7\n"},

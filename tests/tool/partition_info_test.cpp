@@ -12,6 +12,7 @@ namespace quillon::tool_test {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 // Cells 1..5 weigh 3, 1, 1, 1, 2 and have the part numbers 0, 2, 0, 2, 0: there is none with 1.
 // Nets of weights 5, 2, 7, 1: {1, 3, 5} in one part, {1, 2} and {2, 3, 4, 5} in two, {} in none.
@@ -79,7 +80,34 @@ TEST_F(PartitionInfo, SaysWhereANumberIsWrong) {
   EXPECT_EQ(failure("0 1 0 2 0\n0", "-k 3"),
             place + "2:1: error: found \"0\", expected nothing behind the parts of 5 cells\n");
   EXPECT_EQ(failure("0 1 5 2 0"),
-            place + "1:5: error: found \"5\", expected the part number, from 0 to 4, of cell 3\n");
+            place +
+                "1:5: error: found \"5\", expected the part number, from 0 to 4, of cell 3 "
+                "(if there are more parts than cells, say it with -k)\n");
+}
+
+TEST_F(PartitionInfo, ReportsOnStandardErrorWhatIsWrittenBesideThePartition) {
+  const Outcome plain = place_.run("$QUILLON partition-info h.qhg h.part");
+  const Outcome text = place_.run("$QUILLON partition-info h.qhg h.part --write -");
+  EXPECT_EQ(text.out, "0 2 0 2 0 ");
+  EXPECT_EQ(text.err, plain.out);
+  const Outcome json = place_.run("$QUILLON partition-info h.qhg h.part --json --write - --one-per-line");
+  EXPECT_EQ(json.out, "0\n2\n0\n2\n0\n");
+  EXPECT_EQ(json.err, place_.run("$QUILLON partition-info h.qhg h.part --json").out);
+}
+
+TEST_F(PartitionInfo, ReportsNothingOfAPartitionThatCannotBeWritten) {
+  EXPECT_EQ(WritingTool::failure("$QUILLON partition-info h.qhg h.part --json --write missing/part", {}),
+            "quillon: error: cannot write 'missing/part': No such file or directory\n");
+  EXPECT_EQ(WritingTool::failure("$QUILLON partition-info h.qhg h.part --write h.qhg", {}),
+            "quillon: error: 'h.qhg' is read, and would be replaced\n");
+}
+
+TEST_F(PartitionInfo, ReadsOurOwnFormatAsTheOtherCommandsDo) {
+  place_.write("no_end.qhg", "1 3 2 5\n1 2\n2 3 1");
+  place_.write("three.part", "0 1 1");
+  const std::string message = place_.run("$QUILLON report no_end.qhg three.part -o page.html").err;
+  EXPECT_THAT(message, HasSubstr("Something wrong with the pins"));
+  EXPECT_EQ(place_.run("$QUILLON partition-info no_end.qhg three.part").err, message);
 }
 
 TEST_F(PartitionInfo, RewritesThePartitionInEitherLayout) {

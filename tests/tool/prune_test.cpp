@@ -292,6 +292,47 @@ TEST_F(Prune, KeepsThePermissionsOfAFileItReplaces) {
             "640\n");
 }
 
+TEST_F(Prune, ReportsOnStandardErrorBesideAHypergraphOnStandardOutput) {
+  const Outcome beside = place_.run("$QUILLON prune in.qhg -o out.qhg --max-size 3");
+  const std::string written = contents("out.qhg");
+  const Outcome outcome = place_.run("$QUILLON prune in.qhg -o - --max-size 3");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, written);
+  EXPECT_EQ(outcome.err, beside.out);
+}
+
+TEST_F(Prune, WritesFilesOfLongNames) {
+  const std::string name(251, 'o');
+  EXPECT_EQ(place_.run("$QUILLON prune in.qhg -o " + name + ".qhg --max-size 3").status, 0);
+  EXPECT_EQ(contents(name + ".qhg"), place_.run("$QUILLON prune in.qhg -o - --max-size 3").out);
+}
+
+TEST_F(Prune, RefusesToReplaceWhatItReads) {
+  for (const std::string option : {"--map", "--set-aside"}) {
+    const Outcome outcome =
+        place_.run("$QUILLON prune in.qhg -o out.qhg --max-size 3 " + option + " ./in.qhg");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "quillon: error: './in.qhg' is read, and would be replaced\n");
+    EXPECT_EQ(folder(), "in.qhg\n");
+  }
+}
+
+TEST_F(Prune, RefusesEmptyNamesAndSeedsThatAreNone) {
+  const std::string command = "$QUILLON prune in.qhg -o out.qhg --max-size 3 ";
+  for (const std::string option : {"--map", "--set-aside", "-o"}) {
+    const Outcome outcome = place_.run(command + option + " ''");
+    EXPECT_EQ(outcome.status, 2) << option;
+    EXPECT_THAT(outcome.err, HasSubstr("the name of a file is empty")) << option;
+  }
+  for (const std::string seed : {"-8", " 8", "0x8", "18446744073709551616"}) {
+    const Outcome outcome = place_.run(command + "--shuffle '--seed=" + seed + "'");
+    EXPECT_EQ(outcome.status, 2) << seed;
+    EXPECT_THAT(outcome.err,
+                HasSubstr("--seed: '" + seed + "' is no whole number from 0 to 18446744073709551615"));
+  }
+  EXPECT_EQ(folder(), "in.qhg\n");
+}
+
 TEST_F(Prune, RefusesToWriteAFileTwice) {
   const Outcome outcome = place_.run("$QUILLON prune in.qhg -o out.qhg --max-size 3 --map ./out.qhg");
   EXPECT_EQ(outcome.status, 1);

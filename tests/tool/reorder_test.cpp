@@ -16,6 +16,7 @@ using quillon::tool_test::Outcome;
 using quillon::tool_test::WritingTool;
 using quillon::tool_test::written_file;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 // 3 cells and 2 nets, with all weights.
@@ -266,10 +267,23 @@ TEST_F(Reorder, LeavesNothingBehindOfFilesThatCannotBeRead) {
 }
 
 TEST_F(Reorder, AFileWithoutANameIsNoReasonForAnotherOrder) {
-  for (const std::string how : {"--by-part ''", "--perm ''"})
-    EXPECT_EQ(failure("square.qhg -o out.qhg " + how),
-              "quillon: error: cannot open '': No such file or directory\n")
-        << how;
+  for (const std::string how : {"--by-part", "--perm"}) {
+    const Outcome outcome = place_.run("$QUILLON reorder square.qhg -o out.qhg " + how + " ''");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err,
+              "quillon: error: " + how + ": the name of a file is empty\nTry 'quillon reorder --help'.\n");
+    EXPECT_THAT(folder(), Not(HasSubstr("out.qhg")));
+  }
+}
+
+TEST_F(Reorder, RefusesToReplaceWhatItReads) {
+  place_.write("order.txt", "3 1 2");
+  EXPECT_EQ(failure("in.qhg -o order.txt --perm order.txt"),
+            "quillon: error: 'order.txt' is read, and would be replaced\n");
+  EXPECT_EQ(failure("in.qhg -o out.qhg --random --write-perm ./in.qhg"),
+            "quillon: error: './in.qhg' is read, and would be replaced\n");
+  EXPECT_EQ(failure("in.qhg -o out.qhg --random --write-inverse in.qhg"),
+            "quillon: error: 'in.qhg' is read, and would be replaced\n");
 }
 
 TEST_F(Reorder, LeavesTheTargetWholeWhenAnotherOutputIsLost) {

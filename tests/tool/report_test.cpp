@@ -372,6 +372,13 @@ TEST_F(Report, GroupsPartsWhereThereAreMany) {
             HasSubstr("<tr><th scope=\"row\">0\u201311</th><td>2,989\u20132,999</td><td>1</td></tr>")));
 }
 
+TEST_F(Report, RefusesToReplaceWhatItReads) {
+  place_.write("h.part", "0\n2\n0\n2\n0\n");
+  for (const std::string name : {"h.qhg", "h.part"})
+    EXPECT_EQ(place_.run("$QUILLON report h.qhg h.part -o " + name).err,
+              "quillon: error: '" + name + "' is read, and would be replaced\n");
+}
+
 TEST_F(Report, WritesNothingOfBadInput) {
   EXPECT_EQ(failure("$QUILLON report bad.qhg -o page.html", {{"bad.qhg", "1 2 1 2\n1 3\n"}}),
             "quillon: error: invalid vertex/cell id 3 in the  vertex/cell list of net 1\n");

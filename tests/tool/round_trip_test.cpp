@@ -30,6 +30,9 @@ struct Kind {
   bool repeated_pins = true;
 };
 
+// In place of the bytes, of which some belong to no member.
+void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
+
 const std::vector<Kind> kKinds{{"quillon", Format::kQuillon},
                                {"hmetis", Format::kHmetis},
                                {"kub", Format::kKub},

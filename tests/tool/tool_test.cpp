@@ -10,6 +10,7 @@ namespace {
 
 using quillon::tool_test::Outcome;
 using quillon::tool_test::Workplace;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -240,7 +241,9 @@ TEST_F(Check, DemandsSymmetryWhenAskedAndSaysWhatIsMissing) {
   place_.write("square.qhg", kSquare);
   place_.write("lengths.qhg", "1 3 3 6\n1 2 3\n1 2\n3\n");
   place_.write("entries.qhg", "1 3 3 6\n1 2\n2 3\n3 1\n");
-  EXPECT_EQ(place_.run("$QUILLON check --symmetric square.qhg").status, 0);
+  const Outcome square = place_.run("$QUILLON check --symmetric square.qhg");
+  EXPECT_EQ(square.status, 0);
+  EXPECT_EQ(square.err, "");
 
   const Outcome lengths = place_.run("$QUILLON check --symmetric --keep-small-nets lengths.qhg");
   EXPECT_EQ(lengths.status, 1);
@@ -300,7 +303,18 @@ TEST_F(Dump, RefusesNetsAndCellsThatAreNotThere) {
   const Outcome cell = place_.run("$QUILLON dump square.qhg --cell 3");
   EXPECT_EQ(cell.status, 2);
   EXPECT_EQ(cell.err, "quillon: error: there is no cell 3 in 'square.qhg', which has 2\n");
-  EXPECT_EQ(place_.run("$QUILLON dump square.qhg --net 0").status, 2);
+}
+
+TEST_F(Dump, TakesNumbersForDecimalAndRefusesWhatIsNone) {
+  place_.write("square.qhg", "1 9 9 18\n1 2\n2 3\n3 4\n4 5\n5 6\n6 7\n7 8\n8 9\n9 1\n");
+  EXPECT_THAT(place_.run("$QUILLON dump square.qhg --net 009 --cell 08").out,
+              AllOf(StartsWith("\n Pins[   9] = {"), HasSubstr("\n Nets[   8] = {")));
+  for (const std::string number : {"0", "-1", "0x1", "1,2", "1e0", " 1", "+1", "2147483648"}) {
+    const Outcome outcome = place_.run("$QUILLON dump square.qhg '--net=" + number + "'");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "quillon: error: --net: '" + number +
+                               "' is no whole number from 1 to 2147483647\nTry 'quillon dump --help'.\n");
+  }
 }
 
 TEST_F(Tool, EndsWithStatus2OnWrongUsage) {
@@ -311,6 +325,21 @@ TEST_F(Tool, EndsWithStatus2OnWrongUsage) {
     EXPECT_EQ(outcome.out, "") << arguments;
     EXPECT_THAT(outcome.err, StartsWith("quillon: error: ")) << arguments;
   }
+}
+
+TEST_F(Tool, SaysWhereAnOptionBelongs) {
+  const Outcome outcome = place_.run("$QUILLON --json stats square.qhg");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err, "quillon: error: --json goes behind the command\nTry 'quillon stats --help'.\n");
+}
+
+TEST_F(Tool, SaysOfWhichFormatAFileIsByItsName) {
+  place_.write("h.hgr", "2 2\n1 2\n1 2\n");
+  const Outcome outcome = place_.run("$QUILLON check h.hgr");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err,
+              StartsWith("quillon: warning: 'h.hgr' is read as quillon; by its name it is of another "
+                         "format, of which convert makes that\nquillon: error: read_hypergraph"));
 }
 
 TEST_F(Tool, ExplainsItselfWithExamples) {
