@@ -2,6 +2,7 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
+#include "tools/input.h"
 #include "tools/isolate.h"
 #include "tools/json_report.h"
 #include "tools/load.h"
@@ -27,7 +28,7 @@ void say_why_not_symmetric(const Hypergraph& h) {
 
 void print_verdict(const std::string& file, const Loaded& loaded, bool is_symmetric) {
   const Hypergraph& h = loaded.h;
-  uprintf("%s: %s, %d cells, %d nets, %d pins", file.c_str(),
+  uprintf("%s: %s, %d cells, %d nets, %d pins", shown_name(file).c_str(),
           coloured(STDOUT_FILENO, Colour::kGreen, "ok").c_str(), h._c, h._n, h._p);
   if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
   uprintf(", %s\n", is_symmetric ? "symmetric" : "not symmetric");
@@ -60,7 +61,7 @@ void print_failure(const std::string& file, const CheckOptions& options) {
   if (options.json)
     print_failure_json("check", file);
   else
-    uprintf("%s: %s\n", file.c_str(), coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());
+    uprintf("%s: %s\n", shown_name(file).c_str(), coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());
 }
 
 }  // namespace

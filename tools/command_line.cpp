@@ -33,7 +33,7 @@ void add_keep_small_nets(CLI::App& command, bool& keep_small_nets) {
                    "hypergraph's totals");
 }
 
-// A file that may be named but not be "", as a name that was forgotten is.
+// The name of a file. It may not be empty, as that of a variable of the shell that is not set would be.
 template <typename Name>
 CLI::Option* add_file(CLI::App& command, const char* option, Name& name, const char* help) {
   const bool is_positional = option[0] != '-';

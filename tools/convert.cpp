@@ -27,9 +27,8 @@ std::int64_t count_all_weights(const Hypergraph& h, bool (*which)(int)) {
 }
 
 std::int64_t count_nets_of_size(const Hypergraph& h, int size, bool (*which)(int)) {
-  return std::count_if(h._nlst + 1, h._nlst + h._n + 1, [size, which](const Net& net) {
-    return net.pinsend - net.pins + 1 == size && which(net.w);
-  });
+  return std::count_if(h._nlst + 1, h._nlst + h._n + 1,
+                       [size, which](const Net& net) { return size_of(net) == size && which(net.w); });
 }
 
 // What is not as it was, or not as others want it.

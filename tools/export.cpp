@@ -21,7 +21,7 @@ std::uintmax_t kub_bytes(const Hypergraph* h) {
   std::uintmax_t bytes = digits(h->_c) + 1 + digits(h->_n);
   for (int j = 1; j <= h->_n; ++j) {
     const Net& net = h->_nlst[j];
-    bytes += 1 + digits(net.w) + 1 + digits(static_cast<int>(net.pinsend - net.pins) + 1);
+    bytes += 1 + digits(net.w) + 1 + digits(size_of(net));
     for (const int* pin = net.pins; pin <= net.pinsend; ++pin) bytes += 1 + digits(*pin - 1);
   }
   for (int i = 1; i <= h->_c; ++i) bytes += 1 + digits(h->_clst[i].w);

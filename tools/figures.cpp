@@ -60,8 +60,6 @@ Weights weights_of(const Item* items, int count) {
 
 int degree_of(const Cell& cell) { return static_cast<int>(cell.netsend - cell.nets) + 1; }
 
-int size_of(const Net& net) { return net.pins == nullptr ? 0 : static_cast<int>(net.pinsend - net.pins) + 1; }
-
 Figures figures_of(const Hypergraph& h) {
   return {h._c,
           h._n,

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tools/load.h"
 
 namespace quillon::tool {
 
@@ -43,6 +44,5 @@ struct Figures {
 Figures figures_of(const Hypergraph& h);
 
 int degree_of(const Cell& cell);
-int size_of(const Net& net);
 
 }  // namespace quillon::tool

@@ -75,19 +75,12 @@ void read_cell_weight(Tokenizer& in, Arrays& arrays, int i, const Header& header
   expect_line_end(in, item);
 }
 
-// Comments and blank lines may follow the data.
 void read_rest(Tokenizer& in, const Header& header) {
   const std::string behind = counted(header.nnets, "net") +
                              (header.cell_weights ? " and " + counted(header.ncells, "cell weight") : "");
   const bool may_be_cell_weights = header.net_weights && !header.cell_weights;
-  while (!at_end(in)) {
-    skip_comments(in);
-    const Token token = next_on_line(in);
-    if (!token.text.empty())
-      unexpected(in, token, "nothing behind " + behind,
-                 may_be_cell_weights ? "format 1 of hMETIS means net weights; cell weights are 10" : "");
-    skip_line(in);
-  }
+  expect_comments(in, behind,
+                  may_be_cell_weights ? "format 1 of hMETIS means net weights; cell weights are 10" : "");
 }
 
 // A METIS graph of V vertices and E edges reads as V nets, on E cells, in which j names i whenever i names j.

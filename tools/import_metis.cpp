@@ -133,17 +133,6 @@ std::string counted_vertices(const Header& header) {
   return std::to_string(header.nvertices) + (header.nvertices == 1 ? " vertex" : " vertices");
 }
 
-// Comments and blank lines may follow the data.
-void expect_no_more(Tokenizer& in, const Header& header) {
-  const std::string behind = "the lines of " + counted_vertices(header);
-  while (!at_end(in)) {
-    skip_comments(in);
-    const Token token = next_on_line(in);
-    if (!token.text.empty()) unexpected(in, token, "nothing behind " + behind);
-    skip_line(in);
-  }
-}
-
 void note_losses(Arrays& arrays, const Header& header) {
   if (header.vertex_sizes) arrays.losses.push_back("the sizes of " + counted_vertices(header));
   if (header.weights_per_vertex > 1)
@@ -166,7 +155,7 @@ void import_metis(Tokenizer& in, Arrays& arrays) {
     read_mentions(in, mentions, header, u);
     skip_line(in);
   }
-  expect_no_more(in, header);
+  expect_comments(in, "the lines of " + counted_vertices(header));
   check_edges(in, mentions);
   const std::size_t nedges = mentions.size() / 2;
   if (nedges != static_cast<std::size_t>(header.nedges)) {

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "tools/commands.h"
+#include "tools/input.h"
 #include "tools/output.h"
 #include "util/util.h"
 
@@ -77,8 +78,8 @@ int for_each_file(const std::vector<std::string>& files, const std::function<int
     if (status == kFine) continue;
     if (status == kSignalled + SIGPIPE) return status;  // nobody reads on
     if (status > kSignalled)
-      std::fprintf(stderr, "quillon: error: %s: ended by signal %d (%s)\n", file.c_str(), status - kSignalled,
-                   strsignal(status - kSignalled));
+      std::fprintf(stderr, "quillon: error: %s: ended by signal %d (%s)\n", shown_name(file).c_str(),
+                   status - kSignalled, strsignal(status - kSignalled));
     failed(file);
     worst = std::max(worst, status > kSignalled ? kFinding : status);
   }

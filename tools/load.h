@@ -7,6 +7,11 @@
 
 namespace quillon::tool {
 
+/// Number of pins of a net, 0 for one that has no pin list at all.
+inline int size_of(const Net& net) {
+  return net.pins == nullptr ? 0 : static_cast<int>(net.pinsend - net.pins) + 1;
+}
+
 enum class SmallNets { kFold, kKeep };
 
 /// A hypergraph that gives its arrays back.

@@ -35,8 +35,8 @@ PartSizes part_sizes(const Hypergraph& h, const std::vector<int>& parts, int npa
 
 CutSizes cut_sizes(const Hypergraph& h, const std::vector<int>& parts, int nparts);
 
-/// By how much the heaviest part exceeds the average, as a share of the average; 0 if nothing weighs
-/// anything.
+/// By how much the heaviest part exceeds the average, as a share of the average; 0 if all weights together
+/// are 0.
 double imbalance(const PartSizes& sizes);
 
 }  // namespace quillon::tool

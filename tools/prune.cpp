@@ -3,7 +3,6 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
-#include "tools/figures.h"
 #include "tools/isolate.h"
 #include "tools/load.h"
 #include "tools/output.h"

@@ -3,6 +3,7 @@
 #include "hypergraph/hypergraph.h"
 #include "tools/commands.h"
 #include "tools/figures.h"
+#include "tools/input.h"
 #include "tools/isolate.h"
 #include "tools/json_report.h"
 #include "tools/load.h"
@@ -29,7 +30,7 @@ int report(const std::string& file, const StatsOptions& options) {
   if (options.table) {
     prinfo_hypergraph(&h);
   } else {
-    if (options.files.size() > 1) uprintf("%s:\n", file.c_str());
+    if (options.files.size() > 1) uprintf("%s:\n", shown_name(file).c_str());
     if (options.summary)
       uprintf("%s", HygrInfo(&h));
     else
@@ -46,7 +47,8 @@ int run(const StatsOptions& options) {
       options.files, [&options](const std::string& file) { return report(file, options); },
       [&options](const std::string& file) {
         if (options.json) print_failure_json("stats", file);
-        std::fprintf(stderr, "quillon: error: %s: not reported, because of the error above\n", file.c_str());
+        std::fprintf(stderr, "quillon: error: %s: not reported, because of the error above\n",
+                     shown_name(file).c_str());
       });
 }
 

@@ -103,6 +103,15 @@ void expect_line_end(Tokenizer& tokenizer, const std::string& behind, const std:
   skip_line(tokenizer);
 }
 
+void expect_comments(Tokenizer& tokenizer, const std::string& behind, const std::string& hint) {
+  while (!at_end(tokenizer)) {
+    skip_comments(tokenizer);
+    const Token token = next_on_line(tokenizer);
+    if (!token.text.empty()) unexpected(tokenizer, token, "nothing behind " + behind, hint);
+    skip_line(tokenizer);
+  }
+}
+
 void expect_end(Tokenizer& tokenizer, const std::string& behind, const std::string& hint) {
   const Token token = next_token(tokenizer);
   if (!token.text.empty()) unexpected(tokenizer, token, "nothing behind " + behind, hint);

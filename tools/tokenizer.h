@@ -69,6 +69,9 @@ int as_number(const Tokenizer& tokenizer, const Token& token, const Range& range
 /// Ends the program unless nothing is left on the line, and goes to the next.
 void expect_line_end(Tokenizer& tokenizer, const std::string& behind, const std::string& hint = {});
 
+/// At the start of a line: ends the program unless nothing is left in the file but comments and blank lines.
+void expect_comments(Tokenizer& tokenizer, const std::string& behind, const std::string& hint = {});
+
 /// Ends the program unless nothing is left in the file but white space.
 void expect_end(Tokenizer& tokenizer, const std::string& behind, const std::string& hint = {});
 
