@@ -20,7 +20,8 @@ else
   cmake --preset coverage >/dev/null
   cmake --build $build
   find $build -name '*.gcda' -delete
-  ctest --preset coverage --parallel "$(nproc)" --progress >/dev/null
+  # Those that limit the size of files would have the counters' own cut off.
+  ctest --preset coverage --parallel "$(nproc)" --progress --exclude-regex 'DiskIsFull|LacksOneByte' >/dev/null
 fi
 
 # The portable twins have the same functions on other lines, which gcovr cannot merge.
