@@ -26,6 +26,14 @@ pid_t owner = 0;
 // The target that others are writing: their messages name the file that stands for it, if any.
 const std::string* being_written = nullptr;
 
+// Sets it until an exception or the last line; an end of the program in between finds it set.
+struct Writing {
+  explicit Writing(const std::string& target) { being_written = &target; }
+  ~Writing() { being_written = nullptr; }
+  Writing(const Writing&) = delete;
+  Writing& operator=(const Writing&) = delete;
+};
+
 void clean_up() {
   if (getpid() != owner) return;
   for (const std::string& file : unpublished()) std::remove(file.c_str());
@@ -195,9 +203,8 @@ void stage(Outputs& outputs, const std::string& target, const std::function<void
       errexit("%s is to be written twice", shown_target(target).c_str());
   outputs.staged.push_back(file);
   clean_up_at_exit();
-  being_written = &target;
+  const Writing writing(target);
   write(file.written.c_str());
-  being_written = nullptr;
 }
 
 void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target) {

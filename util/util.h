@@ -2,7 +2,7 @@
 /// @file
 /// The utility layer: memory, messages, files, random numbers and integer sorting.
 ///
-/// The hypergraph module allocates, opens, closes, warns and ends only through these functions, so a program
+/// The hypergraph module allocates, opens files, warns and ends only through these functions, so a program
 /// may link the module against another implementation of them. One thread at a time: the pools, the random
 /// stream and the table of open files are global.
 
