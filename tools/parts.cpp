@@ -19,10 +19,11 @@ std::vector<int> read_parts(const std::string& file, int ncells, int nparts) {
   for (int i = 1; i <= ncells; ++i) {
     const Token token = next_token(in);
     const std::optional<int> part = number_in(token, {0, last, {}});
-    const bool is_large = nparts == 0 && number_in(token, {0, std::numeric_limits<int>::max(), {}});
-    if (!part)
+    if (!part) {
+      const bool is_large = nparts == 0 && number_in(token, {0, std::numeric_limits<int>::max(), {}});
       unexpected(in, token, "the part number" + range + std::to_string(i),
                  is_large ? "if there are more parts than cells, say it with -k" : "");
+    }
     parts.push_back(*part);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
