@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <functional>
 
+#include "formats/net_lists.h"
+#include "formats/readers.h"
+#include "formats/writers.h"
 #include "hypergraph/hypergraph.h"
-#include "tools/arrays.h"
-#include "tools/export.h"
-#include "tools/import.h"
 
 namespace quillon::fuzz {
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
-#include "hypergraph/lists.h"
 #include "util/util.h"
 
 namespace quillon {

@@ -6,8 +6,8 @@
 #include <functional>
 #include <limits>
 
+#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
-#include "hypergraph/lists.h"
 #include "util/util.h"
 
 namespace quillon {

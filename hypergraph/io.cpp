@@ -2,11 +2,11 @@
 #include <cstring>
 #include <limits>
 
+#include "hypergraph/detail/digits.h"
+#include "hypergraph/detail/lines.h"
+#include "hypergraph/detail/lists.h"
+#include "hypergraph/detail/printer.h"
 #include "hypergraph/hypergraph.h"
-#include "hypergraph/lines.h"
-#include "hypergraph/lists.h"
-#include "hypergraph/numbers.h"
-#include "hypergraph/print.h"
 #include "util/util.h"
 
 namespace quillon {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
-#include "hypergraph/lists.h"
 #include "util/util.h"
 
 namespace quillon {

@@ -10,7 +10,7 @@ clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
 
 # Raw loops are as welcome as algorithms.
 cppcheck --quiet --std=c++20 --language=c++ --enable=warning,style,performance,portability --inline-suppr -I. \
-  --suppress=missingIncludeSystem --suppress=useStlAlgorithm --error-exitcode=1 hypergraph util tools
+  --suppress=missingIncludeSystem --suppress=useStlAlgorithm --error-exitcode=1 hypergraph util formats measures tools
 
 # The path analyser of gcc, which does not come to an end on hypergraph/io.cpp.
 for source in util/*.cpp hypergraph/core.cpp hypergraph/diagnostics.cpp hypergraph/transform.cpp; do
@@ -20,7 +20,7 @@ done
 cmake --preset dev >/dev/null
 # Of the ones left out there is no build with gcc and sanitizers. Where the command line is read, the path analyser
 # follows what another library does with it.
-parsers=(tools/command_line.cpp tools/main.cpp)
+parsers=(tools/cli/options.cpp tools/cli/main.cpp)
 mapfile -t analysed < <(git ls-files '*.cpp' ':!tests/build' ':!bench' ':!examples/ptscotch' ':!fuzz' \
   "${parsers[@]/#/:!}")
 run-clang-tidy -quiet -p build/dev -j "$(nproc)" "${analysed[@]}"

@@ -1,5 +1,3 @@
-#include "hypergraph/numbers.h"
-
 #include <gmock/gmock.h>
 
 #include <climits>
@@ -7,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "hypergraph/print.h"
+#include "hypergraph/detail/digits.h"
+#include "hypergraph/detail/printer.h"
 #include "tests/support/temp_file.h"
 
 namespace quillon {

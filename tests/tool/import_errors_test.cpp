@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/import.h"
+#include "formats/readers.h"
 
 namespace quillon::tool {
 namespace {

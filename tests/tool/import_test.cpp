@@ -1,5 +1,3 @@
-#include "tools/import.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -14,11 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "formats/formats.h"
+#include "formats/readers.h"
+#include "formats/writers.h"
 #include "hypergraph/hypergraph.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
-#include "tools/export.h"
-#include "tools/formats.h"
 
 namespace quillon::tool {
 namespace {

@@ -3,10 +3,10 @@
 #include <set>
 #include <vector>
 
+#include "formats/scanner.h"
+#include "measures/partition.h"
 #include "tests/tool/full_disk.h"
 #include "tests/tool/tool_fixture.h"
-#include "tools/parts.h"
-#include "tools/tokenizer.h"
 
 namespace quillon::tool_test {
 namespace {

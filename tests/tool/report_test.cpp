@@ -5,14 +5,14 @@
 #include <limits>
 #include <map>
 
+#include "formats/net_lists.h"
+#include "measures/figures.h"
 #include "tests/tool/full_disk.h"
 #include "tests/tool/tool_fixture.h"
-#include "tools/arrays.h"
-#include "tools/charts.h"
-#include "tools/figures.h"
-#include "tools/png.h"
-#include "tools/summaries.h"
-#include "tools/text.h"
+#include "tools/report/charts.h"
+#include "tools/report/png.h"
+#include "tools/report/summaries.h"
+#include "tools/report/text.h"
 
 namespace quillon::tool_test {
 namespace {

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "formats/formats.h"
+#include "formats/load.h"
+#include "formats/writers.h"
 #include "hypergraph/hypergraph.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
-#include "tools/export.h"
-#include "tools/formats.h"
-#include "tools/load.h"
 #include "util/util.h"
 
 namespace quillon::tool {

@@ -12,8 +12,8 @@
 #include <thread>
 
 #include "tests/tool/tool_fixture.h"
-#include "tools/progress.h"
-#include "tools/suggest.h"
+#include "tools/cli/progress.h"
+#include "tools/cli/suggestions.h"
 #include "util/util.h"
 
 namespace quillon::tool_test {

@@ -1,0 +1,452 @@
+#include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "formats/readers.h"
+
+namespace quillon::tool {
+namespace {
+
+using nlohmann::json;
+
+// What the parser reads, in a way that tells how far it has come.
+struct WatchedText {
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  const char* at;
+  const char** seen;
+
+  const char& operator*() const { return *at; }
+  WatchedText& operator++() {
+    *seen = ++at;
+    return *this;
+  }
+  bool operator==(const WatchedText& other) const { return at == other.at; }
+  bool operator!=(const WatchedText& other) const { return at != other.at; }
+};
+
+enum class Section { kIncidences, kNodes, kEdges, kNetworkType, kMetadata };
+
+// Identifiers as JSON texts, so that 1 and "1" are two, in the order in which they appear.
+struct Names {
+  std::unordered_map<std::string, int> numbers;
+  std::vector<std::string> texts;
+
+  int number_of(const std::string& text) {
+    const auto [it, is_new] = numbers.emplace(text, static_cast<int>(texts.size()));
+    if (is_new) texts.push_back(text);
+    return it->second;
+  }
+};
+
+// One kind of items: those listed by themselves come before those that only incidences name.
+struct Items {
+  Names names;
+  std::vector<int> listed;  // by order of the list
+  std::unordered_map<int, int> weights;
+};
+
+struct Incidence {
+  int edge;
+  int node;
+};
+
+struct Document {
+  Items nodes;
+  Items edges;
+  std::vector<Incidence> incidences;
+  std::int64_t nrepeated_records = 0;
+  std::int64_t nincidence_weights = 0;
+  std::int64_t ndirections = 0;
+  std::int64_t nattributes = 0;
+  std::int64_t nunfit_weights = 0;
+  bool has_metadata = false;
+  std::string network_type = "undirected";
+};
+
+struct Record {
+  std::size_t offset = 0;
+  std::string edge;  // as JSON, empty if not there
+  std::string node;
+  std::optional<double> weight;
+  std::vector<std::string> keys;
+};
+
+constexpr double kLeastWeight = std::numeric_limits<int>::min();
+constexpr double kLargestWeight = std::numeric_limits<int>::max();
+
+// Takes the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its arrays, 3 inside
+// their records; what lies in attributes and metadata is passed over.
+class Reader : public nlohmann::json_sax<json> {
+ public:
+  Reader(const Tokenizer& in, const char* const& seen, Document& document)
+      : in_(in), seen_(seen), document_(document) {}
+
+  bool null() override { return no_number_or_text(); }
+  bool boolean(bool /*value*/) override { return no_number_or_text(); }
+  bool number_integer(number_integer_t value) override {
+    return number(std::to_string(value), static_cast<double>(value), true);
+  }
+  bool number_unsigned(number_unsigned_t value) override {
+    return number(std::to_string(value), static_cast<double>(value), true);
+  }
+  bool number_float(number_float_t value, const string_t& text) override {
+    return number(text, value, false);
+  }
+  bool binary(binary_t& /*value*/) override { return false; }  // JSON has none
+
+  bool string(string_t& value) override {
+    if (passed_over_ > 0) return true;
+    if (depth_ == 1 && section_ == Section::kNetworkType) {
+      if (value != "undirected" && value != "directed" && value != "asc")
+        bad_value("a network type: undirected, directed or asc");
+      document_.network_type = value;
+      return true;
+    }
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) return take_id(json(value).dump());
+    if (depth_ == 3 && key_ == "direction" && (value == "head" || value == "tail")) {
+      ++document_.ndirections;
+      return true;
+    }
+    bad_value(expected_value() + (depth_ == 3 && key_ == "weight" ? " without quotes" : ""));
+  }
+
+  bool start_object(std::size_t /*elements*/) override {
+    if (passed_over_ > 0 || may_pass_over_object()) {
+      ++passed_over_;
+      return true;
+    }
+    if (depth_ == 0 || depth_ == 2) {
+      ++depth_;
+      record_ = Record{};
+      record_.offset = offset() - 1;
+      return true;
+    }
+    bad_value(expected_value());
+  }
+
+  bool key(string_t& name) override {
+    if (passed_over_ > 0) return true;
+    key_ = name;
+    if (depth_ == 1)
+      begin_section(name);
+    else
+      check_key_of_record(name);
+    return true;
+  }
+
+  bool end_object() override {
+    if (passed_over_ > 0) {
+      --passed_over_;
+      return true;
+    }
+    --depth_;
+    if (depth_ == 2) take_record();
+    return true;
+  }
+
+  bool start_array(std::size_t /*elements*/) override {
+    if (passed_over_ > 0) {
+      ++passed_over_;
+      return true;
+    }
+    const bool is_list = depth_ == 1 && section_ != Section::kNetworkType && section_ != Section::kMetadata;
+    if (!is_list) bad_value(expected_value());
+    ++depth_;
+    return true;
+  }
+
+  bool end_array() override {
+    if (passed_over_ > 0)
+      --passed_over_;
+    else
+      --depth_;
+    return true;
+  }
+
+  // `position` counts what has been read, the end of the file included.
+  bool parse_error(std::size_t position, const std::string& /*token*/,
+                   const json::exception& error) override {
+    const std::size_t at = std::min(position == 0 ? 0 : position - 1, in_.text.size());
+    const std::string text = error.what();
+    const std::size_t begin = text.find(" - ");
+    if (begin == std::string::npos)  // not of the syntax: the value of a number
+      bad_text(in_, start_of_word(at), "found a number too large, expected one of double precision");
+    std::string what = text.substr(begin + 3);
+    constexpr std::string_view kUnexpected = "unexpected ";
+    if (!what.starts_with(kUnexpected))
+      bad_text(in_, at, "found no JSON: " + what.substr(0, what.find("; last read: ")));
+    what.erase(0, kUnexpected.size());
+    if (const std::size_t separator = what.find("; expected "); separator != std::string::npos)
+      what[separator] = ',';
+    bad_text(in_, start_of_word(at), "found " + what);
+  }
+
+  // At the end of the document.
+  void check_complete() const {
+    if (!has_incidences_)
+      bad_text(in_, in_.text.size(), "found no \"incidences\", expected an array of that name");
+  }
+
+ private:
+  [[nodiscard]] std::size_t offset() const { return static_cast<std::size_t>(seen_ - in_.text.data()); }
+
+  [[nodiscard]] bool in_word(std::size_t at) const {
+    const char c = in_.text[at];
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '+' || c == '.';
+  }
+
+  // Where the string, number or literal begins of which `last` is the last byte; `last` for what else is
+  // there.
+  [[nodiscard]] std::size_t start_of_word(std::size_t last) const {
+    if (last == in_.text.size()) return last;
+    if (in_.text[last] == '"') return start_of_string(last);
+    std::size_t at = last;
+    while (in_word(last) && at > 0 && in_word(at - 1)) --at;
+    return at;
+  }
+
+  // The opening quote of the string whose closing one is at `end`.
+  [[nodiscard]] std::size_t start_of_string(std::size_t end) const {
+    const std::string& text = in_.text;
+    for (std::size_t at = end; at-- > 0;) {
+      if (text[at] != '"') continue;
+      std::size_t nescapes = 0;
+      while (nescapes < at && text[at - 1 - nescapes] == '\\') ++nescapes;
+      if (nescapes % 2 == 0) return at;
+    }
+    return end;
+  }
+
+  // Strings are shown without their quotes.
+  [[noreturn]] void bad_value_at(std::size_t last, const std::string& expected) const {
+    const std::size_t begin = start_of_word(last);
+    std::string_view word = std::string_view(in_.text).substr(begin, last + 1 - begin);
+    if (word.size() > 2 && word.front() == '"') word = word.substr(1, word.size() - 2);
+    unexpected(in_, {word, begin}, expected);
+  }
+
+  // The value is the last that the parser has read.
+  [[noreturn]] void bad_value(const std::string& expected) const { bad_value_at(offset() - 1, expected); }
+
+  // Behind a number the parser has read one byte more, if there was one.
+  [[noreturn]] void bad_number(const std::string& expected) const {
+    const std::size_t last = offset() - 1;
+    bad_value_at(in_word(last) ? last : last - 1, expected);
+  }
+
+  [[nodiscard]] std::string expected_value() const {
+    if (depth_ == 0) return "an object";
+    if (depth_ == 2) return "an object for each of the " + key_of_section();
+    if (depth_ == 1) {
+      if (section_ == Section::kMetadata) return "an object";
+      return section_ == Section::kNetworkType ? "a network type: undirected, directed or asc" : "an array";
+    }
+    if (key_ == "weight") return "a number";
+    if (key_ == "attrs") return "an object";
+    if (key_ == "direction") return "head or tail";
+    return "a string or an integer for \"" + key_ + "\"";
+  }
+
+  [[nodiscard]] std::string key_of_section() const {
+    if (section_ == Section::kIncidences) return "incidences";
+    return section_ == Section::kNodes ? "nodes" : "edges";
+  }
+
+  [[nodiscard]] bool may_pass_over_object() {
+    if (depth_ == 1 && section_ == Section::kMetadata) {
+      document_.has_metadata = true;
+      return true;
+    }
+    if (depth_ != 3 || key_ != "attrs") return false;
+    ++document_.nattributes;
+    return true;
+  }
+
+  void begin_section(const std::string& name) {
+    static const std::unordered_map<std::string, Section> sections{{"incidences", Section::kIncidences},
+                                                                   {"nodes", Section::kNodes},
+                                                                   {"edges", Section::kEdges},
+                                                                   {"network-type", Section::kNetworkType},
+                                                                   {"metadata", Section::kMetadata}};
+    const auto found = sections.find(name);
+    if (found == sections.end()) bad_value("incidences, nodes, edges, network-type or metadata");
+    for (const Section seen : sections_)
+      if (seen == found->second) bad_value("each key once");
+    section_ = found->second;
+    sections_.push_back(section_);
+    if (section_ == Section::kIncidences) has_incidences_ = true;
+  }
+
+  void check_key_of_record(const std::string& name) {
+    const bool known = name == "weight" || name == "attrs" ||
+                       (name == "edge" && section_ != Section::kNodes) ||
+                       (name == "node" && section_ != Section::kEdges) ||
+                       (name == "direction" && section_ == Section::kIncidences);
+    if (!known) {
+      const std::string keys = section_ == Section::kNodes   ? "node, weight or attrs"
+                               : section_ == Section::kEdges ? "edge, weight or attrs"
+                                                             : "edge, node, weight, direction or attrs";
+      bad_value(keys);
+    }
+    for (const std::string& seen : record_.keys)
+      if (seen == name) bad_value("each key once");
+    record_.keys.push_back(name);
+  }
+
+  bool number(const std::string& text, double value, bool is_integer) {
+    if (passed_over_ > 0) return true;
+    if (depth_ == 3 && key_ == "weight") {
+      record_.weight = value;
+      return true;
+    }
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) {
+      if (is_integer) return take_id(text);
+      if (text.find_first_of(".eE") == std::string::npos) bad_number("an integer of 64 bits, or a string");
+    }
+    bad_number(expected_value());
+  }
+
+  bool no_number_or_text() {
+    if (passed_over_ > 0) return true;
+    bad_value(expected_value());
+  }
+
+  bool take_id(const std::string& id) {
+    (key_ == "edge" ? record_.edge : record_.node) = id;
+    return true;
+  }
+
+  void take_record() {
+    if (section_ == Section::kIncidences) {
+      if (record_.edge.empty() || record_.node.empty())
+        bad_text(in_, record_.offset,
+                 std::string("found an incidence without ") + (record_.edge.empty() ? "edge" : "node") +
+                     ", expected both edge and node");
+      document_.incidences.push_back(
+          {document_.edges.names.number_of(record_.edge), document_.nodes.names.number_of(record_.node)});
+      if (record_.weight) ++document_.nincidence_weights;
+      return;
+    }
+    const bool is_node = section_ == Section::kNodes;
+    const std::string& id = is_node ? record_.node : record_.edge;
+    if (id.empty())
+      bad_text(in_, record_.offset,
+               is_node ? "found an object without node, expected it in each of the nodes"
+                       : "found an object without edge, expected it in each of the edges");
+    list_item(is_node ? document_.nodes : document_.edges, id);
+  }
+
+  void list_item(Items& items, const std::string& id) {
+    const int item = items.names.number_of(id);
+    if (!listed_[&items == &document_.nodes ? 0 : 1].insert(item).second) {
+      ++document_.nrepeated_records;
+      return;
+    }
+    items.listed.push_back(item);
+    if (!record_.weight) return;
+    const double w = *record_.weight;
+    if (w >= kLeastWeight && w <= kLargestWeight && w == std::floor(w))
+      items.weights[item] = static_cast<int>(w);
+    else
+      ++document_.nunfit_weights;
+  }
+
+  const Tokenizer& in_;
+  const char* const& seen_;
+  Document& document_;
+  int depth_ = 0;
+  int passed_over_ = 0;  // depth inside of what does not matter
+  Section section_ = Section::kMetadata;
+  std::vector<Section> sections_;
+  bool has_incidences_ = false;
+  std::string key_;
+  Record record_;
+  std::unordered_set<int> listed_[2];  // nodes, edges
+};
+
+// Final numbers, from 1: listed items first, then the others as the incidences name them.
+std::vector<int> final_numbers(const Items& items, const std::vector<int>& named) {
+  std::vector<int> numbers(items.names.texts.size(), 0);
+  int next = 0;
+  for (const int item : items.listed) numbers[static_cast<std::size_t>(item)] = ++next;
+  for (const int item : named)
+    if (numbers[static_cast<std::size_t>(item)] == 0) numbers[static_cast<std::size_t>(item)] = ++next;
+  return numbers;
+}
+
+std::vector<std::string> names_by_number(const Items& items, const std::vector<int>& numbers) {
+  std::vector<std::string> names(numbers.size() + 1);
+  for (std::size_t k = 0; k < numbers.size(); ++k)
+    names[static_cast<std::size_t>(numbers[k])] = items.names.texts[k];
+  return names;
+}
+
+std::vector<int> weights_by_number(const Items& items, const std::vector<int>& numbers) {
+  if (items.weights.empty()) return {};
+  std::vector<int> weights(numbers.size() + 1, 1);
+  weights[0] = 0;
+  for (const auto& [item, w] : items.weights)
+    weights[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = w;
+  return weights;
+}
+
+void note_losses(Arrays& arrays, const Document& document) {
+  note(arrays.remarks, document.nrepeated_records, "record",
+       " of nodes or edges listed before, of which the first holds");
+  note(arrays.losses, document.nincidence_weights, "incidence weight");
+  note(arrays.losses, document.nunfit_weights, "weight",
+       " of nodes or edges, not whole or out of range, taken as 1");
+  note(arrays.losses, document.ndirections, "direction", " of incidences");
+  note(arrays.losses, document.nattributes, "set", " of attributes");
+  if (document.has_metadata) arrays.losses.emplace_back("the metadata");
+  if (document.network_type != "undirected")
+    arrays.losses.push_back("the network type " + document.network_type);
+}
+
+}  // namespace
+
+void import_hif(const Tokenizer& in, Arrays& arrays) {
+  // The parser would take one for the end.
+  if (const std::size_t nul = in.text.find('\0'); nul != std::string::npos)
+    bad_text(in, nul, "found a byte of value 0, expected JSON");
+
+  Document document;
+  const char* seen = in.text.data();
+  Reader reader(in, seen, document);
+  const char* const end = in.text.data() + in.text.size();
+  json::sax_parse(WatchedText{in.text.data(), &seen}, WatchedText{end, nullptr}, &reader);
+  reader.check_complete();
+
+  std::vector<int> named_edges;
+  std::vector<int> named_nodes;
+  for (const Incidence& incidence : document.incidences) {
+    named_edges.push_back(incidence.edge);
+    named_nodes.push_back(incidence.node);
+  }
+  const std::vector<int> nets = final_numbers(document.edges, named_edges);
+  const std::vector<int> cells = final_numbers(document.nodes, named_nodes);
+  arrays.nnets = static_cast<int>(nets.size());
+  arrays.ncells = static_cast<int>(cells.size());
+  std::vector<Pin> pins;
+  for (const Incidence& incidence : document.incidences)
+    pins.push_back(
+        {nets[static_cast<std::size_t>(incidence.edge)], cells[static_cast<std::size_t>(incidence.node)]});
+  group_by_net(arrays, pins);
+
+  arrays.cell_names = names_by_number(document.nodes, cells);
+  arrays.net_names = names_by_number(document.edges, nets);
+  arrays.cell_weights = weights_by_number(document.nodes, cells);
+  arrays.net_weights = weights_by_number(document.edges, nets);
+  note_losses(arrays, document);
+}
+
+}  // namespace quillon::tool

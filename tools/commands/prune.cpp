@@ -1,0 +1,129 @@
+#include <cstdint>
+#include <cstdio>
+
+#include "formats/load.h"
+#include "formats/sink.h"
+#include "hypergraph/hypergraph.h"
+#include "tools/cli/isolate.h"
+#include "tools/commands/commands.h"
+#include "util/util.h"
+
+namespace quillon::tool {
+namespace {
+
+// A pruning copy and what comes with it. The record is in the pools.
+struct Pruned {
+  Hypergraph* h;
+  int nkept;
+  int ncopied;  // kept and set aside
+  std::vector<int> netorder;
+};
+
+struct Tally {
+  int nnets = 0;
+  std::int64_t npins = 0;
+  std::int64_t weight = 0;
+};
+
+Pruned prune(Hypergraph& source, const PruneOptions& options) {
+  Pruned pruned{create_hypergraph(0), 0, 0, std::vector<int>(static_cast<std::size_t>(source._n) + 1)};
+  pruned.h->_c = source._c;
+  pruned.h->_n = source._n;
+  pruned.h->_p = source._p;
+  create_hypergraph_data(pruned.h, 1, 0, 1);
+
+  std::vector<int> celldeg(static_cast<std::size_t>(source._c) + 1);
+  std::vector<int*> cellend(celldeg.size());
+  constexpr int kAccountForPruned = 2;
+  if (options.shuffle) {
+    std::vector<int> cellperm(celldeg.size());
+    uSeed(options.seed);
+    CopyPermConsHypergraph(&source, pruned.h, pruned.netorder.data(), cellperm.data(), celldeg.data(),
+                           cellend.data(), options.max_size, &pruned.ncopied, kAccountForPruned);
+  } else {
+    CopyConsHypergraph(&source, pruned.h, pruned.netorder.data(), celldeg.data(), cellend.data(),
+                       options.max_size, &pruned.ncopied, kAccountForPruned);
+  }
+  pruned.nkept = pruned.h->_n;
+  return pruned;
+}
+
+// Tally of the nets that stand at first .. last of the order and have at least one pin, or none at all.
+Tally tally(const Hypergraph& source, const Pruned& pruned, int first, int last, bool with_pins) {
+  Tally sum;
+  for (int i = first; i <= last; ++i) {
+    const Net& net = source._nlst[pruned.netorder[static_cast<std::size_t>(i)]];
+    if ((size_of(net) > 0) != with_pins) continue;
+    ++sum.nnets;
+    sum.npins += size_of(net);
+    sum.weight += net.w;
+  }
+  return sum;
+}
+
+void print_tally(const char* what, const Tally& sum) {
+  uprintf("%-10s %9d nets %10lld pins   weight %lld\n", what, sum.nnets, static_cast<long long>(sum.npins),
+          static_cast<long long>(sum.weight));
+}
+
+void report(const Hypergraph& source, const Pruned& pruned) {
+  const int k = pruned.nkept;
+  const int m = pruned.ncopied;
+  print_tally("kept", tally(source, pruned, 1, k, true));
+  print_tally("set aside", tally(source, pruned, k + 1, m, true));
+  print_tally("one pin", tally(source, pruned, m + 1, source._n, true));
+  print_tally("no pin", tally(source, pruned, m + 1, source._n, false));
+}
+
+void write_map(const Pruned& pruned, const char* filename) {
+  const Hypergraph& h = *pruned.h;
+  std::FILE* const file = ufopen(filename, "w", "quillon prune: map");
+  for (int j = 1; j <= pruned.nkept; ++j) std::fprintf(file, "net %d %d\n", j, h._nlabel[j]);
+  for (int j = pruned.nkept + 1; j <= pruned.ncopied; ++j)
+    std::fprintf(file, "aside %d %d\n", j - pruned.nkept, h._nlabel[j]);
+  for (int i = 1; i <= h._c; ++i) std::fprintf(file, "cell %d %d\n", i, h._clabel[i]);
+  ufclose(file);
+}
+
+// The set-aside nets follow the kept ones, in the record and among the pins: seen from there they are a
+// hypergraph, for which only the cell side is to be built.
+void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
+  Hypergraph aside = *pruned.h;
+  aside._n = pruned.ncopied - pruned.nkept;
+  aside._nlst += pruned.nkept;
+  aside._p = static_cast<int>(aside._nlst[aside._n + 1].pins - aside._nlst[1].pins);
+
+  std::vector<Cell> cells(aside._clst, aside._clst + aside._c + 2);
+  std::vector<int> net_list(static_cast<std::size_t>(aside._p) + 2);
+  std::vector<int> work(cells.size());
+  aside._clst = cells.data();
+  aside._net_list = net_list.data();
+  construct_net_list(&aside, work.data());
+  write_hypergraph(&aside, filename, 1, fmt);
+}
+
+}  // namespace
+
+int run(const PruneOptions& options) {
+  refuse_to_replace({options.in}, options.map);
+  refuse_to_replace({options.in}, options.set_aside);
+  Loaded source;
+  load(source, options.in, SmallNets::kKeep, false);
+  const int fmt = source.h._fmt;
+  const Pruned pruned = prune(source.h, options);
+
+  Outputs outputs;
+  stage(outputs, options.out, [&](const char* filename) { write_hypergraph(pruned.h, filename, 1, fmt); });
+  if (!options.set_aside.empty())
+    stage(outputs, options.set_aside, [&](const char* filename) { write_set_aside(pruned, fmt, filename); });
+  if (!options.map.empty())
+    stage(outputs, options.map, [&](const char* filename) { write_map(pruned, filename); });
+  publish(outputs);
+
+  print_beside(options.out, [&] { report(source.h, pruned); });
+  destroy_hypergraph_data(pruned.h);
+  destroy_hypergraph(pruned.h);
+  return kFine;
+}
+
+}  // namespace quillon::tool
