@@ -1,67 +1,111 @@
 #include "formats/formats.h"
 
-#include <memory>
+#include <algorithm>
+#include <atomic>
 
-#include "tools/cli/progress.h"
+#include "formats/hif.h"
+#include "formats/hmetis.h"
+#include "formats/kub.h"
+#include "formats/matrix_market.h"
+#include "formats/metis.h"
+#include "formats/quillon.h"
+#include "formats/source.h"
 
-namespace quillon::tool {
-
-std::optional<Format> format_of_name(const std::string& name) {
-  static const std::vector<std::pair<std::string, Format>> suffixes{
-      {".qhg", Format::kQuillon}, {".hgr", Format::kHmetis}, {".hmetis", Format::kHmetis},
-      {".hg", Format::kHmetis},   {".kub", Format::kKub},    {".mtx", Format::kMatrixMarket},
-      {".graph", Format::kMetis}, {".json", Format::kHif}};
-  std::string_view plain = name;
-  if (plain.ends_with(".gz")) plain.remove_suffix(3);
-  for (const auto& [suffix, format] : suffixes)
-    if (plain.ends_with(suffix)) return format;
-  return std::nullopt;
-}
-
+namespace quillon::formats {
 namespace {
 
-// The parser of JSON has no count of bytes that a watcher may look at.
-std::unique_ptr<Progress> watch(const Tokenizer& in, Format format) {
-  if (format == Format::kHif) return nullptr;
-  return watch_count("parsing " + in.name, in.text.size(),
-                     [&in] { return in.seen.load(std::memory_order_relaxed); });
+std::vector<Format> make_table() {
+  return {
+      {.name = "quillon",
+       .suffixes = {".qhg"},
+       .summary = "our own: a header, a line of cells for each net, cell weights",
+       .first_cell = "0 or 1, the first number of the header",
+       .weights =
+           "fifth number of the header: 0 none, 1 cells, 2 nets, 3 both. Cell weights follow the nets, a\n"
+           "net's weight begins its line. The sixth number is the count of weights of a cell; the first\n"
+           "is used.",
+       .options = kNumberingOption | kWeightsOption,
+       .read = read_quillon,
+       .write = write_quillon,
+       .find_losses = find_losses_of_quillon},
+      {.name = "hmetis",
+       .suffixes = {".hgr", ".hmetis", ".hg"},
+       .summary = "hypergraphs of hMETIS, formats 0, 1, 10 and 11",
+       .first_cell = "1",
+       .weights = "format 1 nets, 10 cells, 11 both; written as 11",
+       .read = read_hmetis,
+       .write = write_hmetis,
+       .find_losses = find_losses_of_hmetis,
+       .note_oddities = note_oddities_of_hmetis},
+      {.name = "kub",
+       .suffixes = {".kub"},
+       .summary = "count-prefixed nets, cells from 0",
+       .first_cell = "0",
+       .weights = "both, always",
+       .read = read_kub,
+       .write = write_kub,
+       .find_losses = find_losses_of_kub},
+      {.name = "mtx",
+       .suffixes = {".mtx"},
+       .summary = "Matrix Market coordinates; --model makes rows, columns or entries cells and nets",
+       .first_cell = "1",
+       .weights = "none; the values of entries are ignored",
+       .options = kModelOption | kDiagonalOption,
+       .keeps_repeated_pins = false,
+       .read = read_matrix_market,
+       .write = write_matrix_market,
+       .refusal = refusal_of_matrix_market,
+       .find_losses = find_losses_of_matrix_market},
+      {.name = "metis",
+       .suffixes = {".graph"},
+       .summary = "graphs of METIS as hypergraphs of 2-pin nets; only read",
+       .first_cell = "1",
+       .weights = "of vertices, the first of each, and of edges",
+       .read = read_metis,
+       .refusal = refusal_of_metis},
+      {.name = "hif",
+       .suffixes = {".json"},
+       .summary = "Hypergraph Interchange Format 0.1",
+       .first_cell = "any name; cells are numbered in the order of the file",
+       .weights = "of nodes and edges, which must be whole numbers",
+       .options = kLabelsOption,
+       .read = read_hif,
+       .write = write_hif},
+  };
+}
+
+const std::vector<Format>& table() {
+  static const std::vector<Format> formats = make_table();
+  return formats;
 }
 
 }  // namespace
 
-Arrays import_file(const std::string& name, Format format, const ImportOptions& options) {
-  Tokenizer in = open_tokenizer(name);
-  const std::unique_ptr<Progress> progress = watch(in, format);
-  Arrays arrays;
-  switch (format) {
-    case Format::kQuillon:
-      import_quillon(in, arrays);
-      break;
-    case Format::kHmetis:
-      import_hmetis(in, arrays);
-      break;
-    case Format::kKub:
-      import_kub(in, arrays);
-      break;
-    case Format::kMatrixMarket:
-      import_matrix_market(in, arrays, options.model, options.add_diagonal);
-      break;
-    case Format::kMetis:
-      import_metis(in, arrays);
-      break;
-    case Format::kHif:
-      import_hif(in, arrays);
-      break;
-  }
-  return arrays;
+std::span<const Format> all_formats() { return table(); }
+
+const Format& own_format() { return table().front(); }
+
+const Format* format_named(std::string_view name) {
+  for (const Format& format : table())
+    if (format.name == name) return &format;
+  return nullptr;
 }
 
-void load_any(Loaded& loaded, const std::string& name, std::optional<Format> format) {
-  const Format known = format.value_or(format_of_name(name).value_or(Format::kQuillon));
-  if (known == Format::kQuillon)
-    load(loaded, name, SmallNets::kKeep, false);
-  else
-    to_record(import_file(name, known, {}), loaded);
+const Format* format_of_file(std::string_view filename) {
+  if (filename.ends_with(".gz")) filename.remove_suffix(3);
+  for (const Format& format : table())
+    for (const std::string_view suffix : format.suffixes)
+      if (filename.ends_with(suffix)) return &format;
+  return nullptr;
 }
 
-}  // namespace quillon::tool
+NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options) {
+  Scanner in = open_scanner(filename);
+  const Watch watch("parsing " + in.name, in.text.size(),
+                    [&in] { return in.seen.load(std::memory_order_relaxed); });
+  NetLists lists;
+  format.read(in, lists, options);
+  return lists;
+}
+
+}  // namespace quillon::formats

@@ -1,31 +1,59 @@
 #pragma once
-// The file formats by name and by suffix.
+/// @file
+/// The table of formats, and files of any format to and from a record.
 
-#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
-#include "formats/load.h"
-#include "formats/net_lists.h"
-#include "formats/readers.h"
+#include "formats/format.h"
+#include "formats/record.h"
 
-namespace quillon::tool {
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility push(default)
+#endif
 
-enum class Format { kQuillon, kHmetis, kKub, kMatrixMarket, kMetis, kHif };
+namespace quillon::formats {
 
-/// The format that a file name's suffix stands for, before which .gz does not count.
-std::optional<Format> format_of_name(const std::string& name);
+/// All formats, ours first. This table is the only list of them.
+std::span<const Format> all_formats();
 
-/// What an importer has to know beside the file.
-struct ImportOptions {
-  Model model = Model::kRowNet;
-  bool add_diagonal = false;
-};
+/// The format of a name; null if there is none.
+const Format* format_named(std::string_view name);
 
-/// Reads a file of the format given, or of that which its name stands for, or else our own. Nets of one pin
-/// or none are kept.
-void load_any(Loaded& loaded, const std::string& name, std::optional<Format> format);
+/// The format that the suffix of a file name stands for, a trailing .gz ignored; null if there is none.
+const Format* format_of_file(std::string_view filename);
 
-/// Reads a file of any format.
-Arrays import_file(const std::string& name, Format format, const ImportOptions& options);
+/// Our own format.
+const Format& own_format();
 
-}  // namespace quillon::tool
+/// Reads a file of a format.
+///
+/// @param filename  File name, or - for standard input.
+/// @throws BadFile if it cannot be read, or breaks a rule of the format.
+NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options);
+
+/// What to do with nets of one pin or none.
+enum class SmallNets { kFold, kKeep };
+
+/// Reads a file of our own format by the reader of the module, and builds the cell side.
+///
+/// @param record    Out, fresh.
+/// @param filename  File name, or - for standard input.
+/// @param warn      Warn about cells named twice and missing cell weights.
+/// @throws BadFile  if it cannot be read, or ends in a comment line, or a line too long, where more is due:
+/// the
+///                  readers of the module would wait for ever.
+/// @par Errors      What else is wrong with the file is fatal (util/util.h).
+void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn);
+
+/// Reads a file into a record, both sides built; nets of one pin or none are kept.
+///
+/// @param format  Null for the format of the file's suffix, or else our own.
+void load(Record& record, const std::string& filename, const Format* format);
+
+}  // namespace quillon::formats
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

@@ -1,19 +1,25 @@
+#include "formats/hif.h"
+
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
-#include "formats/readers.h"
+#include "formats/json_name.h"
+#include "formats/notes.h"
+#include "hypergraph/detail/lists.h"
+#include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 using nlohmann::json;
 
-// What the parser reads, in a way that tells how far it has come.
+// The input of the parser, which records how far it has been read.
 struct WatchedText {
   using iterator_category = std::input_iterator_tag;
   using value_type = char;
@@ -35,7 +41,7 @@ struct WatchedText {
 
 enum class Section { kIncidences, kNodes, kEdges, kNetworkType, kMetadata };
 
-// Identifiers as JSON texts, so that 1 and "1" are two, in the order in which they appear.
+// Identifiers as JSON texts, so that 1 and "1" differ, in order of appearance.
 struct Names {
   std::unordered_map<std::string, int> numbers;
   std::vector<std::string> texts;
@@ -47,7 +53,7 @@ struct Names {
   }
 };
 
-// One kind of items: those listed by themselves come before those that only incidences name.
+// Nodes or edges: those in a list of their own come before those that only incidences name.
 struct Items {
   Names names;
   std::vector<int> listed;  // by order of the list
@@ -83,11 +89,11 @@ struct Record {
 constexpr double kLeastWeight = std::numeric_limits<int>::min();
 constexpr double kLargestWeight = std::numeric_limits<int>::max();
 
-// Takes the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its arrays, 3 inside
-// their records; what lies in attributes and metadata is passed over.
+// Receives the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its lists, 3 inside
+// their records; the contents of attributes and metadata is skipped.
 class Reader : public nlohmann::json_sax<json> {
  public:
-  Reader(const Tokenizer& in, const char* const& seen, Document& document)
+  Reader(const Scanner& in, const char* const& seen, Document& document)
       : in_(in), seen_(seen), document_(document) {}
 
   bool null() override { return no_number_or_text(); }
@@ -104,14 +110,14 @@ class Reader : public nlohmann::json_sax<json> {
   bool binary(binary_t& /*value*/) override { return false; }  // JSON has none
 
   bool string(string_t& value) override {
-    if (passed_over_ > 0) return true;
+    if (skipped_ > 0) return true;
     if (depth_ == 1 && section_ == Section::kNetworkType) {
       if (value != "undirected" && value != "directed" && value != "asc")
         bad_value("a network type: undirected, directed or asc");
       document_.network_type = value;
       return true;
     }
-    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) return take_id(json(value).dump());
+    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) return store_id(json(value).dump());
     if (depth_ == 3 && key_ == "direction" && (value == "head" || value == "tail")) {
       ++document_.ndirections;
       return true;
@@ -120,8 +126,8 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   bool start_object(std::size_t /*elements*/) override {
-    if (passed_over_ > 0 || may_pass_over_object()) {
-      ++passed_over_;
+    if (skipped_ > 0 || may_skip_object()) {
+      ++skipped_;
       return true;
     }
     if (depth_ == 0 || depth_ == 2) {
@@ -134,7 +140,7 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   bool key(string_t& name) override {
-    if (passed_over_ > 0) return true;
+    if (skipped_ > 0) return true;
     key_ = name;
     if (depth_ == 1)
       begin_section(name);
@@ -144,18 +150,18 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   bool end_object() override {
-    if (passed_over_ > 0) {
-      --passed_over_;
+    if (skipped_ > 0) {
+      --skipped_;
       return true;
     }
     --depth_;
-    if (depth_ == 2) take_record();
+    if (depth_ == 2) store_record();
     return true;
   }
 
   bool start_array(std::size_t /*elements*/) override {
-    if (passed_over_ > 0) {
-      ++passed_over_;
+    if (skipped_ > 0) {
+      ++skipped_;
       return true;
     }
     const bool is_list = depth_ == 1 && section_ != Section::kNetworkType && section_ != Section::kMetadata;
@@ -165,8 +171,8 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   bool end_array() override {
-    if (passed_over_ > 0)
-      --passed_over_;
+    if (skipped_ > 0)
+      --skipped_;
     else
       --depth_;
     return true;
@@ -179,21 +185,23 @@ class Reader : public nlohmann::json_sax<json> {
     const std::string text = error.what();
     const std::size_t begin = text.find(" - ");
     if (begin == std::string::npos)  // not of the syntax: the value of a number
-      bad_text(in_, start_of_word(at), "found a number too large, expected one of double precision");
+      bad_text(in_, start_of_word(at), "bad-json",
+               "found a number too large, expected one of double precision");
     std::string what = text.substr(begin + 3);
     constexpr std::string_view kUnexpected = "unexpected ";
     if (!what.starts_with(kUnexpected))
-      bad_text(in_, at, "found no JSON: " + what.substr(0, what.find("; last read: ")));
+      bad_text(in_, at, "bad-json", "found no JSON: " + what.substr(0, what.find("; last read: ")));
     what.erase(0, kUnexpected.size());
     if (const std::size_t separator = what.find("; expected "); separator != std::string::npos)
       what[separator] = ',';
-    bad_text(in_, start_of_word(at), "found " + what);
+    bad_text(in_, start_of_word(at), "bad-json", "found " + what);
   }
 
   // At the end of the document.
   void check_complete() const {
     if (!has_incidences_)
-      bad_text(in_, in_.text.size(), "found no \"incidences\", expected an array of that name");
+      bad_text(in_, in_.text.size(), "missing-incidences",
+               "found no \"incidences\", expected an array of that name");
   }
 
  private:
@@ -204,8 +212,7 @@ class Reader : public nlohmann::json_sax<json> {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '+' || c == '.';
   }
 
-  // Where the string, number or literal begins of which `last` is the last byte; `last` for what else is
-  // there.
+  // Start of the string, number or literal that ends with the byte at `last`; `last` for other text.
   [[nodiscard]] std::size_t start_of_word(std::size_t last) const {
     if (last == in_.text.size()) return last;
     if (in_.text[last] == '"') return start_of_string(last);
@@ -231,13 +238,13 @@ class Reader : public nlohmann::json_sax<json> {
     const std::size_t begin = start_of_word(last);
     std::string_view word = std::string_view(in_.text).substr(begin, last + 1 - begin);
     if (word.size() > 2 && word.front() == '"') word = word.substr(1, word.size() - 2);
-    unexpected(in_, {word, begin}, expected);
+    unexpected(in_, {word, begin}, "bad-json-value", expected);
   }
 
-  // The value is the last that the parser has read.
+  // The value is what the parser has read last.
   [[noreturn]] void bad_value(const std::string& expected) const { bad_value_at(offset() - 1, expected); }
 
-  // Behind a number the parser has read one byte more, if there was one.
+  // The parser has read one byte after a number, if there is one.
   [[noreturn]] void bad_number(const std::string& expected) const {
     const std::size_t last = offset() - 1;
     bad_value_at(in_word(last) ? last : last - 1, expected);
@@ -261,7 +268,7 @@ class Reader : public nlohmann::json_sax<json> {
     return section_ == Section::kNodes ? "nodes" : "edges";
   }
 
-  [[nodiscard]] bool may_pass_over_object() {
+  [[nodiscard]] bool may_skip_object() {
     if (depth_ == 1 && section_ == Section::kMetadata) {
       document_.has_metadata = true;
       return true;
@@ -303,32 +310,32 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   bool number(const std::string& text, double value, bool is_integer) {
-    if (passed_over_ > 0) return true;
+    if (skipped_ > 0) return true;
     if (depth_ == 3 && key_ == "weight") {
       record_.weight = value;
       return true;
     }
     if (depth_ == 3 && (key_ == "edge" || key_ == "node")) {
-      if (is_integer) return take_id(text);
+      if (is_integer) return store_id(text);
       if (text.find_first_of(".eE") == std::string::npos) bad_number("an integer of 64 bits, or a string");
     }
     bad_number(expected_value());
   }
 
   bool no_number_or_text() {
-    if (passed_over_ > 0) return true;
+    if (skipped_ > 0) return true;
     bad_value(expected_value());
   }
 
-  bool take_id(const std::string& id) {
+  bool store_id(const std::string& id) {
     (key_ == "edge" ? record_.edge : record_.node) = id;
     return true;
   }
 
-  void take_record() {
+  void store_record() {
     if (section_ == Section::kIncidences) {
       if (record_.edge.empty() || record_.node.empty())
-        bad_text(in_, record_.offset,
+        bad_text(in_, record_.offset, "missing-key",
                  std::string("found an incidence without ") + (record_.edge.empty() ? "edge" : "node") +
                      ", expected both edge and node");
       document_.incidences.push_back(
@@ -339,7 +346,7 @@ class Reader : public nlohmann::json_sax<json> {
     const bool is_node = section_ == Section::kNodes;
     const std::string& id = is_node ? record_.node : record_.edge;
     if (id.empty())
-      bad_text(in_, record_.offset,
+      bad_text(in_, record_.offset, "missing-key",
                is_node ? "found an object without node, expected it in each of the nodes"
                        : "found an object without edge, expected it in each of the edges");
     list_item(is_node ? document_.nodes : document_.edges, id);
@@ -360,11 +367,11 @@ class Reader : public nlohmann::json_sax<json> {
       ++document_.nunfit_weights;
   }
 
-  const Tokenizer& in_;
+  const Scanner& in_;
   const char* const& seen_;
   Document& document_;
   int depth_ = 0;
-  int passed_over_ = 0;  // depth inside of what does not matter
+  int skipped_ = 0;  // depth inside attributes or metadata
   Section section_ = Section::kMetadata;
   std::vector<Section> sections_;
   bool has_incidences_ = false;
@@ -373,7 +380,7 @@ class Reader : public nlohmann::json_sax<json> {
   std::unordered_set<int> listed_[2];  // nodes, edges
 };
 
-// Final numbers, from 1: listed items first, then the others as the incidences name them.
+// Final numbers, from 1: listed items first, then the others in the order of the incidences.
 std::vector<int> final_numbers(const Items& items, const std::vector<int>& named) {
   std::vector<int> numbers(items.names.texts.size(), 0);
   int next = 0;
@@ -399,25 +406,25 @@ std::vector<int> weights_by_number(const Items& items, const std::vector<int>& n
   return weights;
 }
 
-void note_losses(Arrays& arrays, const Document& document) {
-  note(arrays.remarks, document.nrepeated_records, "record",
-       " of nodes or edges listed before, of which the first holds");
-  note(arrays.losses, document.nincidence_weights, "incidence weight");
-  note(arrays.losses, document.nunfit_weights, "weight",
+void note_losses(NetLists& lists, const Document& document) {
+  note(lists.remarks, document.nrepeated_records, "record",
+       " of nodes or edges listed twice; the first is used");
+  note(lists.losses, document.nincidence_weights, "incidence weight");
+  note(lists.losses, document.nunfit_weights, "weight",
        " of nodes or edges, not whole or out of range, taken as 1");
-  note(arrays.losses, document.ndirections, "direction", " of incidences");
-  note(arrays.losses, document.nattributes, "set", " of attributes");
-  if (document.has_metadata) arrays.losses.emplace_back("the metadata");
+  note(lists.losses, document.ndirections, "direction", " of incidences");
+  note(lists.losses, document.nattributes, "set", " of attributes");
+  if (document.has_metadata) lists.losses.emplace_back("the metadata");
   if (document.network_type != "undirected")
-    arrays.losses.push_back("the network type " + document.network_type);
+    lists.losses.push_back("the network type " + document.network_type);
 }
 
 }  // namespace
 
-void import_hif(const Tokenizer& in, Arrays& arrays) {
-  // The parser would take one for the end.
+void read_hif(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
+  // The parser would end there.
   if (const std::size_t nul = in.text.find('\0'); nul != std::string::npos)
-    bad_text(in, nul, "found a byte of value 0, expected JSON");
+    bad_text(in, nul, "bad-json", "found a byte of value 0, expected JSON");
 
   Document document;
   const char* seen = in.text.data();
@@ -434,19 +441,67 @@ void import_hif(const Tokenizer& in, Arrays& arrays) {
   }
   const std::vector<int> nets = final_numbers(document.edges, named_edges);
   const std::vector<int> cells = final_numbers(document.nodes, named_nodes);
-  arrays.nnets = static_cast<int>(nets.size());
-  arrays.ncells = static_cast<int>(cells.size());
+  lists.nnets = static_cast<int>(nets.size());
+  lists.ncells = static_cast<int>(cells.size());
   std::vector<Pin> pins;
   for (const Incidence& incidence : document.incidences)
     pins.push_back(
         {nets[static_cast<std::size_t>(incidence.edge)], cells[static_cast<std::size_t>(incidence.node)]});
-  group_by_net(arrays, pins);
+  group_by_net(lists, pins);
 
-  arrays.cell_names = names_by_number(document.nodes, cells);
-  arrays.net_names = names_by_number(document.edges, nets);
-  arrays.cell_weights = weights_by_number(document.nodes, cells);
-  arrays.net_weights = weights_by_number(document.edges, nets);
-  note_losses(arrays, document);
+  lists.cell_names = names_by_number(document.nodes, cells);
+  lists.net_names = names_by_number(document.edges, nets);
+  lists.cell_weights = weights_by_number(document.nodes, cells);
+  lists.net_weights = weights_by_number(document.edges, nets);
+  note_losses(lists, document);
 }
 
-}  // namespace quillon::tool
+std::optional<std::string> json_name(std::string_view text) {
+  const json name = json::parse(text, nullptr, false);
+  if (!name.is_string() && !name.is_number_integer()) return std::nullopt;
+  return name.dump();
+}
+
+namespace {
+
+std::string name_or_number(const std::vector<std::string>& names, int number) {
+  return names.empty() ? std::to_string(number) : names[static_cast<std::size_t>(number)];
+}
+
+// "weight" is written only if it is not 1, the default of readers.
+void write_item(std::FILE* file, const char* separator, const char* key, const std::string& name, int w) {
+  std::fprintf(file, "%s\n{\"%s\":%s", separator, key, name.c_str());
+  if (w != 1) std::fprintf(file, ",\"weight\":%d", w);
+  std::fputc('}', file);
+}
+
+void write_incidences(std::FILE* file, const Hypergraph& h, const Labels& labels) {
+  const char* separator = "";
+  for (int j = 1; j <= h._n; ++j) {
+    const std::string net = name_or_number(labels.nets, j);
+    for (const int i : pins_of(h._nlst[j])) {
+      std::fprintf(file, "%s\n{\"edge\":%s,\"node\":%s}", separator, net.c_str(),
+                   name_or_number(labels.cells, i).c_str());
+      separator = ",";
+    }
+  }
+}
+
+}  // namespace
+
+void write_hif(const Hypergraph& h, const WriteOptions& options, const char* filename) {
+  const Labels labels = options.labels == nullptr ? Labels{} : *options.labels;
+  std::FILE* const file = ufopen(filename, "w", "quillon convert: HIF");
+  std::fprintf(file, "{\"network-type\":\"undirected\",\n\"nodes\":[");
+  for (int i = 1; i <= h._c; ++i)
+    write_item(file, i > 1 ? "," : "", "node", name_or_number(labels.cells, i), h._clst[i].w);
+  std::fprintf(file, "],\n\"edges\":[");
+  for (int j = 1; j <= h._n; ++j)
+    write_item(file, j > 1 ? "," : "", "edge", name_or_number(labels.nets, j), h._nlst[j].w);
+  std::fprintf(file, "],\n\"incidences\":[");
+  write_incidences(file, h, labels);
+  std::fprintf(file, "]}\n");
+  ufclose(file);
+}
+
+}  // namespace quillon::formats

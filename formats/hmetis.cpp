@@ -1,9 +1,13 @@
+#include "formats/hmetis.h"
+
 #include <algorithm>
 #include <utility>
 
-#include "formats/readers.h"
+#include "formats/losses.h"
+#include "formats/notes.h"
+#include "formats/ranges.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 struct Header {
@@ -15,83 +19,84 @@ struct Header {
 
 constexpr const char* kMayBeMetis = "is this a METIS graph? --from metis reads those";
 
-Token next_in_header(Tokenizer& in) {
+Token next_in_header(Scanner& in) {
   skip_comments(in);
   return next_on_line(in);
 }
 
-void take_format(const Tokenizer& in, const Token& token, Header& header) {
+void read_format(const Scanner& in, const Token& token, Header& header) {
   const std::string_view fmt = token.text;
   const bool known =
       fmt.empty() || fmt == "0" || fmt == "00" || fmt == "1" || fmt == "01" || fmt == "10" || fmt == "11";
-  if (!known) unexpected(in, token, "a format: none, 0, 1, 10 or 11", fmt.size() == 3 ? kMayBeMetis : "");
+  if (!known)
+    unexpected(in, token, "bad-format-code", "a format: none, 0, 1, 10 or 11",
+               fmt.size() == 3 ? kMayBeMetis : "");
   header.net_weights = fmt.ends_with('1');
   header.cell_weights = fmt.size() == 2 && fmt.starts_with('1');
 }
 
-Header read_header(Tokenizer& in) {
+Header read_header(Scanner& in) {
   Header header{};
   header.nnets = as_number(in, next_in_header(in), count_range("the number of nets"));
   header.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
-  take_format(in, next_on_line(in), header);
+  read_format(in, next_on_line(in), header);
   expect_line_end(in, "the header", kMayBeMetis);
   return header;
 }
 
-[[noreturn]] void bad_cell(const Tokenizer& in, const Token& token, const Header& header,
-                           const Range& cells) {
+[[noreturn]] void bad_cell(const Scanner& in, const Token& token, const Header& header, const Range& cells) {
   const char* hint = "";
   if (token.text == "0")
     hint = "hMETIS counts cells from 1; does this file count from 0?";
   else if (number_in(token, {cells.max + 1, header.nnets, ""}))
     hint = "the header gives the number of nets first; are its numbers swapped, or is this a METIS graph?";
-  unexpected(in, token, cells.meaning, hint);
+  unexpected(in, token, cells.rule, cells.meaning, hint);
 }
 
-// Goes to the line of an item, past comments. What is missing at the end of the file is said.
-void begin_line(Tokenizer& in, const std::string& item, const char* hint) {
+// Moves to the line of an item, past comments.
+void begin_line(Scanner& in, const std::string& item, const char* hint) {
   skip_comments(in);
-  if (at_end(in)) unexpected(in, {{}, in.at}, item, hint);
+  if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", item, hint);
 }
 
-void read_net(Tokenizer& in, Arrays& arrays, const Header& header, const Range& cells) {
+void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
   if (header.net_weights) {
-    const std::string net = "the weight of net " + std::to_string(arrays.xnadj.size() - 1);
-    arrays.net_weights.push_back(as_number(in, next_on_line(in), weight_range(net)));
+    const std::string net = "the weight of net " + std::to_string(lists.xnadj.size() - 1);
+    lists.net_weights.push_back(as_number(in, next_on_line(in), weight_range(net)));
   }
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> cell = number_in(token, cells);
     if (!cell) bad_cell(in, token, header, cells);
-    arrays.nadj.push_back(*cell);
+    lists.nadj.push_back(*cell);
   }
-  end_net(arrays);
+  end_net(lists);
   skip_line(in);
 }
 
-void read_cell_weight(Tokenizer& in, Arrays& arrays, int i, const Header& header) {
+void read_cell_weight(Scanner& in, NetLists& lists, int i, const Header& header) {
   const std::string item = "the weight of " + of_all("cell", i, header.ncells);
   begin_line(in, item, "format 10 of hMETIS means cell weights; net weights are 1");
-  arrays.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(item)));
+  lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(item)));
   expect_line_end(in, item);
 }
 
-void read_rest(Tokenizer& in, const Header& header) {
-  const std::string behind = counted(header.nnets, "net") +
-                             (header.cell_weights ? " and " + counted(header.ncells, "cell weight") : "");
+void read_rest(Scanner& in, const Header& header) {
+  const std::string what = counted(header.nnets, "net") +
+                           (header.cell_weights ? " and " + counted(header.ncells, "cell weight") : "");
   const bool may_be_cell_weights = header.net_weights && !header.cell_weights;
-  expect_comments(in, behind,
+  expect_comments(in, what,
                   may_be_cell_weights ? "format 1 of hMETIS means net weights; cell weights are 10" : "");
 }
 
 // A METIS graph of V vertices and E edges reads as V nets, on E cells, in which j names i whenever i names j.
-bool looks_like_graph(const Arrays& arrays) {
-  if (arrays.nadj.empty() || arrays.nadj.size() != 2 * static_cast<std::size_t>(arrays.ncells)) return false;
+bool looks_like_graph(const NetLists& lists) {
+  if (lists.nadj.empty() || lists.nadj.size() != 2 * static_cast<std::size_t>(lists.ncells)) return false;
   std::vector<std::pair<int, int>> pairs;
   std::vector<std::pair<int, int>> mirrored;
-  for (int j = 1; j <= arrays.nnets; ++j) {
+  for (int j = 1; j <= lists.nnets; ++j) {
     const auto at = static_cast<std::size_t>(j);
-    for (int k = arrays.xnadj[at]; k < arrays.xnadj[at + 1]; ++k) {
-      const int i = arrays.nadj[static_cast<std::size_t>(k)];
+    for (int k = lists.xnadj[at]; k < lists.xnadj[at + 1]; ++k) {
+      const int i = lists.nadj[static_cast<std::size_t>(k)];
       if (i == j) return false;
       pairs.emplace_back(j, i);
       mirrored.emplace_back(i, j);
@@ -104,24 +109,42 @@ bool looks_like_graph(const Arrays& arrays) {
 
 }  // namespace
 
-void import_hmetis(Tokenizer& in, Arrays& arrays) {
+void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
   const Range cells = cell_range(header.ncells, 1);
-  arrays.ncells = header.ncells;
-  begin_nets(arrays, header.nnets);
-  if (header.net_weights) arrays.net_weights.push_back(0);
+  lists.ncells = header.ncells;
+  begin_nets(lists, header.nnets);
+  if (header.net_weights) lists.net_weights.push_back(0);
   for (int j = 1; j <= header.nnets; ++j) {
     begin_line(in, of_all("net", j, header.nnets), "");
-    read_net(in, arrays, header, cells);
+    read_net(in, lists, header, cells);
   }
   if (header.cell_weights) {
-    arrays.cell_weights.push_back(0);
-    for (int i = 1; i <= header.ncells; ++i) read_cell_weight(in, arrays, i, header);
+    lists.cell_weights.push_back(0);
+    for (int i = 1; i <= header.ncells; ++i) read_cell_weight(in, lists, i, header);
   }
   read_rest(in, header);
-  if (looks_like_graph(arrays))
-    arrays.remarks.emplace_back(
+  if (looks_like_graph(lists))
+    lists.remarks.emplace_back(
         "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one");
 }
 
-}  // namespace quillon::tool
+void write_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {
+  write_hmetis_hypergraph(&h, filename);
+}
+
+void find_losses_of_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {
+  note(losses.refused, count_nets_of_size(h, 0, any_weight), "net",
+       " without pins, which many readers refuse");
+  note(losses.refused, count_weights(h, is_zero), "weight", " of 0, which some readers refuse");
+  note(losses.dropped, count_nets_of_size(h, 1, any_weight), "net", " of one pin, which some readers drop");
+  note(losses.refused, count_weights(h, is_negative), "weight", " below 0, which readers refuse");
+}
+
+void note_oddities_of_hmetis(const Hypergraph& h, std::vector<std::string>& remarks) {
+  note(remarks, count_nets_of_size(h, 0, any_weight), "net", " without pins, kept");
+  note(remarks, count_nets_of_size(h, 1, any_weight), "net", " of one pin, kept");
+  note(remarks, count_weights(h, is_zero), "weight", " of 0, kept");
+}
+
+}  // namespace quillon::formats

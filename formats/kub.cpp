@@ -1,51 +1,92 @@
-#include "formats/readers.h"
+#include "formats/kub.h"
 
-namespace quillon::tool {
+#include <charconv>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+
+#include "formats/losses.h"
+#include "formats/notes.h"
+#include "formats/ranges.h"
+#include "hypergraph/detail/lists.h"
+#include "util/util.h"
+
+namespace quillon::formats {
 namespace {
 
-[[noreturn]] void bad_cell(const Tokenizer& in, const Token& token, int nnets, const Range& cells) {
+[[noreturn]] void bad_cell(const Scanner& in, const Token& token, int nnets, const Range& cells) {
   const char* hint = "";
   if (cells.max >= 0 && number_in(token, {cells.max + 1, cells.max + 1, ""}))
     hint = "kub counts cells from 0; does this file count from 1?";
   else if (number_in(token, {cells.max + 1, nnets - 1, ""}))
     hint = "the number of cells comes first, that of nets second; are they swapped?";
-  unexpected(in, token, cells.meaning, hint);
+  unexpected(in, token, cells.rule, cells.meaning, hint);
 }
 
-void read_net(Tokenizer& in, Arrays& arrays, int j, const Range& cells) {
-  const std::string net = of_all("net", j, arrays.nnets);
-  arrays.net_weights.push_back(as_number(in, next_on_line(in), weight_range("the weight of " + net)));
+void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
+  const std::string net = of_all("net", j, lists.nnets);
+  lists.net_weights.push_back(as_number(in, next_on_line(in), weight_range("the weight of " + net)));
   const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net));
   for (int k = 1; k <= size; ++k) {
     const Token token = next_on_line(in);
-    if (token.text.empty()) unexpected(in, token, of_all("pin", k, size) + " of " + net);
+    if (token.text.empty()) unexpected(in, token, "missing-pin", of_all("pin", k, size) + " of " + net);
     const std::optional<int> cell = number_in(token, cells);
-    if (!cell) bad_cell(in, token, arrays.nnets, cells);
-    arrays.nadj.push_back(*cell + 1);
+    if (!cell) bad_cell(in, token, lists.nnets, cells);
+    lists.nadj.push_back(*cell + 1);
   }
-  end_net(arrays);
+  end_net(lists);
   expect_line_end(in, counted(size, "pin"));
+}
+
+std::uintmax_t digits(int value) {
+  char text[std::numeric_limits<int>::digits10 + 3];
+  return static_cast<std::uintmax_t>(std::to_chars(text, text + sizeof text, value).ptr - text);
+}
+
+// Length of a whole kub file.
+std::uintmax_t kub_bytes(const Hypergraph& h) {
+  std::uintmax_t bytes = digits(h._c) + 1 + digits(h._n);
+  for (int j = 1; j <= h._n; ++j) {
+    const Net& net = h._nlst[j];
+    bytes += 1 + digits(net.w) + 1 + digits(net_size(net));
+    for (const int i : pins_of(net)) bytes += 1 + digits(i - 1);
+  }
+  for (int i = 1; i <= h._c; ++i) bytes += 1 + digits(h._clst[i].w);
+  return bytes;
 }
 
 }  // namespace
 
-void import_kub(Tokenizer& in, Arrays& arrays) {
-  arrays.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
+void read_kub(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
+  lists.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
   expect_line_end(in, "the number of cells");
-  begin_nets(arrays, as_number(in, next_on_line(in), count_range("the number of nets")));
+  begin_nets(lists, as_number(in, next_on_line(in), count_range("the number of nets")));
   expect_line_end(in, "the number of nets");
 
-  const Range cells = cell_range(arrays.ncells, 0);
-  arrays.net_weights.push_back(0);
-  for (int j = 1; j <= arrays.nnets; ++j) read_net(in, arrays, j, cells);
+  const Range cells = cell_range(lists.ncells, 0);
+  lists.net_weights.push_back(0);
+  for (int j = 1; j <= lists.nnets; ++j) read_net(in, lists, j, cells);
 
-  arrays.cell_weights.push_back(0);
-  for (int i = 1; i <= arrays.ncells; ++i) {
-    const std::string weight = "the weight of " + of_all("cell", i, arrays.ncells);
-    arrays.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
+  lists.cell_weights.push_back(0);
+  for (int i = 1; i <= lists.ncells; ++i) {
+    const std::string weight = "the weight of " + of_all("cell", i, lists.ncells);
+    lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
     expect_line_end(in, weight);
   }
-  expect_end(in, "the weights of " + counted(arrays.ncells, "cell"));
+  expect_end(in, "the weights of " + counted(lists.ncells, "cell"));
 }
 
-}  // namespace quillon::tool
+// The writer of the module does not check that its output arrived, so this does.
+void write_kub(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {
+  write_kub_hypergraph(&h, filename);
+  std::error_code error;
+  const bool is_file = std::filesystem::is_regular_file(filename, error);
+  if (is_file && std::filesystem::file_size(filename, error) != kub_bytes(h))
+    errexit("the kub file is not whole, data was lost: is the disk full?");
+}
+
+void find_losses_of_kub(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {
+  note(losses.refused, count_weights(h, is_negative), "weight", " below 0, which readers refuse");
+}
+
+}  // namespace quillon::formats

@@ -1,15 +1,18 @@
-#include <nlohmann/json.hpp>
+#include "formats/labels.h"
+
+#include <cstdio>
+#include <optional>
 #include <unordered_set>
 
-#include "formats/writers.h"
+#include "formats/json_name.h"
+#include "formats/scanner.h"
+#include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
-using nlohmann::json;
-
-// The rest of the line, which may hold blanks.
-Token read_rest(Tokenizer& in) {
+// The rest of the line, with the blanks inside.
+Token read_rest(Scanner& in) {
   Token first = next_on_line(in);
   std::size_t end = in.text.find('\n', first.offset);
   if (end == std::string::npos) end = in.text.size();
@@ -18,52 +21,52 @@ Token read_rest(Tokenizer& in) {
   return first;
 }
 
-// As JSON writes it.
-std::string as_name(const Tokenizer& in, const Token& token) {
-  const json name = json::parse(token.text, nullptr, false);
-  if (!name.is_string() && !name.is_number_integer())
-    unexpected(in, token, "a name: a string in double quotes, or an integer");
-  return name.dump();
+std::string as_name(const Scanner& in, const Token& token) {
+  const std::optional<std::string> name = json_name(token.text);
+  if (!name) unexpected(in, token, "bad-name", "a name: a string in double quotes, or an integer");
+  return *name;
 }
 
 struct Names {
   std::vector<std::string>& by_number;
-  std::unordered_set<std::string> taken;
+  std::unordered_set<std::string> used;
   std::string kind;
 };
 
-void read_label(Tokenizer& in, Names& names) {
+void read_label(Scanner& in, Names& names) {
   const int count = static_cast<int>(names.by_number.size()) - 1;
   const Token token = next_on_line(in);
   const int number =
       as_number(in, token,
                 {1, count,
                  count == 0 ? "no " + names.kind + ", as there are none"
-                            : "the number of a " + names.kind + ", from 1 to " + std::to_string(count)});
+                            : "the number of a " + names.kind + ", from 1 to " + std::to_string(count),
+                 "bad-number"});
   std::string& name = names.by_number[static_cast<std::size_t>(number)];
-  if (!name.empty()) unexpected(in, token, "a " + names.kind + " not named before");
+  if (!name.empty()) unexpected(in, token, "repeated-number", "a " + names.kind + " not named before");
   const Token rest = read_rest(in);
   name = as_name(in, rest);
-  if (!names.taken.insert(name).second) unexpected(in, rest, "a name that no other " + names.kind + " has");
+  if (!names.used.insert(name).second)
+    unexpected(in, rest, "repeated-name", "a name that no other " + names.kind + " has");
   skip_line(in);
 }
 
-void check_complete(const Tokenizer& in, const Names& names) {
+void check_complete(const Scanner& in, const Names& names) {
   for (std::size_t k = 1; k < names.by_number.size(); ++k)
     if (names.by_number[k].empty())
-      unexpected(in, {{}, in.at}, "the name of " + names.kind + " " + std::to_string(k));
+      unexpected(in, {{}, in.at}, "missing-name", "the name of " + names.kind + " " + std::to_string(k));
 }
 
 }  // namespace
 
 Labels read_labels(const std::string& filename, int ncells, int nnets) {
-  Tokenizer in = open_tokenizer(filename);
+  Scanner in = open_scanner(filename);
   Labels labels{std::vector<std::string>(static_cast<std::size_t>(ncells) + 1),
                 std::vector<std::string>(static_cast<std::size_t>(nnets) + 1)};
   Names cells{labels.cells, {}, "cell"};
   Names nets{labels.nets, {}, "net"};
   for (Token kind = next_token(in); !kind.text.empty(); kind = next_token(in)) {
-    if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "cell or net");
+    if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "bad-keyword", "cell or net");
     read_label(in, kind.text == "cell" ? cells : nets);
   }
   check_complete(in, cells);
@@ -71,4 +74,13 @@ Labels read_labels(const std::string& filename, int ncells, int nnets) {
   return labels;
 }
 
-}  // namespace quillon::tool
+void write_labels(const Labels& labels, const char* filename) {
+  std::FILE* const file = ufopen(filename, "w", "quillon convert: labels");
+  for (std::size_t i = 1; i < labels.cells.size(); ++i)
+    std::fprintf(file, "cell %zu %s\n", i, labels.cells[i].c_str());
+  for (std::size_t j = 1; j < labels.nets.size(); ++j)
+    std::fprintf(file, "net %zu %s\n", j, labels.nets[j].c_str());
+  ufclose(file);
+}
+
+}  // namespace quillon::formats

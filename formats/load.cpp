@@ -1,37 +1,39 @@
-#include "formats/load.h"
-
 #include <sys/types.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <vector>
 
+#include "formats/findings.h"
 #include "formats/formats.h"
 #include "formats/source.h"
-#include "tools/cli/progress.h"
 #include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
-// Of a longer line the readers take the rest for another line, which may be a comment to them.
+// The readers treat the rest of a longer line as another line, which may look like a comment.
 constexpr std::size_t kLongestLine = 16777215;
 
-// A file that knows what its last line is. The readers skip comments without asking for the end of the input;
-// asked for more when the last line was a comment, or may be one to them, the file ends the program with an
-// error instead.
-struct GuardedFile {
-  Input input;
-  std::size_t line_length = 0;  // so far, of the line that ends or does not end what has been read
+// A source that knows its last line. The readers of the module skip comments without testing for the end of
+// the input; when they ask for more after a last line that is a comment, or may look like one, the read
+// fails. An exception must not pass through the C library, so it waits here.
+struct GuardedSource {
+  explicit GuardedSource(const std::string& name) : source(name) {}
+
+  Source source;
+  std::size_t line_length = 0;  // so far, of the last line seen
   bool at_line_start = true;
-  bool in_comment = false;  // or just behind one
+  bool in_comment = false;  // the last line is a comment
+  std::exception_ptr failure;
   std::vector<char> buffer = std::vector<char>(std::size_t{1} << 18);
 };
 
-void note_last_line(GuardedFile& guarded, const char* text, std::size_t size) {
+void note_last_line(GuardedSource& guarded, const char* text, std::size_t size) {
   const void* const line_end = memrchr(text, '\n', size - 1);
   const char* const last_line = line_end == nullptr ? text : static_cast<const char*>(line_end) + 1;
   const bool is_new = line_end != nullptr || guarded.at_line_start;
@@ -41,26 +43,47 @@ void note_last_line(GuardedFile& guarded, const char* text, std::size_t size) {
   guarded.at_line_start = text[size - 1] == '\n';
 }
 
-ssize_t read_guarded(void* cookie, char* text, std::size_t size) {
-  GuardedFile& guarded = *static_cast<GuardedFile*>(cookie);
-  const std::size_t length = read_input(guarded.input, text, size);
-  if (length > 0) note_last_line(guarded, text, length);
-  if (length == 0 && (guarded.in_comment || guarded.line_length > kLongestLine))
-    errexit("'%s' ends in a %s, but its header, a net line or cell weights are still due",
-            guarded.input.name.c_str(),
-            guarded.in_comment ? "comment line" : "line of more than 16777215 bytes");
-  return static_cast<ssize_t>(length);
+void check_end(const GuardedSource& guarded) {
+  if (!guarded.in_comment && guarded.line_length <= kLongestLine) return;
+  const std::string& name = guarded.source.name();
+  throw BadFile({"ends-in-comment", Severity::kError, name, 0, 0,
+                 "'" + name + "' ends in a " +
+                     (guarded.in_comment ? "comment line" : "line of more than 16777215 bytes") +
+                     ", but its header, a net line or cell weights are still due",
+                 ""});
 }
 
-std::FILE* open_guarded(GuardedFile& guarded) {
+ssize_t read_guarded(void* cookie, char* text, std::size_t size) {
+  GuardedSource& guarded = *static_cast<GuardedSource*>(cookie);
+  try {
+    const std::size_t length = guarded.source.read(text, size);
+    if (length > 0)
+      note_last_line(guarded, text, length);
+    else
+      check_end(guarded);
+    return static_cast<ssize_t>(length);
+  } catch (...) {
+    guarded.failure = std::current_exception();
+    errno = EIO;
+    return -1;
+  }
+}
+
+struct CloseStream {
+  void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, CloseStream>;
+
+Stream open_guarded(GuardedSource& guarded) {
   std::FILE* const stream = fopencookie(&guarded, "r", {read_guarded, nullptr, nullptr, nullptr});
   if (stream == nullptr)
-    errexit("cannot open a stream on '%s': %s", guarded.input.name.c_str(), std::strerror(errno));
+    throw BadFile({"cannot-open", Severity::kError, guarded.source.name(), 0, 0,
+                   "cannot open a stream on '" + guarded.source.name() + "': " + std::strerror(errno), ""});
   std::setvbuf(stream, guarded.buffer.data(), _IOFBF, guarded.buffer.size());
-  return stream;
+  return Stream(stream);
 }
 
-// Whether the last line of a file is a comment, or may be one to the readers.
+// Whether the last line of a file is a comment, or may look like one to the readers.
 bool may_end_in_comment(std::FILE* file) {
   constexpr long kTail = 4096;
   char tail[kTail];
@@ -83,7 +106,7 @@ bool is_compressed(std::FILE* file) {
   return first == 0x1f && second == 0x8b;
 }
 
-// A plain file that the readers can be trusted with is theirs without anything in between.
+// An uncompressed regular file that does not end in a comment: the readers get it directly. Null for others.
 std::FILE* open_plain(const std::string& name) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(name, ignored)) return nullptr;
@@ -93,12 +116,24 @@ std::FILE* open_plain(const std::string& name) {
   return nullptr;
 }
 
-void read_stream(Loaded& loaded, std::FILE* stream, SmallNets small_nets, bool warn) {
+void read_stream(Record& record, std::FILE* stream, SmallNets small_nets, bool warn) {
   const int check = warn ? 1 : 0;
   if (small_nets == SmallNets::kFold)
-    loaded.nsmall_nets = read_hypergraphFromFile(&loaded.h, stream, check);
+    record.nfolded = read_hypergraphFromFile(&record.h, stream, check);
   else
-    read_hypergraph_with_onepin_netsFromFile(&loaded.h, stream, check);
+    read_hypergraph_with_onepin_netsFromFile(&record.h, stream, check);
+}
+
+// What failed below the reader comes before what the reader made of it.
+void read_guarded_stream(Record& record, GuardedSource& guarded, SmallNets small_nets, bool warn) {
+  const Stream stream = open_guarded(guarded);
+  try {
+    read_stream(record, stream.get(), small_nets, warn);
+  } catch (...) {
+    if (guarded.failure) std::rethrow_exception(guarded.failure);
+    throw;
+  }
+  if (guarded.failure) std::rethrow_exception(guarded.failure);
 }
 
 void build_cell_side(Hypergraph* h) {
@@ -111,23 +146,29 @@ void build_cell_side(Hypergraph* h) {
 
 }  // namespace
 
-void load(Loaded& loaded, const std::string& name, SmallNets small_nets, bool warn) {
-  if (format_of_name(name).value_or(Format::kQuillon) != Format::kQuillon)
-    uwarning("'%s' is read as quillon; by its name it is of another format, of which convert makes that",
-             name.c_str());
-  if (std::FILE* const file = open_plain(name)) {
-    const std::unique_ptr<Progress> progress = watch_file(name, fileno(file));
-    read_stream(loaded, file, small_nets, warn);
+void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn) {
+  const Format* const other = format_of_file(filename);
+  if (other != nullptr && other != &own_format())
+    uwarning("'%s' looks like %.*s, but is read as quillon; use convert for other formats", filename.c_str(),
+             static_cast<int>(other->name.size()), other->name.data());
+  if (std::FILE* const file = open_plain(filename)) {
+    const std::unique_ptr<Watch> watch = watch_file(filename, fileno(file));
+    read_stream(record, file, small_nets, warn);
     ufclose(file);
   } else {
-    GuardedFile guarded{open_input(name)};
-    std::FILE* const stream = open_guarded(guarded);
-    read_stream(loaded, stream, small_nets, warn);
-    std::fclose(stream);
-    finish_input(guarded.input);
-    close_input(guarded.input);
+    GuardedSource guarded(filename);
+    read_guarded_stream(record, guarded, small_nets, warn);
+    guarded.source.finish();
   }
-  build_cell_side(&loaded.h);
+  build_cell_side(&record.h);
 }
 
-}  // namespace quillon::tool
+void load(Record& record, const std::string& filename, const Format* format) {
+  if (format == nullptr) format = format_of_file(filename);
+  if (format == nullptr || format == &own_format())
+    load_own(record, filename, SmallNets::kKeep, false);
+  else
+    to_record(read_file(filename, *format, {}), record);
+}
+
+}  // namespace quillon::formats

@@ -1,22 +1,30 @@
+#include "formats/matrix_market.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdio>
+#include <utility>
 #include <vector>
 
-#include "formats/readers.h"
+#include "formats/losses.h"
+#include "formats/notes.h"
+#include "formats/ranges.h"
+#include "hypergraph/detail/lists.h"
+#include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 struct Header {
   int values_per_entry = 0;  // 0 for a pattern, 2 for complex numbers
   bool whole_values = false;
-  bool mirrored = false;  // one triangle stands for both
-  bool skew = false;      // and there is no diagonal
+  bool mirrored = false;  // one triangle is stored
+  bool skew = false;      // and no diagonal
   int nrows = 0;
   int ncolumns = 0;
   int nentries = 0;
-  std::size_t size_offset = 0;  // where the file says it
+  std::size_t size_offset = 0;  // of the number of rows in the file
 };
 
 struct Entry {
@@ -32,33 +40,35 @@ std::string lower(std::string_view text) {
   return result;
 }
 
-void read_banner(Tokenizer& in, Header& header) {
+void read_banner(Scanner& in, Header& header) {
   for (const char* const word : {"%%matrixmarket", "matrix"}) {
     const Token token = next_on_line(in);
-    if (lower(token.text) != word) unexpected(in, token, std::string("a first line ") + kBanner);
+    if (lower(token.text) != word)
+      unexpected(in, token, "bad-banner", std::string("a first line ") + kBanner);
   }
   const Token layout = next_on_line(in);
-  if (lower(layout.text) == "array") unexpected(in, layout, "coordinate", "dense matrices are not read here");
-  if (lower(layout.text) != "coordinate") unexpected(in, layout, "coordinate");
+  if (lower(layout.text) == "array")
+    unexpected(in, layout, "bad-banner", "coordinate", "dense matrices are not read here");
+  if (lower(layout.text) != "coordinate") unexpected(in, layout, "bad-banner", "coordinate");
 
   const Token field = next_on_line(in);
   const std::string kind = lower(field.text);
   if (kind != "pattern" && kind != "integer" && kind != "real" && kind != "complex")
-    unexpected(in, field, "pattern, integer, real or complex");
+    unexpected(in, field, "bad-banner", "pattern, integer, real or complex");
   header.whole_values = kind == "integer";
   header.values_per_entry = kind == "pattern" ? 0 : kind == "complex" ? 2 : 1;
 
   const Token symmetry = next_on_line(in);
   const std::string which = lower(symmetry.text);
   if (which != "general" && which != "symmetric" && which != "skew-symmetric" && which != "hermitian")
-    unexpected(in, symmetry, "general, symmetric, skew-symmetric or hermitian");
+    unexpected(in, symmetry, "bad-banner", "general, symmetric, skew-symmetric or hermitian");
   header.mirrored = which != "general";
   header.skew = which == "skew-symmetric";
   expect_line_end(in, "the symmetry");
 }
 
-// Goes to the next line that is not blank, and not a comment where those may stand.
-void begin_line(Tokenizer& in, bool comments) {
+// Moves to the next line that is not blank, nor a comment where comments can stand.
+void begin_line(Scanner& in, bool comments) {
   while (!at_end(in)) {
     if (comments) skip_comments(in);
     const std::size_t line_start = in.at;
@@ -69,7 +79,7 @@ void begin_line(Tokenizer& in, bool comments) {
   }
 }
 
-Header read_header(Tokenizer& in) {
+Header read_header(Scanner& in) {
   Header header;
   read_banner(in, header);
   begin_line(in, true);
@@ -79,7 +89,7 @@ Header read_header(Tokenizer& in) {
   const Token ncolumns = next_on_line(in);
   header.ncolumns = as_number(in, ncolumns, count_range("the number of columns"));
   if (header.mirrored && header.nrows != header.ncolumns)
-    unexpected(in, ncolumns,
+    unexpected(in, ncolumns, "not-square",
                "as many columns as the " + std::to_string(header.nrows) + " rows of a symmetric matrix");
   header.nentries = as_number(in, next_on_line(in), count_range("the number of entries"));
   expect_line_end(in, "the number of entries");
@@ -93,14 +103,14 @@ bool is_number(std::string_view text) {
   return !text.empty() && stopped == end && error != std::errc::invalid_argument;
 }
 
-// Values are not kept, and may be of any size.
-void check_value(Tokenizer& in, bool whole, const std::string& entry) {
+// Values are checked and dropped; they can have any size.
+void check_value(Scanner& in, bool whole, const std::string& entry) {
   const Token token = next_on_line(in);
   std::string_view number = token.text;
   if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
   const bool looks_whole = number.find_first_not_of("-0123456789") == std::string_view::npos;
   if (!is_number(number) || (whole && !looks_whole))
-    unexpected(in, token, (whole ? "the whole value of " : "the value of ") + entry);
+    unexpected(in, token, "bad-value", (whole ? "the whole value of " : "the value of ") + entry);
 }
 
 struct Ranges {
@@ -109,27 +119,29 @@ struct Ranges {
 };
 
 Range index_range(const std::string& what, int count) {
-  return {1, count,
-          count == 0 ? "no " + what + ", as there are none"
-                     : "a " + what + " from 1 to " + std::to_string(count)};
+  return {
+      1, count,
+      count == 0 ? "no " + what + ", as there are none" : "a " + what + " from 1 to " + std::to_string(count),
+      "cell-out-of-range"};
 }
 
-int as_index(const Tokenizer& in, const Token& token, const Range& range) {
+int as_index(const Scanner& in, const Token& token, const Range& range) {
   const std::optional<int> index = number_in(token, range);
   if (!index)
-    unexpected(in, token, range.meaning,
+    unexpected(in, token, range.rule, range.meaning,
                token.text == "0" ? "Matrix Market counts from 1; does this file count from 0?" : "");
   return *index;
 }
 
-Entry read_entry(Tokenizer& in, const Header& header, const Ranges& ranges, int k) {
+Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k) {
   begin_line(in, false);
-  if (at_end(in)) unexpected(in, {{}, in.at}, of_all("entry", k, header.nentries));
+  if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("entry", k, header.nentries));
   const Token row = next_on_line(in);
   const Token column = next_on_line(in);
   const Entry entry{as_index(in, row, ranges.rows), as_index(in, column, ranges.columns)};
   if (header.skew && entry.row == entry.column)
-    bad_text(in, row.offset, "found an entry on the diagonal, expected none in a skew-symmetric matrix");
+    bad_text(in, row.offset, "diagonal-entry",
+             "found an entry on the diagonal, expected none in a skew-symmetric matrix");
   if (header.values_per_entry > 0) {
     const std::string which = of_all("entry", k, header.nentries);
     for (int n = 0; n < header.values_per_entry; ++n) check_value(in, header.whole_values, which);
@@ -138,7 +150,7 @@ Entry read_entry(Tokenizer& in, const Header& header, const Ranges& ranges, int 
   return entry;
 }
 
-std::vector<Entry> read_entries(Tokenizer& in, const Header& header) {
+std::vector<Entry> read_entries(Scanner& in, const Header& header) {
   const Ranges ranges{index_range("row", header.nrows), index_range("column", header.ncolumns)};
   std::vector<Entry> entries;
   for (int k = 1; k <= header.nentries; ++k) entries.push_back(read_entry(in, header, ranges, k));
@@ -157,8 +169,8 @@ std::vector<Entry> with_mirror_images(const std::vector<Entry>& entries) {
   return all;
 }
 
-// Of entries given more than once the first stays, where `mirrored` those across the diagonal are the same.
-// Returns how many went.
+// Keeps the first of entries that are given more than once. If `mirrored`, an entry equals the one across the
+// diagonal. Returns the number of entries dropped.
 std::size_t drop_repeated(std::vector<Entry>& entries, bool mirrored) {
   std::vector<std::size_t> order(entries.size());
   for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
@@ -180,7 +192,7 @@ std::size_t drop_repeated(std::vector<Entry>& entries, bool mirrored) {
   return ndropped;
 }
 
-// By row: whether its diagonal entry is there.
+// By row: 1 if its diagonal entry is there, else 0.
 std::vector<int> marks_of_diagonal(const std::vector<Entry>& entries, int nrows) {
   std::vector<int> marks(static_cast<std::size_t>(nrows) + 1, 0);
   for (const Entry& entry : entries)
@@ -194,16 +206,16 @@ void append_diagonal(std::vector<Entry>& entries, int nrows) {
     if (marks[static_cast<std::size_t>(i)] == 0) entries.push_back({i, i});
 }
 
-// Rows, and behind them columns, are nets of the entries.
-void take_fine_grain(const Tokenizer& in, Arrays& arrays, const std::vector<Entry>& entries,
-                     const Header& header) {
+// Entries are cells; nets are the rows and, after them, the columns.
+void make_fine_grain_nets(const Scanner& in, NetLists& lists, const std::vector<Entry>& entries,
+                          const Header& header) {
   if (header.nrows > kMostItems - header.ncolumns)
-    bad_text(in, header.size_offset,
+    bad_text(in, header.size_offset, "bad-count",
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
                  " rows and columns, expected at most " + std::to_string(kMostItems) + " nets");
   check_pins(2 * entries.size());
-  arrays.ncells = static_cast<int>(entries.size());
-  arrays.nnets = header.nrows + header.ncolumns;
+  lists.ncells = static_cast<int>(entries.size());
+  lists.nnets = header.nrows + header.ncolumns;
   std::vector<Pin> pins;
   pins.reserve(2 * entries.size());
   for (std::size_t k = 0; k < entries.size(); ++k) {
@@ -211,41 +223,66 @@ void take_fine_grain(const Tokenizer& in, Arrays& arrays, const std::vector<Entr
     pins.push_back({entries[k].row, cell});
     pins.push_back({header.nrows + entries[k].column, cell});
   }
-  group_by_net(arrays, pins);
+  group_by_net(lists, pins);
 }
 
-void take_lines(Arrays& arrays, const std::vector<Entry>& entries, const Header& header, Model model) {
+void make_nets(NetLists& lists, const std::vector<Entry>& entries, const Header& header, Model model) {
   const bool by_row = model == Model::kRowNet;
-  arrays.nnets = by_row ? header.nrows : header.ncolumns;
-  arrays.ncells = by_row ? header.ncolumns : header.nrows;
+  lists.nnets = by_row ? header.nrows : header.ncolumns;
+  lists.ncells = by_row ? header.ncolumns : header.nrows;
   std::vector<Pin> pins;
   pins.reserve(entries.size());
   for (const Entry& entry : entries)
     pins.push_back(by_row ? Pin{entry.row, entry.column} : Pin{entry.column, entry.row});
-  group_by_net(arrays, pins);
+  group_by_net(lists, pins);
 }
 
 }  // namespace
 
-void import_matrix_market(Tokenizer& in, Arrays& arrays, Model model, bool add_diagonal) {
+void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options) {
   const Header header = read_header(in);
   std::vector<Entry> entries = read_entries(in, header);
   if (const std::size_t nrepeated = drop_repeated(entries, header.mirrored); nrepeated > 0)
-    arrays.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
-                             " of entries dropped");
+    lists.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
+                            " of entries dropped");
   if (header.mirrored) entries = with_mirror_images(entries);
-  if (add_diagonal && header.nrows != header.ncolumns)
-    bad_text(in, header.size_offset,
+  if (options.add_diagonal && header.nrows != header.ncolumns)
+    bad_text(in, header.size_offset, "not-square",
              "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
                  " columns, expected a square matrix for --diagonal");
 
-  if (model == Model::kFineGrain) {
-    if (add_diagonal) append_diagonal(entries, header.nrows);
-    take_fine_grain(in, arrays, entries, header);
+  if (options.model == Model::kFineGrain) {
+    if (options.add_diagonal) append_diagonal(entries, header.nrows);
+    make_fine_grain_nets(in, lists, entries, header);
     return;
   }
-  take_lines(arrays, entries, header, model);
-  if (add_diagonal) arrays.diagonal = marks_of_diagonal(entries, header.nrows);
+  make_nets(lists, entries, header, options.model);
+  if (options.add_diagonal) lists.diagonal = marks_of_diagonal(entries, header.nrows);
 }
 
-}  // namespace quillon::tool
+std::string refusal_of_matrix_market(const WriteOptions& options) {
+  return options.model == Model::kFineGrain ? "a matrix is written by --model row-net or column-net" : "";
+}
+
+void find_losses_of_matrix_market(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {
+  note_lost_weights(losses, h, false, false);
+  note(losses.lost, count_repeated_pins(h), "repeated pin");
+}
+
+void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const char* filename) {
+  std::vector<int> last_net(static_cast<std::size_t>(h._c) + 1, 0);
+  const auto is_repeated = [&last_net](int i, int j) {
+    return std::exchange(last_net[static_cast<std::size_t>(i)], j) == j;
+  };
+  const bool by_row = options.model == Model::kRowNet;
+  std::FILE* const file = ufopen(filename, "w", "quillon convert: matrix");
+  std::fprintf(file, "%%%%MatrixMarket matrix coordinate pattern general\n");
+  std::fprintf(file, "%d %d %lld\n", by_row ? h._n : h._c, by_row ? h._c : h._n,
+               static_cast<long long>(h._p - count_repeated_pins(h)));
+  for (int j = 1; j <= h._n; ++j)
+    for (const int i : pins_of(h._nlst[j]))
+      if (!is_repeated(i, j)) std::fprintf(file, "%d %d\n", by_row ? j : i, by_row ? i : j);
+  ufclose(file);
+}
+
+}  // namespace quillon::formats

@@ -1,10 +1,13 @@
+#include "formats/metis.h"
+
 #include <algorithm>
 #include <tuple>
 #include <vector>
 
-#include "formats/readers.h"
+#include "formats/notes.h"
+#include "formats/ranges.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 struct Header {
@@ -14,7 +17,7 @@ struct Header {
   bool vertex_weights = false;
   bool edge_weights = false;
   int weights_per_vertex = 1;
-  std::size_t nedges_offset = 0;  // where the file says it
+  std::size_t nedges_offset = 0;  // of the number of edges in the file
 };
 
 // Vertex u names vertex v.
@@ -25,20 +28,20 @@ struct Mention {
   std::size_t offset;
 };
 
-void take_format(const Tokenizer& in, const Token& token, Header& header) {
+void read_format(const Scanner& in, const Token& token, Header& header) {
   const std::string digits =
       std::string(3 - std::min<std::size_t>(token.text.size(), 3), '0') + std::string(token.text);
   const bool known = digits.size() == 3 && digits.find_first_not_of("01") == std::string::npos;
-  if (!known) unexpected(in, token, "a format of up to three digits 0 and 1");
+  if (!known) unexpected(in, token, "bad-format-code", "a format of up to three digits 0 and 1");
   if (digits == "100")
-    unexpected(in, token, "another format",
+    unexpected(in, token, "bad-format-code", "another format",
                "100 is used for graphs with self-loops and multiple edges, which are not read here");
   header.vertex_sizes = digits[0] == '1';
   header.vertex_weights = digits[1] == '1';
   header.edge_weights = digits[2] == '1';
 }
 
-Header read_header(Tokenizer& in) {
+Header read_header(Scanner& in) {
   skip_comments(in);
   Header header;
   header.nvertices = as_number(in, next_on_line(in), count_range("the number of vertices"));
@@ -47,35 +50,36 @@ Header read_header(Tokenizer& in) {
   header.nedges_offset = nedges.offset;
 
   const Token fmt = next_on_line(in);
-  take_format(in, fmt, header);
+  read_format(in, fmt, header);
   const Token weights_per_vertex = next_on_line(in);
   if (!weights_per_vertex.text.empty()) {
     if (!header.vertex_weights)
-      unexpected(in, weights_per_vertex, "the end of the line behind the header",
+      unexpected(in, weights_per_vertex, "trailing-text", "the end of the line after the header",
                  "a number of weights goes with formats 10, 11, 110 and 111");
     header.weights_per_vertex =
-        as_number(in, weights_per_vertex, {1, kMostItems, "the number of weights, from 1"});
+        as_number(in, weights_per_vertex, {1, kMostItems, "the number of weights, from 1", "bad-count"});
   }
   expect_line_end(in, "the header");
   return header;
 }
 
-void read_vertex_weights(Tokenizer& in, Arrays& arrays, const Header& header, const std::string& vertex) {
+void read_vertex_weights(Scanner& in, NetLists& lists, const Header& header, const std::string& vertex) {
   if (header.vertex_sizes) as_number(in, next_on_line(in), weight_range("the size of " + vertex));
   if (!header.vertex_weights) return;
   const Range weights = weight_range("the weight of " + vertex);
-  arrays.cell_weights.push_back(as_number(in, next_on_line(in), weights));
+  lists.cell_weights.push_back(as_number(in, next_on_line(in), weights));
   for (int k = 2; k <= header.weights_per_vertex; ++k) as_number(in, next_on_line(in), weights);
 }
 
-void read_mentions(Tokenizer& in, std::vector<Mention>& mentions, const Header& header, int u) {
-  const Range vertices{1, header.nvertices, "a vertex from 1 to " + std::to_string(header.nvertices)};
+void read_mentions(Scanner& in, std::vector<Mention>& mentions, const Header& header, int u) {
+  const Range vertices{1, header.nvertices, "a vertex from 1 to " + std::to_string(header.nvertices),
+                       "cell-out-of-range"};
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> v = number_in(token, vertices);
     if (!v)
-      unexpected(in, token, vertices.meaning,
+      unexpected(in, token, vertices.rule, vertices.meaning,
                  token.text == "0" ? "METIS counts vertices from 1; does this file count from 0?" : "");
-    if (*v == u) unexpected(in, token, "another vertex than " + std::to_string(u) + " itself");
+    if (*v == u) unexpected(in, token, "self-loop", "another vertex than " + std::to_string(u) + " itself");
     const int w =
         header.edge_weights
             ? as_number(in, next_on_line(in), weight_range("the weight of the edge to " + std::to_string(*v)))
@@ -86,14 +90,15 @@ void read_mentions(Tokenizer& in, std::vector<Mention>& mentions, const Header& 
 
 auto edge_of(const Mention& mention) { return std::minmax(mention.u, mention.v); }
 
-[[noreturn]] void bad_edge(const Tokenizer& in, const Mention& mention, const std::string& what) {
-  bad_text(in, mention.offset,
+[[noreturn]] void bad_edge(const Scanner& in, const Mention& mention, const char* rule,
+                           const std::string& what) {
+  bad_text(in, mention.offset, rule,
            "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
                std::to_string(mention.u) + ", " + what);
 }
 
 // Every edge has to be named once by either end, with one weight.
-void check_edges(const Tokenizer& in, std::vector<Mention> mentions) {
+void check_edges(const Scanner& in, std::vector<Mention> mentions) {
   std::sort(mentions.begin(), mentions.end(), [](const Mention& a, const Mention& b) {
     return std::tuple(std::min(a.u, a.v), std::max(a.u, a.v), a.u, a.offset) <
            std::tuple(std::min(b.u, b.v), std::max(b.u, b.v), b.u, b.offset);
@@ -102,29 +107,29 @@ void check_edges(const Tokenizer& in, std::vector<Mention> mentions) {
     const Mention& there = mentions[k];
     const bool is_paired = k + 1 < mentions.size() && edge_of(mentions[k + 1]) == edge_of(there);
     if (is_paired && mentions[k + 1].u == there.u)
-      bad_edge(in, mentions[k + 1], "expected it there only once");
+      bad_edge(in, mentions[k + 1], "repeated-edge", "expected it there only once");
     if (!is_paired)
-      bad_edge(in, there,
+      bad_edge(in, there, "asymmetric-edge",
                "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) + " too");
     const Mention& back = mentions[k + 1];
     if (there.w != back.w)
-      bad_edge(in, back,
+      bad_edge(in, back, "asymmetric-edge",
                "with weight " + std::to_string(back.w) + ", expected " + std::to_string(there.w) +
                    " as on the line of " + std::to_string(there.u));
     if (k + 2 < mentions.size() && edge_of(mentions[k + 2]) == edge_of(there))
-      bad_edge(in, mentions[k + 2], "expected it there only once");
+      bad_edge(in, mentions[k + 2], "repeated-edge", "expected it there only once");
   }
 }
 
-void take_edges(Arrays& arrays, const std::vector<Mention>& mentions, const Header& header) {
-  begin_nets(arrays, header.nedges);
-  if (header.edge_weights) arrays.net_weights.push_back(0);
+void make_nets(NetLists& lists, const std::vector<Mention>& mentions, const Header& header) {
+  begin_nets(lists, header.nedges);
+  if (header.edge_weights) lists.net_weights.push_back(0);
   for (const Mention& mention : mentions) {
     if (mention.u > mention.v) continue;
-    arrays.nadj.push_back(mention.u);
-    arrays.nadj.push_back(mention.v);
-    end_net(arrays);
-    if (header.edge_weights) arrays.net_weights.push_back(mention.w);
+    lists.nadj.push_back(mention.u);
+    lists.nadj.push_back(mention.v);
+    end_net(lists);
+    if (header.edge_weights) lists.net_weights.push_back(mention.w);
   }
 }
 
@@ -133,25 +138,25 @@ std::string counted_vertices(const Header& header) {
   return std::to_string(header.nvertices) + (header.nvertices == 1 ? " vertex" : " vertices");
 }
 
-void note_losses(Arrays& arrays, const Header& header) {
-  if (header.vertex_sizes) arrays.losses.push_back("the sizes of " + counted_vertices(header));
+void note_losses(NetLists& lists, const Header& header) {
+  if (header.vertex_sizes) lists.losses.push_back("the sizes of " + counted_vertices(header));
   if (header.weights_per_vertex > 1)
-    arrays.losses.push_back("all but the first of " + std::to_string(header.weights_per_vertex) +
-                            " weights of each vertex");
+    lists.losses.push_back("all but the first of " + std::to_string(header.weights_per_vertex) +
+                           " weights of each vertex");
 }
 
 }  // namespace
 
-void import_metis(Tokenizer& in, Arrays& arrays) {
+void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
-  arrays.ncells = header.nvertices;
-  if (header.vertex_weights) arrays.cell_weights.push_back(0);
+  lists.ncells = header.nvertices;
+  if (header.vertex_weights) lists.cell_weights.push_back(0);
   std::vector<Mention> mentions;
   for (int u = 1; u <= header.nvertices; ++u) {
     skip_comments(in);
     const std::string vertex = of_all("vertex", u, header.nvertices);
-    if (at_end(in)) unexpected(in, {{}, in.at}, "the line of " + vertex);
-    read_vertex_weights(in, arrays, header, vertex);
+    if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", "the line of " + vertex);
+    read_vertex_weights(in, lists, header, vertex);
     read_mentions(in, mentions, header, u);
     skip_line(in);
   }
@@ -159,7 +164,7 @@ void import_metis(Tokenizer& in, Arrays& arrays) {
   check_edges(in, mentions);
   const std::size_t nedges = mentions.size() / 2;
   if (nedges != static_cast<std::size_t>(header.nedges)) {
-    bad_text(in, header.nedges_offset,
+    bad_text(in, header.nedges_offset, "edge-count",
              "found " + counted(static_cast<std::int64_t>(nedges), "edge") +
                  " on the lines of the vertices, expected the " + std::to_string(header.nedges) +
                  " of the header",
@@ -167,8 +172,12 @@ void import_metis(Tokenizer& in, Arrays& arrays) {
                  ? "an edge stands on two lines and counts once"
                  : "");
   }
-  take_edges(arrays, mentions, header);
-  note_losses(arrays, header);
+  make_nets(lists, mentions, header);
+  note_losses(lists, header);
 }
 
-}  // namespace quillon::tool
+std::string refusal_of_metis(const WriteOptions& /*options*/) {
+  return "METIS graphs are only read: a net may have more than two pins";
+}
+
+}  // namespace quillon::formats

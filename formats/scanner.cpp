@@ -4,9 +4,10 @@
 #include <cctype>
 #include <charconv>
 
+#include "formats/findings.h"
 #include "formats/source.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 constexpr std::size_t kShownCharacters = 40;
@@ -15,9 +16,9 @@ bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-std::string shown(const Tokenizer& tokenizer, const Token& token) {
+std::string shown(const Scanner& scanner, const Token& token) {
   if (token.text.empty())
-    return token.offset < tokenizer.text.size() ? "the end of the line" : "the end of the file";
+    return token.offset < scanner.text.size() ? "the end of the line" : "the end of the file";
   std::string printable(token.text.substr(0, kShownCharacters));
   for (char& c : printable)
     if (std::isprint(static_cast<unsigned char>(c)) == 0) c = '?';
@@ -26,60 +27,60 @@ std::string shown(const Tokenizer& tokenizer, const Token& token) {
 
 // The bytes from `begin` on for which `belongs` holds.
 template <typename Belongs>
-Token take_while(Tokenizer& tokenizer, std::size_t begin, Belongs belongs) {
+Token read_while(Scanner& scanner, std::size_t begin, Belongs belongs) {
   std::size_t end = begin;
-  while (end < tokenizer.text.size() && belongs(tokenizer.text[end])) ++end;
-  tokenizer.at = end;
-  tokenizer.seen.store(end, std::memory_order_relaxed);
-  return {std::string_view(tokenizer.text).substr(begin, end - begin), begin};
+  while (end < scanner.text.size() && belongs(scanner.text[end])) ++end;
+  scanner.at = end;
+  scanner.seen.store(end, std::memory_order_relaxed);
+  return {std::string_view(scanner.text).substr(begin, end - begin), begin};
 }
 
-void skip_blanks(Tokenizer& tokenizer) {
-  take_while(tokenizer, tokenizer.at, [](char c) { return is_space(c) && c != '\n'; });
+void skip_blanks(Scanner& scanner) {
+  read_while(scanner, scanner.at, [](char c) { return is_space(c) && c != '\n'; });
 }
 
 }  // namespace
 
-Tokenizer open_tokenizer(const std::string& name) { return Tokenizer(shown_name(name), read_all(name)); }
+Scanner open_scanner(const std::string& name) { return Scanner(shown_name(name), read_all(name)); }
 
-Token next_token(Tokenizer& tokenizer) {
-  take_while(tokenizer, tokenizer.at, is_space);
-  return next_on_line(tokenizer);
+Token next_token(Scanner& scanner) {
+  read_while(scanner, scanner.at, is_space);
+  return next_on_line(scanner);
 }
 
-Token next_on_line(Tokenizer& tokenizer) {
-  skip_blanks(tokenizer);
-  return take_while(tokenizer, tokenizer.at, [](char c) { return !is_space(c); });
+Token next_on_line(Scanner& scanner) {
+  skip_blanks(scanner);
+  return read_while(scanner, scanner.at, [](char c) { return !is_space(c); });
 }
 
-std::optional<Token> next_integer(Tokenizer& tokenizer) {
-  const std::size_t before = tokenizer.at;
-  skip_blanks(tokenizer);
-  const std::size_t begin = tokenizer.at;
+std::optional<Token> next_integer(Scanner& scanner) {
+  const std::size_t before = scanner.at;
+  skip_blanks(scanner);
+  const std::size_t begin = scanner.at;
   const bool is_signed =
-      begin < tokenizer.text.size() && (tokenizer.text[begin] == '-' || tokenizer.text[begin] == '+');
-  const Token digits = take_while(tokenizer, begin + (is_signed ? 1 : 0), is_digit);
+      begin < scanner.text.size() && (scanner.text[begin] == '-' || scanner.text[begin] == '+');
+  const Token digits = read_while(scanner, begin + (is_signed ? 1 : 0), is_digit);
   if (digits.text.empty()) {
-    tokenizer.at = before;
+    scanner.at = before;
     return std::nullopt;
   }
-  if (tokenizer.text[begin] == '+') return digits;
-  return Token{std::string_view(tokenizer.text).substr(begin, tokenizer.at - begin), begin};
+  if (scanner.text[begin] == '+') return digits;
+  return Token{std::string_view(scanner.text).substr(begin, scanner.at - begin), begin};
 }
 
-void skip_line(Tokenizer& tokenizer) {
-  const std::size_t line_end = tokenizer.text.find('\n', tokenizer.at);
-  tokenizer.at = line_end == std::string::npos ? tokenizer.text.size() : line_end + 1;
+void skip_line(Scanner& scanner) {
+  const std::size_t line_end = scanner.text.find('\n', scanner.at);
+  scanner.at = line_end == std::string::npos ? scanner.text.size() : line_end + 1;
 }
 
-void skip_comments(Tokenizer& tokenizer) {
-  while (!at_end(tokenizer) && tokenizer.text[tokenizer.at] == '%') skip_line(tokenizer);
+void skip_comments(Scanner& scanner) {
+  while (!at_end(scanner) && scanner.text[scanner.at] == '%') skip_line(scanner);
 }
 
-bool at_end(const Tokenizer& tokenizer) { return tokenizer.at == tokenizer.text.size(); }
+bool at_end(const Scanner& scanner) { return scanner.at == scanner.text.size(); }
 
-std::size_t line_of(const Tokenizer& tokenizer, std::size_t offset) {
-  const auto begin = tokenizer.text.begin();
+std::size_t line_of(const Scanner& scanner, std::size_t offset) {
+  const auto begin = scanner.text.begin();
   return 1 + static_cast<std::size_t>(std::count(begin, begin + static_cast<std::ptrdiff_t>(offset), '\n'));
 }
 
@@ -91,35 +92,43 @@ std::optional<int> number_in(const Token& token, const Range& range) {
   return value;
 }
 
-int as_number(const Tokenizer& tokenizer, const Token& token, const Range& range) {
+int as_number(const Scanner& scanner, const Token& token, const Range& range) {
   const std::optional<int> value = number_in(token, range);
-  if (!value) unexpected(tokenizer, token, range.meaning);
+  if (!value) unexpected(scanner, token, range.rule, range.meaning);
   return *value;
 }
 
-void expect_line_end(Tokenizer& tokenizer, const std::string& behind, const std::string& hint) {
-  const Token token = next_on_line(tokenizer);
-  if (!token.text.empty()) unexpected(tokenizer, token, "the end of the line behind " + behind, hint);
-  skip_line(tokenizer);
+void expect_line_end(Scanner& scanner, const std::string& after, const std::string& hint) {
+  const Token token = next_on_line(scanner);
+  if (!token.text.empty())
+    unexpected(scanner, token, "trailing-text", "the end of the line after " + after, hint);
+  skip_line(scanner);
 }
 
-void expect_comments(Tokenizer& tokenizer, const std::string& behind, const std::string& hint) {
-  while (!at_end(tokenizer)) {
-    skip_comments(tokenizer);
-    const Token token = next_on_line(tokenizer);
-    if (!token.text.empty()) unexpected(tokenizer, token, "nothing behind " + behind, hint);
-    skip_line(tokenizer);
+void expect_comments(Scanner& scanner, const std::string& after, const std::string& hint) {
+  while (!at_end(scanner)) {
+    skip_comments(scanner);
+    const Token token = next_on_line(scanner);
+    if (!token.text.empty()) unexpected(scanner, token, "trailing-text", "nothing after " + after, hint);
+    skip_line(scanner);
   }
 }
 
-void expect_end(Tokenizer& tokenizer, const std::string& behind, const std::string& hint) {
-  const Token token = next_token(tokenizer);
-  if (!token.text.empty()) unexpected(tokenizer, token, "nothing behind " + behind, hint);
+void expect_end(Scanner& scanner, const std::string& after, const std::string& hint) {
+  const Token token = next_token(scanner);
+  if (!token.text.empty()) unexpected(scanner, token, "trailing-text", "nothing after " + after, hint);
 }
 
-void unexpected(const Tokenizer& tokenizer, const Token& token, const std::string& expected,
+void unexpected(const Scanner& scanner, const Token& token, const char* rule, const std::string& expected,
                 const std::string& hint) {
-  bad_text(tokenizer, token.offset, "found " + shown(tokenizer, token) + ", expected " + expected, hint);
+  bad_text(scanner, token.offset, rule, "found " + shown(scanner, token) + ", expected " + expected, hint);
 }
 
-}  // namespace quillon::tool
+void bad_text(const Scanner& scanner, std::size_t offset, const char* rule, const std::string& message,
+              const std::string& hint) {
+  const std::size_t line_end = offset == 0 ? std::string::npos : scanner.text.rfind('\n', offset - 1);
+  const std::size_t column = line_end == std::string::npos ? offset + 1 : offset - line_end;
+  throw BadFile({rule, Severity::kError, scanner.name, line_of(scanner, offset), column, message, hint});
+}
+
+}  // namespace quillon::formats

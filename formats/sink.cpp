@@ -4,79 +4,86 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
+#include <utility>
 
 #include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
-// What an end of the program has to remove. Child processes, which end too, leave it alone.
-std::vector<std::string>& unpublished() {
-  static std::vector<std::string> files;
-  return files;
-}
+// Names of temporary files, for a signal handler. A file without a free slot is still removed by its owner.
+constexpr std::size_t kSlots = 16;
+constinit std::array<std::atomic<const char*>, kSlots> temporary_files{};
 
-pid_t owner = 0;
+// The name of a temporary file, which is removed unless it is released.
+class TemporaryName {
+ public:
+  // Registered before the file is made, so that a signal in between leaves nothing.
+  explicit TemporaryName(std::string name) : name_(std::move(name)) {
+    for (std::atomic<const char*>& slot : temporary_files) {
+      const char* expected = nullptr;
+      if (!slot.compare_exchange_strong(expected, name_.c_str())) continue;
+      slot_ = &slot;
+      return;
+    }
+  }
+  ~TemporaryName() {
+    if (is_made_) unlink(name_.c_str());
+    release();
+  }
+  TemporaryName(const TemporaryName&) = delete;
+  TemporaryName& operator=(const TemporaryName&) = delete;
 
-// The target that others are writing: their messages name the file that stands for it, if any.
-const std::string* being_written = nullptr;
+  [[nodiscard]] const std::string& name() const { return name_; }
+  void made() { is_made_ = true; }
+  void release() {
+    is_made_ = false;
+    if (slot_ != nullptr) slot_->store(nullptr);
+    slot_ = nullptr;
+  }
 
-// Sets it until an exception or the last line; an end of the program in between finds it set.
-struct Writing {
-  explicit Writing(const std::string& target) { being_written = &target; }
-  ~Writing() { being_written = nullptr; }
-  Writing(const Writing&) = delete;
-  Writing& operator=(const Writing&) = delete;
+ private:
+  std::string name_;
+  std::atomic<const char*>* slot_ = nullptr;
+  bool is_made_ = false;
 };
-
-void clean_up() {
-  if (getpid() != owner) return;
-  for (const std::string& file : unpublished()) std::remove(file.c_str());
-  if (being_written != nullptr)
-    std::fprintf(stderr, "quillon: error: %s is not written, because of the error above\n",
-                 shown_target(*being_written).c_str());
-}
-
-void clean_up_at_exit() {
-  unpublished();  // made before, it is there until after
-  if (owner == 0 && std::atexit(clean_up) == 0) owner = getpid();
-}
 
 [[noreturn]] void cannot_write(const std::string& target, int reason) {
   errexit("cannot write %s: %s", shown_target(target).c_str(), std::strerror(reason));
 }
 
-// The path with so much of its last name that some may be added.
-std::string cut_short(const std::string& place) {
-  constexpr std::size_t kName = 200;  // of the 255 bytes that names may have
+// Shortens the last name of a path so that a suffix fits.
+std::string shortened(const std::string& place) {
+  constexpr std::size_t kName = 200;  // of the 255 bytes of a name
   const std::size_t name = place.find_last_of('/') + 1;
   return place.substr(0, name + kName);
 }
 
-// Has `make` make a file beside `place`, under the first name that is free: a program that was killed may
-// have left files. The name is noted before the file is there, when there may still be no memory for it.
+// Calls `make` with names beside `place` until one is free: killed programs can have left files.
 template <typename Make>
-std::string make_beside(const std::string& target, const std::string& place, Make make) {
-  std::vector<std::string>& files = unpublished();
-  clean_up_at_exit();
-  const std::string prefix = cut_short(place) + ".quillon-" + std::to_string(getpid()) + "-";
+std::unique_ptr<TemporaryName> make_beside(const std::string& target, const std::string& place, Make make) {
+  const std::string prefix = shortened(place) + ".quillon-" + std::to_string(getpid()) + "-";
   for (int n = 0;; ++n) {
-    files.push_back(prefix + std::to_string(n));
-    if (make(files.back().c_str())) return files.back();
-    const int reason = errno;
-    files.pop_back();
-    if (reason != EEXIST) cannot_write(target, reason);
+    auto name = std::make_unique<TemporaryName>(prefix + std::to_string(n));
+    if (make(name->name().c_str())) {
+      name->made();
+      return name;
+    }
+    if (errno != EEXIST) cannot_write(target, errno);
   }
 }
 
-// Where the file lies or is to lie, so that a link is not replaced by a file, not even one that leads
-// nowhere yet.
-std::string behind_links(const std::string& target) {
+// The file that a chain of links leads to, even if it does not exist yet, so that no link is replaced by a
+// file.
+std::string follow_links(const std::string& target) {
   constexpr int kMostLinks = 40;  // as many as the system follows
   std::error_code ignored;
   std::filesystem::path place = target;
@@ -92,40 +99,16 @@ bool same_place(const std::string& a, const std::string& b) {
          std::filesystem::weakly_canonical(std::filesystem::absolute(b), ignored);
 }
 
-// A file without a name, for what has no place of its own to be written beside.
-StagedFile stage_to_be_passed_on(const std::string& target) {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(target, ignored)) cannot_write(target, EISDIR);
-  // A file opened now would get the number of a closed standard output, and then its own bytes.
-  if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
-  std::FILE* const file = std::tmpfile();
-  if (file == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
-  return {"/proc/self/fd/" + std::to_string(fileno(file)), target, target, file, -1};
-}
-
 // The permissions that fopen asks for.
-constexpr mode_t kAsFopen = 0666;
+constexpr mode_t kFopenMode = 0666;
 
-// A file that has no name yet, so that whatever ends the program leaves nothing of it behind; or -1 where
-// there are no such files.
+// A file without a name, of which nothing stays however the program ends; -1 where the system has none.
 int open_unnamed(const std::string& place) {
   const std::filesystem::path folder = std::filesystem::path(place).parent_path();
-  return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kAsFopen);
+  return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFopenMode);
 }
 
-// The file is made here and only filled by others, so that what cannot be made is said of the target.
-StagedFile stage_beside(const std::string& target) {
-  const std::string place = behind_links(target);
-  if (const int descriptor = open_unnamed(place); descriptor >= 0)
-    return {"/proc/self/fd/" + std::to_string(descriptor), target, place, nullptr, descriptor};
-
-  const std::string beside = make_beside(target, place, [](const char* name) {
-    const int descriptor = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kAsFopen);
-    if (descriptor >= 0) close(descriptor);
-    return descriptor >= 0;
-  });
-  return {beside, target, place, nullptr, -1};
-}
+std::string name_of_descriptor(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
 
 void write_all(int descriptor, const char* bytes, std::size_t size, const std::string& target) {
   while (size > 0) {
@@ -137,54 +120,167 @@ void write_all(int descriptor, const char* bytes, std::size_t size, const std::s
   }
 }
 
-void pass_on(const StagedFile& file) {
-  const int descriptor =
-      is_standard_output(file.target) ? dup(STDOUT_FILENO) : open(file.target.c_str(), O_WRONLY | O_CLOEXEC);
-  if (descriptor < 0) cannot_write(file.target, errno);
-  std::vector<char> block(std::size_t{1} << 18);
-  std::rewind(file.passed);
-  while (const std::size_t size = std::fread(block.data(), 1, block.size(), file.passed))
-    write_all(descriptor, block.data(), size, file.target);
-  std::fclose(file.passed);
-  if (close(descriptor) != 0) cannot_write(file.target, errno);
-}
+}  // namespace
 
-// Some disks only say when they are asked to keep what was written that they cannot.
-void reach_disk(const StagedFile& file) {
-  const int descriptor = open(file.written.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0 || fsync(descriptor) != 0) cannot_write(file.target, errno);
-  close(descriptor);
-}
+NotWritten::NotWritten(const std::string& target)
+    : runtime_error(shown_target(target) + " is not written, because of the error above") {}
 
-void put_in_place(const StagedFile& file) {
+NotWritten::~NotWritten() = default;
+
+// One file. Exactly one of the three kinds of storage is used.
+struct Outputs::Staged {
+  std::string written;                       // the name to write to
+  std::string target;                        // as the user named it
+  std::string place;                         // of a regular file, with links followed
+  std::FILE* passed = nullptr;               // for other files: holds the bytes until they are passed on
+  int unnamed = -1;                          // descriptor of a file that is named when it is published
+  std::unique_ptr<TemporaryName> temporary;  // name beside the target
+
+  explicit Staged(std::string its_target) : target(std::move(its_target)) {
+    std::error_code ignored;
+    const bool is_new = !std::filesystem::exists(target, ignored);
+    const bool is_file = is_new || std::filesystem::is_regular_file(target, ignored);
+    if (is_standard_output(target) || !is_file)
+      stage_to_pass_on();
+    else
+      stage_beside();
+  }
+  ~Staged() {
+    if (passed != nullptr) std::fclose(passed);
+    if (unnamed >= 0) close(unnamed);
+  }
+  Staged(const Staged&) = delete;
+  Staged& operator=(const Staged&) = delete;
+
+  void stage_to_pass_on();
+  void stage_beside();
+  void pass_on();
+  void reach_disk() const;
+  void move_to_place();
+};
+
+void Outputs::Staged::stage_to_pass_on() {
   std::error_code ignored;
-  const std::filesystem::file_status replaced = std::filesystem::status(file.place, ignored);
+  if (std::filesystem::is_directory(target, ignored)) cannot_write(target, EISDIR);
+  // A file opened now would get the descriptor of a closed standard output, and then its own bytes.
+  if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
+  passed = std::tmpfile();
+  if (passed == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
+  written = name_of_descriptor(fileno(passed));
+  place = target;
+}
+
+// The file is made here and only filled by the writer, so that errors of making it name the target.
+void Outputs::Staged::stage_beside() {
+  place = follow_links(target);
+  unnamed = open_unnamed(place);
+  if (unnamed >= 0) {
+    written = name_of_descriptor(unnamed);
+    return;
+  }
+  temporary = make_beside(target, place, [](const char* name) {
+    const int descriptor = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFopenMode);
+    if (descriptor >= 0) close(descriptor);
+    return descriptor >= 0;
+  });
+  written = temporary->name();
+}
+
+void Outputs::Staged::pass_on() {
+  const int descriptor =
+      is_standard_output(target) ? dup(STDOUT_FILENO) : open(target.c_str(), O_WRONLY | O_CLOEXEC);
+  if (descriptor < 0) cannot_write(target, errno);
+  std::vector<char> block(std::size_t{1} << 18);
+  std::rewind(passed);
+  while (const std::size_t size = std::fread(block.data(), 1, block.size(), passed))
+    write_all(descriptor, block.data(), size, target);
+  if (close(descriptor) != 0) cannot_write(target, errno);
+}
+
+// Some write errors surface only at fsync.
+void Outputs::Staged::reach_disk() const {
+  const int descriptor = open(written.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool is_synced = descriptor >= 0 && fsync(descriptor) == 0;
+  const int reason = errno;
+  if (descriptor >= 0) close(descriptor);
+  if (!is_synced) cannot_write(target, reason);
+}
+
+void Outputs::Staged::move_to_place() {
+  std::error_code ignored;
+  const std::filesystem::file_status replaced = std::filesystem::status(place, ignored);
   if (std::filesystem::exists(replaced))
-    std::filesystem::permissions(file.written, replaced.permissions(), ignored);
+    std::filesystem::permissions(written, replaced.permissions(), ignored);
 
-  const auto give_name = [&file](const char* name) {
-    return linkat(AT_FDCWD, file.written.c_str(), AT_FDCWD, name, AT_SYMLINK_FOLLOW) == 0;
-  };
-  const std::string beside =
-      file.unnamed < 0 ? file.written : make_beside(file.target, file.place, give_name);
-  if (std::rename(beside.c_str(), file.place.c_str()) != 0) cannot_write(file.target, errno);
-  std::erase(unpublished(), beside);
-  if (file.unnamed >= 0) close(file.unnamed);
+  if (temporary == nullptr)
+    temporary = make_beside(target, place, [this](const char* name) {
+      return linkat(AT_FDCWD, written.c_str(), AT_FDCWD, name, AT_SYMLINK_FOLLOW) == 0;
+    });
+  if (std::rename(temporary->name().c_str(), place.c_str()) != 0) cannot_write(target, errno);
+  temporary->release();
 }
 
-// Who interrupts the program gets all files or none.
-void put_all_in_place(const Outputs& outputs) {
-  sigset_t interruptions;
-  sigset_t before;
-  sigemptyset(&interruptions);
-  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&interruptions, signal);
-  sigprocmask(SIG_BLOCK, &interruptions, &before);
-  for (const StagedFile& file : outputs.staged)
-    if (file.passed == nullptr) put_in_place(file);
-  sigprocmask(SIG_SETMASK, &before, nullptr);
+Outputs::Outputs() = default;
+
+Outputs::~Outputs() = default;
+
+void Outputs::write(const std::string& target, const std::function<void(const char*)>& write) {
+  auto file = std::make_unique<Staged>(target);
+  for (const std::unique_ptr<Staged>& other : files_)
+    if (same_place(file->place, other->place))
+      errexit("%s is named for two outputs", shown_target(target).c_str());
+  files_.push_back(std::move(file));
+  try {
+    write(files_.back()->written.c_str());
+  } catch (...) {
+    std::throw_with_nested(NotWritten(target));
+  }
 }
+
+namespace {
+
+// Delays interruptions for as long as it lives: all files of a command are moved, or none.
+class Uninterrupted {
+ public:
+  Uninterrupted() {
+    sigset_t interruptions;
+    sigemptyset(&interruptions);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) sigaddset(&interruptions, signal);
+    sigprocmask(SIG_BLOCK, &interruptions, &before_);
+  }
+  ~Uninterrupted() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+  Uninterrupted(const Uninterrupted&) = delete;
+  Uninterrupted& operator=(const Uninterrupted&) = delete;
+
+ private:
+  sigset_t before_{};
+};
 
 }  // namespace
+
+void Outputs::publish() {
+  std::fflush(stdout);
+  for (const std::unique_ptr<Staged>& file : files_)
+    if (file->passed == nullptr) file->reach_disk();
+  for (const std::unique_ptr<Staged>& file : files_)
+    if (file->passed != nullptr) file->pass_on();
+
+  const Uninterrupted guard;
+  for (const std::unique_ptr<Staged>& file : files_)
+    if (file->passed == nullptr) file->move_to_place();
+}
+
+void remove_temporary_files() {
+  for (const std::atomic<const char*>& slot : temporary_files)
+    if (const char* const name = slot.load(); name != nullptr) unlink(name);
+}
+
+void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target) {
+  if (target.empty() || is_standard_output(target)) return;
+  for (const std::string& input : inputs)
+    if (input == target || (!input.empty() && input != "-" && same_place(input, target)))
+      errexit("%s is an input; refusing to overwrite it", shown_target(target).c_str());
+}
 
 bool is_standard_output(const std::string& target) { return target == "-" || target == "/dev/stdout"; }
 
@@ -192,35 +288,4 @@ std::string shown_target(const std::string& target) {
   return is_standard_output(target) ? "standard output" : "'" + target + "'";
 }
 
-void stage(Outputs& outputs, const std::string& target, const std::function<void(const char*)>& write) {
-  std::error_code ignored;
-  const bool is_new = !std::filesystem::exists(target, ignored);
-  const bool is_file = is_new || std::filesystem::is_regular_file(target, ignored);
-  StagedFile file =
-      is_standard_output(target) || !is_file ? stage_to_be_passed_on(target) : stage_beside(target);
-  for (const StagedFile& other : outputs.staged)
-    if (same_place(file.place, other.place))
-      errexit("%s is to be written twice", shown_target(target).c_str());
-  outputs.staged.push_back(file);
-  clean_up_at_exit();
-  const Writing writing(target);
-  write(file.written.c_str());
-}
-
-void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target) {
-  if (target.empty() || is_standard_output(target)) return;
-  for (const std::string& input : inputs)
-    if (input == target || (!input.empty() && input != "-" && same_place(input, target)))
-      errexit("%s is read, and would be replaced", shown_target(target).c_str());
-}
-
-void publish(const Outputs& outputs) {
-  std::fflush(stdout);
-  for (const StagedFile& file : outputs.staged)
-    if (file.passed == nullptr) reach_disk(file);
-  for (const StagedFile& file : outputs.staged)
-    if (file.passed != nullptr) pass_on(file);
-  put_all_in_place(outputs);
-}
-
-}  // namespace quillon::tool
+}  // namespace quillon::formats

@@ -1,43 +1,70 @@
 #pragma once
-// Files that appear whole or not at all: written without a name where the system has such files and beside
-// their targets elsewhere, and renamed when every one of them is done.
+/// @file
+/// Output files that appear whole or not at all: written as unnamed files where the system has those, else
+/// beside their targets, and renamed once all of them are complete.
 
-#include <cstdio>
 #include <functional>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace quillon::tool {
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility push(default)
+#endif
 
-struct StagedFile {
-  std::string written;          // what `write` made
-  std::string target;           // as the user named it
-  std::string place;            // where a regular file lies or is to lie, behind links
-  std::FILE* passed = nullptr;  // for what is no regular file: holds the bytes that are to be passed on
-  int unnamed = -1;             // descriptor of a file that gets its first name when it is published
+namespace quillon::formats {
+
+/// Thrown, with the cause nested in it, when a file could not be written.
+class NotWritten : public std::runtime_error {
+ public:
+  explicit NotWritten(const std::string& target);
+  ~NotWritten() override;
+  NotWritten(const NotWritten&) = default;
+  NotWritten& operator=(const NotWritten&) = default;
 };
 
-struct Outputs {
-  std::vector<StagedFile> staged;
+/// The output files of one command. Destroying it removes what was not published.
+class Outputs {
+ public:
+  Outputs();
+  ~Outputs();
+  Outputs(const Outputs&) = delete;
+  Outputs& operator=(const Outputs&) = delete;
+
+  /// Writes one file.
+  ///
+  /// @param target  File name, or - or /dev/stdout for standard output. Naming a file twice is an error.
+  /// @param write   Writes the file of the name that it is given.
+  /// @throws NotWritten  with what `write` threw nested in it.
+  /// @par Errors    Fatal (util/util.h) if no file can be made for the target.
+  void write(const std::string& target, const std::function<void(const char* filename)>& write);
+
+  /// Moves every file to its target, with the permissions of the file that was there. Standard output, pipes
+  /// and devices come first and receive the bytes.
+  ///
+  /// @par Errors  Fatal (util/util.h) if a file cannot be moved, or does not reach the disk.
+  void publish();
+
+ private:
+  struct Staged;
+  std::vector<std::unique_ptr<Staged>> files_;
 };
 
-/// Has `write` make the file that is to become `target`, or what is to go to standard output for - and
-/// /dev/stdout. A target named twice is an error. When the program ends before `publish`, what was staged is
-/// removed.
-void stage(Outputs& outputs, const std::string& target,
-           const std::function<void(const char* filename)>& write);
+/// Removes the temporary files of all `Outputs`. For signal handlers: uses nothing but `unlink`.
+void remove_temporary_files();
 
-/// Puts every staged file in its target's place, with the permissions of the file that was there. Standard
-/// output, pipes and devices come first, and get the bytes.
-void publish(const Outputs& outputs);
-
-/// Ends the program if `target` is one of the files that are to be read.
+/// @par Errors  Fatal (util/util.h) if `target` is one of the input files.
 void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target);
 
-/// Whether what is written to a target goes to standard output.
+/// Whether a target stands for standard output.
 bool is_standard_output(const std::string& target);
 
-/// What messages call an output.
+/// What messages call a target: its name in quotes, or "standard output".
 std::string shown_target(const std::string& target);
 
-}  // namespace quillon::tool
+}  // namespace quillon::formats
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

@@ -1,40 +1,110 @@
 #pragma once
-// Bytes of a file or of standard input, unpacked on the way when they are compressed by gzip.
+/// @file
+/// Bytes of a file or of standard input, decompressed if they are gzip.
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
-#include "tools/cli/progress.h"
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility push(default)
+#endif
 
-namespace quillon::tool {
+namespace quillon::formats {
 
-struct Input {
-  std::string name;  // as in messages
-  void* file;        // of zlib, which hands on what is not compressed as it stands
-  std::shared_ptr<std::atomic<std::uint64_t>> nread{};  // bytes handed out
-  std::unique_ptr<Progress> progress{};
+/// Observes long reads, for example to draw their progress.
+class Watcher {
+ public:
+  Watcher() = default;
+  virtual ~Watcher();
+  Watcher(const Watcher&) = delete;
+  Watcher& operator=(const Watcher&) = delete;
+
+  /// A read begins. Reads do not nest.
+  ///
+  /// @param what   Such as "reading circuit.qhg".
+  /// @param total  Bytes in all, 0 if unknown.
+  /// @param done   Bytes so far; any thread may call it until `end`.
+  virtual void begin(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done) = 0;
+  virtual void end() = 0;
 };
 
-/// @param name  File name, or - for standard input.
-Input open_input(const std::string& name);
-
-/// Fills `bytes` as far as the input goes. Ends the program when it cannot be read, or is cut off.
+/// Sets the watcher of all reads.
 ///
-/// @return  Number of bytes, less than `size` only at the end.
-std::size_t read_input(const Input& input, char* bytes, std::size_t size);
+/// @param watcher  The caller's, alive until it is replaced; null for none.
+/// @return         The previous one.
+Watcher* set_watcher(Watcher* watcher);
 
-/// Goes to the end of what is compressed, where it turns out whether all of it is sound.
-void finish_input(const Input& input);
+/// Tells the watcher, if there is one, of a read that lasts as long as this object.
+class Watch {
+ public:
+  Watch(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done);
+  ~Watch();
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
 
-void close_input(const Input& input);
+ private:
+  Watcher* watcher_;
+};
 
-/// The whole of it.
+/// Watches the offset of an open regular file; nothing for other files.
+///
+/// @param name        As messages name the file.
+/// @param descriptor  Open; may be closed before the watch ends.
+std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor);
+
+/// An open file, pipe or standard input.
+class Source {
+ public:
+  /// @param name    File name, or - for standard input.
+  /// @throws BadFile if it cannot be opened.
+  explicit Source(const std::string& name);
+  ~Source();
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+
+  /// As messages name it.
+  [[nodiscard]] const std::string& name() const { return name_; }
+
+  /// Fills `bytes` as far as the input goes.
+  ///
+  /// @return  Number of bytes, less than `size` only at the end.
+  /// @throws BadFile if the input cannot be read, or its compressed data is damaged or truncated.
+  std::size_t read(char* bytes, std::size_t size);
+
+  /// Reads compressed data to its end, where its checksum is verified. Does nothing for other files.
+  ///
+  /// @throws BadFile as `read` does.
+  void finish();
+
+ private:
+  struct Close {
+    void operator()(void* file) const;
+  };
+
+  [[noreturn]] void fail(const std::string& reason) const;
+  [[noreturn]] void fail_reading() const;
+  void check_complete() const;
+
+  std::string name_;
+  std::unique_ptr<void, Close> file_;  // zlib's gzFile, which passes uncompressed bytes through
+  std::shared_ptr<std::atomic<std::uint64_t>> nread_ = std::make_shared<std::atomic<std::uint64_t>>(0);
+  std::unique_ptr<Watch> watch_;
+};
+
+/// The whole contents of a file or of standard input.
+///
+/// @throws BadFile as `Source` does.
 std::string read_all(const std::string& name);
 
-/// What messages call the input.
+/// What messages call a file: its name, or "standard input" for -.
 std::string shown_name(const std::string& name);
 
-}  // namespace quillon::tool
+}  // namespace quillon::formats
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

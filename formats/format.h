@@ -1,0 +1,92 @@
+#pragma once
+/// @file
+/// What a file format is to the rest: its name and suffixes, its reader and writer, and what it cannot hold.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/net_lists.h"
+#include "formats/scanner.h"
+#include "hypergraph/hypergraph.h"
+
+namespace quillon::formats {
+
+/// How a matrix becomes a hypergraph.
+enum class Model {
+  kRowNet,     ///< Rows are nets, columns are cells.
+  kColumnNet,  ///< Columns are nets, rows are cells.
+  kFineGrain,  ///< Entries are cells; rows, and after them columns, are nets.
+};
+
+/// Names of cells and nets as JSON texts, by number from 1; empty vectors where the numbers serve as names.
+struct Labels {
+  std::vector<std::string> cells;
+  std::vector<std::string> nets;
+};
+
+struct ReadOptions {
+  Model model = Model::kRowNet;  ///< Of matrices.
+  bool add_diagonal = false;     ///< To square matrices: the missing diagonal entries.
+};
+
+struct WriteOptions {
+  int numbering = 1;           ///< First cell number, where the format has a choice.
+  std::optional<int> weights;  ///< 0 none, 1 cells, 2 nets, 3 both; by default those of the record's `_fmt`.
+  Model model = Model::kRowNet;    ///< Of matrices.
+  const Labels* labels = nullptr;  ///< For formats with names; null or empty: the numbers.
+};
+
+/// What is different in a file of the target format, or unwelcome to its readers.
+struct Losses {
+  std::vector<std::string> lost;     ///< The format has no room for it.
+  std::vector<std::string> refused;  ///< It is written, but some readers refuse the file.
+  std::vector<std::string> dropped;  ///< It is written, but some readers leave it out.
+};
+
+/// Options that only some formats have, as bits.
+enum OptionBit : unsigned {
+  kNumberingOption = 1,
+  kWeightsOption = 2,
+  kModelOption = 4,
+  kDiagonalOption = 8,
+  kLabelsOption = 16,  // the format has names of cells and nets
+};
+
+/// An entry of the table of formats.
+struct Format {
+  std::string_view name;                   ///< As after --from and --to.
+  std::vector<std::string_view> suffixes;  ///< Of file names, with their dot.
+  std::string_view summary;                ///< Half a line.
+  std::string_view first_cell;             ///< What number the first cell has in files.
+  std::string_view weights;                ///< Which weights files have.
+  unsigned options = 0;                    ///< The `OptionBit`s that mean something to it.
+  bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.
+
+  /// Reads a text.
+  ///
+  /// @param in     At its start.
+  /// @param lists  Out, fresh.
+  /// @throws BadFile if the text breaks a rule of the format.
+  void (*read)(Scanner& in, NetLists& lists, const ReadOptions& options) = nullptr;
+
+  /// Writes a file. Null for formats that are only read.
+  ///
+  /// @param h  Both sides built.
+  /// @par Errors  Fatal (util/util.h) if the file cannot be written.
+  void (*write)(const Hypergraph& h, const WriteOptions& options, const char* filename) = nullptr;
+
+  /// Why a file cannot be written with these options; empty if it can. Null: always.
+  std::string (*refusal)(const WriteOptions& options) = nullptr;
+
+  /// Finds what the format cannot hold of a hypergraph. Null: it holds everything.
+  void (*find_losses)(const Hypergraph& h, const WriteOptions& options, Losses& losses) = nullptr;
+
+  /// Notes what a hypergraph that was read from this format holds and programs for it treat differently.
+  /// Null: nothing.
+  void (*note_oddities)(const Hypergraph& h, std::vector<std::string>& remarks) = nullptr;
+};
+
+}  // namespace quillon::formats

@@ -1,0 +1,45 @@
+#pragma once
+/// @file
+/// Files that hold a number for each cell, in cell order: part vectors and permutations.
+
+#include <string>
+#include <vector>
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility push(default)
+#endif
+
+namespace quillon::formats {
+
+/// Reads a part number for each cell, from 0, with any white space between them.
+///
+/// @param filename  File name, or - for standard input.
+/// @param nparts    Number of parts; 0 if unknown: then at most as many as cells.
+/// @return          By cell number; entry 0 is not used.
+/// @throws BadFile  if a part number is missing, is not below `nparts`, or follows that of the last cell.
+std::vector<int> read_parts(const std::string& filename, int ncells, int nparts);
+
+/// Writes a part vector with one number a line.
+///
+/// @param parts  By cell number; entry 0 is ignored.
+/// @par Errors   Fatal (util/util.h) if the file cannot be written.
+void write_parts_by_line(const std::vector<int>& parts, const char* filename);
+
+/// Reads a permutation of the cells: on each line the old number of a new cell, from 1.
+///
+/// @param filename  File name, or - for standard input.
+/// @return          By new cell number; entry 0 is 0.
+/// @throws BadFile  if a cell is missing, or named twice.
+std::vector<int> read_permutation(const std::string& filename, int ncells);
+
+/// Writes a permutation with one number a line.
+///
+/// @param order  By cell number; entry 0 is ignored.
+/// @par Errors   Fatal (util/util.h) if the file cannot be written.
+void write_permutation(const std::vector<int>& order, const char* filename);
+
+}  // namespace quillon::formats
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

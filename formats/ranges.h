@@ -1,0 +1,39 @@
+#pragma once
+/// @file
+/// Ranges of the numbers in files, in the words of messages. Internal to `formats/`.
+
+#include <limits>
+#include <string>
+
+#include "formats/scanner.h"
+
+namespace quillon::formats {
+
+/// Most cells or nets of a record: they are numbered by ints, and so is the sentinel after the last one.
+inline constexpr int kMostItems = std::numeric_limits<int>::max() - 2;
+
+/// @param what  Such as "the number of nets".
+inline Range count_range(const std::string& what) {
+  return {0, kMostItems, what + ", from 0 to " + std::to_string(kMostItems), "bad-count"};
+}
+
+/// @param what  Such as "the weight of net 3".
+inline Range weight_range(const std::string& what) {
+  constexpr int kLargest = std::numeric_limits<int>::max();
+  return {0, kLargest, what + ", from 0 to " + std::to_string(kLargest), "bad-weight"};
+}
+
+/// Cell numbers of a file that counts from `first`.
+inline Range cell_range(int ncells, int first) {
+  const int last = ncells - 1 + first;
+  if (ncells == 0) return {first, last, "no cell, as there are none", "cell-out-of-range"};
+  return {first, last, "a cell number from " + std::to_string(first) + " to " + std::to_string(last),
+          "cell-out-of-range"};
+}
+
+/// "net 3 of 10"
+inline std::string of_all(const std::string& what, int number, int count) {
+  return what + " " + std::to_string(number) + " of " + std::to_string(count);
+}
+
+}  // namespace quillon::formats
