@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <new>
@@ -10,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "util/os.h"
+#include "util/scope_internal.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -17,10 +20,16 @@ namespace {
 
 struct OpenStream {
   std::FILE* stream;
-  std::string name;  // cppcheck-suppress unusedStructMember ; not seen behind the search
+  std::string name;  // cppcheck-suppress unusedStructMember ; used by find_if, which cppcheck does not see
+  std::uint64_t number;
+  os::StreamMark mark;
 };
 
-// ufclose is handed a stream and has to name the file.
+constinit int nscopes = 0;
+constinit std::uint64_t next_number = 0;
+
+// The streams that ufopen opened, with the names for the messages of ufclose. Those closed by std::fclose
+// stay until their address or their descriptor comes again.
 std::vector<OpenStream>& open_streams() {
   static std::vector<OpenStream> streams;
   return streams;
@@ -37,23 +46,48 @@ std::string forget(const std::FILE* stream) {
   return name;
 }
 
-}  // namespace
-
-std::FILE* ufopen(const char* name, const char* mode, const char* tag) try {
+// Opens a file and enters it into the table. Null after a failure, with the system's reason.
+std::FILE* open_noted(const char* name, const char* mode, int& reason) try {
   // The system opens a directory for reading and only fails at the first read.
   std::error_code ignored;
-  const bool directory = std::filesystem::is_directory(name, ignored);
-  std::FILE* const stream = directory ? nullptr : std::fopen(name, mode);
+  if (std::filesystem::is_directory(name, ignored)) {
+    reason = EISDIR;
+    return nullptr;
+  }
+
+  // All memory is requested before the stream is open.
+  std::vector<OpenStream>& streams = open_streams();
+  OpenStream open{nullptr, name, next_number, {}};
+  streams.reserve(streams.size() + 1);
+  open.stream = nscopes == 0 ? std::fopen(name, mode) : os::open_marked(name, mode, open.mark);
+  if (open.stream == nullptr) {
+    reason = errno;
+    return nullptr;
+  }
+
+  const int descriptor = open.mark.descriptor;
+  std::erase_if(streams, [&](const OpenStream& old) {
+    return old.stream == open.stream || (descriptor >= 0 && old.mark.descriptor == descriptor);
+  });
+  std::FILE* const stream = open.stream;
+  streams.push_back(std::move(open));
+  ++next_number;
+  return stream;
+} catch (const std::bad_alloc&) {
+  reason = ENOMEM;
+  return nullptr;
+}
+
+}  // namespace
+
+std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
+  int reason = 0;
+  std::FILE* const stream = open_noted(name, mode, reason);
   if (stream == nullptr) {
-    const int reason = directory ? EISDIR : errno;
     errexit("ufopen: cannot open '%s' with mode \"%s\" for \"%s\": %s", name, mode, tag,
             std::strerror(reason));
   }
-  forget(stream);  // a name left from one that was closed with fclose and stood at the same address
-  open_streams().push_back({stream, name});
   return stream;
-} catch (const std::bad_alloc&) {
-  errexit("ufopen: cannot open '%s' with mode \"%s\" for \"%s\": %s", name, mode, tag, std::strerror(ENOMEM));
 }
 
 void ufclose(std::FILE* stream) {
@@ -66,7 +100,40 @@ void ufclose(std::FILE* stream) {
   if (failed_before) errexit("ufclose: '%s' is not whole, reading or writing it failed", name);
 }
 
+namespace internal {
+
+std::uint64_t open_file_scope() {
+  ++nscopes;
+  return next_number;
+}
+
+void close_file_scope(std::uint64_t first, bool release) {
+  --nscopes;
+  if (!release) return;
+  std::erase_if(open_streams(), [first](const OpenStream& open) {
+    if (open.number < first) return false;
+    if (os::still_open(open.mark)) std::fclose(open.stream);
+    return true;
+  });
+}
+
+}  // namespace internal
+
 namespace {
+
+// The file of read_array, closed also when an error is thrown.
+struct InputFile {
+  explicit InputFile(const char* name) : stream(ufopen(name, "r", "read_array")) {}
+  ~InputFile() {
+    if (stream == nullptr) return;
+    forget(stream);
+    std::fclose(stream);
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  std::FILE* stream;
+};
 
 // Bytes of a stream one at a time, without the cost of a locked call for each.
 struct ByteSource {
@@ -135,15 +202,15 @@ void read_word(ByteSource& source, Word& word) {
   word.verdict = !only_digits ? Verdict::kNotAnInteger : fits ? Verdict::kInteger : Verdict::kOutOfRange;
 }
 
-// The value of one to seven digits, given as eight bytes that end in them, behind zeros.
+// The value of one to seven digits, given as eight bytes that end in them, with leading zeros.
 std::uint32_t value_of(std::uint64_t digits) {
   const std::uint64_t pairs = (digits * 10 + (digits >> 8)) & 0x00FF00FF00FF00FFU;
   const std::uint64_t fours = (pairs * 100 + (pairs >> 16)) & 0x0000FFFF0000FFFFU;
   return static_cast<std::uint32_t>(fours * 10000 + (fours >> 32));
 }
 
-// Reads a word of one to seven digits whose end is in the block too: eight bytes at once tell where it ends.
-// Of any other word it reads nothing and says so.
+// Reads a word of one to seven digits whose end is in the block too; a test of eight bytes at once finds the
+// end. Consumes nothing and returns false for any other word.
 bool read_short_number(ByteSource& source, std::int32_t& value) {
   constexpr std::size_t kBytes = sizeof(std::uint64_t);
   std::size_t at = source.at;
@@ -159,7 +226,7 @@ bool read_short_number(ByteSource& source, std::int32_t& value) {
   const std::uint64_t others =
       (digits | ((digits & 0x7F7F7F7F7F7F7F7FU) + 0x7676767676767676U)) & 0x8080808080808080U;
   const int ndigits = std::countr_zero(others) / 8;
-  // Without any digit it is this byte that does not end a number.
+  // With no digit at all, the byte tested here is the word's first, which is no white space.
   if (ndigits == 8 || !is_space(source.block[at + static_cast<unsigned>(ndigits)])) return false;
 
   value = static_cast<std::int32_t>(value_of(digits << (64 - 8 * ndigits)));
@@ -171,7 +238,8 @@ bool read_short_number(ByteSource& source, std::int32_t& value) {
 }  // namespace
 
 void read_array(const char* filename, std::int32_t* array, int count, int first) {
-  ByteSource source{ufopen(filename, "r", "read_array")};
+  InputFile file(filename);
+  ByteSource source{file.stream};
   Word word;
   array += first;
   for (int ndone = 0; ndone < count; ++ndone, ++array) {
@@ -196,7 +264,7 @@ void read_array(const char* filename, std::int32_t* array, int count, int first)
                 count, filename, word.line, word.text.c_str());
     }
   }
-  ufclose(source.stream);
+  ufclose(std::exchange(file.stream, nullptr));
 }
 
 }  // namespace quillon

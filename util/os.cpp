@@ -3,8 +3,11 @@
 #include <algorithm>
 
 #if (defined(__unix__) || defined(__APPLE__)) && !defined(QUILLON_PORTABLE)
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #else
 #include <cstdlib>
 #endif
@@ -30,19 +33,58 @@ void* reserve(std::uint64_t bytes) {
 bool commit(void* at, std::uint64_t bytes) { return mprotect(at, bytes, PROT_READ | PROT_WRITE) == 0; }
 
 void decommit(void* at, std::uint64_t bytes) {
-  // Without the advice the memory stays ours until it is used again, which costs space but nothing else.
+  // If the advice fails, the memory stays allocated until it is used again: a cost in space only.
   madvise(at, bytes, MADV_DONTNEED);
   mprotect(at, bytes, PROT_NONE);
 }
 
 void advise_huge_pages([[maybe_unused]] void* at, [[maybe_unused]] std::uint64_t bytes) {
 #ifdef MADV_HUGEPAGE
-  // From the start of the block's first page on: to the system a mapping that is advised in part is two,
-  // and then realloc copies a block that it could have moved.
+  // Includes the start of the block's first page: a mapping advised only in part is split in two, and then
+  // realloc copies a block that it could have moved.
   constexpr std::uint64_t kPage = std::uint64_t{1} << 12;
   const std::uint64_t before = reinterpret_cast<std::uintptr_t>(at) % kPage;
   madvise(static_cast<char*>(at) - before, before + bytes, MADV_HUGEPAGE);
 #endif
+}
+
+namespace {
+
+// New descriptors get the lowest free number, so that this one is free again only for those who ask for it.
+constexpr int kFirstMarked = 768;
+
+bool identify(int descriptor, StreamMark& mark) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0) return false;
+  mark = {descriptor, static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino)};
+  return true;
+}
+
+}  // namespace
+
+std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark) {
+  mark = {};
+  std::FILE* const stream = std::fopen(name, mode);
+  if (stream == nullptr) return nullptr;
+
+  const int descriptor = fileno(stream);
+  const bool closed_on_exec = (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
+  const int marked = fcntl(descriptor, closed_on_exec ? F_DUPFD_CLOEXEC : F_DUPFD, kFirstMarked);
+  if (marked < 0) return stream;
+  std::FILE* const result = fdopen(marked, mode);
+  if (result == nullptr || !identify(marked, mark)) {
+    if (result == nullptr) close(marked);
+    if (result != nullptr) std::fclose(result);
+    return stream;
+  }
+  std::fclose(stream);
+  return result;
+}
+
+bool still_open(const StreamMark& mark) {
+  StreamMark now;
+  return mark.descriptor >= 0 && identify(mark.descriptor, now) && now.device == mark.device &&
+         now.file == mark.file;
 }
 
 #else
@@ -56,6 +98,13 @@ bool commit(void* /*at*/, std::uint64_t /*bytes*/) { return true; }
 void decommit(void* /*at*/, std::uint64_t /*bytes*/) {}
 
 void advise_huge_pages(void* /*at*/, std::uint64_t /*bytes*/) {}
+
+std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark) {
+  mark = {};
+  return std::fopen(name, mode);
+}
+
+bool still_open(const StreamMark& /*mark*/) { return false; }
 
 #endif
 

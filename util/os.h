@@ -1,9 +1,10 @@
 #pragma once
 /// @file
-/// What the memory functions ask of the operating system. Where it offers nothing of the kind, or when built
-/// with QUILLON_PORTABLE defined, every function has a fallback on the standard library. Internal to `util/`.
+/// Operating system calls of the utility layer. Where the system has none of the kind, or when built with
+/// QUILLON_PORTABLE defined, every function falls back on the standard library. Internal to `util/`.
 
 #include <cstdint>
+#include <cstdio>
 
 namespace quillon::os {
 
@@ -11,19 +12,37 @@ namespace quillon::os {
 /// less under a limit on it (`ulimit -v`), of which two pools together must leave at least half to the heap.
 std::uint64_t preferred_reservation();
 
-/// Reserves address space without memory behind it. Null when there is not enough.
+/// Reserves address space without committing memory. Null when there is not enough.
 ///
-/// The fallback takes a heap block, on which `commit` and `decommit` have nothing to do.
+/// The fallback allocates a heap block, for which `commit` and `decommit` do nothing.
 void* reserve(std::uint64_t bytes);
 
 /// Makes part of a reservation readable and writable; `at` and `bytes` are multiples of 2 MiB from its start,
 /// or end with it. False when the system has no memory for it.
 bool commit(void* at, std::uint64_t bytes);
 
-/// Undoes `commit` for part of a reservation and gives its memory back.
+/// Undoes `commit` for part of a reservation and returns its memory to the system.
 void decommit(void* at, std::uint64_t bytes);
 
-/// Asks for huge pages in those parts of a block that can have them. Changes nothing but speed.
+/// Asks for huge pages in those parts of a block that can have them. A hint for speed, no effect on results.
 void advise_huge_pages(void* at, std::uint64_t bytes);
+
+/// The descriptor of an open stream and the file that it leads to; `descriptor` is negative where this is not
+/// known.
+struct StreamMark {
+  int descriptor = -1;
+  std::uint64_t device = 0;
+  std::uint64_t file = 0;
+};
+
+/// Opens a file as fopen does, on a descriptor number that the system gives to nobody else while lower ones
+/// are free. `still_open` then tells whether the stream was closed since, without looking at the stream.
+///
+/// @param mark  Out, for `still_open`; its descriptor is negative where there is no such number.
+/// @return      Open stream, or null after a failure, with errno set.
+std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark);
+
+/// Decides whether a stream from `open_marked` is open. False where it cannot be told.
+bool still_open(const StreamMark& mark);
 
 }  // namespace quillon::os

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "util/os.h"
+#include "util/scope_internal.h"
 #include "util/util.h"
 
 #if defined(__has_feature)
@@ -45,6 +46,7 @@ struct Pool {
 };
 
 constinit Pool pools[2] = {};
+constinit Scope::PoolMarks* innermost = nullptr;
 
 void poison([[maybe_unused]] const void* at, [[maybe_unused]] std::uint64_t bytes) {
 #ifdef QUILLON_ADDRESS_SANITIZER
@@ -119,6 +121,23 @@ void shrink_committed(Pool& pool) {
   pool.committed = target;
 }
 
+// Releases a block that the pool holds, with every younger block.
+void release(Pool& pool, Header* oldest) {
+  char* const new_top = reinterpret_cast<char*>(oldest);
+  pool.newest = header_of(oldest).below;
+  poison(new_top, distance(new_top, pool.top));
+  pool.top = new_top;
+  shrink_committed(pool);
+}
+
+// The mark of an outer scope is never above that of an inner one.
+void lower_marks(int pool) {
+  const std::uint64_t top = distance(pools[pool].base, pools[pool].top);
+  for (Scope::PoolMarks* marks = innermost; marks != nullptr && marks->lowest[pool] > top;
+       marks = marks->outer)
+    marks->lowest[pool] = top;
+}
+
 }  // namespace
 
 void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
@@ -157,12 +176,32 @@ int poolfree_upto(int pool, void* block, const char* tag) {
             pool, block, tag, newest.tag, newest.bytes);
   }
 
-  char* const new_top = reinterpret_cast<char*>(header);
-  stack.newest = header_of(header).below;
-  poison(new_top, distance(new_top, stack.top));
-  stack.top = new_top;
-  shrink_committed(stack);
+  release(stack, header);
+  if (innermost != nullptr) lower_marks(pool);
   return nreleased;
 }
+
+namespace internal {
+
+void open_pool_scope(Scope::PoolMarks& marks) {
+  marks.outer = innermost;
+  for (const int pool : {0, 1}) marks.lowest[pool] = distance(pools[pool].base, pools[pool].top);
+  innermost = &marks;
+}
+
+void close_pool_scope(const Scope::PoolMarks& marks, bool release_blocks) {
+  innermost = marks.outer;
+  if (!release_blocks) return;
+  for (const int pool : {0, 1}) {
+    const char* const mark = pools[pool].base + marks.lowest[pool];
+    Header* oldest = nullptr;
+    for (Header* header = pools[pool].newest; header != nullptr && reinterpret_cast<char*>(header) >= mark;
+         header = header_of(header).below)
+      oldest = header;
+    if (oldest != nullptr) release(pools[pool], oldest);
+  }
+}
+
+}  // namespace internal
 
 }  // namespace quillon
