@@ -1,35 +1,36 @@
-#include <cstdio>
-#include <span>
-#include <string>
-#include <vector>
+#include "tools/cli/help.h"
 
-#include "tools/cli/console.h"
-#include "tools/cli/suggestions.h"
-#include "tools/commands/commands.h"
-#include "util/util.h"
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "formats/formats.h"
 
 namespace quillon::tool {
 namespace {
 
-struct Topic {
-  const char* name;
-  const char* summary;
-  const char* text;
-};
+using Entries = std::vector<std::pair<std::string, std::string>>;
 
-constexpr Topic kTopics[] = {
-    {"formats", "the file formats by name and suffix",
-     R"(Formats, by name and by the suffixes that stand for them:
+std::string suffixes_of(const formats::Format& format) {
+  std::string text;
+  for (const std::string_view suffix : format.suffixes) text.append(text.empty() ? "" : " ").append(suffix);
+  return text;
+}
 
-  quillon  .qhg               our own: a header, a line of cells for each net, cell weights
-  hmetis   .hgr .hmetis .hg   hypergraphs of hMETIS, formats 0, 1, 10 and 11
-  kub      .kub               count-prefixed nets, cells from 0
-  mtx      .mtx               Matrix Market coordinates, by --model a row, a column or an entry a cell or net
-  metis    .graph             graphs of METIS as hypergraphs of 2-pin nets; only read
-  hif      .json              Hypergraph Interchange Format 0.1
+// A property of every format. Lines after the first are indented like it.
+std::string property_lines(std::string_view formats::Format::*property) {
+  Entries entries;
+  for (const formats::Format& format : formats::all_formats())
+    entries.emplace_back(format.name, format.*property);
+  return lines_of(entries);
+}
 
-A name that ends in .gz is read as the format that stands before it, and is unpacked on the way in. convert,
-partition-info and report read all of them, by suffix or by --from; the other commands read quillon.
+Topic formats_topic() {
+  return {"formats", "file formats by name and suffix",
+          "Formats, by name and by the suffixes that stand for them:\n\n" + format_lines() + R"(
+A trailing .gz is ignored, and the file is decompressed. convert, partition-info and report read all formats, by
+suffix or by --from; the other commands read quillon.
 
 A quillon file:
 
@@ -40,108 +41,104 @@ A quillon file:
   10 20 30
 
 See also: quillon help numbering, quillon help weights.
-)"},
-    {"numbering", "from what cells, nets and parts are counted",
-     R"(Cells and nets count from 1, in reports, in what dump, prune and reorder take and write, and in messages, but for
-those that speak of the numbers of a file. Parts count from 0.
+)"};
+}
+
+Topic numbering_topic() {
+  return {
+      "numbering", "where the numbers of cells, nets and parts start",
+      R"(Cells and nets count from 1 in reports, in the options and files of dump, prune and reorder, and in messages, except
+messages about the numbers in a file. Parts count from 0.
 
 In files, the first cell is
-  quillon  0 or 1, as the first number of the header says
-  hmetis, metis, mtx  1
-  kub      0
-  hif      whatever its names are; they are numbered in the order of the file
+)" + property_lines(&formats::Format::first_cell) +
+          R"(
+stats, check and dump fold nets of one pin or none unless --keep-small-nets is given; folding them renumbers later
+nets.
+)"};
+}
 
-Nets of one pin or none are folded away by stats, check and dump unless --keep-small-nets is given, which moves
-the numbers of the nets behind them.
-)"},
-    {"weights", "what weights files have, and what becomes of them",
-     R"(Cells and nets weigh 1 where a file does not say otherwise. Weights have 32 bits.
+Topic weights_topic() {
+  return {"weights", "weights in files, and how they are used",
+          "Cells and nets weigh 1 unless the file says otherwise. Weights have 32 bits.\n\n" +
+              property_lines(&formats::Format::weights) + R"(
+The weight of a folded net of one pin is added to its cell, that of a net without pins to a separate total.
+)"};
+}
 
-  quillon  fifth number of the header: 0 none, 1 cells, 2 nets, 3 both. Cell weights follow the nets, a net's
-           weight begins its line. A sixth number says how many weights a cell has; the first counts.
-  hmetis   format 1 nets, 10 cells, 11 both
-  kub      both, always
-  mtx      none; the entries' values are not read
-  hif      the weights of nodes and edges, which must be whole
-
-A net with one pin that is folded away adds its weight to its cell, one without pins to a total of its own.
-)"},
-    {"partitions", "files of parts, cut and balance",
-     R"(A partition file has a part number for each cell, counted from 0, with any white space between.
+Topic partitions_topic() {
+  return {"partitions", "files of parts, cut and balance",
+          R"(A partition file has a part number for each cell, from 0, with any white space between them.
 
 With L the number of parts that the pins of a net of weight w lie in, over the nets with L > 1:
   cut                      sum of w
   connectivity minus one   sum of w (L - 1)
   sum of external degrees  sum of w L
-The imbalance is the weight of the heaviest part over the average, minus 1.
-)"},
-    {"output", "where results go, and when",
-     R"(Results go to standard output, everything else to standard error. Files named by -o and the like appear whole
-or not at all: they are written beside their targets, and renamed when every one of them is done. - is standard
-output; what prune and partition-info report beside it then goes to standard error.
+The imbalance is the weight of the heaviest part divided by the average, minus 1.
+)"};
+}
 
-stats, check and partition-info print JSON with --json, an object on a line for each file; see docs/json.md.
-)"},
-    {"terminal", "progress, colours and --quiet",
-     R"(Where standard error is a terminal, reads of more than a second show how far they have come. Where a stream is
-a terminal, verdicts and what is said of wrong usage are in colour.
+Topic output_topic() {
+  return {
+      "output", "where results go, and when",
+      R"(Results go to standard output, everything else to standard error. Files named by -o and similar options appear
+whole or not at all: they are written beside their targets and renamed once all of them are complete. - is standard
+output; the report of prune and partition-info then goes to standard error.
 
-  --quiet      no progress; of check, but for --json, no line for a sound file
-  NO_COLOR     not empty: no colours
-  TERM         dumb, or not set: neither colours nor progress
-)"},
-    {"exit-status", "what the numbers mean that commands end with",
-     R"(0  fine
+stats, check and partition-info print JSON with --json, one object a line for each file; see docs/json.md.
+)"};
+}
+
+Topic terminal_topic() {
+  return {
+      "terminal", "progress, colours and --quiet",
+      R"(If standard error is a terminal, reads of more than a second show their progress. Verdicts and usage errors are
+coloured on a terminal.
+
+  --quiet      no progress; with check and without --json, no line for a sound file
+  NO_COLOR     if not empty: no colours
+  TERM         if dumb or not set: no colours and no progress
+)"};
+}
+
+Topic exit_status_topic() {
+  return {"exit-status", "the exit statuses of commands",
+          R"(0  success
 1  a finding (check), bad input, or output that could not be written
 2  wrong usage
 
-Of several files, the status is that of the worst.
-)"},
-};
-
-std::string topics_and_commands(std::span<const CommandHelp> commands) {
-  std::string text = "quillon help COMMAND explains a command, quillon help TOPIC one of these:\n\n";
-  for (const Topic& topic : kTopics) {
-    char line[120];
-    std::snprintf(line, sizeof line, "  %-12s %s\n", topic.name, topic.summary);
-    text += line;
-  }
-  text += "\nCommands:\n\n";
-  for (const CommandHelp& command : commands) {
-    char line[120];
-    std::snprintf(line, sizeof line, "  %-14s %s\n", command.name.c_str(), command.summary.c_str());
-    text += line;
-  }
-  return text;
-}
-
-int unknown(const std::string& name, std::span<const CommandHelp> commands) {
-  std::vector<std::string> names;
-  for (const Topic& topic : kTopics) names.emplace_back(topic.name);
-  for (const CommandHelp& command : commands) names.push_back(command.name);
-  std::fprintf(stderr, "%sthere is no help on '%s'%s\nTry 'quillon help'.\n", error_prefix().c_str(),
-               name.c_str(), did_you_mean(name, names).c_str());
-  return kUsage;
+With several files, the status is the largest one.
+)"};
 }
 
 }  // namespace
 
-int help(const std::string& topic, std::span<const CommandHelp> commands) {
-  if (topic.empty()) {
-    uprintf("%s", topics_and_commands(commands).c_str());
-    return kFine;
+std::string lines_of(const Entries& entries) {
+  std::size_t width = 0;
+  for (const auto& [name, text] : entries) width = std::max(width, name.size());
+  std::string lines;
+  for (auto [name, text] : entries) {
+    const std::string indent(width + 4, ' ');
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1))
+      text.insert(at + 1, indent);
+    lines += fmt::format("  {:{}}  {}\n", name, width, text);
   }
-  for (const Topic& known : kTopics) {
-    if (topic != known.name) continue;
-    uprintf("%s", known.text);
-    return kFine;
-  }
-  for (const CommandHelp& command : commands) {
-    if (topic != command.name) continue;
-    uprintf("%s", command.text.c_str());
-    return kFine;
-  }
-  return unknown(topic, commands);
+  return lines;
+}
+
+std::string format_lines() {
+  std::size_t width = 0;
+  for (const formats::Format& format : formats::all_formats())
+    width = std::max(width, suffixes_of(format).size());
+  Entries entries;
+  for (const formats::Format& format : formats::all_formats())
+    entries.emplace_back(format.name, fmt::format("{:{}}  {}", suffixes_of(format), width, format.summary));
+  return lines_of(entries);
+}
+
+std::vector<Topic> all_topics() {
+  return {formats_topic(), numbering_topic(), weights_topic(),    partitions_topic(),
+          output_topic(),  terminal_topic(),  exit_status_topic()};
 }
 
 }  // namespace quillon::tool

@@ -1,11 +1,116 @@
 #pragma once
-// The command line: which commands there are, and which options each has.
+// The options of a command: declared by the command, parsed by CLI11, and described to help, completion and
+// manual.
 
-#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "formats/formats.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace quillon::tool {
 
-/// Adds all commands to the application. The one that is chosen leaves its status.
-void add_commands(CLI::App& app, int& status);
+/// What a value is, for completion.
+enum class ValueKind {
+  kNone,           // a flag
+  kHypergraphIn,   // a file of any format
+  kOwnIn,          // a file of our own format
+  kHypergraphOut,  // a file of any format that can be written
+  kOwnOut,         // a file of our own format
+  kPageOut,        // an HTML page
+  kFile,           // any other file
+  kChoice,         // one of the words of the placeholder
+  kOther,
+};
+
+/// A declared option, for what depends on others.
+class Option {
+ public:
+  explicit Option(CLI::Option* option) : option_(option) {}
+  Option& required();
+  Option& needs(const Option& other);
+  Option& excludes(const Option& other);
+
+ private:
+  CLI::Option* option_;
+};
+
+/// What an option is called and takes, for the manual and completion.
+struct OptionDescription {
+  std::string name;         // "--output", "-k", or of a positional argument "FILE"
+  std::string short_name;   // "-o", or empty
+  std::string placeholder;  // of the value; empty for flags
+  std::string help;
+  ValueKind kind = ValueKind::kNone;
+  bool is_positional = false;
+  bool is_required = false;
+  bool repeats = false;
+};
+
+/// Declares the options of one command. The targets have to live until the command has run.
+class Options {
+ public:
+  explicit Options(CLI::App& command) : command_(&command) {}
+
+  /// A file name, which must not be empty. `name` is "FILE" for a positional argument, else "-o,--output" or
+  /// "--map".
+  Option file(const char* name, const char* placeholder, std::string& target, ValueKind kind,
+              const char* help);
+  Option file(const char* name, const char* placeholder, std::optional<std::string>& target, ValueKind kind,
+              const char* help);
+  Option files(const char* name, std::vector<std::string>& target, ValueKind kind, const char* help);
+
+  Option flag(const char* name, bool& target, const char* help);
+  Option text(const char* name, const char* placeholder, std::string& target, const char* help);
+
+  /// A decimal number from `least` on.
+  Option number(const char* name, const char* placeholder, int least, int& target, const char* help);
+  Option number(const char* name, const char* placeholder, std::uint64_t& target, const char* help);
+  /// Several numbers from 1 on, in the order of the command line.
+  Option numbers(const char* name, const char* placeholder, std::vector<int>& target, const char* help);
+
+  /// One of a few words.
+  template <typename Value, typename Target>
+  Option choice(const char* name, const std::vector<std::pair<std::string, Value>>& choices, Target& target,
+                const char* help) {
+    std::vector<std::string> words;
+    words.reserve(choices.size());
+    for (const auto& [word, value] : choices) words.push_back(word);
+    return choice_of(
+        name, words, [choices, &target](std::size_t k) { target = choices[k].second; }, help);
+  }
+
+  /// A format by name.
+  Option format(const char* name, const formats::Format*& target, const char* help);
+
+  /// Options of which exactly one must be given.
+  Options one_of(const char* title, const char* description);
+
+  /// All options of the command as CLI11 knows them, in order.
+  [[nodiscard]] std::vector<OptionDescription> descriptions() const;
+
+ private:
+  using Kinds = std::map<const CLI::Option*, ValueKind>;
+
+  Options(CLI::App& command, std::shared_ptr<Kinds> kinds) : command_(&command), kinds_(std::move(kinds)) {}
+
+  Option choice_of(const char* name, const std::vector<std::string>& words,
+                   const std::function<void(std::size_t)>& store, const char* help);
+  Option with_kind(CLI::Option* option, ValueKind kind);
+
+  CLI::App* command_;
+  std::shared_ptr<Kinds> kinds_ = std::make_shared<Kinds>();
+};
 
 }  // namespace quillon::tool

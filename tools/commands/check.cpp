@@ -1,75 +1,112 @@
 #include <unistd.h>
 
-#include "formats/load.h"
+#include <memory>
+
+#include "formats/formats.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/cli/console.h"
-#include "tools/cli/isolate.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
-// The symmetry check ends the process for some hypergraphs that are not symmetric, and returns for others.
+using formats::Record;
+using formats::SmallNets;
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  bool symmetric = false;
+  bool json = false;
+  bool keep_small_nets = false;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon check circuit.qhg
+  quillon check --symmetric matrix.qhg && echo pattern is symmetric
+
+Prints one line a file on standard output, and errors on standard error.)";
+
+void drop(const char* /*text*/) {}
+
+// The symmetry check returns for some hypergraphs that are not symmetric, and is fatal for others.
 bool is_symmetric(const Hypergraph& h) {
-  return run_isolated(Output::kHidden,
-                      [&h] { return CheckSymmetryinHypergraph(&h, 0) == 1 ? kFine : kFinding; }) == kFine;
+  const DivertedOutput diverted(drop);
+  try {
+    return CheckSymmetryinHypergraph(&h, 0) == 1;
+  } catch (const FatalError&) {
+    return false;
+  }
 }
 
-void say_why_not_symmetric(const Hypergraph& h) {
-  run_isolated(Output::kOnStandardError, [&h] {
-    CheckSymmetryinHypergraph(&h, 1);
-    uprintf("\n");
-    return kFinding;
-  });
+void print_asymmetry(const Hypergraph& h) {
+  const DivertedOutput diverted(print_on_standard_error);
+  CheckSymmetryinHypergraph(&h, 1);
+  uprintf("\n");
 }
 
-void print_verdict(const std::string& file, const Loaded& loaded, bool is_symmetric) {
-  const Hypergraph& h = loaded.h;
-  uprintf("%s: %s, %d cells, %d nets, %d pins", shown_name(file).c_str(),
+void print_verdict(const std::string& file, const Record& record, bool is_symmetric) {
+  const Hypergraph& h = record.h;
+  uprintf("%s: %s, %d cells, %d nets, %d pins", printable(STDOUT_FILENO, formats::shown_name(file)).c_str(),
           coloured(STDOUT_FILENO, Colour::kGreen, "ok").c_str(), h._c, h._n, h._p);
-  if (loaded.nsmall_nets > 0) uprintf(", %d nets with one pin or none folded", loaded.nsmall_nets);
+  if (record.nfolded > 0) uprintf(", %d nets with one pin or none folded", record.nfolded);
   uprintf(", %s\n", is_symmetric ? "symmetric" : "not symmetric");
 }
 
-// The totals are those of the reader: summaries recomputed before would hide what is wrong with them.
+// The totals are those of the reader: recomputing the summaries would hide errors in them.
 int check(const std::string& file, const CheckOptions& options) {
-  Loaded loaded;
-  load(loaded, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
-  Hypergraph& h = loaded.h;
-  const int lists = run_isolated(Output::kErrorsOnly, [&h] {
+  Record record;
+  load_own(record, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
+  Hypergraph& h = record.h;
+  {
+    const DivertedOutput diverted(drop);
     CheckListsofHypergraph(&h);
-    return kFine;
-  });
-  if (lists != kFine) return kFinding;
+  }
 
   const bool symmetric = is_symmetric(h);
   if (!symmetric && options.symmetric) {
-    say_why_not_symmetric(h);
+    print_asymmetry(h);
     return kFinding;
   }
   if (options.json)
-    print_check_json(file, loaded, symmetric);
+    print_check_json(file, record, symmetric);
   else if (!quiet())
-    print_verdict(file, loaded, symmetric);
-  return kFine;
+    print_verdict(file, record, symmetric);
+  return kSuccess;
 }
 
 void print_failure(const std::string& file, const CheckOptions& options) {
   if (options.json)
     print_failure_json("check", file);
   else
-    uprintf("%s: %s\n", shown_name(file).c_str(), coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());
+    uprintf("%s: %s\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str(),
+            coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());
 }
-
-}  // namespace
 
 int run(const CheckOptions& options) {
   return for_each_file(
       options.files, [&](const std::string& file) { return check(file, options); },
       [&](const std::string& file) { print_failure(file, options); });
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<CheckOptions>();
+  add_own_files(options, chosen->files);
+  options.flag("--symmetric", chosen->symmetric,
+               "Require a symmetric pattern: cell j is on net i exactly when cell i is on net j");
+  add_json(options, chosen->json);
+  add_keep_small_nets(options, chosen->keep_small_nets);
+  return [chosen] { return run(*chosen); };
+}
+
+}  // namespace
+
+Command check_command() {
+  return {"check", "Verify files: counts, both sides, totals, symmetry", kNotes, declare};
 }
 
 }  // namespace quillon::tool

@@ -1,30 +1,46 @@
-#include <cstdio>
+#include <memory>
 
-#include "formats/load.h"
+#include "formats/formats.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
+using formats::SmallNets;
+
+struct DumpOptions {
+  std::string file;
+  std::vector<int> nets;
+  std::vector<int> cells;
+  bool keep_small_nets = false;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon dump circuit.qhg
+  quillon dump circuit.qhg --net 7 --net 9 --cell 3
+
+Cells and nets are numbered from 1. Nets are numbered as in memory: in a file with nets of one pin or none, use
+--keep-small-nets for the numbers of the file.)";
+
 bool all_exist(const std::vector<int>& numbers, int count, const char* what, const std::string& file) {
   for (const int number : numbers) {
     if (number <= count) continue;
-    std::fprintf(stderr, "%sthere is no %s %d in '%s', which has %d\n", error_prefix().c_str(), what, number,
-                 file.c_str(), count);
+    print_usage_error("there is no " + std::string(what) + " " + std::to_string(number) + " in '" + file +
+                      "', which has " + std::to_string(count));
     return false;
   }
   return true;
 }
 
-}  // namespace
-
 int run(const DumpOptions& options) {
-  Loaded loaded;
-  load(loaded, options.file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
-  Hypergraph& h = loaded.h;
+  formats::Record record;
+  load_own(record, options.file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  Hypergraph& h = record.h;
   if (!all_exist(options.nets, h._n, "net", options.file) ||
       !all_exist(options.cells, h._c, "cell", options.file))
     return kUsage;
@@ -35,7 +51,22 @@ int run(const DumpOptions& options) {
     PrintHypergraph(&h);
     uprintf("\n");
   }
-  return kFine;
+  return kSuccess;
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<DumpOptions>();
+  add_own_file(options, "FILE", chosen->file);
+  options.numbers("--net", "J", chosen->nets, "Print the pins of net J");
+  options.numbers("--cell", "I", chosen->cells, "Print the nets of cell I");
+  add_keep_small_nets(options, chosen->keep_small_nets);
+  return [chosen] { return run(*chosen); };
+}
+
+}  // namespace
+
+Command dump_command() {
+  return {"dump", "Print a hypergraph, or some of its nets and cells", kNotes, declare};
 }
 
 }  // namespace quillon::tool

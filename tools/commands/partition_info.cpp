@@ -1,29 +1,54 @@
 #include <algorithm>
-#include <cstdio>
+#include <memory>
 
 #include "formats/formats.h"
+#include "formats/notes.h"
+#include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/partition.h"
-#include "tools/cli/isolate.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
+struct PartitionInfoOptions {
+  std::string hypergraph;
+  std::string part_file;
+  const formats::Format* from = nullptr;
+  int nparts = 0;  // 0: as many as the file needs
+  std::string write;
+  bool one_per_line = false;
+  bool json = false;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon partition-info circuit.qhg circuit.part.8
+  quillon partition-info circuit.hgr circuit.part.8 -k 8 --write circuit.parts
+  quillon partition-info circuit.qhg circuit.parts --write other.part --one-per-line
+
+PARTFILE has a part number for each cell, from 0, with any white space between them. The hypergraph can have any format
+that convert reads.
+
+With L the number of parts that the pins of a net of weight w lie in, over the nets with L > 1: the cut is the sum of
+w, the connectivity minus one that of w (L - 1), the sum of external degrees that of w L. The imbalance is the weight
+of the heaviest part divided by the average, minus 1.)";
+
 void report(const PartitionInfoOptions& options, const Hypergraph& h, const std::vector<int>& parts,
             int nparts) {
-  const PartSizes sizes = part_sizes(h, parts, nparts);
-  const CutSizes cut = cut_sizes(h, parts, nparts);
+  const measures::PartSizes sizes = measures::part_sizes(h, parts, nparts);
+  const measures::CutSizes cut = measures::cut_sizes(h, parts, nparts);
   if (options.json) {
     print_partition_json(options.hypergraph, options.part_file, h, sizes, cut);
     return;
   }
-  uprintf("%s: %d cells, %d nets, %d pins in %s\n", shown_name(options.hypergraph).c_str(), h._c, h._n, h._p,
-          counted(nparts, "part").c_str());
+  uprintf("%s: %d cells, %d nets, %d pins in %s\n", formats::shown_name(options.hypergraph).c_str(), h._c,
+          h._n, h._p, formats::counted(nparts, "part").c_str());
   uprintf("%10s %10s %14s\n", "part", "cells", "weight");
   for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
     uprintf("%10zu %10lld %14lld\n", part, static_cast<long long>(sizes.ncells[part]),
@@ -35,35 +60,49 @@ void report(const PartitionInfoOptions& options, const Hypergraph& h, const std:
   uprintf("imbalance                %.6f\n", imbalance(sizes));
 }
 
-void write_one_per_line(const std::vector<int>& parts, const char* filename) {
-  std::FILE* const file = ufopen(filename, "w", "quillon partition-info: parts");
-  for (std::size_t i = 1; i < parts.size(); ++i) std::fprintf(file, "%d\n", parts[i]);
-  ufclose(file);
-}
-
 void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts) {
-  Outputs outputs;
-  stage(outputs, options.write, [&](const char* filename) {
+  formats::Outputs outputs;
+  outputs.write(options.write, [&](const char* filename) {
     if (options.one_per_line)
-      write_one_per_line(parts, filename);
+      formats::write_parts_by_line(parts, filename);
     else
       write_partvec(static_cast<int>(parts.size()) - 1, parts.data(), filename);
   });
-  publish(outputs);
+  outputs.publish();
+}
+
+int run(const PartitionInfoOptions& options) {
+  formats::refuse_to_replace({options.hypergraph}, options.write);
+  formats::Record record;
+  formats::load(record, options.hypergraph, options.from);
+  const Hypergraph& h = record.h;
+  const std::vector<int> parts = formats::read_parts(options.part_file, h._c, options.nparts);
+  const int nparts = options.nparts > 0 ? options.nparts : *std::max_element(parts.begin(), parts.end()) + 1;
+  if (!options.write.empty()) rewrite(options, parts);
+  print_beside(options.write, [&] { report(options, h, parts, nparts); });
+  return kSuccess;
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<PartitionInfoOptions>();
+  add_hypergraph(options, chosen->hypergraph);
+  options
+      .file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
+            "Part numbers of the cells; - is standard input")
+      .required();
+  options.format("--from", chosen->from, "Format of HYPERGRAPH, if its suffix does not tell");
+  add_nparts(options, chosen->nparts);
+  const Option write = options.file("--write", "FILE", chosen->write, ValueKind::kFile,
+                                    "Write the partition, 100 numbers a line");
+  options.flag("--one-per-line", chosen->one_per_line, "Write one number a line").needs(write);
+  add_json(options, chosen->json);
+  return [chosen] { return run(*chosen); };
 }
 
 }  // namespace
 
-int run(const PartitionInfoOptions& options) {
-  refuse_to_replace({options.hypergraph}, options.write);
-  Loaded loaded;
-  load_any(loaded, options.hypergraph, options.from);
-  const Hypergraph& h = loaded.h;
-  const std::vector<int> parts = read_parts(options.part_file, h._c, options.nparts);
-  const int nparts = options.nparts > 0 ? options.nparts : *std::max_element(parts.begin(), parts.end()) + 1;
-  if (!options.write.empty()) rewrite(options, parts);
-  print_beside(options.write, [&] { report(options, h, parts, nparts); });
-  return kFine;
+Command partition_info_command() {
+  return {"partition-info", "Measure a partition: sizes of its parts, cut, balance", kNotes, declare};
 }
 
 }  // namespace quillon::tool

@@ -1,15 +1,37 @@
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 
-#include "formats/load.h"
+#include "formats/formats.h"
 #include "formats/sink.h"
+#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
-#include "tools/cli/isolate.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
+
+struct PruneOptions {
+  std::string in;
+  std::string out;
+  int max_size = 0;
+  bool shuffle = false;
+  std::uint64_t seed = 0;
+  std::string map;
+  std::string set_aside;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon prune circuit.qhg -o small.qhg --max-size 50
+  quillon prune circuit.qhg -o small.qhg --max-size 50 --set-aside big.qhg --map origin.txt
+  quillon prune circuit.qhg -o small.qhg --max-size 50 --shuffle --seed 7
+
+Nets of 2 to N - 1 pins are kept. Nets of one pin or none are dropped.
+--map writes a line for each net kept ("net NEW OLD"), each net set aside ("aside NEW OLD") and each cell
+("cell NEW OLD"); numbers count from 1.)";
 
 // A pruning copy and what comes with it. The record is in the pools.
 struct Pruned {
@@ -48,14 +70,14 @@ Pruned prune(Hypergraph& source, const PruneOptions& options) {
   return pruned;
 }
 
-// Tally of the nets that stand at first .. last of the order and have at least one pin, or none at all.
+// Tally of the nets at first .. last of the order that have pins, or that have none.
 Tally tally(const Hypergraph& source, const Pruned& pruned, int first, int last, bool with_pins) {
   Tally sum;
   for (int i = first; i <= last; ++i) {
     const Net& net = source._nlst[pruned.netorder[static_cast<std::size_t>(i)]];
-    if ((size_of(net) > 0) != with_pins) continue;
+    if ((net_size(net) > 0) != with_pins) continue;
     ++sum.nnets;
-    sum.npins += size_of(net);
+    sum.npins += net_size(net);
     sum.weight += net.w;
   }
   return sum;
@@ -102,28 +124,46 @@ void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
   write_hypergraph(&aside, filename, 1, fmt);
 }
 
-}  // namespace
-
 int run(const PruneOptions& options) {
-  refuse_to_replace({options.in}, options.map);
-  refuse_to_replace({options.in}, options.set_aside);
-  Loaded source;
-  load(source, options.in, SmallNets::kKeep, false);
+  formats::refuse_to_replace({options.in}, options.map);
+  formats::refuse_to_replace({options.in}, options.set_aside);
+  formats::Record source;
+  load_own(source, options.in, formats::SmallNets::kKeep, false);
   const int fmt = source.h._fmt;
   const Pruned pruned = prune(source.h, options);
 
-  Outputs outputs;
-  stage(outputs, options.out, [&](const char* filename) { write_hypergraph(pruned.h, filename, 1, fmt); });
+  formats::Outputs outputs;
+  outputs.write(options.out, [&](const char* filename) { write_hypergraph(pruned.h, filename, 1, fmt); });
   if (!options.set_aside.empty())
-    stage(outputs, options.set_aside, [&](const char* filename) { write_set_aside(pruned, fmt, filename); });
+    outputs.write(options.set_aside, [&](const char* filename) { write_set_aside(pruned, fmt, filename); });
   if (!options.map.empty())
-    stage(outputs, options.map, [&](const char* filename) { write_map(pruned, filename); });
-  publish(outputs);
+    outputs.write(options.map, [&](const char* filename) { write_map(pruned, filename); });
+  outputs.publish();
 
   print_beside(options.out, [&] { report(source.h, pruned); });
   destroy_hypergraph_data(pruned.h);
   destroy_hypergraph(pruned.h);
-  return kFine;
+  return kSuccess;
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<PruneOptions>();
+  add_own_file(options, "IN", chosen->in);
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "File for the nets kept").required();
+  options.number("--max-size", "N", 1, chosen->max_size, "Set nets of N pins or more aside").required();
+  const Option shuffle =
+      options.flag("--shuffle", chosen->shuffle, "Put nets, cells and the pins of each net in random order");
+  add_seed(options, chosen->seed, shuffle);
+  options.file("--map", "FILE", chosen->map, ValueKind::kFile, "Write the origin of each net and cell");
+  options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kOwnOut,
+               "Write the nets set aside as a hypergraph");
+  return [chosen] { return run(*chosen); };
+}
+
+}  // namespace
+
+Command prune_command() {
+  return {"prune", "Drop nets of fewer than two pins and set big ones aside", kNotes, declare};
 }
 
 }  // namespace quillon::tool

@@ -1,19 +1,43 @@
 #include <algorithm>
-#include <cstdio>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <optional>
 
-#include "formats/load.h"
-#include "formats/scanner.h"
+#include "formats/formats.h"
+#include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "hypergraph/hypergraph.h"
-#include "measures/partition.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
+
+struct ReorderOptions {
+  std::string in;
+  std::string out;
+  std::optional<std::string> by_part;  // exactly one of the three
+  std::optional<std::string> perm;
+  bool random = false;
+  std::uint64_t seed = 0;
+  std::string write_perm;
+  std::string write_inverse;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon reorder circuit.qhg -o mixed.qhg --random --seed 7 --write-perm order.txt
+  quillon reorder circuit.qhg -o other.qhg --perm order.txt
+  quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part
+
+--by-part renumbers cells and nets alike, and requires as many nets as cells; --random and --perm renumber the cells
+and leave the nets in their order.
+
+Orders have one number a line, from 1. When old cell 3 comes first, then old cell 1, then old cell 2:
+  --write-perm writes     3 1 2   line i: the old number of new cell i; --perm reads this
+  --write-inverse writes  2 3 1   line i: the new number of old cell i)";
 
 // Orders are arrays of the module: entry 0 is not used.
 using Order = std::vector<int>;
@@ -24,29 +48,9 @@ Order identity(int count) {
   return order;
 }
 
-Order read_permutation(const std::string& file, int ncells) {
-  Tokenizer tokenizer = open_tokenizer(file);
-  const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells)};
-  constexpr std::size_t kUnseen = std::numeric_limits<std::size_t>::max();
-  Order order = identity(ncells);
-  std::vector<std::size_t> seen_at(order.size(), kUnseen);
-  for (int i = 1; i <= ncells; ++i) {
-    const Token token = next_token(tokenizer);
-    const int cell = as_number(tokenizer, token, cells);
-    std::size_t& seen = seen_at[static_cast<std::size_t>(cell)];
-    if (seen != kUnseen)
-      unexpected(tokenizer, token,
-                 "a cell not named before, which it was on line " + std::to_string(line_of(tokenizer, seen)));
-    seen = token.offset;
-    order[static_cast<std::size_t>(i)] = cell;
-  }
-  expect_end(tokenizer, "the numbers of " + std::to_string(ncells) + " cells");
-  return order;
-}
-
-// Part numbers are replaced by their ranks, so that what is allocated for them depends on how many there are.
-int take_parts(const std::string& file, Hypergraph& h) {
-  const Order part_of = read_parts(file, h._c, std::numeric_limits<int>::max());
+// Part numbers are replaced by their ranks, so that allocations depend on the number of parts.
+int assign_parts(const std::string& file, Hypergraph& h) {
+  const Order part_of = formats::read_parts(file, h._c, std::numeric_limits<int>::max());
   std::vector<int> parts(part_of.begin() + 1, part_of.end());
   std::sort(parts.begin(), parts.end());
   parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
@@ -71,35 +75,40 @@ Order inverse_of(const Order& order) {
   return inverse;
 }
 
-void write_order(const Order& order, const char* filename) {
-  std::FILE* const file = ufopen(filename, "w", "quillon reorder: order");
-  for (std::size_t i = 1; i < order.size(); ++i) std::fprintf(file, "%d\n", order[i]);
-  ufclose(file);
-}
-
 Order chosen_order(const Hypergraph& h, const ReorderOptions& options) {
   if (options.by_part) return order_by_part(h);
-  if (options.perm) return read_permutation(*options.perm, h._c);
+  if (options.perm) return formats::read_permutation(*options.perm, h._c);
   Order order = identity(h._c);
   uSeed(options.seed);
   PermuteInPlace(order.data() + 1, h._c);
   return order;
 }
 
-}  // namespace
+void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, int fmt, const Order& order) {
+  formats::Outputs outputs;
+  outputs.write(options.out, [&](const char* filename) { write_hypergraph(&reordered, filename, 1, fmt); });
+  if (!options.write_perm.empty())
+    outputs.write(options.write_perm,
+                  [&](const char* filename) { formats::write_permutation(order, filename); });
+  if (!options.write_inverse.empty())
+    outputs.write(options.write_inverse,
+                  [&](const char* filename) { formats::write_permutation(inverse_of(order), filename); });
+  outputs.publish();
+}
 
 int run(const ReorderOptions& options) {
   const std::string order_file = options.by_part.value_or(options.perm.value_or(""));
-  refuse_to_replace({order_file}, options.out);
-  refuse_to_replace({options.in}, options.write_perm);
-  refuse_to_replace({options.in}, options.write_inverse);
-  Loaded source;
-  load(source, options.in, SmallNets::kKeep, false);
+  formats::refuse_to_replace({order_file}, options.out);
+  formats::refuse_to_replace({options.in}, options.write_perm);
+  formats::refuse_to_replace({options.in}, options.write_inverse);
+  formats::Record source;
+  load_own(source, options.in, formats::SmallNets::kKeep, false);
   Hypergraph& h = source.h;
-  const int nparts = options.by_part ? take_parts(*options.by_part, h) : 0;
+  const int nparts = options.by_part ? assign_parts(*options.by_part, h) : 0;
   const Order order = chosen_order(h, options);
 
-  Hypergraph nh{};
+  formats::Record reordered;
+  Hypergraph& nh = reordered.h;
   nh._c = h._c;
   nh._n = h._n;
   nh._p = h._p;
@@ -110,18 +119,32 @@ int run(const ReorderOptions& options) {
     Order work = order;
     PermuteHypergraph(&h, &nh, identity(h._n).data(), work.data());
   }
+  write_outputs(options, nh, h._fmt, order);
+  return kSuccess;
+}
 
-  Outputs outputs;
-  stage(outputs, options.out, [&](const char* filename) { write_hypergraph(&nh, filename, 1, h._fmt); });
-  if (!options.write_perm.empty())
-    stage(outputs, options.write_perm, [&](const char* filename) { write_order(order, filename); });
-  if (!options.write_inverse.empty())
-    stage(outputs, options.write_inverse,
-          [&](const char* filename) { write_order(inverse_of(order), filename); });
-  publish(outputs);
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<ReorderOptions>();
+  add_own_file(options, "IN", chosen->in);
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "File for the renumbered hypergraph")
+      .required();
+  Options how = options.one_of("Order", "One of these");
+  how.file("--by-part", "PARTFILE", chosen->by_part, ValueKind::kFile,
+           "Sort by the part numbers in PARTFILE, with any white space between them");
+  how.file("--perm", "FILE", chosen->perm, ValueKind::kFile, "Read the order from FILE");
+  const Option random = how.flag("--random", chosen->random, "Use a random order");
+  add_seed(options, chosen->seed, random);
+  options.file("--write-perm", "FILE", chosen->write_perm, ValueKind::kFile,
+               "Write the old number of each new cell");
+  options.file("--write-inverse", "FILE", chosen->write_inverse, ValueKind::kFile,
+               "Write the new number of each old cell");
+  return [chosen] { return run(*chosen); };
+}
 
-  free_hypergraph(&nh);
-  return kFine;
+}  // namespace
+
+Command reorder_command() {
+  return {"reorder", "Renumber the cells: by part, at random or as a file says", kNotes, declare};
 }
 
 }  // namespace quillon::tool

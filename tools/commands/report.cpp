@@ -1,28 +1,50 @@
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include "formats/formats.h"
+#include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
-#include "measures/partition.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "tools/report/html_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
-// Where a file lies is nothing for those who get the page.
+struct ReportOptions {
+  std::string hypergraph;
+  std::string part_file;
+  std::string out;
+  std::string title;
+  const formats::Format* from = nullptr;
+  int nparts = 0;  // 0: as many as the file needs
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon report circuit.qhg -o circuit.html
+  quillon report circuit.hgr circuit.part.8 -o circuit.html
+  quillon convert matrix.mtx.gz - --to quillon | quillon report - -o - > matrix.html
+
+The page shows counts, distributions, weights, a picture of the pins, the largest nets and, with a partition, its
+balance, its cut and the nets between its parts. It needs neither scripts nor a network. Nets of one pin or none are
+kept. The hypergraph can have any format that convert reads.)";
+
+// Shows a file name without its folder.
 std::string name_of(const std::string& file) {
-  return file == "-" ? shown_name(file) : std::filesystem::path(file).filename().string();
+  return file == "-" ? formats::shown_name(file) : std::filesystem::path(file).filename().string();
 }
 
 std::optional<Partition> read_partition(const ReportOptions& options, int ncells) {
   if (options.part_file.empty()) return std::nullopt;
   Partition partition{name_of(options.part_file), {}, options.nparts};
-  partition.parts = read_parts(options.part_file, ncells, options.nparts);
+  partition.parts = formats::read_parts(options.part_file, ncells, options.nparts);
   if (options.nparts == 0)
     partition.nparts = *std::max_element(partition.parts.begin(), partition.parts.end()) + 1;
   return partition;
@@ -34,20 +56,38 @@ void write_page(const std::string& page, const char* filename) {
   ufclose(file);
 }
 
+int run(const ReportOptions& options) {
+  formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
+  formats::Record record;
+  formats::load(record, options.hypergraph, options.from);
+  const std::optional<Partition> partition = read_partition(options, record.h._c);
+  const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
+  const std::string page = html_page(title, record.h, partition);
+
+  formats::Outputs outputs;
+  outputs.write(options.out, [&page](const char* filename) { write_page(page, filename); });
+  outputs.publish();
+  return kSuccess;
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<ReportOptions>();
+  add_hypergraph(options, chosen->hypergraph);
+  const Option part_file = options.file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
+                                        "Part numbers of the cells, if there is a partition");
+  options
+      .file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "File for the page; - is standard output")
+      .required();
+  options.format("--from", chosen->from, "Format of HYPERGRAPH, if its suffix does not tell");
+  add_nparts(options, chosen->nparts).needs(part_file);
+  options.text("--title", "TEXT", chosen->title, "Heading of the page (default: name of the file)");
+  return [chosen] { return run(*chosen); };
+}
+
 }  // namespace
 
-int run(const ReportOptions& options) {
-  refuse_to_replace({options.hypergraph, options.part_file}, options.out);
-  Loaded loaded;
-  load_any(loaded, options.hypergraph, options.from);
-  const std::optional<Partition> partition = read_partition(options, loaded.h._c);
-  const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
-  const std::string page = html_page(title, loaded.h, partition);
-
-  Outputs outputs;
-  stage(outputs, options.out, [&page](const char* filename) { write_page(page, filename); });
-  publish(outputs);
-  return kFine;
+Command report_command() {
+  return {"report", "Make an HTML page with charts of a hypergraph", kNotes, declare};
 }
 
 }  // namespace quillon::tool

@@ -1,16 +1,40 @@
 #include <cstdio>
+#include <memory>
 
-#include "formats/load.h"
+#include "formats/formats.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/figures.h"
-#include "tools/cli/isolate.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/common_options.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
+
+using formats::Record;
+using formats::SmallNets;
+
+struct StatsOptions {
+  std::vector<std::string> files;
+  bool table = false;
+  bool header = false;
+  bool summary = false;
+  bool json = false;
+  bool keep_small_nets = false;
+};
+
+constexpr const char* kNotes = R"(
+Examples:
+  quillon stats circuit.qhg
+  quillon stats --table --header a.qhg b.qhg > table.tsv
+  quillon stats --json circuit.qhg | jq .net_size.maximum
+  zcat circuit.qhg.gz | quillon stats --summary -
+
+Columns of --table ("min" is the minimum of the values above 0):
+  cells nets pins, then of the cell degree: avg std cov min zero max, the same of the net size,
+  then of the cell weight: min max total, the same of the net weight.)";
 
 constexpr const char* kColumns =
     "cells\tnets\tpins\tdeg_avg\tdeg_std\tdeg_cov\tdeg_min\tdeg_zero\tdeg_max\t"
@@ -18,38 +42,56 @@ constexpr const char* kColumns =
     "cellw_min\tcellw_max\tcellw_total\tnetw_min\tnetw_max\tnetw_total\n";
 
 int report(const std::string& file, const StatsOptions& options) {
-  Loaded loaded;
-  load(loaded, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
-  Hypergraph& h = loaded.h;
+  Record record;
+  load_own(record, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  Hypergraph& h = record.h;
   set_hypergraph_infos(&h);
 
   if (options.json) {
-    print_stats_json(file, loaded, figures_of(h));
-    return kFine;
+    print_stats_json(file, record, measures::figures_of(h));
+    return kSuccess;
   }
   if (options.table) {
     prinfo_hypergraph(&h);
-  } else {
-    if (options.files.size() > 1) uprintf("%s:\n", shown_name(file).c_str());
-    if (options.summary)
-      uprintf("%s", HygrInfo(&h));
-    else
-      pr_detailinfo_hypergraph(&h);
+    return kSuccess;
   }
-  return kFine;
+  if (options.files.size() > 1) uprintf("%s:\n", formats::shown_name(file).c_str());
+  if (options.summary)
+    uprintf("%s", HygrInfo(&h));
+  else
+    pr_detailinfo_hypergraph(&h);
+  return kSuccess;
 }
 
-}  // namespace
+void print_failure(const std::string& file, const StatsOptions& options) {
+  if (options.json) print_failure_json("stats", file);
+  print_error(formats::shown_name(file) + ": skipped (see the error above)");
+}
 
 int run(const StatsOptions& options) {
   if (options.header) uprintf("%s", kColumns);
   return for_each_file(
       options.files, [&options](const std::string& file) { return report(file, options); },
-      [&options](const std::string& file) {
-        if (options.json) print_failure_json("stats", file);
-        std::fprintf(stderr, "quillon: error: %s: not reported, because of the error above\n",
-                     shown_name(file).c_str());
-      });
+      [&options](const std::string& file) { print_failure(file, options); });
+}
+
+std::function<int()> declare(Options& options) {
+  auto chosen = std::make_shared<StatsOptions>();
+  add_own_files(options, chosen->files);
+  const Option table =
+      options.flag("--table", chosen->table, "Print one line of 21 tab-separated fields a file");
+  options.flag("--header", chosen->header, "Print the column names of --table first").needs(table);
+  const Option summary =
+      options.flag("--summary", chosen->summary, "Print a summary of two lines a file").excludes(table);
+  add_json(options, chosen->json).excludes(table).excludes(summary);
+  add_keep_small_nets(options, chosen->keep_small_nets);
+  return [chosen] { return run(*chosen); };
+}
+
+}  // namespace
+
+Command stats_command() {
+  return {"stats", "Report counts, degrees, net sizes and weights", kNotes, declare};
 }
 
 }  // namespace quillon::tool

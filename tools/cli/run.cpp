@@ -1,0 +1,146 @@
+#include "tools/cli/run.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "formats/findings.h"
+#include "formats/sink.h"
+#include "tools/cli/console.h"
+#include "tools/cli/progress.h"
+#include "util/scope.h"
+
+namespace quillon::tool {
+namespace {
+
+constexpr const char* kOutOfMemory = "out of memory";
+
+[[noreturn]] void throw_fatal_error(const char* message) { throw FatalError(message); }
+
+// For exceptions that nobody can catch: out of memory in a function that must not throw.
+[[noreturn]] void end_program() {
+  formats::remove_temporary_files();
+  const char* reason = kOutOfMemory;
+  try {
+    if (std::current_exception()) throw;
+  } catch (const std::bad_alloc&) {
+  } catch (const std::exception& error) {
+    reason = error.what();
+  }
+  std::fprintf(stderr, "quillon: error: %s\n", reason);
+  std::_Exit(kFinding);
+}
+
+extern "C" void remove_files_and_end(int signal) {
+  formats::remove_temporary_files();
+  std::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
+// A signal that the caller has the program ignore, as nohup does, stays ignored.
+void handle(int signal) {
+  struct sigaction before {};
+  sigaction(signal, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) std::signal(signal, remove_files_and_end);
+}
+
+void print(const std::exception& error) {
+  if (const auto* const bad_file = dynamic_cast<const formats::BadFile*>(&error);
+      bad_file != nullptr && bad_file->finding().line > 0) {
+    print_finding(bad_file->what());
+  } else if (bad_file != nullptr) {
+    print_error(bad_file->finding().message);
+  } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
+    print_error(kOutOfMemory);
+  } else {
+    print_error(error.what());
+  }
+}
+
+void print_with_causes(const std::exception& error) {
+  try {
+    std::rethrow_if_nested(error);
+  } catch (const std::exception& cause) {
+    print_with_causes(cause);
+  }
+  print(error);
+}
+
+}  // namespace
+
+FatalError::FatalError(const char* message) noexcept : short_message_{} {
+  std::strncpy(short_message_, message, sizeof short_message_ - 1);
+  try {
+    message_ = message;
+  } catch (const std::bad_alloc&) {
+    message_.clear();
+  }
+}
+
+const char* FatalError::what() const noexcept { return message_.empty() ? short_message_ : message_.c_str(); }
+
+void install_handlers() {
+  static ProgressWatcher watcher;
+  formats::set_watcher(&watcher);
+  set_fatal_handler(throw_fatal_error);
+  set_warning_handler(print_warning);
+  std::set_terminate(end_program);
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) handle(signal);
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that reaches its size limit is an error like a full disk
+}
+
+void print_current_exception() {
+  std::fflush(stdout);
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    print_with_causes(error);
+  }
+}
+
+int run_guarded(const std::function<int()>& work) {
+  const Scope scope;
+  try {
+    return work();
+  } catch (const UsageError&) {
+    throw;
+  } catch (const OutputError&) {
+    throw;
+  } catch (...) {
+    print_current_exception();
+    return kFinding;
+  }
+}
+
+int for_each_file(const std::vector<std::string>& files, const std::function<int(const std::string&)>& work,
+                  const std::function<void(const std::string&)>& failed) {
+  int worst = kSuccess;
+  for (const std::string& file : files) {
+    const int status = run_guarded([&] { return work(file); });
+    if (status != kSuccess) failed(file);
+    flush_output();
+    worst = std::max(worst, status);
+  }
+  return worst;
+}
+
+void print_beside(const std::string& target, const std::function<void()>& print) {
+  if (!formats::is_standard_output(target)) return print();
+  const DivertedOutput diverted(print_on_standard_error);
+  print();
+}
+
+void flush_output() {
+  errno = 0;
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    throw OutputError(std::string("cannot write standard output: ") +
+                      (errno != 0 ? std::strerror(errno) : "an earlier write failed"));
+}
+
+}  // namespace quillon::tool
