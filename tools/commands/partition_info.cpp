@@ -8,22 +8,22 @@
 #include "measures/partition.h"
 #include "tools/cli/isolate.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/part_file.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
-void report(const PartitionInfoOptions& options, const Hypergraph& h, const std::vector<int>& parts,
-            int nparts) {
-  const PartSizes sizes = part_sizes(h, parts, nparts);
-  const CutSizes cut = cut_sizes(h, parts, nparts);
+void report(const PartitionInfoOptions& options, const Hypergraph& h, const measures::Partition& partition) {
+  const measures::PartSizes sizes = measures::part_sizes(h, partition);
+  const measures::CutSizes cut = measures::cut_sizes(h, partition);
   if (options.json) {
     print_partition_json(options.hypergraph, options.part_file, h, sizes, cut);
     return;
   }
   uprintf("%s: %d cells, %d nets, %d pins in %s\n", shown_name(options.hypergraph).c_str(), h._c, h._n, h._p,
-          counted(nparts, "part").c_str());
+          counted(partition.nparts, "part").c_str());
   uprintf("%10s %10s %14s\n", "part", "cells", "weight");
   for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
     uprintf("%10zu %10lld %14lld\n", part, static_cast<long long>(sizes.ncells[part]),
@@ -32,7 +32,7 @@ void report(const PartitionInfoOptions& options, const Hypergraph& h, const std:
   uprintf("cut                      %lld\n", static_cast<long long>(cut.cut));
   uprintf("connectivity minus one   %lld\n", static_cast<long long>(cut.connectivity_minus_one));
   uprintf("sum of external degrees  %lld\n", static_cast<long long>(cut.sum_of_external_degrees));
-  uprintf("imbalance                %.6f\n", imbalance(sizes));
+  uprintf("imbalance                %.6f\n", measures::imbalance(sizes));
 }
 
 void write_one_per_line(const std::vector<int>& parts, const char* filename) {
@@ -59,10 +59,11 @@ int run(const PartitionInfoOptions& options) {
   Loaded loaded;
   load_any(loaded, options.hypergraph, options.from);
   const Hypergraph& h = loaded.h;
-  const std::vector<int> parts = read_parts(options.part_file, h._c, options.nparts);
-  const int nparts = options.nparts > 0 ? options.nparts : *std::max_element(parts.begin(), parts.end()) + 1;
-  if (!options.write.empty()) rewrite(options, parts);
-  print_beside(options.write, [&] { report(options, h, parts, nparts); });
+  measures::Partition partition{read_parts(options.part_file, h._c, options.nparts), options.nparts};
+  if (options.nparts == 0)
+    partition.nparts = *std::max_element(partition.parts.begin(), partition.parts.end()) + 1;
+  if (!options.write.empty()) rewrite(options, partition.parts);
+  print_beside(options.write, [&] { report(options, h, partition); });
   return kFine;
 }
 

@@ -8,8 +8,8 @@
 #include "formats/scanner.h"
 #include "formats/sink.h"
 #include "hypergraph/hypergraph.h"
-#include "measures/partition.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/part_file.h"
 #include "util/util.h"
 
 namespace quillon::tool {

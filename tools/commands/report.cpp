@@ -8,6 +8,7 @@
 #include "hypergraph/hypergraph.h"
 #include "measures/partition.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/part_file.h"
 #include "tools/report/html_report.h"
 #include "util/util.h"
 
@@ -19,10 +20,9 @@ std::string name_of(const std::string& file) {
   return file == "-" ? shown_name(file) : std::filesystem::path(file).filename().string();
 }
 
-std::optional<Partition> read_partition(const ReportOptions& options, int ncells) {
+std::optional<measures::Partition> read_partition(const ReportOptions& options, int ncells) {
   if (options.part_file.empty()) return std::nullopt;
-  Partition partition{name_of(options.part_file), {}, options.nparts};
-  partition.parts = read_parts(options.part_file, ncells, options.nparts);
+  measures::Partition partition{read_parts(options.part_file, ncells, options.nparts), options.nparts};
   if (options.nparts == 0)
     partition.nparts = *std::max_element(partition.parts.begin(), partition.parts.end()) + 1;
   return partition;
@@ -40,9 +40,9 @@ int run(const ReportOptions& options) {
   refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   Loaded loaded;
   load_any(loaded, options.hypergraph, options.from);
-  const std::optional<Partition> partition = read_partition(options, loaded.h._c);
+  const std::optional<measures::Partition> partition = read_partition(options, loaded.h._c);
   const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
-  const std::string page = html_page(title, loaded.h, partition);
+  const std::string page = html_page(title, loaded.h, partition, name_of(options.part_file));
 
   Outputs outputs;
   stage(outputs, options.out, [&page](const char* filename) { write_page(page, filename); });

@@ -24,7 +24,7 @@ int report(const std::string& file, const StatsOptions& options) {
   set_hypergraph_infos(&h);
 
   if (options.json) {
-    print_stats_json(file, loaded, figures_of(h));
+    print_stats_json(file, loaded, measures::figures_of(h));
     return kFine;
   }
   if (options.table) {

@@ -33,7 +33,7 @@ void add_counts(Json& json, const Hypergraph& h) {
 // Null stands where there is nothing to have a figure.
 Json known(bool is_known, int value) { return is_known ? Json(value) : Json(); }
 
-Json lengths_json(const Lengths& lengths) {
+Json lengths_json(const measures::Lengths& lengths) {
   const bool is_known = lengths.count > 0;
   Json json{{"average", lengths.average},
             {"standard_deviation", lengths.deviation},
@@ -48,7 +48,7 @@ Json lengths_json(const Lengths& lengths) {
   return json;
 }
 
-Json weights_json(const Weights& weights, bool is_known) {
+Json weights_json(const measures::Weights& weights, bool is_known) {
   return {{"minimum", known(is_known, weights.min)},
           {"maximum", known(is_known, weights.max)},
           {"total", weights.total}};
@@ -56,7 +56,7 @@ Json weights_json(const Weights& weights, bool is_known) {
 
 }  // namespace
 
-void print_stats_json(const std::string& file, const Loaded& loaded, const Figures& figures) {
+void print_stats_json(const std::string& file, const Loaded& loaded, const measures::Figures& figures) {
   Json json = begin("stats", file, true);
   add_counts(json, loaded.h);
   json["folded"] = {{"nets", loaded.nsmall_nets},
@@ -78,7 +78,7 @@ void print_check_json(const std::string& file, const Loaded& loaded, bool is_sym
 }
 
 void print_partition_json(const std::string& file, const std::string& part_file, const Hypergraph& h,
-                          const PartSizes& sizes, const CutSizes& cut) {
+                          const measures::PartSizes& sizes, const measures::CutSizes& cut) {
   Json json = begin("partition-info", file, true);
   json["partition"] = shown_name(part_file);
   add_counts(json, h);
@@ -89,7 +89,7 @@ void print_partition_json(const std::string& file, const std::string& part_file,
   json["cut"] = cut.cut;
   json["connectivity_minus_one"] = cut.connectivity_minus_one;
   json["sum_of_external_degrees"] = cut.sum_of_external_degrees;
-  json["imbalance"] = imbalance(sizes);
+  json["imbalance"] = measures::imbalance(sizes);
   print_line(json);
 }
 
