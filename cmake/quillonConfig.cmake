@@ -1,9 +1,11 @@
-# quillon::hypergraph and quillon::util, static or shared.
+# quillon::hypergraph, quillon::util, quillon::formats and quillon::measures, static or shared.
 #
 #   find_package(quillon COMPONENTS shared)   or static: that kind, or not found
 #   find_package(quillon)                     the kind that BUILD_SHARED_LIBS asks for; the other if there is just that
 #
-# quillon::hypergraph_static, quillon::hypergraph_shared and the same of util are there whichever was chosen.
+# quillon::hypergraph_static, quillon::hypergraph_shared and the same of the others are there whichever was chosen.
+
+find_package(ZLIB QUIET)  # for programs that link quillon::formats_static
 
 set(quillon_installed_kinds "")
 foreach(kind IN ITEMS static shared)
@@ -33,7 +35,10 @@ foreach(component IN LISTS quillon_FIND_COMPONENTS)
   endif()
 endforeach()
 
-foreach(name IN ITEMS util hypergraph)
+foreach(name IN ITEMS util hypergraph formats measures)
+  if(NOT TARGET quillon::${name}_${quillon_chosen_kind})
+    continue()
+  endif()
   if(NOT TARGET quillon::${name})
     add_library(quillon::${name} ALIAS quillon::${name}_${quillon_chosen_kind})
     continue()

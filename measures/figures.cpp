@@ -2,24 +2,25 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
-namespace quillon::tool {
+#include "hypergraph/detail/lists.h"
+
+namespace quillon::measures {
 namespace {
 
-int length_of(const Cell& cell) { return degree_of(cell); }
-
-int length_of(const Net& net) { return size_of(net); }
-
 template <typename Item>
-std::vector<std::pair<int, int>> distribution_of(const Item* items, int count) {
-  int longest = 0;
-  for (int k = 1; k <= count; ++k) longest = std::max(longest, length_of(items[k]));
-  std::vector<int> counts(static_cast<std::size_t>(longest) + 1, 0);
-  for (int k = 1; k <= count; ++k) ++counts[static_cast<std::size_t>(length_of(items[k]))];
+Distribution length_distribution(const Item* items, int count) {
+  std::vector<int> nitems{0};  // by length
+  for (int k = 1; k <= count; ++k) {
+    const std::size_t length = list_of(items[k]).size();
+    if (length >= nitems.size()) nitems.resize(length + 1);
+    ++nitems[length];
+  }
 
-  std::vector<std::pair<int, int>> distribution;
-  for (int length = 0; length <= longest; ++length)
-    if (const int n = counts[static_cast<std::size_t>(length)]; n > 0) distribution.emplace_back(length, n);
+  Distribution distribution;
+  for (std::size_t length = 0; length < nitems.size(); ++length)
+    if (nitems[length] > 0) distribution.emplace_back(static_cast<int>(length), nitems[length]);
   return distribution;
 }
 
@@ -27,8 +28,9 @@ template <typename Item>
 Lengths lengths_of(const Item* items, int count, int npins) {
   Lengths lengths;
   lengths.count = count;
-  lengths.distribution = distribution_of(items, count);
+  lengths.distribution = length_distribution(items, count);
   lengths.average = static_cast<double>(npins) / count;
+
   double squares = 0;
   for (const auto& [length, n] : lengths.distribution) {
     squares += n * (length - lengths.average) * (length - lengths.average);
@@ -47,18 +49,30 @@ Lengths lengths_of(const Item* items, int count, int npins) {
 template <typename Item>
 Weights weights_of(const Item* items, int count) {
   Weights weights;
-  if (count > 0) weights.min = items[1].w;
+  if (count > 0) weights.min = weights.max = items[1].w;
   for (int k = 1; k <= count; ++k) {
     weights.min = std::min(weights.min, items[k].w);
-    weights.max = k == 1 ? items[k].w : std::max(weights.max, items[k].w);
+    weights.max = std::max(weights.max, items[k].w);
     weights.total += items[k].w;
   }
   return weights;
 }
 
-}  // namespace
+template <typename Item>
+Distribution weight_distribution(const Item* items, int count) {
+  std::vector<int> weights(static_cast<std::size_t>(count));
+  for (int k = 1; k <= count; ++k) weights[static_cast<std::size_t>(k) - 1] = items[k].w;
+  std::sort(weights.begin(), weights.end());
 
-int degree_of(const Cell& cell) { return static_cast<int>(cell.netsend - cell.nets) + 1; }
+  Distribution distribution;
+  for (const int weight : weights) {
+    if (distribution.empty() || distribution.back().first != weight) distribution.emplace_back(weight, 0);
+    ++distribution.back().second;
+  }
+  return distribution;
+}
+
+}  // namespace
 
 Figures figures_of(const Hypergraph& h) {
   return {h._c,
@@ -70,4 +84,8 @@ Figures figures_of(const Hypergraph& h) {
           weights_of(h._nlst, h._n)};
 }
 
-}  // namespace quillon::tool
+Distribution cell_weight_distribution(const Hypergraph& h) { return weight_distribution(h._clst, h._c); }
+
+Distribution net_weight_distribution(const Hypergraph& h) { return weight_distribution(h._nlst, h._n); }
+
+}  // namespace quillon::measures

@@ -1,35 +1,43 @@
 #pragma once
-// The figures that stats, --json and the page report, from the cells and nets of a record.
+/// @file
+/// Figures of a hypergraph: degrees, sizes and weights, each with range, average and spread.
 
 #include <cstdint>
 #include <utility>
 #include <vector>
 
-#include "formats/load.h"
 #include "hypergraph/hypergraph.h"
 
-namespace quillon::tool {
+#ifdef QUILLON_SHARED_BUILD  // what is declared here is what a shared library shows
+#pragma GCC visibility push(default)
+#endif
 
-/// Degrees of the cells or sizes of the nets. Without any, the averages are no numbers and the rest is 0.
+namespace quillon::measures {
+
+/// Values in increasing order, each with the number of items that have it.
+using Distribution = std::vector<std::pair<int, int>>;
+
+/// Degrees of all cells (nets of a cell), or sizes of all nets (pins of a net).
 struct Lengths {
-  int count = 0;
-  int min = 0;
-  int min_above_zero = 0;  // 0 if all are
-  int nzero = 0;
-  int max = 0;
-  double average = 0;
-  double deviation = 0;                           // of the population: divided by the count
-  double variation = 0;                           // the deviation over the average
-  std::vector<std::pair<int, int>> distribution;  // value and how many have it, in increasing order
+  int count = 0;           ///< Number of items. Without any, the averages are NaN and all else is 0.
+  int min = 0;             ///< Smallest length.
+  int min_above_zero = 0;  ///< Smallest length above 0; 0 if there is none.
+  int nzero = 0;           ///< Number of items of length 0.
+  int max = 0;             ///< Largest length.
+  double average = 0;      ///< Number of pins over `count`.
+  double deviation = 0;    ///< Standard deviation of the population: squares are divided by `count`.
+  double variation = 0;    ///< Coefficient of variation: `deviation` over `average`.
+  Distribution distribution;
 };
 
-/// Weights of the cells or the nets, all 0 without any.
+/// Weights of all cells or of all nets; all 0 without any.
 struct Weights {
   int min = 0;
   int max = 0;
-  std::int64_t total = 0;
+  std::int64_t total = 0;  ///< Exact sum, where the record's own sums wrap at 32 bits.
 };
 
+/// The figures of one hypergraph.
 struct Figures {
   int ncells = 0;
   int nnets = 0;
@@ -40,9 +48,24 @@ struct Figures {
   Weights nets;
 };
 
-/// @param h  Both sides built.
+/// Computes the figures of a hypergraph.
+///
+/// @param h   Read only. Needs the lists of both sides, and `_p` as the number of their pins.
+/// @par Cost  O(_c + _n) time; memory for one count a length, up to the longest.
 Figures figures_of(const Hypergraph& h);
 
-int degree_of(const Cell& cell);
+/// Counts the cells of each weight `w`.
+///
+/// @par Cost  O(_c log _c) time, _c ints of memory.
+Distribution cell_weight_distribution(const Hypergraph& h);
 
-}  // namespace quillon::tool
+/// Counts the nets of each weight `w`.
+///
+/// @par Cost  O(_n log _n) time, _n ints of memory.
+Distribution net_weight_distribution(const Hypergraph& h);
+
+}  // namespace quillon::measures
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

@@ -1,42 +1,93 @@
 #pragma once
-// Partitions: a part for every cell, and what the parts make of the nets.
+/// @file
+/// Measures of a partition: sizes and balance of the parts, and the nets that they cut.
+///
+/// The connectivity of a net is the number of parts that its pins lie in; a net of connectivity 2 or more is
+/// cut.
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
 
-namespace quillon::tool {
+#ifdef QUILLON_SHARED_BUILD  // what is declared here is what a shared library shows
+#pragma GCC visibility push(default)
+#endif
 
-/// Reads a part number for every cell, between any white space. Ends the program when one is none, or not
-/// below `nparts`, or when there are more or fewer than cells.
-///
-/// @param nparts  Number of parts, 0 if it is not known: then there are at most as many as cells.
-/// @return        By cell; entry 0 is not used.
-std::vector<int> read_parts(const std::string& file, int ncells, int nparts);
+namespace quillon::measures {
 
-/// Cells and their weights, by part.
+/// The part of every cell.
+struct Partition {
+  std::vector<int> parts;  ///< By cell number, _c + 1 entries, each 0 .. nparts - 1; entry 0 is not read.
+  int nparts = 0;          ///< Number of parts; some may be empty.
+};
+
+/// Sizes of the parts, by part number.
 struct PartSizes {
   std::vector<std::int64_t> ncells;
-  std::vector<std::int64_t> weights;
+  std::vector<std::int64_t> weights;  ///< Sums of the cells' `w`.
 };
 
-/// With L the number of parts that a net's pins lie in, over the nets with L > 1: their number, and the sums
-/// of their weights w times 1, L - 1 and L.
+/// Sums over the cut nets, with w the weight of a net and L its connectivity.
 struct CutSizes {
-  std::int64_t ncut_nets = 0;
-  std::int64_t cut = 0;
-  std::int64_t connectivity_minus_one = 0;
-  std::int64_t sum_of_external_degrees = 0;
+  std::int64_t ncut_nets = 0;                ///< Number of cut nets.
+  std::int64_t cut = 0;                      ///< Sum of w.
+  std::int64_t connectivity_minus_one = 0;   ///< Sum of w (L - 1).
+  std::int64_t sum_of_external_degrees = 0;  ///< Sum of w L.
 };
 
-PartSizes part_sizes(const Hypergraph& h, const std::vector<int>& parts, int nparts);
+/// Weights of the nets between groups of parts; symmetric.
+struct CutMatrix {
+  int nparts = 0;
+  int ngroups = 0;  ///< Groups are runs of parts as in groups.h; with `nparts` groups, parts.
+  std::vector<std::int64_t> weights;  ///< ngroups x ngroups entries, row by row.
 
-CutSizes cut_sizes(const Hypergraph& h, const std::vector<int>& parts, int nparts);
+  /// Weight of the nets with pins in both groups; for `a == b`, of those with all pins in the group. A net
+  /// without pins counts nowhere.
+  ///
+  /// @param a,b  Groups, 0-based.
+  [[nodiscard]] std::int64_t at(int a, int b) const {
+    return weights[static_cast<std::size_t>(a) * static_cast<std::size_t>(ngroups) +
+                   static_cast<std::size_t>(b)];
+  }
+};
 
-/// By how much the heaviest part exceeds the average, as a share of the average; 0 if all weights together
-/// are 0.
+/// Counts and weighs the cells of each part.
+///
+/// @param h    Read only. Needs the cells' weights, no lists.
+/// @return     `partition.nparts` entries each.
+/// @par Errors A vector of another length than _c + 1, or a part out of range, is fatal: "part_sizes: cell %d
+///             is in part %d of %d". The functions below check the same under their own names.
+/// @par Cost   O(_c + nparts).
+PartSizes part_sizes(const Hypergraph& h, const Partition& partition);
+
+/// Sums up the cut nets.
+///
+/// @param h   Read only. Needs the nets' weights and pins.
+/// @par Cost  O(_c + _n + _p + nparts) time, nparts ints of memory.
+CutSizes cut_sizes(const Hypergraph& h, const Partition& partition);
+
+/// By how much the heaviest part exceeds the average weight, as a share of the average: 0 is perfect balance.
+///
+/// @return  max weight / (total weight / number of parts) - 1; 0 if the total is 0.
 double imbalance(const PartSizes& sizes);
 
-}  // namespace quillon::tool
+/// The connectivity of one net: 0 for a net without pins.
+///
+/// @param partition  Not checked: parts must be in range for the net's pins.
+/// @par Cost         O(s log s) time for s pins, s ints of memory.
+int connectivity(const Net& net, const Partition& partition);
+
+/// Weighs the nets between each two parts, or groups of parts if there are more than `most_groups`.
+///
+/// @param h            Read only. Needs the nets' weights and pins.
+/// @param most_groups  Largest number of rows, at least 1.
+/// @par Cost           O(_c + _p + sum of squared connectivities) time, and the matrix.
+CutMatrix cut_matrix(const Hypergraph& h, const Partition& partition, int most_groups);
+
+}  // namespace quillon::measures
+
+#ifdef QUILLON_SHARED_BUILD
+#pragma GCC visibility pop
+#endif

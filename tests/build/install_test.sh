@@ -74,7 +74,7 @@ cmake --build "$place/examples" >"$place/log" || { cat "$place/log"; fail "the e
 "$source_dir/tests/build/run_examples.sh" "$source_dir" "$place/examples"
 
 # Nothing but what the headers declare is to be seen, and one library does not embed the other.
-for library in util hypergraph; do
+for library in util hypergraph measures; do
   nm -DC --defined-only "$libraries/libquillon_$library.so" | sed -E '/ A /d; s/^[0-9a-f]+ . //; s/@@QUILLON_1$//' |
     LC_ALL=C sort | diff "$source_dir/tests/build/exported/$library.txt" - || fail "$library shows other symbols"
 done

@@ -80,7 +80,7 @@ bool keeps_names(const ConvertOptions& options) {
 void warn_about_source(const ConvertOptions& options, const NetLists& lists, const Hypergraph& h) {
   std::vector<std::string> remarks = lists.remarks;
   if (options.to->keeps_repeated_pins && options.from->keeps_repeated_pins)
-    formats::note(remarks, count_repeated_pins(h), "repetition", " of a cell on its net, kept");
+    formats::note(remarks, formats::count_repeated_pins(h), "repetition", " of a cell on its net, kept");
   if (options.from != options.to && options.from->note_oddities != nullptr)
     options.from->note_oddities(h, remarks);
   for (const std::string& remark : remarks)

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <memory>
 
 #include "formats/formats.h"
@@ -10,6 +9,7 @@
 #include "measures/partition.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/part_file.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
@@ -39,16 +39,15 @@ With L the number of parts that the pins of a net of weight w lie in, over the n
 w, the connectivity minus one that of w (L - 1), the sum of external degrees that of w L. The imbalance is the weight
 of the heaviest part divided by the average, minus 1.)";
 
-void report(const PartitionInfoOptions& options, const Hypergraph& h, const std::vector<int>& parts,
-            int nparts) {
-  const measures::PartSizes sizes = measures::part_sizes(h, parts, nparts);
-  const measures::CutSizes cut = measures::cut_sizes(h, parts, nparts);
+void report(const PartitionInfoOptions& options, const Hypergraph& h, const measures::Partition& partition) {
+  const measures::PartSizes sizes = measures::part_sizes(h, partition);
+  const measures::CutSizes cut = measures::cut_sizes(h, partition);
   if (options.json) {
     print_partition_json(options.hypergraph, options.part_file, h, sizes, cut);
     return;
   }
   uprintf("%s: %d cells, %d nets, %d pins in %s\n", formats::shown_name(options.hypergraph).c_str(), h._c,
-          h._n, h._p, formats::counted(nparts, "part").c_str());
+          h._n, h._p, formats::counted(partition.nparts, "part").c_str());
   uprintf("%10s %10s %14s\n", "part", "cells", "weight");
   for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
     uprintf("%10zu %10lld %14lld\n", part, static_cast<long long>(sizes.ncells[part]),
@@ -76,10 +75,9 @@ int run(const PartitionInfoOptions& options) {
   formats::Record record;
   formats::load(record, options.hypergraph, options.from);
   const Hypergraph& h = record.h;
-  const std::vector<int> parts = formats::read_parts(options.part_file, h._c, options.nparts);
-  const int nparts = options.nparts > 0 ? options.nparts : *std::max_element(parts.begin(), parts.end()) + 1;
-  if (!options.write.empty()) rewrite(options, parts);
-  print_beside(options.write, [&] { report(options, h, parts, nparts); });
+  const measures::Partition partition = read_partition(options.part_file, h._c, options.nparts);
+  if (!options.write.empty()) rewrite(options, partition.parts);
+  print_beside(options.write, [&] { report(options, h, partition); });
   return kSuccess;
 }
 

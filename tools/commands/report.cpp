@@ -1,16 +1,15 @@
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "formats/formats.h"
-#include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/part_file.h"
 #include "tools/report/html_report.h"
 #include "util/util.h"
 
@@ -41,15 +40,6 @@ std::string name_of(const std::string& file) {
   return file == "-" ? formats::shown_name(file) : std::filesystem::path(file).filename().string();
 }
 
-std::optional<Partition> read_partition(const ReportOptions& options, int ncells) {
-  if (options.part_file.empty()) return std::nullopt;
-  Partition partition{name_of(options.part_file), {}, options.nparts};
-  partition.parts = formats::read_parts(options.part_file, ncells, options.nparts);
-  if (options.nparts == 0)
-    partition.nparts = *std::max_element(partition.parts.begin(), partition.parts.end()) + 1;
-  return partition;
-}
-
 void write_page(const std::string& page, const char* filename) {
   std::FILE* const file = ufopen(filename, "w", "quillon report: page");
   std::fwrite(page.data(), 1, page.size(), file);
@@ -60,9 +50,10 @@ int run(const ReportOptions& options) {
   formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   formats::Record record;
   formats::load(record, options.hypergraph, options.from);
-  const std::optional<Partition> partition = read_partition(options, record.h._c);
+  std::optional<measures::Partition> partition;
+  if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
   const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
-  const std::string page = html_page(title, record.h, partition);
+  const std::string page = html_page(title, record.h, partition, name_of(options.part_file));
 
   formats::Outputs outputs;
   outputs.write(options.out, [&page](const char* filename) { write_page(page, filename); });

@@ -5,6 +5,7 @@
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/figures.h"
+#include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "tools/report/json_report.h"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "measures/groups.h"
 #include "tools/report/png.h"
 #include "tools/report/text.h"
 
@@ -182,7 +183,7 @@ struct Extent {
 };
 
 // Of what is above 0 between different groups.
-Extent extent_between(const CutMatrix& matrix) {
+Extent extent_between(const measures::CutMatrix& matrix) {
   Extent extent;
   for (int a = 0; a < matrix.ngroups; ++a) {
     for (int b = 0; b < a; ++b) {
@@ -195,7 +196,7 @@ Extent extent_between(const CutMatrix& matrix) {
   return extent;
 }
 
-Shades shades_of(const CutMatrix& matrix, const Extent& extent) {
+Shades shades_of(const measures::CutMatrix& matrix, const Extent& extent) {
   const auto smallest = static_cast<double>(extent.smallest);
   const auto largest = static_cast<double>(extent.largest);
   Shades shades{matrix.ngroups, matrix.ngroups, {}};
@@ -284,8 +285,8 @@ std::string parts_chart(const std::vector<std::int64_t>& weights, const Caption&
   for (std::int64_t tick = 0; static_cast<double>(tick) <= y.last; tick += step)
     svg += y_tick(y, static_cast<double>(tick), tick_label(static_cast<double>(tick)));
   for (int k = 0; k < nbars; ++k) {
-    const int first = group_begin(k, nparts, nbars);
-    const int last = group_begin(k + 1, nparts, nbars) - 1;
+    const int first = measures::group_begin(k, nparts, nbars);
+    const int last = measures::group_begin(k + 1, nparts, nbars) - 1;
     const std::int64_t weight = *std::max_element(weights.begin() + first, weights.begin() + last + 1);
     const double top = std::min(kBottom, y.at(static_cast<double>(weight)));
     const double width = x.at(last + 1) - x.at(first);
@@ -300,7 +301,7 @@ std::string parts_chart(const std::vector<std::int64_t>& weights, const Caption&
   return svg + axis_names(kBottom, "part (dashed: average weight)", "weight") + "</svg>\n";
 }
 
-std::string cut_picture(const CutMatrix& matrix, const Caption& caption) {
+std::string cut_picture(const measures::CutMatrix& matrix, const Caption& caption) {
   constexpr double kForLegend = 30;
   const double bottom = kTop + kPlotWidth;
   const Extent extent = extent_between(matrix);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "measures/partition.h"
 #include "tools/report/summaries.h"
 
 namespace quillon::tool {
@@ -30,6 +31,6 @@ std::string density_picture(const DensityGrid& grid, int ncells, int nnets, cons
 std::string parts_chart(const std::vector<std::int64_t>& weights, const Caption& caption);
 
 /// Parts against parts; the more weight is between them, the more colour, by its logarithm.
-std::string cut_picture(const CutMatrix& matrix, const Caption& caption);
+std::string cut_picture(const measures::CutMatrix& matrix, const Caption& caption);
 
 }  // namespace quillon::tool

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <numeric>
 
+#include "hypergraph/detail/lists.h"
 #include "measures/figures.h"
+#include "measures/groups.h"
 #include "measures/partition.h"
 #include "tools/report/charts.h"
 #include "tools/report/page_style.h"
@@ -77,7 +79,7 @@ std::string tile(const char* name, const std::string& shown) {
   return formatted("<div><dt>%s</dt><dd>", name) + shown + "</dd></div>\n";
 }
 
-std::string overview(const Figures& figures) {
+std::string overview(const measures::Figures& figures) {
   const double places = static_cast<double>(figures.ncells) * figures.nnets;
   return "<dl class=\"tiles\">\n" + tile("cells", "Cells", figures.ncells) +
          tile("nets", "Nets", figures.nnets) + tile("pins", "Pins", figures.npins) +
@@ -91,7 +93,7 @@ std::string value_if(bool is_known, const std::string& id, std::int64_t number) 
   return is_known ? value(id.c_str(), number) : "\u2013";
 }
 
-Row lengths_row(const char* name, const char* id, const Lengths& lengths) {
+Row lengths_row(const char* name, const char* id, const measures::Lengths& lengths) {
   const std::string prefix = id;
   return {name,
           value_if(lengths.count > 0, prefix + "-min", lengths.min),
@@ -102,7 +104,7 @@ Row lengths_row(const char* name, const char* id, const Lengths& lengths) {
           value((prefix + "-zero").c_str(), std::int64_t{lengths.nzero})};
 }
 
-Row weights_row(const char* name, const char* id, const Weights& weights, int count) {
+Row weights_row(const char* name, const char* id, const measures::Weights& weights, int count) {
   const std::string prefix = id;
   return {name, value_if(count > 0, prefix + "-min", weights.min),
           decimal(static_cast<double>(weights.total) / count),
@@ -134,7 +136,7 @@ std::string distribution(const std::vector<std::pair<int, int>>& values, int cou
   return html + "</figure>\n";
 }
 
-std::string distributions(const Figures& figures) {
+std::string distributions(const measures::Figures& figures) {
   return "<section>\n<h2>Degrees and sizes</h2>\n<div class=\"columns\">\n" +
          distribution(figures.degrees.distribution, figures.ncells, "degrees", "Degrees of the cells",
                       "degree", "cells") +
@@ -149,16 +151,16 @@ std::string distributions(const Figures& figures) {
 }
 
 // Weights that are all the same, or of which some are below 0, have no picture over a logarithmic axis.
-std::string weight_chart(const Weights& weights, const std::vector<std::pair<int, int>>& values, int count,
-                         const char* id, const std::string& of) {
+std::string weight_chart(const measures::Weights& weights, const std::vector<std::pair<int, int>>& values,
+                         int count, const char* id, const std::string& of) {
   if (weights.min == weights.max || weights.min < 0) return "";
   return distribution(values, count, id, std::string("Weights of the ").append(of), "weight", of);
 }
 
-std::string weights(const Figures& figures, const Hypergraph& h) {
+std::string weights(const measures::Figures& figures, const Hypergraph& h) {
   std::string charts =
-      weight_chart(figures.cells, cell_weight_distribution(h), h._c, "cell-weights", "cells") +
-      weight_chart(figures.nets, net_weight_distribution(h), h._n, "net-weights", "nets");
+      weight_chart(figures.cells, measures::cell_weight_distribution(h), h._c, "cell-weights", "cells") +
+      weight_chart(figures.nets, measures::net_weight_distribution(h), h._n, "net-weights", "nets");
   if (!charts.empty()) charts = "<div class=\"columns\">\n" + charts + "</div>\n";
   return "<section>\n<h2>Weights</h2>\n" + charts +
          table("Range and total", {"", "smallest", "average", "largest", "total"},
@@ -167,7 +169,7 @@ std::string weights(const Figures& figures, const Hypergraph& h) {
          "</section>\n";
 }
 
-std::string sparsity(const Figures& figures, const Hypergraph& h) {
+std::string sparsity(const measures::Figures& figures, const Hypergraph& h) {
   const DensityGrid grid = density_grid(h, kMostColumns, kMostRows);
   const auto nfilled = std::count_if(grid.npins.begin(), grid.npins.end(), [](auto n) { return n > 0; });
   const std::string boxes = "Boxes: " + grouped(grid.ncolumns) + " by " + grouped(grid.nrows) +
@@ -181,60 +183,52 @@ std::string sparsity(const Figures& figures, const Hypergraph& h) {
          "</p>\n</section>\n";
 }
 
-int parts_of_net(const Net& net, const Partition& partition) {
-  std::vector<int> parts;
-  if (net.pins == nullptr) return 0;
-  for (const int* pin = net.pins; pin <= net.pinsend; ++pin)
-    parts.push_back(partition.parts[static_cast<std::size_t>(*pin)]);
-  std::sort(parts.begin(), parts.end());
-  return static_cast<int>(std::unique(parts.begin(), parts.end()) - parts.begin());
-}
-
-std::string net_list(const Hypergraph& h, const std::optional<Partition>& partition) {
+std::string net_list(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
   Row head{"net", "pins", "of all cells", "weight"};
   if (partition) head.emplace_back("parts");
   std::vector<Row> rows;
   for (const int j : largest_nets(h, kMostListed)) {
     const Net& net = h._nlst[j];
-    rows.push_back({grouped(j), grouped(size_of(net)), percentage(static_cast<double>(size_of(net)) / h._c),
+    rows.push_back({grouped(j), grouped(net_size(net)), percentage(static_cast<double>(net_size(net)) / h._c),
                     grouped(net.w)});
-    if (partition) rows.back().push_back(grouped(parts_of_net(net, *partition)));
+    if (partition) rows.back().push_back(grouped(measures::connectivity(net, *partition)));
   }
   return rows.empty() ? "<p class=\"note\">There are no nets.</p>\n" : table("Largest nets", head, rows);
 }
 
-std::string cell_list(const Hypergraph& h, const std::optional<Partition>& partition) {
+std::string cell_list(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
   Row head{"cell", "nets", "of all nets", "weight"};
   if (partition) head.emplace_back("part");
   std::vector<Row> rows;
   for (const int i : busiest_cells(h, kMostListed)) {
     const Cell& cell = h._clst[i];
-    rows.push_back({grouped(i), grouped(degree_of(cell)),
-                    percentage(static_cast<double>(degree_of(cell)) / h._n), grouped(cell.w)});
+    rows.push_back({grouped(i), grouped(degree(cell)), percentage(static_cast<double>(degree(cell)) / h._n),
+                    grouped(cell.w)});
     if (partition) rows.back().push_back(grouped(partition->parts[static_cast<std::size_t>(i)]));
   }
   return rows.empty() ? "<p class=\"note\">There are no cells.</p>\n"
                       : table("Cells of the highest degree", head, rows);
 }
 
-std::string largest(const Hypergraph& h, const std::optional<Partition>& partition) {
+std::string largest(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
   return "<section>\n<h2>Largest</h2>\n<div class=\"columns\">\n<div>" + net_list(h, partition) +
          "</div>\n<div>" + cell_list(h, partition) + "</div>\n</div>\n</section>\n";
 }
 
-std::string cut_tiles(const PartSizes& sizes, const CutSizes& cut, int nnets) {
+std::string cut_tiles(const measures::PartSizes& sizes, const measures::CutSizes& cut, int nnets) {
   return "<dl class=\"tiles\">\n" + tile("parts", "Parts", static_cast<std::int64_t>(sizes.weights.size())) +
          tile("Cut nets", value("cut-nets", cut.ncut_nets) + " <small>" +
                               percentage(static_cast<double>(cut.ncut_nets) / nnets) + " of all</small>") +
          tile("cut", "Cut", cut.cut) +
          tile("connectivity", "Connectivity minus one", cut.connectivity_minus_one) +
          tile("external-degrees", "Sum of external degrees", cut.sum_of_external_degrees) +
-         tile("Imbalance", formatted("<data id=\"imbalance\" value=\"%.9g\">%s</data>", imbalance(sizes),
-                                     percentage(imbalance(sizes)).c_str())) +
+         tile("Imbalance",
+              formatted("<data id=\"imbalance\" value=\"%.9g\">%s</data>", measures::imbalance(sizes),
+                        percentage(measures::imbalance(sizes)).c_str())) +
          "</dl>\n";
 }
 
-std::string part_table(const PartSizes& sizes) {
+std::string part_table(const measures::PartSizes& sizes) {
   const std::size_t nlisted = std::min<std::size_t>(sizes.weights.size(), kMostPartsListed);
   const auto total =
       static_cast<double>(std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0}));
@@ -251,7 +245,7 @@ std::string part_table(const PartSizes& sizes) {
   return html;
 }
 
-std::string balance(const PartSizes& sizes) {
+std::string balance(const measures::PartSizes& sizes) {
   constexpr std::size_t kFewParts = 16;
   const Caption caption{
       "balance", "Weights of the parts",
@@ -265,13 +259,13 @@ std::string balance(const PartSizes& sizes) {
          "</details>\n";
 }
 
-std::string parts_of_group(const CutMatrix& matrix, int group) {
-  const int first = group_begin(group, matrix.nparts, matrix.ngroups);
-  const int last = group_begin(group + 1, matrix.nparts, matrix.ngroups) - 1;
+std::string parts_of_group(const measures::CutMatrix& matrix, int group) {
+  const int first = measures::group_begin(group, matrix.nparts, matrix.ngroups);
+  const int last = measures::group_begin(group + 1, matrix.nparts, matrix.ngroups) - 1;
   return first == last ? grouped(first) : grouped(first) + "\u2013" + grouped(last);
 }
 
-std::string matrix_table(const CutMatrix& matrix) {
+std::string matrix_table(const measures::CutMatrix& matrix) {
   constexpr double kMostShade = 0.45;  // what is written on it stays readable
   std::int64_t most = 1;
   for (int a = 0; a < matrix.ngroups; ++a)
@@ -294,7 +288,7 @@ std::string matrix_table(const CutMatrix& matrix) {
          html + "</tbody></table></div>\n";
 }
 
-std::string heaviest_pairs(const CutMatrix& matrix) {
+std::string heaviest_pairs(const measures::CutMatrix& matrix) {
   std::vector<std::pair<int, int>> pairs;
   for (int a = 0; a < matrix.ngroups; ++a)
     for (int b = a + 1; b < matrix.ngroups; ++b)
@@ -315,7 +309,7 @@ std::string heaviest_pairs(const CutMatrix& matrix) {
   return table("Heaviest connections", {"part", "and part", "weight"}, rows);
 }
 
-std::string between_parts(const CutMatrix& matrix) {
+std::string between_parts(const measures::CutMatrix& matrix) {
   std::string html = "<h3>Between parts</h3>\n";
   if (matrix.ngroups <= kMostPartsInFull)
     return html + matrix_table(matrix) +
@@ -330,11 +324,11 @@ std::string between_parts(const CutMatrix& matrix) {
   return html + (matrix.ngroups < matrix.nparts ? ", for groups of parts.</p>\n" : ".</p>\n");
 }
 
-std::string partition_section(const Hypergraph& h, const Partition& partition) {
-  const PartSizes sizes = part_sizes(h, partition.parts, partition.nparts);
-  const CutSizes cut = cut_sizes(h, partition.parts, partition.nparts);
+std::string partition_section(const Hypergraph& h, const measures::Partition& partition) {
+  const measures::PartSizes sizes = measures::part_sizes(h, partition);
+  const measures::CutSizes cut = measures::cut_sizes(h, partition);
   return "<section>\n<h2>Partition</h2>\n" + cut_tiles(sizes, cut, h._n) + balance(sizes) +
-         between_parts(cut_matrix(h, partition.parts, partition.nparts, kMostGroups)) + "</section>\n";
+         between_parts(measures::cut_matrix(h, partition, kMostGroups)) + "</section>\n";
 }
 
 std::string head_of_page(const std::string& name) {
@@ -352,11 +346,12 @@ std::string head_of_page(const std::string& name) {
 }  // namespace
 
 std::string html_page(const std::string& name, const Hypergraph& h,
-                      const std::optional<Partition>& partition) {
-  const Figures figures = figures_of(h);
+                      const std::optional<measures::Partition>& partition,
+                      const std::string& partition_name) {
+  const measures::Figures figures = measures::figures_of(h);
   std::string about = grouped_count(figures.ncells, "cell") + ", " + grouped_count(figures.nnets, "net") +
                       ", " + grouped_count(figures.npins, "pin");
-  if (partition) about += "; partition " + escaped(partition->name);
+  if (partition) about += "; partition " + escaped(partition_name);
   return head_of_page(name) + "<body>\n<header>\n" + element("h1", escaped(name)) +
          element("p", "Hypergraph of " + about) + "</header>\n<main>\n" + overview(figures) +
          (partition ? partition_section(h, *partition) : "") + distributions(figures) + weights(figures, h) +

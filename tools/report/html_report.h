@@ -3,22 +3,16 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "measures/partition.h"
 
 namespace quillon::tool {
-
-struct Partition {
-  std::string name;
-  std::vector<int> parts;  // by cell; entry 0 is not used
-  int nparts;
-};
 
 /// The page, which is well-formed XML too. Names may hold anything.
 ///
 /// @param h  Both sides built, with all nets of the file.
 std::string html_page(const std::string& name, const Hypergraph& h,
-                      const std::optional<Partition>& partition);
+                      const std::optional<measures::Partition>& partition, const std::string& partition_name);
 
 }  // namespace quillon::tool

@@ -20,7 +20,7 @@ void print_line(const Json& json) {
 Json begin(const std::string& command, const std::string& file, bool is_fine) {
   return {{"schema_version", kSchemaVersion},
           {"command", command},
-          {"file", shown_name(file)},
+          {"file", formats::shown_name(file)},
           {"status", is_fine ? "ok" : "failed"}};
 }
 
@@ -33,7 +33,7 @@ void add_counts(Json& json, const Hypergraph& h) {
 // Null stands where there is nothing to have a figure.
 Json known(bool is_known, int value) { return is_known ? Json(value) : Json(); }
 
-Json lengths_json(const Lengths& lengths) {
+Json lengths_json(const measures::Lengths& lengths) {
   const bool is_known = lengths.count > 0;
   Json json{{"average", lengths.average},
             {"standard_deviation", lengths.deviation},
@@ -48,7 +48,7 @@ Json lengths_json(const Lengths& lengths) {
   return json;
 }
 
-Json weights_json(const Weights& weights, bool is_known) {
+Json weights_json(const measures::Weights& weights, bool is_known) {
   return {{"minimum", known(is_known, weights.min)},
           {"maximum", known(is_known, weights.max)},
           {"total", weights.total}};
@@ -56,12 +56,12 @@ Json weights_json(const Weights& weights, bool is_known) {
 
 }  // namespace
 
-void print_stats_json(const std::string& file, const Loaded& loaded, const Figures& figures) {
+void print_stats_json(const std::string& file, const formats::Record& record, const measures::Figures& figures) {
   Json json = begin("stats", file, true);
-  add_counts(json, loaded.h);
-  json["folded"] = {{"nets", loaded.nsmall_nets},
-                    {"one_pin_weight", loaded.h._totinw},
-                    {"pinless_weight", loaded.h._virtualnets}};
+  add_counts(json, record.h);
+  json["folded"] = {{"nets", record.nfolded},
+                    {"one_pin_weight", record.h._totinw},
+                    {"pinless_weight", record.h._virtualnets}};
   json["cell_degree"] = lengths_json(figures.degrees);
   json["net_size"] = lengths_json(figures.sizes);
   json["cell_weight"] = weights_json(figures.cells, figures.ncells > 0);
@@ -69,18 +69,18 @@ void print_stats_json(const std::string& file, const Loaded& loaded, const Figur
   print_line(json);
 }
 
-void print_check_json(const std::string& file, const Loaded& loaded, bool is_symmetric) {
+void print_check_json(const std::string& file, const formats::Record& record, bool is_symmetric) {
   Json json = begin("check", file, true);
-  add_counts(json, loaded.h);
-  json["folded"] = {{"nets", loaded.nsmall_nets}};
+  add_counts(json, record.h);
+  json["folded"] = {{"nets", record.nfolded}};
   json["symmetric"] = is_symmetric;
   print_line(json);
 }
 
 void print_partition_json(const std::string& file, const std::string& part_file, const Hypergraph& h,
-                          const PartSizes& sizes, const CutSizes& cut) {
+                          const measures::PartSizes& sizes, const measures::CutSizes& cut) {
   Json json = begin("partition-info", file, true);
-  json["partition"] = shown_name(part_file);
+  json["partition"] = formats::shown_name(part_file);
   add_counts(json, h);
   json["parts"] = Json::array();
   for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
@@ -89,7 +89,7 @@ void print_partition_json(const std::string& file, const std::string& part_file,
   json["cut"] = cut.cut;
   json["connectivity_minus_one"] = cut.connectivity_minus_one;
   json["sum_of_external_degrees"] = cut.sum_of_external_degrees;
-  json["imbalance"] = imbalance(sizes);
+  json["imbalance"] = measures::imbalance(sizes);
   print_line(json);
 }
 

@@ -3,18 +3,18 @@
 
 #include <string>
 
-#include "formats/load.h"
+#include "formats/record.h"
 #include "measures/figures.h"
 #include "measures/partition.h"
 
 namespace quillon::tool {
 
-void print_stats_json(const std::string& file, const Loaded& loaded, const Figures& figures);
+void print_stats_json(const std::string& file, const formats::Record& record, const measures::Figures& figures);
 
-void print_check_json(const std::string& file, const Loaded& loaded, bool is_symmetric);
+void print_check_json(const std::string& file, const formats::Record& record, bool is_symmetric);
 
 void print_partition_json(const std::string& file, const std::string& part_file, const Hypergraph& h,
-                          const PartSizes& sizes, const CutSizes& cut);
+                          const measures::PartSizes& sizes, const measures::CutSizes& cut);
 
 /// For a file of which there is nothing to say but that the command failed.
 void print_failure_json(const std::string& command, const std::string& file);

@@ -4,6 +4,9 @@
 #include <cmath>
 #include <numeric>
 
+#include "hypergraph/detail/lists.h"
+#include "measures/groups.h"
+
 namespace quillon::tool {
 namespace {
 
@@ -18,19 +21,6 @@ std::vector<std::int64_t> bin_borders(int largest) {
     if (border > borders.back()) borders.push_back(border);
   }
   return borders;
-}
-
-template <typename Item>
-std::vector<std::pair<int, int>> weight_distribution(const Item* items, int count) {
-  std::vector<int> weights(static_cast<std::size_t>(count));
-  for (int k = 1; k <= count; ++k) weights[static_cast<std::size_t>(k) - 1] = items[k].w;
-  std::sort(weights.begin(), weights.end());
-  std::vector<std::pair<int, int>> distribution;
-  for (const int weight : weights) {
-    if (distribution.empty() || distribution.back().first != weight) distribution.emplace_back(weight, 0);
-    ++distribution.back().second;
-  }
-  return distribution;
 }
 
 template <typename Item>
@@ -49,11 +39,11 @@ std::vector<int> most(const Item* items, int nitems, std::size_t count, int (*me
 
 void set_densities(DensityGrid& grid, int ncells, int nnets) {
   for (int row = 0; row < grid.nrows; ++row) {
-    const double height =
-        group_begin(row + 1, nnets, grid.nrows) - static_cast<double>(group_begin(row, nnets, grid.nrows));
+    const double height = measures::group_begin(row + 1, nnets, grid.nrows) -
+                          static_cast<double>(measures::group_begin(row, nnets, grid.nrows));
     for (int column = 0; column < grid.ncolumns; ++column) {
-      const double width = group_begin(column + 1, ncells, grid.ncolumns) -
-                           static_cast<double>(group_begin(column, ncells, grid.ncolumns));
+      const double width = measures::group_begin(column + 1, ncells, grid.ncolumns) -
+                           static_cast<double>(measures::group_begin(column, ncells, grid.ncolumns));
       const double density = static_cast<double>(grid.npins[grid.densities.size()]) / (width * height);
       grid.densities.push_back(density);
       grid.largest = std::max(grid.largest, density);
@@ -63,14 +53,6 @@ void set_densities(DensityGrid& grid, int ncells, int nnets) {
 }
 
 }  // namespace
-
-int group_of(int index, int count, int ngroups) {
-  return static_cast<int>(std::int64_t{index} * ngroups / count);
-}
-
-int group_begin(int group, int count, int ngroups) {
-  return static_cast<int>((std::int64_t{group} * count + ngroups - 1) / ngroups);
-}
 
 std::vector<Bin> logarithmic_bins(const std::vector<std::pair<int, int>>& distribution) {
   if (distribution.empty()) return {};
@@ -93,63 +75,30 @@ std::vector<Bin> logarithmic_bins(const std::vector<std::pair<int, int>>& distri
   return bins;
 }
 
-std::vector<std::pair<int, int>> cell_weight_distribution(const Hypergraph& h) {
-  return weight_distribution(h._clst, h._c);
-}
-
-std::vector<std::pair<int, int>> net_weight_distribution(const Hypergraph& h) {
-  return weight_distribution(h._nlst, h._n);
-}
-
 DensityGrid density_grid(const Hypergraph& h, int most_columns, int most_rows) {
   DensityGrid grid;
   grid.ncolumns = std::min(h._c, most_columns);
   grid.nrows = std::min(h._n, most_rows);
   const auto ncolumns = static_cast<std::size_t>(grid.ncolumns);
   grid.npins.assign(ncolumns * static_cast<std::size_t>(grid.nrows), 0);
-  std::vector<int> column_of(static_cast<std::size_t>(h._c) + 1);
+  std::vector<std::size_t> column_of(static_cast<std::size_t>(h._c) + 1);
   for (int i = 1; i <= h._c; ++i)
-    column_of[static_cast<std::size_t>(i)] = group_of(i - 1, h._c, grid.ncolumns);
+    column_of[static_cast<std::size_t>(i)] =
+        static_cast<std::size_t>(measures::group_of(i - 1, h._c, grid.ncolumns));
   for (int j = 1; j <= h._n; ++j) {
-    if (size_of(h._nlst[j]) == 0) continue;
-    std::int64_t* const row =
-        &grid.npins[static_cast<std::size_t>(group_of(j - 1, h._n, grid.nrows)) * ncolumns];
-    for (const int* pin = h._nlst[j].pins; pin <= h._nlst[j].pinsend; ++pin)
-      ++row[column_of[static_cast<std::size_t>(*pin)]];
+    const std::size_t row = static_cast<std::size_t>(measures::group_of(j - 1, h._n, grid.nrows)) * ncolumns;
+    for (const int i : pins_of(h._nlst[j])) ++grid.npins[row + column_of[static_cast<std::size_t>(i)]];
   }
   set_densities(grid, h._c, h._n);
   return grid;
 }
 
 std::vector<int> largest_nets(const Hypergraph& h, std::size_t count) {
-  return most(h._nlst, h._n, count, size_of);
+  return most(h._nlst, h._n, count, net_size);
 }
 
 std::vector<int> busiest_cells(const Hypergraph& h, std::size_t count) {
-  return most(h._clst, h._c, count, degree_of);
-}
-
-CutMatrix cut_matrix(const Hypergraph& h, const std::vector<int>& parts, int nparts, int most_groups) {
-  CutMatrix matrix{nparts, std::min(nparts, most_groups), {}};
-  const auto ngroups = static_cast<std::size_t>(matrix.ngroups);
-  matrix.weights.assign(ngroups * ngroups, 0);
-  // last_net[g] is the last net seen with a pin in group g.
-  std::vector<int> last_net(ngroups, 0);
-  std::vector<std::size_t> touched;
-  for (int j = 1; j <= h._n; ++j) {
-    if (size_of(h._nlst[j]) == 0) continue;
-    touched.clear();
-    for (const int* pin = h._nlst[j].pins; pin <= h._nlst[j].pinsend; ++pin) {
-      const auto group =
-          static_cast<std::size_t>(group_of(parts[static_cast<std::size_t>(*pin)], nparts, matrix.ngroups));
-      if (last_net[group] != j) touched.push_back(group);
-      last_net[group] = j;
-    }
-    for (const std::size_t a : touched)
-      for (const std::size_t b : touched)
-        if (a != b || touched.size() == 1) matrix.weights[a * ngroups + b] += h._nlst[j].w;
-  }
-  return matrix;
+  return most(h._clst, h._c, count, degree);
 }
 
 }  // namespace quillon::tool

@@ -23,9 +23,6 @@ struct Bin {
 /// @param distribution  Values, not negative and increasing, and how many have each.
 std::vector<Bin> logarithmic_bins(const std::vector<std::pair<int, int>>& distribution);
 
-std::vector<std::pair<int, int>> cell_weight_distribution(const Hypergraph& h);
-std::vector<std::pair<int, int>> net_weight_distribution(const Hypergraph& h);
-
 /// Pins counted on a grid, of which each column stands for as many cells as the next, but for one, and each
 /// row for nets in the same way.
 struct DensityGrid {
@@ -42,26 +39,5 @@ DensityGrid density_grid(const Hypergraph& h, int most_columns, int most_rows);
 /// The numbers of the nets with most pins, and of the cells with most nets, most first.
 std::vector<int> largest_nets(const Hypergraph& h, std::size_t count);
 std::vector<int> busiest_cells(const Hypergraph& h, std::size_t count);
-
-/// Between groups of parts: the weight of the nets with pins in both. On the diagonal: of those with all
-/// their pins in the group.
-struct CutMatrix {
-  int nparts = 0;
-  int ngroups = 0;  // of parts with consecutive numbers; a part is a group where there are few
-  std::vector<std::int64_t> weights;  // group by group
-
-  [[nodiscard]] std::int64_t at(int a, int b) const {
-    return weights[static_cast<std::size_t>(a) * static_cast<std::size_t>(ngroups) +
-                   static_cast<std::size_t>(b)];
-  }
-};
-
-CutMatrix cut_matrix(const Hypergraph& h, const std::vector<int>& parts, int nparts, int most_groups);
-
-/// In which of `ngroups` runs of `count` items, as even as can be, item `index` (from 0) lies.
-int group_of(int index, int count, int ngroups);
-
-/// The first item of a run.
-int group_begin(int group, int count, int ngroups);
 
 }  // namespace quillon::tool
