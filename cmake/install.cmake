@@ -1,4 +1,4 @@
-# What an installation holds besides the libraries, their headers and the tool.
+# Installed files other than the libraries, their headers and the tool.
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quillon)
 write_basic_package_version_file(quillonConfigVersion.cmake COMPATIBILITY SameMajorVersion)
@@ -9,14 +9,14 @@ foreach(kind IN LISTS quillon_kinds)
     DESTINATION ${package_dir} COMPONENT quillon_development)
 endforeach()
 
-# The file says where it lies from where it is, so that an installation can be moved.
+# quillon.pc finds the prefix relative to itself, so that an installation can be moved.
 file(RELATIVE_PATH to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
 configure_file(cmake/quillon.pc.in quillon.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quillon.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT quillon_development)
 
-# Debian wants it compressed.
+# For Debian, packaging/debian.cmake installs the page compressed.
 if(QUILLON_TOOLS AND NOT QUILLON_DEBIAN AND EXISTS ${PROJECT_SOURCE_DIR}/man/quillon.1)
   install(FILES ${PROJECT_SOURCE_DIR}/man/quillon.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillon_tool)
@@ -27,7 +27,7 @@ if(QUILLON_TOOLS)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT quillon_tool)
 endif()
 
-# For what the folders of other targets install.
+# Default for install rules in other folders.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME quillon_tool)
 if(BUILD_SHARED_LIBS AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_INSTALL_RPATH)
   file(RELATIVE_PATH to_libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})

@@ -1,5 +1,5 @@
-# How a library is made: quillon::NAME_static and quillon::NAME_shared, and quillon::NAME for the one of the two that
-# BUILD_SHARED_LIBS asks for.
+# Defines a library as quillon::NAME_static and quillon::NAME_shared; quillon::NAME is the kind that BUILD_SHARED_LIBS
+# selects.
 set(quillon_kind static)
 set(quillon_other_kind shared)
 if(BUILD_SHARED_LIBS)
@@ -11,8 +11,8 @@ if(QUILLON_STATIC_AND_SHARED)
   list(APPEND quillon_kinds ${quillon_other_kind})
 endif()
 
-# What no public header declares stays inside, and so do the templates of the standard library, which are visible
-# whatever the compiler is told: the linker gets a list.
+# Exports only what public headers declare. Visibility options do not hide instances of standard library templates, so
+# the linker gets a list of exports.
 function(quillon_hide_internals target)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_compile_definitions(${target} PRIVATE QUILLON_SHARED_BUILD)
@@ -20,7 +20,7 @@ function(quillon_hide_internals target)
     set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${exports})
     set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
-    if(NOT QUILLON_SANITIZE)  # of which clang leaves the symbols to the program
+    if(NOT QUILLON_SANITIZE)  # clang resolves the symbols of sanitizers in the program
       target_link_options(${target} PRIVATE LINKER:-z,defs)
     endif()
   endif()
@@ -37,7 +37,7 @@ function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)
     target_compile_features(${target} PUBLIC cxx_std_20)
     target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:quillon_flags>)
     target_sources(${target} PUBLIC
-      FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${header})  # sets the include root, here and installed
+      FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${header})  # sets the include root
     if(kind STREQUAL shared)
       set_target_properties(${target} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH $ORIGIN)
@@ -53,7 +53,7 @@ function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)
   add_library(quillon::${name} ALIAS quillon_${name}_${quillon_kind})
 endfunction()
 
-function(quillon_link name other)  # each kind of NAME links the same kind of OTHER, and embeds nothing of it
+function(quillon_link name other)  # each kind of NAME links the same kind of OTHER, without embedding it
   foreach(kind IN LISTS quillon_kinds)
     target_link_libraries(quillon_${name}_${kind} PUBLIC quillon_${other}_${kind})
   endforeach()

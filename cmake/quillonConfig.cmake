@@ -1,9 +1,10 @@
 # quillon::hypergraph, quillon::util, quillon::formats and quillon::measures, static or shared.
 #
-#   find_package(quillon COMPONENTS shared)   or static: that kind, or not found
-#   find_package(quillon)                     the kind that BUILD_SHARED_LIBS asks for; the other if there is just that
+#   find_package(quillon COMPONENTS shared)   or static: that kind; an error if it is not installed
+#   find_package(quillon)                     the kind that BUILD_SHARED_LIBS selects, or the only one installed
 #
-# quillon::hypergraph_static, quillon::hypergraph_shared and the same of the others are there whichever was chosen.
+# quillon::hypergraph_static, quillon::hypergraph_shared and those of the other libraries are defined for every
+# installed kind.
 
 find_package(ZLIB QUIET)  # for programs that link quillon::formats_static
 

@@ -1,4 +1,4 @@
-// Makes a hypergraph of a sparse matrix in compressed rows, and compressed rows of a hypergraph.
+// Converts a sparse matrix in compressed rows to a hypergraph, and back.
 //
 //   compressed_arrays
 #include <vector>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// A matrix as sparse-matrix code has it: rows and columns from 0, row i in columns[starts[i]] and following.
+// The usual compressed rows: rows and columns from 0, row i begins at columns[starts[i]].
 struct Matrix {
   int nrows = 0;
   int ncolumns = 0;
@@ -16,30 +16,30 @@ struct Matrix {
   std::vector<int> columns;
 };
 
-// The second differences of five points, without the diagonal of which every entry is known to be there.
+// Second differences of five points. The diagonal, which has no zeros, is left out.
 Matrix example() { return {5, 5, {0, 1, 3, 5, 7, 8}, {1, 0, 2, 1, 3, 2, 4, 3}}; }
 
-// Rows become nets and columns become cells. Both count from 1 in the arrays, so everything moves by one
-// place and entry 0 of xnadj is not used; positions in nadj count from 0 on both sides.
+// Rows become nets and columns become cells. Both count from 1 in the arrays, so that their numbers increase
+// by one and entry 0 of xnadj is not used. Positions in nadj count from 0 as before.
 void load(quillon::Hypergraph* h, const Matrix& matrix) {
   std::vector<int> xnadj{0};
   xnadj.insert(xnadj.end(), matrix.starts.begin(), matrix.starts.end());
   std::vector<int> nadj;
   for (const int column : matrix.columns) nadj.push_back(column + 1);
 
-  // A 0 asks for cell j on net j, a 1 says that it is there already. A null pointer asks for none.
+  // 0 adds cell j to net j, 1 means that it is already there. A null pointer adds none.
   const std::vector<int> diagonal(xnadj.size(), 0);
 
-  h->_fmt = 0;  // no weights; the only field that is the caller's to set
+  h->_fmt = 0;  // no weights; the only field that the caller sets
   quillon::hypergraph_LoadFromArr(h, matrix.nrows, matrix.ncolumns, xnadj.data(), nadj.data(),
                                   diagonal.data());
-  quillon::set_hypergraph_infos(h);  // the summary that loading leaves at 0
+  quillon::set_hypergraph_infos(h);  // loading sets the summary to 0
 }
 
 Matrix unload(const quillon::Hypergraph* h) {
   int* xnadj = nullptr;
   int* nadj = nullptr;
-  quillon::hypergraph_Fill2Arr(h, &xnadj, &nadj);  // both are the caller's now
+  quillon::hypergraph_Fill2Arr(h, &xnadj, &nadj);  // the caller owns both arrays
 
   Matrix matrix{h->_n, h->_c, {}, {}};
   for (int j = 1; j <= h->_n + 1; ++j) matrix.starts.push_back(xnadj[j]);

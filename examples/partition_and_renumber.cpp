@@ -1,5 +1,5 @@
-// Partitions a symmetric hypergraph (net i belongs to cell i, as in a matrix of symmetric pattern), renumbers
-// it so that every part is one range of numbers, and writes it together with the part of each cell.
+// Partitions a symmetric hypergraph (net i belongs to cell i, as in a matrix with a symmetric pattern),
+// renumbers it so that every part is a contiguous range, and writes it together with the part of each cell.
 //
 //   partition_and_renumber FILE NPARTS NEW_FILE NEW_PARTS
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kNoPart = -1;  // what the reader gives every cell
+constexpr int kNoPart = -1;  // set by the reader
 
 void read_both_sides(quillon::Hypergraph* h, const char* filename) {
   quillon::read_hypergraph_with_onepin_nets(h, filename, 1);
@@ -21,8 +21,8 @@ void read_both_sides(quillon::Hypergraph* h, const char* filename) {
   quillon::set_hypergraph_infos(h);
 }
 
-// Lets a part grow over neighbouring cells, from the first one that has no part, until it has its share of
-// the weight. Good enough to show what comes after it; a partitioner would go on from here.
+// Grows a part over neighbouring cells, from the first one without a part, until it has its share of the
+// weight. A simple substitute for a partitioner.
 void grow(quillon::Hypergraph* h, int part, std::int64_t share) {
   std::vector<int> queue;
   std::int64_t weight = 0;
@@ -48,7 +48,7 @@ void grow(quillon::Hypergraph* h, int part, std::int64_t share) {
   }
 }
 
-// Each part gets its share of what is left, and the last one all of it.
+// Each part gets an equal share of the remaining weight; the last part gets all remaining cells.
 void partition(quillon::Hypergraph* h, int nparts) {
   std::int64_t left = h->_totcw;
   for (int part = 0; part < nparts - 1; ++part) {
@@ -61,9 +61,9 @@ void partition(quillon::Hypergraph* h, int nparts) {
     if (h->_clst[i].pno == kNoPart) h->_clst[i].pno = nparts - 1;
 }
 
-// The sum over the nets of weight times parts touched, less one.
+// Sum over the nets of weight times (number of parts - 1).
 std::int64_t connectivity_minus_one(const quillon::Hypergraph& h, int nparts) {
-  std::vector<int> last_net(static_cast<std::size_t>(nparts), 0);  // that touched a part
+  std::vector<int> last_net(static_cast<std::size_t>(nparts), 0);  // with a pin in each part
   std::int64_t sum = 0;
   for (int j = 1; j <= h._n; ++j) {
     int ntouched = 0;
@@ -87,8 +87,8 @@ int main(int argc, char** argv) {
   read_both_sides(&h, argv[1]);
   partition(&h, nparts);
 
-  // The renumbered copy has the same sizes. SymmetricPermute ends the program if there are more cells than
-  // nets, or fewer; what it does not do is the summary.
+  // The renumbered copy has the same sizes. SymmetricPermute is fatal unless there are as many cells as
+  // nets. It does not compute the summary.
   quillon::Hypergraph* const renumbered = quillon::create_hypergraph(/*tag=*/0);
   renumbered->_c = h._c;
   renumbered->_n = h._n;

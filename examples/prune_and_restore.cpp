@@ -1,10 +1,10 @@
-// Works on a reduced hypergraph and brings the results back to the one it was made of.
+// Works on a reduced copy of a hypergraph and maps the results back to the original.
 //
 //   prune_and_restore FILE MAXSIZE
 //
-// Nets of MAXSIZE pins and more are set aside, as a partitioner does with nets that it could not keep whole
-// anyway; nets of one pin or none say nothing about a partition and are dropped. What is left is cut in two
-// halves, and then every net of the file is told how many parts it touches.
+// Nets of MAXSIZE pins and more are set aside, as a partitioner does with nets that are cut in any case. Nets
+// of one pin or none cannot be cut and are dropped. The rest is divided into two halves; then the number of
+// parts that each net touches is printed for every net of the file.
 #include <cstdlib>
 #include <vector>
 
@@ -13,16 +13,16 @@
 
 namespace {
 
-// What a pruning copy fills besides the record.
+// A pruning copy: the record and the other results.
 struct Pruned {
   quillon::Hypergraph* h = nullptr;
   std::vector<int> netorder;
-  int nmulti = 0;  // nets of the copy, those set aside included
+  int nmulti = 0;  // number of nets in the copy, including those set aside
 };
 
 Pruned prune(const quillon::Hypergraph& source, int maxsize) {
   Pruned pruned;
-  // The copy lives in the pools, with room for all of the source, a net list and labels.
+  // The copy is in the pools, with room for the whole source, a net list and labels.
   pruned.h = quillon::create_hypergraph(/*tag=*/0);
   pruned.h->_c = source._c;
   pruned.h->_n = source._n;
@@ -33,13 +33,13 @@ Pruned prune(const quillon::Hypergraph& source, int maxsize) {
   std::vector<int> celldeg(ncells + 1);
   std::vector<int*> cellend(ncells + 1);
   pruned.netorder.resize(static_cast<std::size_t>(source._n) + 1);
-  // Mode 2 keeps account of what is dropped, in _internets and in the weights.
+  // Mode 2 records the dropped nets in _internets and in the weights.
   quillon::CopyConsHypergraph(&source, pruned.h, pruned.netorder.data(), celldeg.data(), cellend.data(),
                               maxsize, &pruned.nmulti, /*mode=*/2);
   return pruned;
 }
 
-// Stands for a partitioner: the first half of the cells lie together, and so do the others.
+// In place of a partitioner: the first half of the cells is one part, the second half the other.
 void halve(quillon::Hypergraph* h) {
   for (int i = 1; i <= h->_c; ++i) h->_clst[i].pno = 2 * i <= h->_c ? 0 : 1;
 }
@@ -50,12 +50,12 @@ int count_parts(const quillon::Hypergraph& h, int j) {
   return (touches[0] ? 1 : 0) + (touches[1] ? 1 : 0);
 }
 
-// Results by cell come back through the copy's labels: cell i was cell _clabel[i].
+// Results by cell are mapped back by the copy's labels: cell i was cell _clabel[i].
 void restore_cells(const quillon::Hypergraph& copy, quillon::Hypergraph* source) {
   for (int i = 1; i <= copy._c; ++i) source->_clst[copy._clabel[i]].pno = copy._clst[i].pno;
 }
 
-// Results by net come back in three ways. What remains are the nets without pins, which touch no part.
+// Results by net are mapped back in three ways. The remaining nets have no pins and touch no part.
 std::vector<int> restore_nets(const Pruned& pruned, int nnets) {
   const quillon::Hypergraph& copy = *pruned.h;
   std::vector<int> nparts(static_cast<std::size_t>(nnets) + 1, 0);
@@ -63,9 +63,9 @@ std::vector<int> restore_nets(const Pruned& pruned, int nnets) {
 
   // 1. The nets that were kept: net j was net _nlabel[j].
   for (int j = 1; j <= copy._n; ++j) of_source(copy._nlabel[j]) = count_parts(copy, j);
-  // 2. Those set aside follow behind the last net, and have labels and pins like any other.
+  // 2. The nets set aside follow the last net and have labels and pins like any other.
   for (int j = copy._n + 1; j <= pruned.nmulti; ++j) of_source(copy._nlabel[j]) = count_parts(copy, j);
-  // 3. Those of one pin are in _internets, with the number that they have in the source.
+  // 3. The one-pin nets are in _internets, with their numbers in the source.
   for (int k = 0; k < copy._ninternets; ++k) of_source(copy._internets[k].net) = 1;
   return nparts;
 }
@@ -89,7 +89,7 @@ int main(int argc, char** argv) {
   for (int j = 1; j <= source._n; ++j)
     quillon::uprintf("net %d touches %d\n", j, nparts[static_cast<std::size_t>(j)]);
 
-  // Newest first: the pools are stacks.
+  // Youngest first: the pools are stacks.
   quillon::destroy_hypergraph_data(pruned.h);
   quillon::destroy_hypergraph(pruned.h);
   quillon::free_hypergraph(&source);

@@ -1,4 +1,4 @@
-// Reads a hypergraph from a file, builds the cells' side of it, verifies it and reports what it is like.
+// Reads a hypergraph from a file, builds its cell side, verifies it and prints a summary.
 //
 //   read_build_report FILE
 #include <cstdint>
@@ -8,10 +8,10 @@
 
 namespace {
 
-// The record holds pins twice: each net lists its cells, and each cell its nets. A reader fills the nets'
-// side.
+// The record holds pins twice: each net lists its cells, and each cell lists its nets. A reader fills the net
+// side only.
 void build_cells_side(quillon::Hypergraph* h) {
-  // Part of the record from here on, and given back with it.
+  // From here on part of the record, and freed with it.
   h->_net_list = quillon::imalloc(std::int64_t{h->_p} + 2, "build_cells_side: net_list");
 
   int* const work = quillon::imalloc(std::int64_t{h->_c} + 1, "build_cells_side: work");
@@ -19,7 +19,7 @@ void build_cells_side(quillon::Hypergraph* h) {
   quillon::_usfree(work);
 }
 
-// Lists are closed ranges: netsend points at the last net of a cell, one before nets if the cell has none.
+// Lists are closed ranges: netsend points to the last net of a cell, or one before nets if there is none.
 int degree(const quillon::Cell& cell) { return static_cast<int>(cell.netsend - cell.nets) + 1; }
 
 }  // namespace
@@ -27,18 +27,18 @@ int degree(const quillon::Cell& cell) { return static_cast<int>(cell.netsend - c
 int main(int argc, char** argv) {
   if (argc != 2) quillon::errexit("usage: %s FILE", argv[0]);
 
-  // Nothing here returns an error: a file that cannot be read, or is not sound, ends the program with a
-  // message. The 1 asks for warnings, such as about a cell that a net names twice.
+  // No function returns an error: a file that cannot be read or is malformed ends the program with a message.
+  // The 1 turns on warnings, for example about a cell that a net names twice.
   quillon::Hypergraph h;
   const int nremoved = quillon::read_hypergraph(&h, argv[1], 1);
   build_cells_side(&h);
 
-  // Verify before the summary: set_hypergraph_infos resets what the reader has noted of one-pin nets in the
-  // cells.
+  // Verify before the summary: set_hypergraph_infos clears the weights of one-pin nets that the reader has
+  // stored in the cells.
   quillon::CheckListsofHypergraph(&h);
   quillon::set_hypergraph_infos(&h);
 
-  // Cells and nets count from 1; entry 0 is never one.
+  // Cells and nets count from 1; entry 0 is never a real item.
   int busiest = 0;
   for (int i = 1; i <= h._c; ++i)
     if (busiest == 0 || degree(h._clst[i]) > degree(h._clst[busiest])) busiest = i;

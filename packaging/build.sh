@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages. Needs dpkg-dev, file and what scripts/setup.sh installs for "build".
-# Usage: build.sh OUTPUT_FOLDER [BUILD_FOLDER]; a build folder that is kept makes the next time shorter.
+# Builds the Debian packages. Needs dpkg-dev, file and the packages that "scripts/setup.sh build" installs.
+# Usage: build.sh OUTPUT_FOLDER [BUILD_FOLDER]; with a build folder that is kept, the next build is faster.
 set -euo pipefail
 [ $# -ge 1 ] || { echo "usage: build.sh OUTPUT_FOLDER [BUILD_FOLDER]" >&2; exit 2; }
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -13,7 +13,7 @@ else
   trap 'rm -rf "$build"' EXIT
 fi
 
-# The times in the packages are that of their changelog.
+# File times in the packages come from the changelog, so that builds are reproducible.
 SOURCE_DATE_EPOCH=$(date -d "$(sed -n 's/^ -- .*>  //p' "$source_dir/packaging/changelog" | head -n 1)" +%s)
 export SOURCE_DATE_EPOCH
 export DEB_BUILD_MAINT_OPTIONS=hardening=+all

@@ -1,10 +1,10 @@
 # Debian packages: libquillon (shared libraries), libquillon-dev (headers, static libraries, package files) and quillon
-# (the tool). packaging/build.sh configures a build as these packages need it, and calls CPack.
+# (the tool). packaging/build.sh configures a build for these packages and calls CPack.
 
 if(QUILLON_DEBIAN)
   set(compressed ${PROJECT_BINARY_DIR}/compressed)
   file(MAKE_DIRECTORY ${compressed})
-  function(quillon_compress from to)  # without name and time, so that a package can be made again bit by bit
+  function(quillon_compress from to)  # without name and time, so that builds are reproducible
     execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${from} OUTPUT_FILE ${compressed}/${to}
       COMMAND_ERROR_IS_FATAL ANY)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${from})
@@ -55,7 +55,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(this_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 
-# The first line is the synopsis. Text is laid out by CPack, an empty line begins a paragraph.
+# The first line is the synopsis. CPack wraps the text; an empty line begins a paragraph.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(purpose "Reads, builds, copies, prunes, renumbers, verifies and writes hypergraphs of
 cells and nets, for programs that partition netlists, sparse matrices and
@@ -67,7 +67,7 @@ set(CPACK_DEBIAN_QUILLON_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/pac
 set(CPACK_DEBIAN_QUILLON_RUNTIME_DESCRIPTION "hypergraph module of a partitioning library
 ${purpose}
 
-This package has the shared libraries.")
+This package contains the shared libraries.")
 
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_NAME libquillon-dev)
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -77,15 +77,15 @@ set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_DESCRIPTION
   "hypergraph module of a partitioning library - development files
 ${purpose}
 
-This package has the headers, the static libraries, examples, and files for
-CMake and pkg-config.")
+This package contains the headers, the static libraries, examples, and files
+for CMake and pkg-config.")
 
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_NAME quillon)
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_DEPENDS "libquillon ${this_version}")
 set(CPACK_DEBIAN_QUILLON_TOOL_DESCRIPTION "command-line tool for hypergraphs
 Prints statistics of hypergraphs, checks, prunes and renumbers them, converts
-between their file formats, evaluates partitions, and makes reports with
-pictures to look at in a browser.")
+between file formats, evaluates partitions, and writes HTML reports with
+charts.")
 
 include(CPack)

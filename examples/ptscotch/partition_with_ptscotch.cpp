@@ -2,10 +2,10 @@
 //
 //   mpirun -n PROCESSES partition_with_ptscotch FILE NPARTS PARTS_FILE [IMBALANCE]
 //
-// The graph is the star expansion: a vertex for each cell and each net, an edge for each pin. A cell weighs
-// what it weighs and a net nothing, so that the parts are balanced in cells; an edge weighs what its net
-// does. What PT-Scotch makes small is therefore the weight of the pins whose net lies in another part than
-// their cell: for a net of two pins that is what cutting it costs, for a larger one it can be more.
+// The graph is the star expansion: a vertex for each cell and each net, an edge for each pin. Cells keep
+// their weights and nets have weight 0, so that the parts are balanced in cell weight; an edge has the weight
+// of its net. PT-Scotch thus minimises the total weight of the pins whose net is in another part than their
+// cell. For a net of two pins this is the cost of cutting it; for a larger net it can be more.
 #include <mpi.h>
 #include <ptscotch.h>
 
@@ -20,18 +20,18 @@
 
 namespace {
 
-// Every process has the whole record, and hands over its own range of vertices. Vertex i - 1 is cell i,
-// vertex _c + j - 1 is net j.
+// Every process holds the whole record and passes its own range of vertices to PT-Scotch. Vertex i - 1 is
+// cell i, vertex _c + j - 1 is net j.
 void read_both_sides(quillon::Hypergraph* h, const char* filename) {
   quillon::read_hypergraph(h, filename, /*check=*/0);
-  quillon::SortPins(h);  // a cell that a net names twice stands twice in a row from here on, on both sides
+  quillon::SortPins(h);  // makes repeated pins adjacent, on both sides
   h->_net_list = quillon::imalloc(std::int64_t{h->_p} + 2, "read_both_sides: net_list");
   std::vector<int> work(static_cast<std::size_t>(h->_c) + 1);
   quillon::construct_net_list(h, work.data());
   quillon::set_hypergraph_infos(h);
 }
 
-// What PT-Scotch cannot take: it counts in SCOTCH_Num and divides by the total weight.
+// PT-Scotch counts in SCOTCH_Num and divides by the total weight.
 void refuse_what_does_not_fit(const quillon::Hypergraph& h) {
   constexpr std::int64_t kMost = std::numeric_limits<SCOTCH_Num>::max();
   std::int64_t weight = 0;
@@ -44,8 +44,8 @@ void refuse_what_does_not_fit(const quillon::Hypergraph& h) {
     quillon::errexit("%d cells, %d nets and %d pins are too many", h._c, h._n, h._p);
 }
 
-// The vertices first .. first + count - 1 of the star expansion, in the arrays that PT-Scotch takes. Numbers
-// count from 0. The graph that is built refers to these arrays: they have to live longer.
+// The vertices first .. first + count - 1 of the star expansion, as arrays for PT-Scotch. Numbers count from
+// 0. The graph refers to these arrays, so they must outlive it.
 struct Slice {
   SCOTCH_Num count = 0;
   std::vector<SCOTCH_Num> starts{0};  // count + 1: where the edges of each vertex begin
@@ -57,7 +57,7 @@ struct Slice {
 void add_edge(Slice& slice, SCOTCH_Num end, int weight) {
   const bool is_repeated =
       slice.ends.size() > static_cast<std::size_t>(slice.starts.back()) && slice.ends.back() == end;
-  if (is_repeated || weight < 1) return;  // of a net that costs nothing there is nothing to save
+  if (is_repeated || weight < 1) return;  // cutting a net of weight 0 costs nothing
   slice.ends.push_back(end);
   slice.edge_weights.push_back(weight);
 }
@@ -111,14 +111,14 @@ std::vector<SCOTCH_Num> part_slice(Slice& slice, int nparts, double imbalance) {
   expect(SCOTCH_stratInit(&strategy), "SCOTCH_stratInit");
   expect(SCOTCH_stratDgraphMapBuild(&strategy, SCOTCH_STRATQUALITY, nprocesses, nparts, imbalance),
          "SCOTCH_stratDgraphMapBuild");
-  std::vector<SCOTCH_Num> parts(static_cast<std::size_t>(slice.count) + 1);  // never without an address
+  std::vector<SCOTCH_Num> parts(static_cast<std::size_t>(slice.count) + 1);  // + 1: data() is never null
   expect(SCOTCH_dgraphPart(&graph, nparts, &strategy, parts.data()), "SCOTCH_dgraphPart");
   SCOTCH_stratExit(&strategy);
   SCOTCH_dgraphExit(&graph);
   return parts;
 }
 
-// The parts of all cells, by cell number, on process 0. Those of the nets served their purpose.
+// The parts of all cells, by cell number, on process 0. The parts of the nets are not needed.
 std::vector<int> part_cells(const quillon::Hypergraph& h, int nparts, double imbalance) {
   int nprocesses = 0;
   int rank = 0;
@@ -148,7 +148,7 @@ void report(const quillon::Hypergraph& h, const std::vector<int>& parts, int npa
   for (int i = 1; i <= h._c; ++i)
     weights[static_cast<std::size_t>(parts[static_cast<std::size_t>(i)])] += h._clst[i].w;
 
-  std::vector<int> last_net(static_cast<std::size_t>(nparts), 0);  // that touched a part
+  std::vector<int> last_net(static_cast<std::size_t>(nparts), 0);  // with a pin in each part
   std::int64_t cut = 0;
   std::int64_t connectivity_minus_one = 0;
   for (int j = 1; j <= h._n; ++j) {
@@ -171,11 +171,11 @@ void report(const quillon::Hypergraph& h, const std::vector<int>& parts, int npa
 }  // namespace
 
 int main(int argc, char** argv) {
-  // PT-Scotch may exchange messages from several threads of a process. A fatal error of one process ends it
-  // without MPI_Finalize, on which mpirun ends the others.
+  // PT-Scotch may send messages from several threads of a process. A fatal error ends its process without
+  // MPI_Finalize; mpirun then ends the others.
   int threads = 0;
   MPI_Init_thread(&argc, &argv, MPI_THREAD_MULTIPLE, &threads);
-  if (threads < MPI_THREAD_MULTIPLE) quillon::errexit("this MPI library is not made for threads");
+  if (threads < MPI_THREAD_MULTIPLE) quillon::errexit("this MPI library does not support multiple threads");
   const int nparts = argc >= 4 ? static_cast<int>(std::strtol(argv[2], nullptr, 10)) : 0;
   if (nparts < 1 || argc > 5) quillon::errexit("usage: %s FILE NPARTS PARTS_FILE [IMBALANCE]", argv[0]);
   const double imbalance = argc == 5 ? std::strtod(argv[4], nullptr) : 0.03;
