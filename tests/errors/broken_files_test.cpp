@@ -19,6 +19,7 @@
 #include "tests/support/resources.h"
 #include "tests/support/temp_file.h"
 #include "tests/support/throwing.h"
+#include "tests/util/variant.h"
 #include "util/scope.h"
 #include "util/util.h"
 
@@ -167,7 +168,7 @@ TEST_F(BrokenFiles, LeaveNothingBehind) {
     } else {
       std::string text = hypergraphs.next();
       while (!is_readable(text)) text = hypergraphs.next();
-      if (kAddressSanitizer)  // takes 4 ms to allocate a line buffer of 16 MiB
+      if (kAddressSanitizer)  // where allocating the line buffer of 16 MiB costs 4 ms
         read(text, {readers[static_cast<std::size_t>(nfiles) % readers.size()]});
       else
         read(text, readers);
