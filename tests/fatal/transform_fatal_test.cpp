@@ -11,21 +11,17 @@
 #include "hypergraph/hypergraph.h"
 #include "tests/support/destination.h"
 #include "tests/support/records.h"
+#include "tests/support/throwing.h"
 #include "util/util.h"
 
 namespace quillon {
 namespace {
 
 using testing::AllOf;
-using testing::Eq;
-using testing::ExitedWithCode;
 using testing::Gt;
 using testing::Lt;
 
 constexpr int kAccount = 2;  // the mode that accounts for pruned nets
-
-// What stands on standard error when a program ends with this text.
-std::string error(const std::string& text) { return "quillon: error: " + text + "\n"; }
 
 // Where the next block of a pool would lie: the same place whenever the pool is empty.
 void* top_of(int pool) {
@@ -193,12 +189,12 @@ TEST(ShuffledPruningCopyBySeed, EveryOrderOfNetsIsAsLikelyAsTheOthers) {
   EXPECT_THAT(chi_square([](const Shuffled& copy) { return copy.d.netorder; }), AllOf(Gt(4.0), Lt(60.0)));
 }
 
-TEST(PermuteByPartDeathTest, OtherNumbersOfNetsThanOfCellsEndTheProgram) {
+TEST(PermuteByPart, OtherNumbersOfNetsThanOfCellsAreErrors) {
   const Record r({.ncells = 4, .pins = {{}, {}, {}, {}, {}}, .parts = {0, 0, 0, 0}});
   Destination d(r.h);
 
-  EXPECT_EXIT(SymmetricPermute(&r.h, 1, &d.h), ExitedWithCode(1),
-              Eq(error("SymmetricPermute only run in symmetric hypergraphs (#C:4 #N:5)")));
+  EXPECT_EQ(fatal_text([&] { SymmetricPermute(&r.h, 1, &d.h); }),
+            "SymmetricPermute only run in symmetric hypergraphs (#C:4 #N:5)");
 }
 
 TEST(PermuteByPart, SortsWithTheScratchOfTheRealHeap) {
@@ -209,31 +205,31 @@ TEST(PermuteByPart, SortsWithTheScratchOfTheRealHeap) {
   EXPECT_EQ(pins_of_nets(d.h), Lists({{1}, {2, 1}, {3, 2}}));
 }
 
-TEST(WriterDeathTest, AFormatOrNumberingOutOfRangeEndsTheProgram) {
+TEST(Writer, AFormatOrNumberingOutOfRangeIsAnError) {
   const Record r({.ncells = 2, .pins = {{1, 2}}});
 
-  EXPECT_EXIT(write_hypergraph2File(&r.h, stdout, 1, 4), ExitedWithCode(1),
-              Eq(error("write_hypergraph : invalid fmt parameter [4]")));
-  EXPECT_EXIT(write_hypergraph2File(&r.h, stdout, 2, -1), ExitedWithCode(1),
-              Eq(error("write_hypergraph : invalid fmt parameter [-1]")));
-  EXPECT_EXIT(write_hypergraph2File(&r.h, stdout, 2, 0), ExitedWithCode(1),
-              Eq(error("write_hypergraph : invalid numbering parameter [2]")));
-  EXPECT_EXIT(write_hypergraph2File(&r.h, stdout, -1, 3), ExitedWithCode(1),
-              Eq(error("write_hypergraph : invalid numbering parameter [-1]")));
+  EXPECT_EQ(fatal_text([&] { write_hypergraph2File(&r.h, stdout, 1, 4); }),
+            "write_hypergraph : invalid fmt parameter [4]");
+  EXPECT_EQ(fatal_text([&] { write_hypergraph2File(&r.h, stdout, 2, -1); }),
+            "write_hypergraph : invalid fmt parameter [-1]");
+  EXPECT_EQ(fatal_text([&] { write_hypergraph2File(&r.h, stdout, 2, 0); }),
+            "write_hypergraph : invalid numbering parameter [2]");
+  EXPECT_EQ(fatal_text([&] { write_hypergraph2File(&r.h, stdout, -1, 3); }),
+            "write_hypergraph : invalid numbering parameter [-1]");
 }
 
-TEST(WriterDeathTest, AFolderThatIsNotThereEndsTheProgramNamingFileModeAndTag) {
+TEST(Writer, AFolderThatIsNotThereIsAnErrorNamingFileModeAndTag) {
   const Record r({.ncells = 2, .pins = {{1, 2}}});
 
-  EXPECT_EXIT(write_hypergraph(&r.h, "no/such/file", 1, 0), ExitedWithCode(1),
-              Eq(error("ufopen: cannot open 'no/such/file' with mode \"w\" for \"write_hypergraph\": "
-                       "No such file or directory")));
+  EXPECT_EQ(fatal_text([&] { write_hypergraph(&r.h, "no/such/file", 1, 0); }),
+            "ufopen: cannot open 'no/such/file' with mode \"w\" for \"write_hypergraph\": "
+            "No such file or directory");
 }
 
-TEST(WriterDeathTest, AFullDiskEndsTheProgram) {
+TEST(Writer, AFullDiskIsAnError) {
   const Record small({.ncells = 2, .pins = {{1, 2}}});
-  EXPECT_EXIT(write_hypergraph(&small.h, "/dev/full", 1, 0), ExitedWithCode(1),
-              Eq(error("ufclose: '/dev/full' is not whole, data was lost: No space left on device")));
+  EXPECT_EQ(fatal_text([&] { write_hypergraph(&small.h, "/dev/full", 1, 0); }),
+            "ufclose: '/dev/full' is not whole, data was lost: No space left on device");
 }
 
 TEST(WriteHypergraphToStream, DoesNotLookAtTheErrorsOfItsStream) {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,20 +14,19 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/throwing.h"
 #include "util/util.h"
 
 namespace quillon {
 namespace {
 
 using testing::ElementsAre;
-using testing::ExitedWithCode;
-using testing::StrEq;
 
 constexpr std::int32_t kMarker = -77;
 constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 
-// read_array takes its file in pieces of this size.
+// read_array reads its file in pieces of this size.
 constexpr std::size_t kPiece = 16384;
 
 std::string unused_name() {
@@ -81,15 +79,14 @@ std::vector<std::int32_t> read_from(const std::string& text, int count) {
   return array;
 }
 
-/// Reading `count` entries ends the program with this message, in which FILE stands for the file name.
+/// Reading `count` entries fails with this message, in which FILE stands for the file name.
 void expect_refusal(const std::string& text, int count, std::string message) {
   SCOPED_TRACE(message);
   const TempFile file(text);
   std::vector<std::int32_t> array(count + 2, kMarker);
   message.replace(message.find("FILE"), 4, file.name());
 
-  EXPECT_EXIT(read_array(file.name(), array.data(), count, 1), ExitedWithCode(1),
-              StrEq("quillon: error: " + message + "\n"));
+  EXPECT_EQ(fatal_text([&] { read_array(file.name(), array.data(), count, 1); }), message);
 }
 
 void write_and_close(const char* name) {
@@ -99,17 +96,22 @@ void write_and_close(const char* name) {
 }
 
 // Opens the same full device under three names, writes through the stream of one and closes all in an order.
-void write_to_one_of_three(std::size_t written, const std::vector<std::size_t>& order) {
+// Returns the error that one of them reports.
+std::string error_of_one_of_three(std::size_t written, const std::vector<std::size_t>& order) {
   std::FILE* const streams[] = {ufopen("/dev/full", "w", "test: 0"), ufopen("/dev/./full", "w", "test: 1"),
                                 ufopen("/dev/../dev/full", "w", "test: 2")};
   std::fputs("text", streams[written]);
-  for (const std::size_t i : order) ufclose(streams[i]);
+  std::string error;
+  for (const std::size_t i : order) {
+    const std::string text = fatal_text([&] { ufclose(streams[i]); });
+    if (text != kNoFatalError) error += text;
+  }
+  return error;
 }
 
 void expect_cannot_open(const std::string& name, const char* mode, const std::string& reason) {
-  EXPECT_EXIT((void)ufopen(name.c_str(), mode, "test: input"), ExitedWithCode(1),
-              StrEq("quillon: error: ufopen: cannot open '" + name + "' with mode \"" + mode +
-                    "\" for \"test: input\": " + reason + "\n"));
+  EXPECT_EQ(fatal_text([&] { (void)ufopen(name.c_str(), mode, "test: input"); }),
+            "ufopen: cannot open '" + name + "' with mode \"" + mode + "\" for \"test: input\": " + reason);
 }
 
 TEST(Ufopen, OpensForReading) {
@@ -168,37 +170,31 @@ TEST(Ufclose, AllowsAFileReadToItsEnd) {
   ufclose(stream);
 }
 
-TEST(Ufclose, EndsTheProgramWhenTheLastBytesAreLost) {
+TEST(Ufclose, FailsWhenTheLastBytesAreLost) {
   if (full_device_is_missing()) GTEST_SKIP() << "the system has no device that is always full";
-  EXPECT_EXIT(
-      write_and_close("/dev/full"), ExitedWithCode(1),
-      StrEq("quillon: error: ufclose: '/dev/full' is not whole, data was lost: No space left on device\n"));
+  EXPECT_EQ(fatal_text([&] { write_and_close("/dev/full"); }),
+            "ufclose: '/dev/full' is not whole, data was lost: No space left on device");
 }
 
-TEST(Ufclose, EndsTheProgramWhenAnEarlierWriteFailed) {
+TEST(Ufclose, FailsWhenAnEarlierWriteFailed) {
   if (full_device_is_missing()) GTEST_SKIP() << "the system has no device that is always full";
   std::FILE* const stream = ufopen("/dev/full", "w", "test: full");
   std::setvbuf(stream, nullptr, _IONBF, 0);
   EXPECT_EQ(std::fputc('x', stream), EOF);
 
   // Nothing is left to be lost by closing.
-  EXPECT_EXIT(ufclose(stream), ExitedWithCode(1),
-              StrEq("quillon: error: ufclose: '/dev/full' is not whole, reading or writing it failed\n"));
-  std::clearerr(stream);
-  ufclose(stream);
+  EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
+            "ufclose: '/dev/full' is not whole, reading or writing it failed");
 }
 
-TEST(Ufclose, EndsTheProgramWhenReadingFailed) {
+TEST(Ufclose, FailsWhenReadingFailed) {
   const TempFile file("");
   std::FILE* const stream = ufopen(file.name(), "w", "test: output");
   EXPECT_EQ(std::fgetc(stream), EOF);
   ASSERT_NE(std::ferror(stream), 0);
 
-  EXPECT_EXIT(ufclose(stream), ExitedWithCode(1),
-              StrEq(std::string("quillon: error: ufclose: '") + file.name() +
-                    "' is not whole, reading or writing it failed\n"));
-  std::clearerr(stream);
-  ufclose(stream);
+  EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
+            std::string("ufclose: '") + file.name() + "' is not whole, reading or writing it failed");
 }
 
 TEST(Ufclose, ClosesAStreamThatWasOpenedOtherwise) {
@@ -212,16 +208,11 @@ TEST(Ufclose, ClosesAStreamThatWasOpenedOtherwise) {
 
 TEST(Ufclose, HasNoNameForAStreamThatWasOpenedOtherwise) {
   if (full_device_is_missing()) GTEST_SKIP() << "the system has no device that is always full";
-  const auto run = [] {
-    std::FILE* const stream = std::fopen("/dev/full", "w");
-    if (stream == nullptr) std::exit(2);
-    std::fputs("text", stream);
-    ufclose(stream);
-  };
-  EXPECT_EXIT(
-      run(), ExitedWithCode(1),
-      StrEq("quillon: error: ufclose: '(unnamed stream)' is not whole, data was lost: No space left on "
-            "device\n"));
+  std::FILE* const stream = std::fopen("/dev/full", "w");
+  ASSERT_NE(stream, nullptr);
+  std::fputs("text", stream);
+  EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
+            "ufclose: '(unnamed stream)' is not whole, data was lost: No space left on device");
 }
 
 TEST(Ufclose, NamesTheRightOneOfSeveralFilesInEveryOrder) {
@@ -230,9 +221,8 @@ TEST(Ufclose, NamesTheRightOneOfSeveralFilesInEveryOrder) {
   std::vector<std::size_t> order = {0, 1, 2};
   do {
     for (std::size_t written = 0; written < 3; ++written) {
-      EXPECT_EXIT(write_to_one_of_three(written, order), ExitedWithCode(1),
-                  StrEq("quillon: error: ufclose: '" + names[written] +
-                        "' is not whole, data was lost: No space left on device\n"));
+      EXPECT_EQ(error_of_one_of_three(written, order),
+                "ufclose: '" + names[written] + "' is not whole, data was lost: No space left on device");
     }
   } while (std::next_permutation(order.begin(), order.end()));
 }
@@ -245,9 +235,7 @@ TEST(Ufclose, ForgetsTheNameOfAClosedFile) {
     ufclose(ufopen(file.name(), "r", "test: input"));
     write_and_close("/dev/full");
   };
-  EXPECT_EXIT(
-      run(), ExitedWithCode(1),
-      StrEq("quillon: error: ufclose: '/dev/full' is not whole, data was lost: No space left on device\n"));
+  EXPECT_EQ(fatal_text(run), "ufclose: '/dev/full' is not whole, data was lost: No space left on device");
 }
 
 TEST(Ufclose, ForgetsTheNameOfAFileThatWasClosedOtherwise) {
@@ -257,9 +245,7 @@ TEST(Ufclose, ForgetsTheNameOfAFileThatWasClosedOtherwise) {
     std::fclose(ufopen(file.name(), "r", "test: input"));
     write_and_close("/dev/full");
   };
-  EXPECT_EXIT(
-      run(), ExitedWithCode(1),
-      StrEq("quillon: error: ufclose: '/dev/full' is not whole, data was lost: No space left on device\n"));
+  EXPECT_EQ(fatal_text(run), "ufclose: '/dev/full' is not whole, data was lost: No space left on device");
 }
 
 TEST(Ufclose, KeepsItsOwnCopyOfTheName) {
@@ -271,16 +257,14 @@ TEST(Ufclose, KeepsItsOwnCopyOfTheName) {
     std::fputs("text", stream);
     ufclose(stream);
   };
-  EXPECT_EXIT(
-      run(), ExitedWithCode(1),
-      StrEq("quillon: error: ufclose: '/dev/full' is not whole, data was lost: No space left on device\n"));
+  EXPECT_EQ(fatal_text(run), "ufclose: '/dev/full' is not whole, data was lost: No space left on device");
 }
 
 TEST(ReadArray, FillsTheEntriesInFileOrder) {
   EXPECT_THAT(read_from("3 1\n2\n", 3), ElementsAre(kMarker, 3, 1, 2, kMarker));
 }
 
-TEST(ReadArray, TakesAnyWhiteSpaceBetweenEntries) {
+TEST(ReadArray, AcceptsAnyWhiteSpaceBetweenEntries) {
   EXPECT_THAT(read_from("1 2\t3\n4\r\n5\v6\f7\r8", 8), ElementsAre(kMarker, 1, 2, 3, 4, 5, 6, 7, 8, kMarker));
   EXPECT_THAT(read_from(" \t\n\r\v\f1 \t\n\r\v\f2 \t\n\r\v\f", 2), ElementsAre(kMarker, 1, 2, kMarker));
 }
@@ -290,18 +274,18 @@ TEST(ReadArray, NeedsNoLineEndAtTheEndOfTheFile) {
   EXPECT_THAT(read_from("12\n-0", 2), ElementsAre(kMarker, 12, 0, kMarker));
 }
 
-TEST(ReadArray, TakesSignsAndLeadingZeros) {
+TEST(ReadArray, AcceptsSignsAndLeadingZeros) {
   EXPECT_THAT(read_from("+5 -5 0 -0 +0 007 -010 08", 8),
               ElementsAre(kMarker, 5, -5, 0, 0, 0, 7, -10, 8, kMarker));
 }
 
-TEST(ReadArray, TakesAnyNumberOfLeadingZeros) {
+TEST(ReadArray, AcceptsAnyNumberOfLeadingZeros) {
   const std::string zeros(3 * kPiece, '0');
   EXPECT_THAT(read_from(zeros + "12 -" + zeros + "2147483648 " + zeros, 3),
               ElementsAre(kMarker, 12, kSmallest, 0, kMarker));
 }
 
-TEST(ReadArray, TakesEvery32BitInteger) {
+TEST(ReadArray, AcceptsEvery32BitInteger) {
   EXPECT_THAT(read_from("-2147483648 2147483647 -2147483647 2147483646", 4),
               ElementsAre(kMarker, kSmallest, kLargest, -2147483647, 2147483646, kMarker));
 }
@@ -393,9 +377,9 @@ TEST(ReadArray, CountsTheLineFeedAtTheEndOfAPiece) {
 TEST(ReadArray, RefusesAMissingFile) {
   const std::string name = unused_name();
   std::int32_t array[2] = {};
-  EXPECT_EXIT(read_array(name.c_str(), array, 1, 1), ExitedWithCode(1),
-              StrEq("quillon: error: ufopen: cannot open '" + name +
-                    "' with mode \"r\" for \"read_array\": No such file or directory\n"));
+  EXPECT_EQ(
+      fatal_text([&] { read_array(name.c_str(), array, 1, 1); }),
+      "ufopen: cannot open '" + name + "' with mode \"r\" for \"read_array\": No such file or directory");
 }
 
 TEST(ReadArray, TellsAReadErrorFromTheEndOfTheFile) {
@@ -403,10 +387,8 @@ TEST(ReadArray, TellsAReadErrorFromTheEndOfTheFile) {
   const char* const name = "/proc/self/mem";
   if (access(name, R_OK) != 0) GTEST_SKIP() << "the system has no file that opens but cannot be read";
   std::int32_t array[2] = {};
-  EXPECT_EXIT(
-      read_array(name, array, 1, 1), ExitedWithCode(1),
-      StrEq(
-          "quillon: error: read_array: entry 1 of 1 cannot be read, '/proc/self/mem' fails after entry 0\n"));
+  EXPECT_EQ(fatal_text([&] { read_array(name, array, 1, 1); }),
+            "read_array: entry 1 of 1 cannot be read, '/proc/self/mem' fails after entry 0");
 }
 
 TEST(ReadArray, FillsFromTheFirstIndexOn) {
@@ -440,17 +422,12 @@ TEST(ReadArray, IgnoresWhatFollowsTheLastEntry) {
 }
 
 TEST(ReadArray, HasStoredTheEntriesBeforeAWrongOne) {
-  static std::int32_t array[5] = {kMarker, kMarker, kMarker, kMarker, kMarker};
   const TempFile file("7 8 x 9");
-  const auto run = [&file] {
-    std::atexit([] {
-      for (const std::int32_t value : array) std::fprintf(stderr, "%d ", value);
-    });
-    read_array(file.name(), array, 4, 1);
-  };
-  EXPECT_EXIT(run(), ExitedWithCode(1),
-              StrEq(std::string("quillon: error: read_array: entry 3 of 4 is not an integer in '") +
-                    file.name() + "', line 1: \"x\"\n-77 7 8 -77 -77 "));
+  std::int32_t array[5] = {kMarker, kMarker, kMarker, kMarker, kMarker};
+  EXPECT_EQ(
+      fatal_text([&] { read_array(file.name(), array, 4, 1); }),
+      std::string("read_array: entry 3 of 4 is not an integer in '") + file.name() + "', line 1: \"x\"");
+  EXPECT_THAT(array, ElementsAre(kMarker, 7, 8, kMarker, kMarker));
 }
 
 TEST(ReadArray, ReadsAWordAcrossPieces) {

@@ -13,6 +13,7 @@
 #include <set>
 #include <vector>
 
+#include "tests/support/throwing.h"
 #include "tests/util/page_faults.h"
 #include "tests/util/variant.h"
 #include "util/util.h"
@@ -31,8 +32,8 @@ void expect_aligned_for_any_type(const void* block) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0U) << block;
 }
 
-// Each kind of block in turn, together far more than the limit: keeping any of it ends the program.
-void take_and_give_back_under_a_limit() {
+// Each kind of block in turn, together far more than the limit: keeping any of them ends the program.
+void allocate_and_free_under_a_limit() {
   const rlimit limit{1024 * kMiB, 1024 * kMiB};
   if (setrlimit(RLIMIT_AS, &limit) != 0) std::exit(2);
   for (int round = 0; round < 100; ++round) {
@@ -102,26 +103,21 @@ TEST(Umalloc, FillsLargeBlocksWithFewPageFaults) {
   _usfree(grown);
 }
 
-TEST(Umalloc, EndsTheProgramWhenABlockIsBeyondTheAddressSpace) {
-  EXPECT_EXIT(
-      (void)umalloc(std::numeric_limits<std::uint64_t>::max(), "test: all"), ExitedWithCode(1),
-      StrEq("quillon: error: umalloc: cannot allocate 18446744073709551615 bytes for \"test: all\"\n"));
-  EXPECT_EXIT(
-      (void)umalloc(std::uint64_t{0} - 15, "test: wraps"), ExitedWithCode(1),
-      StrEq("quillon: error: umalloc: cannot allocate 18446744073709551601 bytes for \"test: wraps\"\n"));
-  EXPECT_EXIT(
-      (void)umalloc(std::uint64_t{1} << 63, "test: half"), ExitedWithCode(1),
-      StrEq("quillon: error: umalloc: cannot allocate 9223372036854775808 bytes for \"test: half\"\n"));
+TEST(Umalloc, FailsWhenABlockIsBeyondTheAddressSpace) {
+  EXPECT_EQ(fatal_text([&] { (void)umalloc(std::numeric_limits<std::uint64_t>::max(), "test: all"); }),
+            "umalloc: cannot allocate 18446744073709551615 bytes for \"test: all\"");
+  EXPECT_EQ(fatal_text([&] { (void)umalloc(std::uint64_t{0} - 15, "test: wraps"); }),
+            "umalloc: cannot allocate 18446744073709551601 bytes for \"test: wraps\"");
+  EXPECT_EQ(fatal_text([&] { (void)umalloc(std::uint64_t{1} << 63, "test: half"); }),
+            "umalloc: cannot allocate 9223372036854775808 bytes for \"test: half\"");
 }
 
-TEST(Umalloc, EndsTheProgramWhenTheSystemHasNotEnough) {
+TEST(Umalloc, FailsWhenTheSystemHasNotEnough) {
   if (kAddressSanitizer) GTEST_SKIP() << "the address sanitizer ends the program itself";
-  EXPECT_EXIT(
-      (void)umalloc(std::uint64_t{1} << 62, "test: most"), ExitedWithCode(1),
-      StrEq("quillon: error: umalloc: cannot allocate 4611686018427387904 bytes for \"test: most\"\n"));
-  EXPECT_EXIT(
-      (void)umalloc((std::uint64_t{1} << 63) - 1, "test: half"), ExitedWithCode(1),
-      StrEq("quillon: error: umalloc: cannot allocate 9223372036854775807 bytes for \"test: half\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)umalloc(std::uint64_t{1} << 62, "test: most"); }),
+            "umalloc: cannot allocate 4611686018427387904 bytes for \"test: most\"");
+  EXPECT_EQ(fatal_text([&] { (void)umalloc((std::uint64_t{1} << 63) - 1, "test: half"); }),
+            "umalloc: cannot allocate 9223372036854775807 bytes for \"test: half\"");
 }
 
 TEST(Imalloc, CountsElements) {
@@ -135,33 +131,29 @@ TEST(Imalloc, CountsElements) {
 }
 
 TEST(Imalloc, RefusesANegativeCount) {
-  EXPECT_EXIT((void)imalloc(-1, "test: none"), ExitedWithCode(1),
-              StrEq("quillon: error: imalloc: negative count -1 for \"test: none\"\n"));
-  EXPECT_EXIT((void)imalloc(std::numeric_limits<std::int64_t>::min(), "test: least"), ExitedWithCode(1),
-              StrEq("quillon: error: imalloc: negative count -9223372036854775808 for \"test: least\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(-1, "test: none"); }),
+            "imalloc: negative count -1 for \"test: none\"");
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(std::numeric_limits<std::int64_t>::min(), "test: least"); }),
+            "imalloc: negative count -9223372036854775808 for \"test: least\"");
 }
 
-TEST(Imalloc, EndsTheProgramWhenABlockIsBeyondTheAddressSpace) {
+TEST(Imalloc, FailsWhenABlockIsBeyondTheAddressSpace) {
   // 2^61 ints are 2^63 bytes; the byte count of 2^62 ints no longer fits in 64 bits.
-  EXPECT_EXIT(
-      (void)imalloc(std::int64_t{1} << 61, "test: half"), ExitedWithCode(1),
-      StrEq("quillon: error: imalloc: cannot allocate 9223372036854775808 bytes for \"test: half\"\n"));
-  EXPECT_EXIT(
-      (void)imalloc(std::int64_t{1} << 62, "test: wraps"), ExitedWithCode(1),
-      StrEq("quillon: error: imalloc: cannot allocate 18446744073709551615 bytes for \"test: wraps\"\n"));
-  EXPECT_EXIT(
-      (void)imalloc(std::numeric_limits<std::int64_t>::max(), "test: all"), ExitedWithCode(1),
-      StrEq("quillon: error: imalloc: cannot allocate 18446744073709551615 bytes for \"test: all\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(std::int64_t{1} << 61, "test: half"); }),
+            "imalloc: cannot allocate 9223372036854775808 bytes for \"test: half\"");
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(std::int64_t{1} << 62, "test: wraps"); }),
+            "imalloc: cannot allocate 18446744073709551615 bytes for \"test: wraps\"");
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(std::numeric_limits<std::int64_t>::max(), "test: all"); }),
+            "imalloc: cannot allocate 18446744073709551615 bytes for \"test: all\"");
 }
 
-TEST(Imalloc, EndsTheProgramWhenTheSystemHasNotEnough) {
+TEST(Imalloc, FailsWhenTheSystemHasNotEnough) {
   if (kAddressSanitizer) GTEST_SKIP() << "the address sanitizer ends the program itself";
-  EXPECT_EXIT(
-      (void)imalloc(std::int64_t{1} << 60, "test: most"), ExitedWithCode(1),
-      StrEq("quillon: error: imalloc: cannot allocate 4611686018427387904 bytes for \"test: most\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)imalloc(std::int64_t{1} << 60, "test: most"); }),
+            "imalloc: cannot allocate 4611686018427387904 bytes for \"test: most\"");
 }
 
-TEST(Urealloc, TakesANewBlockForNull) {
+TEST(Urealloc, AllocatesANewBlockForNull) {
   unsigned char* const block = bytes_of(urealloc(nullptr, 1000, "test: block"));
   ASSERT_NE(block, nullptr);
   std::memset(block, 3, 1000);
@@ -222,33 +214,30 @@ TEST(Urealloc, GivesABlockWhenNothingIsLeft) {
   _usfree(grown);
 }
 
-TEST(Urealloc, EndsTheProgramWhenABlockIsBeyondTheAddressSpace) {
+TEST(Urealloc, FailsWhenABlockIsBeyondTheAddressSpace) {
   void* const block = umalloc(8, "test: block");
-  EXPECT_EXIT(
-      (void)urealloc(block, std::uint64_t{0} - 1, "test: all"), ExitedWithCode(1),
-      StrEq("quillon: error: urealloc: cannot allocate 18446744073709551615 bytes for \"test: all\"\n"));
-  EXPECT_EXIT(
-      (void)urealloc(nullptr, std::uint64_t{1} << 63, "test: half"), ExitedWithCode(1),
-      StrEq("quillon: error: urealloc: cannot allocate 9223372036854775808 bytes for \"test: half\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)urealloc(block, std::uint64_t{0} - 1, "test: all"); }),
+            "urealloc: cannot allocate 18446744073709551615 bytes for \"test: all\"");
+  EXPECT_EQ(fatal_text([&] { (void)urealloc(nullptr, std::uint64_t{1} << 63, "test: half"); }),
+            "urealloc: cannot allocate 9223372036854775808 bytes for \"test: half\"");
   _usfree(block);
 }
 
-TEST(Urealloc, EndsTheProgramWhenTheSystemHasNotEnough) {
+TEST(Urealloc, FailsWhenTheSystemHasNotEnough) {
   if (kAddressSanitizer) GTEST_SKIP() << "the address sanitizer ends the program itself";
   void* const block = umalloc(8, "test: block");
-  EXPECT_EXIT(
-      (void)urealloc(block, std::uint64_t{1} << 62, "test: most"), ExitedWithCode(1),
-      StrEq("quillon: error: urealloc: cannot allocate 4611686018427387904 bytes for \"test: most\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)urealloc(block, std::uint64_t{1} << 62, "test: most"); }),
+            "urealloc: cannot allocate 4611686018427387904 bytes for \"test: most\"");
   _usfree(block);
 }
 
 TEST(Usfree, AllowsNull) { EXPECT_EXIT((_usfree(nullptr), std::exit(0)), ExitedWithCode(0), StrEq("")); }
 
-TEST(Usfree, LetsMemoryBeTakenAgain) {
+TEST(Usfree, LetsMemoryBeAllocatedAgain) {
   if (kAddressSanitizer)
     GTEST_SKIP() << "the address sanitizer needs more address space than the limit leaves";
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a program of its own, of which the pools take nothing
-  EXPECT_EXIT(take_and_give_back_under_a_limit(), ExitedWithCode(0), StrEq(""));
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a program of its own, without pools
+  EXPECT_EXIT(allocate_and_free_under_a_limit(), ExitedWithCode(0), StrEq(""));
 }
 
 }  // namespace

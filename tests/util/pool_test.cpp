@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/throwing.h"
 #include "tests/util/page_faults.h"
 #include "tests/util/variant.h"
 #include "util/util.h"
@@ -105,8 +106,8 @@ void expect_filled(const std::vector<Block>& blocks) {
 std::string not_held(int pool, const void* block, const std::string& newest) {
   char address[32];
   std::snprintf(address, sizeof address, "%p", block);
-  return "quillon: error: poolfree_upto: pool " + std::to_string(pool) + " does not hold block " + address +
-         " for \"test: release\"; its newest is " + newest + "\n";
+  return "poolfree_upto: pool " + std::to_string(pool) + " does not hold block " + address +
+         " for \"test: release\"; its newest is " + newest;
 }
 
 // Bytes of this process that are in memory, or 0 where the system does not tell.
@@ -190,39 +191,34 @@ TEST_F(Poolalloc, KeepsThePoolsApart) {
 }
 
 TEST_F(Poolalloc, RefusesAnUnknownPool) {
-  EXPECT_EXIT((void)poolalloc(2, 8, "test: block"), ExitedWithCode(1),
-              StrEq("quillon: error: poolalloc: there is no pool 2 for \"test: block\"\n"));
-  EXPECT_EXIT((void)poolalloc(-1, 8, "test: block"), ExitedWithCode(1),
-              StrEq("quillon: error: poolalloc: there is no pool -1 for \"test: block\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(2, 8, "test: block"); }),
+            "poolalloc: there is no pool 2 for \"test: block\"");
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(-1, 8, "test: block"); }),
+            "poolalloc: there is no pool -1 for \"test: block\"");
 }
 
-TEST_F(Poolalloc, EndsTheProgramWhenThePoolHasNoRoom) {
-  EXPECT_EXIT((void)poolalloc(0, kMost, "test: all"), ExitedWithCode(1),
-              StrEq("quillon: error: poolalloc: pool 0 cannot provide 18446744073709551615 bytes for "
-                    "\"test: all\"\n"));
-  EXPECT_EXIT((void)poolalloc(1, kMost / 2 + 1, "test: half"), ExitedWithCode(1),
-              StrEq("quillon: error: poolalloc: pool 1 cannot provide 9223372036854775808 bytes for "
-                    "\"test: half\"\n"));
-  EXPECT_EXIT((void)poolalloc(1, std::uint64_t{1} << 40, "test: 1 TiB"), ExitedWithCode(1),
-              StrEq("quillon: error: poolalloc: pool 1 cannot provide 1099511627776 bytes for "
-                    "\"test: 1 TiB\"\n"));
+TEST_F(Poolalloc, FailsWhenThePoolHasNoRoom) {
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(0, kMost, "test: all"); }),
+            "poolalloc: pool 0 cannot provide 18446744073709551615 bytes for \"test: all\"");
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(1, kMost / 2 + 1, "test: half"); }),
+            "poolalloc: pool 1 cannot provide 9223372036854775808 bytes for \"test: half\"");
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(1, std::uint64_t{1} << 40, "test: 1 TiB"); }),
+            "poolalloc: pool 1 cannot provide 1099511627776 bytes for \"test: 1 TiB\"");
 }
 
 TEST_F(Poolalloc, HasOneGiBWithoutTheSystemsOwnCalls) {
   if (!kPortable) GTEST_SKIP() << "this build reserves address space";
   constexpr std::uint64_t kGiB = 1024 * kMiB;
   EXPECT_EQ(release(0, take(0, kGiB - 4 * kMiB)), 1);
-  EXPECT_EXIT(
-      (void)poolalloc(0, kGiB, "test: 1 GiB"), ExitedWithCode(1),
-      StrEq("quillon: error: poolalloc: pool 0 cannot provide 1073741824 bytes for \"test: 1 GiB\"\n"));
+  EXPECT_EQ(fatal_text([&] { (void)poolalloc(0, kGiB, "test: 1 GiB"); }),
+            "poolalloc: pool 0 cannot provide 1073741824 bytes for \"test: 1 GiB\"");
 }
 
-TEST_F(Poolalloc, EndsTheProgramForSizesThatWrapAroundWhenRoundedUp) {
+TEST_F(Poolalloc, FailsForSizesThatWrapAroundWhenRoundedUp) {
   for (const std::uint64_t below : {62U, 63U, 127U}) {
     const std::string bytes = std::to_string(kMost - below);
-    EXPECT_EXIT(
-        (void)poolalloc(0, kMost - below, "test: wraps"), ExitedWithCode(1),
-        StrEq("quillon: error: poolalloc: pool 0 cannot provide " + bytes + " bytes for \"test: wraps\"\n"));
+    EXPECT_EQ(fatal_text([&] { (void)poolalloc(0, kMost - below, "test: wraps"); }),
+              "poolalloc: pool 0 cannot provide " + bytes + " bytes for \"test: wraps\"");
   }
 }
 
@@ -252,18 +248,18 @@ TEST_F(PoolfreeUpto, ReleasesTheYoungerBlocksToo) {
 
 TEST_F(PoolfreeUpto, RefusesAnUnknownPool) {
   char* const block = take(0, 8);
-  EXPECT_EXIT(release(2, block), ExitedWithCode(1),
-              StrEq("quillon: error: poolfree_upto: there is no pool 2 for \"test: release\"\n"));
-  EXPECT_EXIT(release(-1, block), ExitedWithCode(1),
-              StrEq("quillon: error: poolfree_upto: there is no pool -1 for \"test: release\"\n"));
+  EXPECT_EQ(fatal_text([&] { release(2, block); }),
+            "poolfree_upto: there is no pool 2 for \"test: release\"");
+  EXPECT_EQ(fatal_text([&] { release(-1, block); }),
+            "poolfree_upto: there is no pool -1 for \"test: release\"");
   EXPECT_EQ(release(0, block), 1);
 }
 
 TEST_F(PoolfreeUpto, RefusesEverythingWhenThePoolIsEmpty) {
   int outside = 0;
-  EXPECT_EXIT(release(0, nullptr), ExitedWithCode(1), StrEq(not_held(0, nullptr, "\"none\" of 0 bytes")));
-  EXPECT_EXIT(release(1, bottom[1]), ExitedWithCode(1), StrEq(not_held(1, bottom[1], "\"none\" of 0 bytes")));
-  EXPECT_EXIT(release(1, &outside), ExitedWithCode(1), StrEq(not_held(1, &outside, "\"none\" of 0 bytes")));
+  EXPECT_EQ(fatal_text([&] { release(0, nullptr); }), not_held(0, nullptr, "\"none\" of 0 bytes"));
+  EXPECT_EQ(fatal_text([&] { release(1, bottom[1]); }), not_held(1, bottom[1], "\"none\" of 0 bytes"));
+  EXPECT_EQ(fatal_text([&] { release(1, &outside); }), not_held(1, &outside, "\"none\" of 0 bytes"));
 }
 
 TEST_F(PoolfreeUpto, RefusesWhatIsNoBlock) {
@@ -272,11 +268,11 @@ TEST_F(PoolfreeUpto, RefusesWhatIsNoBlock) {
   int outside = 0;
   const std::string last = "\"test: block\" of 200 bytes";
 
-  EXPECT_EXIT(release(0, nullptr), ExitedWithCode(1), StrEq(not_held(0, nullptr, last)));
-  EXPECT_EXIT(release(0, &outside), ExitedWithCode(1), StrEq(not_held(0, &outside, last)));
+  EXPECT_EQ(fatal_text([&] { release(0, nullptr); }), not_held(0, nullptr, last));
+  EXPECT_EQ(fatal_text([&] { release(0, &outside); }), not_held(0, &outside, last));
   for (char* const address : {oldest - 1, oldest + 1, oldest + 64, newest - 64, newest + 1, newest + 256}) {
     SCOPED_TRACE(address - oldest);
-    EXPECT_EXIT(release(0, address), ExitedWithCode(1), StrEq(not_held(0, address, last)));
+    EXPECT_EQ(fatal_text([&] { release(0, address); }), not_held(0, address, last));
   }
   EXPECT_EQ(release(0, oldest), 2);
 }
@@ -287,8 +283,7 @@ TEST_F(PoolfreeUpto, NamesTheNewestByWhatItsTagWasThen) {
   const std::string seen = tag.substr(0, 47);
   tag.assign(tag.size(), '-');
 
-  EXPECT_EXIT(release(0, nullptr), ExitedWithCode(1),
-              StrEq(not_held(0, nullptr, "\"" + seen + "\" of 8 bytes")));
+  EXPECT_EQ(fatal_text([&] { release(0, nullptr); }), not_held(0, nullptr, "\"" + seen + "\" of 8 bytes"));
   EXPECT_EQ(release(0, block), 1);
 }
 
@@ -297,7 +292,7 @@ TEST_F(PoolfreeUpto, RefusesASecondRelease) {
   char* const block = take(1, 8);
   EXPECT_EQ(release(1, block), 1);
 
-  EXPECT_EXIT(release(1, block), ExitedWithCode(1), StrEq(not_held(1, block, "\"test: block\" of 24 bytes")));
+  EXPECT_EQ(fatal_text([&] { release(1, block); }), not_held(1, block, "\"test: block\" of 24 bytes"));
   EXPECT_EQ(release(1, kept), 1);
 }
 
@@ -305,8 +300,8 @@ TEST_F(PoolfreeUpto, RefusesABlockOfTheOtherPool) {
   char* const left = take(0, 8);
   char* const right = take(1, 24);
 
-  EXPECT_EXIT(release(1, left), ExitedWithCode(1), StrEq(not_held(1, left, "\"test: block\" of 24 bytes")));
-  EXPECT_EXIT(release(0, right), ExitedWithCode(1), StrEq(not_held(0, right, "\"test: block\" of 8 bytes")));
+  EXPECT_EQ(fatal_text([&] { release(1, left); }), not_held(1, left, "\"test: block\" of 24 bytes"));
+  EXPECT_EQ(fatal_text([&] { release(0, right); }), not_held(0, right, "\"test: block\" of 8 bytes"));
   EXPECT_EQ(release(0, left), 1);
   EXPECT_EQ(release(1, right), 1);
 }
@@ -442,8 +437,7 @@ TEST_F(PoolsUnderTheAddressSanitizer, LargeReleasedBlocksAreGoneAndOpenAgain) {
 TEST_F(PoolsUnderTheAddressSanitizer, ARefusedReleaseLooksAtNoForeignMemory) {
   char* const block = take(0, 8);
   expect_unaddressable(block - 64);
-  EXPECT_EXIT(release(0, block + 1), ExitedWithCode(1),
-              StrEq(not_held(0, block + 1, "\"test: block\" of 8 bytes")));
+  EXPECT_EQ(fatal_text([&] { release(0, block + 1); }), not_held(0, block + 1, "\"test: block\" of 8 bytes"));
   release(0, block);
 }
 

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/throwing.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -153,10 +154,10 @@ TEST(URandom, AdvancesTheStreamAlsoWhenThereIsOneResultOnly) {
 }
 
 TEST(URandom, RefusesABoundBelow1) {
-  EXPECT_EXIT(uRandom(0), ExitedWithCode(1), StrEq("quillon: error: uRandom: bound 0 is below 1\n"));
-  EXPECT_EXIT(uRandom(-1), ExitedWithCode(1), StrEq("quillon: error: uRandom: bound -1 is below 1\n"));
-  EXPECT_EXIT(uRandom(std::numeric_limits<int>::min()), ExitedWithCode(1),
-              StrEq("quillon: error: uRandom: bound -2147483648 is below 1\n"));
+  EXPECT_EQ(fatal_text([&] { uRandom(0); }), "uRandom: bound 0 is below 1");
+  EXPECT_EQ(fatal_text([&] { uRandom(-1); }), "uRandom: bound -1 is below 1");
+  EXPECT_EQ(fatal_text([&] { uRandom(std::numeric_limits<int>::min()); }),
+            "uRandom: bound -2147483648 is below 1");
 }
 
 // The bounds in the following tests are the 99.9 % quantiles of the chi-square distributions.

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// What the tests of the utility layer were built for: some behaviour only shows in some builds.
+/// The variant of the utility layer under test: some behaviour exists only in some builds.
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -13,15 +13,15 @@
 namespace quillon {
 
 #ifdef QUILLON_TESTS_ADDRESS_SANITIZER
-inline constexpr bool kAddressSanitizer = true;
+constexpr bool kAddressSanitizer = true;
 #else
-inline constexpr bool kAddressSanitizer = false;
+constexpr bool kAddressSanitizer = false;
 #endif
 
 #ifdef QUILLON_PORTABLE
-inline constexpr bool kPortable = true;
+constexpr bool kPortable = true;
 #else
-inline constexpr bool kPortable = false;
+constexpr bool kPortable = false;
 #endif
 
 }  // namespace quillon

@@ -1,0 +1,87 @@
+#include "tests/support/resources.h"
+
+#include <dirent.h>
+#include <malloc.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+
+#include "tests/util/variant.h"
+
+#if !defined(QUILLON_TESTS_ADDRESS_SANITIZER) && defined(__GLIBC__)
+
+// malloc_usable_size is part of what a block holds, the space between blocks is not.
+namespace {
+std::atomic<std::uint64_t> held = 0;
+
+void* counted(void* block) {
+  if (block != nullptr) held += malloc_usable_size(block);
+  return block;
+}
+}  // namespace
+
+extern "C" {  // NOLINTBEGIN(bugprone-reserved-identifier)
+void* __libc_malloc(std::size_t bytes);
+void* __libc_calloc(std::size_t count, std::size_t bytes);
+void* __libc_realloc(void* block, std::size_t bytes);
+void* __libc_memalign(std::size_t alignment, std::size_t bytes);
+void __libc_free(void* block);
+
+void* malloc(std::size_t bytes) noexcept { return counted(__libc_malloc(bytes)); }
+void* calloc(std::size_t count, std::size_t bytes) noexcept { return counted(__libc_calloc(count, bytes)); }
+void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
+  return counted(__libc_memalign(alignment, bytes));
+}
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept { return memalign(alignment, bytes); }
+int posix_memalign(void** block, std::size_t alignment, std::size_t bytes) noexcept {
+  *block = memalign(alignment, bytes);
+  return *block == nullptr ? ENOMEM : 0;
+}
+void free(void* block) noexcept {
+  if (block != nullptr) held -= malloc_usable_size(block);
+  __libc_free(block);
+}
+void* realloc(void* block, std::size_t bytes) noexcept {
+  const std::uint64_t before = block == nullptr ? 0 : malloc_usable_size(block);
+  void* const result = __libc_realloc(block, bytes);
+  if (result != nullptr || bytes == 0) held -= before;
+  return counted(result);
+}
+}  // NOLINTEND(bugprone-reserved-identifier)
+
+std::uint64_t quillon::held_bytes() { return held; }
+
+#elif defined(QUILLON_TESTS_ADDRESS_SANITIZER)
+
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();  // NOLINT(bugprone-reserved-identifier)
+
+std::uint64_t quillon::held_bytes() { return __sanitizer_get_current_allocated_bytes(); }
+
+#else
+
+std::uint64_t quillon::held_bytes() { return 0; }
+
+#endif
+
+namespace quillon {
+
+bool heap_is_counted() {
+  const std::uint64_t before = held_bytes();
+  void* volatile block = std::malloc(100);  // volatile, or the compiler drops the pair
+  const bool counts = held_bytes() >= before + 100;
+  std::free(block);
+  return counts;
+}
+
+int open_descriptors() {
+  DIR* const folder = opendir("/proc/self/fd");
+  if (folder == nullptr) return -1;
+  int count = 0;
+  while (readdir(folder) != nullptr) ++count;
+  closedir(folder);
+  return count;
+}
+
+}  // namespace quillon
