@@ -1,108 +1,24 @@
 #include <algorithm>
-#include <array>
-#include <bitset>
-#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <limits>
+#include <span>
 
 #include "hypergraph/detail/lists.h"
+#include "hypergraph/detail/pin_finder.h"
+#include "hypergraph/detail/statistics.h"
 #include "hypergraph/hypergraph.h"
 #include "util/util.h"
 
 namespace quillon {
 namespace {
 
-// The range of one quantity over all cells or all nets.
-struct Extremes {
-  int min = kNoMinimum;
-  int max = 0;
-
-  void take(int value) {
-    min = std::min(min, value);
-    max = std::max(max, value);
-  }
-};
-
-double squared(double value) { return value * value; }
-
-// One side of the hypergraph: cells with their degrees, or nets with their sizes.
-struct Side {
-  int totw = 0;
-  Extremes weight;
-  Extremes length;  // of the lists: degrees or sizes
-  int min_nonzero_length = kNoMinimum;
-  int nempty = 0;
-  double avg_length = 0;
-  double squares = 0;  // sum of the squared differences from the average length
-
-  void take(int w, int list_length) {
-    add_wrapping(totw, w);
-    weight.take(w);
-    length.take(list_length);
-    squares += squared(list_length - avg_length);
-    if (list_length == 0)
-      ++nempty;
-    else
-      min_nonzero_length = std::min(min_nonzero_length, list_length);
-  }
-};
-
-struct Spread {
-  double avg;
-  double std;  // of the population: divided by the count
-  double cov;
-};
-
-int list_length(const Cell& cell) { return degree(cell); }
-
-int list_length(const Net& net) { return net_size(net); }
-
-// How many lists have length 0, 1, .. as far as the array goes; longer ones are few.
-using ShortLengths = std::array<int, 1 << 14>;
-
-// Items 1 .. nitems. The average comes from the stored number of pins and so is known before the first item:
-// one pass does, and reading the records is most of its time.
-template <typename Item>
-Side gather(const Item* items, int nitems, int npins, ShortLengths* counts = nullptr) {
-  Side side;
-  side.avg_length = static_cast<double>(npins) / nitems;
-  for (int k = 1; k <= nitems; ++k) {
-    const int length = list_length(items[k]);
-    side.take(items[k].w, length);
-    if (counts != nullptr && static_cast<unsigned>(length) < counts->size())
-      ++(*counts)[static_cast<unsigned>(length)];
-  }
-  return side;
-}
-
-void check_cell_total(const Hypergraph* h, const Side& cells) {
+void check_cell_total(const Hypergraph* h, const Statistics& cells) {
   if (cells.totw != h->_totcw)
     errexit("computed total cellw=%d but hypergraph->_totcw=%d", cells.totw, h->_totcw);
 }
 
-// No guard against a count of 0: what the divisions give then is what the reports show.
-Spread spread(const Side& side, int count) {
-  const double std = std::sqrt(side.squares / count);
-  return {side.avg_length, std, std / side.avg_length};
-}
-
-// How many lists have length 0 .. largest; the caller's.
-template <typename Item>
-int* all_lengths(const ShortLengths& counts, const Item* items, int nitems, int largest, const char* tag) {
-  const std::int64_t nlengths = std::int64_t{largest} + 1;
-  const std::int64_t nshort = std::min(nlengths, std::ssize(counts));
-  int* const all = imalloc(nlengths, tag);
-  std::copy_n(counts.begin(), nshort, all);
-  if (nlengths == nshort) return all;
-
-  std::fill_n(all + nshort, nlengths - nshort, 0);
-  for (int k = 1; k <= nitems; ++k)
-    if (list_length(items[k]) >= nshort) ++all[list_length(items[k])];
-  return all;
-}
-
-void print_lengths(const char* heading, const Spread& lengths, const Side& side) {
+void print_lengths(const char* heading, const Spread& lengths, const Statistics& side) {
   uprintf("%s", heading);
   uprintf("\n\tAvg\t: %8.3lf", lengths.avg);
   uprintf("\n\tStd\t: %8.3lf", lengths.std);
@@ -113,7 +29,7 @@ void print_lengths(const char* heading, const Spread& lengths, const Side& side)
 
 double percent(int part, int total) { return static_cast<double>(part) / total * 100.0; }
 
-void print_weights(const char* heading, const Side& side) {
+void print_weights(const char* heading, const Statistics& side) {
   uprintf("%s", heading);
   uprintf("\n\tMin\t: %8d (%.3lf%% of total weight)", side.weight.min, percent(side.weight.min, side.totw));
   uprintf("\n\tMax\t: %8d (%.3lf%% of total weight)", side.weight.max, percent(side.weight.max, side.totw));
@@ -127,13 +43,13 @@ int occurrences(std::span<const int> list, int value) {
 }
 
 bool is_within(std::span<const int> list, std::span<const int> array) {
-  const std::less_equal<const int*> not_behind;
-  return not_behind(array.data(), list.data()) &&
-         not_behind(list.data() + list.size(), array.data() + array.size());
+  const std::less_equal<const int*> not_after;
+  return not_after(array.data(), list.data()) &&
+         not_after(list.data() + list.size(), array.data() + array.size());
 }
 
-// The list of an item that an entry of a broken record names. The spare items, in front of the first and
-// behind the last, have one if it lies in the array of lists: often nobody has set them. Beyond them there is
+// The list of an item that an entry of a broken record names. The spare items, before the first and after the
+// last, are often uninitialised: their lists count only if they lie in the array of lists. Other items have
 // none.
 template <typename Item>
 std::span<const int> list_of_entry(const Item* items, int count, int entry, const int* array, int npins) {
@@ -153,7 +69,7 @@ std::span<const int> pins_of_entry(const Hypergraph* h, int j) {
   return list_of_entry(h->_nlst, h->_n, j, h->_cell_list, h->_p);
 }
 
-// The entries from one start to the next; none where either is absent or they are not in order.
+// The entries from one start to the next; none if either is absent or they are not in order.
 std::span<const int> entries_between(const int* start, const int* next) {
   if (start == nullptr || next == nullptr || next < start) return {};
   return {start, next};
@@ -172,7 +88,7 @@ struct NetTotals {
   int emptyw = 0;  // of nets without pins
   std::int64_t npins = 0;
 
-  void take(const Net& net) {
+  void add(const Net& net) {
     if (pins_of(net).empty()) add_wrapping(emptyw, net.w);
     add_wrapping(totw, net.w);
     npins += std::ssize(pins_of(net));
@@ -196,150 +112,23 @@ CellTotals cell_totals(const Hypergraph* h) {
   return totals;
 }
 
-bool differ_by_pairs(std::span<const int> list) {
-  int nequal = 0;
-  for (std::size_t t = 1; t < list.size(); ++t)
-    for (std::size_t u = 0; u < t; ++u) nequal += list[u] == list[t] ? 1 : 0;
-  return nequal == 0;
-}
-
-constexpr int kBits = 1 << 17;
-
-// A bit for every number of a range of them, and a pass for every range.
-bool differ_by_bits(std::span<const int> list, int most) {
-  std::bitset<kBits> seen;
-  for (int range = 0; range <= most / kBits; ++range) {
-    seen.reset();
-    for (const int number : list) {
-      if (number / kBits != range) continue;
-      const auto bit = static_cast<std::size_t>(number % kBits);
-      if (seen[bit]) return false;
-      seen[bit] = true;
-    }
-  }
-  return true;
-}
-
-// Whether the entries, all of 1 .. most, are different numbers.
-bool are_different(std::span<const int> list, int most) {
-  // About here a pass for every range takes as long as all pairs.
-  const std::ptrdiff_t few = 64 + std::ptrdiff_t{16} * (most / kBits);
-  return std::ssize(list) <= few ? differ_by_pairs(list) : differ_by_bits(list, most);
-}
-
-// The entry of a value, or the end. A long list is halved until one entry is left, which is the right one if
-// the list is in order.
-const int* find_entry(std::span<const int> list, int value) {
-  constexpr std::size_t kLong = 32;
-  const int* entry = list.data();
-  const int* const end = entry + list.size();
-  if (list.size() > kLong) {
-    for (std::size_t left = list.size(); left > 1; left -= left / 2)
-      if (entry[left / 2 - 1] < value) entry += left / 2;
-    if (*entry == value) return entry;
-    entry = list.data();
-  }
-  while (entry != end && *entry != value) ++entry;
-  return entry;
-}
-
-// Tells whether pins have an entry in the lists of their cells.
+// The totals of the nets, and whether both sides certainly name each other once each, given that they hold
+// equally many entries. One pass gives both, as loading the records takes as long as checking them.
 //
-// Nets come in increasing number, and cells mostly list them so: of a cell that has been looked at, the next
-// net to be asked for is mostly the next entry. Such places are kept, for as many cells as near caches hold.
-// Any other pin would wait for its cell and then for the list of it: a block of pins waits together.
-class PinFinder {
- public:
-  explicit PinFinder(const Hypergraph* h) : h_(h) {}
-
-  // False when a pin is known to have none, of this net or one before, or the net has a pin twice.
-  bool add_net(int net, std::span<const int> pins) {
-    bool increasing = true;
-    int last = 0;
-    for (const int cell : pins) {
-      if (!add(net, cell)) return false;
-      increasing = increasing && last < cell;
-      last = cell;
-    }
-    return increasing || are_different(pins, h_->_c);
-  }
-
-  // The same once all nets have been added.
-  bool finish() {
-    const std::span<const Pin> pins(block_.data(), nblock_);
-    nblock_ = 0;
-    for (const Pin& pin : pins) {
-      prefetch(h_->_clst[pin.cell].nets);
-      prefetch(h_->_clst[pin.cell].netsend);
-    }
-    return std::all_of(pins.begin(), pins.end(), [this](const Pin& pin) { return find(pin); });
-  }
-
- private:
-  struct Pin {
-    int net;
-    int cell;
-  };
-
-  static constexpr int kNoNet = 0;
-
-  struct Place {
-    const int* next = &kNoNet;
-    int nleft = 0;  // from there to the end of the list
-    int cell = 0;
-  };
-
-  bool add(int net, int cell) {
-    Place& place = place_of(cell);
-    if (place.cell != cell || *place.next != net) return put_off(net, cell);
-    ++place.next;
-    if (--place.nleft == 0) place.next = &kNoNet;
-    return true;
-  }
-
-  Place& place_of(int cell) { return places_[static_cast<unsigned>(cell) % places_.size()]; }
-
-  // Inlined it would slow down the loop over pins whose place is known.
-  [[gnu::noinline]] bool put_off(int net, int cell) {
-    if (cell < 1 || cell > h_->_c) return false;
-    prefetch(&h_->_clst[cell].nets);
-    block_[nblock_++] = {net, cell};
-    return nblock_ < block_.size() || finish();
-  }
-
-  bool find(const Pin& pin) {
-    const std::span<const int> nets = nets_of(h_->_clst[pin.cell]);
-    const int* const end = nets.data() + nets.size();
-    const int* const entry = find_entry(nets, pin.net);
-    if (entry == end) return false;
-    const int* const next = entry + 1;
-    if (next != end) place_of(pin.cell) = {next, static_cast<int>(end - next), pin.cell};
-    return true;
-  }
-
-  const Hypergraph* h_;
-  std::array<Pin, 64> block_;
-  std::size_t nblock_ = 0;
-  std::array<Place, 4096> places_;
-};
-
-// The totals of the nets, and whether both sides surely name each other once each, given that they hold
-// equally many entries: one pass, as fetching the records takes as long as looking at them.
-//
-// If each pin has an entry in the list of its cell, and no net has a pin twice, then these entries differ
-// too. They are as many as the cells hold: no entry is left over, neither a net that lacks the cell nor a
-// second one.
+// If each pin has an entry in the list of its cell, and no net has a pin twice, these entries are all
+// different. The cells hold no more of them: no entry is left that names a net without the cell, or names it
+// twice.
 struct CheckedNets {
   NetTotals totals;
   bool agree = true;
 };
 
-CheckedNets look_through_nets(const Hypergraph* h) {
+CheckedNets check_nets(const Hypergraph* h) {
   CheckedNets nets;
   PinFinder finder(h);
   for (int j = 1; j <= h->_n; ++j) {
     const Net& net = h->_nlst[j];
-    nets.totals.take(net);
+    nets.totals.add(net);
     nets.agree = nets.agree && finder.add_net(j, pins_of(net));
   }
   nets.agree = nets.agree && finder.finish();
@@ -397,8 +186,8 @@ void check_totals(const Hypergraph* h, const NetTotals& nets, const CellTotals& 
         totnw, h->_totnw, nets.emptyw, h->_virtualnets, cells.totinw, h->_totinw);
 }
 
-// Whether two lists of the same length are equal and increase. They are gone through to the end whatever
-// comes: lists are short, and a branch for each entry costs more than it saves.
+// Whether two lists of the same length are equal and increase. No early exit: lists are short, and a branch
+// per entry costs more than it saves.
 bool are_equal_and_increase(std::span<const int> nets, std::span<const int> pins) {
   int nwrong = 0;
   int last = std::numeric_limits<int>::min();
@@ -410,7 +199,8 @@ bool are_equal_and_increase(std::span<const int> nets, std::span<const int> pins
   return nwrong == 0;
 }
 
-// Ends the program unless net i names each number that cell i names, once, given that both name equally many.
+// Ends the program unless net i has each entry of cell i exactly once, given that both lists are equally
+// long.
 void check_same_entries(const Hypergraph* h, int i) {
   if (are_equal_and_increase(nets_of(h->_clst[i]), pins_of(h->_nlst[i]))) return;
   for (const int v : nets_of(h->_clst[i])) {
@@ -424,7 +214,7 @@ void check_same_entries(const Hypergraph* h, int i) {
   }
 }
 
-// The text shows i, the degree and i again; the size is handed over all the same.
+// The text shows i, the degree and i again; the size is passed but not shown.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-extra-args"
 void print_length_difference(int i, int cell_degree, int size) {
@@ -442,9 +232,9 @@ constexpr const char* kSectionRule = "\n========================================
 }  // namespace
 
 void prinfo_hypergraph(const Hypergraph* h) {
-  const Side cells = gather(h->_clst, h->_c, h->_p);
+  const Statistics cells = gather(h->_clst, h->_c, h->_p);
   check_cell_total(h, cells);
-  const Side nets = gather(h->_nlst, h->_n, h->_p);
+  const Statistics nets = gather(h->_nlst, h->_n, h->_p);
   const Spread degrees = spread(cells, h->_c);
   const Spread sizes = spread(nets, h->_n);
   std::printf(
@@ -459,15 +249,15 @@ void prinfo_hypergraph(const Hypergraph* h) {
 
 void pr_detailinfo_hypergraph(const Hypergraph* h) {
   ShortLengths counts = {};
-  const Side cells = gather(h->_clst, h->_c, h->_p, &counts);
+  const Statistics cells = gather(h->_clst, h->_c, h->_p, &counts);
   check_cell_total(h, cells);
   const int maxdegree = cells.length.max;
-  int* const degcnt = all_lengths(counts, h->_clst, h->_c, maxdegree, "detailinfo: degcnt");
+  int* const degcnt = count_all_lengths(counts, h->_clst, h->_c, maxdegree, "detailinfo: degcnt");
 
   counts.fill(0);
-  const Side nets = gather(h->_nlst, h->_n, h->_p, &counts);
+  const Statistics nets = gather(h->_nlst, h->_n, h->_p, &counts);
   const int maxsize = nets.length.max;
-  int* const sizecnt = all_lengths(counts, h->_nlst, h->_n, maxsize, "detailinfo: sizecnt");
+  int* const sizecnt = count_all_lengths(counts, h->_nlst, h->_n, maxsize, "detailinfo: sizecnt");
 
   uprintf(" H=(%d, %d, %d)", h->_c, h->_n, h->_p);
   print_lengths("\nCell Degree", spread(cells, h->_c), cells);
@@ -494,7 +284,7 @@ void pr_detailinfo_hypergraph(const Hypergraph* h) {
 void CheckListsofHypergraph(const Hypergraph* h) {
   uprintf("\n CheckListsofHypergraph: Checking Hypergraph H=(%5d, %5d, %7d) TNW=%d TINW=%d VirtNets=%d",
           h->_c, h->_n, h->_p, h->_totnw, h->_totinw, h->_virtualnets);
-  const CheckedNets nets = look_through_nets(h);
+  const CheckedNets nets = check_nets(h);
   const CellTotals cells = cell_totals(h);
   check_both_sides(h, nets, cells.npins);
   check_totals(h, nets.totals, cells);

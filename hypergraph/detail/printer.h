@@ -1,11 +1,10 @@
 #pragma once
 /// @file
-/// Decimal numbers into a stream, a block at a time. Internal to `hypergraph/`.
+/// Prints decimal numbers to a stream, a block at a time. Internal to `hypergraph/`.
 ///
-/// A formatted call for each number costs many times what its digits do. Here eight digits come out of a
-/// table of four digits at a time, without a branch on how many there are. The table is 40 KB: what of it
-/// does not stay in the nearest cache stays in the next one, and costs less than the multiplications that
-/// make pairs of digits.
+/// A formatted call per number costs many times more than its digits. Here a number of up to eight digits is
+/// two look-ups in a table of four digits, without a branch on its length. The table is 40 KB: even from the
+/// second-level cache a look-up is cheaper than the multiplications that compute digits.
 
 #include <array>
 #include <bit>
@@ -15,13 +14,13 @@
 
 namespace quillon {
 
-/// Text on its way to a stream. Where its end is, is the caller's to keep: an end that stood in here would be
-/// stored and fetched again with every character, for all that the compiler knows of them.
+/// A block of text for a stream. The write cursor is no member but the caller's variable: stores of
+/// characters might alias a member, which would be stored and loaded again for each of them.
 struct Printer {
   static constexpr int kSize = 1 << 16;
 
   std::FILE* stream;
-  char block[kSize + 32];  // the longest number, with a character on either side, fits behind it
+  char block[kSize + 32];  // room for the longest number with a character on either side
 
   // Clearing the block costs more than a short file.
   // cppcheck-suppress uninitMemberVar
@@ -29,13 +28,13 @@ struct Printer {
   explicit Printer(std::FILE* output) : stream(output) {}
 };
 
-/// Passes the text before `at` on to the stream. Returns where the next goes.
+/// Writes the text before `at` to the stream. Returns the new cursor.
 inline char* flush(Printer& printer, const char* at) {
   std::fprintf(printer.stream, "%.*s", static_cast<int>(at - printer.block), printer.block);
   return printer.block;
 }
 
-/// Where to print on, with room for one number.
+/// Returns the cursor, flushed if need be, with room for one number.
 inline char* make_room(Printer& printer, char* at) {
   return at < printer.block + Printer::kSize ? at : flush(printer, at);
 }
@@ -57,24 +56,24 @@ inline std::uint64_t digits_of(std::uint32_t value) {
   return kFourDigits[value / 10000] | std::uint64_t{kFourDigits[value % 10000]} << 32;
 }
 
-/// Writes all but the first of eight digits as characters, and returns what is behind them.
-inline char* print_digits(char* at, std::uint64_t digits, int nleft_out) {
-  digits = (digits | 0x3030303030303030U) >> (8 * nleft_out);
+/// Prints all of eight digits but the first `nskipped`. Returns the end of them.
+inline char* print_digits(char* at, std::uint64_t digits, int nskipped) {
+  digits = (digits | 0x3030303030303030U) >> (8 * nskipped);
   if constexpr (std::endian::native == std::endian::big) digits = __builtin_bswap64(digits);
   std::memcpy(at, &digits, sizeof digits);
-  return at + 8 - nleft_out;
+  return at + 8 - nskipped;
 }
 
-/// Writes a value below 100000000.
+/// Prints a value below 100000000.
 inline char* print_up_to_eight(char* at, std::uint32_t value) {
   const std::uint64_t digits = digits_of(value);
-  // The last digit is written also when it is a zero.
+  // The extra bit makes the last digit count even if it is zero.
   return print_digits(at, digits, __builtin_ctzll(digits | std::uint64_t{1} << 56) / 8);
 }
 
-constexpr std::uint32_t kEightDigits = 100000000;  // the least value that has more
+inline constexpr std::uint32_t kEightDigits = 100000000;  // values below it have at most eight
 
-/// Writes a number of any size and sign.
+/// Prints any number.
 [[gnu::noinline]] inline char* print_any(char* at, int value) {
   auto magnitude = static_cast<std::uint32_t>(value);
   if (value < 0) {
@@ -86,13 +85,13 @@ constexpr std::uint32_t kEightDigits = 100000000;  // the least value that has m
                       0);
 }
 
-/// Writes a number as "%d" does, and returns what is behind it.
+/// Prints a number as "%d" does. Returns the end of it.
 inline char* print(char* at, int value) {
-  const auto magnitude = static_cast<std::uint32_t>(value);  // of a negative number far too large
+  const auto magnitude = static_cast<std::uint32_t>(value);  // large if negative
   return magnitude < kEightDigits ? print_up_to_eight(at, magnitude) : print_any(at, value);
 }
 
-/// Writes a number and a blank.
+/// Prints a number and a blank.
 inline char* print_with_blank(char* at, int value) {
   at = print(at, value);
   *at = ' ';

@@ -144,7 +144,7 @@ TEST(SplitIntoLines, SaysHowManyNumbersEachLineHas) {
   ASSERT_EQ(lines.count, 3);
   EXPECT_THAT(std::vector<int>(lines.numbers, lines.numbers + 3), ElementsAre(2, 0, 1));
   EXPECT_THAT(std::vector<int>(lines.ends, lines.ends + 3), ElementsAre(4, 5, 7));
-  EXPECT_EQ(lines.behind, 2);
+  EXPECT_EQ(lines.rest, 2);
 }
 
 std::string printed(int value) {
