@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Looks whether the documents say what there is.
+# Compares the documents with the sources and the tool.
 # Usage: docs_test.sh links|reference|transcripts SOURCE_DIR
 #        docs_test.sh manual|completion SOURCE_DIR TOOL
-# Ends with status 77 when a program that it needs is not there.
+# Exits with 77, for skipped, when a program that it needs is missing.
 set -euo pipefail
 job=$1
 source_dir=$(realpath "$2")
@@ -41,7 +41,7 @@ options_of() {  # of a command: the long name of each option, the short one of t
     awk 'NF { print $NF }' | sorted
 }
 
-# Every relative link of a document leads somewhere.
+# Every relative link of a document has a target.
 check_links() {
   local document link nlinks=0
   while read -r document; do
@@ -58,7 +58,7 @@ doxygen_at() {  # doxygen_at FOLDER: builds the reference of the headers there
   (cd "$1" && { cat docs/Doxyfile; echo "OUTPUT_DIRECTORY = $place/reference"; } | doxygen -) >"$place/log" 2>&1
 }
 
-# Everything exported is documented, and what is not would be noticed.
+# Every exported name is documented, and a missing description is noticed.
 check_reference() {
   needs doxygen
   doxygen_at "$source_dir" || fail "the headers lack something: $(cat "$place/log")"
@@ -75,7 +75,7 @@ check_reference() {
   grep -q maxsize "$place/log" || fail "the parameter is not named: $(cat "$place/log")"
 }
 
-# The page is sound, and has a section for every command, with the options of that command.
+# The page has no errors, and a section for every command with the options of that command.
 check_manual() {
   needs mandoc
   local page=$source_dir/man/quillon.1 command
@@ -145,7 +145,7 @@ check_completion() {
   offers "0 1" convert --numbering ""
   offers "" prune --max-size ""
 
-  # What the tool takes for an option is what is offered for it.
+  # The values offered for an option are those that the tool accepts.
   local option words
   for option in --from --to --weights --model --numbering; do
     words=$("$tool" convert --help | sed -nE "s/^  $option ([a-z0-9|-]+)\$/\1/p; s/^  $option ([a-z0-9|-]+) .*/\1/p" | tr '|' '\n')
@@ -155,32 +155,97 @@ check_completion() {
   done
 }
 
-# A transcript that is not true, or not one, is noticed.
+# Every difference between a transcript and what its commands print is noticed, in documents and in tests.
 check_transcripts() {
-  local shown=$place/shown.md
-  printf '%s\n' '```text file=two.txt' 'one' 'two' '```' '```console' '$ cat two.txt' 'one' 'two' '$ echo a \' '  b' \
-    'a b' '$ false; echo $?' '1' '```' >"$shown"
-  transcripts() { "$source_dir/tests/build/transcripts_test.py" /bin/true "$place/$1.md" >"$place/log"; }
-  transcripts shown || fail "a true transcript fails: $(cat "$place/log")"
+  local runner=$source_dir/tests/tool/transcripts.py mode=--document
+  run() { "$runner" $mode "$@" >"$place/log" 2>&1; }
 
-  noticed() {  # noticed WHAT SED_COMMAND
-    sed "$2" "$shown" >"$place/changed.md"
-    ! cmp -s "$shown" "$place/changed.md" || fail "'$2' changes nothing"
-    if transcripts changed; then fail "$1 went unnoticed"; fi
+  noticed() {  # noticed WHAT SED_COMMAND: the change in shown.md makes it fail
+    sed "$2" "$place/shown.md" >"$place/changed.md"
+    ! cmp -s "$place/shown.md" "$place/changed.md" || fail "'$2' changes nothing"
+    if run /bin/true "$place/changed.md"; then fail "$1 went unnoticed"; fi
   }
+  restored() {  # restored SED_COMMAND: --update undoes the change in shown.md
+    sed "$1" "$place/shown.md" >"$place/changed.md"
+    run --update /bin/true "$place/changed.md" || fail "--update fails: $(cat "$place/log")"
+    cmp "$place/shown.md" "$place/changed.md" || fail "--update does not restore what the commands print"
+  }
+
+  cat >"$place/shown.md" <<'END'
+```text file=two.txt
+one
+two
+```
+```console
+$ cat two.txt
+one
+two
+$ echo a \
+  b
+a b
+$ false; echo $?
+1
+```
+END
+  run /bin/true "$place/shown.md" || fail "a true document fails: $(cat "$place/log")"
   noticed "another letter" '7s/one/onE/'
   noticed "a blank at the end" '8s/$/ /'
   noticed "a line too many" '8s/$/\nthree/'
   noticed "a line too few" '8d'
   noticed "a status that is not shown" 's/; echo \$?//; /^1$/d'
-  noticed "a file that nobody uses" '6,8d'
+  noticed "a file that no command uses" '6,8d'
   noticed "a block that does not end" '$d'
   noticed "a block that does not begin with a command" '6d'
   noticed "a document without transcripts" '5,$d'
+  restored '7s/one/onE/'
 
-  sed '7s/one/onE/' "$shown" >"$place/changed.md"
-  "$source_dir/tests/build/transcripts_test.py" --update /bin/true "$place/changed.md" >/dev/null
-  cmp "$shown" "$place/changed.md" || fail "--update does not restore what the commands print"
+  mode=--jobs=1
+  cat >"$place/shown.md" <<'END'
+```text file=two.txt
+one
+two
+```
+## Shows every stream
+```console
+$ cat two.txt; echo 'oh' >&2; printf '$ x\n2> y\n[3]\nno end'; exit 3
+one
+two
+1> $ x
+1> 2> y
+1> [3]
+1| no end
+2> oh
+[3]
+$ printf '\n\n' >&2; ls
+two.txt
+2>
+2>
+```
+## Starts in an empty folder
+```console
+$ ls; echo >three.txt
+two.txt
+```
+## Skips
+Needs thing: `test -e three.txt`
+```console
+$ false
+```
+END
+  run /bin/true "$place/shown.md" || fail "a true transcript fails: $(cat "$place/log")"
+  grep -q 'Skips: there is no thing$' "$place/log" || fail "a skipped case is not named: $(cat "$place/log")"
+  noticed "another letter" '8s/one/onE/'
+  noticed "another letter on standard error" 's/^2> oh/2> Oh/'
+  noticed "text on the other stream" 's/^2> oh/oh/'
+  noticed "a line end too many" 's/^1| no end/no end/'
+  noticed "an empty line too few" '$!N;/^2>\n2>$/D;P;D'
+  noticed "another status" 's/^\[3\]$/[4]/'
+  noticed "a status that is not shown" '/^\[3\]$/d'
+  noticed "a case that fails" 's/^## Skips/## Fails/; /^Needs/d'
+  noticed "bytes that are not printable" 's/two.txt; echo/two.txt; printf "\\001"; echo/'
+  noticed "a case without commands" '/^\$ ls; echo/,/^## Skips/{/^\$/d;/^two/d}'
+  noticed "two cases of one name" 's/^## Skips/## Shows every stream/'
+  restored '8s/one/onE/; s/^2> oh/2> Oh/; s/^\[3\]$/[4]/'
 }
 
 case "$job" in
