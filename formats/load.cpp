@@ -124,9 +124,37 @@ void read_stream(Record& record, std::FILE* stream, SmallNets small_nets, bool w
     read_hypergraph_with_onepin_netsFromFile(&record.h, stream, check);
 }
 
+// Drops the warnings of a reader whose source has failed: they are about a file that it did not see to the
+// end.
+class WarningFilter {
+ public:
+  explicit WarningFilter(const GuardedSource& guarded) {
+    source = &guarded;
+    outer = set_warning_handler(filter);
+  }
+  ~WarningFilter() { set_warning_handler(outer); }
+  WarningFilter(const WarningFilter&) = delete;
+  WarningFilter& operator=(const WarningFilter&) = delete;
+
+ private:
+  static void filter(const char* text) {
+    if (source->failure) return;
+    set_warning_handler(outer);
+    uwarning("%s", text);
+    set_warning_handler(filter);
+  }
+
+  static constinit const GuardedSource* source;
+  static constinit TextHandler outer;
+};
+
+constinit const GuardedSource* WarningFilter::source = nullptr;
+constinit TextHandler WarningFilter::outer = nullptr;
+
 // What failed below the reader comes before what the reader made of it.
 void read_guarded_stream(Record& record, GuardedSource& guarded, SmallNets small_nets, bool warn) {
   const Stream stream = open_guarded(guarded);
+  const WarningFilter filter(guarded);
   try {
     read_stream(record, stream.get(), small_nets, warn);
   } catch (...) {
