@@ -28,14 +28,14 @@ struct OpenStream {
 constinit int nscopes = 0;
 constinit std::uint64_t next_number = 0;
 
-// The streams that ufopen opened, with the names for the messages of ufclose. Those closed by std::fclose
-// stay until their address or their descriptor comes again.
+// Streams opened by ufopen, with the names for the messages of ufclose. One that std::fclose has closed stays
+// in the table until its address or its descriptor is used again.
 std::vector<OpenStream>& open_streams() {
   static std::vector<OpenStream> streams;
   return streams;
 }
 
-// The name that the stream was opened by; none if elsewhere.
+// Removes a stream from the table. Returns its name, empty if it was opened elsewhere.
 std::string forget(const std::FILE* stream) {
   std::vector<OpenStream>& streams = open_streams();
   const auto it = std::find_if(streams.begin(), streams.end(),
@@ -46,16 +46,16 @@ std::string forget(const std::FILE* stream) {
   return name;
 }
 
-// Opens a file and enters it into the table. Null after a failure, with the system's reason.
+// Opens a file and adds it to the table. Returns null after a failure, with the reason as an errno.
 std::FILE* open_noted(const char* name, const char* mode, int& reason) try {
-  // The system opens a directory for reading and only fails at the first read.
+  // The system opens a directory for reading; only the first read fails.
   std::error_code ignored;
   if (std::filesystem::is_directory(name, ignored)) {
     reason = EISDIR;
     return nullptr;
   }
 
-  // All memory is requested before the stream is open.
+  // All memory is allocated before the stream is open, so that no failure leaves it open.
   std::vector<OpenStream>& streams = open_streams();
   OpenStream open{nullptr, name, next_number, {}};
   streams.reserve(streams.size() + 1);
@@ -162,7 +162,7 @@ struct Word {
   Verdict verdict = Verdict::kMissing;
   std::int64_t value = 0;
   std::int64_t line = 0;
-  std::string text;  // as far as a message wants to show it
+  std::string text;  // truncated for messages
 };
 
 constexpr std::size_t kShownCharacters = 40;

@@ -50,7 +50,8 @@ void advise_huge_pages([[maybe_unused]] void* at, [[maybe_unused]] std::uint64_t
 
 namespace {
 
-// New descriptors get the lowest free number, so that this one is free again only for those who ask for it.
+// The system gives new descriptors the lowest free number. Above this one, a number is reused only by a
+// program that asks for it or that has all lower numbers in use.
 constexpr int kFirstMarked = 768;
 
 bool identify(int descriptor, StreamMark& mark) {

@@ -8,8 +8,8 @@
 
 namespace quillon::os {
 
-/// Bytes of address space that a pool should try to reserve first: plenty where address space costs nothing,
-/// less under a limit on it (`ulimit -v`), of which two pools together must leave at least half to the heap.
+/// Bytes of address space that a pool should try to reserve first: plenty by default, a quarter of the limit
+/// if there is one (`ulimit -v`), so that two pools leave half of it to the heap.
 std::uint64_t preferred_reservation();
 
 /// Reserves address space without committing memory. Null when there is not enough.
@@ -27,22 +27,21 @@ void decommit(void* at, std::uint64_t bytes);
 /// Asks for huge pages in those parts of a block that can have them. A hint for speed, no effect on results.
 void advise_huge_pages(void* at, std::uint64_t bytes);
 
-/// The descriptor of an open stream and the file that it leads to; `descriptor` is negative where this is not
-/// known.
+/// Descriptor of an open stream and the file it refers to; the descriptor is negative if unknown.
 struct StreamMark {
   int descriptor = -1;
   std::uint64_t device = 0;
   std::uint64_t file = 0;
 };
 
-/// Opens a file as fopen does, on a descriptor number that the system gives to nobody else while lower ones
-/// are free. `still_open` then tells whether the stream was closed since, without looking at the stream.
+/// Opens a file as fopen does, with a descriptor number that the system does not assign while lower ones are
+/// free. `still_open` can then tell whether the stream has been closed, without accessing the stream.
 ///
-/// @param mark  Out, for `still_open`; its descriptor is negative where there is no such number.
+/// @param mark  Out, for `still_open`; its descriptor is negative if there is no such number.
 /// @return      Open stream, or null after a failure, with errno set.
 std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark);
 
-/// Decides whether a stream from `open_marked` is open. False where it cannot be told.
+/// Decides whether a stream from `open_marked` is open. False if unknown.
 bool still_open(const StreamMark& mark);
 
 }  // namespace quillon::os

@@ -22,12 +22,12 @@
 namespace quillon {
 namespace {
 
-// In front of every block, one cache line that also keeps neighbours apart: under the address sanitizer it is
-// unaddressable like everything else that no caller owns, and only `header_of` opens it for a moment.
+// A cache line before every block, which also separates neighbours. Under the address sanitizer it is
+// unaddressable, like all memory that no caller owns; only `header_of` opens it for a moment.
 struct Header {
-  Header* below;  // the block taken before this one, or null
+  Header* below;  // the block allocated before this one, or null
   std::uint64_t bytes;
-  char tag[48];  // a copy, as the caller may drop the text; cut short where it is longer
+  char tag[48];  // a copy, since the caller may free the text; truncated if longer
 };
 
 constexpr std::uint64_t kLine = 64;
@@ -84,7 +84,7 @@ Pool& pool_at(int pool, const char* function, const char* tag) {
   return pools[pool];
 }
 
-// Where address space is scarce the pool starts with what it can get, and stays as small as that.
+// If address space is scarce, the pool reserves what it can get and never grows beyond that.
 void reserve_region(Pool& pool) {
   std::uint64_t bytes = os::preferred_reservation() / kCommitStep * kCommitStep;
   void* region = os::reserve(bytes);
@@ -94,7 +94,7 @@ void reserve_region(Pool& pool) {
   }
   if (region == nullptr) return;
 
-  // Starting on a multiple of the step keeps huge pages whole when the committed part grows by it.
+  // Aligned to the commit step, so that growing by whole steps splits no huge page.
   char* const start = static_cast<char*>(region);
   char* const base = start + -reinterpret_cast<std::uintptr_t>(start) % kCommitStep;
   pool = {base, base, base, start + bytes, nullptr};
@@ -111,8 +111,8 @@ bool grow_committed(Pool& pool, char* new_top) {
   return true;
 }
 
-// At most kIdle bytes stay idle above the top: enough that copies made and dropped in turn cost no page
-// faults.
+// At most kIdle bytes stay committed above the top, so that allocating and releasing copies in turn causes no
+// page faults.
 void shrink_committed(Pool& pool) {
   if (distance(pool.top, pool.committed) <= kIdle) return;
   char* const target = pool.base + rounded_up(distance(pool.base, pool.top) + kIdle, kCommitStep);
@@ -131,7 +131,7 @@ void release(Pool& pool, Header* oldest) {
 }
 
 // The mark of an outer scope is never above that of an inner one.
-void lower_marks(int pool) {
+[[gnu::cold, gnu::noinline]] void lower_marks(int pool) {
   const std::uint64_t top = distance(pools[pool].base, pools[pool].top);
   for (Scope::PoolMarks* marks = innermost; marks != nullptr && marks->lowest[pool] > top;
        marks = marks->outer)
@@ -177,7 +177,8 @@ int poolfree_upto(int pool, void* block, const char* tag) {
   }
 
   release(stack, header);
-  if (innermost != nullptr) lower_marks(pool);
+  if (innermost != nullptr) [[unlikely]]
+    lower_marks(pool);
   return nreleased;
 }
 

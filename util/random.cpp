@@ -43,8 +43,8 @@ int uRandom(int m) {
   if (m < 1) errexit("uRandom: bound %d is below 1", m);
   const auto bound = static_cast<std::uint32_t>(m);
 
-  // Each result owns floor(2^32 / m) or one more of the 2^32 products' low halves; those below 2^32 mod m are
-  // the ones too many. The remainder is only worked out when a product comes near it.
+  // Rejecting products whose low half is below 2^32 mod m leaves floor(2^32 / m) of them for each result. The
+  // remainder is below m, so it is computed only when the low half is too.
   std::uint64_t product = std::uint64_t{next_upper_half()} * bound;
   if (static_cast<std::uint32_t>(product) < bound) {
     const std::uint32_t surplus = (0 - bound) % bound;

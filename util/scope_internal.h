@@ -1,8 +1,8 @@
 #pragma once
 /// @file
-/// What a Scope asks of the heap, the pools and the files. Each is defined beside the resource, so that a
-/// program may replace one source of `util/` without linking the others. Internal to `util/`; all noexcept in
-/// effect, none ends the program.
+/// Bookkeeping of heap, pools and files for Scope. Each function is defined beside its resource, so that a
+/// program may replace one source of `util/` without linking the others. None throws or reports errors.
+/// Internal to `util/`.
 
 #include <cstdint>
 
@@ -10,23 +10,24 @@
 
 namespace quillon::internal {
 
-/// Starts noting heap blocks for one scope more.
-/// @return  Number that the next block gets.
+/// Starts recording heap blocks for one more scope.
+/// @return  Serial number of the next block.
 std::uint64_t open_heap_scope();
 
-/// Stops noting blocks for the innermost scope.
+/// Ends the innermost scope.
 ///
-/// @param first  Blocks with this number and above are freed if `release`, else left to the next outer scope.
+/// @param first    The result of `open_heap_scope`.
+/// @param release  Frees the blocks with this serial number and above; else the next outer scope gets them.
 void close_heap_scope(std::uint64_t first, bool release);
 
-/// Stores the tops of both pools and has them lowered by `poolfree_upto`, until the marks are closed.
+/// Stores the tops of both pools. `poolfree_upto` lowers them until `close_pool_scope`.
 void open_pool_scope(Scope::PoolMarks& marks);
 
-/// Releases, if `release`, every block above the marks, which must be the innermost ones.
+/// Removes the innermost marks and, if `release`, releases every block above them.
 void close_pool_scope(const Scope::PoolMarks& marks, bool release);
 
-/// Starts opening streams in a way that tells whether they are still open, for one scope more.
-/// @return  Number that the next stream gets.
+/// Starts opening streams so that `close_file_scope` can tell which are still open, for one more scope.
+/// @return  Serial number of the next stream.
 std::uint64_t open_file_scope();
 
 /// As `close_heap_scope`, for streams.
