@@ -12,7 +12,7 @@
 namespace quillon {
 namespace {
 
-// Counts are widened before they are multiplied: four bytes for each of 2^31 pins are more than 32 bits hold.
+// Widens before multiplying: the bytes for 2^31 - 1 pins do not fit in 32 bits.
 std::uint64_t bytes_for(int count, std::uint64_t each, std::uint64_t extra) {
   return each * static_cast<std::uint64_t>(count) + extra;
 }
@@ -21,7 +21,7 @@ std::uint64_t cell_bytes(const Hypergraph* h) { return bytes_for(h->_c, sizeof(C
 std::uint64_t net_bytes(const Hypergraph* h) { return bytes_for(h->_n, sizeof(Net), 2 * sizeof(Net)); }
 std::uint64_t pin_bytes(const Hypergraph* h) { return bytes_for(h->_p, sizeof(int), 2 * sizeof(int)); }
 
-// Sets every summary to zero and every pointer to null. The counts and the weight format are the caller's.
+// Sets every summary to zero and every pointer to null; keeps the counts and the weight format.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): not seen outside this file
 void _InitHypergraph(Hypergraph* h) {
   Hypergraph fresh{};
@@ -36,8 +36,8 @@ int* pool_ints(int pool, std::uint64_t bytes, const char* tag) {
   return static_cast<int*>(poolalloc(pool, bytes, tag));
 }
 
-// Releasing a block takes every younger one with it, so the one at the higher address has to go first: a
-// pruning copy may take _internets before or after the new record's nets.
+// Releasing a block releases every younger one with it, so the one at the higher address must go first: a
+// pruning copy may allocate _internets before or after the record's nets.
 void release_nets_and_internets(const Hypergraph* h) {
   if (h->_internets == nullptr) {
     poolfree_upto(0, h->_nlst, "destroy_hypergraph_data: nlst");
@@ -50,16 +50,18 @@ void release_nets_and_internets(const Hypergraph* h) {
   }
 }
 
-// Turning lists around: owners 1 .. n list items, and each item gets the list of its owners in increasing
-// number, one entry for each time that an owner lists it. Nets own their pins when the cells' lists are
-// built, cells their nets when the nets' lists are. A side tells what becomes of an item's list:
-//   see(owner)             is shown each owner, before anything else,
-//   place(i, list, count)  is told where the list of item i lies and how long it is, in increasing i,
-//   count(i)               knows that length from then on.
+// Inverting lists: owners 1 .. n list items, and each item gets the list of its owners in increasing number,
+// one entry for each time that an owner lists it. Owners are nets when the cells' lists are built, and cells
+// when the nets' lists are. A Side is the side of the items and has
+// - nitems(): the number of items,
+// - list(): where the list of the first item begins,
+// - see(owner): called with each owner before anything else,
+// - place(i, list, count): sets where the list of item i is and its length, in increasing i,
+// - count(i): that length,
+// - kHasSums: whether items may want a sum over their owners, by wants_sums, add and add_all.
 
-// Visits t = 0 .. count - 1, several in a row. In a loop of one such step, which counts up what may be what
-// it has just counted, the processor learns to wait for the step before; measured, that cost up to half the
-// time.
+// Visits t = 0 .. count - 1, unrolled: where one step may increment what the step before has incremented, the
+// processor learns to serialise all steps; measured, that cost up to half the time.
 template <typename Visit>
 void for_each_step(std::size_t count, const Visit& visit) {
   constexpr std::size_t kInARow = 8;
@@ -69,11 +71,11 @@ void for_each_step(std::size_t count, const Visit& visit) {
   for (; t < count; ++t) visit(t);
 }
 
-// Shows the side every owner and visits all entries in stretches that are contiguous in memory. Loops over
-// single lists are bound by the branch that ends each of them, which cannot be predicted.
+// Calls side.see for every owner and visits all entries in stretches that are contiguous in memory. Loops
+// over single lists are bound by the unpredictable branch that ends each of them.
 template <typename Owner, typename Side, typename Visit>
 void for_each_stretch(Owner* owners, int n, Side& side, const Visit& visit) {
-  constexpr int kOwners = 64;  // short enough for the stretch to be on its way into the cache
+  constexpr int kOwners = 64;  // a short stretch: its loads have begun when it is visited
   for (int j = 1; j <= n;) {
     const int end = j + std::min(kOwners, n - j + 1);
     std::span<const int> stretch = list_of(owners[j]);
@@ -88,8 +90,8 @@ void for_each_stretch(Owner* owners, int n, Side& side, const Visit& visit) {
   }
 }
 
-// Visits every entry with its owner, in order. Within a block the owner comes from a bit for each entry that
-// begins the next list, so that no branch depends on where lists end.
+// Visits every entry with its owner, in order. Within a block, a bit per entry marks the first of each list,
+// so that no branch depends on where lists end.
 template <typename Owner, typename Visit>
 void for_each_entry(const Owner* owners, int n, const Visit& visit) {
   constexpr std::ptrdiff_t kBlock = 64;
@@ -115,7 +117,7 @@ void for_each_entry(const Owner* owners, int n, const Visit& visit) {
   }
 }
 
-// Puts each entry where the cursor of its item points.
+// Stores each owner where the cursor of its item points.
 template <typename Owner, typename Side>
 void fill(const Owner* owners, int n, int* list, int* cursors, Side& side) {
   if constexpr (Side::kHasSums) {
@@ -130,9 +132,12 @@ void fill(const Owner* owners, int n, int* list, int* cursors, Side& side) {
   for_each_entry(owners, n, [=](int i, int j) { list[cursors[i]++] = j; });
 }
 
-// Counts, lays out and fills with one cursor of four bytes an item, which later gives the counts back.
+// Counts, lays out and fills, with one cursor of four bytes per item; the counts are restored from the
+// cursors.
 template <typename Owner, typename Side>
-int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int* work, Side& side) {
+int* invert_directly(const Owner* owners, int n, int* work, Side& side) {
+  const int nitems = side.nitems();
+  int* const list = side.list();
   std::fill_n(work, std::int64_t{nitems} + 1, 0);
   for_each_stretch(owners, n, side, [=](std::span<const int> entries) {
     for_each_step(entries.size(), [=](std::size_t t) { ++work[entries[t]]; });
@@ -150,11 +155,11 @@ int* turn_around_directly(const Owner* owners, int n, int nitems, int* list, int
   return list + begin;
 }
 
-// Where neighbouring lists name items far apart, filling directly waits for memory with every entry. Buckets
-// of consecutive items make two orderly passes of it: first each entry goes behind those of its bucket, which
-// lie where the lists of the bucket's items will, then each bucket is dealt out within the cache. Meanwhile
-// an entry holds the item within the bucket in its low bits, and in the rest by how much the owner's number
-// exceeds that of the entry before.
+// Where neighbouring lists name items far apart, filling directly misses the cache with every entry. Buckets
+// of consecutive items make two local passes of it: first each entry is appended to its bucket, which lies
+// where the lists of its items will, then each bucket is sorted into these lists within the cache. In
+// between, an entry holds the item's number within the bucket in its low bits, and in the others the
+// difference between the owner's number and that of the entry before.
 class Buckets {
  public:
   explicit Buckets(int nitems)
@@ -162,17 +167,18 @@ class Buckets {
         shift_(std::max(0, static_cast<int>(std::bit_width(static_cast<unsigned>(nitems))) - kBits)),
         nbuckets_((nitems >> shift_) + 1) {}
 
-  // Returns the end of the last list, or null when the lists do not lend themselves to it: `list` and `work`
-  // hold nothing of use then, and the side has not been told any place.
+  // Returns the end of the last list, or null if the lists do not fit the scheme: then the contents of
+  // side.list and `work` are undefined, and side.place has not been called.
   template <typename Owner, typename Side>
-  int* turn_around(const Owner* owners, int n, int* list, int* work, Side& side) {
+  int* invert(const Owner* owners, int n, int* work, Side& side) {
+    int* const list = side.list();
     for_each_stretch(owners, n, side, [this](std::span<const int> entries) {
       for_each_step(entries.size(), [&](std::size_t t) { ++buckets_[entries[t] >> shift_].end; });
     });
     const int largest = lay_out();
     if (std::int64_t{largest} + items_each() > nitems_ || !scatter(owners, n, list)) return nullptr;
 
-    for (int b = 0; b < nbuckets_; ++b) deal_out(b, list, work, work + items_each(), side);
+    for (int b = 0; b < nbuckets_; ++b) sort_bucket(b, list, work, work + items_each(), side);
     if constexpr (Side::kHasSums)
       if (side.wants_sums()) side.add_all(work);
     work[0] = 0;
@@ -181,12 +187,12 @@ class Buckets {
   }
 
  private:
-  // As many places to write to as the nearest caches can hold open.
+  // As many cursors as the nearest caches have room for.
   static constexpr int kBits = 10;
 
   struct Bucket {
     int begin = 0;
-    int end = 0;    // of what is there so far
+    int end = 0;    // of the entries so far
     int owner = 0;  // of the last entry
   };
 
@@ -202,10 +208,10 @@ class Buckets {
     return largest;
   }
 
-  // Tells whether every entry could be written in this way.
+  // Returns whether every difference of owners fitted into its bits.
   template <typename Owner>
   bool scatter(const Owner* owners, int n, int* list) {
-    constexpr int kLine = 16;  // a store to a line that is not in the cache holds up all stores behind it
+    constexpr int kLine = 16;  // ints of a cache line; a store that misses the cache delays all later stores
     const int shift = shift_;
     const int last = std::max(0, nentries_ - 1 - kLine);
     unsigned lost = 0;
@@ -220,9 +226,12 @@ class Buckets {
     return lost == 0;
   }
 
-  // Builds the lists of one bucket's items, with a cursor for each of them and a copy of the bucket.
+  // Builds the lists of the items of one bucket.
+  //
+  // @param cursors  Scratch, one per item.
+  // @param copy     Scratch for the entries of the bucket.
   template <typename Side>
-  void deal_out(int b, int* list, int* cursors, int* copy, Side& side) const {
+  void sort_bucket(int b, int* list, int* cursors, int* copy, Side& side) const {
     const Bucket& bucket = buckets_[b];
     const auto count = static_cast<std::size_t>(bucket.end - bucket.begin);
     const int shift = shift_;
@@ -260,7 +269,7 @@ class Buckets {
 };
 
 // Whether a list begins near none of the four before it, or ends far from where it begins. Four, as pruning
-// mixes what comes from the front with what comes from the back.
+// mixes nets from both ends of its source.
 template <typename Owner>
 bool is_far(const Owner* owners, int j, std::int64_t near) {
   const std::span<const int> list = list_of(owners[j]);
@@ -275,8 +284,8 @@ bool is_far(const Owner* owners, int j, std::int64_t near) {
   return true;
 }
 
-// Judged by a sample: whether neighbouring lists name items so far apart that what the items get does not
-// stay in the cache from one owner to the next.
+// Whether neighbouring lists, by a sample, name items so far apart that data per item do not stay in the
+// cache from one owner to the next.
 template <typename Owner>
 bool is_scattered(const Owner* owners, int n, int nitems) {
   constexpr std::int64_t kNear = 1 << 16;
@@ -290,25 +299,29 @@ bool is_scattered(const Owner* owners, int n, int nitems) {
   return nfar > kSamples / 4;
 }
 
-// Builds the lists of all items one after another in `list`, without a gap. `work` gets their lengths.
-// Returns the end of the last one.
+// Builds the lists of all items one after another in side.list, without gaps. Sets work[1 .. nitems] to their
+// lengths. Returns the end of the last list.
 template <typename Owner, typename Side>
-int* turn_around(const Owner* owners, int n, int nitems, int* list, int* work, Side& side) {
-  if (is_scattered(owners, n, nitems)) {
-    int* const end = Buckets(nitems).turn_around(owners, n, list, work, side);
+int* invert(const Owner* owners, int n, int* work, Side& side) {
+  if (is_scattered(owners, n, side.nitems())) {
+    int* const end = Buckets(side.nitems()).invert(owners, n, work, side);
     if (end != nullptr) return end;
   }
-  return turn_around_directly(owners, n, nitems, list, work, side);
+  return invert_directly(owners, n, work, side);
 }
 
-// The lists of the cells, their weighted degrees and the extreme degrees. Nets of equal weight, the usual
-// case, need no sums.
+// Gets the lists of the cells, their weighted degrees and the extreme degrees. Nets of equal weight, the
+// usual case, need no sums.
 class CellSide {
  public:
   static constexpr bool kHasSums = true;
 
   explicit CellSide(const Hypergraph* h)
       : h_(h), cells_(h->_clst), nets_(h->_nlst), w_(h->_n < 1 ? 0 : h->_nlst[1].w) {}
+
+  int nitems() const { return h_->_c; }
+
+  int* list() const { return h_->_net_list; }
 
   void see(const Net& net) { differences_ |= net.w ^ w_; }
 
@@ -317,8 +330,7 @@ class CellSide {
     cell.nets = list;
     cell.netsend = list + count - 1;
     cell.wdeg = wants_sums() ? 0 : times_wrapping(count, w_);
-    mincd = std::min(mincd, count);
-    maxcd = std::max(maxcd, count);
+    degrees_.add(count);
   }
 
   int count(int i) const { return degree(cells_[i]); }
@@ -327,7 +339,7 @@ class CellSide {
 
   void add(int i, int j) { add_wrapping(cells_[i].wdeg, nets_[j].w); }
 
-  // The work array, an eighth of the cells, stays in the cache where the cells do not.
+  // Sums in the work array, which is an eighth of the size of the cells and may stay in the cache.
   void add_all(int* work) {
     std::fill_n(work, std::int64_t{h_->_c} + 1, 0);
     for (int j = 1; j <= h_->_n; ++j)
@@ -335,23 +347,27 @@ class CellSide {
     for (int i = 1; i <= h_->_c; ++i) cells_[i].wdeg = work[i];
   }
 
-  int mincd = kNoMinimum;
-  int maxcd = 0;
+  const Extremes& degrees() const { return degrees_; }
 
  private:
   const Hypergraph* h_;
   Cell* cells_;
   const Net* nets_;
   int w_;
-  int differences_ = 0;  // bits in which some net's weight is another than w_
+  int differences_ = 0;  // bits in which the weight of some net differs from w_
+  Extremes degrees_;
 };
 
-// The pins of the nets and nothing else.
+// Gets the pins of the nets and nothing else.
 class NetSide {
  public:
   static constexpr bool kHasSums = false;
 
-  explicit NetSide(const Hypergraph* h) : nets_(h->_nlst) {}
+  explicit NetSide(const Hypergraph* h) : h_(h), nets_(h->_nlst) {}
+
+  int nitems() const { return h_->_n; }
+
+  int* list() const { return h_->_cell_list; }
 
   void see(const Cell& /*cell*/) {}
 
@@ -360,14 +376,15 @@ class NetSide {
     nets_[j].pinsend = list + count - 1;
   }
 
-  int count(int j) const { return static_cast<int>(nets_[j].pinsend - nets_[j].pins) + 1; }
+  int count(int j) const { return net_size(nets_[j]); }
 
  private:
+  const Hypergraph* h_;
   Net* nets_;
 };
 
 int sum_of_net_weights(const Hypergraph* h, int i) {
-  constexpr int kAhead = 8;  // cells; their nets may lie anywhere
+  constexpr int kAhead = 8;  // cells
   if (i <= h->_c - kAhead)
     for (const int j : nets_of(h->_clst[i + kAhead])) prefetch(&h->_nlst[j]);
   int sum = 0;
@@ -375,29 +392,27 @@ int sum_of_net_weights(const Hypergraph* h, int i) {
   return sum;
 }
 
-// Visits the cells for set_hypergraph_infos.
+// Sets and accumulates what set_hypergraph_infos derives from the cells.
 class Infos {
  public:
   explicit Infos(int w = 0) : w_(w) {}
 
-  // Where all nets weigh the same.
-  void see(Cell& cell) { take(cell, times_wrapping(std::ssize(nets_of(cell)), w_)); }
+  // For nets of equal weight.
+  void see(Cell& cell) { add(cell, times_wrapping(std::ssize(nets_of(cell)), w_)); }
 
-  void take(Cell& cell, int wdeg) {
+  void add(Cell& cell, int wdeg) {
     cell.wdeg = wdeg;
     cell.inw = 0;
     maxwcd_ = std::max(maxwcd_, wdeg);
     maxw_ = std::max(maxw_, cell.w);
     add_wrapping(totcw_, cell.w);
-    const int d = degree(cell);
-    mincd_ = std::min(mincd_, d);
-    maxcd_ = std::max(maxcd_, d);
+    degrees_.add(degree(cell));
   }
 
   void put_into(Hypergraph* h) const {
     h->_maxwcd = maxwcd_;
-    h->_maxcd = maxcd_;
-    h->_mincd = mincd_;
+    h->_maxcd = degrees_.max;
+    h->_mincd = degrees_.min;
     h->_totcw = totcw_;
     h->_fmt = maxw_ >= 2 ? 1 : 0;
   }
@@ -405,15 +420,14 @@ class Infos {
  private:
   int w_;  // of each net, for `see`
   int maxwcd_ = 1;
-  int maxcd_ = 0;
-  int mincd_ = kNoMinimum;
+  Extremes degrees_;
   int totcw_ = 0;
   int maxw_ = 0;
 };
 
-// Sets what it can without a visit to the nets. Tells whether the cells list nets 1 .. _n alone, as it holds
-// only then: those that a pruning copy set aside have higher numbers, and may be listed by a caller who wants
-// them back.
+// Computes weighted degrees from degrees, without loading the nets. Returns whether the cells list nets 1 ..
+// _n only: otherwise the result is wrong. The set-aside nets of a pruning copy have higher numbers, and a
+// caller may put them back into the cells' lists.
 bool set_infos_by_degrees(Hypergraph* h) {
   Infos infos(h->_n < 1 ? 0 : h->_nlst[1].w);
   const auto n = static_cast<unsigned>(h->_n);
@@ -427,7 +441,7 @@ bool set_infos_by_degrees(Hypergraph* h) {
 
 void set_infos_by_sums(Hypergraph* h) {
   Infos infos;
-  for (int i = 1; i <= h->_c; ++i) infos.take(h->_clst[i], sum_of_net_weights(h, i));
+  for (int i = 1; i <= h->_c; ++i) infos.add(h->_clst[i], sum_of_net_weights(h, i));
   infos.put_into(h);
 }
 
@@ -498,28 +512,25 @@ void free_hypergraph(Hypergraph* h) {
 
 int construct_net_list(Hypergraph* h, int* work) {
   CellSide cells(h);
-  h->_clst[h->_c + 1].nets = turn_around(h->_nlst, h->_n, h->_c, h->_net_list, work, cells);
+  h->_clst[h->_c + 1].nets = invert(h->_nlst, h->_n, work, cells);
   h->_maxwcd = 0;
-  h->_maxcd = cells.maxcd;
-  h->_mincd = cells.mincd;
+  h->_maxcd = cells.degrees().max;
+  h->_mincd = cells.degrees().min;
   return 0;
 }
 
 int construct_cell_list(Hypergraph* h, int* work) {
   NetSide nets(h);
-  h->_nlst[h->_n + 1].pins = turn_around(h->_clst, h->_c, h->_n, h->_cell_list, work, nets);
+  h->_nlst[h->_n + 1].pins = invert(h->_clst, h->_c, work, nets);
   return 0;
 }
 
 void SortPins(Hypergraph* h) {
-  for (int j = 1; j <= h->_n; ++j) {
-    const Net& net = h->_nlst[j];
-    if (net.pins != nullptr) uqsorti(pins_of(net).size(), net.pins);
-  }
+  for (int j = 1; j <= h->_n; ++j)
+    if (h->_nlst[j].pins != nullptr) uqsorti(pins_of(h->_nlst[j]).size(), h->_nlst[j].pins);
 }
 
-// Nets that all weigh the same, the usual case, need not be visited. Without cells they need not even be
-// there.
+// Nets of equal weight, the usual case, need not be loaded per cell. Without cells, `_nlst` may be absent.
 void set_hypergraph_infos(Hypergraph* h) {
   if (h->_c < 1 || !have_equal_weights(h->_nlst, h->_n) || !set_infos_by_degrees(h)) set_infos_by_sums(h);
 }

@@ -10,13 +10,13 @@
 namespace quillon {
 namespace {
 
-// Copies lists one after another. Those that follow one another where they come from are copied in one go: a
-// call of memcpy for every list takes longer than what it copies.
+// Copies lists one after another. Lists that are adjacent in the source are copied together: the call of
+// memcpy costs more than copying one list.
 class Appender {
  public:
   explicit Appender(int* to) : copied_(to), next_(to) {}
 
-  // Returns where the list will stand; it does from `finish` on.
+  // Returns where the list will be; it is there once `finish` returns.
   int* append(std::span<const int> list) {
     if (list.empty()) return next_;
     if (list.data() == pending_.data() + pending_.size()) {
@@ -46,15 +46,15 @@ class Appender {
   int* next_;
 };
 
-// What a walk over nets order[1 .. n], which may lie anywhere, asks for ahead of net order[i]: the record of
-// a net to come, and the pins of a nearer one. Without it every net waits for memory once or twice.
+// Prefetches for a walk over nets order[1 .. n], which may lie anywhere, at net order[i]: the record of a
+// later net, and the pins of a nearer one. Without them every net misses the cache once or twice.
 constexpr int kAhead = 16;
 
 [[gnu::always_inline]] inline void prefetch_net(const Hypergraph* h, const int* order, int i, int n) {
   if (i > n - 2 * kAhead) return;
   const Net& net = h->_nlst[order[i + 2 * kAhead]];
   prefetch(&net.w);
-  prefetch(&net.pinsend);  // which may be in another line
+  prefetch(&net.pinsend);  // may be in another cache line
 }
 
 [[gnu::always_inline]] inline void prefetch_pins(const Hypergraph* h, const int* order, int i, int n) {
@@ -85,8 +85,8 @@ void copy_cell(const Cell& from, Cell& to) {
   to.pno = from.pno;
 }
 
-// Gives the cells in first .. end - 1 other numbers. By itself and not while lists are gathered from all over
-// the memory, so that the numbers stay in the cache.
+// Replaces each cell in first .. end - 1 by its new number. A pass of its own, so that `number` stays in the
+// cache, which the copying of scattered lists would prevent.
 void renumber(int* first, const int* end, const int* number) {
   for (int* pin = first; pin != end; ++pin) *pin = number[*pin];
 }
@@ -103,8 +103,12 @@ void fill_identity(int* order, int count) {
   for (int i = 1; i <= count; ++i) order[i] = i;
 }
 
-// The steps of a pruning copy, in the order in which the two kinds of it take them. Copy net i is source net
-// netorder[i]; k nets are kept, m have two pins or more, the rest is pruned.
+// The steps of a pruning copy. Copy net i is source net netorder[i].
+
+struct NetCounts {
+  int k;  // kept
+  int m;  // copied: kept or set aside; the other nets are pruned
+};
 
 void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   copy_counts_and_totals(h, nh);
@@ -112,8 +116,8 @@ void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   fill_identity(netorder, h->_n);
 }
 
-// Moves the nets with fewer than two pins behind the others. Each changes places with the last undecided one,
-// which is looked at next. Returns m.
+// Moves the nets with fewer than two pins after the others. Each is swapped with the last undecided one,
+// which is examined next. Returns m.
 int prune_small_nets(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   int m = h->_n;
   for (int i = 1; i <= m;) {
@@ -129,7 +133,7 @@ int prune_small_nets(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   return m;
 }
 
-// Moves the nets of maxsize pins or more behind the others of the first m, in the same way. Returns k.
+// Moves the nets of maxsize pins or more after the others of the first m, in the same way. Returns k.
 int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   int k = m;
   for (int i = 1; i <= k;) {
@@ -142,33 +146,34 @@ int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   return k;
 }
 
-// Takes the set-aside nets, which weigh w each, out of a cell's list. They stand at its end, being numbered
-// above the kept ones, and remain behind it from the highest number down.
+// Removes the set-aside nets, of weight w each, from a cell's list. They are at its end, as their numbers are
+// above those of the kept nets, and stay after it in decreasing number.
 void shorten_list(Cell& cell, int k, int w) {
-  int* const end = cell.netsend + 1;
-  int* kept_end = end;
-  for (; kept_end != cell.nets && kept_end[-1] > k; --kept_end) subtract_wrapping(cell.wdeg, w);
-  std::reverse(kept_end, end);
-  cell.netsend = kept_end - 1;
+  const std::span<int> nets = nets_of(cell);
+  auto kept_end = nets.end();
+  for (; kept_end != nets.begin() && kept_end[-1] > k; --kept_end) subtract_wrapping(cell.wdeg, w);
+  std::reverse(kept_end, nets.end());
+  cell.netsend -= nets.end() - kept_end;
 }
 
-// Builds the cells' lists with regions that have room for all copied nets of the cell: kept ones fill them
-// from the start, set-aside ones from the end, where the lists do not see them.
-void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder, int* celldeg, int k,
-                        int m) {
+// Builds the cells' lists in regions with room for all copied nets of the cell: kept nets fill a region from
+// its start, set-aside nets from its end, after the list.
+void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder, int* celldeg,
+                        NetCounts counts) {
+  const auto [k, m] = counts;
   nh->_n = m;
   if (k == m) {
     construct_net_list(nh, celldeg);
     return;
   }
 
-  // Looking up the weights of the set-aside nets of every cell would be slow: either all nets weigh the same,
-  // or those weigh nothing for the time being.
-  const bool weigh_equal = have_equal_weights(nh->_nlst, m);
-  if (!weigh_equal)
+  // Looking up the weights of the set-aside nets per cell would be slow: either all nets have the same
+  // weight, or the set-aside ones have weight 0 until the lists are built.
+  const bool equal_weights = have_equal_weights(nh->_nlst, m);
+  if (!equal_weights)
     for (int i = k + 1; i <= m; ++i) nh->_nlst[i].w = 0;
   construct_net_list(nh, celldeg);
-  const int w = weigh_equal ? nh->_nlst[1].w : 0;
+  const int w = equal_weights ? nh->_nlst[1].w : 0;
   for (int j = 1; j <= nh->_c; ++j) shorten_list(nh->_clst[j], k, w);
   for (int i = k + 1; i <= m; ++i) {
     prefetch_net(h, netorder, i, m);
@@ -176,33 +181,33 @@ void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder
   }
 }
 
-void finish_pruning(Hypergraph* nh, int** cellend, int k, int m) {
-  nh->_n = k;
-  nh->_p -= static_cast<int>(nh->_nlst[m + 1].pins - nh->_nlst[k + 1].pins) + nh->_ninternets;
-  nh->_maxcd = 0;
-  nh->_mincd = kNoMinimum;
+void finish_pruning(Hypergraph* nh, int** cellend, NetCounts counts) {
+  nh->_n = counts.k;
+  nh->_p -= static_cast<int>(nh->_nlst[counts.m + 1].pins - nh->_nlst[counts.k + 1].pins) + nh->_ninternets;
+  Extremes degrees;
   for (int j = 1; j <= nh->_c; ++j) {
     const Cell& cell = nh->_clst[j];
     cellend[j] = cell.netsend + 1;
     nh->_maxwcd = std::max(nh->_maxwcd, cell.wdeg);
-    nh->_mincd = std::min(nh->_mincd, degree(cell));
-    nh->_maxcd = std::max(nh->_maxcd, degree(cell));
+    degrees.add(degree(cell));
   }
+  nh->_maxcd = degrees.max;
+  nh->_mincd = degrees.min;
 }
 
 std::uint64_t internets_bytes(const Hypergraph* nh) {
   return static_cast<std::uint64_t>(nh->_ninternets) * sizeof(InternalNet);
 }
 
-// Accounts for the pruned nets. The pair names the cell as the copy numbers it (cellnumber); the weight goes
-// to the copy's cell of the source's number, also where the two differ.
+// Accounts for the pruned nets. A pair has the copy's number of the cell, cellnumber[c]; the weight goes to
+// the copy's cell number c, the source's number, even if the two differ.
 void account_for_pruned_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m,
                              const int* cellnumber) {
   InternalNet* internet = nh->_internets;
   for (int q = m + 1; q <= h->_n; ++q) {
     const Net& net = h->_nlst[netorder[q]];
     if (net_size(net) == 1) {
-      const int c = *net.pins;
+      const int c = pins_of(net).front();
       *internet++ = {netorder[q], cellnumber[c]};
       add_wrapping(nh->_clst[c].inw, net.w);
       add_wrapping(nh->_totinw, net.w);
@@ -217,17 +222,17 @@ void label_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder) {
   std::copy_n(netorder + 1, h->_n, nh->_nlabel + 1);
 }
 
-// Writes the pins of net `from` to the cursor, drawn one by one from those not drawn yet (Fisher-Yates, from
-// the end), under their new numbers. The drawn ones pile up at the end of the source's list, which so changes
-// its order.
+// Writes the pins of net `from` to the cursor in random order (Fisher-Yates, from the end). The source's list
+// ends up in the reverse order.
 void draw_pins(const Net& from, int*& cursor) {
+  const std::span<int> pins = pins_of(from);
   for (int r = net_size(from); r >= 1; --r) {
-    std::swap(from.pins[uRandom(r)], from.pins[r - 1]);
-    *cursor++ = from.pins[r - 1];
+    std::swap(pins[static_cast<std::size_t>(uRandom(r))], pins[static_cast<std::size_t>(r) - 1]);
+    *cursor++ = pins[static_cast<std::size_t>(r) - 1];
   }
 }
 
-// Gives a net of the copy the weight of another one and its pins behind those appended before.
+// Copies the weight and the pins of a net.
 void append_net(Appender& pins, const Net& from, Net& net) {
   const std::span<int> list = pins_of(from);
   net.w = from.w;
@@ -235,14 +240,14 @@ void append_net(Appender& pins, const Net& from, Net& net) {
   net.pinsend = net.pins + list.size() - 1;
 }
 
-// Copy nets 1 .. m with their pins as they stand.
+// Copies nets 1 .. m with their pins in the order of the source.
 void copy_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m) {
   Appender pins(nh->_cell_list);
   for (int i = 1; i <= m; ++i) append_net(pins, h->_nlst[netorder[i]], nh->_nlst[i]);
   nh->_nlst[m + 1].pins = pins.finish();
 }
 
-// Copy nets 1 .. m with their pins drawn and renumbered.
+// Copies nets 1 .. m with their pins in random order, renumbered.
 void draw_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m, const int* cellperm) {
   int* cursor = nh->_cell_list;
   for (int i = 1; i <= m; ++i) {
@@ -296,13 +301,13 @@ int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* 
 
   copy_nets(h, nh, netorder, m);
   for (int j = 1; j <= h->_c; ++j) copy_cell(h->_clst[j], nh->_clst[j]);
-  build_cell_regions(h, nh, netorder, celldeg, k, m);
-  finish_pruning(nh, cellend, k, m);
+  build_cell_regions(h, nh, netorder, celldeg, {k, m});
+  finish_pruning(nh, cellend, {k, m});
   nh->_internets = nullptr;
   if (mode == 2) {
     nh->_internets =
         static_cast<InternalNet*>(poolalloc(0, internets_bytes(nh), "CopyConsHypergraph: nh->_internets"));
-    account_for_pruned_nets(h, nh, netorder, m, nh->_clabel);  // which is the identity here
+    account_for_pruned_nets(h, nh, netorder, m, nh->_clabel);  // the identity
   }
   return 0;
 }
@@ -321,8 +326,8 @@ int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* ce
 
   draw_nets(h, nh, netorder, m, cellperm);
   copy_cells_in_order(h, nh, nh->_clabel);
-  build_cell_regions(h, nh, netorder, celldeg, k, m);
-  finish_pruning(nh, cellend, k, m);
+  build_cell_regions(h, nh, netorder, celldeg, {k, m});
+  finish_pruning(nh, cellend, {k, m});
   nh->_internets = nullptr;
   if (mode == 2) {
     nh->_internets = static_cast<InternalNet*>(
@@ -330,6 +335,31 @@ int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* ce
     account_for_pruned_nets(h, nh, netorder, m, cellperm);
   }
   return 0;
+}
+
+void CopySetAsideNets(const Hypergraph* nh, int nmulti, Hypergraph* aside) {
+  const Net* const nets = nh->_nlst + nh->_n;  // of which 1 .. aside->_n are set aside
+  aside->_c = nh->_c;
+  aside->_n = nmulti - nh->_n;
+  aside->_p = static_cast<int>(nets[aside->_n + 1].pins - nets[1].pins);
+  aside->_fmt = nh->_fmt;
+  malloc_hypergraph(aside);
+
+  Appender pins(aside->_cell_list);
+  for (int j = 1; j <= aside->_n; ++j) {
+    append_net(pins, nets[j], aside->_nlst[j]);
+    add_wrapping(aside->_totnw, nets[j].w);
+  }
+  aside->_nlst[aside->_n + 1].pins = pins.finish();
+
+  for (int i = 1; i <= aside->_c; ++i) {
+    copy_cell(nh->_clst[i], aside->_clst[i]);
+    aside->_clst[i].inw = 0;
+  }
+  aside->_totcw = nh->_totcw;
+  int* const work = imalloc(std::int64_t{aside->_c} + 1, "CopySetAsideNets: work");
+  construct_net_list(aside, work);
+  _usfree(work);
 }
 
 int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, int* cellperm) {

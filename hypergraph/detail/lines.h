@@ -133,13 +133,13 @@ inline void set_back(const Lines& lines) {
   std::fseek(lines.stream, -static_cast<long>(lines.filled - lines.end), SEEK_CUR);
 }
 
-/// Feeds data lines to a reader until it has all it needs: as many complete buffered lines as its fast path
-/// can parse, then the next line the slow way, and so on. A Reader has
-///   is_done()             whether it needs no more lines,
-///   read_fast(at, end)    parses complete lines between `at` and `end` and returns where it stopped: in the
-///                         line after the one that it moved `lines` to,
-///   fetch()               fetches and checks the next line; false when it wants no line at the end of input,
-///   read_line(at)         parses the rest of the fetched line.
+/// Feeds data lines to a reader until it needs no more: complete buffered lines to its fast path, then the
+/// next line to its slow one, and so on. A Reader has
+/// - is_done(): whether it needs no more lines,
+/// - read_fast(at, end): parses from `at`, the end of the current line, to `end` at most; moves to each line
+///   that it completes and returns where it stopped,
+/// - fetch(): fetches and checks the next line; returns false to end reading,
+/// - read_line(at): parses the fetched line from `at` on.
 template <typename Reader>
 void read_lines(Reader& reader, const Lines& lines) {
   while (!reader.is_done()) {

@@ -23,7 +23,7 @@ class WeightsReader {
   /// @param lines       After the last net line.
   /// @param per_cell    Numbers of each cell, of which the first is its weight.
   /// @param small_nets  The reader that keeps small nets checks a line before it tests for the end of the
-  /// input.
+  ///                    input.
   WeightsReader(Hypergraph* h, Lines& lines, int per_cell, SmallNets small_nets)
       : h_(h), lines_(lines), per_cell_(per_cell), small_nets_(small_nets) {}
 

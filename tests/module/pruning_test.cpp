@@ -541,5 +541,117 @@ TEST_F(PruningCopy, OfRandomHypergraphsKeepsTheNetsOfTheRightSizesAndLosesNothin
   }
 }
 
+using SetAsideNets = Recorded;
+
+// The set-aside nets of a copy as a record of their own.
+struct Aside {
+  explicit Aside(const Destination& copy) { CopySetAsideNets(&copy.h, copy.nmulti, &h); }
+  ~Aside() { free_hypergraph(&h); }
+  Aside(const Aside&) = delete;
+  Aside& operator=(const Aside&) = delete;
+
+  Hypergraph h = {};
+};
+
+TEST_F(SetAsideNets, AreNumberedFromOneOnTheCellsOfTheCopy) {
+  // Copy net 1 is source net 2; 2, 3 and 4 are source nets 3, 4 and 1.
+  const Record r({.ncells = 3, .pins = {{1, 2, 3}, {1, 2}, {3, 2, 1}, {1, 3, 2, 1}}});
+  const Pruned copy(r, 3);
+  const Aside aside(copy.d);
+
+  EXPECT_EQ(aside.h._c, 3);
+  EXPECT_EQ(aside.h._n, 3);
+  EXPECT_EQ(aside.h._p, 10);
+  EXPECT_THAT(pins_of_nets(aside.h),
+              ElementsAre(ElementsAre(3, 2, 1), ElementsAre(1, 3, 2, 1), ElementsAre(1, 2, 3)));
+  EXPECT_THAT(nets_of_cells(aside.h),
+              ElementsAre(ElementsAre(1, 2, 2, 3), ElementsAre(1, 2, 3), ElementsAre(1, 2, 3)));
+  EXPECT_EQ(aside.h._nlst[4].pins, aside.h._cell_list + 10);
+  EXPECT_EQ(aside.h._clst[4].nets, aside.h._net_list + 10);
+}
+
+TEST_F(SetAsideNets, HaveTheirWeightsAndThoseOfTheCells) {
+  const Record r = small_record();
+  const Pruned copy(r, 2);  // sets source nets 2, 4 and 5 aside
+  const Aside aside(copy.d);
+
+  EXPECT_THAT(of_nets(aside.h, &Net::w), ElementsAre(20, 40, 50));
+  EXPECT_THAT(of_cells(aside.h, &Cell::w), ElementsAre(5, 6, 7, 8));
+  EXPECT_THAT(of_cells(aside.h, &Cell::pno), ElementsAre(1, 0, 3, 2));
+  EXPECT_THAT(of_cells(aside.h, &Cell::inw), Each(0));
+  EXPECT_THAT(of_cells(aside.h, &Cell::wdeg), ElementsAre(110, 60, 50, 40));
+  EXPECT_THAT(std::vector<int>({aside.h._totcw, aside.h._totnw, aside.h._totinw, aside.h._virtualnets}),
+              ElementsAre(26, 110, 0, 0));
+  EXPECT_THAT(std::vector<int>({aside.h._fmt, aside.h._maxwcd, aside.h._maxcd, aside.h._mincd}),
+              ElementsAre(3, 0, 3, 1));
+}
+
+TEST_F(SetAsideNets, MayBeNone) {
+  const Record r = small_record();
+  const Pruned copy(r, 4);
+  const Aside aside(copy.d);
+
+  EXPECT_EQ(aside.h._n, 0);
+  EXPECT_EQ(aside.h._p, 0);
+  EXPECT_THAT(nets_of_cells(aside.h), ElementsAre(IsEmpty(), IsEmpty(), IsEmpty(), IsEmpty()));
+}
+
+TEST_F(SetAsideNets, HaveTheOrderAndNumbersOfAShuffledCopy) {
+  for (unsigned seed = 1; seed <= 200; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    recorder::reset();
+    Record r = random_record(seed, {.ncells = 7, .nnets = 12});
+    Destination copy(r.h);
+    recorder::script_random(std::vector<int>(200, 0));
+    prune_shuffled(r.h, copy, static_cast<int>(seed % 6), kAccount);
+    const Aside aside(copy);
+
+    EXPECT_EQ(pins_of_nets(aside.h), pins_of_nets(copy, copy.h._n + 1, copy.nmulti));
+    for (int j = 1; j <= aside.h._n; ++j)
+      EXPECT_EQ(aside.h._nlst[j].w, r.h._nlst[copy.nlabel[static_cast<std::size_t>(copy.h._n + j)]].w);
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&aside.h); }), kSound);
+  }
+}
+
+TEST_F(SetAsideNets, LeaveTheCopyAsItWas) {
+  const Record r = small_record();
+  const Pruned copy(r, 3);
+  const Pruned same(r, 3);
+  const Aside aside(copy.d);
+
+  EXPECT_EQ(counts_of(copy.h), counts_of(same.h));
+  EXPECT_EQ(copy.d.cell_list, same.d.cell_list);
+  EXPECT_EQ(copy.d.net_list, same.d.net_list);
+  EXPECT_EQ(nets_of_cells(copy.h), nets_of_cells(same.h));
+  EXPECT_EQ(of_cells(copy.h, &Cell::wdeg), of_cells(same.h, &Cell::wdeg));
+  EXPECT_EQ(of_cells(copy.h, &Cell::inw), of_cells(same.h, &Cell::inw));
+}
+
+TEST_F(SetAsideNets, KeepFourHeapArraysAndNothingElse) {
+  const Record r = small_record();
+  const Pruned copy(r, 3, 0);
+  const Aside aside(copy.d);
+
+  EXPECT_THAT(recorder::requests(),
+              ElementsAre("umalloc 192 malloc_hypergraph: clst", "umalloc 72 malloc_hypergraph: nlst",
+                          "umalloc 20 malloc_hypergraph: cell_list", "umalloc 20 malloc_hypergraph: net_list",
+                          "imalloc 5 CopySetAsideNets: work", "free CopySetAsideNets: work"));
+  EXPECT_THAT(recorder::held(), SizeIs(4));
+}
+
+TEST_F(SetAsideNets, EndTheProgramWhenMemoryIsExhausted) {
+  const Record r = small_record();
+  const Pruned copy(r, 3, 0);
+  const std::vector<std::string> tags = {"malloc_hypergraph: clst", "malloc_hypergraph: nlst",
+                                         "malloc_hypergraph: cell_list", "malloc_hypergraph: net_list",
+                                         "CopySetAsideNets: work"};
+  for (int n = 1; n <= std::ssize(tags); ++n) {
+    Hypergraph aside = {};
+    recorder::fail_allocation(n);
+    EXPECT_EQ(recorder::fatal_text([&] { CopySetAsideNets(&copy.h, copy.d.nmulti, &aside); }),
+              tags[static_cast<std::size_t>(n) - 1]);
+  }
+}
+
 }  // namespace
 }  // namespace quillon
