@@ -73,7 +73,7 @@ int check(const std::string& file, const CheckOptions& options) {
     return kFinding;
   }
   if (options.json)
-    print_check_json(file, record, symmetric);
+    print_check_json(formats::shown_name(file), h, record.nfolded, symmetric);
   else if (!quiet())
     print_verdict(file, record, symmetric);
   return kSuccess;
@@ -81,7 +81,7 @@ int check(const std::string& file, const CheckOptions& options) {
 
 void print_failure(const std::string& file, const CheckOptions& options) {
   if (options.json)
-    print_failure_json("check", file);
+    print_failure_json("check", formats::shown_name(file));
   else
     uprintf("%s: %s\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str(),
             coloured(STDOUT_FILENO, Colour::kRed, "FAILED").c_str());

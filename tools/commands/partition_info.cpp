@@ -1,7 +1,6 @@
 #include <memory>
 
 #include "formats/formats.h"
-#include "formats/notes.h"
 #include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "formats/source.h"
@@ -11,7 +10,8 @@
 #include "tools/commands/common_options.h"
 #include "tools/commands/part_file.h"
 #include "tools/report/json_report.h"
-#include "util/util.h"
+#include "tools/report/model.h"
+#include "tools/report/text_report.h"
 
 namespace quillon::tool {
 namespace {
@@ -40,23 +40,12 @@ w, the connectivity minus one that of w (L - 1), the sum of external degrees tha
 of the heaviest part divided by the average, minus 1.)";
 
 void report(const PartitionInfoOptions& options, const Hypergraph& h, const measures::Partition& partition) {
-  const measures::PartSizes sizes = measures::part_sizes(h, partition);
-  const measures::CutSizes cut = measures::cut_sizes(h, partition);
-  if (options.json) {
-    print_partition_json(options.hypergraph, options.part_file, h, sizes, cut);
-    return;
-  }
-  uprintf("%s: %d cells, %d nets, %d pins in %s\n", formats::shown_name(options.hypergraph).c_str(), h._c,
-          h._n, h._p, formats::counted(partition.nparts, "part").c_str());
-  uprintf("%10s %10s %14s\n", "part", "cells", "weight");
-  for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
-    uprintf("%10zu %10lld %14lld\n", part, static_cast<long long>(sizes.ncells[part]),
-            static_cast<long long>(sizes.weights[part]));
-  uprintf("cut nets                 %lld\n", static_cast<long long>(cut.ncut_nets));
-  uprintf("cut                      %lld\n", static_cast<long long>(cut.cut));
-  uprintf("connectivity minus one   %lld\n", static_cast<long long>(cut.connectivity_minus_one));
-  uprintf("sum of external degrees  %lld\n", static_cast<long long>(cut.sum_of_external_degrees));
-  uprintf("imbalance                %.6f\n", imbalance(sizes));
+  const PartitionModel model = partition_model(formats::shown_name(options.hypergraph),
+                                               formats::shown_name(options.part_file), h, partition);
+  if (options.json)
+    print_partition_json(model);
+  else
+    print_partition_text(model);
 }
 
 void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts) {

@@ -53,7 +53,8 @@ int run(const ReportOptions& options) {
   std::optional<measures::Partition> partition;
   if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
   const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
-  const std::string page = html_page(title, record.h, partition, name_of(options.part_file));
+  const std::string page =
+      html_page(page_model(title, record.h, partition ? &*partition : nullptr, name_of(options.part_file)));
 
   formats::Outputs outputs;
   outputs.write(options.out, [&page](const char* filename) { write_page(page, filename); });

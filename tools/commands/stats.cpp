@@ -49,7 +49,7 @@ int report(const std::string& file, const StatsOptions& options) {
   set_hypergraph_infos(&h);
 
   if (options.json) {
-    print_stats_json(file, record, measures::figures_of(h));
+    print_stats_json(formats::shown_name(file), h, record.nfolded, measures::figures_of(h));
     return kSuccess;
   }
   if (options.table) {
@@ -65,7 +65,7 @@ int report(const std::string& file, const StatsOptions& options) {
 }
 
 void print_failure(const std::string& file, const StatsOptions& options) {
-  if (options.json) print_failure_json("stats", file);
+  if (options.json) print_failure_json("stats", formats::shown_name(file));
   print_error(formats::shown_name(file) + ": skipped (see the error above)");
 }
 

@@ -1,5 +1,5 @@
 #pragma once
-// Pictures of a page, as SVG that takes its colours from the page. Each says in words what it shows.
+// The page's charts, as SVG that gets its colours from the page. Each describes itself to screen readers.
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace quillon::tool {
 
-/// What a picture is called and says to those who do not see it. `id` is unique in the page.
+/// Title and description of a chart, for screen readers. `id` is unique in the page.
 struct Caption {
   std::string id;
   std::string title;
@@ -19,18 +19,19 @@ struct Caption {
 
 /// Bars over two logarithmic axes.
 ///
-/// @param x_label  What the bins are of, such as "degree".
-/// @param y_label  What they count, such as "cells".
+/// @param x_label  The value of a bin, such as "degree".
+/// @param y_label  The items counted, such as "cells".
 std::string distribution_chart(const std::vector<Bin>& bins, const std::string& x_label,
                                const std::string& y_label, const Caption& caption);
 
-/// Cells from left to right, nets from top to bottom; the more pins, the more colour, by their logarithm.
+/// Pin density, cells from left to right and nets from top to bottom, with colours on a logarithmic scale.
 std::string density_picture(const DensityGrid& grid, int ncells, int nnets, const Caption& caption);
 
-/// The weight of every part, or of the heaviest one in each of many runs, with a line at the average.
+/// The weight of each part, with a line at the average. Neighbouring parts share a bar where there are too
+/// many; it shows the heaviest.
 std::string parts_chart(const std::vector<std::int64_t>& weights, const Caption& caption);
 
-/// Parts against parts; the more weight is between them, the more colour, by its logarithm.
+/// The matrix between parts, with colours on a logarithmic scale. The diagonal stays empty.
 std::string cut_picture(const measures::CutMatrix& matrix, const Caption& caption);
 
 }  // namespace quillon::tool

@@ -1,363 +1,323 @@
 #include "tools/report/html_report.h"
 
-#include <algorithm>
-#include <cmath>
-#include <numeric>
+#include <fmt/format.h>
 
-#include "hypergraph/detail/lists.h"
-#include "measures/figures.h"
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <kainjow/mustache.hpp>
+#include <numeric>
+#include <utility>
+#include <vector>
+
 #include "measures/groups.h"
-#include "measures/partition.h"
 #include "tools/report/charts.h"
-#include "tools/report/page_style.h"
-#include "tools/report/summaries.h"
+#include "tools/report/page_files.h"
 #include "tools/report/text.h"
 
+// The data of each section of page.mustache. Members that a template tests for and that may also be set in an
+// outer section are always set here, to `false` if need be: look-ups go on outwards.
 namespace quillon::tool {
 namespace {
 
-constexpr std::size_t kMostListed = 10;
-constexpr int kMostColumns = 240;
-constexpr int kMostRows = 312;
-constexpr int kMostPartsListed = 1000;  // in tables
-constexpr int kMostPartsInFull = 12;    // whose matrix is a table
-constexpr int kMostGroups = 256;        // whose matrix is a picture
+using kainjow::mustache::data;
+using kainjow::mustache::list;
+using kainjow::mustache::object;
 
-using Row = std::vector<std::string>;
+constexpr int kMostPartsListed = 1000;   // in tables
+constexpr std::size_t kMostBeside = 16;  // parts whose table fits next to their chart
+constexpr int kMostPartsInFull = 12;     // whose matrix is a table
+constexpr std::size_t kMostPairs = 10;   // listed
 
-std::string element(const std::string& name, const std::string& content) {
-  return std::string("<").append(name).append(">").append(content).append("</").append(name).append(">\n");
+constexpr const char* kDash = "\u2013";
+
+object figure(const std::string& shown) { return {{"shown", shown}}; }
+
+object figure(std::int64_t number) { return figure(grouped(number)); }
+
+// A number for readers, together with the number for programs.
+object figure(const std::string& id, std::int64_t number) {
+  return {{"id", id}, {"value", std::to_string(number)}, {"shown", grouped(number)}};
 }
 
-// A number for people, with the number for programs beside it.
-std::string value(const char* id, std::int64_t number) {
-  return formatted("<data id=\"%s\" value=\"%lld\">%s</data>", id, static_cast<long long>(number),
-                   grouped(number).c_str());
+object figure(const std::string& id, double number) {
+  if (!std::isfinite(number)) return figure(decimal(number));
+  return {{"id", id}, {"value", fmt::format("{:.9g}", number)}, {"shown", decimal(number)}};
 }
 
-std::string value(const char* id, double number) {
-  if (!std::isfinite(number)) return decimal(number);
-  return formatted("<data id=\"%s\" value=\"%.9g\">%s</data>", id, number, decimal(number).c_str());
+object figure_if(bool is_known, const std::string& id, std::int64_t number) {
+  return is_known ? figure(id, number) : figure(kDash);
 }
 
-std::string head_row(const Row& cells) {
-  std::string row = "<tr>";
-  for (const std::string& cell : cells)
-    row += cell.empty() ? "<td></td>" : "<th scope=\"col\">" + cell + "</th>";
-  return row + "</tr>\n";
+object share(double part, double whole) { return figure(percentage(part / whole)); }
+
+data row(const std::string& name, const list& cells) { return object{{"name", name}, {"cells", cells}}; }
+
+// An empty heading is a corner of the table.
+object table(const std::string& caption, const std::vector<std::string>& headings, const list& rows) {
+  list head;
+  for (const std::string& heading : headings)
+    head.emplace_back(object{{"name", heading.empty() ? data(false) : data(heading)}});
+  return {{"caption", caption}, {"head", head}, {"rows", rows}};
 }
 
-std::string table_row(const Row& cells) {
-  std::string row = "<tr><th scope=\"row\">" + cells.front() + "</th>";
-  for (auto cell = cells.begin() + 1; cell != cells.end(); ++cell) row += "<td>" + *cell + "</td>";
-  return row + "</tr>\n";
+data table_unless_empty(const std::string& caption, const std::vector<std::string>& headings,
+                        const list& rows) {
+  return rows.empty() ? data(false) : data(table(caption, headings, rows));
 }
 
-// It may be wider than a narrow page, and is scrolled by itself then.
-std::string table(const std::string& caption, const Row& head, const std::vector<Row>& rows) {
-  std::string html = std::string("<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"")
-                         .append(caption)
-                         .append("\"><table>\n<caption>")
-                         .append(caption)
-                         .append("</caption>\n<thead>")
-                         .append(head_row(head))
-                         .append("</thead>\n<tbody>\n");
-  for (const Row& row : rows) html += table_row(row);
-  return html + "</tbody></table></div>\n";
+object tile(const std::string& name, object content) {
+  content.emplace("name", name);
+  return content;
 }
 
-// Large numbers are for comparing first, and exact below.
-std::string tile(const char* id, const char* name, std::int64_t number) {
+// Large numbers are shown rounded, with the exact number below.
+object tile(const std::string& name, const std::string& id, std::int64_t number) {
   constexpr std::int64_t kSevenDigits = 1000000;
-  std::string shown = value(id, number);
-  if (number >= kSevenDigits)
-    shown = short_form(static_cast<double>(number)) + " <small>" + value(id, number) + "</small>";
-  return formatted("<div><dt>%s</dt><dd>", name) + shown + "</dd></div>\n";
+  object content = figure(id, number);
+  if (number >= kSevenDigits) content.emplace("short", short_form(static_cast<double>(number)));
+  return tile(name, std::move(content));
 }
 
-std::string tile(const char* name, const std::string& shown) {
-  return formatted("<div><dt>%s</dt><dd>", name) + shown + "</dd></div>\n";
-}
-
-std::string overview(const measures::Figures& figures) {
+list overview_tiles(const measures::Figures& figures) {
   const double places = static_cast<double>(figures.ncells) * figures.nnets;
-  return "<dl class=\"tiles\">\n" + tile("cells", "Cells", figures.ncells) +
-         tile("nets", "Nets", figures.nnets) + tile("pins", "Pins", figures.npins) +
-         tile("Density", percentage(figures.npins / places)) +
-         tile("Nets per cell", value("average-degree", figures.degrees.average)) +
-         tile("Pins per net", value("average-size", figures.sizes.average)) + "</dl>\n";
+  return {tile("Cells", "cells", figures.ncells),
+          tile("Nets", "nets", figures.nnets),
+          tile("Pins", "pins", figures.npins),
+          tile("Density", share(figures.npins, places)),
+          tile("Nets per cell", figure("average-degree", figures.degrees.average)),
+          tile("Pins per net", figure("average-size", figures.sizes.average))};
 }
 
-// Of nothing, nothing is the smallest.
-std::string value_if(bool is_known, const std::string& id, std::int64_t number) {
-  return is_known ? value(id.c_str(), number) : "\u2013";
+data lengths_row(const std::string& name, const std::string& id, const measures::Lengths& lengths) {
+  return row(name, {figure_if(lengths.count > 0, id + "-min", lengths.min), figure(decimal(lengths.average)),
+                    figure_if(lengths.count > 0, id + "-max", lengths.max),
+                    figure(id + "-deviation", lengths.deviation), figure(decimal(lengths.variation)),
+                    figure(id + "-zero", std::int64_t{lengths.nzero})});
 }
 
-Row lengths_row(const char* name, const char* id, const measures::Lengths& lengths) {
-  const std::string prefix = id;
-  return {name,
-          value_if(lengths.count > 0, prefix + "-min", lengths.min),
-          decimal(lengths.average),
-          value_if(lengths.count > 0, prefix + "-max", lengths.max),
-          value((prefix + "-deviation").c_str(), lengths.deviation),
-          decimal(lengths.variation),
-          value((prefix + "-zero").c_str(), std::int64_t{lengths.nzero})};
+data weights_row(const std::string& name, const std::string& id, const measures::Weights& weights,
+                 int count) {
+  return row(name, {figure_if(count > 0, id + "-min", weights.min),
+                    figure(decimal(static_cast<double>(weights.total) / count)),
+                    figure_if(count > 0, id + "-max", weights.max), figure(id + "-total", weights.total)});
 }
 
-Row weights_row(const char* name, const char* id, const measures::Weights& weights, int count) {
-  const std::string prefix = id;
-  return {name, value_if(count > 0, prefix + "-min", weights.min),
-          decimal(static_cast<double>(weights.total) / count),
-          value_if(count > 0, prefix + "-max", weights.max),
-          value((prefix + "-total").c_str(), weights.total)};
-}
-
-std::vector<Row> bin_rows(const std::vector<Bin>& bins, int count) {
-  std::vector<Row> rows;
-  rows.reserve(bins.size());
-  for (const Bin& bin : bins)
-    rows.push_back({bin.lo == bin.hi ? grouped(bin.lo) : grouped(bin.lo) + "\u2013" + grouped(bin.hi),
-                    grouped(bin.count), percentage(static_cast<double>(bin.count) / count)});
-  return rows;
-}
+/// What a chart counts: `items` ("cells") by `value` ("degree").
+struct Axes {
+  std::string value;
+  std::string items;
+};
 
 // A chart, and the same in numbers.
-std::string distribution(const std::vector<std::pair<int, int>>& values, int count, const std::string& id,
-                         const std::string& title, const std::string& x_label, const std::string& y_label) {
+data distribution(const measures::Distribution& values, int count, const std::string& id,
+                  const std::string& title, const Axes& axes) {
   const std::vector<Bin> bins = logarithmic_bins(values);
-  std::string html = "<figure>\n" + element("figcaption", title);
-  if (bins.empty()) return html + "<p class=\"note\">There are no " + y_label + ".</p></figure>\n";
-  const std::string about = "How many " + y_label + " have which " + x_label + ", from " +
-                            grouped(values.front().first) + " to " + grouped(values.back().first) +
-                            ", over logarithmic axes. The table below has the numbers.";
-  html += distribution_chart(bins, x_label, y_label, {id, title, about});
-  html += "<details><summary>In numbers</summary>\n" +
-          table(title, {x_label, y_label, "share"}, bin_rows(bins, count)) + "</details>\n";
-  return html + "</figure>\n";
+  if (bins.empty()) return object{{"title", title}, {"items", axes.items}, {"chart", false}};
+
+  const std::string description = fmt::format(
+      "How many {} have which {}, from {} to {}, over logarithmic axes. The table below has the numbers.",
+      axes.items, axes.value, grouped(values.front().first), grouped(values.back().first));
+  list rows;
+  for (const Bin& bin : bins)
+    rows.push_back(row(bin.lo == bin.hi ? grouped(bin.lo) : grouped(bin.lo) + kDash + grouped(bin.hi),
+                       {figure(bin.count), share(static_cast<double>(bin.count), count)}));
+  return object{{"title", title},
+                {"chart", distribution_chart(bins, axes.value, axes.items, {id, title, description})},
+                {"numbers", table(title, {axes.value, axes.items, "share"}, rows)}};
 }
 
-std::string distributions(const measures::Figures& figures) {
-  return "<section>\n<h2>Degrees and sizes</h2>\n<div class=\"columns\">\n" +
-         distribution(figures.degrees.distribution, figures.ncells, "degrees", "Degrees of the cells",
-                      "degree", "cells") +
-         distribution(figures.sizes.distribution, figures.nnets, "sizes", "Sizes of the nets", "size",
-                      "nets") +
-         "</div>\n" +
-         table("Spread",
-               {"", "smallest", "average", "largest", "std. deviation", "coeff. of variation", "zero"},
-               {lengths_row("cell degree", "degree", figures.degrees),
-                lengths_row("net size", "size", figures.sizes)}) +
-         "</section>\n";
+void add_lengths(object& page, const measures::Figures& figures) {
+  page["length_charts"] = list{distribution(figures.degrees.distribution, figures.ncells, "degrees",
+                                            "Degrees of the cells", {"degree", "cells"}),
+                               distribution(figures.sizes.distribution, figures.nnets, "sizes",
+                                            "Sizes of the nets", {"size", "nets"})};
+  page["lengths"] =
+      table("Spread", {"", "smallest", "average", "largest", "std. deviation", "coeff. of variation", "zero"},
+            {lengths_row("cell degree", "degree", figures.degrees),
+             lengths_row("net size", "size", figures.sizes)});
 }
 
-// Weights that are all the same, or of which some are below 0, have no picture over a logarithmic axis.
-std::string weight_chart(const measures::Weights& weights, const std::vector<std::pair<int, int>>& values,
-                         int count, const char* id, const std::string& of) {
-  if (weights.min == weights.max || weights.min < 0) return "";
-  return distribution(values, count, id, std::string("Weights of the ").append(of), "weight", of);
+// Weights that are all equal need no chart, and negative ones have no place on a logarithmic axis.
+bool has_chart(const measures::Weights& weights) { return weights.min != weights.max && weights.min >= 0; }
+
+void add_weights(object& page, const PageModel& model) {
+  const measures::Figures& figures = model.figures;
+  list charts;
+  if (has_chart(figures.cells))
+    charts.push_back(distribution(model.cell_weights, figures.ncells, "cell-weights", "Weights of the cells",
+                                  {"weight", "cells"}));
+  if (has_chart(figures.nets))
+    charts.push_back(distribution(model.net_weights, figures.nnets, "net-weights", "Weights of the nets",
+                                  {"weight", "nets"}));
+  page["weight_charts"] = charts.empty() ? data(false) : data(object{{"charts", charts}});
+  page["weights"] = table("Range and total", {"", "smallest", "average", "largest", "total"},
+                          {weights_row("cells", "cell-weight", figures.cells, figures.ncells),
+                           weights_row("nets", "net-weight", figures.nets, figures.nnets)});
 }
 
-std::string weights(const measures::Figures& figures, const Hypergraph& h) {
-  std::string charts =
-      weight_chart(figures.cells, measures::cell_weight_distribution(h), h._c, "cell-weights", "cells") +
-      weight_chart(figures.nets, measures::net_weight_distribution(h), h._n, "net-weights", "nets");
-  if (!charts.empty()) charts = "<div class=\"columns\">\n" + charts + "</div>\n";
-  return "<section>\n<h2>Weights</h2>\n" + charts +
-         table("Range and total", {"", "smallest", "average", "largest", "total"},
-               {weights_row("cells", "cell-weight", figures.cells, figures.ncells),
-                weights_row("nets", "net-weight", figures.nets, figures.nnets)}) +
-         "</section>\n";
-}
-
-std::string sparsity(const measures::Figures& figures, const Hypergraph& h) {
-  const DensityGrid grid = density_grid(h, kMostColumns, kMostRows);
+void add_density(object& page, const PageModel& model) {
+  const DensityGrid& grid = model.density;
   const auto nfilled = std::count_if(grid.npins.begin(), grid.npins.end(), [](auto n) { return n > 0; });
-  const std::string boxes = "Boxes: " + grouped(grid.ncolumns) + " by " + grouped(grid.nrows) +
-                            ", with pins in " + grouped(nfilled) + ".";
-  const std::string about = "Where the pins are: cells from left to right, nets from top to bottom. " + boxes;
-  return "<section>\n<h2>Sparsity</h2>\n<figure class=\"picture\">\n" +
-         density_picture(grid, figures.ncells, figures.nnets, {"density", "Sparsity", about}) +
-         "</figure>\n<p class=\"note\">" +
-         (figures.npins == 0 ? "There are no pins."
-                             : boxes + " Colour is the share of places that are pins, by its logarithm.") +
-         "</p>\n</section>\n";
+  const std::string boxes = fmt::format("Boxes: {} by {}, with pins in {}.", grouped(grid.ncolumns),
+                                        grouped(grid.nrows), grouped(nfilled));
+  const std::string description =
+      "Where the pins are: cells from left to right, nets from top to bottom. " + boxes;
+  page["density"] =
+      density_picture(grid, model.figures.ncells, model.figures.nnets, {"density", "Sparsity", description});
+  page["boxes"] = model.figures.npins == 0 ? data(false) : data(boxes);
 }
 
-std::string net_list(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
-  Row head{"net", "pins", "of all cells", "weight"};
-  if (partition) head.emplace_back("parts");
-  std::vector<Row> rows;
-  for (const int j : largest_nets(h, kMostListed)) {
-    const Net& net = h._nlst[j];
-    rows.push_back({grouped(j), grouped(net_size(net)), percentage(static_cast<double>(net_size(net)) / h._c),
-                    grouped(net.w)});
-    if (partition) rows.back().push_back(grouped(measures::connectivity(net, *partition)));
+void add_largest(object& page, const PageModel& model) {
+  const bool has_parts = model.partition.has_value();
+  std::vector<std::string> head{"net", "pins", "of all cells", "weight"};
+  if (has_parts) head.emplace_back("parts");
+  list rows;
+  for (const ListedNet& net : model.largest_nets) {
+    list cells{figure(net.size), share(net.size, model.figures.ncells), figure(net.weight)};
+    if (has_parts) cells.emplace_back(figure(net.connectivity));
+    rows.push_back(row(grouped(net.number), cells));
   }
-  return rows.empty() ? "<p class=\"note\">There are no nets.</p>\n" : table("Largest nets", head, rows);
-}
+  page["largest_nets"] = table_unless_empty("Largest nets", head, rows);
 
-std::string cell_list(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
-  Row head{"cell", "nets", "of all nets", "weight"};
-  if (partition) head.emplace_back("part");
-  std::vector<Row> rows;
-  for (const int i : busiest_cells(h, kMostListed)) {
-    const Cell& cell = h._clst[i];
-    rows.push_back({grouped(i), grouped(degree(cell)), percentage(static_cast<double>(degree(cell)) / h._n),
-                    grouped(cell.w)});
-    if (partition) rows.back().push_back(grouped(partition->parts[static_cast<std::size_t>(i)]));
+  head = {"cell", "nets", "of all nets", "weight"};
+  if (has_parts) head.emplace_back("part");
+  rows.clear();
+  for (const ListedCell& cell : model.busiest_cells) {
+    list cells{figure(cell.degree), share(cell.degree, model.figures.nnets), figure(cell.weight)};
+    if (has_parts) cells.emplace_back(figure(cell.part));
+    rows.push_back(row(grouped(cell.number), cells));
   }
-  return rows.empty() ? "<p class=\"note\">There are no cells.</p>\n"
-                      : table("Cells of the highest degree", head, rows);
+  page["busiest_cells"] = table_unless_empty("Cells of the highest degree", head, rows);
 }
 
-std::string largest(const Hypergraph& h, const std::optional<measures::Partition>& partition) {
-  return "<section>\n<h2>Largest</h2>\n<div class=\"columns\">\n<div>" + net_list(h, partition) +
-         "</div>\n<div>" + cell_list(h, partition) + "</div>\n</div>\n</section>\n";
+list cut_tiles(const PartitionModel& model) {
+  object cut_nets = figure("cut-nets", model.cut.ncut_nets);
+  cut_nets.emplace("note", percentage(static_cast<double>(model.cut.ncut_nets) / model.nnets) + " of all");
+  return {tile("Parts", "parts", std::ssize(model.sizes.weights)),
+          tile("Cut nets", std::move(cut_nets)),
+          tile("Cut", "cut", model.cut.cut),
+          tile("Connectivity minus one", "connectivity", model.cut.connectivity_minus_one),
+          tile("Sum of external degrees", "external-degrees", model.cut.sum_of_external_degrees),
+          tile("Imbalance", {{"id", "imbalance"},
+                             {"value", fmt::format("{:.9g}", model.imbalance)},
+                             {"shown", percentage(model.imbalance)}})};
 }
 
-std::string cut_tiles(const measures::PartSizes& sizes, const measures::CutSizes& cut, int nnets) {
-  return "<dl class=\"tiles\">\n" + tile("parts", "Parts", static_cast<std::int64_t>(sizes.weights.size())) +
-         tile("Cut nets", value("cut-nets", cut.ncut_nets) + " <small>" +
-                              percentage(static_cast<double>(cut.ncut_nets) / nnets) + " of all</small>") +
-         tile("cut", "Cut", cut.cut) +
-         tile("connectivity", "Connectivity minus one", cut.connectivity_minus_one) +
-         tile("external-degrees", "Sum of external degrees", cut.sum_of_external_degrees) +
-         tile("Imbalance",
-              formatted("<data id=\"imbalance\" value=\"%.9g\">%s</data>", measures::imbalance(sizes),
-                        percentage(measures::imbalance(sizes)).c_str())) +
-         "</dl>\n";
-}
-
-std::string part_table(const measures::PartSizes& sizes) {
-  const std::size_t nlisted = std::min<std::size_t>(sizes.weights.size(), kMostPartsListed);
+void add_balance(object& section, const measures::PartSizes& sizes) {
+  const std::size_t nparts = sizes.weights.size();
+  const std::size_t nlisted = std::min<std::size_t>(nparts, kMostPartsListed);
   const auto total =
       static_cast<double>(std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0}));
-  std::vector<Row> rows;
-  rows.reserve(nlisted);
+  list rows;
   for (std::size_t part = 0; part < nlisted; ++part)
-    rows.push_back({grouped(static_cast<std::int64_t>(part)), grouped(sizes.ncells[part]),
-                    grouped(sizes.weights[part]),
-                    percentage(static_cast<double>(sizes.weights[part]) / total)});
-  std::string html = table("Parts", {"part", "cells", "weight", "of the weight"}, rows);
-  if (nlisted < sizes.weights.size())
-    html += "<p class=\"note\">The first " + grouped(static_cast<std::int64_t>(nlisted)) + " of " +
-            grouped(static_cast<std::int64_t>(sizes.weights.size())) + " parts.</p>\n";
-  return html;
-}
-
-std::string balance(const measures::PartSizes& sizes) {
-  constexpr std::size_t kFewParts = 16;
-  const Caption caption{
-      "balance", "Weights of the parts",
-      "The weight of each part, with a dashed line at the average. The table has the numbers."};
-  const std::string chart =
-      "<figure>\n<figcaption>Balance</figcaption>\n" + parts_chart(sizes.weights, caption) + "</figure>\n";
-  const std::string numbers = part_table(sizes);
-  if (sizes.weights.size() <= kFewParts)
-    return "<div class=\"columns\">\n" + chart + "<div>" + numbers + "</div>\n</div>\n";
-  return "<div class=\"picture\">" + chart + "</div>\n<details><summary>In numbers</summary>\n" + numbers +
-         "</details>\n";
+    rows.push_back(row(grouped(static_cast<std::int64_t>(part)),
+                       {figure(sizes.ncells[part]), figure(sizes.weights[part]),
+                        share(static_cast<double>(sizes.weights[part]), total)}));
+  section["balance"] =
+      parts_chart(sizes.weights,
+                  {"balance", "Weights of the parts",
+                   "The weight of each part, with a dashed line at the average. The table has the numbers."});
+  section["parts"] = table("Parts", {"part", "cells", "weight", "of the weight"}, rows);
+  section["beside"] = nparts <= kMostBeside;
+  section["first_parts"] = nlisted == nparts
+                               ? data(false)
+                               : data(fmt::format("The first {} of {} parts.", grouped(std::ssize(rows)),
+                                                  grouped(static_cast<std::int64_t>(nparts))));
 }
 
 std::string parts_of_group(const measures::CutMatrix& matrix, int group) {
   const int first = measures::group_begin(group, matrix.nparts, matrix.ngroups);
   const int last = measures::group_begin(group + 1, matrix.nparts, matrix.ngroups) - 1;
-  return first == last ? grouped(first) : grouped(first) + "\u2013" + grouped(last);
+  return first == last ? grouped(first) : grouped(first) + kDash + grouped(last);
 }
 
-std::string matrix_table(const measures::CutMatrix& matrix) {
-  constexpr double kMostShade = 0.45;  // what is written on it stays readable
+object matrix_in_full(const measures::CutMatrix& matrix) {
+  constexpr double kMostShade = 0.45;  // text on it stays readable
   std::int64_t most = 1;
   for (int a = 0; a < matrix.ngroups; ++a)
     for (int b = 0; b < a; ++b) most = std::max(most, matrix.at(a, b));
-  std::string html = "<thead><tr><td></td>";
-  for (int b = 0; b < matrix.ngroups; ++b) html += formatted("<th scope=\"col\">%d</th>", b);
-  html += "</tr></thead>\n<tbody>\n";
+
+  list rows;
   for (int a = 0; a < matrix.ngroups; ++a) {
-    html += formatted("<tr><th scope=\"row\">%d</th>", a);
+    list cells;
     for (int b = 0; b < matrix.ngroups; ++b) {
-      const double share =
-          static_cast<double>(std::max<std::int64_t>(0, matrix.at(a, b))) / static_cast<double>(most);
-      html += a == b ? "<td class=\"within\">" : formatted("<td style=\"--a:%.3f\">", kMostShade * share);
-      html += grouped(matrix.at(a, b)) + "</td>";
+      const auto weight = static_cast<double>(std::max<std::int64_t>(0, matrix.at(a, b)));
+      const double shade = kMostShade * (weight / static_cast<double>(most));
+      cells.emplace_back(object{{"shown", grouped(matrix.at(a, b))},
+                                {"shade", a == b ? data(false) : data(fmt::format("{:.3f}", shade))}});
     }
-    html += "</tr>\n";
+    rows.push_back(row(std::to_string(a), cells));
   }
-  return "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Between parts\">"
-         "<table class=\"matrix\" id=\"cut-matrix\">\n" +
-         html + "</tbody></table></div>\n";
+  return {{"rows", rows}};
 }
 
-std::string heaviest_pairs(const measures::CutMatrix& matrix) {
+// The pairs of groups with most weight between them, heaviest first.
+std::vector<std::pair<int, int>> heaviest_pairs(const measures::CutMatrix& matrix) {
   std::vector<std::pair<int, int>> pairs;
   for (int a = 0; a < matrix.ngroups; ++a)
     for (int b = a + 1; b < matrix.ngroups; ++b)
       if (matrix.at(a, b) > 0) pairs.emplace_back(a, b);
-  if (pairs.empty()) return "<p class=\"note\">No net is cut.</p>\n";
 
-  const std::size_t nlisted = std::min(pairs.size(), kMostListed);
+  const std::size_t nlisted = std::min(pairs.size(), kMostPairs);
   std::partial_sort(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(nlisted), pairs.end(),
                     [&matrix](const auto& p, const auto& q) {
                       const std::int64_t more = matrix.at(p.first, p.second) - matrix.at(q.first, q.second);
                       return more != 0 ? more > 0 : p < q;
                     });
-  std::vector<Row> rows;
-  rows.reserve(nlisted);
-  for (std::size_t k = 0; k < nlisted; ++k)
-    rows.push_back({parts_of_group(matrix, pairs[k].first), parts_of_group(matrix, pairs[k].second),
-                    grouped(matrix.at(pairs[k].first, pairs[k].second))});
-  return table("Heaviest connections", {"part", "and part", "weight"}, rows);
+  pairs.resize(nlisted);
+  return pairs;
 }
 
-std::string between_parts(const measures::CutMatrix& matrix) {
-  std::string html = "<h3>Between parts</h3>\n";
-  if (matrix.ngroups <= kMostPartsInFull)
-    return html + matrix_table(matrix) +
-           "<p class=\"note\">Weight of the nets that have pins in both parts; in grey, of those with all "
-           "their "
-           "pins in one.</p>\n";
-  const Caption caption{"between", "Between parts",
-                        "Parts against parts; the table has the pairs with most weight between them."};
-  html += "<div class=\"columns\">\n<figure>\n" + cut_picture(matrix, caption) + "</figure>\n<div>" +
-          heaviest_pairs(matrix) +
-          "</div>\n</div>\n<p class=\"note\">Weight of the nets that have pins in both, by its logarithm";
-  return html + (matrix.ngroups < matrix.nparts ? ", for groups of parts.</p>\n" : ".</p>\n");
+void add_matrix(object& section, const measures::CutMatrix& matrix) {
+  section["matrix"] = false;
+  if (matrix.ngroups <= kMostPartsInFull) {
+    section["matrix"] = matrix_in_full(matrix);
+    return;
+  }
+  list rows;
+  for (const auto& [a, b] : heaviest_pairs(matrix))
+    rows.push_back(
+        row(parts_of_group(matrix, a), {figure(parts_of_group(matrix, b)), figure(matrix.at(a, b))}));
+  section["between"] =
+      cut_picture(matrix, {"between", "Between parts",
+                           "Parts against parts; the table has the pairs with most weight between them."});
+  section["pairs"] = table_unless_empty("Heaviest connections", {"part", "and part", "weight"}, rows);
+  section["has_groups"] = matrix.ngroups < matrix.nparts;
 }
 
-std::string partition_section(const Hypergraph& h, const measures::Partition& partition) {
-  const measures::PartSizes sizes = measures::part_sizes(h, partition);
-  const measures::CutSizes cut = measures::cut_sizes(h, partition);
-  return "<section>\n<h2>Partition</h2>\n" + cut_tiles(sizes, cut, h._n) + balance(sizes) +
-         between_parts(measures::cut_matrix(h, partition, kMostGroups)) + "</section>\n";
-}
-
-std::string head_of_page(const std::string& name) {
-  // Nothing may come from elsewhere, and nothing may run.
-  return "<!DOCTYPE html>\n<html lang=\"en\" xmlns=\"http://www.w3.org/1999/xhtml\">\n<head>\n"
-         "<meta charset=\"utf-8\" />\n"
-         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
-         "style-src 'unsafe-inline'; img-src data:\" />\n"
-         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\" />\n"
-         "<meta name=\"color-scheme\" content=\"light dark\" />\n"
-         "<link rel=\"icon\" href=\"data:,\" />\n<title>" +
-         escaped(name) + "</title>\n<style>" + kPageStyle + "</style>\n</head>\n";
+data partition_section(const PartitionModel& model, const measures::CutMatrix& between) {
+  object section{{"file", model.part_file}, {"tiles", cut_tiles(model)}};
+  add_balance(section, model.sizes);
+  add_matrix(section, between);
+  return section;
 }
 
 }  // namespace
 
-std::string html_page(const std::string& name, const Hypergraph& h,
-                      const std::optional<measures::Partition>& partition,
-                      const std::string& partition_name) {
-  const measures::Figures figures = measures::figures_of(h);
-  std::string about = grouped_count(figures.ncells, "cell") + ", " + grouped_count(figures.nnets, "net") +
-                      ", " + grouped_count(figures.npins, "pin");
-  if (partition) about += "; partition " + escaped(partition_name);
-  return head_of_page(name) + "<body>\n<header>\n" + element("h1", escaped(name)) +
-         element("p", "Hypergraph of " + about) + "</header>\n<main>\n" + overview(figures) +
-         (partition ? partition_section(h, *partition) : "") + distributions(figures) + weights(figures, h) +
-         sparsity(figures, h) + largest(h, partition) +
-         "</main>\n<footer>Made by quillon report. Cells and nets count from 1, parts from 0.</footer>\n"
-         "</body>\n</html>\n";
+std::string html_page(const PageModel& model) {
+  const measures::Figures& figures = model.figures;
+  object page{
+      {"distribution", page::distribution_mustache},
+      {"figure", page::figure_mustache},
+      {"style", page::page_css},
+      {"table", page::table_mustache},
+      {"tile_list", page::tile_list_mustache},
+      {"title", model.title},
+      {"counts", grouped_count(figures.ncells, "cell") + ", " + grouped_count(figures.nnets, "net") + ", " +
+                     grouped_count(figures.npins, "pin")},
+      {"tiles", overview_tiles(figures)},
+      {"partition", model.partition ? partition_section(*model.partition, model.between) : data(false)}};
+  add_lengths(page, figures);
+  add_weights(page, model);
+  add_density(page, model);
+  add_largest(page, model);
+
+  kainjow::mustache::mustache view(page::page_mustache);
+  view.set_custom_escape(escaped);
+  std::string html = view.render(page);
+  assert(view.is_valid());
+  return html + "\n";
 }
 
 }  // namespace quillon::tool

@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "formats/source.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -12,7 +11,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr int kSchemaVersion = 1;
 
-// Names of files need not be UTF-8.
 void print_line(const Json& json) {
   uprintf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
@@ -20,17 +18,17 @@ void print_line(const Json& json) {
 Json begin(const std::string& command, const std::string& file, bool is_fine) {
   return {{"schema_version", kSchemaVersion},
           {"command", command},
-          {"file", formats::shown_name(file)},
+          {"file", file},
           {"status", is_fine ? "ok" : "failed"}};
 }
 
-void add_counts(Json& json, const Hypergraph& h) {
-  json["cells"] = h._c;
-  json["nets"] = h._n;
-  json["pins"] = h._p;
+void add_counts(Json& json, int ncells, int nnets, int npins) {
+  json["cells"] = ncells;
+  json["nets"] = nnets;
+  json["pins"] = npins;
 }
 
-// Null stands where there is nothing to have a figure.
+// Null without items.
 Json known(bool is_known, int value) { return is_known ? Json(value) : Json(); }
 
 Json lengths_json(const measures::Lengths& lengths) {
@@ -56,12 +54,11 @@ Json weights_json(const measures::Weights& weights, bool is_known) {
 
 }  // namespace
 
-void print_stats_json(const std::string& file, const formats::Record& record, const measures::Figures& figures) {
+void print_stats_json(const std::string& file, const Hypergraph& h, int nfolded,
+                      const measures::Figures& figures) {
   Json json = begin("stats", file, true);
-  add_counts(json, record.h);
-  json["folded"] = {{"nets", record.nfolded},
-                    {"one_pin_weight", record.h._totinw},
-                    {"pinless_weight", record.h._virtualnets}};
+  add_counts(json, h._c, h._n, h._p);
+  json["folded"] = {{"nets", nfolded}, {"one_pin_weight", h._totinw}, {"pinless_weight", h._virtualnets}};
   json["cell_degree"] = lengths_json(figures.degrees);
   json["net_size"] = lengths_json(figures.sizes);
   json["cell_weight"] = weights_json(figures.cells, figures.ncells > 0);
@@ -69,27 +66,27 @@ void print_stats_json(const std::string& file, const formats::Record& record, co
   print_line(json);
 }
 
-void print_check_json(const std::string& file, const formats::Record& record, bool is_symmetric) {
+void print_check_json(const std::string& file, const Hypergraph& h, int nfolded, bool is_symmetric) {
   Json json = begin("check", file, true);
-  add_counts(json, record.h);
-  json["folded"] = {{"nets", record.nfolded}};
+  add_counts(json, h._c, h._n, h._p);
+  json["folded"] = {{"nets", nfolded}};
   json["symmetric"] = is_symmetric;
   print_line(json);
 }
 
-void print_partition_json(const std::string& file, const std::string& part_file, const Hypergraph& h,
-                          const measures::PartSizes& sizes, const measures::CutSizes& cut) {
-  Json json = begin("partition-info", file, true);
-  json["partition"] = formats::shown_name(part_file);
-  add_counts(json, h);
+void print_partition_json(const PartitionModel& model) {
+  Json json = begin("partition-info", model.hypergraph, true);
+  json["partition"] = model.part_file;
+  add_counts(json, model.ncells, model.nnets, model.npins);
   json["parts"] = Json::array();
-  for (std::size_t part = 0; part < sizes.ncells.size(); ++part)
-    json["parts"].push_back({{"part", part}, {"cells", sizes.ncells[part]}, {"weight", sizes.weights[part]}});
-  json["cut_nets"] = cut.ncut_nets;
-  json["cut"] = cut.cut;
-  json["connectivity_minus_one"] = cut.connectivity_minus_one;
-  json["sum_of_external_degrees"] = cut.sum_of_external_degrees;
-  json["imbalance"] = measures::imbalance(sizes);
+  for (std::size_t part = 0; part < model.sizes.ncells.size(); ++part)
+    json["parts"].push_back(
+        {{"part", part}, {"cells", model.sizes.ncells[part]}, {"weight", model.sizes.weights[part]}});
+  json["cut_nets"] = model.cut.ncut_nets;
+  json["cut"] = model.cut.cut;
+  json["connectivity_minus_one"] = model.cut.connectivity_minus_one;
+  json["sum_of_external_degrees"] = model.cut.sum_of_external_degrees;
+  json["imbalance"] = model.imbalance;
   print_line(json);
 }
 

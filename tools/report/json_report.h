@@ -1,22 +1,25 @@
 #pragma once
-// What commands say with --json: an object on a line for each file. docs/json.md explains the members.
+// Output of --json: one object on one line for each file. docs/json.md explains the members.
+//
+// Names of files are printed as given; malformed UTF-8 becomes U+FFFD.
 
 #include <string>
 
-#include "formats/record.h"
+#include "hypergraph/hypergraph.h"
 #include "measures/figures.h"
-#include "measures/partition.h"
+#include "tools/report/model.h"
 
 namespace quillon::tool {
 
-void print_stats_json(const std::string& file, const formats::Record& record, const measures::Figures& figures);
+/// @param nfolded  Nets of one pin or none that the reader folded.
+void print_stats_json(const std::string& file, const Hypergraph& h, int nfolded,
+                      const measures::Figures& figures);
 
-void print_check_json(const std::string& file, const formats::Record& record, bool is_symmetric);
+void print_check_json(const std::string& file, const Hypergraph& h, int nfolded, bool is_symmetric);
 
-void print_partition_json(const std::string& file, const std::string& part_file, const Hypergraph& h,
-                          const measures::PartSizes& sizes, const measures::CutSizes& cut);
+void print_partition_json(const PartitionModel& model);
 
-/// For a file of which there is nothing to say but that the command failed.
+/// For a file that the command failed on.
 void print_failure_json(const std::string& command, const std::string& file);
 
 }  // namespace quillon::tool

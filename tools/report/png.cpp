@@ -1,65 +1,46 @@
 #include "tools/report/png.h"
 
-#include <zlib.h>
+#include <png.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
-constexpr std::array<unsigned char, 3> kInk{0x3b, 0x7d, 0xdd};
+constexpr std::size_t kShades = 256;
 
-std::string big_endian(std::uint32_t value) {
-  std::string bytes;
-  for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>((value >> shift) & 0xFFU);
-  return bytes;
-}
-
-// Length, type, data, and a checksum of type and data.
-std::string chunk(const std::string& type, const std::string& data) {
-  const std::string checked = type + data;
-  const uLong crc = crc32_z(0, reinterpret_cast<const Bytef*>(checked.data()), checked.size());
-  return big_endian(static_cast<std::uint32_t>(data.size())) + checked +
-         big_endian(static_cast<std::uint32_t>(crc));
-}
-
-std::string compressed(const std::string& bytes) {
-  uLongf size = compressBound(bytes.size());
-  std::string packed(size, '\0');
-  if (compress2(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()),
-                bytes.size(), Z_BEST_COMPRESSION) != Z_OK)
-    errexit("cannot compress a picture: out of memory");
-  packed.resize(size);
-  return packed;
+// The ink with each opacity, as red, green, blue and alpha.
+std::array<png_byte, 4 * kShades> colour_map() {
+  std::array<png_byte, 4 * kShades> map{};
+  for (std::size_t shade = 0; shade < kShades; ++shade) {
+    const std::array<png_byte, 4> colour{0x3b, 0x7d, 0xdd, static_cast<png_byte>(shade)};
+    std::copy(colour.begin(), colour.end(), map.begin() + static_cast<std::ptrdiff_t>(4 * shade));
+  }
+  return map;
 }
 
 }  // namespace
 
 std::string png_of(const Shades& shades) {
-  constexpr int kShades = 256;
-  std::string header = big_endian(static_cast<std::uint32_t>(shades.columns)) +
-                       big_endian(static_cast<std::uint32_t>(shades.rows));
-  header += std::string("\x08\x03\0\0\0", 5);  // eight bits, a palette, nothing special
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(shades.columns);
+  image.height = static_cast<png_uint_32>(shades.rows);
+  image.format = PNG_FORMAT_RGBA_COLORMAP;
+  image.colormap_entries = kShades;
 
-  // One colour 256 times, with increasing opacity.
-  std::string palette;
-  std::string opacity;
-  for (int shade = 0; shade < kShades; ++shade) {
-    for (const unsigned char part : kInk) palette += static_cast<char>(part);
-    opacity += static_cast<char>(shade);
-  }
-
-  std::string rows;
-  const auto columns = static_cast<std::size_t>(shades.columns);
-  for (std::size_t row = 0; row < static_cast<std::size_t>(shades.rows); ++row) {
-    rows += '\0';  // unfiltered
-    rows.append(reinterpret_cast<const char*>(shades.values.data()) + row * columns, columns);
-  }
-  return "\x89PNG\r\n\x1a\n" + chunk("IHDR", header) + chunk("PLTE", palette) + chunk("tRNS", opacity) +
-         chunk("IDAT", compressed(rows)) + chunk("IEND", "");
+  const std::array<png_byte, 4 * kShades> map = colour_map();
+  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+  std::string file(size, '\0');
+  if (png_image_write_to_memory(&image, file.data(), &size, 0, shades.values.data(), shades.columns,
+                                map.data()) == 0)
+    errexit("cannot compress a picture: %s", image.message);
+  file.resize(size);
+  return file;
 }
 
 std::string base64(const std::string& bytes) {

@@ -1,21 +1,20 @@
 #pragma once
-// Pictures in one colour, more or less of it.
+// Pictures in one colour of varying opacity.
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace quillon::tool {
 
-/// Shades row by row: 0 shows what lies behind, 255 is the full colour.
+/// Opacities row by row: 0 is transparent, 255 the full colour.
 struct Shades {
-  int columns = 0;
-  int rows = 0;
+  int columns = 0;  // at least 1
+  int rows = 0;     // at least 1
   std::vector<std::uint8_t> values;
 };
 
-/// A PNG file, whose colour is that of `--ink` in the page.
+/// A PNG file in the page's `--ink` colour. Fatal if libpng fails.
 std::string png_of(const Shades& shades);
 
 std::string base64(const std::string& bytes);

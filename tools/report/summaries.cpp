@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kMostSingleBins = 40;
 
-// 1, 2, 3, 4, 5, 6, 8, 10, 14, .. and one beyond the largest value.
+// 1, 2, 3, 4, 5, 6, 8, 10, 14, .. up to the first above the largest value.
 std::vector<std::int64_t> bin_borders(int largest) {
   constexpr double kBinsPerDecade = 8;
   std::vector<std::int64_t> borders{1};
@@ -54,7 +54,7 @@ void set_densities(DensityGrid& grid, int ncells, int nnets) {
 
 }  // namespace
 
-std::vector<Bin> logarithmic_bins(const std::vector<std::pair<int, int>>& distribution) {
+std::vector<Bin> logarithmic_bins(const measures::Distribution& distribution) {
   if (distribution.empty()) return {};
   const int largest = distribution.back().first;
   const std::vector<std::int64_t> borders = bin_borders(largest);

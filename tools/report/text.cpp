@@ -1,11 +1,10 @@
 #include "tools/report/text.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <string_view>
-#include <vector>
 
 namespace quillon::tool {
 namespace {
@@ -32,7 +31,7 @@ const char* entity(char c) {
 
 bool follows(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
-// How many bytes the first character of a text has; 0 if it is none, or one that no page may hold.
+// Bytes of the first character of a text; 0 if it is malformed UTF-8, or not allowed in XML.
 std::size_t character_length(std::string_view text) {
   const auto first = static_cast<unsigned char>(text[0]);
   if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
@@ -50,25 +49,12 @@ std::size_t character_length(std::string_view text) {
 
 }  // namespace
 
-std::string formatted(const char* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
-  std::vector<char> text(static_cast<std::size_t>(length) + 1);
-  std::vsnprintf(text.data(), text.size(), format, again);
-  va_end(again);
-  va_end(arguments);
-  return {text.data(), static_cast<std::size_t>(length)};
-}
-
 std::string grouped(std::int64_t value) {
   const std::string digits = std::to_string(value);
   std::string text;
   for (std::size_t k = 0; k < digits.size(); ++k) {
-    const bool is_behind_digit = k > 1 || (k == 1 && value >= 0);
-    if (is_behind_digit && (digits.size() - k) % 3 == 0) text += ',';
+    const bool follows_digit = k > 1 || (k == 1 && value >= 0);
+    if (follows_digit && (digits.size() - k) % 3 == 0) text += ',';
     text += digits[k];
   }
   return text;
@@ -81,9 +67,9 @@ std::string short_form(double value) {
     value /= 1000;
     ++unit;
   }
-  if (unit == 0 && value == std::floor(value)) return formatted("%.0f", value);
+  if (unit == 0 && value == std::floor(value)) return fmt::format("{:.0f}", value);
   const int digits = std::abs(value) < 9.995 ? 2 : std::abs(value) < 99.95 ? 1 : 0;
-  return formatted("%.*f%s", digits, value, kUnits[unit]);
+  return fmt::format("{:.{}f}{}", value, digits, kUnits[unit]);
 }
 
 std::string grouped_count(std::int64_t count, const std::string& what) {
@@ -95,17 +81,19 @@ std::string decimal(double value) {
   if (!std::isfinite(value)) return kNone;
   if (value == std::floor(value) && std::abs(value) < kWithoutPlaces)
     return grouped(static_cast<std::int64_t>(value));
-  if (std::abs(value) < 1000) return formatted("%.3f", value);
-  if (std::abs(value) >= kWithoutPlaces) return formatted("%.3g", value);
+  if (std::abs(value) < 1000) return fmt::format("{:.3f}", value);
+  if (std::abs(value) >= kWithoutPlaces) return fmt::format("{:.3g}", value);
   return grouped(std::llround(value));
 }
 
 std::string percentage(double share) {
   if (!std::isfinite(share)) return kNone;
   const double percent = 100 * share;
-  if (percent == std::floor(percent)) return formatted("%.0f %%", percent);
-  if (percent >= 1) return formatted(percent < 9.995 ? "%.2f %%" : "%.1f %%", percent);
-  return formatted(percent >= 0.0001 ? "%#.2g %%" : "%.1e %%", percent);
+  if (percent == std::floor(percent)) return fmt::format("{:.0f} %", percent);
+  if (percent >= 9.995) return fmt::format("{:.1f} %", percent);
+  if (percent >= 1) return fmt::format("{:.2f} %", percent);
+  if (percent >= 0.0001) return fmt::format("{:#.2g} %", percent);
+  return fmt::format("{:.1e} %", percent);
 }
 
 std::string escaped(const std::string& text) {

@@ -1,15 +1,12 @@
 #pragma once
-// Numbers and texts as people read them.
+// Numbers and texts for readers.
 
 #include <cstdint>
 #include <string>
 
 namespace quillon::tool {
 
-/// As printf would write it.
-[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
-
-/// "16,000,000"
+/// With commas: "16,000,000".
 std::string grouped(std::int64_t value);
 
 /// Three digits and a unit: "950", "16.0 M". Units are k, M, G and T.
@@ -18,14 +15,14 @@ std::string short_form(double value);
 /// A number of items: "1 cell", "12,752 cells".
 std::string grouped_count(std::int64_t count, const std::string& what);
 
-/// As few digits as show the value to three places, or "–" for what is no number.
+/// Three decimal places below 1,000, none above or for integers; "–" if not finite.
 std::string decimal(double value);
 
-/// A share in percent, to three digits: "12.3 %".
+/// A share in percent, to two or three digits: "12.3 %"; "–" if not finite.
 std::string percentage(double share);
 
-/// The text where markup may stand: what would be markup itself is escaped, what is no UTF-8 or cannot stand
-/// in a page is replaced by U+FFFD.
+/// The text as HTML and XML content or attribute value: markup is escaped, malformed UTF-8 and characters not
+/// allowed in XML become U+FFFD.
 std::string escaped(const std::string& text);
 
 }  // namespace quillon::tool
