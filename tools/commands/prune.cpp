@@ -107,21 +107,10 @@ void write_map(const Pruned& pruned, const char* filename) {
   ufclose(file);
 }
 
-// The set-aside nets follow the kept ones, in the record and among the pins: seen from there they are a
-// hypergraph, for which only the cell side is to be built.
 void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
-  Hypergraph aside = *pruned.h;
-  aside._n = pruned.ncopied - pruned.nkept;
-  aside._nlst += pruned.nkept;
-  aside._p = static_cast<int>(aside._nlst[aside._n + 1].pins - aside._nlst[1].pins);
-
-  std::vector<Cell> cells(aside._clst, aside._clst + aside._c + 2);
-  std::vector<int> net_list(static_cast<std::size_t>(aside._p) + 2);
-  std::vector<int> work(cells.size());
-  aside._clst = cells.data();
-  aside._net_list = net_list.data();
-  construct_net_list(&aside, work.data());
-  write_hypergraph(&aside, filename, 1, fmt);
+  formats::Record aside;
+  CopySetAsideNets(pruned.h, pruned.ncopied, &aside.h);
+  write_hypergraph(&aside.h, filename, 1, fmt);
 }
 
 int run(const PruneOptions& options) {
