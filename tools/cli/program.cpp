@@ -165,11 +165,11 @@ int run_chosen(Application& application) {
 
 }  // namespace
 
-int run_program(std::span<const Command> commands, int argc, char** argv) {
+int run_program(std::span<const Command> (*commands)(), int argc, char** argv) {
   hold_standard_streams();
   install_handlers();
   try {
-    Application application(commands);
+    Application application(commands());
     try {
       application.app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

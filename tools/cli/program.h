@@ -7,7 +7,8 @@
 
 namespace quillon::tool {
 
-/// @return  The exit status.
-int run_program(std::span<const Command> commands, int argc, char** argv);
+/// @param commands  Gives the table of commands; called once errors are handled.
+/// @return          The exit status.
+int run_program(std::span<const Command> (*commands)(), int argc, char** argv);
 
 }  // namespace quillon::tool

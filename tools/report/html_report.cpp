@@ -315,7 +315,9 @@ std::string html_page(const PageModel& model) {
 
   kainjow::mustache::mustache view(page::page_mustache);
   view.set_custom_escape(escaped);
-  std::string html = view.render(page);
+  std::string html;
+  // Not into a stream: that would lose text without an error when there is no memory.
+  view.render(page, [&html](const std::string& text) { html += text; });
   assert(view.is_valid());
   return html + "\n";
 }
