@@ -13,6 +13,14 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
+TEST(Base64, FillsUpToFourDigits) {
+  EXPECT_EQ(tool::base64(""), "");
+  EXPECT_EQ(tool::base64("M"), "TQ==");
+  EXPECT_EQ(tool::base64("Ma"), "TWE=");
+  EXPECT_EQ(tool::base64("Man"), "TWFu");
+  EXPECT_EQ(tool::base64("\xFF\xEF\xBE"), "/+++");
+}
+
 std::uint32_t big_endian(const std::string& bytes, std::size_t at) {
   std::uint32_t value = 0;
   for (std::size_t k = 0; k < 4; ++k) value = value << 8U | static_cast<unsigned char>(bytes[at + k]);

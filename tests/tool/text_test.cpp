@@ -60,13 +60,5 @@ TEST(Escaped, LeavesNoMarkupAndNothingThatNoPageMayHold) {
   EXPECT_EQ(tool::escaped("\xF4\x90\x80\x80"), bad + bad + bad + bad);  // beyond the last character
 }
 
-TEST(Base64, FillsUpToFourDigits) {
-  EXPECT_EQ(tool::base64(""), "");
-  EXPECT_EQ(tool::base64("M"), "TQ==");
-  EXPECT_EQ(tool::base64("Ma"), "TWE=");
-  EXPECT_EQ(tool::base64("Man"), "TWFu");
-  EXPECT_EQ(tool::base64("\xFF\xEF\xBE"), "/+++");
-}
-
 }  // namespace
 }  // namespace quillon::tool_test
