@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the reference of the library in build/docs/html. What is exported without being documented is an error.
+# Builds the reference of the library in build/docs/html. Exported names without documentation are errors.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# Fuzzes everything that reads: fuzz.sh [SECONDS] [TARGET...], 30 seconds and all targets if not given, as many at once
-# as there are processors. A target is one of fuzz/, such as reader. Prints a line for each; ends with status 1 when
-# something was found, which then lies in build/fuzz/finds/TARGET. New inputs are kept in build/fuzz/corpus/TARGET for
-# the next time.
+# Fuzzes all readers: fuzz.sh [--together] [SECONDS] [TARGET...], 30 seconds and all targets if not given, as many at once
+# as there are processors, or all --together. A target is one of fuzz/, such as reader. Prints a line for each. Status 1
+# when something was found; the inputs are then in build/fuzz/finds/TARGET. New inputs are kept in
+# build/fuzz/corpus/TARGET for the next time.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+most=$(nproc)
+if [ "${1:-}" = --together ]; then
+  most=1000
+  shift
+fi
 seconds=30
 if [[ "${1:-}" =~ ^[0-9]+$ ]]; then
   seconds=$1
@@ -14,7 +19,7 @@ fi
 
 scripts/setup.sh build fuzz
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+scripts/stage.sh "build, fuzzers" cmake --build --preset fuzz
 build=build/fuzz
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
@@ -31,7 +36,7 @@ fuzz() {
   mapfile -t seeds <$build/fuzz/fuzz_"$target".seeds
   [ ! -f fuzz/"$target".dict ] || dictionary=(-dict=fuzz/"$target".dict)
 
-  # Large files teach little here: what lies behind the ends of blocks is reached by runs of blanks.
+  # Short inputs: runs of blanks are enough to reach the ends of blocks.
   $build/fuzz/fuzz_"$target" -max_total_time="$seconds" -timeout=25 -report_slow_units=25 \
     -rss_limit_mb=2048 -max_len=12288 -print_final_stats=1 "${dictionary[@]}" \
     -artifact_prefix="$finds/" "$corpus" "${seeds[@]}" >"$log" 2>&1 ||
@@ -50,7 +55,7 @@ status=0
 nrunning=0
 printf '%-22s %10s %8s %7s %7s %6s\n' target executions a_second edges corpus finds
 for target in "${targets[@]}"; do
-  if [ "$nrunning" -ge "$(nproc)" ]; then
+  if [ "$nrunning" -ge "$most" ]; then
     wait -n || status=1
     nrunning=$((nrunning - 1))
   fi
@@ -58,4 +63,5 @@ for target in "${targets[@]}"; do
   nrunning=$((nrunning + 1))
 done
 for ((; nrunning > 0; --nrunning)); do wait -n || status=1; done
+build/fuzz/fuzz/endless_tests --gtest_brief=1 || status=1
 exit $status

@@ -1,28 +1,54 @@
 #!/usr/bin/env bash
-# Layout, static analysis and the warnings of both compilers; anything found is an error.
+# Layout and static analysis; anything found is an error.
+#   lint.sh [SECONDS]  clang-tidy on the sources that a change affects (see affected.py); those that it has not begun
+#                      after SECONDS, 240 if not given, are listed and left to lint.sh --all
+#   lint.sh --all      clang-tidy on all sources, and the path analyser of gcc
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/setup.sh build test lint
+scripts/setup.sh build test bench lint
 mapfile -t sources < <(git ls-files '*.cpp')
 mapfile -t headers < <(git ls-files '*.h')
-clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
+scripts/stage.sh clang-format clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
 
 # Raw loops are as welcome as algorithms.
-cppcheck --quiet --std=c++20 --language=c++ --enable=warning,style,performance,portability --inline-suppr -I. \
-  --suppress=missingIncludeSystem --suppress=useStlAlgorithm --error-exitcode=1 hypergraph util formats measures tools
+mapfile -t folders < <(ls -d hypergraph util formats measures oracle tools 2>/dev/null || true)
+scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=c++ \
+  --enable=warning,style,performance,portability --inline-suppr -I. --suppress=missingIncludeSystem \
+  --suppress=useStlAlgorithm --error-exitcode=1 "${folders[@]}"
 
-# The path analyser of gcc, which does not come to an end on hypergraph/io.cpp.
-for source in util/*.cpp hypergraph/core.cpp hypergraph/diagnostics.cpp hypergraph/transform.cpp; do
-  g++ -std=c++20 -I. -fanalyzer -Werror -c "$source" -o /dev/null
-done
+# Only for its list of commands: clang cannot read the precompiled headers of gcc.
+build=build/lint
+cmake --preset dev -B $build -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
-cmake --preset dev >/dev/null
-# Of the ones left out there is no build with gcc and sanitizers. Where the command line is read, the path analyser
-# follows what another library does with it.
-parsers=(tools/cli/options.cpp tools/cli/main.cpp)
-mapfile -t analysed < <(git ls-files '*.cpp' ':!tests/build' ':!bench' ':!examples/ptscotch' ':!fuzz' \
-  "${parsers[@]/#/:!}")
-run-clang-tidy -quiet -p build/dev -j "$(nproc)" "${analysed[@]}"
-run-clang-tidy -quiet -p build/dev -j "$(nproc)" -checks='-clang-analyzer-*' "${parsers[@]}"
-echo "lint: ${#sources[@]} sources and ${#headers[@]} headers are clean"
+skipped=$(mktemp)
+trap 'rm -f "$skipped"' EXIT
+export build skipped deadline
+tidy_one() {  # tidy_one SOURCE
+  [ "$(date +%s)" -lt "$deadline" ] || { echo "$1" >>"$skipped" && return; }
+  local options=()
+  # CLI11 leads the path analyser into its own code.
+  case $1 in tools/cli/options.cpp | tools/cli/main.cpp) options=(-checks=-clang-analyzer-*) ;; esac
+  clang-tidy -quiet -p $build "${options[@]}" "$1" 2>/dev/null || { echo "clang-tidy: $1" && return 1; }
+}
+export -f tidy_one
+tidy() {  # tidy SECONDS: the sources of standard input
+  deadline=$(($(date +%s) + $1))
+  # Sources that no build with gcc has.
+  grep -vE '^(fuzz|examples/ptscotch|tests/build)/' | grep -Fxf <(sed -n "s|.*\"file\": \"$PWD/\(.*\)\",\?|\1|p" \
+    $build/compile_commands.json) | xargs -P "$(nproc)" -I{} bash -c 'tidy_one {}'
+}
+export -f tidy
+
+if [ "${1:-}" = --all ]; then
+  git ls-files '*.cpp' | scripts/stage.sh clang-tidy bash -euo pipefail -c 'tidy 100000'
+  # It does not terminate on hypergraph/io.cpp.
+  analyse() { printf '%s\n' "$@" | xargs -P "$(nproc)" -I{} g++ -std=c++20 -I. -fanalyzer -Werror -c {} -o /dev/null; }
+  export -f analyse
+  scripts/stage.sh "gcc -fanalyzer" bash -euo pipefail -c 'analyse "$@"' analyse util/*.cpp hypergraph/core.cpp \
+    hypergraph/diagnostics.cpp hypergraph/transform.cpp
+else
+  scripts/affected.py | scripts/stage.sh clang-tidy bash -euo pipefail -c "tidy ${1:-240}"
+  [ ! -s "$skipped" ] || { echo "Not analysed for lack of time:" && sed 's/^/  /' "$skipped"; }
+fi
+echo "lint: ${#sources[@]} sources and ${#headers[@]} headers, nothing found"

@@ -7,9 +7,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/setup.sh build test memcheck
 cmake -G Ninja -S . -B build/memcheck -D CMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build/memcheck
-# Death tests end their children in the middle of things, which is no leak: these keep quiet about blocks held.
+# A child of a death test ends with blocks still held, which is no leak: children are silent.
 export GTEST_DEATH_TEST_STYLE=fast GTEST_BRIEF=1
-# Those that count page faults would count valgrind's own, those that limit the address space would limit it too.
+# Page faults and limits of the address space would be valgrind's own.
 left_out=*.FillsLargeBlocksWithFewPageFaults:*.MovesALargeBlockWithoutCopyingIt:PoolsUnderALimit.*
 status=0
 for program in util_tests portable_util_tests module_tests portable_module_tests fatal_tests import_tests \

@@ -1,53 +1,42 @@
 #!/usr/bin/env bash
-# Has the tool read, check, prune and write a hypergraph of 300 million pins, and compares what comes out with what
-# went in. Takes some minutes, 6 GB of disk and 10 GB of memory. PINS and CELLS in the environment are other sizes, and
-# QUILLON another tool than that of the release build.
-set -euo pipefail
+# What takes too long for the gate. Each stage runs, also when one before it failed; the last lines list them all.
+# Takes a night, 6 GB of disk and 10 GB of memory. Arguments choose stages: nightly.sh coverage mutation
+set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+mkdir -p build
+export QUILLON_STAGES=$PWD/build/nightly.txt
+: >"$QUILLON_STAGES"
 
-pins=${PINS:-300000000}
-cells=${CELLS:-20000000}
-tool=${QUILLON:-build/release/tools/quillon}
-if [[ -z ${QUILLON:-} ]]; then
-  scripts/setup.sh build test bench
-  cmake --preset release >/dev/null
-  cmake --build --preset release --target quillon_tool
-fi
-
-folder=$(mktemp -d "${TMPDIR:-/tmp}/quillon-nightly-XXXXXX")
-trap 'rm -rf "$folder"' EXIT
-
-# Runs a command and says how long it took and how much memory it had at most, with all processes it started.
-measure() {
-  /usr/bin/python3 - "$@" <<'END'
-import resource, subprocess, sys, time
-
-begin = time.monotonic()
-status = subprocess.run(sys.argv[2:], close_fds=False).returncode
-used = resource.getrusage(resource.RUSAGE_CHILDREN)
-print(f"{sys.argv[1]:30} {time.monotonic() - begin:7.1f} s {used.ru_maxrss / 2**20:7.2f} GiB", file=sys.stderr)
-sys.exit(status)
-END
+tool=build/test/tools/quillon
+faults() {
+  cmake --preset test >/dev/null && cmake --build --preset test &&
+    python3 tests/faults/memory_test.py "$tool" build/test/tests/libquillon_faults.so build/test/tests/library_calls --long &&
+    python3 tests/faults/limits_test.py "$tool" --long && python3 tests/faults/kill_test.py "$tool" --runs 2000
 }
+mutation() {
+  python3 scripts/mutate.py --sample 6 --plain-only --least 60 --files util/files.cpp util/random.cpp util/messages.cpp &&
+    python3 scripts/mutate.py --sample 100 --seed "$(date +%j)" --least 95
+}
+export -f faults mutation
+export tool
 
-"${CXX:-c++}" -std=c++20 -O2 tests/faults/make_large.cpp -o "$folder/make_large"
-in=$folder/in.qhg
-out=$folder/out.qhg
-
-measure "make $pins pins" "$folder/make_large" "$cells" "$pins" "$in" >"$folder/expected"
-measure "stats: read, build cell side" "$tool" stats --summary "$in" >"$folder/summary"
-cmp "$folder/expected" "$folder/summary"
-
-measure "check" "$tool" check "$in" >"$folder/verdict"
-grep -q ": ok, $cells cells, [0-9]* nets, $pins pins, not symmetric$" "$folder/verdict"
-
-measure "prune, write" "$tool" prune "$in" -o "$out" --max-size 1000 >"$folder/report"
-grep -q "^kept .* $pins pins " "$folder/report"
-# No net is dropped, so that what is written are the same lines, behind three of comments and before the statistics.
-size=$(stat --format=%s "$in")
-measure "compare" cmp --bytes="$size" "$in" <(tail --lines=+4 "$out")
-
-rm "$in"
-measure "stats of the pruned copy" "$tool" stats --summary "$out" >"$folder/summary"
-cmp "$folder/expected" "$folder/summary"
-echo "$cells cells and $pins pins: all steps agree"
+scripts/stage.sh setup scripts/setup.sh build test bench lint fuzz docs partners browser ptscotch coverage memcheck ||
+  exit 1
+status=0
+stage() {  # stage NAME COMMAND...
+  [ ${#chosen[@]} -eq 0 ] || [[ " ${chosen[*]} " == *" $1 "* ]] || return 0
+  scripts/stage.sh "$@" || status=1
+}
+chosen=("$@")
+stage tests scripts/test.sh
+stage lint scripts/lint.sh --all
+stage sanitizers scripts/sanitize.sh
+stage coverage scripts/coverage.sh
+stage faults bash -c faults
+stage memcheck scripts/memcheck.sh
+stage mutation bash -c mutation
+stage fuzzing scripts/fuzz.sh 600
+stage large scripts/large.sh
+echo "Stages:"
+cat "$QUILLON_STAGES"
+exit "$status"

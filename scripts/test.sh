@@ -1,13 +1,10 @@
 #!/usr/bin/env bash
-# All tests, under the sanitizers and optimised, on a machine that may have nothing installed yet.
+# Builds everything once, optimised and with assertions, and runs all tests, on a machine that may have nothing
+# installed yet. What is skipped is listed before the summary.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/setup.sh build test bench
-for preset in dev release; do
-  cmake --preset "$preset"
-  cmake --build --preset "$preset"
-done
-for preset in dev release; do
-  ctest --preset "$preset" --parallel "$(nproc)" --progress
-done
+scripts/stage.sh setup scripts/setup.sh build test bench docs
+cmake --preset test >/dev/null
+scripts/stage.sh build cmake --build --preset test
+exec scripts/ctest.sh test

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the transcripts in Markdown files and compares what the commands print, byte for byte.
 
-    transcripts.py [--update] [--filter TEXT] [--jobs N] TOOL FILE.md...
+    transcripts.py [--update] [--filter TEXT] [--except TEXT] [--jobs N] TOOL FILE.md...
     transcripts.py [--update] --document TOOL FILE.md...
 
 Each "## Heading" begins a case, which runs in an empty folder of its own:
@@ -27,7 +27,8 @@ With --document, a file is one case in a folder that looks like the root of the 
 Standard error is shown with standard output, and every command has to succeed.
 
 --update replaces the text below the commands by what they print now, for a review with git diff. --filter runs the
-cases whose name contains TEXT. Skipped cases are listed, with their reason. Exits with 1 when something differs.
+cases whose name contains TEXT, --except all others. Skipped cases are listed, with their reason. Exits with 1 when
+something differs.
 """
 
 import argparse
@@ -258,6 +259,7 @@ def arguments():
     parser.add_argument("--update", action="store_true")
     parser.add_argument("--document", action="store_true")
     parser.add_argument("--filter", default="", metavar="TEXT")
+    parser.add_argument("--except", dest="left_out", metavar="TEXT")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N")
     parser.add_argument("tool", type=pathlib.Path)
     parser.add_argument("files", nargs="+")
@@ -294,7 +296,8 @@ def main():
                 print(f"FAILED {name}:{flaw.args[0]}: {flaw.args[1]}")
                 nfailed += 1
                 continue
-            chosen = [case for case in document.cases if options.filter in case.name]
+            chosen = [case for case in document.cases
+                      if options.filter in case.name and not (options.left_out and options.left_out in case.name)]
             list(pool.map(lambda case, document=document: runner.run(document, case), chosen))
             nchosen += len(chosen)
             nfailed += report(document, chosen, options.update)

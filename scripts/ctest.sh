@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Runs ctest on all processors and lists each skipped test case with its reason: ctest.sh PRESET [ARGUMENT...]
+# The list comes before the closing summary of ctest, which is the end of the output.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+preset=$1
+shift
+
+skipped() {
+  awk '
+    /^[0-9]+\/[0-9]+ Testing: / { sub(/.* Testing: /, ""); test = $0 }
+    / Skipped$/ { getline reason }
+    /^\[  SKIPPED \] .*\)$/ { print "  " test ": " $4 ": " reason }  # gtest
+    /^SKIPPED / { sub(/^SKIPPED /, ""); print "  " test ": " $0 }    # transcripts
+    /^(.*: )?skipped[:,] / { print "  " test ": " $0 }               # scripts
+  ' "build/$preset/Testing/Temporary/LastTest.log" | sort -u
+}
+
+status=0
+summary=$(mktemp)
+trap 'rm -f "$summary"' EXIT
+ctest --preset "$preset" --parallel "$(nproc)" "$@" |
+  awk -v summary="$summary" '/tests passed, / { held = 1 } held { print >summary; next } { print; fflush() }' || status=$?
+list=$(skipped)
+[ -z "$list" ] || printf 'Skipped:\n%s\n' "$list"
+cat "$summary"
+exit "$status"

@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Reads, checks, prunes and writes a hypergraph of 300 million pins with the tool, and compares output and input. Takes
+# some minutes, 6 GB of disk and 10 GB of memory. PINS and CELLS in the environment set other sizes, and
+# QUILLON names another tool than that of the release build.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+pins=${PINS:-300000000}
+cells=${CELLS:-20000000}
+tool=${QUILLON:-build/release/tools/quillon}
+if [[ -z ${QUILLON:-} ]]; then
+  scripts/setup.sh build test bench
+  cmake --preset release >/dev/null
+  cmake --build --preset release --target quillon_tool
+fi
+
+folder=$(mktemp -d "${TMPDIR:-/tmp}/quillon-large-XXXXXX")
+trap 'rm -rf "$folder"' EXIT
+
+# Runs a command and prints its time and the peak memory of its largest process.
+measure() {
+  /usr/bin/python3 - "$@" <<'END'
+import resource, subprocess, sys, time
+
+begin = time.monotonic()
+status = subprocess.run(sys.argv[2:], close_fds=False).returncode
+used = resource.getrusage(resource.RUSAGE_CHILDREN)
+print(f"{sys.argv[1]:30} {time.monotonic() - begin:7.1f} s {used.ru_maxrss / 2**20:7.2f} GiB", file=sys.stderr)
+sys.exit(status)
+END
+}
+
+"${CXX:-c++}" -std=c++20 -O2 tests/faults/make_large.cpp -o "$folder/make_large"
+in=$folder/in.qhg
+out=$folder/out.qhg
+
+measure "make $pins pins" "$folder/make_large" "$cells" "$pins" "$in" >"$folder/expected"
+measure "stats: read, build cell side" "$tool" stats --summary "$in" >"$folder/summary"
+cmp "$folder/expected" "$folder/summary"
+
+measure "check" "$tool" check "$in" >"$folder/verdict"
+grep -q ": ok, $cells cells, [0-9]* nets, $pins pins, not symmetric$" "$folder/verdict"
+
+measure "prune, write" "$tool" prune "$in" -o "$out" --max-size 1000 >"$folder/report"
+grep -q "^kept .* $pins pins " "$folder/report"
+# No net is dropped: the same lines are written, after three comment lines and before the statistics.
+size=$(stat --format=%s "$in")
+measure "compare" cmp --bytes="$size" "$in" <(tail --lines=+4 "$out")
+
+rm "$in"
+measure "stats of the pruned copy" "$tool" stats --summary "$out" >"$folder/summary"
+cmp "$folder/expected" "$folder/summary"
+echo "$cells cells and $pins pins: all steps agree"
