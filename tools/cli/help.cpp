@@ -57,7 +57,7 @@ See also: quillon help numbering, quillon help weights.
 
 Topic numbering_topic() {
   return {
-      "numbering", "first numbers of cells, nets and parts",
+      "numbering", "how cells, nets and parts are numbered",
       R"(Cells and nets are numbered from 1 in reports, in the options and files of dump, prune and reorder, and in messages,
 except where a message quotes a number from a file. Parts are numbered from 0.
 

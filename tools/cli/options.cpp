@@ -194,6 +194,7 @@ std::vector<OptionDescription> Options::descriptions() const {
   std::vector<OptionDescription> all;
   const auto add = [this, &all](const CLI::App& app, bool are_alternatives) {
     for (const CLI::Option* const option : app.get_options()) {
+      if (are_alternatives && option == app.get_help_ptr()) continue;  // CLI11 gives each group a hidden one
       const auto kind = kinds_->find(option);
       all.push_back(described(*option, kind == kinds_->end() ? ValueKind::kNone : kind->second));
       all.back().is_alternative = are_alternatives;

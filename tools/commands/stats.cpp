@@ -35,7 +35,8 @@ Examples:
 
 Columns of --table:
   cells, nets, pins
-  cell degree: average, standard deviation, coefficient of variation, smallest value above 0, number of zeros, largest
+  cell degree: average, standard deviation, coefficient of variation,
+    smallest value above 0, number of zeros, largest value
   net size: the same six
   cell weight: smallest, largest, total
   net weight: the same three)";
