@@ -17,13 +17,13 @@ install(FILES ${PROJECT_BINARY_DIR}/quillon.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT quillon_development)
 
 # For Debian, packaging/debian.cmake installs the page compressed.
-if(QUILLON_TOOLS AND NOT QUILLON_DEBIAN AND EXISTS ${PROJECT_SOURCE_DIR}/man/quillon.1)
-  install(FILES ${PROJECT_SOURCE_DIR}/man/quillon.1
+if(QUILLON_TOOLS AND NOT QUILLON_DEBIAN)
+  install(FILES ${PROJECT_BINARY_DIR}/documents/quillon.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillon_tool)
 endif()
 
 if(QUILLON_TOOLS)
-  install(FILES ${PROJECT_SOURCE_DIR}/completions/quillon.bash RENAME quillon
+  install(FILES ${PROJECT_BINARY_DIR}/documents/quillon.bash RENAME quillon
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT quillon_tool)
 endif()
 

@@ -60,7 +60,7 @@ struct Format {
   std::string_view name;                   ///< As after --from and --to.
   std::vector<std::string_view> suffixes;  ///< Of file names, with their dot.
   std::string_view summary;                ///< Half a line.
-  std::string_view first_cell;             ///< What number the first cell has in files.
+  std::string_view first_cell;             ///< Number of the first cell in files.
   std::string_view weights;                ///< Which weights files have.
   unsigned options = 0;                    ///< The `OptionBit`s that mean something to it.
   bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.

@@ -27,8 +27,11 @@ if(QUILLON_DEBIAN)
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libquillon-dev)
   install(FILES docs/library.md DESTINATION ${documents} COMPONENT quillon_development)
   install(DIRECTORY examples DESTINATION ${documents} COMPONENT quillon_development)
-  if(QUILLON_TOOLS AND EXISTS ${PROJECT_SOURCE_DIR}/man/quillon.1)
-    quillon_compress(man/quillon.1 quillon.1.gz)
+  if(QUILLON_TOOLS)
+    add_custom_command(OUTPUT ${compressed}/quillon.1.gz
+      COMMAND gzip -9nc ${PROJECT_BINARY_DIR}/documents/quillon.1 > ${compressed}/quillon.1.gz
+      DEPENDS quillon_rendered_documents ${PROJECT_BINARY_DIR}/documents/quillon.1 VERBATIM)
+    add_custom_target(quillon_compressed_manual ALL DEPENDS ${compressed}/quillon.1.gz)
     install(FILES ${compressed}/quillon.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT quillon_tool)
   endif()
 endif()

@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # Compares the documents with the sources and the tool.
 # Usage: docs_test.sh links|reference|transcripts SOURCE_DIR
-#        docs_test.sh manual|completion SOURCE_DIR TOOL
+#        docs_test.sh tables SOURCE_DIR GENERATOR
+#        docs_test.sh manual SOURCE_DIR PAGE
+#        docs_test.sh completion SOURCE_DIR TOOL SCRIPT
 # Exits with 77, for skipped, when a program that it needs is missing.
 set -euo pipefail
 job=$1
 source_dir=$(realpath "$2")
-tool=$(realpath "${3:-/}")
+tool=$(realpath "${3:-/}")      # or the generator, or the manual page
+script=$(realpath "${4:-/}")
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 failures=0
@@ -75,29 +78,52 @@ check_reference() {
   grep -q maxsize "$place/log" || fail "the parameter is not named: $(cat "$place/log")"
 }
 
-# The page has no errors, and a section for every command with the options of that command.
+# The page has no errors, and shows dashes of options as ASCII, for copying.
 check_manual() {
   needs mandoc
-  local page=$source_dir/man/quillon.1 command
+  local page=$tool text synopsis
   mandoc -T lint -W warning "$page" || fail "the manual page has flaws"
-  same "commands in the manual page" "$(commands | sorted)" "$(sed -n 's/^\.Ss //p' "$page" | sorted)"
-  for command in $(commands); do
-    same "options of $command in the manual page" "$(options_of "$command")" "$({
-      echo --help
-      [ "$command" = help ] || echo --quiet
-      sed -n "/^\.Ss $command\$/,/^\.S[sh] /p" "$page" | grep '^\.It Fl' | sed -E 's/ , Fl /\n.It Fl /g' |
-        sed -E 's/^\.It Fl ([^ ]+).*/-\1/; s/\\-/-/' | grep -vx -e -o
-    } | sorted)"
+  text=$(mandoc -T utf8 "$page" | sed 's/.\x08//g')
+  for synopsis in "quillon prune -o OUT --max-size N \[--shuffle\]" "quillon convert \[--from quillon | hmetis | kub" \
+    "quillon reorder -o OUT --by-part PARTFILE | --perm FILE | --random" "quillon help \[TOPIC\]"; do
+    grep -q -e "^ *$synopsis" <<<"$text" || fail "the manual page has no '$synopsis'"
   done
-  same "topics in the manual page" "$(topics | sorted)" \
-    "$(sed -n '/^\.Ss help$/,/^\.Sh/s/^\.Cm //p' "$page" | tr -d ' .' | tr ',' '\n' | sorted)"
+}
+
+# The documents have the tables that the generator makes; tables.sh restores a table, and the generator refuses what it
+# cannot fill in.
+check_tables() {
+  local generator=$tool document ntables=0
+  for document in README.md docs/formats.md; do
+    cp "$source_dir/$document" "$place/document.md"
+    ntables=$((ntables + $(grep -c '^<!-- table ' "$place/document.md")))
+    "$source_dir/scripts/tables.sh" "$generator" "$place/document.md"
+    same "tables in $document, which scripts/tables.sh updates" "$(cat "$place/document.md")" \
+      "$(cat "$source_dir/$document")"
+
+    sed -i '/^| `kub` | `.kub` /d; s/^| `hif` | `.json` |/| `fih` | `.nosj` |/' "$place/document.md"
+    ! cmp -s "$source_dir/$document" "$place/document.md" || fail "$document has no tables of formats"
+    "$source_dir/scripts/tables.sh" "$generator" "$place/document.md"
+    cmp "$source_dir/$document" "$place/document.md" || fail "tables.sh does not restore a table"
+  done
+  [ "$ntables" = 2 ] || fail "the documents have $ntables tables"
+
+  refused() {  # refused WHAT NAME TEXT
+    printf '%s\n' "$3" >"$place/$2"
+    ! "$generator" "$place/$2" 2>/dev/null || fail "$1 is not refused"
+  }
+  refused "an unknown member" x.md.mustache '{{#formats}}{{nmae}}{{/formats}}'
+  refused "a section without an end" x.md.mustache '{{#formats}}'
+  ! "$generator" "$place/missing.mustache" 2>/dev/null || fail "a missing template is not refused"
+  printf '%s\n' text '<!-- table formats -->' text >"$place/document.md"
+  ! "$source_dir/scripts/tables.sh" "$generator" "$place/document.md" 2>/dev/null || fail "a table without an end is not refused"
 }
 
 completions() {  # completions WORD...: what is offered for the last word, sorted, on one line
   (
     cd "$place/files"
     # shellcheck source=/dev/null
-    source "$source_dir/completions/quillon.bash"
+    source "$script"
     COMP_WORDS=(quillon "$@")
     COMP_CWORD=$#
     _quillon
@@ -145,12 +171,11 @@ check_completion() {
   offers "0 1" convert --numbering ""
   offers "" prune --max-size ""
 
-  # The values offered for an option are those that the tool accepts.
+  # The values offered for an option are those that the help lists.
   local option words
   for option in --from --to --weights --model --numbering; do
     words=$("$tool" convert --help | sed -nE "s/^  $option ([a-z0-9|-]+)\$/\1/p; s/^  $option ([a-z0-9|-]+) .*/\1/p" | tr '|' '\n')
     [ -n "$words" ] || fail "the help on convert has no values of $option"
-    [ "$option" != --to ] || words=$(grep -vx metis <<<"$words")  # which is only read
     offers "$(sorted <<<"$words" | paste -sd ' ')" convert "$option" ""
   done
 }
@@ -252,6 +277,7 @@ case "$job" in
   links) check_links ;;
   reference) check_reference ;;
   transcripts) check_transcripts ;;
+  tables) check_tables ;;
   manual) check_manual ;;
   completion) check_completion ;;
   *) fail "there is no job '$job'" ;;

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "formats/formats.h"
 
@@ -26,11 +25,23 @@ std::string property_lines(std::string_view formats::Format::*property) {
   return lines_of(entries);
 }
 
+// A line for each format: name, suffixes, summary.
+std::string format_lines() {
+  std::size_t width = 0;
+  for (const formats::Format& format : formats::all_formats())
+    width = std::max(width, suffixes_of(format).size());
+  Entries entries;
+  for (const formats::Format& format : formats::all_formats())
+    entries.emplace_back(format.name, fmt::format("{:{}}  {}{}", suffixes_of(format), width, format.summary,
+                                                  format.write == nullptr ? "; only read" : ""));
+  return lines_of(entries);
+}
+
 Topic formats_topic() {
   return {"formats", "file formats by name and suffix",
-          "Formats, by name and by the suffixes that stand for them:\n\n" + format_lines() + R"(
-A trailing .gz is ignored, and the file is decompressed. convert, partition-info and report read all formats, by
-suffix or by --from; the other commands read quillon.
+          "Formats and their file name suffixes:\n\n" + format_lines() + R"(
+A trailing .gz is ignored; gzip input is decompressed automatically. Output is never compressed. convert,
+partition-info and report read all formats and choose by suffix or --from; the other commands read quillon.
 
 A quillon file:
 
@@ -46,31 +57,31 @@ See also: quillon help numbering, quillon help weights.
 
 Topic numbering_topic() {
   return {
-      "numbering", "where the numbers of cells, nets and parts start",
-      R"(Cells and nets count from 1 in reports, in the options and files of dump, prune and reorder, and in messages, except
-messages about the numbers in a file. Parts count from 0.
+      "numbering", "how cells, nets and parts are numbered",
+      R"(Cells and nets are numbered from 1 in reports, in the options and files of dump, prune and reorder, and in messages,
+except where a message quotes a number from a file. Parts are numbered from 0.
 
 In files, the first cell is
 )" + property_lines(&formats::Format::first_cell) +
           R"(
-stats, check and dump fold nets of one pin or none unless --keep-small-nets is given; folding them renumbers later
-nets.
+stats, check and dump remove nets of one pin or none unless --keep-small-nets is given. Later nets are then renumbered.
 )"};
 }
 
 Topic weights_topic() {
   return {"weights", "weights in files, and how they are used",
-          "Cells and nets weigh 1 unless the file says otherwise. Weights have 32 bits.\n\n" +
+          "Cells and nets have weight 1 unless the file says otherwise. Weights are 32-bit integers.\n\n" +
               property_lines(&formats::Format::weights) + R"(
-The weight of a folded net of one pin is added to its cell, that of a net without pins to a separate total.
+When small nets are removed, the weight of a net of one pin is added to its cell, that of a net without pins to a
+separate total.
 )"};
 }
 
 Topic partitions_topic() {
-  return {"partitions", "files of parts, cut and balance",
-          R"(A partition file has a part number for each cell, from 0, with any white space between them.
+  return {"partitions", "partition files, cut and balance",
+          R"(A partition file has one part number per cell, counted from 0, separated by any white space.
 
-With L the number of parts that the pins of a net of weight w lie in, over the nets with L > 1:
+Sums over the nets with L > 1, where w is the weight of a net and L the number of parts with pins of it:
   cut                      sum of w
   connectivity minus one   sum of w (L - 1)
   sum of external degrees  sum of w L
@@ -80,20 +91,20 @@ The imbalance is the weight of the heaviest part divided by the average, minus 1
 
 Topic output_topic() {
   return {
-      "output", "where results go, and when",
-      R"(Results go to standard output, everything else to standard error. Files named by -o and similar options appear
-whole or not at all: they are written beside their targets and renamed once all of them are complete. - is standard
-output; the report of prune and partition-info then goes to standard error.
+      "output", "output files and standard output",
+      R"(Results go to standard output, everything else to standard error. An output file is written completely or not at
+all: output goes to temporary files, which are renamed once all of them are complete. - is standard output; the report
+of prune and partition-info then goes to standard error.
 
-stats, check and partition-info print JSON with --json, one object a line for each file; see docs/json.md.
+With --json, stats, check and partition-info print one JSON object per file, each on one line; see docs/json.md.
 )"};
 }
 
 Topic terminal_topic() {
   return {
       "terminal", "progress, colours and --quiet",
-      R"(If standard error is a terminal, reads of more than a second show their progress. Verdicts and usage errors are
-coloured on a terminal.
+      R"(Reads of more than a second show their progress if standard error is a terminal. Verdicts and usage errors are
+coloured on terminals.
 
   --quiet      no progress; with check and without --json, no line for a sound file
   NO_COLOR     if not empty: no colours
@@ -102,7 +113,7 @@ coloured on a terminal.
 }
 
 Topic exit_status_topic() {
-  return {"exit-status", "the exit statuses of commands",
+  return {"exit-status", "exit statuses of commands",
           R"(0  success
 1  a finding (check), bad input, or output that could not be written
 2  wrong usage
@@ -126,14 +137,16 @@ std::string lines_of(const Entries& entries) {
   return lines;
 }
 
-std::string format_lines() {
-  std::size_t width = 0;
-  for (const formats::Format& format : formats::all_formats())
-    width = std::max(width, suffixes_of(format).size());
-  Entries entries;
-  for (const formats::Format& format : formats::all_formats())
-    entries.emplace_back(format.name, fmt::format("{:{}}  {}", suffixes_of(format), width, format.summary));
-  return lines_of(entries);
+std::vector<std::string> options_for(const formats::Format& format) {
+  constexpr std::pair<formats::OptionBit, const char*> kNames[] = {
+      {formats::kNumberingOption, "--numbering"}, {formats::kWeightsOption, "--weights"},
+      {formats::kModelOption, "--model"},         {formats::kDiagonalOption, "--diagonal"},
+      {formats::kLabelsOption, "--labels"},
+  };
+  std::vector<std::string> names;
+  for (const auto& [bit, name] : kNames)
+    if ((format.options & bit) != 0) names.emplace_back(name);
+  return names;
 }
 
 std::vector<Topic> all_topics() {

@@ -1,12 +1,15 @@
 #pragma once
-// Help on topics, and the parts of it that come from the table of formats.
+// Help on topics, and on formats.
 
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "formats/format.h"
 
 namespace quillon::tool {
 
-/// Something that `quillon help` explains, beside the commands.
+/// A topic of `quillon help`, other than a command.
 struct Topic {
   std::string name;
   std::string summary;
@@ -15,10 +18,10 @@ struct Topic {
 
 std::vector<Topic> all_topics();
 
-/// A line for each format: name, suffixes, summary.
-std::string format_lines();
+/// The options of `convert` that a format has, as "--model".
+std::vector<std::string> options_for(const formats::Format& format);
 
-/// A line for each name: the name, padded, and what it is.
+/// A line for each name: the name, padded, and its description.
 std::string lines_of(const std::vector<std::pair<std::string, std::string>>& entries);
 
 }  // namespace quillon::tool

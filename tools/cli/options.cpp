@@ -1,8 +1,11 @@
 #include "tools/cli/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <limits>
+#include <set>
+#include <sstream>
 
 #include "tools/cli/suggestions.h"
 
@@ -48,6 +51,22 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
+std::vector<std::string> words_of(const std::string& joined_words) {
+  std::vector<std::string> words;
+  std::istringstream in(joined_words);
+  for (std::string word; std::getline(in, word, '|');) words.push_back(word);
+  return words;
+}
+
+// Sorted, since CLI11 orders the options by address.
+std::vector<std::string> names_of(const std::set<CLI::Option*>& options) {
+  std::vector<std::string> names;
+  names.reserve(options.size());
+  for (const CLI::Option* const option : options) names.push_back(option->get_name());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 OptionDescription described(const CLI::Option& option, ValueKind kind) {
   OptionDescription description;
   description.is_positional = option.get_positional();
@@ -55,6 +74,9 @@ OptionDescription described(const CLI::Option& option, ValueKind kind) {
   description.repeats = option.get_expected_max() > 1;
   description.help = option.get_description();
   description.kind = kind;
+  if (kind == ValueKind::kChoice) description.choices = words_of(option.get_type_name());
+  description.needs = names_of(option.get_needs());
+  description.excludes = names_of(option.get_excludes());
   const std::vector<std::string>& long_names = option.get_lnames();
   const std::vector<std::string>& short_names = option.get_snames();
   if (description.is_positional) {
@@ -110,9 +132,9 @@ Option Options::flag(const char* name, bool& target, const char* help) {
   return with_kind(command_->add_flag(name, target, help), ValueKind::kNone);
 }
 
-Option Options::text(const char* name, const char* placeholder, std::string& target, const char* help) {
-  return with_kind(with_placeholder(command_->add_option(name, target, help), placeholder),
-                   ValueKind::kOther);
+Option Options::text(const char* name, const char* placeholder, std::string& target, const char* help,
+                     ValueKind kind) {
+  return with_kind(with_placeholder(command_->add_option(name, target, help), placeholder), kind);
 }
 
 Option Options::number(const char* name, const char* placeholder, int least, int& target, const char* help) {
@@ -153,6 +175,15 @@ Option Options::format(const char* name, const formats::Format*& target, const c
   return choice<const formats::Format*>(name, choices, target, help);
 }
 
+Option Options::written_format(const char* name, const formats::Format*& target, const char* help) {
+  std::vector<std::string> written;
+  for (const formats::Format& format : formats::all_formats())
+    if (format.write != nullptr) written.emplace_back(format.name);
+  Option option = this->format(name, target, help);
+  option.option_->type_name(joined(written));
+  return option;
+}
+
 Options Options::one_of(const char* title, const char* description) {
   CLI::Option_group* const group = command_->add_option_group(title, description);
   group->require_option(1);
@@ -161,15 +192,19 @@ Options Options::one_of(const char* title, const char* description) {
 
 std::vector<OptionDescription> Options::descriptions() const {
   std::vector<OptionDescription> all;
-  const auto add = [this, &all](const CLI::App& app) {
+  const auto add = [this, &all](const CLI::App& app, bool are_alternatives) {
     for (const CLI::Option* const option : app.get_options()) {
+      if (are_alternatives && option == app.get_help_ptr()) continue;  // CLI11 gives each group a hidden one
       const auto kind = kinds_->find(option);
       all.push_back(described(*option, kind == kinds_->end() ? ValueKind::kNone : kind->second));
+      all.back().is_alternative = are_alternatives;
     }
   };
-  add(*command_);
-  for (const CLI::App* const group : command_->get_subcommands([](const CLI::App*) { return true; }))
-    add(*group);
+  add(*command_, false);
+  // CLI11 keeps groups of options among the subcommands; they have no name.
+  for (const CLI::App* const group :
+       command_->get_subcommands([](const CLI::App* app) { return app->get_name().empty(); }))
+    add(*group, true);
   return all;
 }
 

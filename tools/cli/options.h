@@ -30,11 +30,12 @@ enum class ValueKind {
   kOwnOut,         // a file of our own format
   kPageOut,        // an HTML page
   kFile,           // any other file
-  kChoice,         // one of the words of the placeholder
+  kChoice,         // one of a few words
+  kTopic,          // a command or a topic of the help
   kOther,
 };
 
-/// A declared option, for what depends on others.
+/// A declared option, to state whether it is required and how it depends on others.
 class Option {
  public:
   explicit Option(CLI::Option* option) : option_(option) {}
@@ -43,18 +44,23 @@ class Option {
   Option& excludes(const Option& other);
 
  private:
+  friend class Options;
   CLI::Option* option_;
 };
 
-/// What an option is called and takes, for the manual and completion.
+/// An option as the manual and completion show it.
 struct OptionDescription {
   std::string name;         // "--output", "-k", or of a positional argument "FILE"
   std::string short_name;   // "-o", or empty
   std::string placeholder;  // of the value; empty for flags
   std::string help;
   ValueKind kind = ValueKind::kNone;
+  std::vector<std::string> choices;   // of kChoice
+  std::vector<std::string> needs;     // names of options that must also be given
+  std::vector<std::string> excludes;  // names of options that must not be given
   bool is_positional = false;
   bool is_required = false;
+  bool is_alternative = false;  // declared with `one_of`
   bool repeats = false;
 };
 
@@ -72,7 +78,8 @@ class Options {
   Option files(const char* name, std::vector<std::string>& target, ValueKind kind, const char* help);
 
   Option flag(const char* name, bool& target, const char* help);
-  Option text(const char* name, const char* placeholder, std::string& target, const char* help);
+  Option text(const char* name, const char* placeholder, std::string& target, const char* help,
+              ValueKind kind = ValueKind::kOther);
 
   /// A decimal number from `least` on.
   Option number(const char* name, const char* placeholder, int least, int& target, const char* help);
@@ -93,6 +100,9 @@ class Options {
 
   /// A format by name.
   Option format(const char* name, const formats::Format*& target, const char* help);
+  /// The same for output. Formats that are only read are accepted too, so that the command can say why it
+  /// refuses them, but are not listed.
+  Option written_format(const char* name, const formats::Format*& target, const char* help);
 
   /// Options of which exactly one must be given.
   Options one_of(const char* title, const char* description);

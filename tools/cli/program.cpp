@@ -21,12 +21,12 @@ namespace {
 constexpr const char* kExamples = R"(
 Examples:
   quillon stats circuit.qhg                      a report with distributions
-  quillon stats --table --header *.qhg           one line a file, for a spreadsheet
-  quillon check circuit.qhg                      is the file sound, is it symmetric
+  quillon stats --table --header *.qhg           one line per file, for a spreadsheet
+  quillon check circuit.qhg                      verify the file
   quillon dump circuit.qhg --net 7               the cells of net 7
   quillon report circuit.qhg -o circuit.html     a page with charts
 
-Status: 0 success, 1 a finding or bad input, 2 wrong usage.
+Exit status: 0 success, 1 a finding or bad input, 2 wrong usage.
 See quillon COMMAND --help for each command, quillon help for topics such as formats and weights.)";
 
 std::vector<std::string> option_names(const CLI::App& command) {
@@ -135,10 +135,18 @@ struct Application {
     add_help_command();
   }
 
+  [[nodiscard]] ProgramDescription description() {
+    ProgramDescription program{QUILLON_VERSION, Options(app).descriptions(), {}};
+    for (const auto& [command, options] : declared_)
+      program.commands.push_back(
+          {command->get_name(), command->get_description(), command->get_footer(), options.descriptions()});
+    return program;
+  }
+
  private:
   void add(const Command& command) {
     CLI::App* const added = app.add_subcommand(std::string(command.name), std::string(command.summary));
-    Options options(*added);
+    Options& options = declared_.emplace_back(added, Options(*added)).second;
     const std::function<int()> work = command.declare(options);
     added->footer(command.notes);
     added->callback([this, work] { chosen = work; });
@@ -146,10 +154,13 @@ struct Application {
 
   void add_help_command() {
     CLI::App* const help = app.add_subcommand("help", "Explain a command or a topic");
-    help->add_option("TOPIC", topic, "What to explain; a list of topics, if not given");
+    Options& options = declared_.emplace_back(help, Options(*help)).second;
+    options.text("TOPIC", "TOPIC", topic, "What to explain (default: list the topics)", ValueKind::kTopic);
     help->footer("");  // not that of the application
     help->callback([this] { chosen = [this] { return print_help(app, topic); }; });
   }
+
+  std::vector<std::pair<const CLI::App*, Options>> declared_;
 };
 
 int run_chosen(Application& application) {
@@ -164,6 +175,8 @@ int run_chosen(Application& application) {
 }
 
 }  // namespace
+
+ProgramDescription describe(std::span<const Command> commands) { return Application(commands).description(); }
 
 int run_program(std::span<const Command> (*commands)(), int argc, char** argv) {
   hold_standard_streams();

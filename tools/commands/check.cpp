@@ -27,9 +27,10 @@ struct CheckOptions {
 constexpr const char* kNotes = R"(
 Examples:
   quillon check circuit.qhg
-  quillon check --symmetric matrix.qhg && echo pattern is symmetric
+  quillon check --symmetric matrix.qhg && echo symmetric
 
-Prints one line a file on standard output, and errors on standard error.)";
+Checks the counts, that cells and nets list each other exactly once, and the totals. Prints one line per file on
+standard output, and errors on standard error.)";
 
 void drop(const char* /*text*/) {}
 

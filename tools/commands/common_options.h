@@ -29,13 +29,12 @@ inline void add_from(Options& options, const formats::Format*& format, const cha
 }
 
 inline Option add_json(Options& options, bool& json) {
-  return options.flag("--json", json, "Print JSON, one object a line for each file");
+  return options.flag("--json", json, "Print one JSON object per file, each on one line");
 }
 
 inline void add_keep_small_nets(Options& options, bool& keep_small_nets) {
   options.flag("--keep-small-nets", keep_small_nets,
-               "Keep nets of one pin or none; by default they are folded into totals of the cells and the "
-               "hypergraph");
+               "Keep nets of one pin or none (default: remove them and add their weights to totals)");
 }
 
 inline Option add_nparts(Options& options, int& nparts) {
@@ -47,7 +46,10 @@ inline Option add_nparts(Options& options, int& nparts) {
 
 /// Of a random order that is made only if `random` is given.
 inline void add_seed(Options& options, std::uint64_t& seed, const Option& random) {
-  options.number("--seed", "S", seed, "Seed of the random order (default 0)").needs(random);
+  options
+      .number("--seed", "S", seed,
+              "Seed of the random order (default 0); the same seed always gives the same order")
+      .needs(random);
 }
 
 }  // namespace quillon::tool

@@ -7,7 +7,6 @@
 #include "formats/sink.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
-#include "tools/cli/help.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "util/util.h"
@@ -36,23 +35,20 @@ struct ConvertOptions {
   bool strict = false;
 };
 
-std::string notes() {
-  return R"(
+constexpr const char* kNotes = R"(
 Examples:
   quillon convert circuit.hgr circuit.qhg
   quillon convert matrix.mtx.gz matrix.hgr --model column-net
   quillon convert --from metis --to quillon - - < mesh.txt > mesh.qhg
   quillon convert people.json people.qhg --labels people.names
 
-Formats, with the suffixes that stand for them:
-)" + format_lines() +
-         R"(A trailing .gz is ignored, and the file is decompressed. Output is never compressed.
+Anything the target cannot represent is counted and reported on standard error. Output is never compressed. See
+quillon help formats for all formats and their suffixes.
 
 Models of a matrix:
   row-net      rows are nets, columns are cells
   column-net   columns are nets, rows are cells
-  fine-grain   entries are cells, rows and then columns are nets; only read)";
-}
+  fine-grain   entries are cells; rows, then columns are nets; only for reading)";
 
 bool has(const Format& format, formats::OptionBit option) { return (format.options & option) != 0; }
 
@@ -182,10 +178,10 @@ std::function<int()> declare(Options& options) {
       .required();
   options.file("OUT", "OUT", chosen->out, ValueKind::kHypergraphOut, "File to write; - is standard output")
       .required();
-  options.format("--from", chosen->from, "Format of IN, if its suffix does not tell");
-  options.format("--to", chosen->to, "Format of OUT, if its suffix does not tell");
+  options.format("--from", chosen->from, "Format of IN (default: by suffix)");
+  options.written_format("--to", chosen->to, "Format of OUT (default: by suffix)");
   options.choice<int>("--numbering", {{"0", 0}, {"1", 1}}, chosen->numbering,
-                      "First cell number in a quillon file (default 1)");
+                      "Number of the first cell in a quillon file (default 1)");
   options.choice<WrittenWeights>("--weights",
                                  {{"none", WrittenWeights::kNone},
                                   {"cells", WrittenWeights::kCells},
@@ -200,13 +196,14 @@ std::function<int()> declare(Options& options) {
       chosen->model, "How a matrix becomes a hypergraph (default row-net)");
   options.flag("--diagonal", chosen->add_diagonal, "Add the missing diagonal entries of a square matrix");
   options.file("--labels", "FILE", chosen->labels, ValueKind::kFile,
-               "Write the names of a hif file to FILE, or read them from it");
-  options.flag("--strict", chosen->strict, "Write nothing if anything would be lost, or refused by readers");
+               "Write the names in a hif file to FILE, or read them from FILE");
+  options.flag("--strict", chosen->strict,
+               "Write nothing if something would be lost, or rejected by some readers");
   return [chosen] { return run(*chosen); };
 }
 
 }  // namespace
 
-Command convert_command() { return {"convert", "Convert a file to another format", notes(), declare}; }
+Command convert_command() { return {"convert", "Convert a file to another format", kNotes, declare}; }
 
 }  // namespace quillon::tool

@@ -24,8 +24,8 @@ Examples:
   quillon dump circuit.qhg
   quillon dump circuit.qhg --net 7 --net 9 --cell 3
 
-Cells and nets are numbered from 1. Nets are numbered as in memory: in a file with nets of one pin or none, use
---keep-small-nets for the numbers of the file.)";
+Cells and nets are numbered from 1. By default, net numbers do not count nets of one pin or none, which are removed;
+with --keep-small-nets they are the net numbers in the file.)";
 
 bool all_exist(const std::vector<int>& numbers, int count, const char* what, const std::string& file) {
   for (const int number : numbers) {

@@ -32,12 +32,12 @@ Examples:
   quillon partition-info circuit.hgr circuit.part.8 -k 8 --write circuit.parts
   quillon partition-info circuit.qhg circuit.parts --write other.part --one-per-line
 
-PARTFILE has a part number for each cell, from 0, with any white space between them. The hypergraph can have any format
+PARTFILE has one part number per cell, counted from 0, separated by any white space. The hypergraph can have any format
 that convert reads.
 
-With L the number of parts that the pins of a net of weight w lie in, over the nets with L > 1: the cut is the sum of
-w, the connectivity minus one that of w (L - 1), the sum of external degrees that of w L. The imbalance is the weight
-of the heaviest part divided by the average, minus 1.)";
+Let w be the weight of a net and L the number of parts with pins of it. Over the nets with L > 1, the cut is the sum of
+w, the connectivity minus one the sum of w (L - 1), and the sum of external degrees the sum of w L. The imbalance is the
+weight of the heaviest part divided by the average, minus 1.)";
 
 void report(const PartitionInfoOptions& options, const Hypergraph& h, const measures::Partition& partition) {
   const PartitionModel model = partition_model(formats::shown_name(options.hypergraph),
@@ -77,11 +77,11 @@ std::function<int()> declare(Options& options) {
       .file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
             "Part numbers of the cells; - is standard input")
       .required();
-  options.format("--from", chosen->from, "Format of HYPERGRAPH, if its suffix does not tell");
+  options.format("--from", chosen->from, "Format of HYPERGRAPH (default: by suffix)");
   add_nparts(options, chosen->nparts);
   const Option write = options.file("--write", "FILE", chosen->write, ValueKind::kFile,
-                                    "Write the partition, 100 numbers a line");
-  options.flag("--one-per-line", chosen->one_per_line, "Write one number a line").needs(write);
+                                    "Write the partition to FILE, 100 numbers per line");
+  options.flag("--one-per-line", chosen->one_per_line, "Write one number per line").needs(write);
   add_json(options, chosen->json);
   return [chosen] { return run(*chosen); };
 }

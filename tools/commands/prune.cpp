@@ -30,8 +30,8 @@ Examples:
   quillon prune circuit.qhg -o small.qhg --max-size 50 --shuffle --seed 7
 
 Nets of 2 to N - 1 pins are kept. Nets of one pin or none are dropped.
---map writes a line for each net kept ("net NEW OLD"), each net set aside ("aside NEW OLD") and each cell
-("cell NEW OLD"); numbers count from 1.)";
+--map writes a line for each kept net ("net NEW OLD"), each net set aside ("aside NEW OLD") and each cell
+("cell NEW OLD"). Numbers are counted from 1.)";
 
 // A pruning copy and what comes with it. The record is in the pools.
 struct Pruned {
@@ -138,14 +138,16 @@ int run(const PruneOptions& options) {
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<PruneOptions>();
   add_own_file(options, "IN", chosen->in);
-  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "File for the nets kept").required();
-  options.number("--max-size", "N", 1, chosen->max_size, "Set nets of N pins or more aside").required();
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "Output file for the kept nets")
+      .required();
+  options.number("--max-size", "N", 1, chosen->max_size, "Set aside nets of N pins or more").required();
   const Option shuffle =
       options.flag("--shuffle", chosen->shuffle, "Put nets, cells and the pins of each net in random order");
   add_seed(options, chosen->seed, shuffle);
-  options.file("--map", "FILE", chosen->map, ValueKind::kFile, "Write the origin of each net and cell");
+  options.file("--map", "FILE", chosen->map, ValueKind::kFile,
+               "Write the old number of each net and cell to FILE");
   options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kOwnOut,
-               "Write the nets set aside as a hypergraph");
+               "Write the nets set aside to FILE, as a hypergraph");
   return [chosen] { return run(*chosen); };
 }
 

@@ -32,10 +32,10 @@ Examples:
   quillon reorder circuit.qhg -o other.qhg --perm order.txt
   quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part
 
---by-part renumbers cells and nets alike, and requires as many nets as cells; --random and --perm renumber the cells
-and leave the nets in their order.
+--by-part renumbers cells and nets in the same way and requires as many nets as cells. --random and --perm renumber
+only the cells.
 
-Orders have one number a line, from 1. When old cell 3 comes first, then old cell 1, then old cell 2:
+An order file has one number per line, counted from 1. If old cell 3 comes first, then old cell 1, then old cell 2:
   --write-perm writes     3 1 2   line i: the old number of new cell i; --perm reads this
   --write-inverse writes  2 3 1   line i: the new number of old cell i)";
 
@@ -126,25 +126,25 @@ int run(const ReorderOptions& options) {
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReorderOptions>();
   add_own_file(options, "IN", chosen->in);
-  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "File for the renumbered hypergraph")
-      .required();
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "Output file").required();
   Options how = options.one_of("Order", "One of these");
   how.file("--by-part", "PARTFILE", chosen->by_part, ValueKind::kFile,
-           "Sort by the part numbers in PARTFILE, with any white space between them");
-  how.file("--perm", "FILE", chosen->perm, ValueKind::kFile, "Read the order from FILE");
+           "Sort by the part numbers in PARTFILE, separated by any white space");
+  how.file("--perm", "FILE", chosen->perm, ValueKind::kFile,
+           "Read the order from FILE, in the form that --write-perm writes");
   const Option random = how.flag("--random", chosen->random, "Use a random order");
   add_seed(options, chosen->seed, random);
   options.file("--write-perm", "FILE", chosen->write_perm, ValueKind::kFile,
-               "Write the old number of each new cell");
+               "Write the old number of each new cell to FILE");
   options.file("--write-inverse", "FILE", chosen->write_inverse, ValueKind::kFile,
-               "Write the new number of each old cell");
+               "Write the new number of each old cell to FILE");
   return [chosen] { return run(*chosen); };
 }
 
 }  // namespace
 
 Command reorder_command() {
-  return {"reorder", "Renumber the cells: by part, at random or as a file says", kNotes, declare};
+  return {"reorder", "Renumber cells by part, at random or in a given order", kNotes, declare};
 }
 
 }  // namespace quillon::tool

@@ -32,8 +32,8 @@ Examples:
   quillon convert matrix.mtx.gz - --to quillon | quillon report - -o - > matrix.html
 
 The page shows counts, distributions, weights, a picture of the pins, the largest nets and, with a partition, its
-balance, its cut and the nets between its parts. It needs neither scripts nor a network. Nets of one pin or none are
-kept. The hypergraph can have any format that convert reads.)";
+balance, its cut and the nets between its parts. It has no scripts and loads nothing from the network. Nets of one pin
+or none are kept. The hypergraph can have any format that convert reads.)";
 
 // Shows a file name without its folder.
 std::string name_of(const std::string& file) {
@@ -67,10 +67,9 @@ std::function<int()> declare(Options& options) {
   add_hypergraph(options, chosen->hypergraph);
   const Option part_file = options.file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
                                         "Part numbers of the cells, if there is a partition");
-  options
-      .file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "File for the page; - is standard output")
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "Output file; - is standard output")
       .required();
-  options.format("--from", chosen->from, "Format of HYPERGRAPH, if its suffix does not tell");
+  options.format("--from", chosen->from, "Format of HYPERGRAPH (default: by suffix)");
   add_nparts(options, chosen->nparts).needs(part_file);
   options.text("--title", "TEXT", chosen->title, "Heading of the page (default: name of the file)");
   return [chosen] { return run(*chosen); };

@@ -33,9 +33,13 @@ Examples:
   quillon stats --json circuit.qhg | jq .net_size.maximum
   zcat circuit.qhg.gz | quillon stats --summary -
 
-Columns of --table ("min" is the minimum of the values above 0):
-  cells nets pins, then of the cell degree: avg std cov min zero max, the same of the net size,
-  then of the cell weight: min max total, the same of the net weight.)";
+Columns of --table:
+  cells, nets, pins
+  cell degree: average, standard deviation, coefficient of variation,
+    smallest value above 0, number of zeros, largest value
+  net size: the same six
+  cell weight: smallest, largest, total
+  net weight: the same three)";
 
 constexpr const char* kColumns =
     "cells\tnets\tpins\tdeg_avg\tdeg_std\tdeg_cov\tdeg_min\tdeg_zero\tdeg_max\t"
@@ -80,10 +84,10 @@ std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<StatsOptions>();
   add_own_files(options, chosen->files);
   const Option table =
-      options.flag("--table", chosen->table, "Print one line of 21 tab-separated fields a file");
+      options.flag("--table", chosen->table, "Print one line of 21 tab-separated fields per file");
   options.flag("--header", chosen->header, "Print the column names of --table first").needs(table);
   const Option summary =
-      options.flag("--summary", chosen->summary, "Print a summary of two lines a file").excludes(table);
+      options.flag("--summary", chosen->summary, "Print a summary of two lines per file").excludes(table);
   add_json(options, chosen->json).excludes(table).excludes(summary);
   add_keep_small_nets(options, chosen->keep_small_nets);
   return [chosen] { return run(*chosen); };
