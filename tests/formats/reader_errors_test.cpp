@@ -276,7 +276,7 @@ TEST(ReadHif, SaysWhereAFileIsNoJson) {
               {"{\"incidences\": [", 1, 17, "bad-json", "found end of input, " + value},
               {"{\"incidences\": [}", 1, 17, "bad-json", "found '}', " + value},
               {"{\"incidences\": []} 1", 1, 20, "bad-json", "found number literal, expected end of input"},
-              {"{\"incidences\": [], \"metadata\": {\"x\": 1e999}}", 1, 39, "bad-json",
+              {"{\"incidences\": [], \"metadata\": {\"x\": 1e999}}", 1, 38, "bad-json",
                "found a number too large, expected one of double precision"},
               {"nonsense", 1, 2, "bad-json", "found no JSON: invalid literal"}});
 }
