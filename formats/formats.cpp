@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "formats/findings.h"
 #include "formats/hif.h"
 #include "formats/hmetis.h"
 #include "formats/kub.h"
@@ -104,7 +105,14 @@ NetLists read_file(const std::string& filename, const Format& format, const Read
   const Watch watch("parsing " + in.name, in.text.size(),
                     [&in] { return in.seen.load(std::memory_order_relaxed); });
   NetLists lists;
-  format.read(in, lists, options);
+  try {
+    format.read(in, lists, options);
+  } catch (const BadFile& error) {
+    if (!error.finding().file.empty()) throw;
+    Finding finding = error.finding();  // of `check_pins`, which does not know the file
+    finding.file = in.name;
+    throw BadFile(finding);
+  }
   return lists;
 }
 

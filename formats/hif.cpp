@@ -371,7 +371,7 @@ class Reader : public nlohmann::json_sax<json> {
   const char* const& seen_;
   Document& document_;
   int depth_ = 0;
-  int skipped_ = 0;  // depth inside attributes or metadata
+  std::size_t skipped_ = 0;  // depth inside attributes or metadata
   Section section_ = Section::kMetadata;
   std::vector<Section> sections_;
   bool has_incidences_ = false;

@@ -206,13 +206,19 @@ void append_diagonal(std::vector<Entry>& entries, int nrows) {
     if (marks[static_cast<std::size_t>(i)] == 0) entries.push_back({i, i});
 }
 
-// Entries are cells; nets are the rows and, after them, the columns.
-void make_fine_grain_nets(const Scanner& in, NetLists& lists, const std::vector<Entry>& entries,
-                          const Header& header) {
-  if (header.nrows > kMostItems - header.ncolumns)
+void check_options(const Scanner& in, const Header& header, const ReadOptions& options) {
+  if (options.add_diagonal && header.nrows != header.ncolumns)
+    bad_text(in, header.size_offset, "not-square",
+             "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
+                 " columns, expected a square matrix for --diagonal");
+  if (options.model == Model::kFineGrain && header.nrows > kMostItems - header.ncolumns)
     bad_text(in, header.size_offset, "bad-count",
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
                  " rows and columns, expected at most " + std::to_string(kMostItems) + " nets");
+}
+
+// Entries are cells; nets are the rows and, after them, the columns.
+void make_fine_grain_nets(NetLists& lists, const std::vector<Entry>& entries, const Header& header) {
   check_pins(2 * entries.size());
   lists.ncells = static_cast<int>(entries.size());
   lists.nnets = header.nrows + header.ncolumns;
@@ -246,14 +252,11 @@ void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options
     lists.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
                             " of entries dropped");
   if (header.mirrored) entries = with_mirror_images(entries);
-  if (options.add_diagonal && header.nrows != header.ncolumns)
-    bad_text(in, header.size_offset, "not-square",
-             "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
-                 " columns, expected a square matrix for --diagonal");
+  check_options(in, header, options);
 
   if (options.model == Model::kFineGrain) {
     if (options.add_diagonal) append_diagonal(entries, header.nrows);
-    make_fine_grain_nets(in, lists, entries, header);
+    make_fine_grain_nets(lists, entries, header);
     return;
   }
   make_nets(lists, entries, header, options.model);

@@ -93,11 +93,15 @@ std::string follow_links(const std::string& target) {
   return place.string();
 }
 
-bool same_place(const std::string& a, const std::string& b) {
-  std::error_code ignored;
-  return std::filesystem::weakly_canonical(std::filesystem::absolute(a), ignored) ==
-         std::filesystem::weakly_canonical(std::filesystem::absolute(b), ignored);
+// A path without links and dots; as it stands where the system cannot follow it.
+std::filesystem::path resolved(const std::string& name) {
+  std::error_code error;
+  std::filesystem::path path = std::filesystem::absolute(name, error);
+  if (!error) path = std::filesystem::weakly_canonical(path, error);
+  return error ? std::filesystem::path(name) : path;
 }
+
+bool same_place(const std::string& a, const std::string& b) { return resolved(a) == resolved(b); }
 
 // The permissions that fopen asks for.
 constexpr mode_t kFopenMode = 0666;
@@ -107,6 +111,31 @@ int open_unnamed(const std::string& place) {
   const std::filesystem::path folder = std::filesystem::path(place).parent_path();
   return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFopenMode);
 }
+
+// A descriptor that is closed on every way out.
+class Descriptor {
+ public:
+  explicit Descriptor(int number = -1) : number_(number) {}
+  ~Descriptor() { close(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  [[nodiscard]] bool is_open() const { return number_ >= 0; }
+  [[nodiscard]] int number() const { return number_; }
+  void reset(int number) {
+    close();
+    number_ = number;
+  }
+  // Returns whether what was written has arrived, as far as the system can tell.
+  bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
+
+ private:
+  int number_;
+};
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
 
 std::string name_of_descriptor(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
 
@@ -129,12 +158,12 @@ NotWritten::~NotWritten() = default;
 
 // One file. Exactly one of the three kinds of storage is used.
 struct Outputs::Staged {
-  std::string written;                       // the name to write to
-  std::string target;                        // as the user named it
-  std::string place;                         // of a regular file, with links followed
-  std::FILE* passed = nullptr;               // for other files: holds the bytes until they are passed on
-  int unnamed = -1;                          // descriptor of a file that is named when it is published
-  std::unique_ptr<TemporaryName> temporary;  // name beside the target
+  std::string written;                           // the name to write to
+  std::string target;                            // as the user named it
+  std::string place;                             // of a regular file, with links followed
+  std::unique_ptr<std::FILE, CloseFile> passed;  // for other files: holds the bytes until they are passed on
+  Descriptor unnamed;                            // of a file that is named when it is published
+  std::unique_ptr<TemporaryName> temporary;      // name beside the target
 
   explicit Staged(std::string its_target) : target(std::move(its_target)) {
     std::error_code ignored;
@@ -145,13 +174,6 @@ struct Outputs::Staged {
     else
       stage_beside();
   }
-  ~Staged() {
-    if (passed != nullptr) std::fclose(passed);
-    if (unnamed >= 0) close(unnamed);
-  }
-  Staged(const Staged&) = delete;
-  Staged& operator=(const Staged&) = delete;
-
   void stage_to_pass_on();
   void stage_beside();
   void pass_on();
@@ -164,18 +186,18 @@ void Outputs::Staged::stage_to_pass_on() {
   if (std::filesystem::is_directory(target, ignored)) cannot_write(target, EISDIR);
   // A file opened now would get the descriptor of a closed standard output, and then its own bytes.
   if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
-  passed = std::tmpfile();
+  passed.reset(std::tmpfile());
   if (passed == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
-  written = name_of_descriptor(fileno(passed));
+  written = name_of_descriptor(fileno(passed.get()));
   place = target;
 }
 
 // The file is made here and only filled by the writer, so that errors of making it name the target.
 void Outputs::Staged::stage_beside() {
   place = follow_links(target);
-  unnamed = open_unnamed(place);
-  if (unnamed >= 0) {
-    written = name_of_descriptor(unnamed);
+  unnamed.reset(open_unnamed(place));
+  if (unnamed.is_open()) {
+    written = name_of_descriptor(unnamed.number());
     return;
   }
   temporary = make_beside(target, place, [](const char* name) {
@@ -187,23 +209,20 @@ void Outputs::Staged::stage_beside() {
 }
 
 void Outputs::Staged::pass_on() {
-  const int descriptor =
-      is_standard_output(target) ? dup(STDOUT_FILENO) : open(target.c_str(), O_WRONLY | O_CLOEXEC);
-  if (descriptor < 0) cannot_write(target, errno);
+  Descriptor to(is_standard_output(target) ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+                                           : open(target.c_str(), O_WRONLY | O_CLOEXEC));
+  if (!to.is_open()) cannot_write(target, errno);
   std::vector<char> block(std::size_t{1} << 18);
-  std::rewind(passed);
-  while (const std::size_t size = std::fread(block.data(), 1, block.size(), passed))
-    write_all(descriptor, block.data(), size, target);
-  if (close(descriptor) != 0) cannot_write(target, errno);
+  std::rewind(passed.get());
+  while (const std::size_t size = std::fread(block.data(), 1, block.size(), passed.get()))
+    write_all(to.number(), block.data(), size, target);
+  if (std::ferror(passed.get()) != 0 || !to.close()) cannot_write(target, errno);
 }
 
 // Some write errors surface only at fsync.
 void Outputs::Staged::reach_disk() const {
-  const int descriptor = open(written.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool is_synced = descriptor >= 0 && fsync(descriptor) == 0;
-  const int reason = errno;
-  if (descriptor >= 0) close(descriptor);
-  if (!is_synced) cannot_write(target, reason);
+  const Descriptor file(open(written.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.is_open() || fsync(file.number()) != 0) cannot_write(target, errno);
 }
 
 void Outputs::Staged::move_to_place() {
@@ -233,6 +252,7 @@ void Outputs::write(const std::string& target, const std::function<void(const ch
   try {
     write(files_.back()->written.c_str());
   } catch (...) {
+    files_.pop_back();  // so that `publish` cannot move half a file
     std::throw_with_nested(NotWritten(target));
   }
 }

@@ -36,7 +36,7 @@ class Outputs {
   ///
   /// @param target  File name, or - or /dev/stdout for standard output. Naming a file twice is an error.
   /// @param write   Writes the file of the name that it is given.
-  /// @throws NotWritten  with what `write` threw nested in it.
+  /// @throws NotWritten  with what `write` threw nested in it. Nothing is published for this target then.
   /// @par Errors    Fatal (util/util.h) if no file can be made for the target.
   void write(const std::string& target, const std::function<void(const char* filename)>& write);
 

@@ -23,6 +23,9 @@ Watcher* current_watcher = nullptr;
 
 gzFile gz(void* file) { return static_cast<gzFile>(file); }
 
+// A copy that other programs do not inherit.
+int duplicate(int descriptor) { return fcntl(descriptor, F_DUPFD_CLOEXEC, 0); }
+
 }  // namespace
 
 Watcher::~Watcher() = default;
@@ -43,7 +46,7 @@ std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor) {
   if (current_watcher == nullptr || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
     return nullptr;
   // A copy shares the offset, and stays valid however the file is closed.
-  const std::shared_ptr<int> copy(new int(dup(descriptor)), [](const int* number) {
+  const std::shared_ptr<int> copy(new int(duplicate(descriptor)), [](const int* number) {
     close(*number);
     delete number;
   });
@@ -56,7 +59,7 @@ std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor) {
 std::string shown_name(const std::string& name) { return name == "-" ? "standard input" : name; }
 
 Source::Source(const std::string& name) : name_(shown_name(name)) {
-  const int descriptor = name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  const int descriptor = name == "-" ? duplicate(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0)
     throw BadFile({"cannot-open", Severity::kError, name_, 0, 0,
                    "cannot open '" + name_ + "': " + std::strerror(errno), ""});

@@ -1,3 +1,5 @@
+// Hypergraphs from one format to another and back, and whole files of the writers.
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -9,66 +11,49 @@
 #include <vector>
 
 #include "formats/formats.h"
-#include "formats/load.h"
-#include "formats/writers.h"
+#include "formats/record.h"
 #include "hypergraph/hypergraph.h"
+#include "tests/formats/finding_of.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
 #include "util/util.h"
 
-namespace quillon::tool {
+namespace quillon::formats {
 namespace {
 
 constexpr unsigned kSeeds = 24;
 
-// A format, and for matrices a model, with what it has no room for.
+// A format, and for matrices a model.
 struct Kind {
   const char* name;
-  Format format;
+  const char* format;
   Model model = Model::kRowNet;
-  bool weights = true;
-  bool repeated_pins = true;
+  bool weights = true;  // whether it holds any
+
+  [[nodiscard]] bool repeated_pins() const { return quillon::formats::format(format).keeps_repeated_pins; }
 };
 
-// In place of the bytes, of which some belong to no member.
+// Instead of the bytes, some of which belong to no member.
 void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
-const std::vector<Kind> kKinds{{"quillon", Format::kQuillon},
-                               {"hmetis", Format::kHmetis},
-                               {"kub", Format::kKub},
-                               {"hif", Format::kHif},
-                               {"mtx", Format::kMatrixMarket, Model::kRowNet, false, false},
-                               {"mtx by columns", Format::kMatrixMarket, Model::kColumnNet, false, false}};
+const std::vector<Kind> kKinds{{"quillon", "quillon"},
+                               {"hmetis", "hmetis"},
+                               {"kub", "kub"},
+                               {"hif", "hif"},
+                               {"mtx", "mtx", Model::kRowNet, false},
+                               {"mtx by columns", "mtx", Model::kColumnNet, false}};
 
 std::string text_in(const Kind& kind, const Hypergraph& h) {
   const TempFile file;
-  switch (kind.format) {
-    case Format::kQuillon:
-      write_hypergraph(&h, file.name(), 1, 3);
-      break;
-    case Format::kHmetis:
-      write_hmetis_hypergraph(&h, file.name());
-      break;
-    case Format::kKub:
-      export_kub(&h, file.name());
-      break;
-    case Format::kHif:
-      export_hif(&h, {}, file.name());
-      break;
-    case Format::kMatrixMarket:
-      export_matrix_market(&h, kind.model, file.name());
-      break;
-    case Format::kMetis:
-      break;  // only read
-  }
+  format(kind.format).write(h, {.weights = 3, .model = kind.model}, file.name());
   return file.contents();
 }
 
-void import_text(const std::string& text, const Kind& kind, Loaded& loaded) {
+void read_back(const std::string& text, const Kind& kind, Record& record) {
   const TempFile file(text);
-  const Arrays arrays = import_file(file.name(), kind.format, {kind.model, false});
-  EXPECT_THAT(arrays.losses, testing::IsEmpty());
-  to_record(arrays, loaded);
+  const NetLists lists = read_file(file.name(), format(kind.format), {kind.model, false});
+  EXPECT_THAT(lists.losses, testing::IsEmpty());
+  to_record(lists, record);
 }
 
 bool has_repeated_pins(const Shape& shape) {
@@ -108,23 +93,23 @@ void expect_shape(const Hypergraph& h, const Shape& shape) {
   EXPECT_EQ(h._totnw, sum(net_weights));
   EXPECT_EQ(h._totcw, sum(cell_weights));
   EXPECT_EQ(h._fmt, bit_unless_all_1(cell_weights, 1) | bit_unless_all_1(net_weights, 2));
-  if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // ends the program when it finds something
+  if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // fatal if it finds something
 }
 
-// What both formats hold of a random hypergraph, now small with all its corners and now large.
+// What both formats can hold of a random hypergraph, mostly small and at times large.
 Shape shape_for(unsigned seed, const Kind& a, const Kind& b) {
   const bool large = seed % 16 == 7;
   Shape shape = random_shape(seed, {.ncells = large ? 250 : 9,
                                     .nnets = large ? 150 : 9,
                                     .weight = 9,
                                     .nparts = 1,
-                                    .duplicates = a.repeated_pins && b.repeated_pins});
+                                    .duplicates = a.repeated_pins() && b.repeated_pins()});
   if (!a.weights || !b.weights || seed % 4 == 1) shape.cell_weights.clear();
   if (!a.weights || !b.weights || seed % 4 == 2) shape.net_weights.clear();
   return shape;
 }
 
-// Keeps what the checks report of each hypergraph to itself, not what they find: that goes to standard error.
+// Hides the reports of the checks; their findings are fatal.
 class RoundTrip : public testing::TestWithParam<Kind> {
  protected:
   void SetUp() override { testing::internal::CaptureStdout(); }
@@ -140,15 +125,15 @@ TEST_P(RoundTrip, ThroughEveryOtherFormatGivesTheSameHypergraphAndFile) {
     for (unsigned seed = 1; seed <= kSeeds; ++seed) {
       SCOPED_TRACE(testing::Message() << "through " << b.name << ", seed " << seed);
       const Shape shape = shape_for(seed, a, b);
-      const Record record(shape);
+      const quillon::Record record(shape);
 
       const std::string there = text_in(a, record.h);
-      Loaded from_a;
-      import_text(there, a, from_a);
+      Record from_a;
+      read_back(there, a, from_a);
       expect_shape(from_a.h, shape);
 
-      Loaded from_b;
-      import_text(text_in(b, from_a.h), b, from_b);
+      Record from_b;
+      read_back(text_in(b, from_a.h), b, from_b);
       expect_shape(from_b.h, shape);
       EXPECT_EQ(text_in(a, from_b.h), there);
       if (HasFailure()) return;
@@ -169,7 +154,7 @@ TEST(RoundTripShapes, HaveEveryCorner) {
   int nunweighted = 0;
   std::vector<int> nets_of_size(3, 0);
   int nisolated = 0;
-  int nover_100_cells = 0;  // whose weights take more than a line
+  int nover_100_cells = 0;  // whose weights fill more than a line
   for (unsigned seed = 1; seed <= kSeeds; ++seed) {
     const Shape shape = shape_for(seed, kKinds[0], kKinds[1]);
     nno_cells += shape.ncells == 0 ? 1 : 0;
@@ -186,8 +171,8 @@ TEST(RoundTripShapes, HaveEveryCorner) {
     EXPECT_GT(count, 0);
 }
 
-void read_by_the_module(const char* filename, Loaded& loaded) {
-  Hypergraph& h = loaded.h;
+void read_by_the_module(const char* filename, Record& record) {
+  Hypergraph& h = record.h;
   std::FILE* const file = ufopen(filename, "r", "round_trip_test");
   read_hypergraph_with_onepin_netsFromFile(&h, file, 0);
   ufclose(file);
@@ -200,21 +185,21 @@ std::vector<int> summary(const Hypergraph& h) {
   return {h._c, h._n, h._p, h._maxwcd, h._maxcd, h._mincd, h._totcw, h._totnw, h._totinw, h._virtualnets};
 }
 
-TEST(ImportQuillon, AgreesWithTheModulesReaderOnWhateverTheModuleWrites) {
+TEST(ReadQuillon, AgreesWithTheReaderOfTheModuleOnAllItWrites) {
   const Kind& quillon = kKinds[0];
   for (unsigned seed = 1; seed <= kSeeds; ++seed) {
     Shape shape = shape_for(seed, quillon, quillon);
     for (std::vector<int>* weights : {&shape.cell_weights, &shape.net_weights})
       for (int& w : *weights) w -= seed % 8 == 0 ? 5 : 0;
-    const Record record(shape);
+    const quillon::Record record(shape);
     for (const int fmt : {0, 1, 2, 3}) {
       for (const int numbering : {0, 1}) {
         SCOPED_TRACE(testing::Message() << "seed " << seed << ", fmt " << fmt << " from " << numbering);
         const TempFile file;
         write_hypergraph(&record.h, file.name(), numbering, fmt);
-        Loaded imported;
-        import_text(file.contents(), quillon, imported);
-        Loaded read;
+        Record imported;
+        read_back(file.contents(), quillon, imported);
+        Record read;
         read_by_the_module(file.name(), read);
         set_hypergraph_infos(&read.h);
 
@@ -230,33 +215,35 @@ TEST(ImportQuillon, AgreesWithTheModulesReaderOnWhateverTheModuleWrites) {
   }
 }
 
-// In a process of its own, as the limit stays.
-[[noreturn]] void export_kub_within(std::size_t nbytes, const Hypergraph& h, const char* filename) {
+// Ends the process, whose limit cannot be lifted again.
+[[noreturn]] void write_kub_within(std::size_t nbytes, const Hypergraph& h, const char* filename) {
   std::signal(SIGXFSZ, SIG_IGN);
   const rlimit limit{nbytes, nbytes};
   setrlimit(RLIMIT_FSIZE, &limit);
-  export_kub(&h, filename);
+  format("kub").write(h, {}, filename);
   std::exit(0);
 }
 
-TEST(ExportKub, TakesAFileThatLacksOneByteForAnError) {
-  const Record record({.ncells = 300, .pins = {{1, 300}, {}}, .net_weights = {10, -1}});
+TEST(WriteKub, RefusesAFileThatLacksOneByte) {
+  const quillon::Record record({.ncells = 300, .pins = {{1, 300}, {}}, .net_weights = {10, -1}});
   const TempFile whole;
-  export_kub(&record.h, whole.name());
+  format("kub").write(record.h, {}, whole.name());
   const std::size_t nbytes = whole.contents().size();
   EXPECT_EQ(nbytes, std::string("300\n2\n10 2 0 299\n-1 0").size() + 300 * std::string("\n1").size());
 
   const TempFile file;
-  EXPECT_EXIT(export_kub_within(nbytes, record.h, file.name()), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(write_kub_within(nbytes, record.h, file.name()), testing::ExitedWithCode(0), "");
   EXPECT_EQ(file.contents(), whole.contents());
-  EXPECT_EXIT(export_kub_within(nbytes - 1, record.h, file.name()), testing::ExitedWithCode(1),
+  EXPECT_EXIT(write_kub_within(nbytes - 1, record.h, file.name()), testing::ExitedWithCode(1),
               "the kub file is not whole, data was lost: is the disk full?");
 }
 
-TEST(ExportHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
-  const Record record({.ncells = 2, .pins = {{2}, {}}, .net_weights = {1, 0}, .cell_weights = {-4, 1}});
+TEST(WriteHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
+  const quillon::Record record(
+      {.ncells = 2, .pins = {{2}, {}}, .net_weights = {1, 0}, .cell_weights = {-4, 1}});
   const TempFile file;
-  export_hif(&record.h, {{"", "\"a\"", "5"}, {"", "\"b c\"", "0"}}, file.name());
+  const Labels labels{{"", "\"a\"", "5"}, {"", "\"b c\"", "0"}};
+  format("hif").write(record.h, {.labels = &labels}, file.name());
   EXPECT_EQ(
       file.contents(),
       "{\"network-type\":\"undirected\",\n\"nodes\":[\n{\"node\":\"a\",\"weight\":-4},\n{\"node\":5}],\n"
@@ -264,25 +251,14 @@ TEST(ExportHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
       "\"incidences\":[\n{\"edge\":\"b c\",\"node\":5}]}\n");
 }
 
-TEST(WriteLabels, IsReadBack) {
-  const Labels labels{{"", "\"a b \"", "-5"}, {"", "\"\\\"\\n\""}};
+TEST(WriteMatrixMarket, OmitsRepeatedPinsAndKeepsEmptyNets) {
+  const quillon::Record record({.ncells = 3, .pins = {{3, 1, 3}, {}, {3}}});
   const TempFile file;
-  write_labels(labels, file.name());
-  EXPECT_EQ(file.contents(), "cell 1 \"a b \"\ncell 2 -5\nnet 1 \"\\\"\\n\"\n");
-
-  const Labels read = read_labels(file.name(), 2, 1);
-  EXPECT_EQ(read.cells, labels.cells);
-  EXPECT_EQ(read.nets, labels.nets);
-}
-
-TEST(ExportMatrixMarket, LeavesRepeatedPinsOutAndEmptyNetsIn) {
-  const Record record({.ncells = 3, .pins = {{3, 1, 3}, {}, {3}}});
-  const TempFile file;
-  export_matrix_market(&record.h, Model::kRowNet, file.name());
+  format("mtx").write(record.h, {.model = Model::kRowNet}, file.name());
   EXPECT_EQ(file.contents(), "%%MatrixMarket matrix coordinate pattern general\n3 3 3\n1 3\n1 1\n3 3\n");
-  export_matrix_market(&record.h, Model::kColumnNet, file.name());
+  format("mtx").write(record.h, {.model = Model::kColumnNet}, file.name());
   EXPECT_EQ(file.contents(), "%%MatrixMarket matrix coordinate pattern general\n3 3 3\n3 1\n1 1\n3 3\n");
 }
 
 }  // namespace
-}  // namespace quillon::tool
+}  // namespace quillon::formats

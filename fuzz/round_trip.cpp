@@ -1,0 +1,131 @@
+#include "fuzz/round_trip.h"
+
+#include <algorithm>
+#include <string>
+
+#include "formats/findings.h"
+#include "formats/record.h"
+#include "fuzz/accounts.h"
+#include "fuzz/driver.h"
+#include "tests/double/recorder.h"
+#include "tests/support/records.h"
+
+namespace quillon::fuzz {
+namespace {
+
+using formats::Format;
+using formats::NetLists;
+using formats::ReadOptions;
+
+constexpr int kMostItems = 20000;     // cells, nets or pins of what is written and read again
+constexpr int kMostForChecks = 2000;  // pins, for checks of quadratic cost
+constexpr char kName[] = "in";
+
+template <typename Entries>
+void expect_entries(const Entries& entries, int count, const char* what) {
+  expect(entries.empty() || std::ssize(entries) == std::int64_t{count} + 1, what);
+}
+
+// What a reader promises of every text that it accepts.
+void expect_sound(const NetLists& lists) {
+  expect(lists.ncells >= 0 && lists.nnets >= 0, "negative counts");
+  expect(std::ssize(lists.xnadj) == std::int64_t{lists.nnets} + 2, "not a start for each net");
+  expect(lists.xnadj[1] == 0 && std::is_sorted(lists.xnadj.begin() + 1, lists.xnadj.end()),
+         "a net ends before it begins");
+  expect(lists.xnadj.back() == std::ssize(lists.nadj), "not as many pins as the nets have");
+  const auto is_cell = [&lists](int cell) { return cell >= 1 && cell <= lists.ncells; };
+  expect(std::all_of(lists.nadj.begin(), lists.nadj.end(), is_cell), "a pin that is no cell");
+  expect_entries(lists.cell_weights, lists.ncells, "not a weight for each cell");
+  expect_entries(lists.net_weights, lists.nnets, "not a weight for each net");
+  expect_entries(lists.diagonal, lists.nnets, "not a mark for each net");
+  expect_entries(lists.cell_names, lists.ncells, "not a name for each cell");
+  expect_entries(lists.net_names, lists.nnets, "not a name for each net");
+}
+
+bool is_one_line(const std::string& text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
+}
+
+// Whether a place lies in the text; its end counts too.
+bool is_inside(const std::string& text, std::size_t line, std::size_t column) {
+  std::size_t start = 0;
+  for (; line > 1; --line) {
+    start = text.find('\n', start) + 1;
+    if (start == 0) return false;
+  }
+  return line == 1 && column >= 1 && start + column - 1 <= std::min(text.find('\n', start), text.size());
+}
+
+void expect_sound(const formats::Finding& finding, const std::string& text) {
+  expect(finding.severity == formats::Severity::kError && finding.file == kName, "a finding of no file");
+  expect(is_inside(text, finding.line, finding.column), "a finding outside the text");
+  expect(finding.message.starts_with("found ") && is_one_line(finding.message) && is_one_line(finding.hint),
+         "a message that is not one line");
+  const auto is_letter = [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; };
+  expect(!finding.rule.empty() && std::all_of(finding.rule.begin(), finding.rule.end(), is_letter),
+         "no name of a rule");
+}
+
+// Whether the text is accepted.
+bool read(const Format& format, const std::string& text, const ReadOptions& options, NetLists& lists) {
+  formats::Scanner in(kName, text);
+  try {
+    if (!run_soundly([&] { format.read(in, lists, options); })) return false;
+  } catch (const formats::BadFile& error) {
+    expect_sound(error.finding(), text);
+    return false;
+  }
+  expect_sound(lists);
+  return true;
+}
+
+bool is_small(const NetLists& lists) {
+  return lists.ncells <= kMostItems && lists.nnets <= kMostItems && std::ssize(lists.nadj) <= kMostItems;
+}
+
+void check_lists(const Hypergraph& h) {
+  if (h._p <= kMostForChecks && formats::count_repeated_pins(h) == 0) CheckListsofHypergraph(&h);
+}
+
+void expect_same(const Hypergraph& back, const Hypergraph& h) {
+  expect(back._c == h._c && back._n == h._n, "other counts come back than went out");
+  expect(pins_of_nets(back) == pins_of_nets(h), "other pins come back than went out");
+  expect(nets_of_cells(back) == nets_of_cells(h), "other nets of cells come back than went out");
+  expect(of_nets(back, &Net::w) == of_nets(h, &Net::w), "other net weights come back than went out");
+  expect(of_cells(back, &Cell::w) == of_cells(h, &Cell::w), "other cell weights come back than went out");
+}
+
+bool is_written(const Format& format, const formats::WriteOptions& options) {
+  return format.write != nullptr && (format.refusal == nullptr || format.refusal(options).empty());
+}
+
+void send_round(const Format& format, const NetLists& lists, formats::Model model) {
+  static const MemoryFile file;
+  formats::Record record;
+  formats::to_record(lists, record);
+  check_lists(record.h);
+
+  const formats::Labels labels{lists.cell_names, lists.net_names};
+  const formats::WriteOptions options{.numbering = 0, .weights = 3, .model = model, .labels = &labels};
+  const Format& used = is_written(format, options) ? format : *formats::format_named("kub");
+  used.write(record.h, options, file.name());
+  if (used.name == "kub") recorder::forget_files();  // its writer closes the file by std::fclose
+
+  NetLists lists_back;
+  expect(read(used, file.contents(), {.model = model}, lists_back), "what was written is refused");
+  formats::Record back;
+  formats::to_record(lists_back, back);
+  expect_same(back.h, record.h);
+}
+
+}  // namespace
+
+void try_round_trip(const Format& format, const std::string& text, const ReadOptions& options) {
+  recorder::reset();
+  NetLists lists;
+  if (!read(format, text, options, lists) || !is_small(lists)) return;
+  if (run_soundly([&] { send_round(format, lists, options.model); })) expect_nothing_held();
+}
+
+}  // namespace quillon::fuzz

@@ -1,0 +1,223 @@
+// Our own files by the reader of the module, and files of any format as records.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/formats/finding_of.h"
+#include "tests/formats/temp_folder.h"
+#include "tests/support/records.h"
+#include "tests/support/resources.h"
+#include "tests/support/throwing.h"
+#include "util/scope.h"
+
+namespace quillon::formats {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::size_t kLongestLine = 16777215;
+
+// What a read made of a file: a finding, a fatal error, or the pins of the nets.
+struct Outcome {
+  Finding finding = {kNoFinding, Severity::kNote, "", 0, 0, "", ""};
+  std::string fatal;
+  Lists pins = {};
+  int nfolded = 0;
+};
+
+Outcome load_from(const std::string& filename, SmallNets small_nets = SmallNets::kKeep) {
+  Outcome outcome;
+  const ThrowingHandler throwing;
+  const Scope scope;
+  try {
+    Record record;
+    outcome.finding = finding_of([&] { load_own(record, filename, small_nets, false); });
+    if (outcome.finding.rule == kNoFinding) {
+      outcome.pins = pins_of_nets(record.h);
+      outcome.nfolded = record.nfolded;
+    }
+  } catch (const FatalError& error) {
+    outcome.fatal = error.what();
+  }
+  return outcome;
+}
+
+// Calls `check` with the name of a file, a compressed file and a pipe that hold the text.
+void for_each_source(const std::string& text, const std::function<void(const std::string&)>& check) {
+  const TempFolder folder;
+  {
+    SCOPED_TRACE("plain");
+    check(folder.write("plain.qhg", text));
+  }
+  {
+    SCOPED_TRACE("gzip");
+    check(folder.write("packed.qhg.gz", gzipped(text)));
+  }
+  SCOPED_TRACE("pipe");
+  const std::string fifo = folder.at("pipe.qhg");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  std::signal(SIGPIPE, SIG_IGN);  // a reader may close the pipe early
+  std::thread writer([&] { std::ofstream(fifo, std::ios::binary) << text; });
+  check(fifo);
+  writer.join();
+}
+
+TEST(LoadOwn, ReadsFilesAndPipes) {
+  for (const char* const text :
+       {"1 3 2 3\n3 1\n2\n", "% c\n0 3 2 3\n2 0\n% c\n1\n", "1 3 2 3\r\n3 1\r\n2\r\n"})
+    for_each_source(text, [](const std::string& file) {
+      const Outcome kept = load_from(file);
+      EXPECT_EQ(kept.finding.rule, kNoFinding);
+      EXPECT_EQ(kept.fatal, "");
+      EXPECT_THAT(kept.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
+    });
+  for_each_source("1 3 3 3\n3 1\n2\n\n", [](const std::string& file) {
+    const Outcome folded = load_from(file, SmallNets::kFold);
+    EXPECT_THAT(folded.pins, ElementsAre(ElementsAre(3, 1)));
+    EXPECT_EQ(folded.nfolded, 2);
+  });
+}
+
+TEST(LoadOwn, BuildsTheCellSide) {
+  const TempFolder folder;
+  Record record;
+  load_own(record, folder.write("a", "1 3 2 4\n3 1\n2 3\n"), SmallNets::kKeep, false);
+  EXPECT_THAT(nets_of_cells(record.h), ElementsAre(ElementsAre(1), ElementsAre(2), ElementsAre(1, 2)));
+}
+
+// The readers of the module would wait for ever for the line after the last one.
+TEST(LoadOwn, RefusesACommentWhereMoreIsDue) {
+  for (const char* const text : {"% only", "% only\n", "1 3 2 3\n3 1\n% no more", "1 3 2 3\n3 1\n% no more\n",
+                                 "1 3 1 2 1\n3 1\n% no weights\n", "%\n%\n%"})
+    for_each_source(text, [text](const std::string& file) {
+      SCOPED_TRACE(text);
+      EXPECT_EQ(load_from(file).finding,
+                error_of_file("ends-in-comment", file,
+                              "'" + file +
+                                  "' ends in a comment line, but its header, a net line or cell weights are "
+                                  "still due"));
+    });
+}
+
+TEST(LoadOwn, AcceptsACommentAfterTheData) {
+  for (const char* const text :
+       {"1 3 2 3\n3 1\n2\n% end\n", "1 3 2 3\n3 1\n2\n%", "1 3 2 3 1\n3 1\n2\n1 1 1\n%\n"})
+    for_each_source(text, [text](const std::string& file) {
+      SCOPED_TRACE(text);
+      const Outcome outcome = load_from(file);
+      EXPECT_EQ(outcome.finding.rule, kNoFinding) << outcome.finding.message;
+      EXPECT_EQ(outcome.fatal, "");
+      EXPECT_THAT(outcome.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
+    });
+}
+
+TEST(LoadOwn, RefusesALineTooLongWhereMoreIsDue) {
+  const std::string text = "%" + std::string(kLongestLine, 'c') + "%";
+  for_each_source(
+      text, [](const std::string& file) { EXPECT_EQ(load_from(file).finding.rule, "ends-in-comment"); });
+  // Its rest looks like a comment to the readers of the module.
+  for_each_source("1 3 1 2\n" + std::string(kLongestLine, ' ') + "%", [](const std::string& file) {
+    const Outcome outcome = load_from(file);
+    if (outcome.fatal.empty()) {
+      EXPECT_EQ(
+          outcome.finding,
+          error_of_file("ends-in-comment", file,
+                        "'" + file +
+                            "' ends in a line of more than 16777215 bytes, but its header, a net line or "
+                            "cell weights are still due"));
+    }
+  });
+}
+
+TEST(LoadOwn, ReportsWhatIsWrongWithTheBytesFirst) {
+  const TempFolder folder;
+  std::string text = "1 2000 1000 2000\n";
+  for (int j = 1; j <= 1000; ++j) text += std::to_string(2 * j - 1) + " " + std::to_string(2 * j) + "\n";
+  const std::string packed = gzipped(text);
+  const std::string cut = folder.write("cut.gz", packed.substr(0, packed.size() / 2));
+  EXPECT_EQ(load_from(cut).finding,
+            error_of_file("cannot-read", cut, "cannot read '" + cut + "': its compressed data is cut off"));
+  const std::string tail = folder.write("tail.gz", packed.substr(0, packed.size() - 4));  // after all data
+  EXPECT_EQ(load_from(tail).finding,
+            error_of_file("cannot-read", tail, "cannot read '" + tail + "': its compressed data is cut off"));
+  const std::string missing = folder.at("missing");
+  EXPECT_EQ(
+      load_from(missing).finding,
+      error_of_file("cannot-open", missing, "cannot open '" + missing + "': No such file or directory"));
+  const std::string none = folder.at("");
+  EXPECT_EQ(load_from(none).finding,
+            error_of_file("cannot-read", none, "cannot read '" + none + "': Is a directory"));
+}
+
+TEST(LoadOwn, LeavesTheOtherErrorsToTheModule) {
+  for_each_source("1 3 2 4\n3 1\n2\n", [](const std::string& file) {
+    EXPECT_EQ(load_from(file).fatal,
+              "read_hypergraph: Something wrong with the pins from input file 3 pin read, 4 pin assumed\n");
+  });
+}
+
+TEST(LoadOwn, WarnsOfTheSuffixOfAnotherFormat) {
+  const TempFolder folder;
+  static std::string warning;
+  warning.clear();
+  const TextHandler previous = set_warning_handler([](const char* text) { warning += text; });
+  const std::string file = folder.write("a.hgr", "1 2 1 2\n1 2\n");
+  EXPECT_THAT(load_from(file).pins, ElementsAre(ElementsAre(1, 2)));
+  EXPECT_EQ(warning,
+            "'" + file + "' looks like hmetis, but is read as quillon; use convert for other formats");
+  warning.clear();
+  load_from(folder.write("a.qhg", "1 2 1 2\n1 2\n"));
+  load_from(folder.write("a.txt", "1 2 1 2\n1 2\n"));
+  EXPECT_EQ(warning, "");
+  set_warning_handler(previous);
+}
+
+TEST(LoadOwn, LeavesNoBlockAndNoDescriptorWhenItFails) {
+  const TempFolder folder;
+  const std::vector<std::string> files = {folder.write("comment", "1 2 1 2\n%"),
+                                          folder.write("pins", "1 2 1 5\n1 2\n"),
+                                          folder.write("cell", "1 2 2 3\n1 2\n9\n"),
+                                          folder.write("weights", "1 2 1 2 7\n1 2\n"),
+                                          folder.write("packed", gzipped("1 2 1 5\n1 2\n")),
+                                          folder.write("empty", ""),
+                                          folder.at("missing")};
+  for (const std::string& file : files) load_from(file);  // warms up
+  const int descriptors = open_descriptors();
+  for (const std::string& file : files) {
+    SCOPED_TRACE(file);
+    const std::uint64_t bytes = held_bytes();
+    {
+      const Outcome outcome = load_from(file);
+      EXPECT_TRUE(!outcome.fatal.empty() || outcome.finding.rule != kNoFinding);
+    }
+    EXPECT_EQ(held_bytes(), bytes);
+    EXPECT_EQ(open_descriptors(), descriptors);
+  }
+}
+
+TEST(Load, GoesByTheSuffixUnlessTold) {
+  const TempFolder folder;
+  const auto pins = [](const std::string& file, const Format* format) {
+    Record record;
+    load(record, file, format);
+    EXPECT_EQ(nets_of_cells(record.h).size(), static_cast<std::size_t>(record.h._c));
+    return pins_of_nets(record.h);
+  };
+  const Lists expected{{2}, {}};
+  EXPECT_EQ(pins(folder.write("a.hgr", "2 2\n2\n\n"), nullptr), expected);
+  EXPECT_EQ(pins(folder.write("a.kub", "2\n2\n1 1 1\n1 0\n1\n1"), nullptr), expected);
+  EXPECT_EQ(pins(folder.write("a.txt", "1 2 2 1\n2\n\n"), nullptr), expected);
+  EXPECT_EQ(pins(folder.write("b.txt", "2 2\n2\n\n"), &format("hmetis")), expected);
+  EXPECT_EQ(pins(folder.write("b.qhg.gz", gzipped("1 2 2 1\n2\n\n")), nullptr), expected);
+}
+
+}  // namespace
+}  // namespace quillon::formats

@@ -1,0 +1,69 @@
+#pragma once
+// A folder of a test's own, removed when the test is over.
+
+#include <stdlib.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace quillon::formats {
+
+class TempFolder {
+ public:
+  TempFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "quillon-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a folder like " + name);
+    path_ = name;
+  }
+  ~TempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  /// The path of a name in the folder.
+  [[nodiscard]] std::string at(const std::string& name) const { return path_ / name; }
+
+  /// Writes a file; returns its path.
+  [[nodiscard]] std::string write(const std::string& name, const std::string& text) const {
+    std::ofstream(at(name), std::ios::binary) << text;
+    return at(name);
+  }
+
+  [[nodiscard]] std::string contents(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(at(name), std::ios::binary).rdbuf();
+    return text.str();
+  }
+
+  /// The names in the folder, sorted.
+  [[nodiscard]] std::vector<std::string> names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(path_))
+      found.push_back(entry.path().filename().string());
+    std::sort(found.begin(), found.end());
+    return found;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// A text as gzip data.
+inline std::string gzipped(const std::string& text) {
+  const TempFolder folder;
+  const gzFile file = gzopen(folder.at("data.gz").c_str(), "w");
+  if (file == nullptr) throw std::runtime_error("cannot compress");
+  gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
+  gzclose(file);
+  return folder.contents("data.gz");
+}
+
+}  // namespace quillon::formats
