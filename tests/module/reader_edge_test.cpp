@@ -15,16 +15,13 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorder.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
 namespace quillon {
 namespace {
 
 using namespace std::string_literals;
 using recorder::fatal_text;
-using slow::kUntouched;
-using slow::Stream;
-using slow::stream_of;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -17,25 +17,19 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorder.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
 namespace quillon {
 namespace {
 
 using Path = std::filesystem::path;
 
-struct Reader {
-  int (*read)(Hypergraph*, std::FILE*, int);
-  std::string name;
-};
+const ReaderPair kReaders[] = {kStandardReader, kOnePinReader};
 
-const Reader kReaders[] = {{read_hypergraphFromFile, "standard"},
-                           {read_hypergraph_with_onepin_netsFromFile, "one-pin"}};
-
-int read_named(const Reader& reader, Hypergraph* h, const Path& file, int check) {
-  const slow::Stream stream(std::fopen(file.c_str(), "rb"));
+int read_named(const ReaderPair& reader, Hypergraph* h, const Path& file, int check) {
+  const Stream stream(std::fopen(file.c_str(), "rb"));
   if (stream == nullptr) throw std::runtime_error("cannot open " + file.string());
-  return reader.read(h, stream.get(), check);
+  return reader.module(h, stream.get(), check);
 }
 
 std::vector<Path> files_in(const std::string& folder, const std::string& extension) {
@@ -92,14 +86,14 @@ std::string listing_of(const Hypergraph& h, int returned) {
   return out.str();
 }
 
-std::string listing_read_by(const Reader& reader, const Path& file, int check) {
+std::string listing_read_by(const ReaderPair& reader, const Path& file, int check) {
   recorder::reset();
   Hypergraph h{};
   const int returned = read_named(reader, &h, file, check);
   return listing_of(h, returned);
 }
 
-std::string message_of(const Reader& reader, const Path& file, int check) {
+std::string message_of(const ReaderPair& reader, const Path& file, int check) {
   recorder::reset();
   Hypergraph h{};
   return escaped(recorder::fatal_text([&] { read_named(reader, &h, file, check); })) + "\n";
@@ -116,7 +110,7 @@ TEST_F(Readers, MakeOfEveryGoodFileWhatItsListingSays) {
   ASSERT_FALSE(files.empty());
 
   for (const Path& file : files) {
-    for (const Reader& reader : kReaders) {
+    for (const ReaderPair& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(listing_read_by(reader, file, check), expected(file, ".record", reader.name, check));
@@ -130,7 +124,7 @@ TEST_F(Readers, RefuseEveryBrokenFileWithItsMessage) {
   ASSERT_FALSE(files.empty());
 
   for (const Path& file : files) {
-    for (const Reader& reader : kReaders) {
+    for (const ReaderPair& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(message_of(reader, file, check), expected(file, ".message", reader.name, check));
