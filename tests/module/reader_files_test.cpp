@@ -1,7 +1,6 @@
-// Files to be read, each beside a listing of what a reader has to make of it. A listing has sections:
-// "[both]",
-// "[standard]" or "[one-pin]" says which reader it is about, ", checked" behind it that it is about a run
-// with the check on. A line end inside a text is written "\n".
+// Each file in tests/files has a listing: the record or the message that a reader must give. The heading of a
+// section in a listing, "[both]", "[standard]" or "[one-pin]", names the readers that it holds for; with
+// ", checked" it holds only for runs with the check on. A line end inside a message is written as "\n".
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,7 +51,7 @@ bool applies(const std::string& heading, const std::string& reader, int check) {
   return heading.starts_with("[both") || heading.starts_with("[" + reader);
 }
 
-// The lines of the sections about a reader; "(no listing)" when there is none.
+// The lines of all sections that hold for a run; "(no listing)" if there is none.
 std::string expected(Path file, const std::string& extension, const std::string& reader, int check) {
   std::ifstream listing(file.replace_extension(extension));
   std::string lines;
