@@ -8,7 +8,8 @@
 /// quillon. Memory comes from `services`, everything else from the utility layer.
 ///
 /// The functions of the module that are obvious themselves have no twin: the lifecycle of records but for
-/// `malloc_hypergraph` and `free_hypergraph`, `SortPins`, `clear_weights`, `HygrInfo` and `PrintHypergraph`.
+/// `malloc_hypergraph` and `free_hypergraph`, `SortPins`, `clear_weights`, `CopySetAsideNets`, `HygrInfo` and
+/// `PrintHypergraph`.
 
 #include <cstdint>
 #include <cstdio>

@@ -16,6 +16,7 @@ namespace {
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 using PruningCopy = Recorded;
 
