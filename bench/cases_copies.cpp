@@ -3,8 +3,9 @@
 
 #include "bench/cases.h"
 #include "bench/differences.h"
-#include "bench/obvious.h"
 #include "bench/rounds.h"
+#include "oracle/oracle.h"
+#include "oracle/services.h"
 #include "util/util.h"
 
 namespace quillon::bench {
@@ -19,8 +20,8 @@ void run_copy(benchmark::State& state, Input& input) {
   Hypergraph a = {};
   Hypergraph b = {};
   Comparison comparison;
-  comparison.baseline.run = [&] { obvious::CopyHypergraph(&a, &h); };
-  comparison.baseline.release = [&] { obvious::release(&a); };
+  comparison.baseline.run = [&] { oracle::CopyHypergraph(&a, &h); };
+  comparison.baseline.release = [&] { oracle::free_hypergraph(&a); };
   comparison.measured.run = [&] { CopyHypergraph(&b, &h); };
   comparison.measured.release = [&] { free_hypergraph(&b); };
   comparison.difference = [&] {
@@ -36,7 +37,7 @@ void run_copy(benchmark::State& state, Input& input) {
   measure(state, comparison, {h._p});
 }
 
-// A pruning copy with all that its caller gives it.
+// A pruning copy with the arrays of its caller.
 struct PrunedCopy {
   Hypergraph* nh = nullptr;
   int* netorder = nullptr;
@@ -46,30 +47,34 @@ struct PrunedCopy {
   int nmulti = 0;
 };
 
-void take_from_malloc(PrunedCopy& copy, Hypergraph& record, const Hypergraph& h) {
+void allocate_plainly(PrunedCopy& copy, Hypergraph& record, const Hypergraph& h) {
   record = {};
   record._c = h._c;
   record._n = h._n;
   record._p = h._p;
-  obvious::take_arrays(&record);
-  record._clabel = obvious::take_ints(std::int64_t{h._c} + 1);
-  record._nlabel = obvious::take_ints(std::int64_t{h._n} + 1);
+  oracle::malloc_hypergraph(&record);
+  record._clabel = oracle::services.imalloc(std::int64_t{h._c} + 1, "bench: clabel");
+  record._nlabel = oracle::services.imalloc(std::int64_t{h._n} + 1, "bench: nlabel");
   copy.nh = &record;
-  copy.netorder = obvious::take_ints(std::int64_t{h._n} + 1);
-  copy.cellperm = obvious::take_ints(std::int64_t{h._c} + 1);
-  copy.celldeg = obvious::take_ints(std::int64_t{h._c} + 1);
-  copy.cellend = static_cast<int**>(obvious::take(std::int64_t{h._c} + 1, sizeof(int*)));
+  copy.netorder = oracle::services.imalloc(std::int64_t{h._n} + 1, "bench: netorder");
+  copy.cellperm = oracle::services.imalloc(std::int64_t{h._c} + 1, "bench: cellperm");
+  copy.celldeg = oracle::services.imalloc(std::int64_t{h._c} + 1, "bench: celldeg");
+  copy.cellend = static_cast<int**>(
+      oracle::services.umalloc((static_cast<std::uint64_t>(h._c) + 1) * sizeof(int*), "bench: cellend"));
 }
 
-void give_back_to_malloc(const PrunedCopy& copy) {
-  obvious::release(copy.nh);
-  std::free(copy.netorder);
-  std::free(copy.cellperm);
-  std::free(copy.celldeg);
-  std::free(static_cast<void*>(copy.cellend));
+void free_plainly(const PrunedCopy& copy) {
+  oracle::services.free(copy.nh->_internets);
+  oracle::services.free(copy.nh->_clabel);
+  oracle::services.free(copy.nh->_nlabel);
+  oracle::free_hypergraph(copy.nh);
+  oracle::services.free(copy.netorder);
+  oracle::services.free(copy.cellperm);
+  oracle::services.free(copy.celldeg);
+  oracle::services.free(static_cast<void*>(copy.cellend));
 }
 
-void take_from_pools(PrunedCopy& copy, const Hypergraph& h) {
+void allocate_in_pools(PrunedCopy& copy, const Hypergraph& h) {
   copy.nh = create_hypergraph(0);
   copy.nh->_c = h._c;
   copy.nh->_n = h._n;
@@ -82,7 +87,7 @@ void take_from_pools(PrunedCopy& copy, const Hypergraph& h) {
   copy.cellend = static_cast<int**>(umalloc(entries * sizeof(int*), "bench: cellend"));
 }
 
-void give_back_to_pools(const PrunedCopy& copy) {
+void release_pools(const PrunedCopy& copy) {
   _usfree(static_cast<void*>(copy.cellend));
   _usfree(copy.celldeg);
   _usfree(copy.cellperm);
@@ -122,22 +127,22 @@ void run_pruning(benchmark::State& state, Input& input) {
   PrunedCopy b;
   Comparison comparison;
   comparison.baseline.run = [&] {
-    take_from_malloc(a, record, h);
-    obvious::CopyConsHypergraph(&h, a.nh, a.netorder, a.celldeg, a.cellend, kMaxSize, &a.nmulti,
-                                kAccountForPruned);
+    allocate_plainly(a, record, h);
+    oracle::CopyConsHypergraph(&h, a.nh, a.netorder, a.celldeg, a.cellend, kMaxSize, &a.nmulti,
+                               kAccountForPruned);
   };
-  comparison.baseline.release = [&] { give_back_to_malloc(a); };
+  comparison.baseline.release = [&] { free_plainly(a); };
   comparison.measured.run = [&] {
-    take_from_pools(b, h);
+    allocate_in_pools(b, h);
     CopyConsHypergraph(&h, b.nh, b.netorder, b.celldeg, b.cellend, kMaxSize, &b.nmulti, kAccountForPruned);
   };
-  comparison.measured.release = [&] { give_back_to_pools(b); };
+  comparison.measured.release = [&] { release_pools(b); };
   comparison.difference = [&] { return difference_of_copies(a, b, h); };
   measure(state, comparison, {h._p});
 }
 
-// A run changes the order of the pins of its source, so each side has a source of its own. Both see the same
-// orders, as both start from the same one and draw the same numbers in each round.
+// A run changes the order of the pins of its source, so each side has its own source. Both start from the
+// same order and draw the same numbers in each round.
 void run_shuffled_pruning(benchmark::State& state, Input& input) {
   const Hypergraph& h = input.record();
   Hypergraph source_a = {};
@@ -150,17 +155,17 @@ void run_shuffled_pruning(benchmark::State& state, Input& input) {
   Comparison comparison;
   comparison.baseline.prepare = comparison.measured.prepare = [] { uSeed(kSeed); };
   comparison.baseline.run = [&] {
-    take_from_malloc(a, record, h);
-    obvious::CopyPermConsHypergraph(&source_a, a.nh, a.netorder, a.cellperm, a.celldeg, a.cellend, kMaxSize,
-                                    &a.nmulti, kAccountForPruned);
+    allocate_plainly(a, record, h);
+    oracle::CopyPermConsHypergraph(&source_a, a.nh, a.netorder, a.cellperm, a.celldeg, a.cellend, kMaxSize,
+                                   &a.nmulti, kAccountForPruned);
   };
-  comparison.baseline.release = [&] { give_back_to_malloc(a); };
+  comparison.baseline.release = [&] { free_plainly(a); };
   comparison.measured.run = [&] {
-    take_from_pools(b, h);
+    allocate_in_pools(b, h);
     CopyPermConsHypergraph(&source_b, b.nh, b.netorder, b.cellperm, b.celldeg, b.cellend, kMaxSize, &b.nmulti,
                            kAccountForPruned);
   };
-  comparison.measured.release = [&] { give_back_to_pools(b); };
+  comparison.measured.release = [&] { release_pools(b); };
   comparison.difference = [&] {
     Differences differences;
     differences.ints("cellperm", a.cellperm + 1, b.cellperm + 1, h._c);
@@ -194,10 +199,10 @@ void run_permutation(benchmark::State& state, Input& input) {
     a._c = h._c;
     a._n = h._n;
     a._p = h._p;
-    obvious::take_arrays(&a);
-    obvious::PermuteHypergraph(&h, &a, netperm.data(), work_a.data());
+    oracle::malloc_hypergraph(&a);
+    oracle::PermuteHypergraph(&h, &a, netperm.data(), work_a.data());
   };
-  comparison.baseline.release = [&] { obvious::release(&a); };
+  comparison.baseline.release = [&] { oracle::free_hypergraph(&a); };
   comparison.measured.prepare = [&] { work_b = cellperm; };
   comparison.measured.run = [&] {
     b._c = h._c;

@@ -3,15 +3,16 @@
 
 #include "bench/cases.h"
 #include "bench/differences.h"
-#include "bench/obvious.h"
 #include "bench/rounds.h"
+#include "oracle/oracle.h"
+#include "oracle/services.h"
 #include "util/util.h"
 
 namespace quillon::bench {
 namespace {
 
-// A record that shares one side with another and has the other side to be built anew. The array of the lists
-// and the work array are fresh in each run, as they are behind a reader.
+// A record that shares one side with another; the other side is built in each run, with a new array of lists
+// and a new work array, as after a reader.
 struct HalfRecord {
   Hypergraph h;
   int* work = nullptr;
@@ -31,11 +32,12 @@ void give_own_nets(HalfRecord& half, const Hypergraph& h) {
   std::copy_n(h._nlst, count, half.h._nlst);
 }
 
-// The side that is built: the array of its lists, and what builds it with a work array of `nwork` ints.
+// The side to build: the array of its lists and the functions that build it with a work array of `nwork`
+// ints.
 struct Construction {
   int* Hypergraph::*list;
   std::int64_t nwork;
-  int (*obvious)(Hypergraph* h, int* work);
+  int (*oracle)(Hypergraph* h, int* work);
   int (*module)(Hypergraph* h, int* work);
 };
 
@@ -45,13 +47,13 @@ void compare_constructions(benchmark::State& state, const Construction& construc
   const std::int64_t nentries = std::int64_t{a.h._p} + 2;
   Comparison comparison;
   comparison.baseline.run = [&] {
-    a.h.*list = obvious::take_ints(nentries);
-    a.work = obvious::take_ints(construction.nwork);
-    construction.obvious(&a.h, a.work);
+    a.h.*list = oracle::services.imalloc(nentries, "bench: list");
+    a.work = oracle::services.imalloc(construction.nwork, "bench: work");
+    construction.oracle(&a.h, a.work);
   };
   comparison.baseline.release = [&] {
-    std::free(a.work);
-    std::free(a.h.*list);
+    oracle::services.free(a.work);
+    oracle::services.free(a.h.*list);
   };
   comparison.measured.run = [&] {
     b.h.*list = imalloc(nentries, "bench: list");
@@ -77,7 +79,7 @@ void run_net_list(benchmark::State& state, Input& input) {
   HalfRecord b;
   give_own_cells(a, h);
   give_own_cells(b, h);
-  const Construction construction{&Hypergraph::_net_list, std::int64_t{h._c} + 1, obvious::construct_net_list,
+  const Construction construction{&Hypergraph::_net_list, std::int64_t{h._c} + 1, oracle::construct_net_list,
                                   construct_net_list};
   compare_constructions(state, construction, a, b, [&](Differences& differences) {
     differences.counts(a.h, b.h);
@@ -94,7 +96,7 @@ void run_cell_list(benchmark::State& state, Input& input) {
   give_own_nets(a, h);
   give_own_nets(b, h);
   const Construction construction{&Hypergraph::_cell_list, std::int64_t{h._n} + 1,
-                                  obvious::construct_cell_list, construct_cell_list};
+                                  oracle::construct_cell_list, construct_cell_list};
   compare_constructions(state, construction, a, b, [&](Differences& differences) {
     differences.nets(a.h, b.h, h._n, h._p);
     differences.net_sentinel(a.h, b.h, h._n);
@@ -103,7 +105,7 @@ void run_cell_list(benchmark::State& state, Input& input) {
   _usfree(a.h._nlst);
 }
 
-// It changes the record, but for the second time no more than for the first.
+// Changes the record, but every run gives the same result.
 void run_infos(benchmark::State& state, Input& input) {
   const Hypergraph& h = input.record();
   HalfRecord a;
@@ -111,7 +113,7 @@ void run_infos(benchmark::State& state, Input& input) {
   give_own_cells(a, h);
   give_own_cells(b, h);
   Comparison comparison;
-  comparison.baseline.run = [&] { obvious::set_hypergraph_infos(&a.h); };
+  comparison.baseline.run = [&] { oracle::set_hypergraph_infos(&a.h); };
   comparison.measured.run = [&] { set_hypergraph_infos(&b.h); };
   comparison.difference = [&] {
     Differences differences;
@@ -132,10 +134,10 @@ void run_fill_arrays(benchmark::State& state, Input& input) {
   int* xnadj_b = nullptr;
   int* nadj_b = nullptr;
   Comparison comparison;
-  comparison.baseline.run = [&] { obvious::hypergraph_Fill2Arr(&h, &xnadj_a, &nadj_a); };
+  comparison.baseline.run = [&] { oracle::hypergraph_Fill2Arr(&h, &xnadj_a, &nadj_a); };
   comparison.baseline.release = [&] {
-    std::free(xnadj_a);
-    std::free(nadj_a);
+    oracle::services.free(xnadj_a);
+    oracle::services.free(nadj_a);
   };
   comparison.measured.run = [&] { hypergraph_Fill2Arr(&h, &xnadj_b, &nadj_b); };
   comparison.measured.release = [&] {
@@ -159,8 +161,8 @@ void run_load_arrays(benchmark::State& state, Input& input) {
   Hypergraph a = {};
   Hypergraph b = {};
   Comparison comparison;
-  comparison.baseline.run = [&] { obvious::hypergraph_LoadFromArr(&a, h._n, h._c, xnadj, nadj, nullptr); };
-  comparison.baseline.release = [&] { obvious::release(&a); };
+  comparison.baseline.run = [&] { oracle::hypergraph_LoadFromArr(&a, h._n, h._c, xnadj, nadj, nullptr); };
+  comparison.baseline.release = [&] { oracle::free_hypergraph(&a); };
   comparison.measured.run = [&] { hypergraph_LoadFromArr(&b, h._n, h._c, xnadj, nadj, nullptr); };
   comparison.measured.release = [&] { free_hypergraph(&b); };
   comparison.difference = [&] {

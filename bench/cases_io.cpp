@@ -3,8 +3,9 @@
 
 #include "bench/cases.h"
 #include "bench/differences.h"
-#include "bench/obvious.h"
 #include "bench/rounds.h"
+#include "oracle/oracle.h"
+#include "oracle/services.h"
 #include "util/util.h"
 
 namespace quillon::bench {
@@ -24,15 +25,15 @@ std::string difference_of_read(const Hypergraph& a, const Hypergraph& b) {
   return differences.first();
 }
 
-void run_reader(benchmark::State& state, Input& input, Reader obvious_reader, Reader reader, int check) {
+void run_reader(benchmark::State& state, Input& input, Reader oracle_reader, Reader reader, int check) {
   const char* const path = input.path();
   Hypergraph a = {};
   Hypergraph b = {};
   int result_a = 0;
   int result_b = 0;
   Comparison comparison;
-  comparison.baseline.run = [&] { result_a = obvious_reader(&a, path, check); };
-  comparison.baseline.release = [&] { obvious::release(&a); };
+  comparison.baseline.run = [&] { result_a = oracle_reader(&a, path, check); };
+  comparison.baseline.release = [&] { oracle::free_hypergraph(&a); };
   comparison.measured.run = [&] { result_b = reader(&b, path, check); };
   comparison.measured.release = [&] { free_hypergraph(&b); };
   comparison.difference = [&] {
@@ -55,11 +56,11 @@ void run_net_array_reader(benchmark::State& state, Input& input) {
   NetArrays b;
   Comparison comparison;
   comparison.baseline.run = [&] {
-    obvious::read_hypergraph_netar(path, &a.ncells, &a.nnets, &a.xnadj, &a.nadj);
+    oracle::read_hypergraph_netar(path, &a.ncells, &a.nnets, &a.xnadj, &a.nadj);
   };
   comparison.baseline.release = [&] {
-    std::free(a.xnadj);
-    std::free(a.nadj);
+    oracle::services.free(a.xnadj);
+    oracle::services.free(a.nadj);
   };
   comparison.measured.run = [&] { read_hypergraph_netar(path, &b.ncells, &b.nnets, &b.xnadj, &b.nadj); };
   comparison.measured.release = [&] {
@@ -87,11 +88,11 @@ void run_part_reader(benchmark::State& state, Input& input, const Options& optio
   write_part_info(&input.record(), path.c_str());
   Hypergraph a = {};
   Hypergraph b = {};
-  obvious::CopyHypergraph(&a, &input.record());
-  obvious::CopyHypergraph(&b, &input.record());
+  oracle::CopyHypergraph(&a, &input.record());
+  oracle::CopyHypergraph(&b, &input.record());
   Comparison comparison;
   comparison.baseline.prepare = [&] { forget_parts(a); };
-  comparison.baseline.run = [&] { obvious::read_part_info(&a, path.c_str()); };
+  comparison.baseline.run = [&] { oracle::read_part_info(&a, path.c_str()); };
   comparison.measured.prepare = [&] { forget_parts(b); };
   comparison.measured.run = [&] { read_part_info(&b, path.c_str()); };
   comparison.difference = [&] {
@@ -101,19 +102,19 @@ void run_part_reader(benchmark::State& state, Input& input, const Options& optio
     return differences.first();
   };
   measure(state, comparison, {a._c, static_cast<std::int64_t>(std::filesystem::file_size(path))});
-  obvious::release(&a);
-  obvious::release(&b);
+  oracle::free_hypergraph(&a);
+  oracle::free_hypergraph(&b);
   std::filesystem::remove(path);
 }
 
-// Each run writes a new file: to replace one would have the system drop the old contents on the clock.
-void run_writer(benchmark::State& state, const Options& options, const WriteTo& obvious_write,
+// Each run writes a new file: replacing one would put the removal of its old contents on the clock.
+void run_writer(benchmark::State& state, const Options& options, const WriteTo& oracle_write,
                 const WriteTo& write, int nitems) {
   const std::string path_a = options.folder + "/written.baseline";
   const std::string path_b = options.folder + "/written.module";
   std::int64_t bytes = 0;
   Comparison comparison;
-  comparison.baseline.run = [&] { obvious_write(path_a.c_str()); };
+  comparison.baseline.run = [&] { oracle_write(path_a.c_str()); };
   comparison.baseline.release = [&] { std::filesystem::remove(path_a); };
   comparison.measured.run = [&] { write(path_b.c_str()); };
   comparison.measured.release = [&] { std::filesystem::remove(path_b); };
@@ -132,39 +133,39 @@ void run_part_vector_writer(benchmark::State& state, Input& input, const Options
   std::vector<int> parts(static_cast<std::size_t>(h._c) + 1);
   for (int i = 1; i <= h._c; ++i) parts[i] = h._clst[i].pno;
   run_writer(
-      state, options, [&](const char* filename) { obvious::write_partvec(h._c, parts.data(), filename); },
+      state, options, [&](const char* filename) { oracle::write_partvec(h._c, parts.data(), filename); },
       [&](const char* filename) { write_partvec(h._c, parts.data(), filename); }, h._c);
 }
 
-void obvious_write_text(const Hypergraph* h, const char* filename) {
-  obvious::write_hypergraph(h, filename, 1, h->_fmt);
+void oracle_write_text(const Hypergraph* h, const char* filename) {
+  oracle::write_hypergraph(h, filename, 1, h->_fmt);
 }
 void write_text_format(const Hypergraph* h, const char* filename) {
   write_hypergraph(h, filename, 1, h->_fmt);
 }
-void obvious_write_hmetis(const Hypergraph* h, const char* filename) {
-  obvious::write_hmetis_hypergraph(h, filename);
+void oracle_write_hmetis(const Hypergraph* h, const char* filename) {
+  oracle::write_hmetis_hypergraph(h, filename);
 }
 void write_hmetis(const Hypergraph* h, const char* filename) { write_hmetis_hypergraph(h, filename); }
-void obvious_write_kub(const Hypergraph* h, const char* filename) {
-  obvious::write_kub_hypergraph(h, filename);
+void oracle_write_kub(const Hypergraph* h, const char* filename) {
+  oracle::write_kub_hypergraph(h, filename);
 }
 void write_kub(const Hypergraph* h, const char* filename) { write_kub_hypergraph(h, filename); }
 
-void add_reader(const char* name, Input& input, const Options& options, Reader obvious_reader, Reader reader,
+void add_reader(const char* name, Input& input, const Options& options, Reader oracle_reader, Reader reader,
                 int check) {
   add_benchmark(
       std::string(name) + "/" + input.name(), options.nrounds,
-      [=, &input](benchmark::State& state) { run_reader(state, input, obvious_reader, reader, check); });
+      [=, &input](benchmark::State& state) { run_reader(state, input, oracle_reader, reader, check); });
 }
 
-void add_writer(const char* name, Input& input, const Options& options, Writer obvious_writer, Writer writer,
+void add_writer(const char* name, Input& input, const Options& options, Writer oracle_writer, Writer writer,
                 bool cells_only = false) {
   add_benchmark(std::string(name) + "/" + input.name(), options.nrounds,
                 [=, &input, &options](benchmark::State& state) {
                   const Hypergraph& h = input.record();
                   run_writer(
-                      state, options, [&](const char* filename) { obvious_writer(&h, filename); },
+                      state, options, [&](const char* filename) { oracle_writer(&h, filename); },
                       [&](const char* filename) { writer(&h, filename); }, cells_only ? h._c : h._p);
                 });
 }
@@ -172,12 +173,12 @@ void add_writer(const char* name, Input& input, const Options& options, Writer o
 }  // namespace
 
 void add_reading(Input& input, const Options& options) {
-  add_reader("read_hypergraph", input, options, obvious::read_hypergraph, read_hypergraph, 0);
-  add_reader("read_hypergraph_with_onepin_nets", input, options, obvious::read_hypergraph_with_onepin_nets,
+  add_reader("read_hypergraph", input, options, oracle::read_hypergraph, read_hypergraph, 0);
+  add_reader("read_hypergraph_with_onepin_nets", input, options, oracle::read_hypergraph_with_onepin_nets,
              read_hypergraph_with_onepin_nets, 0);
-  // Not of the other reader: where it removes nets, it warns about cells that only seem to be named twice.
+  // Only this reader: the other one also warns about cells of removed nets.
   add_reader("read_hypergraph_with_onepin_nets:check", input, options,
-             obvious::read_hypergraph_with_onepin_nets, read_hypergraph_with_onepin_nets, 1);
+             oracle::read_hypergraph_with_onepin_nets, read_hypergraph_with_onepin_nets, 1);
   add_benchmark("read_hypergraph_netar/" + input.name(), options.nrounds,
                 [&input](benchmark::State& state) { run_net_array_reader(state, input); });
   add_benchmark("read_part_info/" + input.name(), options.nrounds,
@@ -185,10 +186,10 @@ void add_reading(Input& input, const Options& options) {
 }
 
 void add_writing(Input& input, const Options& options) {
-  add_writer("write_hypergraph", input, options, obvious_write_text, write_text_format);
-  add_writer("write_hmetis_hypergraph", input, options, obvious_write_hmetis, write_hmetis);
-  add_writer("write_kub_hypergraph", input, options, obvious_write_kub, write_kub);
-  add_writer("write_part_info", input, options, obvious::write_part_info, write_part_info, true);
+  add_writer("write_hypergraph", input, options, oracle_write_text, write_text_format);
+  add_writer("write_hmetis_hypergraph", input, options, oracle_write_hmetis, write_hmetis);
+  add_writer("write_kub_hypergraph", input, options, oracle_write_kub, write_kub);
+  add_writer("write_part_info", input, options, oracle::write_part_info, write_part_info, true);
   add_benchmark(
       "write_partvec/" + input.name(), options.nrounds,
       [&input, &options](benchmark::State& state) { run_part_vector_writer(state, input, options); });

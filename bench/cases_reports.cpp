@@ -4,17 +4,17 @@
 
 #include "bench/cases.h"
 #include "bench/differences.h"
-#include "bench/obvious.h"
 #include "bench/rounds.h"
 #include "bench/system.h"
+#include "oracle/oracle.h"
 
 namespace quillon::bench {
 namespace {
 
 using Report = void (*)(const Hypergraph* h);
 
-// What is printed goes to a file a side, opened before the clock starts and written before it stops.
-void run_report(benchmark::State& state, Input& input, const Options& options, Report obvious_report,
+// Output goes to one file a side, opened before the clock starts and flushed before it stops.
+void run_report(benchmark::State& state, Input& input, const Options& options, Report oracle_report,
                 Report report_function) {
   const Hypergraph& h = input.record();
   const std::string path_a = options.folder + "/printed.baseline";
@@ -29,7 +29,7 @@ void run_report(benchmark::State& state, Input& input, const Options& options, R
                 [&output] { output.reset(); }};
   };
   Comparison comparison;
-  comparison.baseline = side(path_a, obvious_report);
+  comparison.baseline = side(path_a, oracle_report);
   comparison.measured = side(path_b, report_function);
   comparison.difference = [&] {
     Differences differences;
@@ -41,32 +41,32 @@ void run_report(benchmark::State& state, Input& input, const Options& options, R
   std::filesystem::remove(path_b);
 }
 
-void obvious_check_symmetry(const Hypergraph* h) {
-  std::printf("%d", obvious::CheckSymmetryinHypergraph(h, 1));
+void oracle_check_symmetry(const Hypergraph* h) {
+  std::printf("%d", oracle::CheckSymmetryinHypergraph(h, 1));
 }
 
 void check_symmetry(const Hypergraph* h) { std::printf("%d", CheckSymmetryinHypergraph(h, 1)); }
 
-void add_report(const char* name, Input& input, const Options& options, Report obvious_report,
+void add_report(const char* name, Input& input, const Options& options, Report oracle_report,
                 Report report_function) {
   add_benchmark(std::string(name) + "/" + input.name(), options.nrounds,
                 [=, &input, &options](benchmark::State& state) {
-                  run_report(state, input, options, obvious_report, report_function);
+                  run_report(state, input, options, oracle_report, report_function);
                 });
 }
 
 }  // namespace
 
 void add_reports(Input& input, const Options& options) {
-  add_report("prinfo_hypergraph", input, options, obvious::prinfo_hypergraph, prinfo_hypergraph);
-  add_report("pr_detailinfo_hypergraph", input, options, obvious::pr_detailinfo_hypergraph,
+  add_report("prinfo_hypergraph", input, options, oracle::prinfo_hypergraph, prinfo_hypergraph);
+  add_report("pr_detailinfo_hypergraph", input, options, oracle::pr_detailinfo_hypergraph,
              pr_detailinfo_hypergraph);
   // The checks end the program when a record does not pass.
   if (!input.has_duplicate_pins())
-    add_report("CheckListsofHypergraph", input, options, obvious::CheckListsofHypergraph,
+    add_report("CheckListsofHypergraph", input, options, oracle::CheckListsofHypergraph,
                CheckListsofHypergraph);
   if (input.symmetric())
-    add_report("CheckSymmetryinHypergraph", input, options, obvious_check_symmetry, check_symmetry);
+    add_report("CheckSymmetryinHypergraph", input, options, oracle_check_symmetry, check_symmetry);
 }
 
 }  // namespace quillon::bench

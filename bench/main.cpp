@@ -8,6 +8,7 @@
 
 #include "bench/cases.h"
 #include "bench/rounds.h"
+#include "oracle/services.h"
 #include "util/util.h"
 
 namespace quillon::bench {
@@ -15,16 +16,16 @@ namespace {
 
 constexpr const char* kUsage =
     R"(Usage: quillon_bench [OPTION]... [FILE]...
-Compares the functions of the module with their obvious forms, on generated hypergraphs and the given files.
+Compares the functions of the module with their obvious twins, on generated hypergraphs and the given files.
 
   --cells N    cells of the generated hypergraphs (2000000)
   --rounds N   times each benchmark alternates between the two sides (5)
   --growth N   also measures local hypergraphs of 1, 2, 4, .. up to N million pins
   --tool PATH  also measures "stats" of the command-line tool at PATH
 
-Options of the benchmark library, such as --benchmark_filter=REGEX, are in force as well.)";
+Options of the benchmark library, such as --benchmark_filter=REGEX, work as well.)";
 
-// A folder of the program's own, which goes when the program does, also by way of errexit.
+// A temporary folder, removed when the program ends, also by errexit.
 class Folder {
  public:
   Folder() {
@@ -127,6 +128,7 @@ int run(int argc, char** argv) {
   static const Folder folder;
   options.folder = folder.path();
 
+  oracle::services = oracle::kPlain;
   const Inputs inputs = make_inputs(options);
   for (const auto& input : inputs) {
     add_reading(*input, options);

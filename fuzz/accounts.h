@@ -1,5 +1,5 @@
 #pragma once
-// Runs of the module over the recording utility layer, and what may come of them.
+// Runs of the module over the recording utility layer, and checks of what they leave.
 
 #include <functional>
 #include <string>
@@ -12,24 +12,24 @@ struct Ending {
   std::string fatal;  // text of the error that ended it
 };
 
-/// Runs `body`. A block or stream given back that is not held, is a find.
+/// Runs `body`. Freeing a block or closing a stream that is not held is a find.
 Ending run(const std::function<void()>& body);
 
-/// Whether a run found no memory for what the input announces.
+/// Whether a run ended because memory was short.
 bool lacked_memory(const Ending& ending);
 
-/// Runs what has no reason to fail but that. Anything else is a find.
+/// Runs `body`, which may fail only because memory is short. Any other error is a find.
 ///
-/// @return  Whether it came to its end.
+/// @return  Whether it returned.
 bool run_soundly(const std::function<void()>& body);
 
-/// Ends the program if the error that ended a run is none that a text can cause in one of the readers.
+/// Ends the program unless a text can cause this error in one of the readers.
 void expect_reader_error(const std::string& fatal);
 
-/// Ends the program if blocks have not been given back.
+/// Ends the program if blocks have not been freed.
 void expect_nothing_held();
 
-/// Ends the program if files have been opened and not closed.
+/// Ends the program if files are open.
 void expect_files_closed();
 
 }  // namespace quillon::fuzz

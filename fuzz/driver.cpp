@@ -25,14 +25,15 @@ std::string expanded(const std::uint8_t* data, std::size_t size) {
   return text;
 }
 
-bool announces_much(const std::string& text) {
-  constexpr int kMuch = 20000;
+bool announces_much(const std::string& text) { return announces_more_than(text, 20000); }
+
+bool announces_more_than(const std::string& text, int most) {
   std::size_t line = 0;
   while (line < text.size() && text[line] == '%') line = std::min(text.find('\n', line), text.size() - 1) + 1;
   int counts[4] = {};
   // NOLINTNEXTLINE(cert-err34-c): whatever it makes of a number is the rule here
   std::sscanf(text.c_str() + line, "%d %d %d %d", counts, counts + 1, counts + 2, counts + 3);
-  return *std::max_element(counts, counts + 4) > kMuch;
+  return *std::max_element(counts, counts + 4) > most;
 }
 
 ssize_t Source::read(void* cookie, char* bytes, std::size_t size) {
@@ -53,14 +54,14 @@ int Source::seek(void* cookie, off64_t* offset, int whence) {
   return 0;
 }
 
-slow::Stream Source::open_file() {
+Stream Source::open_file() {
   at_ = 0;
-  return slow::Stream(fopencookie(this, "r", {read, nullptr, seek, nullptr}));
+  return Stream(fopencookie(this, "r", {read, nullptr, seek, nullptr}));
 }
 
-slow::Stream Source::open_pipe() {
+Stream Source::open_pipe() {
   at_ = 0;
-  return slow::Stream(fopencookie(this, "r", {read, nullptr, nullptr, nullptr}));
+  return Stream(fopencookie(this, "r", {read, nullptr, nullptr, nullptr}));
 }
 
 MemoryFile::MemoryFile() : descriptor_(memfd_create("quillon-fuzz", MFD_CLOEXEC)) {

@@ -1,14 +1,14 @@
 #pragma once
-// What all fuzz targets share: texts out of inputs, streams and files in memory, and what counts as a find.
+// What all fuzz targets share: texts from inputs, streams and files in memory, and reporting a find.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
-/// What the fuzzer calls with each input. Every target defines it.
+/// Called by the fuzzer with each input. Every target defines it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace quillon::fuzz {
@@ -21,16 +21,16 @@ inline void expect(bool holds, const char* what) {
   if (!holds) found(what);
 }
 
-/// The text that an input stands for: its bytes, but that 1 and a byte b make 512 (b + 1) blanks. So short
-/// inputs reach the ends of the blocks in which files are read, with the numbers that they announce still
-/// right.
+/// The text that an input stands for: its bytes, except that byte 1 and a byte b stand for 512 (b + 1)
+/// blanks. So short inputs cross the ends of the blocks in which files are read.
 std::string expanded(const std::uint8_t* data, std::size_t size);
 
-/// Whether the header of a text announces more than 20000 of something. What is compared with something slow,
-/// or is slow itself, is not given such texts: they teach no more.
+/// Whether the header of a text announces more than 20000 of something: too slow for a comparison with a
+/// twin.
 bool announces_much(const std::string& text);
+bool announces_more_than(const std::string& text, int most);
 
-/// A text to be read, as a file that can be set back or as a pipe that cannot. It has to outlive its streams.
+/// A text as a seekable file or as a pipe. It has to outlive its streams.
 class Source {
  public:
   explicit Source(const std::string& text) : text_(text) {}
@@ -38,8 +38,8 @@ class Source {
   Source& operator=(const Source&) = delete;
 
   /// Opens a stream at the start. One at a time.
-  slow::Stream open_file();
-  slow::Stream open_pipe();
+  Stream open_file();
+  Stream open_pipe();
 
  private:
   static ssize_t read(void* cookie, char* bytes, std::size_t size);
@@ -49,7 +49,7 @@ class Source {
   std::size_t at_ = 0;
 };
 
-/// A file with a name that lies in memory.
+/// A named file in memory.
 class MemoryFile {
  public:
   MemoryFile();

@@ -1,6 +1,6 @@
-// The fuzzers leave out the texts whose last line is a comment, since the readers may wait for ever behind
-// it. Here it is seen that this is the only reason to: the slow reader, which can tell, has every text. A
-// header of more than 16 MiB, of which the rest may be a comment too, is longer than any text that they make.
+// The fuzzers skip the texts whose last line is a comment, after which the readers may wait forever. This
+// tests with the twins, which can tell, that no other text needs skipping. Only a header line longer than 16
+// MiB, whose rest may be a comment, is an exception; the fuzzers generate no text of that length.
 
 #include <gtest/gtest.h>
 
@@ -11,17 +11,15 @@
 #include <string>
 
 #include "fuzz/driver.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
 namespace quillon {
 namespace {
 
-using slow::Kind;
-
-bool is_endless(const std::string& text, Kind kind) {
+bool is_endless(const std::string& text, const ReaderPair& readers) {
   fuzz::Source source(text);
-  const slow::Stream stream = source.open_file();
-  return slow::read(kind, stream.get(), 0).endless;
+  const Stream stream = source.open_file();
+  return outcome_of(readers.oracle, stream.get(), 0).endless;
 }
 
 std::map<std::string, std::string> texts_of(const std::filesystem::path& folder) {
@@ -34,7 +32,7 @@ std::map<std::string, std::string> texts_of(const std::filesystem::path& folder)
   return texts;
 }
 
-// Every length at which something new can begin: those of short texts, and around each line end.
+// Every length of a short text; of a longer one, those around each line end.
 bool is_of_interest(const std::string& text, std::size_t length) {
   return text.size() < 600 || length == text.size() || text[length] == '\n' ||
          (length > 0 && text[length - 1] == '\n');
@@ -46,11 +44,11 @@ struct Count {
 };
 
 void expect_endless_only_in_comment(const std::string& text, Count& count) {
-  for (const Kind kind : {Kind::kStandard, Kind::kOnePin}) {
-    const bool endless = is_endless(text, kind);
+  for (const ReaderPair& readers : {kStandardReader, kOnePinReader}) {
+    const bool endless = is_endless(text, readers);
     ++count.ntexts;
     count.nendless += endless ? 1 : 0;
-    ASSERT_TRUE(!endless || slow::ends_in_comment(text)) << testing::PrintToString(text);
+    ASSERT_TRUE(!endless || ends_in_comment(text)) << testing::PrintToString(text);
   }
 }
 
@@ -78,23 +76,23 @@ TEST(TextsLeftOut, EndInACommentWhateverPrefixOfAFileTheyAre) {
 }
 
 TEST(TextsLeftOut, AreThoseThatTheReadersWaitForEverIn) {
-  EXPECT_TRUE(is_endless("1 2 1 2\n%", Kind::kStandard));
-  EXPECT_TRUE(is_endless("1 2 1 2\n%\n", Kind::kOnePin));
-  EXPECT_TRUE(is_endless("1 2 1 2 1\n1 2\n% a\n", Kind::kOnePin));
-  EXPECT_FALSE(is_endless("%", Kind::kStandard));  // a header is not waited for
-  EXPECT_FALSE(is_endless("1 2 1 2\n1 2\n%\n", Kind::kStandard));
-  EXPECT_FALSE(is_endless("1 2 1 2\n%\n1 2", Kind::kStandard));
-  EXPECT_FALSE(is_endless("1 2 1 2\n", Kind::kStandard));
+  EXPECT_TRUE(is_endless("1 2 1 2\n%", kStandardReader));
+  EXPECT_TRUE(is_endless("1 2 1 2\n%\n", kOnePinReader));
+  EXPECT_TRUE(is_endless("1 2 1 2 1\n1 2\n% a\n", kOnePinReader));
+  EXPECT_FALSE(is_endless("%", kStandardReader));  // a header is not waited for
+  EXPECT_FALSE(is_endless("1 2 1 2\n1 2\n%\n", kStandardReader));
+  EXPECT_FALSE(is_endless("1 2 1 2\n%\n1 2", kStandardReader));
+  EXPECT_FALSE(is_endless("1 2 1 2\n", kStandardReader));
 }
 
 TEST(TextsLeftOut, AreNotThoseOfWhichTheHeaderIsCutBeforeAComment) {
   std::string text = "1 2 1 2";
   text.resize(16777215, ' ');
-  EXPECT_TRUE(is_endless(text + "%", Kind::kStandard));
-  EXPECT_TRUE(is_endless(text + "%\n", Kind::kOnePin));
-  EXPECT_FALSE(slow::ends_in_comment(text + "%"));
+  EXPECT_TRUE(is_endless(text + "%", kStandardReader));
+  EXPECT_TRUE(is_endless(text + "%\n", kOnePinReader));
+  EXPECT_FALSE(ends_in_comment(text + "%"));
   text.pop_back();
-  EXPECT_FALSE(is_endless(text + "%", Kind::kStandard));
+  EXPECT_FALSE(is_endless(text + "%", kStandardReader));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Both readers on any text, and on what they take everything that a program does with a hypergraph.
+// Both readers on any text, and every function of the module on the records that they accept.
 
 #include <algorithm>
 #include <cstring>
@@ -10,25 +10,25 @@
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/reader_outcome.h"
 #include "tests/support/records.h"
-#include "tests/support/slow_reader.h"
 #include "util/util.h"
 
 namespace quillon::fuzz {
 namespace {
 
-constexpr int kMostItems = 20000;     // for what follows the reading, of cells, nets and pins
-constexpr int kMostForChecks = 2000;  // pins, for what takes time by their square
+constexpr int kMostItems = 20000;     // cells, nets or pins of a record that is used after reading
+constexpr int kMostForChecks = 2000;  // pins, for checks of quadratic time
 
 struct Mode {
-  slow::Kind kind;
+  StreamReader* reader;
   bool is_pipe;
   int check;
 };
 
 void expect_counts(const Hypergraph& h) {
   expect(h._c >= 0 && h._n >= 0 && h._p >= 0, "negative counts");
-  expect(h._nlst[h._n + 1].pins - h._cell_list == h._p, "the sentinel is not behind the last pin");
+  expect(h._nlst[h._n + 1].pins - h._cell_list == h._p, "the sentinel is not after the last pin");
   for (int j = 1; j <= h._n; ++j)
     expect(h._nlst[j].pinsend + 1 == h._nlst[j + 1].pins, "lists do not follow one another");
 }
@@ -49,7 +49,7 @@ bool has_repeated_pins(const Lists& pins) {
   return false;
 }
 
-// The readers count in `_totcw` what stands on the last weight line behind the last cell's weight.
+// The readers add to `_totcw` also what follows the last cell's weight on its line.
 bool has_plain_total(const Hypergraph& h) {
   unsigned total = 0;
   for (int i = 1; i <= h._c; ++i) total += static_cast<unsigned>(h._clst[i].w);
@@ -88,34 +88,23 @@ void copy_plainly(const Hypergraph& h, const Lists& pins) {
   free_hypergraph(&copy);
 }
 
-void prune_and_count(const Hypergraph& h, const Lists& pins, int maxsize, int mode) {
-  Destination to(h);
-  prune(h, to, maxsize, mode);
-  int nkept = 0;
-  int nmulti = 0;
-  int npins = 0;
-  for (const std::vector<int>& net : pins) {
-    if (net.size() < 2) continue;
-    ++nmulti;
-    if (std::ssize(net) >= maxsize) continue;
-    ++nkept;
-    npins += static_cast<int>(net.size());
-  }
-  expect(to.nmulti == nmulti && to.h._n == nkept, "pruning kept another number of nets");
-  expect(to.h._p == npins && to.h._c == h._c, "pruning kept another number of pins or cells");
-  for (int k = 1; k <= nmulti; ++k)
-    expect(source_pins(to, k) == pins[static_cast<std::size_t>(to.netorder[static_cast<std::size_t>(k)]) - 1],
-           "a net is not the one that it is called");
-  if (to.h._internets != nullptr) poolfree_upto(0, to.h._internets, "fuzz: internets");
+void prune_and_compare(const Hypergraph& h, int maxsize, int mode) {
+  Destination seen(h);
+  prune(h, seen, maxsize, mode);
+  Destination expected(h);
+  prune_by_oracle(h, expected, maxsize, mode);
+  expect(image_of(seen) == image_of(expected), "pruning gives another copy than its twin");
+  if (expected.h._internets != nullptr) poolfree_upto(0, expected.h._internets, "fuzz: internets");
+  if (seen.h._internets != nullptr) poolfree_upto(0, seen.h._internets, "fuzz: internets");
 }
 
-// What is done in two ways goes one way with checks and the other without.
+// `check` also chooses between modes of the functions, so that each run tests one of them.
 void use(Hypergraph& h, int check) {
   expect_counts(h);
   build_cell_side(h);
   const Lists pins = pins_of_nets(h);
   if (h._p <= kMostForChecks && has_plain_total(h) && !has_repeated_pins(pins)) CheckListsofHypergraph(&h);
-  for (const int maxsize : {3, std::numeric_limits<int>::max()}) prune_and_count(h, pins, maxsize, 1 + check);
+  for (const int maxsize : {3, std::numeric_limits<int>::max()}) prune_and_compare(h, maxsize, 1 + check);
   set_hypergraph_infos(&h);
   expect(has_plain_total(h), "the total is not that of the cell weights");
   read_back(h, pins, check);
@@ -127,10 +116,8 @@ void read_and_use(Source& source, const Mode& mode) {
   recorder::reset();
   Hypergraph h;
   std::memset(&h, 0xa5, sizeof h);
-  const auto reader =
-      mode.kind == slow::Kind::kStandard ? read_hypergraphFromFile : read_hypergraph_with_onepin_netsFromFile;
-  const slow::Stream stream = mode.is_pipe ? source.open_pipe() : source.open_file();
-  const Ending ending = run([&] { reader(&h, stream.get(), mode.check); });
+  const Stream stream = mode.is_pipe ? source.open_pipe() : source.open_file();
+  const Ending ending = run([&] { mode.reader(&h, stream.get(), mode.check); });
   if (!ending.returned) {
     expect_reader_error(ending.fatal);
     return;
@@ -147,13 +134,12 @@ void read_and_use(Source& source, const Mode& mode) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillon;
-  using slow::Kind;
   const std::string text = fuzz::expanded(data, size);
-  if (slow::ends_in_comment(text)) return 0;
+  if (ends_in_comment(text)) return 0;
   fuzz::Source source(text);
-  for (const Kind kind : {Kind::kStandard, Kind::kOnePin})
+  for (StreamReader* const reader : {kStandardReader.module, kOnePinReader.module})
     for (const bool is_pipe : {false, true})
-      for (const int check : {0, 1}) fuzz::read_and_use(source, {kind, is_pipe, check});
+      for (const int check : {0, 1}) fuzz::read_and_use(source, {reader, is_pipe, check});
   recorder::reset();
   return 0;
 }

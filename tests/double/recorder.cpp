@@ -35,6 +35,7 @@ struct Record {
   std::map<std::FILE*, std::string> files;
   std::array<std::size_t, 2> pool_tops = {};
   int allocations_until_failure = 0;
+  std::uint64_t most_bytes = 0;  // of a request; 0: any number
   std::deque<int> draws;
   std::deque<std::vector<int>> permutations;
 };
@@ -59,8 +60,10 @@ std::string formatted(const char* format, std::va_list arguments) {
 
 void note(const std::string& request) { record.requests.push_back(request); }
 
-void note_allocation(const std::string& request, const char* tag) {
+void note_allocation(const std::string& request, std::uint64_t bytes, const char* tag) {
   note(request + " " + tag);
+  if (record.most_bytes > 0 && bytes > record.most_bytes)
+    throw FatalError(std::string("out of memory: ") + tag);
   if (record.allocations_until_failure > 0 && --record.allocations_until_failure == 0) throw FatalError(tag);
 }
 
@@ -131,6 +134,8 @@ void script_permutations(const std::vector<std::vector<int>>& permutations) {
   record.permutations.assign(permutations.begin(), permutations.end());
 }
 
+void limit_requests(std::uint64_t bytes) { record.most_bytes = bytes; }
+
 void fail_allocation(int n) { record.allocations_until_failure = n; }
 
 }  // namespace recorder
@@ -138,17 +143,18 @@ void fail_allocation(int n) { record.allocations_until_failure = n; }
 using recorder::record;
 
 void* umalloc(std::uint64_t bytes, const char* tag) {
-  recorder::note_allocation("umalloc " + std::to_string(bytes), tag);
+  recorder::note_allocation("umalloc " + std::to_string(bytes), bytes, tag);
   return recorder::heap_block(bytes, tag);
 }
 
 std::int32_t* imalloc(std::int64_t count, const char* tag) {
-  recorder::note_allocation("imalloc " + std::to_string(count), tag);
-  return static_cast<std::int32_t*>(recorder::heap_block(4 * static_cast<std::uint64_t>(count), tag));
+  const std::uint64_t bytes = 4 * static_cast<std::uint64_t>(count);
+  recorder::note_allocation("imalloc " + std::to_string(count), bytes, tag);
+  return static_cast<std::int32_t*>(recorder::heap_block(bytes, tag));
 }
 
 void* urealloc(void* block, std::uint64_t bytes, const char* tag) {
-  recorder::note_allocation("urealloc " + std::to_string(bytes), tag);
+  recorder::note_allocation("urealloc " + std::to_string(bytes), bytes, tag);
   const auto old = recorder::find_block(-1, block);
   if (old == record.held.end()) throw recorder::Misuse("urealloc of a block that is not held");
   void* const moved = std::realloc(block, bytes);
@@ -167,7 +173,7 @@ void _usfree(void* block) {
 }
 
 void* poolalloc(int pool, std::uint64_t bytes, const char* tag) {
-  recorder::note_allocation("poolalloc " + std::to_string(pool) + " " + std::to_string(bytes), tag);
+  recorder::note_allocation("poolalloc " + std::to_string(pool) + " " + std::to_string(bytes), bytes, tag);
   recorder::PoolRegion& region = recorder::pools.at(static_cast<std::size_t>(pool));
   std::size_t& top = record.pool_tops.at(static_cast<std::size_t>(pool));
   const std::size_t span = (bytes + 64) / 64 * 64;

@@ -52,6 +52,10 @@ void script_permutations(const std::vector<std::vector<int>>& permutations);
 /// The n-th request for memory from now on (counted from 1) fails with a fatal error that is the block's tag.
 void fail_allocation(int n);
 
+/// From now on a request for more bytes than that is a fatal error, "out of memory: " and the tag; 0: none
+/// is.
+void limit_requests(std::uint64_t bytes);
+
 /// Runs `body` and gives the text of the fatal error that ended it, or "(no fatal error)".
 template <typename Body>
 std::string fatal_text(const Body& body) {

@@ -3,9 +3,11 @@
 
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "oracle/oracle.h"
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/records.h"
@@ -453,6 +455,33 @@ TEST_F(PartitionVectors, ReadBackAsTheyWereWritten) {
   EXPECT_THAT(requests(),
               ElementsAre("imalloc 251 read_part_info: ta",
                           "read_array " + std::string(file.name()) + " 250 1", "free read_part_info: ta"));
+}
+
+using Write = void (*)(const Hypergraph* h, const char* filename);
+
+std::string written_by(Write write, const Hypergraph& h) {
+  recorder::reset();
+  const TempFile file;
+  write(&h, file.name());
+  recorder::forget_files();
+  return file.contents();
+}
+
+TEST_F(PartitionVectors, AndAllOtherFormatsAgreeWithTheirTwinsOnRandomRecords) {
+  const std::pair<Write, Write> pairs[] = {
+      {[](const Hypergraph* h, const char* name) { write_hypergraph(h, name, h->_c % 2, h->_n % 4); },
+       [](const Hypergraph* h, const char* name) {
+         oracle::write_hypergraph(h, name, h->_c % 2, h->_n % 4);
+       }},
+      {[](const Hypergraph* h, const char* name) { write_hmetis_hypergraph(h, name); },
+       [](const Hypergraph* h, const char* name) { oracle::write_hmetis_hypergraph(h, name); }},
+      {[](const Hypergraph* h, const char* name) { write_kub_hypergraph(h, name); },
+       [](const Hypergraph* h, const char* name) { oracle::write_kub_hypergraph(h, name); }},
+      {write_part_info, oracle::write_part_info}};
+  for (unsigned seed = 1; seed <= 100; ++seed) {
+    const Record r = random_record(seed, {.ncells = seed % 10 == 0 ? 300 : 9, .weight = 1000000000});
+    for (const auto& [write, twin] : pairs) EXPECT_EQ(written_by(write, r.h), written_by(twin, r.h)) << seed;
+  }
 }
 
 }  // namespace

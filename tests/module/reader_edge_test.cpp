@@ -15,16 +15,16 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorder.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
+
+// What a file and its listing in tests/files cannot show: memory, pointers, positions, garbage in the record,
+// lines of megabytes and the like. All other cases are files.
 
 namespace quillon {
 namespace {
 
 using namespace std::string_literals;
 using recorder::fatal_text;
-using slow::kUntouched;
-using slow::Stream;
-using slow::stream_of;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -39,7 +39,7 @@ const char kCannotRead[] = "read_hypergraph : cannot read numbering, #cells, #ne
 const char kMissingWeights[] = "read_hypergraph: some cell (vertex) weights are missing, initializing to 1";
 const char kLineTooLong[] = "read_hypergraph: Buffer for fgets not big enough.";
 
-// A record that a reader filled from a text. It held garbage before.
+// A record that a reader filled from a text, and that held garbage before.
 struct Filled {
   Filled(Reader reader, const std::string& text, int check = 0)
       : Filled(reader, stream_of(text).get(), check) {}
@@ -83,7 +83,7 @@ std::vector<int> weights_read_from(Reader reader, const std::string& text) {
   return cell_weights(Filled(reader, text).h);
 }
 
-// A line of so many bytes, its end included: the numbers, then blanks.
+// A line of `length` bytes with its line end: the numbers, then blanks.
 std::string padded(const std::string& numbers, int length) {
   std::string line = numbers;
   line.resize(static_cast<std::size_t>(length - 1), ' ');
@@ -96,7 +96,7 @@ std::string rest_of(std::FILE* stream) {
   return rest;
 }
 
-// What both readers do in the same way.
+// Behaviour of both readers.
 class BothReaders : public testing::TestWithParam<bool> {
  protected:
   BothReaders() { recorder::reset(); }
@@ -117,26 +117,6 @@ INSTANTIATE_TEST_SUITE_P(Reader, BothReaders, testing::Bool(),
                          [](const auto& of) { return of.param ? "Standard" : "OnePin"; });
 
 // ---- The record
-
-TEST_P(BothReaders, FillCountsCellsAndNets) {
-  const Filled f(reader, "1 3 2 4\n1 2\n2 3\n");
-
-  EXPECT_EQ(f.returned, 0);
-  EXPECT_THAT(counts(f.h), ElementsAre(3, 2, 4, 0));
-  EXPECT_THAT(cell_weights(f.h), ElementsAre(1, 1, 1));
-  EXPECT_THAT(folded_weights(f.h), ElementsAre(0, 0, 0));
-  EXPECT_THAT(net_weights(f.h), ElementsAre(1, 1));
-  EXPECT_THAT(pins(f.h, 1), ElementsAre(1, 2));
-  EXPECT_THAT(pins(f.h, 2), ElementsAre(2, 3));
-}
-
-TEST_P(BothReaders, CountCellsFromOneInTheRecordWhateverTheFileDoes) {
-  const Filled f(reader, "0 3 2 4\n0 1\n1 2\n");
-
-  EXPECT_THAT(counts(f.h), ElementsAre(3, 2, 4, 0));
-  EXPECT_THAT(pins(f.h, 1), ElementsAre(1, 2));
-  EXPECT_THAT(pins(f.h, 2), ElementsAre(2, 3));
-}
 
 TEST_P(BothReaders, SetEverySummary) {
   const Filled f(reader, "1 3 2 4 3\n5 1 2\n6 2 3\n7 8 9\n");
@@ -281,7 +261,7 @@ TEST_P(BothReaders, EndWithTheTagOfTheBlockThatCannotBeHad) {
   }
 }
 
-// The largest counts a record can have; whatever asks for the memory in question fails, so that none is used.
+// The largest counts of a record. The request in question is made to fail, so that no memory is used.
 TEST_P(BothReaders, AskForAllTheMemoryThatTheLargestCountsNeed) {
   recorder::fail_allocation(2);
   EXPECT_EQ(fatal(reader, "1 2147483645 0 0\n"), "read_hypergraph: clst");
@@ -367,13 +347,6 @@ TEST_P(BothReaders, TakeTheFifthNumberAsTheWeightFormat) {
               ElementsAre(0, 1, 2, 3));
 }
 
-TEST_P(BothReaders, TakeTheSixthNumberAsTheNumberOfWeightsACellHas) {
-  const Filled f(reader, "1 2 0 0 1 2\n7 0 9 0\n");
-
-  EXPECT_THAT(cell_weights(f.h), ElementsAre(7, 9));
-  EXPECT_EQ(f.h._totcw, 16);
-}
-
 TEST_P(BothReaders, IgnoreWhatFollowsInTheHeaderLine) {
   for (const char* const header : {"1 2 0 0 1 1 7 8", "1 2 0 0 1 1 cells", "1 2 0 0 1 %", "1 2 0 0 1x 3",
                                    "1 2 0 0 1 1x", "1 2 0 0 1 1\r", "1 2 0 0 1 - 3"}) {
@@ -405,35 +378,24 @@ TEST_P(BothReaders, ReadAHeaderThatEndsTheFile) {
 }
 
 TEST_P(BothReaders, RefuseAHeaderOfFewerThanFourNumbers) {
-  for (const std::string& text :
-       {""s, "%"s, "%\n"s, "%1\n% 2\n"s, "\n"s, "\n1 2 1 2\n1 2\n"s, "1 2 1\n1 2\n"s, "1 2\n1 2\n"s, "x\n"s,
-        "1, 2, 1, 2\n"s, " %\n1 2 1 2\n1 2\n"s, "1 2 1 %2\n"s, "1 2 1 \0 2\n"s, "\0 1 2 1 2\n"s,
-        "1 2 1 --2\n"s, "1 2 1 -\n"s, "1 2 1 +-2\n"s, "1 2 . 1 2\n"s}) {
+  for (const std::string& text : {"%"s, "%\n"s, "\n"s, "1 2\n1 2\n"s, "x\n"s, "1 2 1 %2\n"s, "\0 1 2 1 2\n"s,
+                                  "1 2 1 --2\n"s, "1 2 1 -\n"s, "1 2 1 +-2\n"s, "1 2 . 1 2\n"s}) {
     recorder::reset();
     EXPECT_EQ(fatal(reader, text), kCannotRead) << text;
   }
 }
 
 TEST_P(BothReaders, RefuseAWeightFormatOutsideZeroToThree) {
-  EXPECT_EQ(fatal(reader, "1 0 0 0 4\n"), "read_hypergraph : invalid fmt parameter [4]");
-  EXPECT_EQ(fatal(reader, "1 0 0 0 -1\n"), "read_hypergraph : invalid fmt parameter [-1]");
   EXPECT_EQ(fatal(reader, "1 0 0 0 2147483647\n"), "read_hypergraph : invalid fmt parameter [2147483647]");
 }
 
 TEST_P(BothReaders, RefuseANumberingOutsideZeroToOne) {
-  EXPECT_EQ(fatal(reader, "2 0 0 0\n"), "read_hypergraph : invalid numbering parameter [2]");
-  EXPECT_EQ(fatal(reader, "-1 0 0 0\n"), "read_hypergraph : invalid numbering parameter [-1]");
   EXPECT_EQ(fatal(reader, "-2147483648 0 0 0\n"),
             "read_hypergraph : invalid numbering parameter [-2147483648]");
 }
 
 TEST_P(BothReaders, RefuseCountsThatNoRecordCanHave) {
-  EXPECT_EQ(fatal(reader, "1 -1 0 0\n"), "read_hypergraph : negative number of cells [-1]");
-  EXPECT_EQ(fatal(reader, "1 0 -1 0\n"), "read_hypergraph : negative number of nets [-1]");
-  EXPECT_EQ(fatal(reader, "1 0 0 -1\n"), "read_hypergraph : negative number of pins [-1]");
   EXPECT_EQ(fatal(reader, "1 0 0 -2147483648\n"), "read_hypergraph : negative number of pins [-2147483648]");
-  EXPECT_EQ(fatal(reader, "1 2147483646 0 0\n"),
-            "read_hypergraph : too many cells [2147483646], at most 2147483645 are possible");
   EXPECT_EQ(fatal(reader, "1 0 2147483646 0\n"),
             "read_hypergraph : too many nets [2147483646], at most 2147483645 are possible");
 }
@@ -461,14 +423,6 @@ TEST_P(BothReaders, GoOnWithTheRestOfAHeaderLongerThanTheBuffer) {
 }
 
 // ---- Comments
-
-TEST_P(BothReaders, SkipCommentsWhereverALineIsFetched) {
-  const Filled f(reader, "%\n%1 1 1 1\n1 2 2 4 1\n%\n% 1 2\n1 2\n%1\n2 1\n%7\n%8\n3\n%9\n4\n");
-
-  EXPECT_THAT(pins(f.h, 1), ElementsAre(1, 2));
-  EXPECT_THAT(pins(f.h, 2), ElementsAre(2, 1));
-  EXPECT_THAT(cell_weights(f.h), ElementsAre(3, 4));
-}
 
 TEST_P(BothReaders, TakeNothingButAPercentSignInTheFirstColumnForAComment) {
   EXPECT_EQ(fatal(reader, "1 2 2 2\n %\n# 1 2\n1 2\n"),
@@ -540,24 +494,9 @@ TEST_P(BothReaders, ShiftCellNumbersButNoWeights) {
   EXPECT_THAT(cell_weights(f.h), ElementsAre(0, 3));
 }
 
-TEST_P(BothReaders, RefuseACellNumberOutOfRangeWhateverTheCheck) {
-  for (const int check : {0, 1}) {
-    EXPECT_EQ(fatal(reader, "1 2 2 4\n1 2\n3 1\n", check),
-              "invalid vertex/cell id 3 in the  vertex/cell list of net 2");
-    EXPECT_EQ(fatal(reader, "1 2 1 2\n1 0\n", check),
-              "invalid vertex/cell id 0 in the  vertex/cell list of net 1");
-    EXPECT_EQ(fatal(reader, "0 2 1 2\n0 2\n", check),
-              "invalid vertex/cell id 3 in the  vertex/cell list of net 1");
-    EXPECT_EQ(fatal(reader, "0 2 1 2\n-1 1\n", check),
-              "invalid vertex/cell id 0 in the  vertex/cell list of net 1");
-  }
-}
-
 TEST_P(BothReaders, RefuseACellNumberAtTheEndsOfTheRange) {
   EXPECT_EQ(fatal(reader, "1 2 1 2\n2147483647\n"),
             "invalid vertex/cell id 2147483647 in the  vertex/cell list of net 1");
-  EXPECT_EQ(fatal(reader, "0 2 1 2\n2147483647\n"),
-            "invalid vertex/cell id -2147483648 in the  vertex/cell list of net 1");
   EXPECT_EQ(fatal(reader, "1 2 1 2\n-2147483648\n"),
             "invalid vertex/cell id -2147483648 in the  vertex/cell list of net 1");
 }
@@ -593,12 +532,8 @@ TEST_P(BothReaders, NameTheRepeatedPinWithItsNumberInTheRecord) {
   EXPECT_THAT(recorder::warnings(), ElementsAre("read_hypergraph: \n 3 is already added to net list of 1"));
 }
 
-TEST_P(BothReaders, DoNotWarnOfRepeatedPinsWithoutTheCheck) {
-  const Filled f(reader, "1 3 1 3\n1 1 1\n", 0);
-  EXPECT_THAT(recorder::warnings(), IsEmpty());
-}
-
-// Freed memory full of ones, which the work array is likely to be made of, says that net 1 has every cell.
+// The work array is likely to reuse freed memory. Here that is full of ones, which would mean that every cell
+// is on net 1.
 TEST_P(BothReaders, StartTheCheckWithNoCellOnAnyNet) {
   std::vector<std::vector<int>> blocks(64, std::vector<int>(2002, 1));
   const std::vector<int> keeps_them_apart_from_what_is_unused(2002, 1);
@@ -609,15 +544,6 @@ TEST_P(BothReaders, StartTheCheckWithNoCellOnAnyNet) {
 
   EXPECT_EQ(pins(f.h, 1).front(), 2000);
   EXPECT_THAT(recorder::warnings(), IsEmpty());
-}
-
-TEST_P(BothReaders, RefuseANumberOfPinsOtherThanAnnounced) {
-  EXPECT_EQ(fatal(reader, "1 2 1 3\n1 2\n"),
-            "read_hypergraph: Something wrong with the pins from input file 3 2\n");
-  EXPECT_EQ(fatal(reader, "1 2 1 1\n1 2\n"),
-            "read_hypergraph: Something wrong with the pins from input file 1 2\n");
-  EXPECT_EQ(fatal(reader, "1 2 2 2\n1 2\n1\n"),
-            "read_hypergraph: Something wrong with the pins from input file 2 3\n");
 }
 
 TEST_P(BothReaders, CountPinsForWhichThereIsNoRoom) {
@@ -664,31 +590,6 @@ TEST_F(ReadHypergraphWithOnepinNetsFromFile, RefusesANetLineThatComesTooCloseToT
 
 // ---- Nets of fewer than two pins
 
-TEST_F(ReadHypergraphFromFile, FoldsAOnePinNetIntoItsCell) {
-  const Filled f(standard, "1 3 3 5 2\n4 1 2\n7 3\n9 2 3\n");
-
-  EXPECT_EQ(f.returned, 1);
-  EXPECT_THAT(counts(f.h), ElementsAre(3, 2, 4, 2));
-  EXPECT_THAT(folded_weights(f.h), ElementsAre(0, 0, 7));
-  EXPECT_EQ(f.h._totinw, 7);
-  EXPECT_EQ(f.h._totnw, 20);
-  EXPECT_EQ(f.h._virtualnets, 0);
-  EXPECT_THAT(net_weights(f.h), ElementsAre(4, 9));
-  EXPECT_THAT(pins(f.h, 2), ElementsAre(2, 3));
-}
-
-TEST_F(ReadHypergraphWithOnepinNetsFromFile, KeepsAOnePinNet) {
-  const Filled f(one_pin, "1 3 3 5 2\n4 1 2\n7 3\n9 2 3\n");
-
-  EXPECT_EQ(f.returned, 0);
-  EXPECT_THAT(counts(f.h), ElementsAre(3, 3, 5, 2));
-  EXPECT_THAT(folded_weights(f.h), ElementsAre(0, 0, 0));
-  EXPECT_EQ(f.h._totinw, 0);
-  EXPECT_EQ(f.h._totnw, 20);
-  EXPECT_THAT(net_weights(f.h), ElementsAre(4, 7, 9));
-  EXPECT_THAT(pins(f.h, 2), ElementsAre(3));
-}
-
 TEST_F(ReadHypergraphFromFile, SumsUpWhatIsFoldedIntoACell) {
   const Filled f(standard, "1 2 4 4 2\n3 2\n-5 2\n4 1\n6 2\n");
 
@@ -717,34 +618,6 @@ TEST_F(ReadHypergraphFromFile, LeavesThePinOfALastRemovedNetBehindThePinsInUse) 
   EXPECT_EQ(f.h._cell_list[3], 0);
 }
 
-TEST_F(ReadHypergraphFromFile, NumbersTheNetsWithoutTheRemovedOnes) {
-  EXPECT_EQ(fatal(standard, "1 2 3 3\n1\n\n2 3\n"),
-            "invalid vertex/cell id 3 in the  vertex/cell list of net 1");
-}
-
-TEST_F(ReadHypergraphFromFile, WarnsOfTheCellOfARemovedNetOnTheNextNet) {
-  const Filled f(standard, "1 2 2 3\n1\n1 2\n", 1);
-
-  EXPECT_THAT(pins(f.h, 1), ElementsAre(1, 2));
-  EXPECT_THAT(recorder::warnings(), ElementsAre("read_hypergraph: \n 1 is already added to net list of 1"));
-}
-
-TEST_F(ReadHypergraphWithOnepinNetsFromFile, DoesNotWarnOfTheCellOfAOnePinNetOnTheNextNet) {
-  const Filled f(one_pin, "1 2 2 3\n1\n1 2\n", 1);
-  EXPECT_THAT(recorder::warnings(), IsEmpty());
-}
-
-TEST_F(ReadHypergraphFromFile, CountsAnEmptyLineAmongTheNetsAsAVirtualNet) {
-  const Filled f(standard, "1 2 2 2\n\n1 2\n", 1);
-
-  EXPECT_EQ(f.returned, 1);
-  EXPECT_THAT(counts(f.h), ElementsAre(2, 1, 2, 0));
-  EXPECT_EQ(f.h._virtualnets, 1);
-  EXPECT_EQ(f.h._totnw, 1);
-  EXPECT_EQ(f.h._totinw, 0);
-  EXPECT_THAT(recorder::warnings(), IsEmpty());
-}
-
 TEST_F(ReadHypergraphWithOnepinNetsFromFile, KeepsAnEmptyLineAmongTheNetsAsANet) {
   const Filled f(one_pin, "1 2 2 2\n\n1 2\n", 1);
 
@@ -757,19 +630,9 @@ TEST_F(ReadHypergraphWithOnepinNetsFromFile, KeepsAnEmptyLineAmongTheNetsAsANet)
   EXPECT_THAT(pins(f.h, 2), ElementsAre(1, 2));
 }
 
-TEST_F(ReadHypergraphFromFile, AcceptsPinlessNetsOfWeightOneAndLess) {
-  const Filled f(standard, "1 2 4 2 2\n1\n0\n-9\n5 1 2\n");
-
-  EXPECT_EQ(f.returned, 3);
-  EXPECT_EQ(f.h._virtualnets, -8);
-  EXPECT_EQ(f.h._totnw, 5);
-}
-
 TEST_F(ReadHypergraphFromFile, RefusesAPinlessNetOfWeightTwoAndMore) {
   EXPECT_EQ(fatal(standard, "1 2 1 0 2\n2\n"),
             "file contains a net with weight 2 but net doesn't have any pin.");
-  EXPECT_EQ(fatal(standard, "1 2 1 0 2\n5\n"),
-            "file contains a net with weight 5 but net doesn't have any pin.");
   EXPECT_EQ(fatal(standard, "1 2 1 0 3\n2147483647 x\n1 1\n"),
             "file contains a net with weight 2147483647 but net doesn't have any pin.");
 }
@@ -844,18 +707,6 @@ TEST_P(BothReaders, KeepTheLow32BitsOfWhat64BitsHoldOfAWeight) {
               ElementsAre(5, INT_MIN, -1, 0));
 }
 
-TEST_P(BothReaders, ReadLinesThatEndInTwoBytes) {
-  EXPECT_THAT(weights_read_from(reader, "1 3 0 0 1\r\n1 2\r\n\r\n3\r\n"), ElementsAre(1, 2, 3));
-}
-
-TEST_P(BothReaders, GiveCellsTheWeightOneWhenTheirsAreMissing) {
-  const Filled f(reader, "1 4 0 0 1\n8 9\n", 0);
-
-  EXPECT_THAT(cell_weights(f.h), ElementsAre(8, 9, 1, 1));
-  EXPECT_EQ(f.h._totcw, 19);
-  EXPECT_THAT(recorder::warnings(), IsEmpty());
-}
-
 TEST_P(BothReaders, WarnOfMissingWeightsOnceWithTheCheck) {
   for (const char* const text : {"1 4 0 0 1\n8 9\n", "1 2 0 0 1\n", "1 2 0 0 1\n7\n\n"}) {
     recorder::reset();
@@ -901,9 +752,7 @@ TEST_P(BothReaders, SkipTheOtherNumbersOfExcessGroupsToo) {
   EXPECT_EQ(f.h._clst[2].w, 6);
 }
 
-TEST_P(BothReaders, RefuseAWeightLineWithoutALineEndBeforeANulByte) {
-  EXPECT_EQ(fatal(reader, "1 2 0 0 1\n3\0 4\n"s), "read_hypergraph: no newline at the end of line '3'\n");
-  EXPECT_EQ(fatal(reader, "1 2 0 0 1\n\0 3 4\n"s), "read_hypergraph: no newline at the end of line ''\n");
+TEST_P(BothReaders, AcceptANulByteAfterTheLastWeightLine) {
   EXPECT_EQ(fatal(reader, "1 2 0 0 1\n3 4\n\0"s), kNothingFatal);
 }
 
@@ -921,7 +770,7 @@ TEST_P(BothReaders, RefuseAWeightLineThatComesTooCloseToTheBuffer) {
   EXPECT_EQ(fatal(reader, "1 2 0 0 1\n" + padded("3 4", kLineSize + 100)), kLineTooLong);
 }
 
-// ---- Where the input ends
+// ---- End of input
 
 TEST_P(BothReaders, LeaveNetsEmptyThatTheFileEndsBefore) {
   const Filled f(reader, "1 2 3 2 2\n5 1 2\n");
@@ -947,14 +796,7 @@ TEST_F(ReadHypergraphFromFile, LeavesNetsEmptyThatTheFileEndsBeforeAfterARemoved
   EXPECT_EQ(f.h._nlst[4].pins, f.h._cell_list + 2);
 }
 
-TEST_P(BothReaders, NoticeMissingNetsByTheirPinsOnly) {
-  EXPECT_EQ(fatal(reader, "1 2 2 4\n1 2\n"),
-            "read_hypergraph: Something wrong with the pins from input file 4 2\n");
-}
-
 TEST_P(BothReaders, DoNotReadALastNetLineWithoutItsLineEnd) {
-  EXPECT_EQ(fatal(reader, "1 2 2 4\n1 2\n2 1"),
-            "read_hypergraph: Something wrong with the pins from input file 4 2\n");
   EXPECT_THAT(net_weights(Filled(reader, "1 2 2 2\n1 2\n9 9 9").h), ElementsAre(1, 0));
 }
 
@@ -963,10 +805,6 @@ TEST_F(ReadHypergraphFromFile, DoesNotReadALastWeightLineWithoutItsLineEnd) {
 
   EXPECT_THAT(cell_weights(f.h), ElementsAre(3, 1));
   EXPECT_THAT(recorder::warnings(), ElementsAre(kMissingWeights));
-}
-
-TEST_F(ReadHypergraphWithOnepinNetsFromFile, RefusesALastWeightLineWithoutItsLineEnd) {
-  EXPECT_EQ(fatal(one_pin, "1 2 0 0 1\n3\n4"), "read_hypergraph: no newline at the end of line '4'\n");
 }
 
 TEST_F(ReadHypergraphFromFile, AsksForTheEndBeforeItMeasuresAWeightLine) {
@@ -988,7 +826,6 @@ TEST_F(ReadHypergraphWithOnepinNetsFromFile, LooksAtTheLineBeforeWhenTheWeightsE
   EXPECT_THAT(weights_read_from(one_pin, "1 2 1 2 1\n1 2\n"), ElementsAre(1, 1));
   EXPECT_EQ(fatal(one_pin, "1 2 1 2 1\n1 2\0\n"s), "read_hypergraph: no newline at the end of line '1 2'\n");
   EXPECT_EQ(fatal(one_pin, "1 2 2 2 1\n1 2\n9"), "read_hypergraph: no newline at the end of line '9'\n");
-  EXPECT_EQ(fatal(one_pin, "1 2 0 0 1"), "read_hypergraph: no newline at the end of line '1 2 0 0 1'\n");
 }
 
 TEST_F(ReadHypergraphWithOnepinNetsFromFile, MeasuresTheLineBeforeWhenTheWeightsEnd) {
@@ -1003,7 +840,7 @@ TEST_F(ReadHypergraphFromFile, DoesNotLookAtTheLineBeforeWhenTheWeightsEnd) {
   EXPECT_THAT(weights_read_from(standard, "1 2 0 0 1"), ElementsAre(1, 1));
 }
 
-// ---- What is left of the stream
+// ---- Position of the stream
 
 TEST_P(BothReaders, LeaveTheStreamBehindTheLastLineNeeded) {
   for (const char* const text : {"1 2 1 2\n1 2\n", "1 2 1 2 1\n1 2\n3\n4\n", "1 2 1 2 1\n1 2\n3 4 5\n",
@@ -1028,7 +865,7 @@ TEST_P(BothReaders, ReadFromWhereTheStreamIs) {
   EXPECT_EQ(rest_of(stream.get()), "");
 }
 
-// A stream that gives a text and then the end of the input, or an error.
+// A stream with a text and then the end of the input, or an error.
 Stream pipe_of(const std::string& text, bool breaks = false) {
   int ends[2];
   if (pipe(ends) != 0 || write(ends[1], text.data(), text.size()) != static_cast<ssize_t>(text.size()))

@@ -1,7 +1,6 @@
-// Files to be read, each beside a listing of what a reader has to make of it. A listing has sections:
-// "[both]",
-// "[standard]" or "[one-pin]" says which reader it is about, ", checked" behind it that it is about a run
-// with the check on. A line end inside a text is written "\n".
+// Each file in tests/files has a listing: the record or the message that a reader must give. The heading of a
+// section in a listing, "[both]", "[standard]" or "[one-pin]", names the readers that it holds for; with
+// ", checked" it holds only for runs with the check on. A line end inside a message is written as "\n".
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,25 +16,19 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorder.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
 namespace quillon {
 namespace {
 
 using Path = std::filesystem::path;
 
-struct Reader {
-  int (*read)(Hypergraph*, std::FILE*, int);
-  std::string name;
-};
+const ReaderPair kReaders[] = {kStandardReader, kOnePinReader};
 
-const Reader kReaders[] = {{read_hypergraphFromFile, "standard"},
-                           {read_hypergraph_with_onepin_netsFromFile, "one-pin"}};
-
-int read_named(const Reader& reader, Hypergraph* h, const Path& file, int check) {
-  const slow::Stream stream(std::fopen(file.c_str(), "rb"));
+int read_named(const ReaderPair& reader, Hypergraph* h, const Path& file, int check) {
+  const Stream stream(std::fopen(file.c_str(), "rb"));
   if (stream == nullptr) throw std::runtime_error("cannot open " + file.string());
-  return reader.read(h, stream.get(), check);
+  return reader.module(h, stream.get(), check);
 }
 
 std::vector<Path> files_in(const std::string& folder, const std::string& extension) {
@@ -58,7 +51,7 @@ bool applies(const std::string& heading, const std::string& reader, int check) {
   return heading.starts_with("[both") || heading.starts_with("[" + reader);
 }
 
-// The lines of the sections about a reader; "(no listing)" when there is none.
+// The lines of all sections that hold for a run; "(no listing)" if there is none.
 std::string expected(Path file, const std::string& extension, const std::string& reader, int check) {
   std::ifstream listing(file.replace_extension(extension));
   std::string lines;
@@ -92,14 +85,14 @@ std::string listing_of(const Hypergraph& h, int returned) {
   return out.str();
 }
 
-std::string listing_read_by(const Reader& reader, const Path& file, int check) {
+std::string listing_read_by(const ReaderPair& reader, const Path& file, int check) {
   recorder::reset();
   Hypergraph h{};
   const int returned = read_named(reader, &h, file, check);
   return listing_of(h, returned);
 }
 
-std::string message_of(const Reader& reader, const Path& file, int check) {
+std::string message_of(const ReaderPair& reader, const Path& file, int check) {
   recorder::reset();
   Hypergraph h{};
   return escaped(recorder::fatal_text([&] { read_named(reader, &h, file, check); })) + "\n";
@@ -116,7 +109,7 @@ TEST_F(Readers, MakeOfEveryGoodFileWhatItsListingSays) {
   ASSERT_FALSE(files.empty());
 
   for (const Path& file : files) {
-    for (const Reader& reader : kReaders) {
+    for (const ReaderPair& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(listing_read_by(reader, file, check), expected(file, ".record", reader.name, check));
@@ -130,7 +123,7 @@ TEST_F(Readers, RefuseEveryBrokenFileWithItsMessage) {
   ASSERT_FALSE(files.empty());
 
   for (const Path& file : files) {
-    for (const Reader& reader : kReaders) {
+    for (const ReaderPair& reader : kReaders) {
       for (const int check : {0, 1}) {
         SCOPED_TRACE(testing::Message() << file << ", " << reader.name << ", check " << check);
         EXPECT_EQ(message_of(reader, file, check), expected(file, ".message", reader.name, check));

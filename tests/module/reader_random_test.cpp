@@ -1,5 +1,5 @@
-// The readers beside a slow one that goes step by step: on whatever input, both end in the same way, with the
-// same record, messages and requests, and leave the stream at the same place.
+// The readers against their twins: on any input both end in the same way, with the same record, messages and
+// requests, and leave the stream at the same position.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,14 +16,10 @@
 #include <vector>
 
 #include "tests/double/recorder.h"
-#include "tests/support/slow_reader.h"
+#include "tests/support/reader_outcome.h"
 
 namespace quillon {
 namespace {
-
-using slow::ends_in_comment;
-using slow::Kind;
-using slow::Outcome;
 
 class ReadersOnAnyInput : public testing::Test {
  protected:
@@ -42,48 +38,48 @@ std::string visible(const std::string& text) {
 }
 
 struct Mode {
-  Kind kind;
+  ReaderPair reader;
   int check;
 };
 
-const Mode kModes[] = {{Kind::kStandard, 0}, {Kind::kStandard, 1}, {Kind::kOnePin, 0}, {Kind::kOnePin, 1}};
+const Mode kModes[] = {{kStandardReader, 0}, {kStandardReader, 1}, {kOnePinReader, 0}, {kOnePinReader, 1}};
 
-// A stream of which nothing can be read ahead, because it cannot be set back.
+// A stream that cannot seek, so that the reader cannot read ahead.
 struct OneWay {
   std::string text;
   std::size_t at = 0;
 };
 
-slow::Stream one_way_stream(OneWay& from) {
+Stream one_way_stream(OneWay& from) {
   const auto read = [](void* cookie, char* bytes, std::size_t size) {
     OneWay& source = *static_cast<OneWay*>(cookie);
     const std::size_t length = source.text.copy(bytes, size, source.at);
     source.at += length;
     return static_cast<ssize_t>(length);
   };
-  return slow::Stream(fopencookie(&from, "r", {read, nullptr, nullptr, nullptr}));
+  return Stream(fopencookie(&from, "r", {read, nullptr, nullptr, nullptr}));
 }
 
-// Lets the fast and the slow reader have a text, and gives the outcome they agree on. A text on which a
-// reader could wait for ever is left out, and so is one that asks for memory by the gigabyte.
-std::optional<Outcome> agreed(const Mode& mode, const std::string& text) {
+// Runs a reader and its twin on a text, and returns the outcome that they agree on; nothing for a text on
+// which a reader could wait forever.
+std::optional<ReaderOutcome> agreed(const Mode& mode, const std::string& text) {
   if (ends_in_comment(text)) return std::nullopt;
-  const slow::Stream stream = slow::stream_of(text);
-  const Outcome slow = slow::read(mode.kind, stream.get(), mode.check);
-  EXPECT_FALSE(slow.endless);
-  if (slow.endless || slow.huge) return std::nullopt;
+  const Stream stream = stream_of(text);
+  const ReaderOutcome expected = outcome_of(mode.reader.oracle, stream.get(), mode.check);
+  EXPECT_FALSE(expected.endless) << visible(text);
+  if (expected.endless) return std::nullopt;
 
   std::rewind(stream.get());
-  EXPECT_EQ(slow::read_with_module(mode.kind, stream.get(), mode.check), slow)
-      << (mode.kind == Kind::kStandard ? "standard" : "one-pin") << " reader, check " << mode.check << "\n"
+  EXPECT_EQ(outcome_of(mode.reader.module, stream.get(), mode.check), expected)
+      << mode.reader.name << " reader, check " << mode.check << "\n"
       << visible(text);
 
-  if (text.size() % 8 != 0 && text.size() < 500) return slow;  // of short texts there are enough
+  if (text.size() % 8 != 0 && text.size() < 500) return expected;  // an eighth of the short texts is enough
   OneWay from{text};
-  Outcome one_way = slow::read_with_module(mode.kind, one_way_stream(from).get(), mode.check);
-  one_way.position = slow.position;  // which nobody can ask for
-  EXPECT_EQ(one_way, slow) << "one-way stream, check " << mode.check << "\n" << visible(text);
-  return slow;
+  ReaderOutcome one_way = outcome_of(mode.reader.module, one_way_stream(from).get(), mode.check);
+  one_way.position = expected.position;  // a stream that cannot seek has none
+  EXPECT_EQ(one_way, expected) << "one-way stream, check " << mode.check << "\n" << visible(text);
+  return expected;
 }
 
 std::vector<std::string> good_texts() {
@@ -117,13 +113,13 @@ class Draw {
   std::mt19937 engine_;
 };
 
-// What a file is made with. `odd` is how often something is not as it should be: once in so many times.
+// Shape of a random file. Something is irregular once in `odd` times.
 struct Plan {
   int odd;
   int numbering, ncells, nnets, npins, fmt, weights_per_cell;
 };
 
-// A number, now and then in a way of writing of which only the low 32 bits are the same.
+// A number, once in `odd` times in another notation, or with another value in the higher 32 bits.
 std::string number(Draw& draw, const Plan& plan, long long value) {
   if (!draw.once_in(plan.odd)) return std::to_string(value);
   switch (draw.below(4)) {
@@ -138,7 +134,7 @@ std::string number(Draw& draw, const Plan& plan, long long value) {
   }
 }
 
-// A number that is hardly ever right anywhere.
+// A number that is rarely valid.
 std::string wild_number(Draw& draw) {
   return draw.one_of<std::string>({"0",
                                    "-1",
@@ -225,7 +221,7 @@ std::string header(Draw& draw, const Plan& plan) {
   return text + line_end(draw, plan);
 }
 
-// Takes something out, puts something in, or ends the text early.
+// Truncates the text, or removes or inserts some bytes.
 void damage(Draw& draw, std::string& text) {
   const int at = draw.below(static_cast<int>(text.size()) + 1);
   const std::string scraps = std::string("\0\xff%\n\r\t\v\f -+0x", 13);
@@ -279,13 +275,13 @@ TEST_F(ReadersOnAnyInput, AreOnlyGivenTextsWhoseLastLineIsNoComment) {
   EXPECT_TRUE(ends_in_comment("\n%\r\n"));
 }
 
-// The slow reader can tell that it would never return, so it may have every text.
+// The twin can tell that it would never return, so it gets every text.
 TEST_F(ReadersOnAnyInput, WaitForEverOnNoTextThatTheyAreGiven) {
   int nendless = 0;
   for (std::uint32_t seed = 1; seed <= 3000; ++seed) {
     const std::string text = random_text(seed) + (seed % 2 == 0 ? "%" : "");
-    const slow::Stream stream = slow::stream_of(text);
-    const bool endless = slow::read(Kind::kOnePin, stream.get(), 0).endless;
+    const Stream stream = stream_of(text);
+    const bool endless = outcome_of(kOnePinReader.oracle, stream.get(), 0).endless;
     EXPECT_TRUE(!endless || ends_in_comment(text)) << visible(text);
     nendless += endless ? 1 : 0;
   }
@@ -320,7 +316,7 @@ TEST_F(ReadersOnAnyInput, AgreeWithAnyByteReplaced) {
   }
 }
 
-// The texts are neither all good nor all broken, and broken in every way that a short text can be.
+// Some texts are sound, and every error that a short text can cause occurs.
 TEST_F(ReadersOnAnyInput, AgreeOnRandomTexts) {
   std::map<std::string, int> ends = {{"read_hypergraph : cannot read", 0},
                                      {"read_hypergraph : invalid fmt", 0},
@@ -335,7 +331,7 @@ TEST_F(ReadersOnAnyInput, AgreeOnRandomTexts) {
   int nwarned = 0;
   for (std::uint32_t seed = 1; seed <= 4000 && !HasFailure(); ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const std::optional<Outcome> outcome = agreed(kModes[seed % 4], random_text(seed));
+    const std::optional<ReaderOutcome> outcome = agreed(kModes[seed % 4], random_text(seed));
     if (!outcome) continue;
     for (auto& [message, times] : ends) times += outcome->fatal.starts_with(message) ? 1 : 0;
     nread += outcome->fatal.empty() ? 1 : 0;
@@ -347,8 +343,8 @@ TEST_F(ReadersOnAnyInput, AgreeOnRandomTexts) {
   EXPECT_GE(nwarned, 100);
 }
 
-// A file of some hundred nets as writers make them, with a blank behind every number or between them, and now
-// and then something else: that is where reading many lines at a time stops and goes on.
+// A file of some hundred nets as writers produce it, with an irregularity here and there: there the fast path
+// of the reader stops and resumes.
 std::string long_text(std::uint32_t seed) {
   Draw draw(seed);
   const int ncells = draw.one_of<int>({3, 90, 5000, 123456, 12345678});
@@ -386,7 +382,7 @@ TEST_F(ReadersOnAnyInput, AgreeOnLongTexts) {
   int nread = 0;
   for (std::uint32_t seed = 1; seed <= 240 && !HasFailure(); ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const std::optional<Outcome> outcome = agreed(kModes[seed % 4], long_text(seed));
+    const std::optional<ReaderOutcome> outcome = agreed(kModes[seed % 4], long_text(seed));
     if (outcome && outcome->fatal.empty()) ++nread;
   }
   EXPECT_GE(nread, 60);

@@ -1,5 +1,4 @@
-// Hypergraphs in which neighbouring nets name cells far apart, many enough for the ways that are taken only
-// then.
+// Hypergraphs in which neighbouring nets name cells far apart, large enough for the code that handles those.
 
 #include <gtest/gtest.h>
 
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "oracle/oracle.h"
 
 namespace quillon {
 namespace {
@@ -21,28 +21,24 @@ struct Shape {
   unsigned seed;
 };
 
-// In place of the bytes, of which some belong to no member.
+// In place of the bytes, which include padding.
 void PrintTo(const Shape& shape, std::ostream* out) {
   *out << shape.ncells << " cells, " << shape.nnets << " nets of up to " << shape.most_pins << " pins, seed "
        << shape.seed;
 }
 
-// A record with the pins of its nets, and the obvious other side of it.
+// A record with the pins of its nets.
 struct Scattered {
   Hypergraph h{};
   std::vector<Net> nets;
   std::vector<Cell> cells;
   std::vector<int> cell_list;
   std::vector<int> net_list;
-  std::vector<std::vector<int>> nets_of_cell;
-  std::vector<int> wdeg;
 
   explicit Scattered(const Shape& shape) : nets(entries(shape.nnets)), cells(entries(shape.ncells)) {
     std::mt19937 draw(shape.seed);
     const auto below = [&draw](int bound) { return static_cast<int>(draw() % static_cast<unsigned>(bound)); };
-    cell_list.reserve(16);  // so that it stands somewhere also when there are no pins
-    nets_of_cell.resize(cells.size());
-    wdeg.resize(cells.size());
+    cell_list.reserve(16);  // not null even without pins
     std::vector<int> starts(nets.size());
     std::vector<int> sizes(nets.size());
     for (int j = 1; j <= shape.nnets; ++j) {
@@ -52,10 +48,7 @@ struct Scattered {
       sizes[at] = below(shape.most_pins + 1);
       for (int k = 0; k < sizes[at]; ++k) {
         const bool again = k > 0 && below(50) == 0;
-        const int i = again ? cell_list.back() : 1 + below(shape.ncells);
-        cell_list.push_back(i);
-        nets_of_cell[static_cast<std::size_t>(i)].push_back(j);
-        wdeg[static_cast<std::size_t>(i)] += nets[at].w;
+        cell_list.push_back(again ? cell_list.back() : 1 + below(shape.ncells));
       }
     }
     for (int j = 1; j <= shape.nnets; ++j) {
@@ -64,7 +57,7 @@ struct Scattered {
       nets[at].pinsend = nets[at].pins + sizes[at] - 1;
       if (sizes[at] == 0 && j % 2 == 0) nets[at].pins = nets[at].pinsend = nullptr;  // no list at all
     }
-    // There is nothing behind the last net: to look at this would end the program.
+    // The entry after the last net must not be read: that would end the program.
     auto* const nowhere = reinterpret_cast<int*>(64);  // NOLINT(performance-no-int-to-ptr)
     nets.back() = {0, nowhere, nowhere + 1};
     net_list.assign(cell_list.size() + 2, -7);
@@ -80,56 +73,55 @@ struct Scattered {
   static std::size_t entries(int count) { return static_cast<std::size_t>(count) + 2; }
 };
 
+// Compares lists one by one: a failure names the first, and the records are large.
+template <typename Item>
+void expect_same_lists(const std::vector<Item>& seen, const std::vector<Item>& expected, int* Item::*first,
+                       int* Item::*last, const std::vector<int>& seen_list,
+                       const std::vector<int>& expected_list) {
+  ASSERT_TRUE(seen_list == expected_list);
+  for (std::size_t k = 1; k < seen.size(); ++k)
+    ASSERT_EQ(seen[k].*first - seen_list.data(), expected[k].*first - expected_list.data()) << "item " << k;
+  for (std::size_t k = 1; k + 1 < seen.size(); ++k)
+    ASSERT_EQ(seen[k].*last - seen_list.data(), expected[k].*last - expected_list.data()) << "item " << k;
+}
+
 class ScatteredCells : public testing::TestWithParam<Shape> {};
 
-TEST_P(ScatteredCells, GetTheListsThatCountingAndFillingGives) {
+TEST_P(ScatteredCells, GetTheListsThatTheTwinGives) {
   Scattered r(GetParam());
+  Scattered expected(GetParam());
   std::vector<int> work(r.cells.size(), -7);
-
+  std::vector<int> expected_work = work;
   construct_net_list(&r.h, work.data());
+  oracle::construct_net_list(&expected.h, expected_work.data());
 
-  const int* next = r.net_list.data();
-  for (std::size_t i = 1; i + 1 < r.cells.size(); ++i) {
-    const Cell& cell = r.cells[i];
-    ASSERT_EQ(cell.nets, next) << "cell " << i;
-    ASSERT_EQ(std::vector<int>(cell.nets, cell.netsend + 1), r.nets_of_cell[i]) << "cell " << i;
-    ASSERT_EQ(cell.wdeg, r.wdeg[i]) << "cell " << i;
-    ASSERT_EQ(work[i], static_cast<int>(r.nets_of_cell[i].size())) << "cell " << i;
-    next = cell.netsend + 1;
-  }
-  EXPECT_EQ(r.cells.back().nets, next);
-  EXPECT_EQ(work.front(), 0);
-  EXPECT_EQ(work.back(), -7);
-  EXPECT_EQ(std::vector<int>(r.net_list.end() - 2, r.net_list.end()), (std::vector<int>{-7, -7}));
-  const auto [least, most] = std::minmax_element(work.begin() + 1, work.end() - 1);
-  EXPECT_EQ(r.h._mincd, *least);
-  EXPECT_EQ(r.h._maxcd, *most);
-  EXPECT_EQ(r.h._maxwcd, 0);
+  expect_same_lists(r.cells, expected.cells, &Cell::nets, &Cell::netsend, r.net_list, expected.net_list);
+  for (std::size_t i = 1; i + 1 < r.cells.size(); ++i)
+    ASSERT_EQ(r.cells[i].wdeg, expected.cells[i].wdeg) << "cell " << i;
+  EXPECT_TRUE(work == expected_work);
+  EXPECT_EQ(r.h._mincd, expected.h._mincd);
+  EXPECT_EQ(r.h._maxcd, expected.h._maxcd);
+  EXPECT_EQ(r.h._maxwcd, expected.h._maxwcd);
 }
 
-TEST_P(ScatteredCells, GiveTheNetsTheirPinsBackInOrder) {
+TEST_P(ScatteredCells, GiveTheNetsTheirPinsBackAsTheTwinDoes) {
   Scattered r(GetParam());
+  Scattered expected(GetParam());
   std::vector<int> work(std::max(r.cells.size(), r.nets.size()), -7);
-  construct_net_list(&r.h, work.data());
-  std::vector<std::vector<int>> pins(r.nets.size());
-  for (std::size_t i = 1; i < r.cells.size(); ++i)
-    for (const int j : r.nets_of_cell[i]) pins[static_cast<std::size_t>(j)].push_back(static_cast<int>(i));
-  std::fill(r.cell_list.begin(), r.cell_list.end(), -7);
-
-  construct_cell_list(&r.h, work.data());
-
-  const int* next = r.cell_list.data();
-  for (std::size_t j = 1; j + 1 < r.nets.size(); ++j) {
-    ASSERT_EQ(r.nets[j].pins, next) << "net " << j;
-    ASSERT_EQ(std::vector<int>(r.nets[j].pins, r.nets[j].pinsend + 1), pins[j]) << "net " << j;
-    ASSERT_EQ(work[j], static_cast<int>(pins[j].size())) << "net " << j;
-    next = r.nets[j].pinsend + 1;
+  for (Scattered* const side : {&r, &expected}) {
+    oracle::construct_net_list(&side->h, work.data());
+    std::fill(side->cell_list.begin(), side->cell_list.end(), -7);
   }
-  EXPECT_EQ(r.nets.back().pins, next);
+  std::vector<int> expected_work = work;
+  construct_cell_list(&r.h, work.data());
+  oracle::construct_cell_list(&expected.h, expected_work.data());
+
+  expect_same_lists(r.nets, expected.nets, &Net::pins, &Net::pinsend, r.cell_list, expected.cell_list);
+  EXPECT_TRUE(work == expected_work);
 }
 
-// Entries that wait for their turn say how many nets the one before is away. Here one is a million away,
-// among so many cells that there are not bits enough.
+// Queued entries hold their distance in nets from the one before. Here it is a million for one of them, which
+// does not fit in the bits that so many cells leave.
 TEST(ScatteredCellsFarFromOneAnother, GetTheirListsToo) {
   constexpr unsigned kHalf = 1U << 21;
   constexpr int kCells = 2 * kHalf;

@@ -1,11 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <limits>
-#include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,7 +26,7 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
-// What is not a number is printed with either sign; all else stays as it is.
+// NaN is printed with either sign; everything else is kept.
 std::string without_nan_signs(const std::string& text) {
   return replaced(replaced(text, " -nan", "  nan"), "-nan", "nan");
 }
@@ -153,65 +148,6 @@ TEST_F(PrinfoHypergraph, AStaleCellTotalIsFatalBeforeAnythingIsPrinted) {
 
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(text, "computed total cellw=15 but hypergraph->_totcw=10");
-}
-
-// Mean, deviation and their ratio of the lengths of lists, by the mean of squares.
-std::vector<double> spread_of(const Lists& lists) {
-  const auto n = static_cast<double>(lists.size());
-  double sum = 0, squares = 0;
-  for (const std::vector<int>& list : lists) {
-    const auto length = static_cast<double>(list.size());
-    sum += length;
-    squares += length * length;
-  }
-  const double mean = sum / n;
-  const double deviation = std::sqrt(std::max(squares / n - mean * mean, 0.0));
-  return {mean, lists.empty() ? mean : deviation, deviation / mean};
-}
-
-// Smallest length above 0, number of empty lists, largest length.
-std::vector<double> extremes_of(const Lists& lists) {
-  std::map<std::size_t, int> count;
-  for (const std::vector<int>& list : lists) ++count[list.size()];
-  const int nempty = count.count(0) != 0 ? count[0] : 0;
-  const double largest = count.empty() ? 0 : static_cast<double>(count.rbegin()->first);
-  count.erase(0);
-  return {count.empty() ? 2000000000.0 : static_cast<double>(count.begin()->first), double(nempty), largest};
-}
-
-std::vector<double> weights_of(const std::vector<int>& weights) {
-  double least = 2000000000, most = 0, sum = 0;
-  for (const int w : weights) {
-    least = w < least ? w : least;
-    most = w > most ? w : most;
-    sum += w;
-  }
-  return {least, most, sum};
-}
-
-TEST_F(PrinfoHypergraph, AgreesWithPlainFormulasOnRandomRecords) {
-  for (unsigned seed = 1; seed <= 300; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const Shape shape = random_shape(seed, {.duplicates = seed % 2 == 0});
-    const Record r(shape);
-    const Lists nets = nets_of_cells(shape);
-    std::vector<double> expected = {double(r.h._c), double(r.h._n), double(r.h._p)};
-    for (const std::vector<double>& part :
-         {spread_of(nets), extremes_of(nets), spread_of(shape.pins), extremes_of(shape.pins),
-          weights_of(shape.cell_weights), weights_of(shape.net_weights)})
-      expected.insert(expected.end(), part.begin(), part.end());
-
-    std::istringstream line(line_of(r));
-    std::vector<double> fields;
-    for (std::string field; std::getline(line, field, '\t');)
-      fields.push_back(std::strtod(field.c_str(), nullptr));
-    ASSERT_EQ(fields.size(), 21u);
-    for (std::size_t k = 0; k < fields.size(); ++k)
-      if (std::isnan(expected[k]))
-        EXPECT_TRUE(std::isnan(fields[k])) << "field " << k + 1 << " is " << fields[k];
-      else
-        EXPECT_NEAR(fields[k], expected[k], 0.00501) << "field " << k + 1;
-  }
 }
 
 TEST_F(PrDetailinfoHypergraph, PrintsTheWholeReport) {
@@ -422,37 +358,6 @@ TEST_F(PrDetailinfoHypergraph, AStaleCellTotalIsFatalBeforeAnythingIsPrintedOrTa
             "computed total cellw=10 but hypergraph->_totcw=11");
   EXPECT_EQ(recorder::printed(), "");
   EXPECT_THAT(recorder::requests(), IsEmpty());
-}
-
-// The counts of one distribution in a report, by length; `line` begins its lines.
-std::map<int, int> distribution(const std::string& report, const std::string& line) {
-  std::map<int, int> counts;
-  for (std::size_t at = report.find(line); at != std::string::npos; at = report.find(line, at + 1)) {
-    std::istringstream rest(report.substr(at + line.size()));
-    int length = kMarker, count = kMarker;
-    std::string arrow;
-    rest >> length >> arrow >> count;
-    counts[length] = count;
-  }
-  return counts;
-}
-
-std::map<int, int> lengths_of(const Lists& lists) {
-  std::map<int, int> counts;
-  for (const std::vector<int>& list : lists) ++counts[static_cast<int>(list.size())];
-  return counts;
-}
-
-TEST_F(PrDetailinfoHypergraph, DistributionsAgreeWithMapsOnRandomRecords) {
-  for (unsigned seed = 1; seed <= 200; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    recorder::reset();
-    const Shape shape = random_shape(seed, {.ncells = 20, .duplicates = seed % 2 == 0});
-    const std::string report = report_of(Record(shape));
-
-    EXPECT_EQ(distribution(report, "\n CelDeg= "), lengths_of(nets_of_cells(shape)));
-    EXPECT_EQ(distribution(report, "\n NetSize= "), lengths_of(shape.pins));
-  }
 }
 
 }  // namespace

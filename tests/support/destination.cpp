@@ -1,10 +1,43 @@
 #include "tests/support/destination.h"
 
+#include <limits>
+#include <ostream>
+
+#include "oracle/oracle.h"
+
 namespace quillon {
 namespace {
 
 std::size_t entries(int count, int spares) {
   return static_cast<std::size_t>(count) + static_cast<std::size_t>(spares);
+}
+
+// In the array, or the smallest number for null.
+std::int64_t position(const int* at, const std::vector<int>& array) {
+  return at == nullptr ? std::numeric_limits<std::int64_t>::min() : at - array.data();
+}
+
+template <typename Owner>
+Image image_of_sides(const Owner& owner) {
+  Image image;
+  image.counts = counts_of(owner.h);
+  for (const Cell& cell : owner.cells)
+    image.cells.push_back({cell.w, cell.inw, cell.pno, cell.wdeg, position(cell.nets, owner.net_list),
+                           position(cell.netsend, owner.net_list)});
+  for (const Net& net : owner.nets)
+    image.nets.push_back(
+        {net.w, position(net.pins, owner.cell_list), position(net.pinsend, owner.cell_list)});
+  image.arrays = {owner.net_list, owner.cell_list};
+  return image;
+}
+
+void print_lists(const char* name, const auto& lists, std::ostream* out) {
+  *out << "\n  " << name;
+  for (const auto& list : lists) {
+    *out << " (";
+    for (const auto entry : list) *out << " " << entry;
+    *out << " )";
+  }
 }
 
 }  // namespace
@@ -46,6 +79,40 @@ int prune(const Hypergraph& from, Destination& to, int maxsize, int mode) {
 int prune_shuffled(Hypergraph& from, Destination& to, int maxsize, int mode) {
   return CopyPermConsHypergraph(&from, &to.h, to.netorder.data(), to.cellperm.data(), to.celldeg.data(),
                                 to.cellend.data(), maxsize, &to.nmulti, mode);
+}
+
+int prune_by_oracle(const Hypergraph& from, Destination& to, int maxsize, int mode) {
+  return oracle::CopyConsHypergraph(&from, &to.h, to.netorder.data(), to.celldeg.data(), to.cellend.data(),
+                                    maxsize, &to.nmulti, mode);
+}
+
+int prune_shuffled_by_oracle(Hypergraph& from, Destination& to, int maxsize, int mode) {
+  return oracle::CopyPermConsHypergraph(&from, &to.h, to.netorder.data(), to.cellperm.data(),
+                                        to.celldeg.data(), to.cellend.data(), maxsize, &to.nmulti, mode);
+}
+
+Image image_of(const Record& record) { return image_of_sides(record); }
+
+Image image_of(const Destination& destination) {
+  const Destination& d = destination;
+  Image image = image_of_sides(d);
+  image.arrays.insert(image.arrays.end(), {d.clabel, d.nlabel, d.netorder, d.cellperm, d.celldeg});
+  std::vector<int> ends;
+  for (int* const end : d.cellend)
+    ends.push_back(end == Destination::elsewhere ? kMarker : static_cast<int>(end - d.net_list.data()));
+  image.arrays.push_back(ends);
+  image.arrays.push_back(left_elsewhere(d.h));
+  image.arrays.push_back({d.nmulti, d.h._internets == nullptr ? 0 : 1});
+  if (d.h._internets != nullptr)
+    for (const std::vector<int>& pair : internets(d.h)) image.arrays.push_back(pair);
+  return image;
+}
+
+void PrintTo(const Image& image, std::ostream* out) {
+  print_lists("counts", std::vector<std::vector<int>>{image.counts}, out);
+  print_lists("cells", image.cells, out);
+  print_lists("nets", image.nets, out);
+  print_lists("arrays", image.arrays, out);
 }
 
 std::vector<int> left_elsewhere(const Hypergraph& h) {

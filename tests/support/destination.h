@@ -1,7 +1,8 @@
 #pragma once
-// What a hypergraph is copied into: a record with arrays of its own, and the work arrays of the pruning
-// copies.
+// The destination of a copy: a record with arrays of its own, and the work arrays of the pruning copies.
 
+#include <cstdint>
+#include <iosfwd>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
@@ -9,8 +10,8 @@
 
 namespace quillon {
 
-/// Arrays as long as the module asks for, so that the address sanitizer sees one entry more. Every entry, and
-/// every count of the record, holds kMarker; the pointers that no copy has to do with point to `elsewhere`.
+/// Arrays exactly as long as the module requires, so that the address sanitizer sees an access beyond. Every
+/// entry, and every count of the record, holds kMarker; the pointers that no copy uses point to `elsewhere`.
 class Destination {
  public:
   explicit Destination(const Hypergraph& source);
@@ -26,7 +27,7 @@ class Destination {
   std::vector<int> clabel;
   std::vector<int> nlabel;
 
-  // What the caller of a pruning copy gets beside it.
+  // Further results of a pruning copy.
   std::vector<int> netorder;
   std::vector<int> cellperm;
   std::vector<int> celldeg;
@@ -40,13 +41,34 @@ class Destination {
 int prune(const Hypergraph& from, Destination& to, int maxsize, int mode);
 int prune_shuffled(Hypergraph& from, Destination& to, int maxsize, int mode);
 
-/// The pointers of a record that copies into it leave alone, as indexes into `elsewhere` (-1 for others).
+/// The same by their twins.
+int prune_by_oracle(const Hypergraph& from, Destination& to, int maxsize, int mode);
+int prune_shuffled_by_oracle(Hypergraph& from, Destination& to, int maxsize, int mode);
+
+/// Everything in a record and its arrays, spare entries included, with positions in the pin arrays in place
+/// of pointers: what a function and its twin have to leave alike.
+struct Image {
+  std::vector<int> counts;
+  std::vector<std::vector<std::int64_t>> cells;  ///< w, inw, pno, wdeg, first and last net.
+  std::vector<std::vector<std::int64_t>> nets;   ///< w, first and last pin.
+  std::vector<std::vector<int>> arrays;
+  bool operator==(const Image&) const = default;
+};
+
+Image image_of(const Record& record);
+
+/// With the labels, the further results and the pairs of one-pin nets.
+Image image_of(const Destination& destination);
+
+void PrintTo(const Image& image, std::ostream* out);
+
+/// The pointers of a record that copies leave alone, as indexes into `elsewhere` (-1 for others).
 std::vector<int> left_elsewhere(const Hypergraph& h);
 
 /// The counts and totals of a record, in the order of its fields.
 std::vector<int> counts_of(const Hypergraph& h);
 
-/// The nets that stand behind each cell's list, up to where the next cell's begins, as they stand there.
+/// The entries after each cell's list, up to the start of the next cell's.
 Lists set_aside_of_cells(const Destination& d);
 
 /// The pins of copy nets first .. last.

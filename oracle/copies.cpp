@@ -1,13 +1,10 @@
-#include "bench/obvious.h"
+#include "oracle/lists.h"
+#include "oracle/oracle.h"
+#include "oracle/services.h"
 #include "util/util.h"
 
-namespace quillon::obvious {
+namespace quillon::oracle {
 namespace {
-
-int size_of(const Net& net) {
-  if (net.pins == nullptr) return 0;
-  return static_cast<int>(net.pinsend - net.pins) + 1;
-}
 
 void swap_entries(int* values, int a, int b) {
   const int value = values[a];
@@ -15,18 +12,15 @@ void swap_entries(int* values, int a, int b) {
   values[b] = value;
 }
 
-void copy_totals(const Hypergraph* h, Hypergraph* nh) {
-  nh->_totcw = h->_totcw;
-  nh->_totinw = h->_totinw;
-  nh->_totnw = h->_totnw;
-  nh->_virtualnets = h->_virtualnets;
-}
-
-void copy_counts(const Hypergraph* h, Hypergraph* nh) {
+void copy_counts_and_totals(const Hypergraph* h, Hypergraph* nh) {
   nh->_c = h->_c;
   nh->_n = h->_n;
   nh->_p = h->_p;
   nh->_fmt = h->_fmt;
+  nh->_totcw = h->_totcw;
+  nh->_totinw = h->_totinw;
+  nh->_totnw = h->_totnw;
+  nh->_virtualnets = h->_virtualnets;
 }
 
 void copy_cell(const Cell& from, Cell& to) {
@@ -40,11 +34,7 @@ void fill_identity(int* values, int count) {
   for (int i = 1; i <= count; ++i) values[i] = i;
 }
 
-void shuffle(int* values, int count) {
-  for (int i = count; i > 1; --i) swap_entries(values, i, uRandom(i) + 1);
-}
-
-// Moves the nets with fewer than two pins behind the others; returns how many others there are.
+// Moves the nets with fewer than two pins after the others; returns the number of others.
 int prune(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   nh->_ninternets = 0;
   int nmulti = h->_n;
@@ -62,7 +52,7 @@ int prune(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   return nmulti;
 }
 
-// Moves the nets of maxsize pins or more behind the others of the first nmulti; returns how many are kept.
+// Moves the nets of maxsize pins or more after the others of the first nmulti; returns the number kept.
 int set_aside(const Hypergraph* h, int* netorder, int nmulti, int maxsize) {
   int nkept = nmulti;
   int i = 1;
@@ -77,15 +67,18 @@ int set_aside(const Hypergraph* h, int* netorder, int nmulti, int maxsize) {
   return nkept;
 }
 
+// Appends the pins of a net at `at`.
+void copy_pins(const Net& from, Net& to, int*& at) {
+  to.w = from.w;
+  to.pins = at;
+  if (from.pins != nullptr)
+    for (const int* pin = from.pins; pin <= from.pinsend; ++pin) *at++ = *pin;
+  to.pinsend = at - 1;
+}
+
 void copy_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int nmulti) {
   int* at = nh->_cell_list;
-  for (int i = 1; i <= nmulti; ++i) {
-    const Net& from = h->_nlst[netorder[i]];
-    nh->_nlst[i].w = from.w;
-    nh->_nlst[i].pins = at;
-    for (const int* pin = from.pins; pin <= from.pinsend; ++pin) *at++ = *pin;
-    nh->_nlst[i].pinsend = at - 1;
-  }
+  for (int i = 1; i <= nmulti; ++i) copy_pins(h->_nlst[netorder[i]], nh->_nlst[i], at);
   nh->_nlst[nmulti + 1].pins = at;
 }
 
@@ -105,8 +98,7 @@ void copy_nets_shuffled(const Hypergraph* h, Hypergraph* nh, const int* netorder
   nh->_nlst[nmulti + 1].pins = at;
 }
 
-// Kept nets fill a cell's region from its start, set-aside ones from its end.
-void build_cell_side(Hypergraph* nh, int* celldeg, int** cellend, int nkept, int nmulti) {
+void lay_out_regions(Hypergraph* nh, int* celldeg, int** cellend, int nmulti) {
   for (int i = 0; i <= nh->_c; ++i) celldeg[i] = 0;
   for (int j = 1; j <= nmulti; ++j)
     for (const int* pin = nh->_nlst[j].pins; pin <= nh->_nlst[j].pinsend; ++pin) ++celldeg[*pin];
@@ -120,12 +112,17 @@ void build_cell_side(Hypergraph* nh, int* celldeg, int** cellend, int nkept, int
     cellend[i] = at;
   }
   nh->_clst[nh->_c + 1].nets = at;
+}
 
+// Kept nets fill a cell's region from its start, set-aside ones from its end.
+void build_cell_side(Hypergraph* nh, int* celldeg, int** cellend, int nkept, int nmulti) {
+  lay_out_regions(nh, celldeg, cellend, nmulti);
   for (int j = 1; j <= nkept; ++j) {
     for (const int* pin = nh->_nlst[j].pins; pin <= nh->_nlst[j].pinsend; ++pin) {
-      ++nh->_clst[*pin].netsend;
-      *nh->_clst[*pin].netsend = j;
-      nh->_clst[*pin].wdeg += nh->_nlst[j].w;
+      Cell& cell = nh->_clst[*pin];
+      ++cell.netsend;
+      *cell.netsend = j;
+      cell.wdeg = sum(cell.wdeg, nh->_nlst[j].w);
     }
   }
   for (int j = nkept + 1; j <= nmulti; ++j) {
@@ -137,9 +134,24 @@ void build_cell_side(Hypergraph* nh, int* celldeg, int** cellend, int nkept, int
   }
 }
 
+void close_copy(Hypergraph* nh, int nkept) {
+  nh->_n = nkept;
+  nh->_p -= nh->_ninternets;
+  nh->_maxwcd = 0;
+  nh->_maxcd = 0;
+  nh->_mincd = kNoMinimum;
+  for (int i = 1; i <= nh->_c; ++i) {
+    const int deg = degree_of(nh->_clst[i]);
+    if (nh->_clst[i].wdeg > nh->_maxwcd) nh->_maxwcd = nh->_clst[i].wdeg;
+    if (deg > nh->_maxcd) nh->_maxcd = deg;
+    if (deg < nh->_mincd) nh->_mincd = deg;
+  }
+  nh->_internets = nullptr;
+}
+
+// The pair names the copy's number of the cell; the weight goes to the cell that has the source's number.
 void keep_internal_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int nmulti,
                         const int* cellnumber) {
-  nh->_internets = static_cast<InternalNet*>(take(std::int64_t{nh->_ninternets} + 1, sizeof(InternalNet)));
   int ninternets = 0;
   for (int i = nmulti + 1; i <= h->_n; ++i) {
     const Net& net = h->_nlst[netorder[i]];
@@ -147,46 +159,31 @@ void keep_internal_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder
       nh->_internets[ninternets].net = netorder[i];
       nh->_internets[ninternets].cell = cellnumber[*net.pins];
       ++ninternets;
-      nh->_clst[*net.pins].inw += net.w;
-      nh->_totinw += net.w;
+      nh->_clst[*net.pins].inw = sum(nh->_clst[*net.pins].inw, net.w);
+      nh->_totinw = sum(nh->_totinw, net.w);
     } else {
-      nh->_virtualnets += net.w;
-      nh->_totnw -= net.w;
+      nh->_virtualnets = sum(nh->_virtualnets, net.w);
+      nh->_totnw = difference(nh->_totnw, net.w);
     }
   }
 }
 
-void close_copy(Hypergraph* nh, int nkept) {
-  nh->_n = nkept;
-  nh->_p -= nh->_ninternets;
-  nh->_maxwcd = 0;
-  nh->_maxcd = 0;
-  nh->_mincd = 2000000000;
-  for (int i = 1; i <= nh->_c; ++i) {
-    const int deg = static_cast<int>(nh->_clst[i].netsend - nh->_clst[i].nets) + 1;
-    if (nh->_clst[i].wdeg > nh->_maxwcd) nh->_maxwcd = nh->_clst[i].wdeg;
-    if (deg > nh->_maxcd) nh->_maxcd = deg;
-    if (deg < nh->_mincd) nh->_mincd = deg;
-  }
+InternalNet* allocate_internets(const Hypergraph* nh, const char* tag) {
+  const std::uint64_t bytes = static_cast<std::uint64_t>(nh->_ninternets) * sizeof(InternalNet);
+  return static_cast<InternalNet*>(services.poolalloc(0, bytes, tag));
 }
 
 }  // namespace
 
 int CopyHypergraph(Hypergraph* nh, const Hypergraph* h) {
   *nh = {};
-  copy_counts(h, nh);
-  copy_totals(h, nh);
+  copy_counts_and_totals(h, nh);
+  oracle::malloc_hypergraph(nh);
+  copy_counts_and_totals(h, nh);
   nh->_ninternets = h->_ninternets;
-  take_arrays(nh);
 
   int* at = nh->_cell_list;
-  for (int j = 1; j <= h->_n; ++j) {
-    nh->_nlst[j].w = h->_nlst[j].w;
-    nh->_nlst[j].pins = at;
-    if (h->_nlst[j].pins != nullptr)
-      for (const int* pin = h->_nlst[j].pins; pin <= h->_nlst[j].pinsend; ++pin) *at++ = *pin;
-    nh->_nlst[j].pinsend = at - 1;
-  }
+  for (int j = 1; j <= h->_n; ++j) copy_pins(h->_nlst[j], nh->_nlst[j], at);
   nh->_nlst[h->_n + 1].pinsend = at;
 
   at = nh->_net_list;
@@ -203,50 +200,53 @@ int CopyHypergraph(Hypergraph* nh, const Hypergraph* h) {
 
 int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* celldeg, int** cellend,
                        int maxsize, int* nmulti, int mode) {
-  copy_counts(h, nh);
-  copy_totals(h, nh);
+  copy_counts_and_totals(h, nh);
   fill_identity(netorder, h->_n);
   *nmulti = prune(h, nh, netorder);
   const int nkept = set_aside(h, netorder, *nmulti, maxsize);
-  for (int i = nkept + 1; i <= *nmulti; ++i) nh->_totnw -= h->_nlst[netorder[i]].w;
+  for (int i = nkept + 1; i <= *nmulti; ++i) nh->_totnw = difference(nh->_totnw, h->_nlst[netorder[i]].w);
 
   for (int i = 1; i <= h->_n; ++i) nh->_nlabel[i] = netorder[i];
   fill_identity(nh->_clabel, h->_c);
   copy_nets(h, nh, netorder, *nmulti);
   for (int i = 1; i <= h->_c; ++i) copy_cell(h->_clst[i], nh->_clst[i]);
   build_cell_side(nh, celldeg, cellend, nkept, *nmulti);
-  if (mode == 2) keep_internal_nets(h, nh, netorder, *nmulti, nh->_clabel);
   close_copy(nh, nkept);
+  if (mode == 2) {
+    nh->_internets = allocate_internets(nh, "CopyConsHypergraph: nh->_internets");
+    keep_internal_nets(h, nh, netorder, *nmulti, nh->_clabel);
+  }
   return 0;
 }
 
 int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* cellperm, int* celldeg,
                            int** cellend, int maxsize, int* nmulti, int mode) {
-  copy_counts(h, nh);
-  copy_totals(h, nh);
+  copy_counts_and_totals(h, nh);
   fill_identity(netorder, h->_n);
-  shuffle(netorder, h->_n);
+  PermuteInPlace(netorder + 1, h->_n);
   *nmulti = prune(h, nh, netorder);
   const int nkept = set_aside(h, netorder, *nmulti, maxsize);
 
   fill_identity(cellperm, h->_c);
-  shuffle(cellperm, h->_c);
+  PermuteInPlace(cellperm + 1, h->_c);
   for (int i = 1; i <= h->_n; ++i) nh->_nlabel[i] = netorder[i];
   for (int i = 1; i <= h->_c; ++i) nh->_clabel[cellperm[i]] = i;
   copy_nets_shuffled(h, nh, netorder, *nmulti, cellperm);
   for (int i = 1; i <= h->_c; ++i) copy_cell(h->_clst[i], nh->_clst[cellperm[i]]);
   build_cell_side(nh, celldeg, cellend, nkept, *nmulti);
-  if (mode == 2) keep_internal_nets(h, nh, netorder, *nmulti, cellperm);
   close_copy(nh, nkept);
+  if (mode == 2) {
+    nh->_internets = allocate_internets(nh, "CopyPermConsHypergraph: nh->_internets");
+    keep_internal_nets(h, nh, netorder, *nmulti, cellperm);
+  }
   return 0;
 }
 
 int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, int* cellperm) {
-  int* const reverse = take_ints(std::int64_t{h->_c} + 1);
+  int* const reverse = services.imalloc(std::int64_t{h->_c} + 2, "rcwork");
   for (int i = 1; i <= h->_c; ++i) reverse[cellperm[i]] = i;
 
-  copy_counts(h, nh);
-  copy_totals(h, nh);
+  copy_counts_and_totals(h, nh);
   int* at = nh->_cell_list;
   for (int j = 1; j <= h->_n; ++j) {
     const Net& from = h->_nlst[netperm[j]];
@@ -259,9 +259,28 @@ int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, i
   nh->_nlst[h->_n + 1].pins = at;
 
   for (int i = 1; i <= h->_c; ++i) copy_cell(h->_clst[cellperm[i]], nh->_clst[i]);
-  obvious::construct_net_list(nh, cellperm);
-  std::free(reverse);
+  oracle::construct_net_list(nh, cellperm);
+  services.free(reverse);
   return 0;
 }
 
-}  // namespace quillon::obvious
+void SymmetricPermute(const Hypergraph* h, int k, Hypergraph* nh) {
+  if (h->_c != h->_n)
+    errexit("SymmetricPermute only run in symmetric hypergraphs (#C:%d #N:%d)", h->_c, h->_n);
+  int* const next = services.imalloc(k, "con");
+  int* const order = services.imalloc(std::int64_t{h->_c} + 2, "cwork");
+
+  int start = 1;
+  for (int part = 0; part < k; ++part) {
+    next[part] = start;
+    for (int i = 1; i <= h->_c; ++i)
+      if (h->_clst[i].pno == part) ++start;
+  }
+  for (int i = 1; i <= h->_c; ++i) order[next[h->_clst[i].pno]++] = i;
+
+  oracle::PermuteHypergraph(h, nh, order, order);
+  services.free(order);
+  services.free(next);
+}
+
+}  // namespace quillon::oracle

@@ -1,0 +1,32 @@
+#pragma once
+/// @file
+/// What the twins use of the utility layer and the benchmarks replace.
+///
+/// By default the twins request memory exactly as the module has to, so that over a recording utility layer
+/// the requests of both can be compared one by one. As a baseline they run on malloc instead: the huge pages
+/// of `umalloc` are part of what the benchmarks measure.
+
+#include <cstdint>
+
+namespace quillon::oracle {
+
+/// Each function as described in `util/util.h`.
+struct Services {
+  void* (*umalloc)(std::uint64_t bytes, const char* tag);
+  std::int32_t* (*imalloc)(std::int64_t count, const char* tag);
+  void* (*urealloc)(void* block, std::uint64_t bytes, const char* tag);
+  void (*free)(void* block);
+  void* (*poolalloc)(int pool, std::uint64_t bytes, const char* tag);
+  void (*read_array)(const char* filename, std::int32_t* array, int count, int first);
+};
+
+/// The functions of the utility layer.
+extern const Services kUtilityLayer;
+
+/// malloc for every block, those of pools included, and `oracle::read_array`.
+extern const Services kPlain;
+
+/// Those in use.
+extern Services services;
+
+}  // namespace quillon::oracle
