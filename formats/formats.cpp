@@ -68,7 +68,7 @@ std::vector<Format> make_table() {
        .suffixes = {".json"},
        .summary = "Hypergraph Interchange Format 0.1; has names of cells and nets",
        .first_cell = "any name; cells are numbered in the order of the file",
-       .weights = "the member weight of nodes and edges; whole numbers",
+       .weights = "\"weight\" of nodes and edges; whole numbers",
        .options = kLabelsOption,
        .read = read_hif,
        .write = write_hif},

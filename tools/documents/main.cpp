@@ -24,8 +24,6 @@ using kainjow::mustache::mustache;
 // Refuses names that the model does not have. They would leave nothing in the output.
 class StrictContext : public context<std::string> {
  public:
-  explicit StrictContext(const data* root) : context<std::string>(root) {}
-
   const data* get(const std::string& name) const override {
     const data* const found = context<std::string>::get(name);
     if (found == nullptr) throw std::runtime_error("the model has no '" + name + "'");
@@ -86,7 +84,8 @@ std::string rendered(const std::string& template_name) {
   if (!view.is_valid()) throw std::runtime_error(view.error_message());
   view.set_custom_escape(escape_for(template_name));
   const data root = template_data(all_commands());
-  StrictContext names(&root);
+  StrictContext names;
+  names.push(&root);
   std::string text = view.render(names);
   if (!view.is_valid()) throw std::runtime_error(view.error_message());
   return text;
