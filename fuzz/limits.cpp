@@ -1,5 +1,5 @@
-// What a file announces is asked for before it is looked for. Requests beyond a limit find no memory, so that
-// no run takes long and what happens then is tested too.
+// Readers allocate what a header announces. Larger requests than a limit fail here, so that no run is slow and
+// failures of memory are tested too.
 
 #include <cstdlib>
 #include <new>
@@ -11,8 +11,8 @@ extern "C" const char* __asan_default_options() {
   return "max_allocation_size_mb=40:allocator_may_return_null=1";
 }
 
-// Those of the sanitizer end the program where the standard says bad_alloc.
-// NOLINTBEGIN(misc-new-delete-overloads): each has its partner
+// The operators of the sanitizer end the program instead of throwing bad_alloc.
+// NOLINTBEGIN(misc-new-delete-overloads): every operator has its counterpart
 void* operator new(std::size_t bytes, const std::nothrow_t& /*nothrow*/) noexcept {
   return std::malloc(bytes == 0 ? 1 : bytes);
 }

@@ -55,6 +55,12 @@ struct Kind {
   std::string name;
   std::function<void(const std::string& filename)> read;
   BrokenTexts texts;
+
+  std::string next_text() {
+    std::string text = texts.next();
+    while (!name.ends_with(".gz") && announces_much(text)) text = texts.next();
+    return text;
+  }
 };
 
 void read_record(const Format& format, const std::string& filename, const ReadOptions& options) {
@@ -172,8 +178,7 @@ class BrokenFilesOfAllFormats : public testing::Test {
 
   // Reads the next text of a kind and checks that nothing is left of that.
   void read_next(Kind& kind, const std::string& filename) {
-    std::string text = kind.texts.next();
-    while (!kind.name.ends_with(".gz") && announces_much(text)) text = kind.texts.next();
+    const std::string text = kind.next_text();
     std::ofstream(filename, std::ios::binary) << text;
     outcome_[0] = '\0';
     const Held before;
@@ -207,10 +212,8 @@ TEST_F(BrokenFilesOfAllFormats, LeaveNothingBehind) {
   const std::string filename = folder.at("file");
   std::vector<Kind> kinds = all_kinds();
   // The first error, stream and block of each kind may cost memory that is used again.
-  for (const Kind& kind : kinds) {
-    read(kind, folder.write("file", "1 2\n"));
-    for (const std::string& text : originals_of("quillon")) read(kind, folder.write("file", text));
-  }
+  for (Kind kind : kinds)
+    for (int nfiles = 0; nfiles < 20; ++nfiles) read(kind, folder.write("file", kind.next_text()));
   naccepted_ = 0;
 
   std::uint64_t warmed_up = 0;
@@ -223,7 +226,7 @@ TEST_F(BrokenFilesOfAllFormats, LeaveNothingBehind) {
     EXPECT_GE(accepted_[kind.name], 5) << kind.name;
     EXPECT_GE(refused_[kind.name], 100) << kind.name;
   }
-  EXPECT_GE(naccepted_, kFiles / 20);
+  EXPECT_GE(naccepted_, kFiles / 25);
   EXPECT_LE(naccepted_, kFiles / 2);
   EXPECT_THAT(outcomes_, SizeIs(Ge(25)));
   if (kAddressSanitizer)

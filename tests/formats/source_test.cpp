@@ -75,8 +75,8 @@ TEST(Source, RefusesDamagedData) {
     damaged[at] = byte;
     const std::string file = folder.write("damaged", damaged);
     const Finding finding = finding_of([&] { read_all(file); });
-    EXPECT_EQ(finding, unreadable(file, finding.message.substr(file.size() + 17)));
-    return finding.message.substr(file.size() + 17);
+    EXPECT_EQ(finding, unreadable(file, finding.message.substr(file.size() + 16)));
+    return finding.message.substr(file.size() + 16);
   };
   const std::string damaged = "its compressed data is damaged: ";
   EXPECT_EQ(reason_with(2, '\1'), damaged + "unknown compression method");
