@@ -131,6 +131,7 @@ ReaderOutcome outcome_of(StreamReader* reader, std::FILE* file, int check) {
   outcome.warnings = recorder::warnings();
   outcome.requests = recorder::requests();
   outcome.position = std::ftell(file);
+  recorder::reset();  // frees what the run left
   return outcome;
 }
 
