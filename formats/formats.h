@@ -42,9 +42,9 @@ enum class SmallNets { kFold, kKeep };
 /// @param filename  File name, or - for standard input.
 /// @param warn      Warn about cells named twice and missing cell weights.
 /// @throws BadFile  if it cannot be read, or ends in a comment line, or a line too long, where more is due:
-/// the
-///                  readers of the module would wait for ever.
-/// @par Errors      What else is wrong with the file is fatal (util/util.h).
+///                  the readers of the module would wait for ever.
+/// @par Errors      What else is wrong with the file is fatal (util/util.h). Under a handler that throws, a
+///                  Scope (util/scope.h) that outlives `record` frees what is left of the call.
 void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn);
 
 /// Reads a file into a record, both sides built; nets of one pin or none are kept.

@@ -1,5 +1,5 @@
-// Readers allocate what a header announces. Larger requests than a limit fail here, so that no run is slow and
-// failures of memory are tested too.
+// Readers allocate what a header announces. Larger requests than a limit fail here, so that no run is slow
+// and failures of memory are tested too.
 
 #include <cstdlib>
 #include <new>
