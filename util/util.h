@@ -134,10 +134,16 @@ using TextHandler = void (*)(const char* text);
 /// @return         The previous handler, null if that was the default; setting it again restores it.
 FatalHandler set_fatal_handler(FatalHandler handler);
 
-/// Sets the handler of `uwarning`, as `set_fatal_handler` does.
+/// Sets the handler of `uwarning`.
+///
+/// @param handler  Null restores the default.
+/// @return         The previous handler, null if that was the default.
 TextHandler set_warning_handler(TextHandler handler);
 
-/// Sets the handler of `uprintf`, as `set_fatal_handler` does.
+/// Sets the handler of `uprintf`.
+///
+/// @param handler  Null restores the default.
+/// @return         The previous handler, null if that was the default.
 TextHandler set_output_handler(TextHandler handler);
 
 /// @}

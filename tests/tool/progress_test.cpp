@@ -15,7 +15,7 @@
 #include <string>
 #include <thread>
 
-#include "util/util.h"
+#include "tools/cli/console.h"
 
 namespace quillon::tool_test {
 namespace {
@@ -104,10 +104,10 @@ TEST_F(Progress, LetsMessagesStandAboveIt) {
     const tool::Progress progress(
         "reading x", 0, [&looks] { return ++looks > 0 ? 5000000U : 0U; }, std::chrono::milliseconds(0));
     wait_for_looks(looks, 2);
-    uwarning("number %d", 1);
+    tool::print_warning("number 1");
     const int seen = looks;
     wait_for_looks(looks, seen + 2);
-    errexit("number %d", 2);
+    tool::print_error("number 2");
   });
   EXPECT_THAT(text, HasSubstr("5.0 MB  0:00\r\x1b[Kquillon: warning: number 1\r\n\r\x1b[Kreading x  5.0 MB"));
   EXPECT_THAT(text, EndsWith("5.0 MB  0:00\r\x1b[Kquillon: error: number 2\r\n"));
