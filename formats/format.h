@@ -33,8 +33,9 @@ struct ReadOptions {
 };
 
 struct WriteOptions {
-  int numbering = 1;           ///< First cell number, where the format has a choice.
-  std::optional<int> weights = {};  ///< 0 none, 1 cells, 2 nets, 3 both; by default those of the record's `_fmt`.
+  int numbering = 1;  ///< First cell number, where the format has a choice.
+  std::optional<int> weights =
+      {};  ///< 0 none, 1 cells, 2 nets, 3 both; by default those of the record's `_fmt`.
   Model model = Model::kRowNet;    ///< Of matrices.
   const Labels* labels = nullptr;  ///< For formats with names; null or empty: the numbers.
 };

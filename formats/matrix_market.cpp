@@ -152,11 +152,11 @@ Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k)
 
 std::vector<Entry> read_entries(Scanner& in, const Header& header) {
   const Ranges ranges{index_range("row", header.nrows), index_range("column", header.ncolumns)};
-  std::vector<Entry> entries;
-  for (int k = 1; k <= header.nentries; ++k) entries.push_back(read_entry(in, header, ranges, k));
+  std::vector<Entry> matrix;
+  for (int k = 1; k <= header.nentries; ++k) matrix.push_back(read_entry(in, header, ranges, k));
   expect_end(in, "the " + std::to_string(header.nentries) +
                      (header.nentries == 1 ? " entry of the header" : " entries of the header"));
-  return entries;
+  return matrix;
 }
 
 // Each entry is followed by its mirror image.
@@ -247,20 +247,20 @@ void make_nets(NetLists& lists, const std::vector<Entry>& entries, const Header&
 
 void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options) {
   const Header header = read_header(in);
-  std::vector<Entry> entries = read_entries(in, header);
-  if (const std::size_t nrepeated = drop_repeated(entries, header.mirrored); nrepeated > 0)
+  std::vector<Entry> matrix = read_entries(in, header);
+  if (const std::size_t nrepeated = drop_repeated(matrix, header.mirrored); nrepeated > 0)
     lists.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
                             " of entries dropped");
-  if (header.mirrored) entries = with_mirror_images(entries);
+  if (header.mirrored) matrix = with_mirror_images(matrix);
   check_options(in, header, options);
 
   if (options.model == Model::kFineGrain) {
-    if (options.add_diagonal) append_diagonal(entries, header.nrows);
-    make_fine_grain_nets(lists, entries, header);
+    if (options.add_diagonal) append_diagonal(matrix, header.nrows);
+    make_fine_grain_nets(lists, matrix, header);
     return;
   }
-  make_nets(lists, entries, header, options.model);
-  if (options.add_diagonal) lists.diagonal = marks_of_diagonal(entries, header.nrows);
+  make_nets(lists, matrix, header, options.model);
+  if (options.add_diagonal) lists.diagonal = marks_of_diagonal(matrix, header.nrows);
 }
 
 std::string refusal_of_matrix_market(const WriteOptions& options) {

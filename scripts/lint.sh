@@ -12,7 +12,7 @@ mapfile -t headers < <(git ls-files '*.h')
 scripts/stage.sh clang-format clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
 
 # Raw loops are as welcome as algorithms.
-mapfile -t folders < <(ls -d hypergraph util formats measures oracle tools 2>/dev/null || true)
+mapfile -t folders < <(ls -d hypergraph util formats measures tools)
 scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=c++ \
   --enable=warning,style,performance,portability --inline-suppr -I. --suppress=missingIncludeSystem \
   --suppress=useStlAlgorithm --error-exitcode=1 "${folders[@]}"
@@ -28,7 +28,7 @@ tidy_one() {  # tidy_one SOURCE
   [ "$(date +%s)" -lt "$deadline" ] || { echo "$1" >>"$skipped" && return; }
   local options=()
   # CLI11 leads the path analyser into its own code.
-  case $1 in tools/cli/options.cpp | tools/cli/main.cpp) options=(-checks=-clang-analyzer-*) ;; esac
+  case $1 in tools/cli/options.cpp | tools/cli/program.cpp) options=(-checks=-clang-analyzer-*) ;; esac
   clang-tidy -quiet -p $build "${options[@]}" "$1" 2>/dev/null || { echo "clang-tidy: $1" && return 1; }
 }
 export -f tidy_one

@@ -78,9 +78,9 @@ inline void fetch_from_text(Lines& lines) {
   for (;;) {
     const std::size_t length = std::min(lines.filled - start, lines.size - 1);
     const char* const line = lines.text + start;
-    const void* const line_end =
+    const void* const newline =
         length > searched ? std::memchr(line + searched, '\n', length - searched) : nullptr;
-    const bool complete = line_end != nullptr || length == lines.size - 1;
+    const bool complete = newline != nullptr || length == lines.size - 1;
     if (!complete && read_ahead(lines, start)) {
       searched = length;
       continue;
@@ -88,8 +88,8 @@ inline void fetch_from_text(Lines& lines) {
     lines.at_end = !complete;
     if (lines.filled == start) return;
     lines.begin = start;
-    lines.end = line_end != nullptr
-                    ? static_cast<std::size_t>(static_cast<const char*>(line_end) - lines.text) + 1
+    lines.end = newline != nullptr
+                    ? static_cast<std::size_t>(static_cast<const char*>(newline) - lines.text) + 1
                     : start + std::min(lines.filled - start, lines.size - 1);
     return;
   }

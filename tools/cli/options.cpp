@@ -171,14 +171,14 @@ Option Options::choice_of(const char* name, const std::vector<std::string>& word
 
 Option Options::format(const char* name, const formats::Format*& target, const char* help) {
   std::vector<std::pair<std::string, const formats::Format*>> choices;
-  for (const formats::Format& format : formats::all_formats()) choices.emplace_back(format.name, &format);
+  for (const formats::Format& known : formats::all_formats()) choices.emplace_back(known.name, &known);
   return choice<const formats::Format*>(name, choices, target, help);
 }
 
 Option Options::written_format(const char* name, const formats::Format*& target, const char* help) {
   std::vector<std::string> written;
-  for (const formats::Format& format : formats::all_formats())
-    if (format.write != nullptr) written.emplace_back(format.name);
+  for (const formats::Format& known : formats::all_formats())
+    if (known.write != nullptr) written.emplace_back(known.name);
   Option option = this->format(name, target, help);
   option.option_->type_name(joined(written));
   return option;

@@ -28,7 +28,7 @@ constexpr const char* kOutOfMemory = "out of memory";
   formats::remove_temporary_files();
   const char* reason = kOutOfMemory;
   try {
-    if (std::current_exception()) throw;
+    if (const std::exception_ptr error = std::current_exception()) std::rethrow_exception(error);
   } catch (const std::bad_alloc&) {
   } catch (const std::exception& error) {
     reason = error.what();
@@ -98,7 +98,7 @@ void install_handlers() {
 void print_current_exception() {
   std::fflush(stdout);
   try {
-    throw;
+    std::rethrow_exception(std::current_exception());
   } catch (const std::exception& error) {
     print_with_causes(error);
   }

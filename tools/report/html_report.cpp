@@ -258,6 +258,7 @@ std::vector<std::pair<int, int>> heaviest_pairs(const measures::CutMatrix& matri
   for (int a = 0; a < matrix.ngroups; ++a)
     for (int b = a + 1; b < matrix.ngroups; ++b)
       if (matrix.at(a, b) > 0) pairs.emplace_back(a, b);
+  if (pairs.empty()) return pairs;
 
   const std::size_t nlisted = std::min(pairs.size(), kMostPairs);
   std::partial_sort(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(nlisted), pairs.end(),
