@@ -79,7 +79,8 @@ struct Format {
   /// @par Errors  Fatal (util/util.h) if the file cannot be written.
   void (*write)(const Hypergraph& h, const WriteOptions& options, const char* filename) = nullptr;
 
-  /// Why a file cannot be written with these options; empty if it can. Null: always.
+  /// Why a file cannot be written with these options; empty if it can. Null: it always can. A format that is
+  /// only read needs this.
   std::string (*refusal)(const WriteOptions& options) = nullptr;
 
   /// Finds what the format cannot hold of a hypergraph. Null: it holds everything.

@@ -15,6 +15,7 @@
 namespace quillon::formats {
 namespace {
 
+// One entry a format, whatever the length.
 std::vector<Format> make_table() {
   return {
       {.name = "quillon",

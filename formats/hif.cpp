@@ -411,7 +411,7 @@ void note_losses(NetLists& lists, const Document& document) {
        " of nodes or edges listed twice; the first is used");
   note(lists.losses, document.nincidence_weights, "incidence weight");
   note(lists.losses, document.nunfit_weights, "weight",
-       " of nodes or edges, not whole or out of range, taken as 1");
+       " of nodes or edges, not whole or out of range, set to 1");
   note(lists.losses, document.ndirections, "direction", " of incidences");
   note(lists.losses, document.nattributes, "set", " of attributes");
   if (document.has_metadata) lists.losses.emplace_back("the metadata");
@@ -490,7 +490,8 @@ void write_incidences(std::FILE* file, const Hypergraph& h, const Labels& labels
 }  // namespace
 
 void write_hif(const Hypergraph& h, const WriteOptions& options, const char* filename) {
-  const Labels labels = options.labels == nullptr ? Labels{} : *options.labels;
+  static const Labels kNone;
+  const Labels& labels = options.labels == nullptr ? kNone : *options.labels;
   std::FILE* const file = ufopen(filename, "w", "quillon convert: HIF");
   std::fprintf(file, "{\"network-type\":\"undirected\",\n\"nodes\":[");
   for (int i = 1; i <= h._c; ++i)

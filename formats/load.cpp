@@ -11,6 +11,7 @@
 #include "formats/findings.h"
 #include "formats/formats.h"
 #include "formats/source.h"
+#include "util/scope.h"
 #include "util/util.h"
 
 namespace quillon::formats {
@@ -124,44 +125,57 @@ void read_stream(Record& record, std::FILE* stream, SmallNets small_nets, bool w
     read_hypergraph_with_onepin_netsFromFile(&record.h, stream, check);
 }
 
-// Drops the warnings of a reader whose source has failed: they are about a file that it did not see to the
-// end.
-class WarningFilter {
+// What failed below the reader comes before what the reader made of it: once the source has failed, warnings
+// are dropped, and a fatal error gives way to the failure.
+class SourceFirst {
  public:
-  explicit WarningFilter(const GuardedSource& guarded) {
+  explicit SourceFirst(const GuardedSource& guarded) {
     source = &guarded;
-    outer = set_warning_handler(filter);
+    outer_warning = set_warning_handler(on_warning);
+    outer_fatal = set_fatal_handler(on_fatal);
   }
-  ~WarningFilter() { set_warning_handler(outer); }
-  WarningFilter(const WarningFilter&) = delete;
-  WarningFilter& operator=(const WarningFilter&) = delete;
+  ~SourceFirst() {
+    set_warning_handler(outer_warning);
+    set_fatal_handler(outer_fatal);
+  }
+  SourceFirst(const SourceFirst&) = delete;
+  SourceFirst& operator=(const SourceFirst&) = delete;
 
  private:
-  static void filter(const char* text) {
+  static void on_warning(const char* text) {
     if (source->failure) return;
-    set_warning_handler(outer);
-    uwarning("%s", text);
-    set_warning_handler(filter);
+    if (outer_warning != nullptr)
+      outer_warning(text);
+    else
+      uwarning("%s", text);  // inside a handler, this is the default
+  }
+
+  static void on_fatal(const char* message) {
+    if (source->failure) std::rethrow_exception(source->failure);
+    if (outer_fatal != nullptr) outer_fatal(message);
   }
 
   static constinit const GuardedSource* source;
-  static constinit TextHandler outer;
+  static constinit TextHandler outer_warning;
+  static constinit FatalHandler outer_fatal;
 };
 
-constinit const GuardedSource* WarningFilter::source = nullptr;
-constinit TextHandler WarningFilter::outer = nullptr;
+constinit const GuardedSource* SourceFirst::source = nullptr;
+constinit TextHandler SourceFirst::outer_warning = nullptr;
+constinit FatalHandler SourceFirst::outer_fatal = nullptr;
 
-// What failed below the reader comes before what the reader made of it.
 void read_guarded_stream(Record& record, GuardedSource& guarded, SmallNets small_nets, bool warn) {
   const Stream stream = open_guarded(guarded);
-  const WarningFilter filter(guarded);
+  const SourceFirst source_first(guarded);
+  Scope scope;
   try {
     read_stream(record, stream.get(), small_nets, warn);
-  } catch (...) {
     if (guarded.failure) std::rethrow_exception(guarded.failure);
+  } catch (...) {
+    record.h = {};  // the scope frees its arrays
     throw;
   }
-  if (guarded.failure) std::rethrow_exception(guarded.failure);
+  scope.keep();
 }
 
 void build_cell_side(Hypergraph* h) {

@@ -115,7 +115,7 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
   }
   if (const std::size_t nmissing = wanted - lists.cell_weights.size(); nmissing > 0)
     lists.remarks.push_back("the file ends before " +
-                            counted(static_cast<std::int64_t>(nmissing), "cell weight") + ", taken as 1");
+                            counted(static_cast<std::int64_t>(nmissing), "cell weight") + ", set to 1");
   lists.cell_weights.resize(wanted, 1);
 }
 

@@ -6,15 +6,12 @@
 
 #include "formats/findings.h"
 #include "formats/source.h"
+#include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
 namespace {
 
 constexpr std::size_t kShownCharacters = 40;
-
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 std::string shown(const Scanner& scanner, const Token& token) {
   if (token.text.empty())

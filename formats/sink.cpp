@@ -152,7 +152,7 @@ void write_all(int descriptor, const char* bytes, std::size_t size, const std::s
 }  // namespace
 
 NotWritten::NotWritten(const std::string& target)
-    : runtime_error(shown_target(target) + " is not written, because of the error above") {}
+    : runtime_error("cannot write " + shown_target(target)), target_(target) {}
 
 NotWritten::~NotWritten() = default;
 

@@ -22,9 +22,16 @@ class NotWritten : public std::runtime_error {
   ~NotWritten() override;
   NotWritten(const NotWritten&) = default;
   NotWritten& operator=(const NotWritten&) = default;
+
+  /// As given to `Outputs::write`.
+  [[nodiscard]] const std::string& target() const { return target_; }
+
+ private:
+  std::string target_;
 };
 
-/// The output files of one command. Destroying it removes what was not published.
+/// The output files of one command. Destroying it removes what was not published; a fatal handler that ends
+/// the program instead of throwing leaves that to `remove_temporary_files`.
 class Outputs {
  public:
   Outputs();

@@ -91,7 +91,7 @@ void Source::fail_reading() const {
   const char* const reason = gzerror(gz(file_.get()), &status);
   if (status == Z_MEM_ERROR) fail("out of memory");
   if (status == Z_ERRNO) fail(std::strerror(system_error));
-  // zlib begins with what it takes for the file's name, "<fd:3>: ".
+  // zlib begins with a name of its own, "<fd:3>: ".
   const char* const name_end = std::strstr(reason, ">: ");
   fail(std::string("its compressed data is damaged: ") + (name_end == nullptr ? reason : name_end + 3));
 }

@@ -218,5 +218,26 @@ TEST(Load, GoesByTheSuffixUnlessTold) {
   EXPECT_EQ(pins(folder.write("b.qhg.gz", gzipped("1 2 2 1\n2\n\n")), nullptr), expected);
 }
 
+TEST(LoadOwn, HandsTheWarningsOfTheReaderToTheHandlerFromAnySource) {
+  static std::string warnings;
+  for_each_source("1 2 1 3\n1 2 1\n% the end\n", [](const std::string& filename) {
+    warnings.clear();
+    const TextHandler previous = set_warning_handler([](const char* text) { warnings += text; });
+    Record record;
+    load_own(record, filename, SmallNets::kKeep, true);
+    set_warning_handler(previous);
+    EXPECT_EQ(warnings, "read_hypergraph: \n 1 is already added to net list of 1");
+  });
+}
+
+TEST(LoadOwn, ThrowsWhatFailedBelowTheReaderAlsoWithoutAFatalHandler) {
+  for_each_source("1 2 2 4\n1 2\n% no second net\n", [](const std::string& filename) {
+    Record record;
+    EXPECT_EQ(finding_of([&] { load_own(record, filename, SmallNets::kKeep, true); }).rule,
+              "ends-in-comment");
+    EXPECT_EQ(record.h._clst, nullptr);
+  });
+}
+
 }  // namespace
 }  // namespace quillon::formats

@@ -162,12 +162,12 @@ TEST(ReadQuillon, ReadsMissingCellWeightsAs1) {
               {.ncells = 3,
                .pins = pins,
                .cell_weights = {0, 4, 5, 1},
-               .remarks = {"the file ends before 1 cell weight, taken as 1"}});
+               .remarks = {"the file ends before 1 cell weight, set to 1"}});
   expect_read("quillon", head,
               {.ncells = 3,
                .pins = pins,
                .cell_weights = {0, 1, 1, 1},
-               .remarks = {"the file ends before 3 cell weights, taken as 1"}});
+               .remarks = {"the file ends before 3 cell weights, set to 1"}});
 }
 
 TEST(ReadQuillon, IgnoresTextAfterNumbersAndAfterTheData) {
@@ -376,12 +376,11 @@ TEST(ReadHif, KeepsWholeWeightsAndCountsTheOthersAsLost) {
                                 "incidences":[{"edge":9,"node":9}]})");
   EXPECT_THAT(lists.cell_weights, ElementsAre(0, 3, 0, 2, 1, 2147483647, 20, 1));
   EXPECT_THAT(lists.net_weights, ElementsAre(0, 1, -1, 7, 1, -2147483648, 1, 1));
-  EXPECT_THAT(lists.losses,
-              ElementsAre("3 weights of nodes or edges, not whole or out of range, taken as 1"));
+  EXPECT_THAT(lists.losses, ElementsAre("3 weights of nodes or edges, not whole or out of range, set to 1"));
 
   const NetLists unfit = lists_of("hif", R"({"nodes":[{"node":1,"weight":0.5}],"incidences":[]})");
   EXPECT_THAT(unfit.cell_weights, IsEmpty());
-  EXPECT_THAT(unfit.losses, ElementsAre("1 weight of nodes or edges, not whole or out of range, taken as 1"));
+  EXPECT_THAT(unfit.losses, ElementsAre("1 weight of nodes or edges, not whole or out of range, set to 1"));
 }
 
 TEST(ReadHif, SkipsAndCountsAttributesMetadataAndDirections) {

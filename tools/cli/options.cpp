@@ -36,6 +36,7 @@ Number number_in(const std::string& option, const std::string& text, Number leas
   return number;
 }
 
+// Six parameters: all that declares an option, and where it goes.
 template <typename Number>
 CLI::Option* add_number(CLI::App& command, const std::string& name, const char* placeholder, Number least,
                         Number& target, const char* help) {

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <system_error>
+#include <exception>
 #include <utility>
 
 #include "tools/cli/console.h"
@@ -88,7 +88,7 @@ Progress::Progress(const std::string& what, std::uint64_t total, std::function<s
   at_work = this;
   try {
     thread_ = std::thread([this] { watch(); });
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // Without a thread there is no line.
   }
 }
@@ -107,8 +107,12 @@ Progress::~Progress() {
 void Progress::watch() {
   std::unique_lock<std::mutex> lock(mutex_);
   if (wake_.wait_for(lock, show_after_, [this] { return is_stopping_; })) return;
-  do draw();
-  while (!wake_.wait_for(lock, kBetweenLooks, [this] { return is_stopping_; }));
+  try {
+    do draw();
+    while (!wake_.wait_for(lock, kBetweenLooks, [this] { return is_stopping_; }));
+  } catch (const std::exception&) {
+    // Without memory there is no line.
+  }
 }
 
 void Progress::draw() {
@@ -135,6 +139,7 @@ ProgressPause::~ProgressPause() = default;
 void ProgressWatcher::begin(const std::string& what, std::uint64_t total,
                             std::function<std::uint64_t()> done) {
   if (quiet() || !can_draw_on(STDERR_FILENO)) return;
+  progress_.reset();
   progress_ = std::make_unique<Progress>(what, total, std::move(done));
 }
 

@@ -26,12 +26,15 @@ constexpr const char* kOutOfMemory = "out of memory";
 // For exceptions that nobody can catch: out of memory in a function that must not throw.
 [[noreturn]] void end_program() {
   formats::remove_temporary_files();
-  const char* reason = kOutOfMemory;
+  const char* reason = "unexpected end of the program";
   try {
     if (const std::exception_ptr error = std::current_exception()) std::rethrow_exception(error);
   } catch (const std::bad_alloc&) {
+    reason = kOutOfMemory;
   } catch (const std::exception& error) {
     reason = error.what();
+  } catch (...) {
+    // of no kind that has a text
   }
   std::fprintf(stderr, "quillon: error: %s\n", reason);
   std::_Exit(kFinding);
@@ -58,6 +61,8 @@ void print(const std::exception& error) {
     print_error(bad_file->finding().message);
   } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
     print_error(kOutOfMemory);
+  } else if (const auto* const not_written = dynamic_cast<const formats::NotWritten*>(&error)) {
+    print_error(formats::shown_target(not_written->target()) + " is not written, because of the error above");
   } else {
     print_error(error.what());
   }
@@ -91,7 +96,7 @@ void install_handlers() {
   set_fatal_handler(throw_fatal_error);
   set_warning_handler(print_warning);
   std::set_terminate(end_program);
-  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) handle(signal);
+  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU}) handle(signal);
   std::signal(SIGXFSZ, SIG_IGN);  // a file that reaches its size limit is an error like a full disk
 }
 

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "formats/formats.h"
+#include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
@@ -30,8 +31,8 @@ with --keep-small-nets they are the net numbers in the file.)";
 bool all_exist(const std::vector<int>& numbers, int count, const char* what, const std::string& file) {
   for (const int number : numbers) {
     if (number <= count) continue;
-    print_usage_error("there is no " + std::string(what) + " " + std::to_string(number) + " in '" + file +
-                      "', which has " + std::to_string(count));
+    print_usage_error("there is no " + std::string(what) + " " + std::to_string(number) + " in '" +
+                      formats::shown_name(file) + "', which has " + std::to_string(count));
     return false;
   }
   return true;

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <memory>
 
 #include "formats/formats.h"
@@ -6,6 +8,7 @@
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/partition.h"
+#include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "tools/commands/part_file.h"
@@ -40,7 +43,9 @@ w, the connectivity minus one the sum of w (L - 1), and the sum of external degr
 weight of the heaviest part divided by the average, minus 1.)";
 
 void report(const PartitionInfoOptions& options, const Hypergraph& h, const measures::Partition& partition) {
-  const PartitionModel model = partition_model(formats::shown_name(options.hypergraph),
+  const int stream = formats::is_standard_output(options.write) ? STDERR_FILENO : STDOUT_FILENO;
+  const std::string name = formats::shown_name(options.hypergraph);
+  const PartitionModel model = partition_model(options.json ? name : printable(stream, name),
                                                formats::shown_name(options.part_file), h, partition);
   if (options.json)
     print_partition_json(model);

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <cstdio>
 #include <memory>
 
@@ -60,7 +62,7 @@ int report(const std::string& file, const StatsOptions& options) {
     prinfo_hypergraph(&h);
     return kSuccess;
   }
-  if (options.files.size() > 1) uprintf("%s:\n", formats::shown_name(file).c_str());
+  if (options.files.size() > 1) uprintf("%s:\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str());
   if (options.summary)
     uprintf("%s", HygrInfo(&h));
   else

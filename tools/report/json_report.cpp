@@ -11,6 +11,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr int kSchemaVersion = 1;
 
+// File names need not be UTF-8.
 void print_line(const Json& json) {
   uprintf("%s\n", json.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
