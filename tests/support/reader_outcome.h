@@ -62,9 +62,8 @@ struct SeenRecord {
 
 /// The outcome of a run of a reader.
 struct ReaderOutcome {
-  bool endless =
-      false;          ///< Would never return, waiting for a line after a comment. Only the twins detect it.
-  std::string fatal;  ///< Text of the fatal error that ended it; empty when it returned.
+  bool endless = false;  ///< Would never return. Only the twins detect it.
+  std::string fatal;     ///< Text of the fatal error that ended it; empty when it returned.
   std::vector<std::string> warnings;
   std::vector<std::string> requests;  ///< For memory, as the recorder lists them.
   long position = 0;                  ///< Of the stream, afterwards.
