@@ -24,7 +24,7 @@ inline void PrintTo(const Finding& finding, std::ostream* out) {
        << "\n  hint: " << finding.hint;
 }
 
-/// Rule of what `finding_of` returns if no finding is thrown.
+/// Rule of the result of `finding_of` if no finding is thrown.
 inline constexpr char kNoFinding[] = "(no finding)";
 
 /// The finding that a call throws as BadFile.
