@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The benchmarks, one source a subject.
+/// The benchmarks, one source per subject.
 
 #include <memory>
 #include <string>
@@ -26,17 +26,17 @@ void add_writing(Input& input, const Options& options);
 void add_incidence(Input& input, const Options& options);
 void add_copies(Input& input, const Options& options);
 void add_reports(Input& input, const Options& options);
-/// What the system does with the same bytes: writers against cat, copies against memcpy, memory of a read.
+/// Bounds set by the system: writers against cat, copies against memcpy, memory of a read.
 void add_bounds(Input& input, const Options& options);
 /// The command-line tool against the library calls in it.
 void add_tool(Input& input, const Options& options);
 void add_growth(const Options& options);
 
-/// What the program does instead of measuring, when it runs as a child of its own: reads the file, if any,
-/// and prints the largest amount of memory in KiB that this took. Returns the status of the program.
+/// Runs in a child process of the benchmark program: reads the file, if any, and prints the peak memory of
+/// the process in KiB. Returns the exit status.
 int print_peak_of_read(const char* file);
 
-/// The first argument of such a child.
+/// The first argument of such a child process.
 constexpr const char* kPeakOfRead = "--peak-of-read";
 
 }  // namespace quillon::bench

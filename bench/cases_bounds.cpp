@@ -20,7 +20,7 @@ void write_text_format(const Hypergraph* h, const char* filename) {
 void write_hmetis(const Hypergraph* h, const char* filename) { write_hmetis_hypergraph(h, filename); }
 void write_kub(const Hypergraph* h, const char* filename) { write_kub_hypergraph(h, filename); }
 
-// A writer against cat, which copies what the writer wrote.
+// A writer against cat, which copies the written file.
 void run_against_cat(benchmark::State& state, Input& input, const Options& options, Writer writer) {
   const Hypergraph& h = input.record();
   const std::string source = options.folder + "/cat.source";
@@ -65,7 +65,7 @@ std::vector<Block> blocks_of(const Hypergraph& h) {
           {h._net_list, bytes(h._p, sizeof(int)), nullptr}};
 }
 
-// Both take their memory in the same way, so that the copying is what differs.
+// Both sides allocate their memory in the same way: only the copying differs.
 void run_against_memcpy(benchmark::State& state, Input& input) {
   const Hypergraph& h = input.record();
   std::vector<Block> blocks = blocks_of(h);
@@ -98,7 +98,7 @@ std::int64_t longest_line(const char* path) {
   return longest;
 }
 
-// In bytes, of a child that reads a file or does not.
+// Peak memory, in bytes, of a child process that reads a file, if any.
 double peak_of_child(const Options& options, const std::vector<std::string>& arguments) {
   const std::string output = options.folder + "/peak";
   std::vector<std::string> words = {"/proc/self/exe", kPeakOfRead};
@@ -109,7 +109,7 @@ double peak_of_child(const Options& options, const std::vector<std::string>& arg
   return 1024 * kibibytes;
 }
 
-// The allowance is what the record needs, the line that the file makes necessary, and 2 MiB.
+// The allowance is the arrays of the record, the longest line of the file, and 2 MiB.
 void run_peak_of_read(benchmark::State& state, Input& input, const Options& options) {
   const Hypergraph& h = input.record();
   const std::vector<Block> blocks = blocks_of(h);

@@ -37,7 +37,7 @@ void run_copy(benchmark::State& state, Input& input) {
   measure(state, comparison, {h._p});
 }
 
-// A pruning copy with the arrays of its caller.
+// A pruning copy with the arrays that its caller provides.
 struct PrunedCopy {
   Hypergraph* nh = nullptr;
   int* netorder = nullptr;

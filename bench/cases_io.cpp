@@ -107,7 +107,7 @@ void run_part_reader(benchmark::State& state, Input& input, const Options& optio
   std::filesystem::remove(path);
 }
 
-// Each run writes a new file: replacing one would put the removal of its old contents on the clock.
+// Each run writes a new file: replacing one would include the removal of its old contents in the time.
 void run_writer(benchmark::State& state, const Options& options, const WriteTo& oracle_write,
                 const WriteTo& write, int nitems) {
   const std::string path_a = options.folder + "/written.baseline";

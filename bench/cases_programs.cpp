@@ -39,8 +39,8 @@ void run_tool(benchmark::State& state, Input& input, const Options& options) {
   state.counters["file_bytes"] = static_cast<double>(input.bytes());
 }
 
-// Takes as much memory as reading and building fill, from the same source, and writes to every page of it:
-// what the system asks for its part, which grows with what it has to fetch or clear.
+// Allocates as much memory as reading and building fill, in the same way, and writes to every page: the time
+// that the system needs to provide that memory.
 double time_of_fresh_memory(const Hypergraph& h) {
   const auto ncells = static_cast<std::uint64_t>(h._c);
   const auto nnets = static_cast<std::uint64_t>(h._n);

@@ -13,7 +13,7 @@ namespace {
 
 using Report = void (*)(const Hypergraph* h);
 
-// Output goes to one file a side, opened before the clock starts and flushed before it stops.
+// Each side prints to a file that is opened before the timing starts and flushed before it stops.
 void run_report(benchmark::State& state, Input& input, const Options& options, Report oracle_report,
                 Report report_function) {
   const Hypergraph& h = input.record();

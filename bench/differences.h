@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Comparing what two runs leave behind.
+/// Compares the results of two runs.
 
 #include <cstdint>
 #include <string>
@@ -20,7 +20,7 @@ class Differences {
   void counts(const Hypergraph& a, const Hypergraph& b);
   /// Weights, pins and list bounds of nets 1 .. nnets, and `npins` entries of the pin arrays.
   void nets(const Hypergraph& a, const Hypergraph& b, int nnets, std::int64_t npins);
-  /// Where the sentinel behind net `nnets` starts.
+  /// Where the sentinel after net `nnets` starts.
   void net_sentinel(const Hypergraph& a, const Hypergraph& b, int nnets);
   /// `w`, `inw` and `pno` of every cell.
   void cells(const Hypergraph& a, const Hypergraph& b);
@@ -28,7 +28,7 @@ class Differences {
   /// net lists.
   void cell_lists(const Hypergraph& a, const Hypergraph& b, std::int64_t npins);
 
-  /// Empty as long as there is none.
+  /// Empty as long as there is no difference.
   [[nodiscard]] const std::string& first() const { return first_; }
 
  private:

@@ -14,7 +14,7 @@
 namespace quillon::bench {
 namespace {
 
-// The engine's numbers are the same with every standard library, which the library's distributions are not.
+// Every standard library gives the same numbers for this engine, but not for its distributions.
 class Dice {
  public:
   explicit Dice(unsigned seed) : engine_(seed) {}
@@ -35,7 +35,7 @@ void end_net(Nets& nets) {
   nets.starts.push_back(static_cast<int>(nets.pins.size()));
 }
 
-// Adds a net of `size` different cells, each of which `draw` gives as a number from 1.
+// Adds a net of `size` different cells. `draw` gives cell numbers, from 1.
 template <typename Draw>
 void add_net(Nets& nets, int size, std::vector<int>& last_net_of, const Draw& draw) {
   const int j = nets.nnets + 1;
@@ -83,8 +83,8 @@ void generate_mesh(Nets& nets) {
   }
 }
 
-// How often a size s appears falls as s to the power of -2.3, and how many cells have a degree d as d to the
-// power of -3. The popular cells are spread over the numbers.
+// The frequency of a size s falls as s to the power of -2.3, that of a degree d as d to the power of -3.
+// Cells of high degree are spread over the numbers.
 void generate_power(Nets& nets) {
   constexpr double kSmallestSize = 1.9;
   constexpr double kSizeExponent = -1 / 1.3;
@@ -108,7 +108,7 @@ void generate_power(Nets& nets) {
   for (int& w : nets.cell_weights) w = 1 + dice.below(1000);
 }
 
-// Text on its way to a file.
+// Buffers text for a file.
 class Text {
  public:
   explicit Text(const std::string& path) : file_(ufopen(path.c_str(), "w", "write_text")) {}
@@ -119,10 +119,10 @@ class Text {
   Text(const Text&) = delete;
   Text& operator=(const Text&) = delete;
 
-  void number(int value, char behind) {
+  void number(int value, char separator) {
     if (used_ + 16 > sizeof text_) flush();
     char* const end = std::to_chars(text_ + used_, text_ + sizeof text_, value).ptr;
-    *end = behind;
+    *end = separator;
     used_ = static_cast<std::size_t>(end + 1 - text_);
   }
 

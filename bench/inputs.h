@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// What the benchmarks run on: hypergraphs from fixed seeds, and files of the user's.
+/// Inputs of the benchmarks: hypergraphs from fixed seeds, and the user's files.
 
 #include <cstdint>
 #include <string>
@@ -35,13 +35,13 @@ Nets generate(Shape shape, int ncells);
 /// Writes a hypergraph in the text format, cells numbered from 1.
 void write_text(const Nets& nets, const std::string& path);
 
-/// A hypergraph file and, once somebody has asked for it, its record. Made when first used, so that a filter
-/// on the names of the benchmarks saves what it leaves out.
+/// A hypergraph file and its record. Both are made at first use: a run of a few benchmarks makes only the
+/// inputs that it needs.
 class Input {
  public:
   /// A hypergraph to be generated into a folder.
   Input(std::string name, Shape shape, int ncells, const std::string& folder);
-  /// A file of the user's.
+  /// The user's file.
   explicit Input(const std::string& path);
   ~Input();
   Input(const Input&) = delete;
@@ -55,7 +55,7 @@ class Input {
   std::int64_t bytes();
   /// Both sides built, small nets kept, every cell in one of 64 parts.
   const Hypergraph& record();
-  /// Whether some net names a cell twice; only a file of the user's may.
+  /// Whether some net names a cell twice. Generated hypergraphs have no such net.
   bool has_duplicate_pins();
 
  private:

@@ -25,7 +25,7 @@ Compares the functions of the module with their obvious twins, on generated hype
 
 Options of the benchmark library, such as --benchmark_filter=REGEX, work as well.)";
 
-// A temporary folder, removed when the program ends, also by errexit.
+// A temporary folder, removed when the program ends, even by errexit.
 class Folder {
  public:
   Folder() {

@@ -23,7 +23,7 @@ Seconds timed_side(const Side& side) {
   return seconds;
 }
 
-// Serves as warm-up as well.
+// Also the warm-up.
 std::string difference_of(const Comparison& comparison) {
   for (const Side* side : {&comparison.baseline, &comparison.measured}) {
     side->prepare();

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// How the benchmarks measure: two ways to the same result, checked to agree and then timed in turns.
+/// How the benchmarks measure: two ways to the same result are checked to agree, then timed alternately.
 
 #include <benchmark/benchmark.h>
 
@@ -11,7 +11,7 @@
 
 namespace quillon::bench {
 
-/// One of the two ways. Only `run` is timed; it takes the memory it needs, and `release` gives it back.
+/// One of the two sides. Only `run` is timed; it allocates the memory it needs, and `release` frees it.
 struct Side {
   std::function<void()> prepare = [] {};
   std::function<void()> run;
@@ -21,7 +21,8 @@ struct Side {
 struct Comparison {
   Side baseline;
   Side measured;
-  /// Where the results of the two differ, or nothing. Called when both have run and neither is released.
+  /// Describes the first difference between the results, or returns an empty text. Called after both sides
+  /// have run, before either is released.
   std::function<std::string()> difference;
 };
 
@@ -29,32 +30,32 @@ struct Comparison {
 struct Medians {
   double baseline = 0;
   double measured = 0;
-  double ratio = 0;      ///< Baseline by measured: above 1 the measured side is the faster one.
-  double cpu_ratio = 0;  ///< The same of the thread's processor time: steadier on a busy machine.
+  double ratio = 0;      ///< Baseline / measured: above 1, the measured side is faster.
+  double cpu_ratio = 0;  ///< The same for the thread's processor time: steadier on a busy machine.
 };
 
-/// What the two sides work through, to report the time in terms of it.
+/// The amount of data that each side processes, to report the time per unit.
 struct Volume {
-  std::int64_t pins = 0;   ///< Or cells, for what goes through the cells alone.
+  std::int64_t pins = 0;   ///< Or cells, for functions that visit only the cells.
   std::int64_t bytes = 0;  ///< Of the file read or written, or of the arrays copied; 0: not reported.
 };
 
-/// Registers a benchmark, called SUBJECT/INPUT, that has a round for each iteration.
+/// Registers a benchmark called SUBJECT/INPUT, with one round per iteration.
 void add_benchmark(const std::string& name, int nrounds,
                    const std::function<void(benchmark::State& state)>& run);
 
 double median(std::vector<double> values);
 
-/// Seconds that one run takes.
+/// Duration of one run, in seconds.
 struct Seconds {
   double wall = 0;
-  double cpu = 0;  ///< Of this thread, what the system does for it included, other programs not.
+  double cpu = 0;  ///< Processor time of this thread, in user and system mode.
 };
 
 Seconds timed(const std::function<void()>& run);
 
-/// Runs both sides once, untimed, and compares them; then times them alternately, a round for each iteration
-/// of the state. When the results differ, nothing is timed and `failed` is true from then on.
+/// Runs both sides once, untimed, and compares them; then times them alternately, one round per iteration
+/// of the state. If the results differ, nothing is timed and `failed` is true from then on.
 Medians run_rounds(benchmark::State& state, const Comparison& comparison);
 
 /// Sets the counters `ratio`, `cpu_ratio`, `ns_per_pin`, `baseline_ns_per_pin` and, given bytes,

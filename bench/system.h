@@ -1,13 +1,13 @@
 #pragma once
 /// @file
-/// Standard output and other programs, as the benchmarks need them.
+/// Redirects standard output and runs other programs.
 
 #include <string>
 #include <vector>
 
 namespace quillon::bench {
 
-/// Sends standard output to a file while it lives.
+/// Redirects standard output to a file during its lifetime.
 class StandardOutput {
  public:
   explicit StandardOutput(const std::string& path);
@@ -19,13 +19,13 @@ class StandardOutput {
   int kept_;
 };
 
-/// Runs a program to its end, its standard output in a new or emptied file. A program that cannot be run or
-/// that fails is fatal.
+/// Runs a program and waits for it; its standard output replaces the contents of a file. A program that
+/// cannot be run or that fails is a fatal error.
 ///
 /// @param words  Program, looked up in the PATH, and its arguments.
 void run_program(std::vector<std::string> words, const std::string& output);
 
-/// Waits until a file has arrived on its disk, so that its way there does not fall into a measurement.
+/// Waits until a file is on disk, so that writing it back does not disturb a measurement.
 void settle(const std::string& path);
 
 }  // namespace quillon::bench

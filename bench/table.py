@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Puts what the benchmarks measured into a document: table.py RESULTS.json DOCUMENT.md
+"""Puts the results of the benchmarks into a document: table.py RESULTS.json DOCUMENT.md
 
-The tables replace what stands between the lines BEGIN and END of the document.
+The tables replace the text between the lines BEGIN and END of the document.
 """
 
 import json

@@ -16,7 +16,7 @@ struct Matrix {
   std::vector<int> columns;
 };
 
-// Second differences of five points. The diagonal, which has no zeros, is left out.
+// Second differences of five points. The diagonal, which has no zeros, is omitted.
 Matrix example() { return {5, 5, {0, 1, 3, 5, 7, 8}, {1, 0, 2, 1, 3, 2, 4, 3}}; }
 
 // Rows become nets and columns become cells. Both count from 1 in the arrays, so that their numbers increase

@@ -1,5 +1,5 @@
 #pragma once
-// Runs of the module over the recording utility layer, and checks of what they leave.
+// Runs of the module over the recording utility layer, and checks of their results.
 
 #include <functional>
 #include <string>
@@ -12,7 +12,7 @@ struct Ending {
   std::string fatal;  // text of the error that ended it
 };
 
-/// Runs `body`. Freeing a block or closing a stream that is not held is a find.
+/// Runs `body`. It is a find if `body` frees a block or closes a stream that it does not hold.
 Ending run(const std::function<void()>& body);
 
 /// Whether a run ended because memory was short.

@@ -14,7 +14,7 @@ void found(const std::string& what) {
 }
 
 std::string expanded(const std::uint8_t* data, std::size_t size) {
-  constexpr std::size_t kLargest = 140000;  // a block of the readers, and some bytes
+  constexpr std::size_t kLargest = 140000;  // somewhat more than a block of the readers
   std::string text;
   for (std::size_t k = 0; k < size; ++k) {
     if (data[k] == 1 && k + 1 < size && text.size() < kLargest)
@@ -31,7 +31,7 @@ bool announces_more_than(const std::string& text, int most) {
   std::size_t line = 0;
   while (line < text.size() && text[line] == '%') line = std::min(text.find('\n', line), text.size() - 1) + 1;
   int counts[4] = {};
-  // NOLINTNEXTLINE(cert-err34-c): whatever it makes of a number is the rule here
+  // NOLINTNEXTLINE(cert-err34-c): any value will do for a number out of range
   std::sscanf(text.c_str() + line, "%d %d %d %d", counts, counts + 1, counts + 2, counts + 3);
   return *std::max_element(counts, counts + 4) > most;
 }

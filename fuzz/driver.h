@@ -1,5 +1,5 @@
 #pragma once
-// What all fuzz targets share: texts from inputs, streams and files in memory, and reporting a find.
+// Shared by all fuzz targets: texts from inputs, streams and files in memory, reports of finds.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,8 +21,8 @@ inline void expect(bool holds, const char* what) {
   if (!holds) found(what);
 }
 
-/// The text that an input stands for: its bytes, except that byte 1 and a byte b stand for 512 (b + 1)
-/// blanks. So short inputs cross the ends of the blocks in which files are read.
+/// The text of an input: its bytes, except that byte 1 and a byte b encode 512 (b + 1) blanks. Thus short
+/// inputs reach the ends of the blocks in which files are read.
 std::string expanded(const std::uint8_t* data, std::size_t size);
 
 /// Whether the header of a text announces more than 20000 of something: too slow for a comparison with a

@@ -1,6 +1,6 @@
-// The fuzzers skip the texts whose last line is a comment, after which the readers may wait forever. This
-// tests with the twins, which can tell, that no other text needs skipping. Only a header line longer than 16
-// MiB, whose rest may be a comment, is an exception; the fuzzers generate no text of that length.
+// The fuzzers skip texts whose last line is a comment, because the readers may never return from them. These
+// tests show, with the twins, which detect the endless loop, that no other text needs to be skipped. The only
+// exception is a header line longer than 16 MiB, whose rest may be a comment: the fuzzers generate none.
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,7 @@ std::map<std::string, std::string> texts_of(const std::filesystem::path& folder)
   return texts;
 }
 
-// Every length of a short text; of a longer one, those around each line end.
+// All lengths of a short text; for a longer one, the lengths around each line end.
 bool is_of_interest(const std::string& text, std::size_t length) {
   return text.size() < 600 || length == text.size() || text[length] == '\n' ||
          (length > 0 && text[length - 1] == '\n');
@@ -70,8 +70,8 @@ TEST(TextsLeftOut, EndInACommentWhateverPrefixOfAFileTheyAre) {
     }
   }
   EXPECT_GT(plain.ntexts, 4000);
-  EXPECT_GT(plain.nendless, 10);        // prefixes that stop in a comment of the file
-  EXPECT_GT(commented.nendless, 1000);  // of which most have lines due
+  EXPECT_GT(plain.nendless, 10);        // prefixes that end in a comment of the file
+  EXPECT_GT(commented.nendless, 1000);  // most lack further lines
   EXPECT_LT(commented.nendless, commented.ntexts);
 }
 
@@ -79,7 +79,7 @@ TEST(TextsLeftOut, AreThoseThatTheReadersWaitForEverIn) {
   EXPECT_TRUE(is_endless("1 2 1 2\n%", kStandardReader));
   EXPECT_TRUE(is_endless("1 2 1 2\n%\n", kOnePinReader));
   EXPECT_TRUE(is_endless("1 2 1 2 1\n1 2\n% a\n", kOnePinReader));
-  EXPECT_FALSE(is_endless("%", kStandardReader));  // a header is not waited for
+  EXPECT_FALSE(is_endless("%", kStandardReader));  // the readers do not wait for a header
   EXPECT_FALSE(is_endless("1 2 1 2\n1 2\n%\n", kStandardReader));
   EXPECT_FALSE(is_endless("1 2 1 2\n%\n1 2", kStandardReader));
   EXPECT_FALSE(is_endless("1 2 1 2\n", kStandardReader));

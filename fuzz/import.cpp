@@ -1,5 +1,5 @@
-// The reader of one format on any text: what it accepts becomes a record, a file again, and the same record
-// from that file. Built once for each format, whose name is QUILLON_FUZZ_FORMAT.
+// The reader of one format on any text: an accepted text becomes a record, the record a file, and the file
+// the same record. Built once per format; QUILLON_FUZZ_FORMAT is its name.
 
 #include "fuzz/driver.h"
 #include "fuzz/round_trip.h"

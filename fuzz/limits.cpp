@@ -1,10 +1,10 @@
-// Readers allocate what a header announces. Larger requests than a limit fail here, so that no run is slow
-// and failures of memory are tested too.
+// Readers allocate what a header announces. Here requests above a limit fail, so that runs are fast and
+// failing requests are tested too.
 
 #include <cstdlib>
 #include <new>
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the address sanitizer asks for it by this name
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the address sanitizer looks for this name
 extern "C" const char* __asan_default_options();
 
 extern "C" const char* __asan_default_options() {

@@ -64,7 +64,7 @@ void compare_with_reader(const NetArrays& arrays, const char* filename) {
 
 using Reader = void(const char* filename, int* ncells, int* nnets, int** xnadj, int** nadj);
 
-// What a run of the reader leaves.
+// The result of a run of the reader.
 struct Result {
   Ending ending;
   NetArrays arrays;
@@ -85,7 +85,7 @@ Result read_by(Reader* reader, const char* filename) {
   return result;
 }
 
-// Leaves the run of the module in the recorder.
+// Does not reset the recorder: it still holds the requests of the module.
 Result read_by_both(const char* filename) {
   const Result expected = read_by(oracle::read_hypergraph_netar, filename);
   Result seen = read_by(read_hypergraph_netar, filename);

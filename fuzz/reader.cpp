@@ -49,7 +49,7 @@ bool has_repeated_pins(const Lists& pins) {
   return false;
 }
 
-// The readers add to `_totcw` also what follows the last cell's weight on its line.
+// The readers also add the numbers after the last cell's weight on its line to `_totcw`.
 bool has_plain_total(const Hypergraph& h) {
   unsigned total = 0;
   for (int i = 1; i <= h._c; ++i) total += static_cast<unsigned>(h._clst[i].w);

@@ -17,7 +17,7 @@ using formats::Format;
 using formats::NetLists;
 using formats::ReadOptions;
 
-constexpr int kMostItems = 20000;     // cells, nets or pins of what is written and read again
+constexpr int kMostItems = 20000;     // cells, nets or pins of a hypergraph that is written and read again
 constexpr int kMostForChecks = 2000;  // pins, for checks of quadratic cost
 constexpr char kName[] = "in";
 
@@ -26,7 +26,7 @@ void expect_entries(const Entries& entries, int count, const char* what) {
   expect(entries.empty() || std::ssize(entries) == std::int64_t{count} + 1, what);
 }
 
-// What a reader promises of every text that it accepts.
+// The guarantees of a reader for every text that it accepts.
 void expect_sound(const NetLists& lists) {
   expect(lists.ncells >= 0 && lists.nnets >= 0, "negative counts");
   expect(std::ssize(lists.xnadj) == std::int64_t{lists.nnets} + 2, "not a start for each net");
@@ -47,7 +47,7 @@ bool is_one_line(const std::string& text) {
                       [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
 }
 
-// Whether a place lies in the text; its end counts too.
+// Whether a place lies in the text or at its end.
 bool is_inside(const std::string& text, std::size_t line, std::size_t column) {
   std::size_t start = 0;
   for (; line > 1; --line) {

@@ -1,5 +1,5 @@
 #pragma once
-// A text of a format to a record, to a file, and back.
+// From a text to a record, to a file, and back.
 
 #include <string>
 
@@ -7,11 +7,11 @@
 
 namespace quillon::fuzz {
 
-/// Reads a text. If the reader accepts it, writes the record in the same format, or as kub where that cannot
-/// be written, and reads it again.
+/// Reads a text. If the reader accepts it, writes the record in the same format, or as kub if the format has
+/// no writer, and reads it again.
 ///
-/// A find is: a reader that promises less than `NetLists` says, an exception other than a BadFile that names
-/// a place in the text, and a record that does not come back.
+/// Finds are: net lists that break the guarantees of `NetLists`, an exception other than a BadFile with a
+/// place in the text, and a record that differs after the second read.
 void try_round_trip(const formats::Format& format, const std::string& text,
                     const formats::ReadOptions& options);
 

@@ -28,7 +28,7 @@ Line line_of(std::FILE* file, const char* tag);
 /// Grows the buffer to as many bytes as there are pins.
 void grow_line(Line& line, int npins, const char* tag);
 
-/// Reads the next line that is no comment. At the end of the input the line before stays.
+/// Reads the next line that is no comment. At the end of the input the buffer keeps the previous line.
 void fetch_line(const Line& line);
 
 /// Whether the last attempt to read a line reached the end of the input, or failed.
@@ -37,10 +37,11 @@ bool is_at_end(const Line& line);
 /// Whether a line fills the buffer up to the last five bytes.
 bool is_too_long(const Line& line);
 
-/// Reads a number as strtol does, of which the low 32 bits count. False, and 0, if there is none.
+/// Reads a number as strtol does and keeps its low 32 bits. Returns false, and the number 0, if there is
+/// none.
 bool next_number(const char*& at, int& value);
 
-/// Reads the header and checks everything but the counts.
+/// Reads the header and checks all of it except the counts.
 Header read_header(const Line& line);
 
 }  // namespace quillon::oracle

@@ -30,7 +30,7 @@ bool is_integer(const char* word, const char* end) {
   return true;
 }
 
-// What a message shows of a word.
+// A word as messages show it.
 std::string shown(const char* word, const char* end) {
   std::string text(word, end);
   const bool is_cut = text.size() > 40;

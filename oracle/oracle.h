@@ -1,15 +1,14 @@
 #pragma once
 /// @file
-/// The slow, obvious twin of each function that the module has in a faster form: one step after the other, as
+/// A slow, obvious twin of each function of the module that has a fast path, step by step as
 /// `hypergraph/hypergraph.h` describes it. Tests and fuzzers compare the module with the twins, benchmarks
 /// measure it against them. Nothing here uses code of the module, only its header.
 ///
 /// Arguments, results, messages, requests and output are those of the function of the same name in namespace
 /// quillon. Memory comes from `services`, everything else from the utility layer.
 ///
-/// The functions of the module that are obvious themselves have no twin: the lifecycle of records but for
-/// `malloc_hypergraph` and `free_hypergraph`, `SortPins`, `clear_weights`, `CopySetAsideNets`, `HygrInfo` and
-/// `PrintHypergraph`.
+/// Functions that are obvious themselves have no twin: the lifecycle of records except `malloc_hypergraph`
+/// and `free_hypergraph`, `SortPins`, `clear_weights`, `CopySetAsideNets`, `HygrInfo` and `PrintHypergraph`.
 
 #include <cstdint>
 #include <cstdio>
@@ -18,7 +17,7 @@
 
 namespace quillon::oracle {
 
-/// Thrown by the readers where the module never returns: the input ends in a comment while a line is due.
+/// Thrown by the readers where the module never returns: the input ends in a comment while a line is missing.
 struct Endless {};
 
 /// @name Lifecycle

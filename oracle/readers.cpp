@@ -14,7 +14,7 @@ constexpr int kLineSize = 16777216;
 
 enum class SmallNets { kFold, kKeep };
 
-// A reader at work.
+// State of a reader.
 struct Reading {
   Hypergraph* h;
   Line line;
@@ -115,7 +115,7 @@ void remove_net(Reading& r, const Net& net, std::int64_t npins) {
   errexit("read_hypergraph: Buffer for fgets not big enough for net %d\n.", j);
 }
 
-// Nets that the input ends before are empty and weigh 0.
+// Nets missing at the end of the input are empty and weigh 0.
 void close_nets(Hypergraph* h, int j, int* end) {
   h->_nlst[j].pins = end;
   for (; j <= h->_n; ++j) {
@@ -165,8 +165,8 @@ void check_weight_line(const Reading& r) {
     errexit("read_hypergraph: no newline at the end of line '%s'\n", r.line.text);
 }
 
-// Reads the numbers of a line, of which each `weights_per_cell`-th belongs to a cell i. One cell too many is
-// stored, all are counted.
+// Reads the numbers of a line; one in `weights_per_cell` is the weight of a cell i. Surplus weights count in
+// the total, and the first of them is stored.
 void read_weights_of_line(Reading& r, std::int64_t& i, std::int64_t& k) {
   const char* at = r.line.text;
   for (int w = 0; next_number(at, w);) {

@@ -170,7 +170,7 @@ void check_totals(const Hypergraph* h) {
         totnw, h->_totnw, weight_without_pins(h), h->_virtualnets, totinw, h->_totinw);
 }
 
-// Occurrences of a value from one start to the next; none where either is absent or they are not in order.
+// Occurrences of a value between one start and the next; 0 if either is null or they are not in order.
 int occurrences_between(int value, const int* start, const int* next) {
   return start == nullptr || next == nullptr ? 0 : occurrences(value, start, next - 1);
 }

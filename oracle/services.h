@@ -1,10 +1,10 @@
 #pragma once
 /// @file
-/// What the twins use of the utility layer and the benchmarks replace.
+/// The services of the utility layer that the benchmarks replace for the twins.
 ///
-/// By default the twins request memory exactly as the module has to, so that over a recording utility layer
-/// the requests of both can be compared one by one. As a baseline they run on malloc instead: the huge pages
-/// of `umalloc` are part of what the benchmarks measure.
+/// By default the twins request memory exactly as the module does, so that tests can compare the requests of
+/// both one by one. As a baseline of benchmarks they use malloc: the huge pages of `umalloc` are part of what
+/// is measured.
 
 #include <cstdint>
 
@@ -26,7 +26,7 @@ extern const Services kUtilityLayer;
 /// malloc for every block, those of pools included, and `oracle::read_array`.
 extern const Services kPlain;
 
-/// Those in use.
+/// The services in use.
 extern Services services;
 
 }  // namespace quillon::oracle

@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
-"""Prints the C++ sources that a change affects, one a line: affected.py
+"""Prints the C++ sources that a change affects, one per line: affected.py
 
 These are the sources that changed since the base, and those that include a changed header, directly or through other
 headers; the changed ones come first. A change of .clang-tidy affects all.
 
 The base is the first of these:
-    $QUILLON_BASE         any name of a commit
+    $QUILLON_BASE         any commit name
     origin/main           if it is an ancestor of the current commit and not that commit itself
     the newest commit more than 24 hours older than the current commit
     the oldest commit there is
-Changes that are not committed count.
+Uncommitted changes count.
 """
 
 import collections

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the module and the tool, and rewrites the tables of docs/performance.md. Takes a while; arguments go to
-# the benchmark program: options that override the ones below, hypergraph files (seen from the root of the repository).
+# Measures the module and the tool, and rewrites the tables of docs/performance.md. Slow. Arguments go to the
+# benchmark program: options that override the ones below, hypergraph files (relative to the root of the repository).
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Prints the share of lines and branches that the tests run, of the library and of the tool, and fails when it is below
-# its floor. With --library as the first argument only the library's, by its own tests, which is quick. Writes HTML pages
-# into the build folder.
+# Prints the share of lines and branches of the library and of the tool that the tests execute, and fails if it is
+# below its floor. With --library as the first argument, only that of the library by its own tests, which is quick.
+# Writes HTML pages into the build folder.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 library_tests=(util_tests module_tests fatal_tests)
 scripts/setup.sh build test coverage
 if [ "${1:-}" = --library ]; then
-  build=build/coverage-library  # a folder of its own: objects of older sources elsewhere would be counted too
+  build=build/coverage-library  # a separate folder: objects of older sources elsewhere would be counted too
   cmake --preset coverage -B $build >/dev/null
   cmake --build $build --target "${library_tests[@]}"
   find $build -name '*.gcda' -delete
@@ -20,12 +20,12 @@ else
   cmake --preset coverage >/dev/null
   cmake --build $build
   find $build -name '*.gcda' -delete
-  # Some tests limit the size of files, and with it that of the counters: gcov says so, and their counts are lost.
+  # Some tests limit the size of files, and thus of the coverage data: gcov reports it, and their counts are lost.
   ctest --preset coverage --parallel "$(nproc)" --output-on-failure
 fi
 
 # gcovr cannot merge the portable builds, in which the same functions have other lines.
-report() {  # report NAME LINES BRANCHES FILTER...: the floors, and the sources they hold for
+report() {  # report NAME LINES BRANCHES FILTER...: the floors and their sources
   local name=$1 lines=$2 branches=$3
   shift 3
   gcovr --root . "${@/#/--filter=}" --exclude-directories '.*portable_.*' --exclude-throw-branches \

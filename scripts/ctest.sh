@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs ctest on all processors and lists each skipped test case with its reason: ctest.sh PRESET [ARGUMENT...]
-# The list comes before the closing summary of ctest, which is the end of the output.
+# The list comes before the summary of ctest, which ends the output.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 preset=$1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# From a fresh machine to a report: installs what is missing, builds the tool, runs it on the hypergraphs in data/.
+# From a fresh machine to a report: installs missing packages, builds the tool, runs it on the hypergraphs in data/.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Fuzzes all readers: fuzz.sh [--together] [SECONDS] [TARGET...], 30 seconds and all targets if not given, as many at once
-# as there are processors, or all --together. A target is one of fuzz/, such as reader. Prints a line for each. Status 1
-# when something was found; the inputs are then in build/fuzz/finds/TARGET. New inputs are kept in
-# build/fuzz/corpus/TARGET for the next time.
+# Fuzzes all readers: fuzz.sh [--together] [SECONDS] [TARGET...], by default 30 seconds and all targets, one per
+# processor at a time, or all --together. A target is a fuzzer of fuzz/, such as reader. Prints one line per target.
+# Status 1: found errors, whose inputs are in build/fuzz/finds/TARGET. New inputs are kept in build/fuzz/corpus/TARGET
+# for the next run.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Reads, checks, prunes and writes a hypergraph of 300 million pins with the tool, and compares output and input. Takes
-# some minutes, 6 GB of disk and 10 GB of memory. PINS and CELLS in the environment set other sizes, and
-# QUILLON names another tool than that of the release build.
+# Reads, checks, prunes and writes a hypergraph of 300 million pins with the tool, and compares output and input.
+# Needs some minutes, 6 GB of disk and 10 GB of memory. PINS and CELLS in the environment set other sizes, QUILLON
+# another tool than that of the release build.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Layout and static analysis; anything found is an error.
-#   lint.sh [SECONDS]  clang-tidy on the sources that a change affects (see affected.py); those that it has not begun
-#                      after SECONDS, 240 if not given, are listed and left to lint.sh --all
+# Layout and static analysis; any finding is an error.
+#   lint.sh [SECONDS]  clang-tidy on the sources that a change affects (see affected.py). Sources not begun after
+#                      SECONDS, by default 240, are listed and left to lint.sh --all
 #   lint.sh --all      clang-tidy on all sources, and the path analyser of gcc
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -17,7 +17,7 @@ scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=
   --enable=warning,style,performance,portability --inline-suppr -I. --suppress=missingIncludeSystem \
   --suppress=useStlAlgorithm --error-exitcode=1 "${folders[@]}"
 
-# Only for its list of commands: clang cannot read the precompiled headers of gcc.
+# A build only for its list of commands: clang cannot read the precompiled headers of gcc.
 build=build/lint
 cmake --preset dev -B $build -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
@@ -27,14 +27,14 @@ export build skipped
 tidy_one() {  # tidy_one SOURCE
   [ "$(date +%s)" -lt "$deadline" ] || { echo "$1" >>"$skipped" && return; }
   local options=()
-  # CLI11 leads the path analyser into its own code.
+  # With CLI11, the path analyser reports its code.
   case $1 in tools/cli/options.cpp | tools/cli/program.cpp) options=(-checks=-clang-analyzer-*) ;; esac
   clang-tidy -quiet -p $build "${options[@]}" "$1" 2>/dev/null || { echo "clang-tidy: $1" && return 1; }
 }
 export -f tidy_one
 tidy() {  # tidy SECONDS: the sources of standard input
   export deadline=$(($(date +%s) + $1))
-  # Sources that no build with gcc has are left out, and all of them may be.
+  # Omits sources that are not built with gcc. It is no error if none remain.
   { grep -vE '^(fuzz|examples/ptscotch|tests/build)/' || true; } |
     { grep -Fxf <(sed -n "s|.*\"file\": \"$PWD/\(.*\)\",\?|\1|p" $build/compile_commands.json) || true; } |
     xargs -r -P "$(nproc)" -I{} bash -c 'tidy_one {}'

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Writes the hypergraphs of data/ anew. Needs Debian's python3-networkx."""
+"""Regenerates the hypergraphs of data/. Needs Debian's python3-networkx."""
 
 import pathlib
 import sys
@@ -10,7 +10,7 @@ DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
 
 
 def write(name, comments, ncells, nets, net_weights=None, cell_weights=None):
-    """Writes 1-based cell numbers, with the weights that are given."""
+    """Writes a file with 1-based cell numbers and the given weights."""
     fmt = (1 if cell_weights else 0) + (2 if net_weights else 0)
     lines = ["% " + comment for comment in comments]
     npins = sum(len(pins) for pins in nets)

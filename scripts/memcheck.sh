@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs all tests, and the tool that they call, under valgrind: an error or a leak is a failure. Takes about an hour.
+# Runs all test programs under valgrind: an error or a leak is a failure. Needs about an hour.
 # Arguments go to the test programs, e.g. --gtest_filter=Read*
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -7,13 +7,13 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 scripts/setup.sh build test memcheck
 cmake -G Ninja -S . -B build/memcheck -D CMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build/memcheck
-# A child of a death test ends with blocks still held, which is no leak: children are silent.
+# A child of a death test exits with blocks still held, which is no leak: children are silenced.
 export GTEST_DEATH_TEST_STYLE=fast GTEST_BRIEF=1
-# Page faults and limits of the address space would be valgrind's own.
+# These count page faults or limit the address space, and valgrind itself would be counted or limited.
 left_out=*.FillsLargeBlocksWithFewPageFaults:*.MovesALargeBlockWithoutCopyingIt:PoolsUnderALimit.*
 status=0
-for program in util_tests portable_util_tests module_tests portable_module_tests fatal_tests import_tests \
-  round_trip_tests tool_tests; do
+for program in util_tests portable_util_tests module_tests portable_module_tests fatal_tests error_tests \
+  measures_tests formats_tests report_tests tool_tests; do
   echo "$program"
   (cd build/memcheck/tests && valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite,indirect \
     --errors-for-leak-kinds=definite,indirect --child-silent-after-fork=yes --trace-children=yes \

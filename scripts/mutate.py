@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
-"""Changes the library one small place at a time and shows which changes no test notices.
+"""Makes one small change to the library at a time and shows which changes no test notices.
 
     scripts/setup.sh build test && scripts/mutate.py                 # a sample of 300 changes, about an hour
     scripts/mutate.py --sample 20 --seed 7 --files hypergraph/io.cpp # a smaller one, of one file
-    scripts/mutate.py --list                                         # what can be changed, without running anything
+    scripts/mutate.py --list                                         # lists the possible changes, without running tests
 
 Each change is made in a copy of the sources in build/mutate, which is then built and tested. The plain build comes
-first, as it is quick; survivors go to the sanitizers and to the tests of the portable code. A change that does not
-compile is replaced by another one. scripts/same_behaviour.txt lists changes that make no difference, with reasons.
-Status 1: of the others, a smaller share was noticed than --least, 100 percent by default.
+first because it is quick; surviving changes are tested with the sanitizers and in the portable code. A change that
+does not compile is replaced by another one. scripts/same_behaviour.txt lists changes that make no difference, with
+reasons.
+Status 1: the tests noticed less than --least percent of the others, by default 100.
 """
 
 import argparse
@@ -131,7 +132,7 @@ def sources():
 
 
 def known_reasons():
-    """Changes without effect by key, each with its reason: a line '# reason' holds for the changes below it."""
+    """Changes without effect by key, each with its reason: a line '# reason' applies to the changes below it."""
     reasons = {}
     reason = ""
     for line in REASONS.read_text().splitlines() if REASONS.exists() else []:
@@ -147,7 +148,7 @@ def programs_for(path):
 
 
 def kill_group(leader):
-    """Also ends processes that a test started: a change may make them loop for ever."""
+    """Also ends processes that a test started: a change may make them loop forever."""
     try:
         os.killpg(leader, signal.SIGKILL)
     except ProcessLookupError:
@@ -167,7 +168,7 @@ class Tree:
         for path in listed:
             if (ROOT / path).is_file():
                 (self.sources / path).parent.mkdir(parents=True, exist_ok=True)
-                # Sources to change get the present time: the object of an earlier run may hold a change.
+                # Sources of the library get the present time: an object of an earlier run may contain a change.
                 copy = shutil.copy if path.startswith(("hypergraph/", "util/")) else shutil.copy2
                 copy(ROOT / path, self.sources / path)
         self.configure("plain", "")
@@ -220,7 +221,7 @@ class Tree:
 
 
 def known_verdicts(log):
-    """Verdicts of an interrupted run by key, in order, without survivors: there may be new tests."""
+    """Verdicts of an interrupted run by key, in order, without survivors, which new tests may notice."""
     known = collections.defaultdict(collections.deque)
     for line in log.read_text().splitlines() if log.exists() else []:
         verdict, _, key = line.partition("\t")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What takes too long for the gate. Each stage runs, also when one before it failed; the last lines list them all.
-# Takes a night, 6 GB of disk and 10 GB of memory. Arguments choose stages: nightly.sh coverage mutation
+# Stages that are too slow for the gate. All stages run, even after a failure; the last lines list their results.
+# Needs a night, 6 GB of disk and 10 GB of memory. Arguments select stages: nightly.sh coverage mutation
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mkdir -p build

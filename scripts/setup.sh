@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|..., as listed below. Tests skip what
-# is missing of docs, partners, ptscotch and browser, and say so.
+# Installs the Debian packages that the given jobs need: setup.sh build|test|bench|..., as listed below. Tests that
+# need packages of docs, partners, ptscotch or browser are skipped with a message if these are missing.
 set -euo pipefail
 
 packages=()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs one stage of a longer script and prints how long it took: stage.sh NAME COMMAND... Exits as the command does.
-# Stages may contain stages. With QUILLON_STAGES set to a file, also appends the result to it.
+# Runs one stage of a longer script and prints its duration: stage.sh NAME COMMAND... Exits with the status of the
+# command. Stages may contain stages. If QUILLON_STAGES names a file, the result is also appended to it.
 set -uo pipefail
 name=$1
 shift

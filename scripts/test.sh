@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything once, optimised and with assertions, and runs all tests, on a machine that may have nothing
-# installed yet. What is skipped is listed before the summary.
+# Builds everything once, optimised and with assertions, and runs all tests; first installs missing packages. Skipped
+# tests are listed before the summary.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

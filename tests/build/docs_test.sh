@@ -4,7 +4,7 @@
 #        docs_test.sh tables SOURCE_DIR GENERATOR
 #        docs_test.sh manual SOURCE_DIR PAGE
 #        docs_test.sh completion SOURCE_DIR TOOL SCRIPT
-# Exits with 77, for skipped, when a program that it needs is missing.
+# Exits with 77 (skipped) if a required program is missing.
 set -euo pipefail
 job=$1
 source_dir=$(realpath "$2")
@@ -39,7 +39,7 @@ topics() {
   "$tool" help | awk '/^Commands:/ { exit } /^  / { print $1 }'
 }
 
-options_of() {  # of a command: the long name of each option, the short one of those without
+options_of() {  # of a command: the long name of each option, or its short name if it has no long one
   "$tool" "$@" --help | sed -nE '/^(Positionals|Examples):/,/^$/d; s/^ +((-[a-z]),?)?(--[a-z-]+)?([ :].*|$)/\2 \3/p' |
     awk 'NF { print $NF }' | sorted
 }
@@ -78,7 +78,7 @@ check_reference() {
   grep -q maxsize "$place/log" || fail "the parameter is not named: $(cat "$place/log")"
 }
 
-# The page has no errors, and shows dashes of options as ASCII, for copying.
+# The page has no errors and shows the dashes of options as ASCII, so that they can be copied.
 check_manual() {
   needs mandoc
   local page=$tool text synopsis
@@ -90,8 +90,8 @@ check_manual() {
   done
 }
 
-# The documents have the tables that the generator makes; tables.sh restores a table, and the generator refuses what it
-# cannot fill in.
+# The documents have the tables that the generator makes; tables.sh restores a changed table, and the generator refuses
+# templates with unknown names.
 check_tables() {
   local generator=$tool document ntables=0
   for document in README.md docs/formats.md; do
@@ -119,7 +119,7 @@ check_tables() {
   ! "$source_dir/scripts/tables.sh" "$generator" "$place/document.md" 2>/dev/null || fail "a table without an end is not refused"
 }
 
-completions() {  # completions WORD...: what is offered for the last word, sorted, on one line
+completions() {  # completions WORD...: the completions of the last word, sorted, on one line
   (
     cd "$place/files"
     # shellcheck source=/dev/null
@@ -153,7 +153,7 @@ check_completion() {
   offers "a.qhg b.qhg.gz folder h 1.qhg" stats ""
   offers "a.qhg b.qhg.gz folder h 1.qhg" check --symmetric a.qhg ""
   offers "a.qhg" stats a
-  offers "f.part" stats f.  # nothing else begins so
+  offers "f.part" stats f.  # the only file with this prefix
   offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" convert ""
   offers "a.qhg c.hgr folder h 1.qhg i.json" convert --from mtx a.qhg ""
   offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" partition-info -k 3 ""

@@ -73,7 +73,7 @@ cmake -G Ninja -S "$source_dir/examples" -B "$place/examples" -D CMAKE_PREFIX_PA
 cmake --build "$place/examples" >"$place/log" || { cat "$place/log"; fail "the examples do not build"; }
 "$source_dir/tests/build/run_examples.sh" "$source_dir" "$place/examples"
 
-# Nothing but what the headers declare is to be seen, and one library does not embed the other.
+# The libraries export only what the headers declare, and one does not contain the other.
 for library in util hypergraph measures; do
   nm -DC --defined-only "$libraries/libquillon_$library.so" | sed -E '/ A /d; s/^[0-9a-f]+ . //; s/@@QUILLON_1$//' |
     LC_ALL=C sort | diff "$source_dir/tests/build/exported/$library.txt" - || fail "$library shows other symbols"

@@ -20,8 +20,8 @@ CONFINED = {
 
 # Exceptions to the order, each with its reason.
 BARRED = {
-    "examples": ["hypergraph/detail", "formats", "measures", "tools"],  # what a user of the library would write
-    "oracle": ["hypergraph/detail", "formats", "measures", "tools"],  # shares nothing with what it is compared with
+    "examples": ["hypergraph/detail", "formats", "measures", "tools"],  # programs such as users of the library write
+    "oracle": ["hypergraph/detail", "formats", "measures", "tools"],  # shares no code with what it is compared to
     "measures": ["formats"],  # programs that only measure need no zlib
 }
 
@@ -56,7 +56,7 @@ def sources_of(folder):
 
 
 def main():
-    # The test itself finds what it is for.
+    # The check must find these errors.
     planted = list(faults_of("formats/planted.cpp", '#include "tools/cli/help.h"\n#include <CLI/CLI.hpp>\n'))
     assert len(planted) == 2, planted
     assert not list(faults_of("tools/commands/planted.cpp", '#include "formats/sink.h"\n#include <vector>\n'))

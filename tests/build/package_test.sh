@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, has lintian judge them, and installs, uses and removes them in a fresh Debian 12. By hand,
-# as root: it needs a mirror, and debootstrap and lintian besides what packaging/build.sh does.
+# Builds the Debian packages, checks them with lintian, and installs, uses and removes them in a fresh Debian 12. Run by
+# hand, as root: it needs a mirror, debootstrap and lintian, in addition to the needs of packaging/build.sh.
 # Usage: package_test.sh [BUILD_FOLDER]; the folder as for packaging/build.sh
 set -euo pipefail
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -17,7 +17,7 @@ inside() {
   chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
-files() {  # every file of the root but what dpkg, apt and ldconfig keep for themselves, and our own folder
+files() {  # every file of the root except the data of dpkg, apt and ldconfig, and our own folder
   (cd "$root" && find . -xdev \( -path ./proc -o -path ./var -o -path ./quillon -o -path ./tmp -o \
     -path ./etc/ld.so.cache \) -prune -o -print | LC_ALL=C sort)
 }
@@ -31,7 +31,7 @@ mkdir -p "$root/quillon/tests/build"
 cp -r "$place/packages" "$source_dir"/{data,examples,README.md} "$root/quillon"
 cp "$source_dir/tests/build/run_examples.sh" "$root/quillon/tests/build"
 
-# The tool and what it links, in a system that has nothing else.
+# The tool and the libraries it links, on a system without the others.
 files >"$place/before"
 inside bash -c 'dpkg -i /quillon/packages/libquillon_*.deb /quillon/packages/quillon_*.deb' >"$place/log" 2>&1 ||
   { cat "$place/log"; fail "the tool does not install"; }

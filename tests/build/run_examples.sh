@@ -7,7 +7,7 @@ programs=$2
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 
-prints() {  # prints EXPECTED PROGRAM ARGUMENT...: all that the program says
+prints() {  # prints EXPECTED PROGRAM ARGUMENT...: the whole output of the program
   local expected=$1
   shift
   "$programs/$1" "${@:2}" >"$place/out" 2>&1 || { cat "$place/out"; echo "$1 failed" >&2; exit 1; }
@@ -53,13 +53,13 @@ net 4 touches 2
 net 5 touches 1
 net 6 touches 2" prune_and_restore "$place/small.qhg" 5
 
-# On a path of four cells the first half is a part. Net 2 and net 3 are cut: each lies around the border.
+# On a path of four cells the first half is one part. Nets 2 and 3 are cut: each has cells on both sides.
 printf '1 4 4 10\n1 2\n1 2 3\n2 3 4\n3 4\n' >"$place/path.qhg"
 prints "connectivity minus one: 2 before, 2 after" \
   partition_and_renumber "$place/path.qhg" 2 "$place/path_new.qhg" "$place/path.part"
 [ "$(cat "$place/path.part")" = "0 0 1 1 " ] || { echo "the parts of a path are others" >&2; exit 1; }
 
-# The same with the cells numbered across: the new numbers follow the parts, which grow from cell 1.
+# The same path with other cell numbers: the new numbers follow the parts, which grow from cell 1.
 printf '1 4 4 10\n1 3\n2 4 3\n1 3 2\n4 2\n' >"$place/across.qhg"
 prints "connectivity minus one: 2 before, 2 after" \
   partition_and_renumber "$place/across.qhg" 2 "$place/across_new.qhg" "$place/across.part"

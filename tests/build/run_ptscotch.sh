@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Partitions with PT-Scotch on one, two and four processes, and compares what the example reports with what the tool
-# says of the parts that it wrote. Status 77, for skipped, where the example was not built.
+# Partitions with PT-Scotch on one, two and four processes, and compares the report of the example with that of the tool
+# for the same parts. Exits with 77 (skipped) if the example was not built.
 # Usage: run_ptscotch.sh SOURCE_DIR PROGRAMS_DIR TOOL
 set -euo pipefail
 data=$1/data
@@ -29,19 +29,19 @@ partition() {  # partition PROCESSES NAME NPARTS: leaves the report in report an
 }
 
 for processes in 1 2 4; do
-  # Four strips of six rows each cut 6 x 24 nets: whatever partitions the mesh on purpose cuts fewer.
+  # Four strips of six rows each cut 6 x 24 nets: any real partitioner cuts fewer.
   partition "$processes" mesh24 4
   [ "$cut" -lt 144 ] || fail "the parts of the mesh are no better than strips"
-  # The imbalance asked for is 0.03, which PT-Scotch keeps to for the most part.
+  # The requested imbalance is 0.03, which PT-Scotch may exceed slightly.
   awk -v found="$imbalance" 'BEGIN { exit !(found < 0.1) }' || fail "the parts of the mesh are not balanced"
-  # One part is cut nowhere.
+  # With one part, no net is cut.
   partition "$processes" lesmis 1
   [ "$cut" -eq 0 ] || fail "a single part is cut"
   partition "$processes" lesmis 3
   partition "$processes" davis 2
 done
 
-# A process that cannot go on ends them all.
+# A process that fails ends all others.
 if mpirun "${options[@]}" -n 2 "$program" "$data/README.md" 2 "$place/parts" >"$place/report" 2>"$place/errors"; then
   fail "text was partitioned"
 fi

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The library builds without a warning, and a planted one fails the build, with every compiler we name.
-# Usage: warning_test.sh SOURCE_DIR BUILT_WITH COMPILER...; the build that runs this test was made with BUILT_WITH, with
-# warnings as errors: that compiler needs no other clean build
+# The library builds without a warning, and a planted warning fails the build, with each COMPILER.
+# Usage: warning_test.sh SOURCE_DIR BUILT_WITH COMPILER...; the build that runs this test used BUILT_WITH, with
+# warnings as errors: that compiler needs no second clean build
 set -euo pipefail
 source_dir=$1
 built_with=$(realpath "$(command -v "$2")")

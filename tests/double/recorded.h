@@ -1,5 +1,5 @@
 #pragma once
-// A test that starts with nothing recorded and leaves nothing behind.
+// A test that starts with nothing recorded and frees everything it allocates.
 
 #include <gtest/gtest.h>
 

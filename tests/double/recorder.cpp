@@ -24,7 +24,7 @@ struct Block {
   std::string tag;
 };
 
-// A pool is one array, so that addresses increase with age as the module relies on.
+// A pool is one array: younger blocks have higher addresses, as the module requires.
 using PoolRegion = std::array<char, std::size_t{1} << 20>;
 
 struct Record {
@@ -35,15 +35,15 @@ struct Record {
   std::map<std::FILE*, std::string> files;
   std::array<std::size_t, 2> pool_tops = {};
   int allocations_until_failure = 0;
-  std::uint64_t most_bytes = 0;  // of a request; 0: any number
+  std::uint64_t most_bytes = 0;  // of a request; 0: no limit
   std::deque<int> draws;
   std::deque<std::vector<int>> permutations;
 };
 
 Record record;
 
-// For all tests, since sanitizers make each new one dear: the pools, and a block of the size that the readers
-// ask for to hold a line, while nobody holds it. Of that its beginning is watched, as memory given back is.
+// Shared by all tests, because sanitizers make new ones slow: the pools, and a block for the line buffer of
+// the readers while it is free. Its beginning is poisoned then, like freed memory.
 std::array<PoolRegion, 2> pools;
 constexpr std::uint64_t kLineBytes = 16777216;
 constexpr std::size_t kWatchedBytes = std::size_t{1} << 18;
@@ -88,7 +88,7 @@ void give_back(const Block& block) {
   spare_line = block.address;
 }
 
-// Blocks that nobody cleared hold a pattern, so that a test sees what was left alone.
+// New blocks hold a pattern, so that tests see which bytes were not written.
 void* heap_block(std::uint64_t bytes, const char* tag) {
   auto* const block = static_cast<unsigned char*>(take(bytes));
   if (block == nullptr) throw FatalError(std::string("out of memory: ") + tag);

@@ -33,8 +33,8 @@ constexpr int kFiles = 10'000;
 constexpr int kWarmedUp = 1'000;
 constexpr std::uint64_t kTolerance = 4 << 20;  // bytes of resident memory
 
-// The texts that the readers of hypergraphs get: those whose last line is a comment make them wait for ever
-// for one more, and a header of large numbers makes them fill large arrays.
+// Whether the readers of hypergraphs get a text. They never return if its last line is a comment, and a
+// header of large numbers makes them fill large arrays.
 bool is_readable(const std::string& text) {
   const std::size_t last = text.find_last_of('\n', text.size() < 2 ? 0 : text.size() - 2);
   if (text.empty() || text[last == std::string::npos ? 0 : std::min(last + 1, text.size() - 1)] == '%')
@@ -76,14 +76,14 @@ void read_parts(const char* filename) {
   read_part_info(&r.h, filename);
 }
 
-// Where the next block of a pool lies.
+// The address of the next block of a pool.
 void* top_of(int pool) {
   void* const block = poolalloc(pool, 1, "top_of");
   poolfree_upto(pool, block, "top_of");
   return block;
 }
 
-// What the process holds.
+// The resources that the process holds.
 struct Held {
   std::uint64_t bytes = held_bytes();
   int descriptors = open_descriptors();
@@ -121,13 +121,13 @@ class BrokenFiles : public testing::Test {
  protected:
   void SetUp() override {
     warning_ = set_warning_handler([](const char* /*text*/) {});
-    // Warms up: the first error, stream and block may cost memory that is used again.
+    // Warms up: the first error, stream and block may allocate memory that is kept for reuse.
     fatal_text([] { read_standard("no/such/file"); });
     fatal_text([] { read_standard(QUILLON_DATA "/davis.qhg"); });
   }
   void TearDown() override { set_warning_handler(warning_); }
 
-  // Reads a text with each of the readers and checks that nothing is left of the call.
+  // Reads a text with each reader and checks that each call has released everything.
   void read(const std::string& text, const std::vector<Reader>& readers) {
     const TempFile file(text);
     for (const Reader reader : readers) {
@@ -140,7 +140,7 @@ class BrokenFiles : public testing::Test {
     }
   }
 
-  // Counts errors, and their kinds by the first words of the message.
+  // Counts errors, and kinds of errors by the first words of the message.
   void note(std::string message, const std::string& filename) {
     ++(message == kNoFatalError ? nread_ : nerrors_);
     if (const std::size_t at = message.find(filename); at != std::string::npos)
@@ -168,7 +168,7 @@ TEST_F(BrokenFiles, LeaveNothingBehind) {
     } else {
       std::string text = hypergraphs.next();
       while (!is_readable(text)) text = hypergraphs.next();
-      if (kAddressSanitizer)  // where allocating the line buffer of 16 MiB costs 4 ms
+      if (kAddressSanitizer)  // it needs 4 ms to allocate the line buffer of 16 MiB
         read(text, {readers[static_cast<std::size_t>(nfiles) % readers.size()]});
       else
         read(text, readers);

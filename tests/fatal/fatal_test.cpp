@@ -48,7 +48,7 @@ void expect_both_readers_refuse(const std::string& file, const std::string& text
     EXPECT_EQ(fatal_text([&] { read_text(reader, file); }), text) << file;
 }
 
-// Where the next block of a pool would lie: the same place whenever the pool is empty.
+// The address of the next block of a pool: always the same when the pool is empty.
 void* top_of(int pool) {
   void* const block = poolalloc(pool, 1, "top_of");
   poolfree_upto(pool, block, "top_of");
@@ -99,7 +99,7 @@ TEST(PoolRecord, LivesAndLeavesBothPoolsEmpty) {
 }
 
 TEST(PoolRecord, EveryEntryOfItsArraysIsItsOwn) {
-  // Written to the last entry; under the address sanitizer a block too short ends the program.
+  // Writes every entry: the address sanitizer ends the program if a block is too short.
   Hypergraph* const h = created(3, 2, 5);
   create_hypergraph_data(h, 1, 1, 1);
   for (int i = 0; i <= 4; ++i) h->_clst[i].wdeg = h->_iprm[i] = h->_iprmi[i] = h->_fixedAtPart[i] = 100 + i;
@@ -124,7 +124,7 @@ TEST(PoolRecord, EveryEntryOfItsArraysIsItsOwn) {
   destroy_hypergraph(h);
 }
 
-TEST(PoolRecord, ReleasedWithoutItsDataTakesThePoolZeroArraysAlong) {
+TEST(PoolRecord, ReleasedWithoutItsDataAlsoReleasesThePoolZeroArrays) {
   void* const top = top_of(0);
   Hypergraph* const h = created(3, 2, 5);
   create_hypergraph_data(h, 0, 0, 0);
@@ -303,7 +303,7 @@ TEST(Reader, AWeightLineCutShortByANullByteIsAnError) {
                              "read_hypergraph: no newline at the end of line '7'\n");
 }
 
-// A line of so many bytes with its line end, blanks behind the text.
+// The text, padded with blanks to a line of that many bytes including its line end.
 std::string padded_line(std::string text, int nbytes) {
   text.resize(static_cast<std::size_t>(nbytes) - 1, ' ');
   return text + "\n";

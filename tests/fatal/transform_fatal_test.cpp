@@ -23,7 +23,7 @@ using testing::Lt;
 
 constexpr int kAccount = 2;  // the mode that accounts for pruned nets
 
-// Where the next block of a pool would lie: the same place whenever the pool is empty.
+// The address of the next block of a pool: always the same when the pool is empty.
 void* top_of(int pool) {
   void* const block = poolalloc(pool, 1, "top_of");
   poolfree_upto(pool, block, "top_of");
@@ -56,7 +56,7 @@ TEST(PruningCopyInThePools, IsReleasedAsAWhole) {
   }
 }
 
-TEST(PruningCopyInThePools, HoldsItsPairsBehindItsArrays) {
+TEST(PruningCopyInThePools, HoldsItsPairsAfterItsArrays) {
   const Record r({.ncells = 2, .pins = {{1}, {1, 2}, {2}}});
   Hypergraph* const nh = created_for(r.h);
   Destination work(r.h);
@@ -83,7 +83,7 @@ TEST(PlainCopyOnTheHeap, OfRandomHypergraphsIsSoundAndMayBeFreedTwice) {
   }
 }
 
-// A shuffled copy from a seed, its source and what it went into.
+// A shuffled copy from a seed, its source and its destination.
 struct Shuffled {
   Shuffled(const Shape& shape, std::uint64_t seed, int maxsize = 9) : r(shape), d(r.h) {
     uSeed(seed);
@@ -156,8 +156,9 @@ TEST(ShuffledPruningCopyBySeed, RandomHypergraphsKeepTheirNetsUnderTheLabels) {
   }
 }
 
-// The chi-square of 24000 draws over the 24 orders of four items, by `order_of` of a copy. Of a uniform order
-// it is about 23; 4.0 and 60.0 are passed by less than one in 50000.
+// Chi-square statistic of 24000 draws over the 24 orders of four items; `order_of` returns the order in a
+// copy. For uniform draws it is about 23, and below 4.0 or above 60.0 with a probability of less than
+// 1/50000.
 double chi_square(const std::function<std::vector<int>(const Shuffled&)>& order_of) {
   constexpr int kOrders = 24, kEach = 1000;
   const Shape shape = {.ncells = 4, .pins = {{1, 2, 3, 4}, {1, 2}, {1, 2}, {1, 2}}};
@@ -170,7 +171,7 @@ double chi_square(const std::function<std::vector<int>(const Shuffled&)>& order_
   return sum;
 }
 
-// The net of four pins may stand anywhere.
+// The net of four pins may have any number in the copy.
 std::vector<int> order_of_pins(const Shuffled& copy) {
   int i = 1;
   while (copy.d.nlabel[static_cast<std::size_t>(i)] != 1) ++i;

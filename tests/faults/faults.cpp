@@ -1,9 +1,9 @@
-// Loaded before a program, runs it again and again, each time with another request for memory that fails.
-// With FAULTS_NO_UNNAMED_FILES in the environment, no folder takes files without a name.
+// Preloaded into a program, runs it repeatedly; in each run another request for memory fails. With
+// FAULTS_NO_UNNAMED_FILES in the environment, files without a name cannot be created.
 //
-// Of the two numbers in FAULTS_PIPES, the first is a descriptor that brings orders, the second one that
-// takes answers. For every order the program runs from the start of its main, in a process of its own, with
-// its standard input read from the beginning again and its outputs, which have to be files, emptied.
+// FAULTS_PIPES holds two descriptors: orders are read from the first, answers written to the second. For each
+// order the program runs from the start of main in a new process, with standard input at its beginning and
+// with its outputs, which must be files, truncated.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -31,13 +31,13 @@ void* __libc_memalign(std::size_t alignment, std::size_t bytes);
 namespace {
 
 struct Order {
-  std::int32_t request;  // that fails, from 1; 0 for none
-  std::int32_t goes_on;  // whether all later ones fail too
+  std::int32_t request;  // number of the failing request, from 1; 0: none fails
+  std::int32_t goes_on;  // whether all later requests fail too
 };
 
 struct Answer {
   std::int32_t status;  // as waitpid gives it
-  std::int32_t failed;  // whether there was such a request
+  std::int32_t failed;  // whether a request failed
 };
 
 using Main = int (*)(int, char**, char**);
@@ -63,11 +63,11 @@ void rewind_streams() {
   if (ftruncate(STDOUT_FILENO, 0) != 0 || ftruncate(STDERR_FILENO, 0) != 0) _exit(EXIT_FAILURE);
 }
 
-// Returns in the processes that are to run the program.
+// Returns only in the processes that run the program.
 void serve(const char* pipes) {
-  char* behind = nullptr;
-  const int orders = static_cast<int>(std::strtol(pipes, &behind, 10));
-  const int answers = static_cast<int>(std::strtol(behind, nullptr, 10));
+  char* rest = nullptr;
+  const int orders = static_cast<int>(std::strtol(pipes, &rest, 10));
+  const int answers = static_cast<int>(std::strtol(rest, nullptr, 10));
   failed = static_cast<std::int32_t*>(
       mmap(nullptr, sizeof *failed, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
@@ -140,7 +140,7 @@ int open(const char* name, int flags, ...) {
   return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags, mode));
 }
 
-// What the start-up code hands the program's main to.
+// The start-up code passes the program's main to this function.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 int __libc_start_main(Main main, int argc, char** argv, void (*before)(), void (*after)(),
                       void (*linker_end)(), void* stack_end) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Outputs that cannot be written and inputs that cannot be read, for each command.
 
-files_test.py TOOL; what needs root, another user or /proc is skipped where it is not to be had.
+files_test.py TOOL; skips tests that need root, another user or /proc where these are missing.
 """
 
 import gzip
@@ -22,14 +22,14 @@ FULL = "No space left on device"
 
 
 def with_word(command, old, new):
-    """The command with another file; what the suffix told is said where there is none of it."""
+    """The command with another file in place of `old`."""
     words = [new if word == old else word for word in command.line.split()]
     outputs = [name for name in command.outputs if name != old]
     return replace(command, line=" ".join(words), outputs=outputs, stdin=new if command.stdin == old else command.stdin)
 
 
 def inputs_of(command):
-    """The files that a command reads, but not by standard input."""
+    """The files that a command reads by name."""
     return [word for word in dict.fromkeys(command.line.split()) if re.fullmatch(r"(in|hif|symmetric)\..*", word)]
 
 
@@ -48,7 +48,7 @@ class Files(unittest.TestCase):
         self.addCleanup(self.place.close)
 
     def refuse(self, command, says, before=None, stdout=subprocess.PIPE, allowed_statuses=(1,)):
-        """Runs what is to fail, with nothing made or changed but what may be."""
+        """Runs a command that must fail without creating or changing a file."""
         self.place.restore()
         outcome = self.place.run(command, before=before, stdout=stdout)
         with self.subTest(command=command.line):
@@ -89,7 +89,7 @@ class Files(unittest.TestCase):
             self.refuse(with_word(command, name, "/proc/self/" + name), f"/proc/self/{name}")
 
     def as_nobody(self):
-        """What makes a process one of a user who may read the workplace and not write it."""
+        """Returns a function that makes a process run as a user who may only read the workplace."""
         if os.geteuid() != 0:
             self.skipTest("only root can become another user")
         os.chmod(self.place.folder, 0o755)
@@ -137,7 +137,7 @@ class Files(unittest.TestCase):
             os.close(writes)
 
     def test_standard_output_without_a_reader(self):
-        """Ends a program quietly that has not asked for anything else."""
+        """By default, the signal ends the program without a message."""
         one_process = [command for command in READERS + TO_STANDARD_OUTPUT if not forks(command)]
         self.refuse_without_reader(
             one_process, lambda: signal.signal(signal.SIGPIPE, signal.SIG_DFL), -signal.SIGPIPE, ""
@@ -173,7 +173,7 @@ class Files(unittest.TestCase):
                 )
 
     def test_standard_error_closed_or_full(self):
-        """There is nowhere to say anything, but the status tells."""
+        """No message can be written, but the status reports the failure."""
         for command in COMMANDS:
             for name in inputs_of(command)[:1]:
                 bad = with_word(command, name, "missing-" + name)
@@ -184,7 +184,7 @@ class Files(unittest.TestCase):
                 self.assertEqual((outcome.status, outcome.files), (1, {}), bad.line)
 
     def for_each_input(self, make, says, is_named=True):
-        """Has each input of each command replaced by what `make` makes of a path."""
+        """Replaces each input of each command by a file that `make` creates at a path."""
         for command in COMMANDS:
             for name in inputs_of(command):
                 path = self.place.folder / ("bad-" + name)
@@ -230,8 +230,8 @@ class Files(unittest.TestCase):
 
             self.for_each_input(damage, "its compressed data is damaged")
 
-    def test_a_wrong_sum_behind_what_a_reader_needs(self):
-        """The readers stop behind the last net, here at the end of what the tool takes at once."""
+    def test_a_wrong_sum_after_the_data_that_a_reader_needs(self):
+        """The readers stop after the last net, here at the end of one block of the tool."""
         text = QUILLON.encode()
         text += b"%" + b" " * ((1 << 18) - len(text) - 2) + b"\n"
         for more in (b"", b"% more\n" * 200000):

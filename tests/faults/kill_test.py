@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Programs that are ended from outside, at any time: each target is whole or as it was.
+"""Kills programs at random times: each target must be complete or unchanged.
 
 kill_test.py TOOL [--runs N]
 """
@@ -15,7 +15,7 @@ import time
 
 from workplace import OLD, Command, Workplace
 
-# What a program that was killed may leave: beside the target, and recognisable.
+# The temporary files that a killed program may leave, next to the target.
 LEFT_BEHIND = re.compile(r"(.+)\.quillon-[0-9]+-[0-9]+")
 COMMANDS = [
     Command("convert large.qhg out.hgr", ["out.hgr"]),
@@ -27,7 +27,7 @@ SEED = 20
 
 
 def large_hypergraph(ncells, nnets):
-    """Nets of two to eight pins in no order."""
+    """Nets of two to eight pins in random order."""
     draw = random.Random(SEED)
     nets = [[draw.randint(1, ncells) for _ in range(draw.randint(2, 8))] for _ in range(nnets)]
     npins = sum(map(len, nets))
@@ -36,7 +36,7 @@ def large_hypergraph(ncells, nnets):
 
 
 def kill_later(place, command, delay, how):
-    """Gives the status of a program that gets a signal after so many seconds."""
+    """Returns the status of a program that gets a signal after `delay` seconds."""
     process = subprocess.Popen(
         [place.tool, *command.line.split()], cwd=place.folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE
     )
@@ -76,7 +76,7 @@ def measure(place, command):
 
 
 def kill_at_random_times(place, command, how, nruns, draw):
-    """Gives what is wrong, and counts of runs by how they ended."""
+    """Returns the faults, the numbers of runs by outcome, and the duration of an undisturbed run."""
     good, seconds = measure(place, command)
     found = []
     counts = {"ended": 0, "finished": 0, "left": 0}
@@ -89,7 +89,7 @@ def kill_at_random_times(place, command, how, nruns, draw):
         counts["left"] += nleft
         found += faults
 
-        # What is left does not disturb the next run, which replaces nothing but its targets.
+        # Leftover files do not disturb the next run, which replaces only its targets.
         if run % 10 == 9:
             before = set(place.outcome(0, b"", b"").files) - set(command.outputs)
             after = place.run(command)
@@ -99,7 +99,7 @@ def kill_at_random_times(place, command, how, nruns, draw):
 
 
 def run_among_leftovers(place, command):
-    """Has a program of the same process number left files that were to become the targets."""
+    """An earlier program with the same process number has left its temporary files."""
     good = place.undisturbed(command)
     place.restore()
 

@@ -1,4 +1,4 @@
-// Runs one function of the module as a program would that has nothing but the module.
+// Runs one function of the module, as a program that links only the module would.
 //
 //   library_calls NAME      in a folder with in.qhg and in.part
 
@@ -16,7 +16,7 @@ using namespace quillon;
 constexpr int kParts = 3;
 constexpr int kAccount = 2;
 
-// A hypergraph with both sides, made without the readers.
+// A hypergraph with both sides, built without the readers.
 Hypergraph loaded() {
   static const int xnadj[] = {0, 0, 2, 5, 6, 8};
   static const int nadj[] = {1, 2, 2, 3, 4, 1, 4, 3};

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Too little of what the system rations, and files that ask for too much of it, for each command.
+"""Low resource limits, and files that require too many resources, for each command.
 
 limits_test.py TOOL [--long]
 """
@@ -31,7 +31,7 @@ EXTREMES = [
     0,
 ]
 
-# A file of each format, in which every number is one after another replaced by an extreme one.
+# A file of each format; each of its numbers in turn is replaced by an extreme one.
 FILES = {
     "qhg": "1 3 2 5 3 1\n4 1 2\n5 1 2 3\n6 7 8\n",
     "hgr": "2 3 11\n4 1 2\n5 1 2 3\n6\n7\n8\n",
@@ -62,7 +62,7 @@ class Limits(unittest.TestCase):
         self.assertEqual(faults, [], f"{command.line}: {outcome.err[-300:]}")
 
     def test_little_address_space(self):
-        """From the least that the system starts the tool with to what is enough."""
+        """From the least address space in which the tool starts to enough."""
         steps = range(4 * MIB, 160 * MIB, (MIB if self.long else 12 * MIB))
         sizes = [size for size in steps if self.starts_in(size)]
         self.assertGreater(len(sizes), 5)
@@ -82,12 +82,12 @@ class Limits(unittest.TestCase):
         return outcome.status == 0
 
     def test_short_files(self):
-        """A limit on the size of files stands for a disk that gets full anywhere in a file."""
+        """A limit on the size of files simulates a disk that becomes full anywhere in a file."""
         cannot = re.compile("File too large|is not whole")
         for command in WRITERS + TO_STANDARD_OUTPUT:
             good = self.place.undisturbed(command)
             most = max(map(len, good.files.values() or [good.out]))
-            # What goes to standard output is a file and sometimes a short report, on which there is no limit.
+            # Standard output may also hold a short report, to which the limit does not apply: only half is surely too short.
             too_short = most if good.files else most // 2
             sizes = range(too_short) if self.long else sorted({0, 1, too_short // 2, too_short - 1})
             for size in sizes:
@@ -115,7 +115,7 @@ class Limits(unittest.TestCase):
             self.assertEqual(statuses[-1], 0, command.line)
 
     def test_extreme_numbers(self):
-        """Ends well or with a message, within memory that no extreme number is given, and leaves nothing behind."""
+        """Succeeds or reports an error, in too little memory for extreme numbers, and leaves no extra file."""
         for suffix, text in FILES.items():
             commands = [Command(f"convert x.{suffix} out.qhg", ["out.qhg"])]
             if suffix == "qhg":
@@ -168,14 +168,14 @@ class Limits(unittest.TestCase):
                 self.place.restore()
                 outcome = self.place.run(command, before=limit(resource.RLIMIT_AS, NEVER_ENOUGH))
                 with self.subTest(command=command.line):
-                    # A number on the command line that cannot be is wrong usage.
+                    # An invalid number on the command line is wrong usage.
                     self.assertIn(outcome.status, (0, 1, 2), outcome.err)
                     self.assertEqual(sorted(outcome.files), outputs if outcome.status == 0 else [])
                     if outcome.status != 0:
                         self.assertRegex(outcome.err, "(?m)^quillon: ")
 
     def test_totals_that_wrap(self):
-        """Weights that 32 bits do not hold together are read, kept, and written as they are."""
+        """Weights are read and written unchanged even if their sum exceeds 32 bits."""
         most = 2**31 - 1
         text = f"1 3 3 7 3\n{most} 1 2\n{most} 1 2 3\n{-most - 1} 2 3\n{most} {most} {-most - 1}\n"
         self.place.inputs["x.qhg"] = text.encode()
@@ -199,7 +199,7 @@ class Limits(unittest.TestCase):
             self.assertEqual((outcome.status, outcome.files), (0, {}), f"{line}: {outcome.err}")
 
     def test_lines_at_the_limit(self):
-        """A net line has to be shorter than 16 MiB by six bytes; what imports has no such limit."""
+        """A net line has at most 16 MiB - 6 bytes for the readers of the module; format readers have no limit."""
         most = 16 * MIB - 6
         for length, fits in ((most, True), (most + 1, False), (16 * MIB, False)):
             line = "1 2".ljust(length - 1) + "\n"

@@ -1,4 +1,4 @@
-// Writes a hypergraph of as many pins as are asked for, and what the tool is to say about it.
+// Writes a hypergraph of a given number of pins, and its expected summary.
 //
 //   make_large CELLS PINS FILE      on standard output: the summary of the hypergraph in FILE
 
@@ -37,7 +37,7 @@ std::vector<std::uint8_t> draw_sizes(std::uint64_t npins) {
   return sizes;
 }
 
-// A net's cells lie a step apart, so that none is named twice.
+// The cells of a net are a constant step apart, so that no cell is named twice.
 void write_nets(const std::vector<std::uint8_t>& sizes, std::vector<int>& degrees, std::FILE* file) {
   const std::uint64_t ncells = degrees.size();
   std::uint64_t state = 2;

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Each request for memory of each command fails, by itself and with all that follow.
+"""Each memory request of each command fails, alone and together with all later ones.
 
 memory_test.py TOOL FAULTS_LIBRARY LIBRARY_CALLS [--long]
 
-LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. The short form takes
-the requests before a command line is read from one command only, as they are those of all.
+LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. All commands make
+the same requests before they read the command line: the short form tests these with one command only.
 """
 
 import argparse
@@ -24,7 +24,7 @@ MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
 
 
 class Runner:
-    """A process that runs one command line again and again, with requests that fail."""
+    """A process that runs one command line repeatedly, with failing requests."""
 
     ORDER = struct.Struct("ii")
     PATIENCE = 60  # seconds
@@ -48,7 +48,7 @@ class Runner:
         os.close(answers)
 
     def run(self, n, goes_on):
-        """Lets request n fail; gives the outcome, and whether there was such a request."""
+        """Makes request n fail; returns the outcome and whether a request failed."""
         os.write(self.orders, self.ORDER.pack(n, goes_on))
         if not select.select([self.answers], [], [], self.PATIENCE)[0]:
             raise RuntimeError(f"no end when request {n} fails: {self.process.args}")
@@ -66,7 +66,7 @@ class Runner:
 
 
 class Sweep:
-    """The failures of one command."""
+    """Makes the requests of one command fail, one after another."""
 
     def __init__(self, tool, library, command, goes_on=False, unnamed_files=True, program=None):
         self.place = Workplace(tool)
@@ -86,13 +86,13 @@ class Sweep:
         self.place.close()
 
     def run(self, n):
-        """Lets request n fail, unless there is none: then gives no outcome."""
+        """Makes request n fail; returns the outcome, or None if there is no such request."""
         self.place.restore(self.olds)
         outcome, failed = self.runner.run(n, self.goes_on)
         return outcome if failed else None
 
     def note(self, n, fault, outcome):
-        fault = re.sub(r"[0-9]+-[0-9]+", "N", fault)  # the name of a file that is left behind
+        fault = re.sub(r"[0-9]+-[0-9]+", "N", fault)  # from the name of a leftover file
         self.found[fault] += 1
         self.example.setdefault(fault, f"request {n}: status {outcome.status}, {outcome.err[-200:]!r}")
 
@@ -116,7 +116,7 @@ class Sweep:
 
 
 class CallSweep(Sweep):
-    """The failures of one function of the module. Its output files are not made beside their targets."""
+    """The same for a function of the module, which writes its output files in place."""
 
     def faults_of(self, outcome):
         files = {name: self.good.files[name] for name in outcome.files if name in self.good.files}
@@ -131,7 +131,7 @@ def calls_of(program):
 
 
 def count_requests(tool, library, command):
-    """How many requests a command makes that ends well."""
+    """The number of requests of an undisturbed command."""
     sweep = Sweep(tool, library, command)
     low, high = 0, 1
     while sweep.run(high) is not None:

@@ -32,8 +32,8 @@ Record small_record() {
                  .parts = {1, 0, 1}});
 }
 
-// The messages that end `body` when its first, second, .. request fails, as long as there is one. Nothing is
-// said or printed in any of these runs.
+// The messages that end `body` when its first, second, .. request fails, up to its last request. No run warns
+// or prints anything.
 std::vector<std::string> messages(const std::function<void()>& body) {
   std::vector<std::string> all;
   for (std::size_t n = 1;; ++n) {
@@ -173,7 +173,7 @@ TEST_F(EachRequestFails, OfTheCopyAndThePermutationsWhichLeaveTheirSourceAlone) 
   expect_unchanged(r, small_record());
 }
 
-// Those that come without memory of their own, by name.
+// The functions that allocate no memory, by name.
 const std::map<std::string, void (*)(Record& r, const char* file)> kOthers = {
     {"construct_net_list",
      [](Record& r, const char*) {
@@ -226,7 +226,7 @@ TEST_F(NoRequestIsMade, ByTheFunctionsThatNeedNone) {
     SCOPED_TRACE(other.first);
     recorder::reset();
     recorder::fail_allocation(1);
-    // Each net names the cells whose nets its own cell is on, as the symmetry check wants it.
+    // Symmetric, because the symmetry check is one of the functions.
     Record r({.ncells = 2, .pins = {{1, 2}, {1, 2}}, .parts = {0, 1}});
     const TempFile file;
     EXPECT_EQ(recorder::fatal_text([&] { other.second(r, file.name()); }), "(no fatal error)");

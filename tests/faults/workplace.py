@@ -1,4 +1,4 @@
-"""Small inputs, the commands that are run on them, and what they have to keep to when the machine fails."""
+"""Small inputs, commands for them, and the rules for their behaviour on a failing machine."""
 
 import gzip
 import os
@@ -8,7 +8,7 @@ import tempfile
 from dataclasses import dataclass, field
 from pathlib import Path
 
-# Nets of every size that a command treats in its own way, weights of both kinds, and as many nets as cells.
+# Nets of every size that a command treats differently, weights of both kinds, and as many nets as cells.
 QUILLON = """% six cells
 1 6 6 13 3
 4 1 2 3
@@ -36,7 +36,7 @@ class Command:
     line: str
     outputs: list = field(default_factory=list)
     stdin: str = "/dev/null"
-    reports_on: bool = False  # goes on behind a failure and says so on standard output
+    reports_on: bool = False  # continues after a failure and reports it on standard output
 
 
 READERS = [
@@ -78,14 +78,14 @@ COMMANDS = READERS + WRITERS + TO_STANDARD_OUTPUT
 
 @dataclass
 class Outcome:
-    status: int  # negative: ended by the signal of that number
+    status: int  # negative: number of the signal that ended it
     out: bytes
     err: str
-    files: dict  # every file in the folder that was not there, or is not as it was
+    files: dict  # all new and changed files of the folder
 
 
 class Workplace:
-    """A folder with the inputs, which each run finds as they were."""
+    """A folder with the inputs, which `restore` resets."""
 
     def __init__(self, tool):
         self.tool = os.path.abspath(tool)
@@ -126,7 +126,7 @@ class Workplace:
         return contents
 
     def restore(self, olds=()):
-        """Makes the folder what it was at first, with something old under the names given."""
+        """Restores the initial state, with old contents in the files named by `olds`."""
         wanted = {**self.inputs, **{name: OLD for name in olds}}
         contents = self._contents()
         for name in contents.keys() - wanted.keys():
@@ -156,7 +156,7 @@ class Workplace:
         return Outcome(status, out, err.decode("utf-8", "replace"), changed)
 
     def undisturbed(self, command):
-        """What a command does on a machine that holds."""
+        """The outcome of a command on a sound machine."""
         self.restore()
         outcome = self.run(command)
         if outcome.status != 0 or sorted(outcome.files) != sorted(command.outputs):
@@ -165,10 +165,10 @@ class Workplace:
 
 
 def faults_of(command, good, bad, olds=()):
-    """What is wrong with a disturbed outcome, as sentences; `good` is the undisturbed one.
+    """The faults of a disturbed outcome, as sentences; `good` is the undisturbed outcome.
 
-    Either everything is as it should be, and the status 0, or the status is 1 and standard error says why. In
-    both cases each target is whole or as it was, and nothing else lies beside it.
+    Either the status is 0 and all output is correct, or the status is 1 and standard error reports the reason. In
+    both cases each target is complete or unchanged, and there are no other files.
     """
     faults = []
     if bad.status < 0:

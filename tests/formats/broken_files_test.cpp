@@ -34,9 +34,10 @@ using testing::SizeIs;
 constexpr int kFiles = 10'000;
 constexpr int kWarmedUp = 1'000;
 constexpr std::uint64_t kTolerance = 4 << 20;  // bytes of resident memory
-constexpr int kCells = 8;                      // of the files that do not say themselves
+constexpr int kCells = 8;                      // for formats without a number of cells in the file
 
-// Whether a text holds a number that is a valid count and makes for large arrays. The largest are refused.
+// Whether a text holds a number that is a valid count and leads to large arrays. Still larger numbers are
+// refused.
 bool announces_much(const std::string& text) {
   constexpr std::int64_t kMuch = 20'000;
   constexpr std::int64_t kMost = 2147483645;
@@ -50,7 +51,7 @@ bool announces_much(const std::string& text) {
   return false;
 }
 
-// A kind of file: how it is read, and what broken ones are made from.
+// A kind of file: how it is read, and its broken texts.
 struct Kind {
   std::string name;
   std::function<void(const std::string& filename)> read;
@@ -124,14 +125,14 @@ std::vector<Kind> all_kinds() {
   return kinds;
 }
 
-// Where the next block of a pool lies.
+// The address of the next block of a pool.
 void* top_of(int pool) {
   void* const block = poolalloc(pool, 1, "top_of");
   poolfree_upto(pool, block, "top_of");
   return block;
 }
 
-// What the process holds.
+// The resources that the process holds.
 struct Held {
   std::uint64_t bytes = held_bytes();
   int descriptors = open_descriptors();
@@ -162,7 +163,7 @@ class BrokenFilesOfAllFormats : public testing::Test {
   }
   void TearDown() override { set_warning_handler(warning_); }
 
-  // Reads a file and notes how that ended: any exception but these two fails the test.
+  // Reads a file and notes the outcome. Any exception other than these two fails the test.
   void read(const Kind& kind, const std::string& filename) {
     const ThrowingHandler throwing;
     const Scope scope;
@@ -176,7 +177,7 @@ class BrokenFilesOfAllFormats : public testing::Test {
     }
   }
 
-  // Reads the next text of a kind and checks that nothing is left of that.
+  // Reads the next text of a kind and checks that the read has released everything.
   void read_next(Kind& kind, const std::string& filename) {
     const std::string text = kind.next_text();
     std::ofstream(filename, std::ios::binary) << text;
@@ -197,7 +198,7 @@ class BrokenFilesOfAllFormats : public testing::Test {
   std::map<std::string, int> refused_;
 
  private:
-  // No memory is allocated while it is counted.
+  // Copies without allocating: the memory in use is being compared.
   template <std::size_t kSize>
   static void copy_to(char (&copy)[kSize], const std::string& text) {
     copy[text.copy(copy, kSize - 1)] = '\0';
@@ -211,7 +212,7 @@ TEST_F(BrokenFilesOfAllFormats, LeaveNothingBehind) {
   const TempFolder folder;
   const std::string filename = folder.at("file");
   std::vector<Kind> kinds = all_kinds();
-  // The first error, stream and block of each kind may cost memory that is used again.
+  // The first error, stream and block of each kind may allocate memory that is kept for reuse.
   for (Kind kind : kinds)
     for (int nfiles = 0; nfiles < 20; ++nfiles) read(kind, folder.write("file", kind.next_text()));
   naccepted_ = 0;

@@ -1,5 +1,5 @@
 #pragma once
-// Findings as values, for tests of what readers say of broken files.
+// Findings as values, for tests of the errors that readers report.
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ inline void PrintTo(const Finding& finding, std::ostream* out) {
        << "\n  hint: " << finding.hint;
 }
 
-/// Rule of what `finding_of` returns if no finding is thrown.
+/// Rule of the result of `finding_of` if no finding is thrown.
 inline constexpr char kNoFinding[] = "(no finding)";
 
 /// The finding that a call throws as BadFile.
@@ -44,14 +44,14 @@ inline Finding error_of_file(const std::string& rule, const std::string& file, c
   return {rule, Severity::kError, file, 0, 0, message, ""};
 }
 
-/// An entry of the table of formats that has to exist.
+/// The entry of the table of formats with this name, which must exist.
 inline const Format& format(std::string_view name) {
   const Format* const found = format_named(name);
   if (found == nullptr) throw std::invalid_argument("no format " + std::string(name));
   return *found;
 }
 
-/// What a reader makes of a text in a file called "in".
+/// The result of a reader for a text in a file called "in".
 inline NetLists read_text(const Format& format, const std::string& text, const ReadOptions& options = {}) {
   Scanner in("in", text);
   NetLists lists;

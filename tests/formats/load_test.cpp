@@ -1,4 +1,4 @@
-// Our own files by the reader of the module, and files of any format as records.
+// Loads files in Quillon's own format with the reader of the module, and files of any format.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -25,7 +25,7 @@ using testing::ElementsAre;
 
 constexpr std::size_t kLongestLine = 16777215;
 
-// What a read made of a file: a finding, a fatal error, or the pins of the nets.
+// The outcome of a read: a finding, a fatal error, or the pins of the nets.
 struct Outcome {
   Finding finding = {kNoFinding, Severity::kNote, "", 0, 0, "", ""};
   std::string fatal;
@@ -93,7 +93,7 @@ TEST(LoadOwn, BuildsTheCellSide) {
   EXPECT_THAT(nets_of_cells(record.h), ElementsAre(ElementsAre(1), ElementsAre(2), ElementsAre(1, 2)));
 }
 
-// The readers of the module would wait for ever for the line after the last one.
+// The readers of the module would never return: they wait for one more line.
 TEST(LoadOwn, RefusesACommentWhereMoreIsDue) {
   for (const char* const text : {"% only", "% only\n", "1 3 2 3\n3 1\n% no more", "1 3 2 3\n3 1\n% no more\n",
                                  "1 3 1 2 1\n3 1\n% no weights\n", "%\n%\n%"})
@@ -123,7 +123,7 @@ TEST(LoadOwn, RefusesALineTooLongWhereMoreIsDue) {
   const std::string text = "%" + std::string(kLongestLine, 'c') + "%";
   for_each_source(
       text, [](const std::string& file) { EXPECT_EQ(load_from(file).finding.rule, "ends-in-comment"); });
-  // Its rest looks like a comment to the readers of the module.
+  // The readers of the module would read its rest as a comment.
   for_each_source("1 3 1 2\n" + std::string(kLongestLine, ' ') + "%", [](const std::string& file) {
     const Outcome outcome = load_from(file);
     if (outcome.fatal.empty()) {

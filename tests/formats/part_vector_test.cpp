@@ -1,4 +1,4 @@
-// Files with a number for each cell, and files of names.
+// Files of one number per cell, and files of names.
 
 #include "formats/part_vector.h"
 
@@ -117,7 +117,7 @@ TEST(ReadLabels, ReadsNamesInAnyOrder) {
   EXPECT_THAT(labels.cells, ElementsAre("", "\"5\"", "5"));
   EXPECT_THAT(labels.nets, ElementsAre("", "\"a  b\""));
 
-  const TempFile same("cell 1 7\nnet 1 7\n");  // a cell and a net may share one
+  const TempFile same("cell 1 7\nnet 1 7\n");  // a cell and a net may have the same name
   EXPECT_THAT(read_labels(same.name(), 1, 1).nets, ElementsAre("", "7"));
   const TempFile empty("");
   EXPECT_THAT(read_labels(empty.name(), 0, 0).cells, ElementsAre(""));

@@ -1,5 +1,4 @@
-// What each reader says of broken files: the rule, where, what it found, what it expected, and what the cause
-// may be.
+// The errors that each reader reports for broken files: rule, place, what was found and expected, and a hint.
 
 #include <gmock/gmock.h>
 
@@ -77,7 +76,7 @@ TEST(ReadHmetis, SaysWhatIsWrongWithAFile) {
 }
 
 TEST(ReadHmetis, RemarksOnAGraphThatReadsAsAHypergraph) {
-  const NetLists lists = read_text(format("hmetis"), "4 3\n2\n1 3\n2\n\n");  // and then a net too many
+  const NetLists lists = read_text(format("hmetis"), "4 3\n2\n1 3\n2\n\n");  // one net too many
   EXPECT_TRUE(lists.remarks.empty());
 
   const NetLists ring = read_text(format("hmetis"), "4 4\n2 4\n1 3\n2 4\n3 1\n");

@@ -1,4 +1,4 @@
-// What each reader makes of sound files, and what a record becomes of it.
+// The result of each reader for sound files, and the record built from it.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Texts = std::vector<std::string>;
 
-// A format with the options of a read.
+// A format and the options for reading it.
 struct Reader {
   Reader(const char* format_name, const ReadOptions& its_options = {})  // NOLINT(google-explicit-constructor)
       : name(format_name), options(its_options) {}
@@ -122,7 +122,8 @@ TEST(ReadHmetis, RemarksOnWhatMayBeAGraph) {
   expect_read("hmetis", "4 4\n2 4\n1 3\n2 4\n3 1\n",
               {.ncells = 4, .pins = {{2, 4}, {1, 3}, {2, 4}, {3, 1}}, .remarks = {remark}});
 
-  // One not mirrored, one with a cell on the net of its number, two with pins that are not 2 a cell.
+  // Not graphs: one is not mirrored, one has a cell on the net of its own number, and two have pins that are
+  // not two per cell.
   expect_read("hmetis", "3 2\n2\n1\n1 2\n", {.ncells = 2, .pins = {{2}, {1}, {1, 2}}});
   expect_read("hmetis", "2 2\n1 2\n1 2\n", {.ncells = 2, .pins = {{1, 2}, {1, 2}}});
   expect_read("hmetis", "4 3\n2\n1 3\n2\n\n", {.ncells = 3, .pins = {{2}, {1, 3}, {2}, {}}});
@@ -437,7 +438,7 @@ void expect_record(const NetLists& lists, const Shape& shape, const Summary& sum
   to_record(lists, record);
   const Hypergraph& h = record.h;
   testing::internal::CaptureStdout();
-  CheckListsofHypergraph(&h);  // fatal if it finds something
+  CheckListsofHypergraph(&h);  // an error is fatal
   std::fflush(stdout);
   EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("\n Checking DONE....\n"));
 
@@ -523,7 +524,7 @@ TEST(ReadFile, ReadsEveryFormatFromAFile) {
                      "found 1 rows and 2 columns, expected a square matrix for --diagonal", ""}));
 }
 
-// What a reader promises of every text that it accepts.
+// The guarantees of a reader for every text that it accepts.
 bool is_sound(const NetLists& lists) {
   const auto in_range = [&lists](int cell) { return cell >= 1 && cell <= lists.ncells; };
   const auto fits = [](const auto& entries, int count) {
@@ -546,7 +547,7 @@ struct Sample {
   std::size_t nkept = 0;
 };
 
-// Instead of the bytes, some of which belong to no member.
+// Otherwise gtest prints the bytes, including uninitialised padding.
 void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
 
 const std::string kBanner = banner("pattern symmetric");
@@ -569,7 +570,7 @@ class Readers : public testing::TestWithParam<Sample> {
     EXPECT_EQ(nwarnings, 0);
   }
 
-  // Whether the text is accepted; else its finding has to be one line with a place inside the text.
+  // Whether the text is accepted. If not, its finding must be one line with a place inside the text.
   [[nodiscard]] static bool is_accepted(const std::string& text) {
     SCOPED_TRACE(testing::PrintToString(text));
     const Finding finding = finding_of([&text] {
@@ -586,7 +587,7 @@ class Readers : public testing::TestWithParam<Sample> {
   }
 
  private:
-  // The end of the text counts too.
+  // The end of the text counts as inside.
   static bool is_inside(const std::string& text, std::size_t line, std::size_t column) {
     std::size_t start = 0;
     for (; line > 1; --line) {

@@ -1,4 +1,4 @@
-// Hypergraphs from one format to another and back, and whole files of the writers.
+// Round trips of hypergraphs between formats, and whole files of the writers.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,17 +23,17 @@ namespace {
 
 constexpr unsigned kSeeds = 24;
 
-// A format, and for matrices a model.
+// A format and, for matrices, a model.
 struct Kind {
   const char* name;
   const char* format;
   Model model = Model::kRowNet;
-  bool weights = true;  // whether it holds any
+  bool weights = true;  // whether the format has weights
 
   [[nodiscard]] bool repeated_pins() const { return quillon::formats::format(format).keeps_repeated_pins; }
 };
 
-// Instead of the bytes, some of which belong to no member.
+// Otherwise gtest prints the bytes, including uninitialised padding.
 void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
 const std::vector<Kind> kKinds{{"quillon", "quillon"},
@@ -93,10 +93,10 @@ void expect_shape(const Hypergraph& h, const Shape& shape) {
   EXPECT_EQ(h._totnw, sum(net_weights));
   EXPECT_EQ(h._totcw, sum(cell_weights));
   EXPECT_EQ(h._fmt, bit_unless_all_1(cell_weights, 1) | bit_unless_all_1(net_weights, 2));
-  if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // fatal if it finds something
+  if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // an error is fatal
 }
 
-// What both formats can hold of a random hypergraph, mostly small and at times large.
+// A random hypergraph, mostly small and sometimes large, reduced to what both formats can represent.
 Shape shape_for(unsigned seed, const Kind& a, const Kind& b) {
   const bool large = seed % 16 == 7;
   Shape shape = random_shape(seed, {.ncells = large ? 250 : 9,
@@ -215,7 +215,7 @@ TEST(ReadQuillon, AgreesWithTheReaderOfTheModuleOnAllItWrites) {
   }
 }
 
-// Ends the process, whose limit cannot be lifted again.
+// Exits, because the limit cannot be raised again.
 [[noreturn]] void write_kub_within(std::size_t nbytes, const Hypergraph& h, const char* filename) {
   std::signal(SIGXFSZ, SIG_IGN);
   const rlimit limit{nbytes, nbytes};

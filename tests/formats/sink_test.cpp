@@ -1,4 +1,4 @@
-// Output files that appear whole or not at all.
+// Output files are published completely or not at all.
 
 #include "formats/sink.h"
 
@@ -34,7 +34,7 @@ auto writer_of(const char* text) {
   return [text](const char* filename) { write_text(filename, text); };
 }
 
-// The message of NotWritten and, after a line end, of what is nested in it.
+// The message of NotWritten and, after a line end, of its nested exception.
 template <typename Call>
 std::string not_written(Call call) {
   try {
@@ -203,7 +203,7 @@ TEST(Outputs, RefuseTargetsThatAreNoFiles) {
 TEST(Outputs, AcceptNamesWithAnyBytes) {
   const TempFolder folder;
   const std::string odd = "a\n\x1b[31m\xff b";
-  const std::string length(255, 'x');  // the longest that the system has, so no suffix fits
+  const std::string length(255, 'x');  // the longest name that the system allows: no suffix fits
   Outputs outputs;
   outputs.write(folder.at(odd), writer_of("1\n"));
   outputs.write(folder.at(length), writer_of("2\n"));
@@ -226,7 +226,7 @@ TEST(Outputs, PassTheirBytesToAPipe) {
   EXPECT_THAT(folder.names(), ElementsAre("fifo"));
 }
 
-// A device of the test's own: a test that goes wrong might replace the system's.
+// The test makes its own device: a failing test might replace the system's.
 TEST(Outputs, CloseADeviceThatIsFull) {
   const TempFolder folder;
   const std::string full = folder.at("full");
@@ -282,7 +282,7 @@ TEST(RefuseToReplace, ProtectsInputsByAnyName) {
   refuse_to_replace({"-", "", name}, "");
   refuse_to_replace({"-", "", name}, folder.at("b"));
   refuse_to_replace({}, name);
-  // Names that the system cannot follow are not all one place.
+  // Names that the system cannot resolve are not taken for the same file.
   std::filesystem::create_symlink("loop", folder.at("loop"));
   std::filesystem::create_symlink("ring", folder.at("ring"));
   refuse_to_replace({folder.at("loop")}, folder.at("ring"));

@@ -1,4 +1,4 @@
-// Bytes of files, pipes and compressed files.
+// Reading bytes of files, pipes and compressed files.
 
 #include "formats/source.h"
 
@@ -110,7 +110,7 @@ TEST(Source, ReadsAPipe) {
   EXPECT_EQ(read, text);
 }
 
-// Replaces standard input as long as it lives.
+// Replaces standard input during its lifetime.
 class StandardInput {
  public:
   explicit StandardInput(int descriptor) : saved_(dup(STDIN_FILENO)) {

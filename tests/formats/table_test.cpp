@@ -120,7 +120,7 @@ TEST(CheckPins, RefusesMoreThanARecordCanHave) {
   EXPECT_EQ(finding, error_of_file("too-many-pins", "", "more than 2147483645 pins are too many"));
 }
 
-// Whole reads know the name that the check does not.
+// The check does not know the file name; read_file adds it.
 TEST(ReadFile, NamesTheFileThatHasTooManyPins) {
   Format many = own_format();
   many.read = [](Scanner& /*in*/, NetLists& /*lists*/, const ReadOptions& /*options*/) {

@@ -1,5 +1,5 @@
 #pragma once
-// A folder of a test's own, removed when the test is over.
+// A temporary folder, removed at the end of the test.
 
 #include <stdlib.h>
 #include <zlib.h>

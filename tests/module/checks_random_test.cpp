@@ -30,7 +30,7 @@ using PrDetailinfoHypergraph = Recorded;
 constexpr int kMost = std::numeric_limits<int>::max();
 constexpr int kLeast = std::numeric_limits<int>::min();
 
-// Everything that a call reports.
+// All reports of a call.
 struct Outcome {
   std::string printed;
   std::string warnings;
@@ -152,7 +152,7 @@ TEST_F(CheckLists, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
   EXPECT_LT(nsound, kSeeds / 2);
 }
 
-// Nets that have one cell in two, or in as many as told, in random order.
+// Nets with one in two cells, or one in `one_in`, in random order.
 Shape long_lists(unsigned seed, int ncells, int nnets, int one_in = 2) {
   Dice dice(seed);
   Shape shape = {.ncells = ncells, .pins = Lists(static_cast<std::size_t>(nnets))};
@@ -165,7 +165,7 @@ Shape long_lists(unsigned seed, int ncells, int nnets, int one_in = 2) {
   return shape;
 }
 
-// The same entries, the first list of the cells in falling order.
+// Reverses the list of cell 1, to a falling order.
 void turn_first_cell(Record& r) { std::reverse(r.cells[1].nets, r.cells[1].netsend + 1); }
 
 TEST_F(CheckLists, AgreesWithItsTwinOnLongLists) {
@@ -173,7 +173,7 @@ TEST_F(CheckLists, AgreesWithItsTwinOnLongLists) {
     int ncells;
     int nnets;
   };
-  // More numbers than a pass over a list tells apart, more cells than places, long lists of cells.
+  // More numbers than one pass over a list covers, more cells than cached places, long lists of cells.
   for (const Size size : {Size{300000, 2}, Size{9000, 5}, Size{40, 300}, Size{200, 200}, Size{3, 3000}}) {
     SCOPED_TRACE(testing::Message() << size.ncells << " cells, " << size.nnets << " nets");
     Record r(long_lists(1, size.ncells, size.nnets));
@@ -195,8 +195,8 @@ TEST_F(CheckLists, AgreesWithItsTwinOnLongListsWithMistakes) {
   }
 }
 
-// The list of one net names cell `a` twice in place of `b`, both once on the cells' side, far apart in
-// numbers.
+// The net names one cell twice and does not name another, whose number may be far away. On the cell side both
+// are listed once.
 TEST_F(CheckLists, ACellTwiceOnALongNetIsFatalWhereverItsNumberLies) {
   for (const int a : {1, 1000, 131071, 131072, 131073, 262144, 299999}) {
     Record r(long_lists(2, 300000, 1, 400));
@@ -212,7 +212,7 @@ TEST_F(CheckLists, ACellTwiceOnALongNetIsFatalWhereverItsNumberLies) {
   }
 }
 
-// Net 1 has cells 1 .. 256, a multiple of what is looked up at once, net 2 cell 256 and net 3 cell 257.
+// Net 1 has cells 1 .. 256, a multiple of the number of queued look-ups; net 2 has cell 256, net 3 cell 257.
 Record record_of_many_cells() {
   std::vector<int> pins(256);
   std::iota(pins.begin(), pins.end(), 1);
@@ -257,8 +257,7 @@ TEST_F(CheckListsOfContinues, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
   EXPECT_LT(nsound, kSeeds * 9 / 10);
 }
 
-// Net i has the cells that name net i: a pair of numbers is a pin both ways. Pins of a net stand in any
-// order.
+// If net i has cell j, net j has cell i. The pins of a net are in increasing or falling order.
 Shape symmetric_shape(Dice& dice, int most) {
   const int n = dice.below(most + 1);
   Shape shape = {.ncells = n, .pins = Lists(static_cast<std::size_t>(n))};
@@ -291,7 +290,7 @@ TEST_F(CheckSymmetry, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
         case 1:
           std::swap(dice.entry(list, r.h._p), dice.entry(list, r.h._p));
           break;
-        case 2: {  // both sides name a number twice
+        case 2: {  // both sides may name a number twice
           const int k = dice.below(r.h._p);
           r.cell_list[static_cast<std::size_t>(k)] = r.net_list[static_cast<std::size_t>(k)] =
               1 + dice.below(r.h._c);
@@ -347,7 +346,7 @@ TEST_F(PrinfoHypergraph, AndTheDetailsAgreeToTheDigitOnRandomRecords) {
   }
 }
 
-// Lists shorter and longer than those counted in the first pass, of nets and of cells.
+// Lists of nets and of cells, some longer than those counted in the first pass.
 TEST_F(PrDetailinfoHypergraph, AgreesToTheDigitOnVeryLongLists) {
   constexpr int kCells = 17000;
   Shape shape = {.ncells = kCells};

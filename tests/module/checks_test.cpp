@@ -30,7 +30,7 @@ Shape row_of_cells() {
   return {.ncells = 3, .pins = {{1, 2}, {2, 3}}, .net_weights = {10, 20}, .cell_weights = {1, 2, 4}};
 }
 
-// Gives cells 1, 2, .. lists of their own, whatever the nets say.
+// Gives cells 1, 2, .. these lists, whatever the nets contain.
 void give_cells(Record& r, const Lists& lists) {
   r.net_list.clear();
   for (const std::vector<int>& list : lists) r.net_list.insert(r.net_list.end(), list.begin(), list.end());
@@ -46,7 +46,7 @@ void give_cells(Record& r, const Lists& lists) {
   r.cells.at(i).nets = next;
 }
 
-// A record whose cells do not follow from its nets.
+// A record whose cell side may not match its net side.
 Record mismatched(const Shape& shape, const Lists& nets_of_each_cell) {
   Record r(shape);
   give_cells(r, nets_of_each_cell);
@@ -325,7 +325,7 @@ TEST_F(CheckLists, NetsWithoutPinsWhoseWeightsAddUpToNothingDrawNoWarning) {
 }
 
 TEST_F(CheckLists, RulesAreMetInOrder) {
-  // Everything is wrong at first; each step mends what was reported.
+  // Everything is wrong at first; each step corrects the reported error.
   Record r = mismatched({.ncells = 2, .pins = {{1}, {}}, .net_weights = {1, 4}}, {{}, {1}});
   r.h._p = 9;
   r.h._totcw = 70;
@@ -443,8 +443,8 @@ TEST_F(CheckListsOfContinues, WithoutNetsToLookAtOnlyTheCellsAre) {
             " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net 2");
 }
 
-// One net of two cells, and behind it a set-aside net of the same cells: it stands in the cells' regions
-// behind the ends of their lists.
+// One net of two cells, followed by a set-aside net of the same cells, which is in the cells' regions after
+// the ends of their lists.
 Record with_set_aside_net() {
   Record r({.ncells = 2, .pins = {{1, 2}, {2, 1}}});
   r.h._n = 1;
@@ -457,7 +457,7 @@ Record with_set_aside_net() {
 
 TEST_F(CheckListsOfContinues, SetAsideNetsAreLookedAtToo) {
   EXPECT_EQ(check_continues(with_set_aside_net(), 2), kSound);
-  EXPECT_EQ(check(with_set_aside_net()), kSound);  // which takes the lists to end at their end pointers
+  EXPECT_EQ(check(with_set_aside_net()), kSound);  // this check ends lists at their end pointers
 }
 
 TEST_F(CheckListsOfContinues, ASetAsideNetThatItsCellDoesNotNameIsFatal) {
@@ -507,7 +507,7 @@ std::string symmetry_text(const Record& r) {
   return recorder::fatal_text([&r] { CheckSymmetryinHypergraph(&r.h, 0); });
 }
 
-// Net i has the cells beside cell i in a row of three.
+// Three cells in a row; net i has the neighbours of cell i.
 Shape neighbours() { return {.ncells = 3, .pins = {{2}, {3, 1}, {2}}}; }
 
 TEST_F(CheckSymmetry, NeighboursAreSymmetric) {
@@ -616,7 +616,7 @@ TEST_F(CheckSymmetry, TheFirstDifferenceDecides) {
 TEST_F(CheckSymmetry, RandomSymmetricRecordsAreSymmetricUntilOnePinIsAdded) {
   for (unsigned seed = 1; seed <= 200; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    // A pair of numbers of some net becomes a pair both ways.
+    // For each pin j of net i, adds the pin i of net j.
     const Shape source = random_shape(seed);
     const auto n = static_cast<std::size_t>(source.ncells);
     std::vector<std::vector<bool>> joined(n, std::vector<bool>(n));

@@ -58,7 +58,7 @@ Record record_with_gaps() {
   return r;
 }
 
-TEST_F(PlainCopy, TakesItsFourArraysInOrderAndNothingElse) {
+TEST_F(PlainCopy, AllocatesItsFourArraysInOrderAndNothingElse) {
   const Record r({.ncells = 3, .pins = {{1, 2}, {2, 3}}});
   const Copy copy(r.h);
 
@@ -191,7 +191,7 @@ TEST_F(PlainCopy, KeepsTheTotalsAndClearsTheExtremes) {
   EXPECT_EQ(copy.h._ninternets, 9);
 }
 
-TEST_F(PlainCopy, TakesNeitherTheOptionalArraysNorTheTagAlong) {
+TEST_F(PlainCopy, CopiesNeitherTheOptionalArraysNorTheTag) {
   Record r(small_shape());
   InternalNet internet = {1, 1};
   int* const set = Destination::elsewhere;
@@ -266,7 +266,7 @@ TEST_F(PlainCopy, WithoutCellsTheFirstOneIsTheSentinel) {
   EXPECT_EQ(copy.h._nlst[3].pinsend, copy.h._cell_list);
 }
 
-TEST_F(PlainCopy, OfNothingTakesTheSpareEntriesOnly) {
+TEST_F(PlainCopy, OfNothingAllocatesTheSpareEntriesOnly) {
   const Record r(Shape{});
   const Copy copy(r.h);
 
@@ -278,7 +278,7 @@ TEST_F(PlainCopy, OfNothingTakesTheSpareEntriesOnly) {
   EXPECT_EQ(copy.h._clst[1].nets, copy.h._net_list);
 }
 
-TEST_F(PlainCopy, TakesANetWithoutAPinListForAnEmptyOne) {
+TEST_F(PlainCopy, TreatsANetWithoutAPinListAsEmpty) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
   const Copy copy(r.h);

@@ -29,7 +29,7 @@ std::vector<int> work_for(int count) {
   return std::vector<int>(static_cast<std::size_t>(count) + 2, kMarker);
 }
 
-// The summaries that no construction sets, each with a value of its own beforehand.
+// The summaries that no construction sets, each with a different value.
 void mark_summaries(Hypergraph& h) {
   h._maxwcd = 901;
   h._maxcd = 902;
@@ -43,7 +43,7 @@ void mark_summaries(Hypergraph& h) {
   h._tag = 910;
 }
 
-// Four cells, of which the third is on no net; the pins are in no order.
+// Four cells, the third on no net; the pins are unsorted.
 Shape small_shape() {
   return {.ncells = 4,
           .pins = {{4, 1}, {2, 4, 1}, {}, {4}},
@@ -99,7 +99,7 @@ TEST_F(ConstructNetList, ReturnsTheDegreesInTheWorkArray) {
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
-  EXPECT_THAT(work, ElementsAre(0, 2, 1, 0, 3, kMarker));  // what follows the last cell is left alone
+  EXPECT_THAT(work, ElementsAre(0, 2, 1, 0, 3, kMarker));  // entries after the last cell are unchanged
 }
 
 TEST_F(ConstructNetList, SetsTheExtremeDegreesAndClearsTheWeightedOne) {
@@ -154,7 +154,7 @@ TEST_F(ConstructNetList, LeavesTheNetSideAndTheUnusedEntriesAlone) {
 TEST_F(ConstructNetList, SkipsNetsThatHaveNoPinList) {
   Record r({.ncells = 2, .pins = {{1}, {}, {1, 2}}, .net_weights = {1, 50, 2}}, Side::kNets);
   r.nets[2].pins = nullptr;
-  r.nets[2].pinsend = r.h._cell_list;  // not looked at
+  r.nets[2].pinsend = r.h._cell_list;  // not read
   std::vector<int> work = work_for(2);
   construct_net_list(&r.h, work.data());
 
@@ -163,7 +163,7 @@ TEST_F(ConstructNetList, SkipsNetsThatHaveNoPinList) {
   EXPECT_THAT(work, ElementsAre(0, 2, 1, kMarker));
 }
 
-TEST_F(ConstructNetList, TakesNetsWhoseListsLieInAnyOrder) {
+TEST_F(ConstructNetList, AcceptsNetsWhoseListsLieInAnyOrder) {
   Record r({.ncells = 6, .pins = {{1, 2}, {3, 4}, {5, 6}}}, Side::kNets);
   std::swap(r.nets[1], r.nets[3]);
   std::vector<int> work = work_for(6);
@@ -221,7 +221,7 @@ TEST_F(ConstructNetList, ReplacesListsBuiltBefore) {
   Record r(small_shape(), Side::kBoth);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
-  r.nets[2].pinsend -= 2;  // leaves cell 2
+  r.nets[2].pinsend -= 2;  // only cell 2 remains
   construct_net_list(&r.h, work.data());
 
   EXPECT_THAT(nets_of_cells(r.h), ElementsAre(ElementsAre(1), ElementsAre(2), IsEmpty(), ElementsAre(1, 4)));

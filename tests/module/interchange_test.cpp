@@ -36,7 +36,7 @@ struct NetArrays {
   std::vector<int> pins;
 };
 
-NetArrays taken(int ncells, int nnets, int* xnadj, int* nadj) {
+NetArrays moved_to_vectors(int ncells, int nnets, int* xnadj, int* nadj) {
   NetArrays arrays{ncells, nnets, std::vector<int>(xnadj + 1, xnadj + nnets + 2), {}};
   arrays.pins.assign(nadj, nadj + arrays.starts.back());
   _usfree(xnadj);
@@ -48,7 +48,7 @@ NetArrays filled(const Hypergraph& h) {
   int* xnadj = nullptr;
   int* nadj = nullptr;
   hypergraph_Fill2Arr(&h, &xnadj, &nadj);
-  return taken(h._c, h._n, xnadj, nadj);
+  return moved_to_vectors(h._c, h._n, xnadj, nadj);
 }
 
 NetArrays read(const std::string& text) {
@@ -58,7 +58,7 @@ NetArrays read(const std::string& text) {
   int* xnadj = nullptr;
   int* nadj = nullptr;
   read_hypergraph_netar(file.name(), &ncells, &nnets, &xnadj, &nadj);
-  return taken(ncells, nnets, xnadj, nadj);
+  return moved_to_vectors(ncells, nnets, xnadj, nadj);
 }
 
 std::string message(const std::string& text) {
@@ -106,13 +106,13 @@ TEST_F(LoadFromArrays, BuildsBothSidesWithWeightsOfOne) {
   EXPECT_EQ(h._nlst[2].pinsend, h._nlst[2].pins - 1);
 }
 
-TEST_F(LoadFromArrays, TakesTheArraysOfAHeapRecordAndOneForWork) {
+TEST_F(LoadFromArrays, AllocatesTheArraysOfAHeapRecordAndOneForWork) {
   const int xnadj[] = {kMarker, 0, 2};
   const int nadj[] = {1, 2};
   const int diagonal[] = {kMarker, 1};
   Hypergraph h;
   hypergraph_LoadFromArr(&h, 1, 2, xnadj, nadj, diagonal);
-  // Sized for the pins and all of the diagonal, of which nothing is added.
+  // Room for the pins and a full diagonal, of which nothing is added.
   EXPECT_THAT(requests(),
               ElementsAre("umalloc 128 malloc_hypergraph: clst", "umalloc 72 malloc_hypergraph: nlst",
                           "umalloc 24 malloc_hypergraph: cell_list", "umalloc 24 malloc_hypergraph: net_list",
@@ -133,7 +133,7 @@ TEST_F(LoadFromArrays, AddsTheDiagonalWhereTheMarkIsZero) {
   EXPECT_EQ(h._p, 5);
 }
 
-TEST_F(LoadFromArrays, TakesPositionsAsTheyAre) {
+TEST_F(LoadFromArrays, UsesPositionsAsTheyAre) {
   const int xnadj[] = {kMarker, 2, 3, 4};
   const int nadj[] = {9, 9, 2, 1};
   Hypergraph h;
@@ -200,10 +200,10 @@ TEST_F(ReadNetArrays, RequestsEverythingBeforeTheFirstNet) {
                           "ufopen " + name + " r read_hypergraph_netar",
                           "imalloc 4 read_hypergraph_netar: xnadj", "imalloc 6 read_hypergraph_netar: nadj",
                           "free read_hypergraph_netar : line", "ufclose " + name));
-  EXPECT_EQ(nadj[4], 0);  // what the attempt behind the last pin found
+  EXPECT_EQ(nadj[4], 0);  // stored by the attempt to read after the last pin
 }
 
-int entry_behind_the_last_pin(const std::string& text) {
+int entry_after_the_last_pin(const std::string& text) {
   const TempFile file(text);
   int ncells = 0;
   int nnets = 0;
@@ -211,14 +211,14 @@ int entry_behind_the_last_pin(const std::string& text) {
   int* nadj = nullptr;
   read_hypergraph_netar(file.name(), &ncells, &nnets, &xnadj, &nadj);
   const int entry = nadj[xnadj[nnets + 1]];
-  taken(ncells, nnets, xnadj, nadj);
+  moved_to_vectors(ncells, nnets, xnadj, nadj);
   return entry;
 }
 
-TEST_F(ReadNetArrays, LeavesTheShiftBehindTheLastPinAlsoBeforeCellWeights) {
-  EXPECT_EQ(entry_behind_the_last_pin("0 1 2 2\n0\n0\n"), 1);
-  EXPECT_EQ(entry_behind_the_last_pin("0 1 2 2 1\n0\n0\n7\n"), 1);
-  EXPECT_EQ(entry_behind_the_last_pin("1 1 2 2 1\n1\n1\n7\n"), 0);
+TEST_F(ReadNetArrays, LeavesTheShiftAfterTheLastPinAlsoBeforeCellWeights) {
+  EXPECT_EQ(entry_after_the_last_pin("0 1 2 2\n0\n0\n"), 1);
+  EXPECT_EQ(entry_after_the_last_pin("0 1 2 2 1\n0\n0\n7\n"), 1);
+  EXPECT_EQ(entry_after_the_last_pin("1 1 2 2 1\n1\n1\n7\n"), 0);
 }
 
 TEST_F(ReadNetArrays, GrowsTheLineBufferForMorePinsThanBytes) {
@@ -234,7 +234,7 @@ TEST_F(ReadNetArrays, SkipsNetWeightsCommentsAndWhatFollowsTheNumbers) {
   EXPECT_THAT(arrays.pins, ElementsAre(1, 2, 3, 1));
 }
 
-TEST_F(ReadNetArrays, TakesTheFirstNumberForAPinWithoutNetWeights) {
+TEST_F(ReadNetArrays, ReadsTheFirstNumberAsAPinWithoutNetWeights) {
   EXPECT_THAT(read("1 9 1 3\n7 1 2\n").pins, ElementsAre(7, 1, 2));
   EXPECT_THAT(read("1 9 1 3 1\n7 1 2\n").pins, ElementsAre(7, 1, 2));
   EXPECT_THAT(read("1 9 1 2 2\n7 1 2\n").pins, ElementsAre(1, 2));
@@ -245,7 +245,7 @@ TEST_F(ReadNetArrays, ComparesNoPinWithTheNumberOfCells) {
               ElementsAre(-4, 0, std::numeric_limits<int>::min()));
 }
 
-// Long enough for all ways of taking lines; a net in three is empty.
+// Long enough for every path of the reader; one net in three is empty.
 TEST_F(ReadNetArrays, GivesEachOfManyNetsItsPins) {
   for (const bool weights : {false, true}) {
     std::string lines;
@@ -277,7 +277,7 @@ TEST_F(ReadNetArrays, RepeatsTheLastLineForAllThatAreMissing) {
   const NetArrays arrays = read("0 9 5 11\n7 8 6\n4 5");
   EXPECT_THAT(arrays.starts, ElementsAre(0, 3, 5, 7, 9, 11));
   EXPECT_THAT(arrays.pins, ElementsAre(8, 9, 7, 5, 6, 5, 6, 5, 6, 5, 6));
-  EXPECT_THAT(read("1 9 4 4 2\n7 1\n").pins, ElementsAre(1, 1, 1, 1));  // behind the weight
+  EXPECT_THAT(read("1 9 4 4 2\n7 1\n").pins, ElementsAre(1, 1, 1, 1));  // without the weight of the line
   EXPECT_THAT(read("1 9 4 0\n\n").starts, ElementsAre(0, 0, 0, 0, 0));
   EXPECT_EQ(message("1 9 1000000 3\n1 2\n"), wrong_pins("3 2000000"));
   EXPECT_EQ(message("1 9 3000 5998\n1 2\n"), wrong_pins("5998 6000"));
@@ -300,7 +300,7 @@ TEST_F(ReadNetArrays, GivesOneStartWithoutNets) {
   EXPECT_EQ(message("1 3 -4 2\n1 2\n"), wrong_pins("2 0"));
 }
 
-TEST_F(ReadNetArrays, TakesANegativeNumberOfNetsForNone) {
+TEST_F(ReadNetArrays, TreatsANegativeNumberOfNetsAsNone) {
   const TempFile file("1 3 -4 0\n");
   int ncells = 0;
   int nnets = 0;
@@ -328,7 +328,7 @@ TEST_F(ReadNetArrays, RefusesALineOfTheBuffersSizeLessFive) {
             "read_hypergraph_netar: Buffer for fgets not big enough.");
 }
 
-TEST_F(WriteHmetis, WritesNetsThenWeightsEachWithABlankBehind) {
+TEST_F(WriteHmetis, WritesNetsThenWeightsEachFollowedByABlank) {
   const Record r(
       {.ncells = 3, .pins = {{3, 1}, {}, {2}}, .net_weights = {5, 6, 7}, .cell_weights = {8, 9, 10}});
   const TempFile file;
@@ -345,7 +345,7 @@ TEST_F(WriteHmetis, WritesAHypergraphWithoutNets) {
   EXPECT_EQ(file.contents(), "0 2 11\n1 \n1 ");
 }
 
-constexpr std::size_t kMany = 30000;  // lines, more than any buffer holds
+constexpr std::size_t kMany = 30000;  // lines: more than fit in any buffer
 
 std::string repeated(const std::string& line) {
   std::string text;
@@ -361,7 +361,7 @@ TEST_F(WriteHmetis, WritesAnyNumberOfEmptyNetsAndOfCells) {
   EXPECT_EQ(file.contents(), "30000 30000 11" + repeated("\n-2147483648 ") + repeated("\n-2147483648 "));
 }
 
-// The recorder still has the stream for open: it did not see fclose.
+// The recorder still lists the stream as open: it does not see fclose.
 struct KubFile : TempFile {
   explicit KubFile(const Hypergraph& h) { EXPECT_EQ(write_kub_hypergraph(&h, name()), 0); }
 };

@@ -26,7 +26,7 @@ using DestroyHypergraphData = Recorded;
 using MallocHypergraph = Recorded;
 using FreeHypergraph = Recorded;
 
-// A record in which no byte is zero, so that what an initialiser sets or leaves is seen.
+// A record in which no byte is zero: tests see which fields an initialiser sets.
 Hypergraph filled_record() {
   Hypergraph h;
   std::memset(static_cast<void*>(&h), 0x5a, sizeof h);
@@ -115,7 +115,7 @@ TEST_F(HypergraphLayout, CellsNetsAndInternalNetsHaveTheirFieldsInOrder) {
               ElementsAre(0, 4, 8));
 }
 
-TEST_F(CreateHypergraph, TakesOneBlockOfPoolZero) {
+TEST_F(CreateHypergraph, AllocatesOneBlockOfPoolZero) {
   create_hypergraph(0);
 
   EXPECT_THAT(recorder::requests(), ElementsAre("poolalloc 0 168 create_hypergraph: h"));
@@ -156,7 +156,7 @@ TEST_F(DestroyHypergraph, ReleasesTheRecordAndReturnsWhatThePoolReturns) {
   EXPECT_THAT(recorder::held(), IsEmpty());
 }
 
-TEST_F(DestroyHypergraph, TakesYoungerBlocksOfPoolZeroAlongAndLeavesTheRest) {
+TEST_F(DestroyHypergraph, AlsoReleasesYoungerBlocksOfPoolZeroAndLeavesTheRest) {
   block<int>(0, "older");
   block<int>(1, "older in pool 1");
   Hypergraph* const h = create_hypergraph(0);
@@ -176,7 +176,7 @@ TEST_F(DestroyHypergraph, HandsARecordThatIsNotHeldToThePoolToReport) {
             "poolfree_upto of a block that is not held: destroy_hypergraph: hygre");
 }
 
-TEST_F(CreateHypergraphData, WithoutOptionsTakesSixBlocks) {
+TEST_F(CreateHypergraphData, WithoutOptionsAllocatesSixBlocks) {
   Hypergraph* const h = created(3, 2, 5);
   create_hypergraph_data(h, 0, 0, 0);
 
@@ -191,7 +191,7 @@ TEST_F(CreateHypergraphData, WithoutOptionsTakesSixBlocks) {
   EXPECT_EQ(h->_net_list, nullptr);
 }
 
-TEST_F(CreateHypergraphData, EveryChoiceOfOptionsTakesItsBlocksInOrder) {
+TEST_F(CreateHypergraphData, EveryChoiceOfOptionsAllocatesItsBlocksInOrder) {
   for (int choice = 0; choice < 8; ++choice) {
     SCOPED_TRACE(testing::Message() << "choice " << choice);
     recorder::reset();
@@ -214,7 +214,7 @@ TEST_F(CreateHypergraphData, EveryChoiceOfOptionsTakesItsBlocksInOrder) {
   }
 }
 
-// Which block a field got shows when the block is released: the request names it.
+// A release names its block, which shows the block that a field holds.
 std::string tag_of(int pool, void* pointer) {
   poolfree_upto(pool, pointer, "tag_of");
   const std::string request = recorder::requests().back();
@@ -292,7 +292,7 @@ TEST_F(CreateHypergraphData, WithoutCellsNetsAndPinsThereIsRoomForTheSpareEntrie
                           "poolalloc 1 8 create_hypergraph_data: net_list"));
 }
 
-// Runs until the n-th request, which fails: nothing of the size asked for is ever taken.
+// Runs until the n-th request, which fails: no memory of that size is allocated.
 std::string request_that_fails(Hypergraph* h, int n) {
   recorder::fail_allocation(n);
   recorder::fatal_text([h] { create_hypergraph_data(h, 0, 1, 1); });
@@ -387,7 +387,7 @@ TEST_F(DestroyHypergraphData, EveryChoiceOfOptionsIsReleasedNewestFirst) {
   }
 }
 
-TEST_F(DestroyHypergraphData, InternalNetsTakenAfterTheNetsGoFirst) {
+TEST_F(DestroyHypergraphData, InternalNetsAllocatedAfterTheNetsAreReleasedFirst) {
   Hypergraph* const h = created(3, 2, 5);
   create_hypergraph_data(h, 0, 0, 0);
   h->_internets = block<InternalNet>(0, "internal nets");
@@ -405,7 +405,7 @@ TEST_F(DestroyHypergraphData, InternalNetsTakenAfterTheNetsGoFirst) {
   EXPECT_THAT(recorder::held(), ElementsAre("create_hypergraph: h"));
 }
 
-TEST_F(DestroyHypergraphData, NetsTakenAfterTheInternalNetsGoFirst) {
+TEST_F(DestroyHypergraphData, NetsAllocatedAfterTheInternalNetsAreReleasedFirst) {
   Hypergraph* const h = created(3, 2, 5);
   h->_clst = block<Cell>(0, "cells");
   h->_iprm = block<int>(0, "permutation");
@@ -426,7 +426,7 @@ TEST_F(DestroyHypergraphData, NetsTakenAfterTheInternalNetsGoFirst) {
                           "poolfree 0 destroy_hypergraph_data: clst <- cells"));
 }
 
-TEST_F(DestroyHypergraphData, InternalNetsOlderThanAllDataTakeThemAlongAndThePoolReportsTheNextRelease) {
+TEST_F(DestroyHypergraphData, InternalNetsOlderThanAllDataReleaseItTooAndThePoolReportsTheNextRelease) {
   Hypergraph* const h = created(3, 2, 5);
   h->_internets = block<InternalNet>(0, "internal nets");
   create_hypergraph_data(h, 0, 0, 0);
@@ -475,7 +475,7 @@ TEST_F(DestroyHypergraphData, TwoRecordsAreReleasedInReverseOrder) {
   EXPECT_THAT(recorder::held(), IsEmpty());
 }
 
-TEST_F(MallocHypergraph, TakesTheFourMainArraysFromTheHeap) {
+TEST_F(MallocHypergraph, AllocatesTheFourMainArraysOnTheHeap) {
   Hypergraph h = {};
   h._c = 3;
   h._n = 2;

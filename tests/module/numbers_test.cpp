@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-// What a run over a text says, in plain form. The text is filled up with NULs.
+// The fields of a run as plain values. The text is padded with NULs.
 struct Seen {
   int size;
   std::vector<int> numbers;
@@ -45,8 +45,8 @@ Seen run_over(const std::string& text, int shift = 0) {
 
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// The same, a byte at a time: words up to the last white space among the first 64 bytes, as long as they are
-// one to nine digits.
+// The same, byte by byte: the leading numbers of up to nine digits that white space ends within the first 64
+// bytes.
 Seen slow_run_over(const std::string& text, int shift) {
   const std::string readable = padded(text);
   Seen seen{0, {}, {}};
@@ -66,7 +66,7 @@ Seen slow_run_over(const std::string& text, int shift) {
   return seen;
 }
 
-TEST(FindNumbers, EndsBehindTheLastWhiteSpace) {
+TEST(FindNumbers, EndsAfterTheLastWhiteSpace) {
   EXPECT_EQ(run_over("1 22 333\n4 55"), (Seen{11, {1, 22, 333, 4}, {8}}));
   EXPECT_EQ(run_over("12345678 9\n", 1), (Seen{11, {12345679, 10}, {10}}));
   EXPECT_EQ(run_over("\n \t7\r\n\n"), (Seen{7, {7}, {0, 5, 6}}));

@@ -28,7 +28,7 @@ constexpr unsigned kSeeds = 400;
 constexpr int kMost = std::numeric_limits<int>::max();
 const std::string kSound = "(no fatal error)";
 
-// Orders have their numbers from entry 1 on; entry 0 is never an item.
+// Orders use the entries from 1 on; entry 0 is unused.
 std::vector<int> order_of(const std::vector<int>& numbers) {
   std::vector<int> order = {kMarker};
   order.insert(order.end(), numbers.begin(), numbers.end());
@@ -183,7 +183,7 @@ TEST_F(Permute, DoesNotChangeTheSource) {
   EXPECT_EQ(r.h._maxcd, kMarker);
 }
 
-TEST_F(Permute, TakesTheReverseMapOfTheCellsAndGivesItBack) {
+TEST_F(Permute, AllocatesTheReverseMapOfTheCellsAndFreesIt) {
   const Record r = small_record();
   Destination d(r.h);
   permute(r.h, d, kNets, kCells);
@@ -253,7 +253,7 @@ TEST_F(Permute, WithoutCellsTheSmallestDegreeIsThatOfNone) {
   EXPECT_EQ(d.h._maxcd, 0);
 }
 
-TEST_F(Permute, TakesANetWithoutAPinListForAnEmptyOne) {
+TEST_F(Permute, TreatsANetWithoutAPinListAsEmpty) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
   Destination d(r.h);
@@ -340,7 +340,7 @@ TEST_F(PermuteByPart, PutsTheCellsOfPart0First) {
   EXPECT_EQ(d.h._maxwcd, 0);
 }
 
-TEST_F(PermuteByPart, TakesItsScratchAndGivesItBackNewestFirst) {
+TEST_F(PermuteByPart, AllocatesItsScratchAndFreesItNewestFirst) {
   const Record r({.ncells = 3, .pins = {{}, {}, {}}, .parts = {1, 0, 1}});
   Destination d(r.h);
   SymmetricPermute(&r.h, 2, &d.h);
@@ -371,7 +371,7 @@ TEST_F(PermuteByPart, KeepsTheNumbersWhenAllCellsAreInOnePart) {
   }
 }
 
-TEST_F(PermuteByPart, RefusesAnotherNumberOfNetsThanOfCellsBeforeItTakesAnything) {
+TEST_F(PermuteByPart, RefusesAnotherNumberOfNetsThanOfCellsBeforeItAllocatesAnything) {
   const Record more_nets({.ncells = 4, .pins = {{}, {}, {}, {}, {}}, .parts = {0, 0, 0, 0}});
   Destination d(more_nets.h);
   EXPECT_EQ(recorder::fatal_text([&] { SymmetricPermute(&more_nets.h, 1, &d.h); }),
@@ -384,7 +384,7 @@ TEST_F(PermuteByPart, RefusesAnotherNumberOfNetsThanOfCellsBeforeItTakesAnything
   EXPECT_EQ(d.h._c, kMarker);
 }
 
-TEST_F(PermuteByPart, OfNothingTakesNoParts) {
+TEST_F(PermuteByPart, OfNothingAllowsZeroParts) {
   const Record r(Shape{});
   Destination d(r.h);
   SymmetricPermute(&r.h, 0, &d.h);

@@ -26,9 +26,9 @@ constexpr int kLeast = std::numeric_limits<int>::min();
 const std::string kSound = "(no fatal error)";
 const std::vector<int> kOtherModes = {kLeast, -2, -1, 0, 1, 3, kMost};
 
-// Sizes 1, 2, 0, 3, 2, 1. The first pass makes the order 1 .. 6 into
+// Sizes 1, 2, 0, 3, 2, 1. The first pass changes the order 1 .. 6 to
 //   6 2 3 4 5 1,  5 2 3 4 6 1,  5 2 4 3 6 1
-// and finds three nets of two pins or more; with maxsize 3 the second finds the third of them big.
+// and finds three nets of two pins or more; with maxsize 3, the second pass sets the third of them aside.
 Record small_record() {
   Record r({.ncells = 4,
             .pins = {{1}, {1, 2}, {}, {4, 2, 1}, {3, 1}, {4}},
@@ -113,7 +113,7 @@ TEST_F(PruningCopy, GivesEachCellARegionForItsCopiedNets) {
   EXPECT_EQ(cells[5].netsend, nullptr);
 }
 
-TEST_F(PruningCopy, ACellsListHoldsItsKeptNetsAndCellendIsBehindThem) {
+TEST_F(PruningCopy, ACellsListHoldsItsKeptNetsAndCellendIsAfterThem) {
   const Record r = small_record();
   const Pruned copy(r, 3);
 
@@ -124,8 +124,8 @@ TEST_F(PruningCopy, ACellsListHoldsItsKeptNetsAndCellendIsBehindThem) {
   for (std::size_t i = 1; i <= 4; ++i) EXPECT_EQ(copy.d.cells[i].netsend, copy.d.cellend[i] - 1) << i;
 }
 
-TEST_F(PruningCopy, SetAsideNetsStandBehindTheListFromTheEndOfTheRegion) {
-  // Of maxsize 3 are all but the second; the last two change places with those found before them.
+TEST_F(PruningCopy, SetAsideNetsFollowTheListFromTheEndOfTheRegion) {
+  // All nets except the second have maxsize 3 pins or more. They move to the end by exchanges.
   const Record r({.ncells = 3, .pins = {{1, 2, 3}, {1, 2}, {3, 2, 1}, {1, 3, 2, 1}}});
   const Pruned copy(r, 3);
 
@@ -177,14 +177,14 @@ TEST_F(PruningCopy, AccountsForThePrunedNetsInMode2) {
   const Record r = small_record();
   const Pruned copy(r, 3);
 
-  // In the order in which they follow the copied nets: 3 has no pin, then 6 and 1.
+  // In their order after the copied nets: net 3, which has no pin, then 6 and 1.
   EXPECT_EQ(copy.h._ninternets, 2);
   EXPECT_THAT(internets(copy.h), ElementsAre(ElementsAre(6, 4), ElementsAre(1, 1)));
   EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(1010, 2000, 3000, 4060));
   EXPECT_EQ(copy.h._totinw, 10070);
   EXPECT_EQ(copy.h._virtualnets, 730);
-  EXPECT_EQ(copy.h._totnw, 140);  // of 210, without 40 set aside and 30 of the net without pins
-  EXPECT_EQ(copy.h._p, 4);        // of 9, without three set aside and two of nets of one pin
+  EXPECT_EQ(copy.h._totnw, 140);  // 210 minus 40 set aside and 30 of the net without pins
+  EXPECT_EQ(copy.h._p, 4);        // 9 minus three set aside and two of one-pin nets
 }
 
 TEST_F(PruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
@@ -207,14 +207,14 @@ TEST_F(PruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
   }
 }
 
-TEST_F(PruningCopy, TakesNothingButThePairsFromPoolZero) {
+TEST_F(PruningCopy, AllocatesNothingButThePairsInPoolZero) {
   const Record r = small_record();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(recorder::requests(), ElementsAre("poolalloc 0 16 CopyConsHypergraph: nh->_internets"));
 }
 
-TEST_F(PruningCopy, TakesABlockForPairsAlsoWhenThereAreNone) {
+TEST_F(PruningCopy, AllocatesABlockForPairsAlsoWhenThereAreNone) {
   const Record r({.ncells = 2, .pins = {{1, 2}, {}}});
   const Pruned copy(r, 3);
 
@@ -223,7 +223,7 @@ TEST_F(PruningCopy, TakesABlockForPairsAlsoWhenThereAreNone) {
   EXPECT_EQ(copy.h._ninternets, 0);
 }
 
-TEST_F(PruningCopy, TakesNothingAtAllInAnyOtherMode) {
+TEST_F(PruningCopy, AllocatesNothingInAnyOtherMode) {
   const Record r = small_record();
   for (const int mode : kOtherModes) Pruned(r, 3, mode);
 
@@ -315,12 +315,12 @@ TEST_F(PruningCopy, OfMaxsize2OrLessSetsEveryNetAside) {
     SCOPED_TRACE(testing::Message() << "maxsize " << maxsize);
     const Pruned copy(r, maxsize);
 
-    // Position 1 is big three times: 5 goes to 3, then 4 to 2, then 2 stays.
+    // Position 1 holds a net to set aside three times: 5 moves to 3, then 4 to 2, then 2 stays.
     EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 4, 5, 3, 6, 1));
     EXPECT_EQ(copy.d.nmulti, 3);
     EXPECT_EQ(copy.h._n, 0);
     EXPECT_EQ(copy.h._p, 0);
-    EXPECT_EQ(copy.h._totnw, 70);  // the two nets of one pin
+    EXPECT_EQ(copy.h._totnw, 70);  // the two one-pin nets
     EXPECT_THAT(nets_of_cells(copy.h), Each(IsEmpty()));
     EXPECT_THAT(set_aside_of_cells(copy.d),
                 ElementsAre(ElementsAre(3, 2, 1), ElementsAre(2, 1), ElementsAre(3), ElementsAre(2)));
@@ -347,7 +347,7 @@ TEST_F(PruningCopy, OfNetsOfOnePinKeepsNone) {
   const Record r({.ncells = 2, .pins = {{2}, {1}, {2}}, .net_weights = {3, 4, 5}});
   const Pruned copy(r, 9);
 
-  // Net 1 changes places with 3, which then does with 2, which stays.
+  // Net 1 is exchanged with 3, then 3 with 2; 2 stays.
   EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 2, 3, 1));
   EXPECT_EQ(copy.d.nmulti, 0);
   EXPECT_EQ(copy.h._n, 0);
@@ -373,7 +373,7 @@ TEST_F(PruningCopy, MovesTheWeightOfANetWithoutPinsInMode2Only) {
   EXPECT_EQ(other.h._totnw, 5);
 }
 
-TEST_F(PruningCopy, TakesANetWithoutAPinListForOneWithoutPins) {
+TEST_F(PruningCopy, TreatsANetWithoutAPinListAsEmpty) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {5, 1}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
   const Pruned copy(r, 9);
@@ -437,12 +437,12 @@ TEST_F(PruningCopy, SumsWrap) {
   EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(-2, 0));
   EXPECT_EQ(copy.h._totinw, -2);
   EXPECT_EQ(copy.h._virtualnets, -2);
-  EXPECT_EQ(copy.h._totnw, -4);  // of -6, six times the largest number
+  EXPECT_EQ(copy.h._totnw, -4);  // six times the largest number is -6
   EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(-2, -2));
   EXPECT_EQ(copy.h._maxwcd, 0);
 }
 
-TEST_F(PruningCopy, TakesTheWeightOfNetsSetAsideOutAlsoWhenThatWraps) {
+TEST_F(PruningCopy, SubtractsTheWeightOfNetsSetAsideAlsoWhenThatWraps) {
   Record r({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {kLeast, 1}});
   const Pruned copy(r, 2);
 

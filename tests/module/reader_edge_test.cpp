@@ -17,8 +17,8 @@
 #include "tests/double/recorder.h"
 #include "tests/support/reader_outcome.h"
 
-// What a file and its listing in tests/files cannot show: memory, pointers, positions, garbage in the record,
-// lines of megabytes and the like. All other cases are files.
+// Cases that a file and its listing in tests/files cannot show: memory, pointers, positions, garbage in the
+// record, lines of megabytes. All other cases are files.
 
 namespace quillon {
 namespace {
@@ -39,7 +39,7 @@ const char kCannotRead[] = "read_hypergraph : cannot read numbering, #cells, #ne
 const char kMissingWeights[] = "read_hypergraph: some cell (vertex) weights are missing, initializing to 1";
 const char kLineTooLong[] = "read_hypergraph: Buffer for fgets not big enough.";
 
-// A record that a reader filled from a text, and that held garbage before.
+// A record that held garbage before a reader filled it from a text.
 struct Filled {
   Filled(Reader reader, const std::string& text, int check = 0)
       : Filled(reader, stream_of(text).get(), check) {}
@@ -182,7 +182,7 @@ TEST_P(BothReaders, StoreTheNetsOneAfterTheOtherUpToTheSentinel) {
   EXPECT_EQ(f.h._nlst[4].pins, list + 7);
 }
 
-TEST_P(BothReaders, StoreTheShiftBehindTheLastPin) {
+TEST_P(BothReaders, StoreTheShiftAfterTheLastPin) {
   const Filled from_zero(reader, "0 2 1 2\n0 1\n");
   const Filled from_one(reader, "1 2 1 2\n1 2\n");
 
@@ -204,7 +204,7 @@ TEST_P(BothReaders, FillARecordOfNoCellsAndNoNets) {
 
 // ---- Memory
 
-TEST_P(BothReaders, TakeTheLineBufferAndThreeArraysAndGiveTheBufferBack) {
+TEST_P(BothReaders, AllocateTheLineBufferAndThreeArraysAndFreeTheBuffer) {
   const Filled f(reader, "1 3 2 4\n1 2\n2 3\n");
 
   EXPECT_THAT(recorder::requests(),
@@ -215,7 +215,7 @@ TEST_P(BothReaders, TakeTheLineBufferAndThreeArraysAndGiveTheBufferBack) {
               ElementsAre("read_hypergraph: clst", "read_hypergraph: nlst", "read_hypergraph: cell_list"));
 }
 
-TEST_P(BothReaders, TakeAWorkArrayToCheckWithAndGiveItBack) {
+TEST_P(BothReaders, AllocateAWorkArrayForTheCheckAndFreeIt) {
   for (const int check : {1, -1}) {
     recorder::reset();
     const Filled f(reader, "1 3 2 4\n1 2\n2 3\n", check);
@@ -237,7 +237,7 @@ TEST_P(BothReaders, GiveTheWorkArrayBackBeforeTheyCompareThePins) {
                                             "read_hypergraph: nlst", "read_hypergraph: cell_list"));
 }
 
-TEST_P(BothReaders, TakeOnlyTheLineBufferForAHeaderTheyRefuse) {
+TEST_P(BothReaders, AllocateOnlyTheLineBufferForAHeaderTheyRefuse) {
   for (const char* const text : {"", "1 2 1\n", "1 2 1 2 7\n", "5 2 1 2\n", "1 -2 1 2\n"}) {
     recorder::reset();
     EXPECT_NE(fatal(reader, text, 1), kNothingFatal);
@@ -261,7 +261,7 @@ TEST_P(BothReaders, EndWithTheTagOfTheBlockThatCannotBeHad) {
   }
 }
 
-// The largest counts of a record. The request in question is made to fail, so that no memory is used.
+// The largest counts of a record. The request under test fails, so that no memory is used.
 TEST_P(BothReaders, AskForAllTheMemoryThatTheLargestCountsNeed) {
   recorder::fail_allocation(2);
   EXPECT_EQ(fatal(reader, "1 2147483645 0 0\n"), "read_hypergraph: clst");
@@ -272,7 +272,7 @@ TEST_P(BothReaders, AskForAllTheMemoryThatTheLargestCountsNeed) {
   EXPECT_EQ(recorder::requests().back(), "umalloc 51539607528 read_hypergraph: nlst");
 }
 
-TEST_F(ReadHypergraphFromFile, GrowsTheLineBufferBeforeItTakesTheArrays) {
+TEST_F(ReadHypergraphFromFile, GrowsTheLineBufferBeforeItAllocatesTheArrays) {
   EXPECT_EQ(fatal(standard, "0 1 1 16777217\n0 0\n", 1),
             "read_hypergraph: Something wrong with the pins from input file 16777217 2\n");
   EXPECT_THAT(recorder::requests(),
@@ -298,7 +298,7 @@ TEST_F(ReadHypergraphFromFile, GrowsTheLineBufferToTheLargestNumberOfPins) {
   EXPECT_EQ(recorder::requests().back(), "urealloc 2147483647 read_hypergraph: line");
 }
 
-TEST_F(ReadHypergraphWithOnepinNetsFromFile, TakesEntriesForTheLargestNumberOfPins) {
+TEST_F(ReadHypergraphWithOnepinNetsFromFile, AllocatesEntriesForTheLargestNumberOfPins) {
   recorder::fail_allocation(4);
   EXPECT_EQ(fatal(one_pin, "1 1 1 2147483647\n"), "read_hypergraph: cell_list");
   EXPECT_EQ(recorder::requests().back(), "umalloc 8589934596 read_hypergraph: cell_list");
@@ -319,7 +319,7 @@ TEST_P(BothReaders, ReadMorePinsThanTheFirstLineBufferHasBytes) {
 
 // ---- The header
 
-TEST_P(BothReaders, TakeFourNumbersAsAHeaderWithoutWeights) {
+TEST_P(BothReaders, AcceptFourNumbersAsAHeaderWithoutWeights) {
   const Filled f(reader, "1 2 1 2\n1 2\n9 9\n");
 
   EXPECT_THAT(counts(f.h), ElementsAre(2, 1, 2, 0));
@@ -328,7 +328,7 @@ TEST_P(BothReaders, TakeFourNumbersAsAHeaderWithoutWeights) {
   EXPECT_EQ(f.h._totcw, 2);
 }
 
-TEST_P(BothReaders, TakeTheFifthNumberAsTheWeightFormat) {
+TEST_P(BothReaders, UseTheFifthNumberAsTheWeightFormat) {
   const std::string lines = "2 1 2\n3 4\n";
   const Filled none(reader, "1 2 1 3 0\n" + lines);
   const Filled cells(reader, "1 2 1 3 1\n" + lines);
@@ -355,14 +355,14 @@ TEST_P(BothReaders, IgnoreWhatFollowsInTheHeaderLine) {
   }
 }
 
-TEST_P(BothReaders, TakeFourNumbersBeforeOtherTextAsAHeader) {
+TEST_P(BothReaders, AcceptFourNumbersBeforeOtherTextAsAHeader) {
   for (const char* const header : {"1 2 1 2 x 3", "1 2 1 2x", "1 2 1 2 %1", "1 2 1 2 + 1", "1 2 1 2."}) {
     recorder::reset();
     EXPECT_EQ(Filled(reader, std::string(header) + "\n1 2\n").h._fmt, 0) << header;
   }
 }
 
-TEST_P(BothReaders, ReadTheHeaderBehindAnyWhiteSpaceAndSigns) {
+TEST_P(BothReaders, ReadTheHeaderAfterAnyWhiteSpaceAndSigns) {
   const Filled f(reader, " \t\v\f\r+1\t+2\v1\f2\r+3  \r 01\n7 1 2\n3 4\n");
 
   EXPECT_THAT(counts(f.h), ElementsAre(2, 1, 2, 3));
@@ -417,14 +417,14 @@ TEST_P(BothReaders, KeepTheLow32BitsOfWhat64BitsHoldOfAHeaderNumber) {
 
 TEST_P(BothReaders, GoOnWithTheRestOfAHeaderLongerThanTheBuffer) {
   std::string header = "1 2 1 2";
-  header.resize(kLineSize - 1, ' ');  // fills the buffer, so that what follows is the first net line
+  header.resize(kLineSize - 1, ' ');  // fills the buffer: the next text is the first net line
 
   EXPECT_THAT(pins(Filled(reader, header + "2 1\n").h, 1), ElementsAre(2, 1));
 }
 
 // ---- Comments
 
-TEST_P(BothReaders, TakeNothingButAPercentSignInTheFirstColumnForAComment) {
+TEST_P(BothReaders, ReadNothingButAPercentSignInTheFirstColumnAsAComment) {
   EXPECT_EQ(fatal(reader, "1 2 2 2\n %\n# 1 2\n1 2\n"),
             "read_hypergraph: Something wrong with the pins from input file 2 0\n");
   EXPECT_THAT(weights_read_from(reader, "1 2 0 0 1\n %9\n3\n#\n4\n"), ElementsAre(3, 4));
@@ -464,7 +464,7 @@ TEST_P(BothReaders, SplitCommentsAtTheSizeOfTheGrownBuffer) {
 
 // ---- Net lines
 
-TEST_P(BothReaders, ReadPinsBehindAnyWhiteSpaceAndSigns) {
+TEST_P(BothReaders, ReadPinsAfterAnyWhiteSpaceAndSigns) {
   EXPECT_THAT(pins(Filled(reader, "0 3 1 6\n \t\v\f\r+1\t2\v-0\f00\r+0002 1 \r\n").h, 1),
               ElementsAre(2, 3, 1, 1, 3, 2));
 }
@@ -473,7 +473,7 @@ TEST_P(BothReaders, ReadPinsUpToANulByte) {
   EXPECT_THAT(pins(Filled(reader, "1 3 1 2\n1 2\0 3\n"s).h, 1), ElementsAre(1, 2));
 }
 
-TEST_P(BothReaders, TakeANetLineThatBeginsWithANulByteForAPinlessNet) {
+TEST_P(BothReaders, ReadANetLineThatBeginsWithANulByteAsAPinlessNet) {
   EXPECT_EQ(fatal(reader, "1 2 1 2\n\0 1 2\n"s),
             "read_hypergraph: Something wrong with the pins from input file 2 0\n");
 }
@@ -532,8 +532,8 @@ TEST_P(BothReaders, NameTheRepeatedPinWithItsNumberInTheRecord) {
   EXPECT_THAT(recorder::warnings(), ElementsAre("read_hypergraph: \n 3 is already added to net list of 1"));
 }
 
-// The work array is likely to reuse freed memory. Here that is full of ones, which would mean that every cell
-// is on net 1.
+// The work array is likely to reuse freed memory. Here that memory is full of ones, which would mean that
+// every cell is on net 1.
 TEST_P(BothReaders, StartTheCheckWithNoCellOnAnyNet) {
   std::vector<std::vector<int>> blocks(64, std::vector<int>(2002, 1));
   const std::vector<int> keeps_them_apart_from_what_is_unused(2002, 1);
@@ -609,7 +609,7 @@ TEST_F(ReadHypergraphFromFile, OverwritesThePinOfARemovedNet) {
   EXPECT_EQ(f.h._nlst[3].pins, f.h._cell_list + 4);
 }
 
-TEST_F(ReadHypergraphFromFile, LeavesThePinOfALastRemovedNetBehindThePinsInUse) {
+TEST_F(ReadHypergraphFromFile, LeavesThePinOfALastRemovedNetAfterThePinsInUse) {
   const Filled f(standard, "1 3 2 3\n1 2\n3\n");
 
   EXPECT_EQ(f.h._p, 2);
@@ -715,7 +715,7 @@ TEST_P(BothReaders, WarnOfMissingWeightsOnceWithTheCheck) {
   }
 }
 
-TEST_P(BothReaders, TakeACellWhoseGroupIsCutShortForOneWithoutAWeight) {
+TEST_P(BothReaders, TreatACellWhoseGroupIsCutShortAsOneWithoutAWeight) {
   const Filled f(reader, "1 2 0 0 1 2\n5 0 6\n");
 
   EXPECT_THAT(cell_weights(f.h), ElementsAre(5, 1));
@@ -821,7 +821,7 @@ TEST_F(ReadHypergraphWithOnepinNetsFromFile, MeasuresAWeightLineBeforeItAsksForT
   EXPECT_EQ(fatal(one_pin, "1 2 0 0 1\n" + last), kLineTooLong);
 }
 
-// At the end of the input the buffer still holds the line before: of the nets, or the header.
+// At the end of the input the buffer still holds the previous line: a net line or the header.
 TEST_F(ReadHypergraphWithOnepinNetsFromFile, LooksAtTheLineBeforeWhenTheWeightsEnd) {
   EXPECT_THAT(weights_read_from(one_pin, "1 2 1 2 1\n1 2\n"), ElementsAre(1, 1));
   EXPECT_EQ(fatal(one_pin, "1 2 1 2 1\n1 2\0\n"s), "read_hypergraph: no newline at the end of line '1 2'\n");
@@ -842,7 +842,7 @@ TEST_F(ReadHypergraphFromFile, DoesNotLookAtTheLineBeforeWhenTheWeightsEnd) {
 
 // ---- Position of the stream
 
-TEST_P(BothReaders, LeaveTheStreamBehindTheLastLineNeeded) {
+TEST_P(BothReaders, LeaveTheStreamAfterTheLastLineNeeded) {
   for (const char* const text : {"1 2 1 2\n1 2\n", "1 2 1 2 1\n1 2\n3\n4\n", "1 2 1 2 1\n1 2\n3 4 5\n",
                                  "1 2 0 0\n", "%\n1 0 0 0 1\n", "1 2 1 2 2\n%\n1 1 2 %\n"}) {
     recorder::reset();
@@ -887,7 +887,7 @@ TEST_P(BothReaders, ReadFromAPipe) {
   EXPECT_EQ(rest_of(stream.get()), "next\n");
 }
 
-TEST_P(BothReaders, TakeAnErrorOfTheStreamForItsEnd) {
+TEST_P(BothReaders, TreatAnErrorOfTheStreamAsItsEnd) {
   const Stream nothing(std::fopen("/dev/null", "w"));
   const Stream in_nets = pipe_of("1 2 2 2\n1 2\n", true);
   const Stream in_weights = pipe_of("1 2 1 2 1\n1 2\n7\n", true);
@@ -897,7 +897,7 @@ TEST_P(BothReaders, TakeAnErrorOfTheStreamForItsEnd) {
   EXPECT_THAT(cell_weights(Filled(reader, in_weights.get(), 0).h), ElementsAre(7, 1));
 }
 
-TEST_P(BothReaders, DoNotWaitForALineBehindACommentAfterAnError) {
+TEST_P(BothReaders, DoNotWaitForALineToFollowACommentAfterAnError) {
   const Stream stream = pipe_of("1 2 2 2\n1 2\n%\n", true);
 
   EXPECT_THAT(net_weights(Filled(reader, stream.get(), 0).h), ElementsAre(1, 0));

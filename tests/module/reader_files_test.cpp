@@ -1,6 +1,6 @@
 // Each file in tests/files has a listing: the record or the message that a reader must give. The heading of a
-// section in a listing, "[both]", "[standard]" or "[one-pin]", names the readers that it holds for; with
-// ", checked" it holds only for runs with the check on. A line end inside a message is written as "\n".
+// section in a listing, "[both]", "[standard]" or "[one-pin]", names the readers to which it applies; with
+// ", checked" it applies only to runs with the check on. A line end inside a message is written as "\n".
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ bool applies(const std::string& heading, const std::string& reader, int check) {
   return heading.starts_with("[both") || heading.starts_with("[" + reader);
 }
 
-// The lines of all sections that hold for a run; "(no listing)" if there is none.
+// The lines of all sections that apply to a run; "(no listing)" if there are none.
 std::string expected(Path file, const std::string& extension, const std::string& reader, int check) {
   std::ifstream listing(file.replace_extension(extension));
   std::string lines;

@@ -60,8 +60,8 @@ Stream one_way_stream(OneWay& from) {
   return Stream(fopencookie(&from, "r", {read, nullptr, nullptr, nullptr}));
 }
 
-// Runs a reader and its twin on a text, and returns the outcome that they agree on; nothing for a text on
-// which a reader could wait forever.
+// Runs a reader and its twin on a text and returns the outcome on which they agree; nothing for a text from
+// which a reader may never return.
 std::optional<ReaderOutcome> agreed(const Mode& mode, const std::string& text) {
   if (ends_in_comment(text)) return std::nullopt;
   const Stream stream = stream_of(text);
@@ -74,7 +74,7 @@ std::optional<ReaderOutcome> agreed(const Mode& mode, const std::string& text) {
       << mode.reader.name << " reader, check " << mode.check << "\n"
       << visible(text);
 
-  if (text.size() % 8 != 0 && text.size() < 500) return expected;  // an eighth of the short texts is enough
+  if (text.size() % 8 != 0 && text.size() < 500) return expected;  // one in eight short texts is enough
   OneWay from{text};
   ReaderOutcome one_way = outcome_of(mode.reader.module, one_way_stream(from).get(), mode.check);
   one_way.position = expected.position;  // a stream that cannot seek has none
@@ -113,13 +113,13 @@ class Draw {
   std::mt19937 engine_;
 };
 
-// Shape of a random file. Something is irregular once in `odd` times.
+// Shape of a random file. One choice in `odd` is irregular.
 struct Plan {
   int odd;
   int numbering, ncells, nnets, npins, fmt, weights_per_cell;
 };
 
-// A number, once in `odd` times in another notation, or with another value in the higher 32 bits.
+// A number; one in `odd` has another notation or another value in the higher 32 bits.
 std::string number(Draw& draw, const Plan& plan, long long value) {
   if (!draw.once_in(plan.odd)) return std::to_string(value);
   switch (draw.below(4)) {
@@ -275,7 +275,7 @@ TEST_F(ReadersOnAnyInput, AreOnlyGivenTextsWhoseLastLineIsNoComment) {
   EXPECT_TRUE(ends_in_comment("\n%\r\n"));
 }
 
-// The twin can tell that it would never return, so it gets every text.
+// The twin detects that it would never return, so it gets every text.
 TEST_F(ReadersOnAnyInput, WaitForEverOnNoTextThatTheyAreGiven) {
   int nendless = 0;
   for (std::uint32_t seed = 1; seed <= 3000; ++seed) {
@@ -343,8 +343,8 @@ TEST_F(ReadersOnAnyInput, AgreeOnRandomTexts) {
   EXPECT_GE(nwarned, 100);
 }
 
-// A file of some hundred nets as writers produce it, with an irregularity here and there: there the fast path
-// of the reader stops and resumes.
+// A file of some hundred nets as writers produce it, with a few irregularities, at which the fast path of the
+// reader stops and resumes.
 std::string long_text(std::uint32_t seed) {
   Draw draw(seed);
   const int ncells = draw.one_of<int>({3, 90, 5000, 123456, 12345678});

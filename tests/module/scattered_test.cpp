@@ -1,4 +1,4 @@
-// Hypergraphs in which neighbouring nets name cells far apart, large enough for the code that handles those.
+// Hypergraphs in which neighbouring nets name distant cells, large enough for the path that uses buckets.
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ struct Shape {
   unsigned seed;
 };
 
-// In place of the bytes, which include padding.
+// Otherwise gtest prints the bytes, including padding.
 void PrintTo(const Shape& shape, std::ostream* out) {
   *out << shape.ncells << " cells, " << shape.nnets << " nets of up to " << shape.most_pins << " pins, seed "
        << shape.seed;
@@ -73,7 +73,7 @@ struct Scattered {
   static std::size_t entries(int count) { return static_cast<std::size_t>(count) + 2; }
 };
 
-// Compares lists one by one: a failure names the first, and the records are large.
+// Compares lists one by one: the records are large, and a failure prints only the first different list.
 template <typename Item>
 void expect_same_lists(const std::vector<Item>& seen, const std::vector<Item>& expected, int* Item::*first,
                        int* Item::*last, const std::vector<int>& seen_list,
@@ -120,8 +120,8 @@ TEST_P(ScatteredCells, GiveTheNetsTheirPinsBackAsTheTwinDoes) {
   EXPECT_TRUE(work == expected_work);
 }
 
-// Queued entries hold their distance in nets from the one before. Here it is a million for one of them, which
-// does not fit in the bits that so many cells leave.
+// Entries in buckets hold the difference of their net to that of the previous entry. Here one difference is a
+// million, which does not fit in the bits that this number of cells leaves.
 TEST(ScatteredCellsFarFromOneAnother, GetTheirListsToo) {
   constexpr unsigned kHalf = 1U << 21;
   constexpr int kCells = 2 * kHalf;

@@ -25,7 +25,7 @@ constexpr int kAccount = 2;  // the mode that accounts for pruned nets
 constexpr int kMost = std::numeric_limits<int>::max();
 const std::string kSound = "(no fatal error)";
 
-// The net of one pin hangs on cell 2.
+// The one-pin net contains cell 2.
 Shape small_shape() {
   return {.ncells = 5,
           .pins = {{2}, {1, 2, 3}, {4, 5}},
@@ -34,7 +34,7 @@ Shape small_shape() {
           .parts = {1, 2, 3, 4, 5}};
 }
 
-// Turns the nets round, so that the order is 3, 2, 1, and gives cells 1 .. 5 the numbers 3, 5, 1, 2, 4.
+// Reverses the nets to the order 3, 2, 1, and gives cells 1 .. 5 the numbers 3, 5, 1, 2, 4.
 void script_small_shuffle() {
   recorder::script_permutations({{2, 1, 0}, {2, 4, 0, 1, 3}});
   recorder::script_random({0, 0, 0, 0, 0});
@@ -163,15 +163,15 @@ TEST_F(ShuffledPruningCopy, KeepsTheWeightOfNetsSetAsideInTheTotal) {
   const Shuffled copy(shape, 3);
   EXPECT_EQ(copy.h._n, 1);
   EXPECT_EQ(copy.h._p, 2);
-  EXPECT_EQ(copy.h._totnw, 120);  // only the net without pins is out
+  EXPECT_EQ(copy.h._totnw, 120);  // without the weight of the net that has no pins
   EXPECT_EQ(copy.h._virtualnets, 3);
 
   EXPECT_EQ(Shuffled(shape, 3, 0).h._totnw, 123);
 }
 
 TEST_F(ShuffledPruningCopy, PrunesAndSetsAsideByTheShuffledOrder) {
-  // Sizes 1, 3, 2, 0, 3 shuffled to nets 2 1 5 4 3. The first pass makes that 2 3 5 4 1, then 2 3 5 with 4
-  // and 1 behind; the second 5 3 2, then 3 5 2.
+  // Nets of sizes 1, 3, 2, 0, 3 in the shuffled order 2 1 5 4 3. The first pass changes it to 2 3 5 4 1, of
+  // which 2 3 5 remain; the second pass changes these to 5 3 2, then to 3 5 2.
   recorder::script_permutations({{1, 0, 4, 3, 2}});
   const Shuffled copy({.ncells = 3, .pins = {{1}, {1, 2, 3}, {1, 2}, {}, {3, 2, 1}}}, 3);
 
@@ -180,7 +180,7 @@ TEST_F(ShuffledPruningCopy, PrunesAndSetsAsideByTheShuffledOrder) {
   EXPECT_EQ(copy.h._n, 1);
 }
 
-TEST_F(ShuffledPruningCopy, TakesABlockForPairsAlsoWhenThereAreNone) {
+TEST_F(ShuffledPruningCopy, AllocatesABlockForPairsAlsoWhenThereAreNone) {
   const Shuffled copy({.ncells = 2, .pins = {{}}}, 9);
 
   EXPECT_THAT(recorder::requests(), ElementsAre("PermuteInPlace 1", "PermuteInPlace 2",
@@ -254,7 +254,7 @@ TEST_F(ShuffledPruningCopy, ShufflesNoNetsAndNoCellsToo) {
   EXPECT_THAT(copy.d.cellperm, ElementsAre(kMarker));
 }
 
-TEST_F(ShuffledPruningCopy, TakesANetWithoutAPinListForOneWithoutPins) {
+TEST_F(ShuffledPruningCopy, TreatsANetWithoutAPinListAsEmpty) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {5, 1}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
   Destination d(r.h);
@@ -302,7 +302,7 @@ void script_random_orders(unsigned seed, const Shape& shape) {
   const int nnets = static_cast<int>(shape.pins.size());
   const std::vector<int> nets = random_permutation(generator, nnets);
   recorder::script_permutations({nets, random_permutation(generator, shape.ncells)});
-  recorder::script_random(std::vector<int>(200, 0));  // always the first entry that is left, then the last
+  recorder::script_random(std::vector<int>(200, 0));  // 200 times the first remaining entry, then the last
 }
 
 TEST_F(ShuffledPruningCopy, AgreesWithItsTwinInRandomOrders) {

@@ -52,7 +52,7 @@ TEST_F(PrinfoHypergraph, PrintsTwentyOneFieldsInOneLine) {
             "4\t2\t5\t1.25\t0.83\t0.66\t1\t1\t2\t2.50\t0.50\t0.20\t2\t0\t3\t1\t4\t10\t5\t15\t20\n");
 }
 
-TEST_F(PrinfoHypergraph, WritesToStandardOutputAloneAndTakesNoMemory) {
+TEST_F(PrinfoHypergraph, WritesToStandardOutputAloneAndAllocatesNoMemory) {
   line_of(Record(small_shape()));
 
   EXPECT_EQ(recorder::printed(), "");
@@ -315,7 +315,7 @@ TEST_F(PrDetailinfoHypergraph, AveragesUseTheStoredNumberOfPins) {
                                          "\n\tCov\t:    0.667"));
 }
 
-TEST_F(PrDetailinfoHypergraph, TakesTwoArraysThatItDoesNotGiveBack) {
+TEST_F(PrDetailinfoHypergraph, AllocatesTwoArraysThatItDoesNotFree) {
   report_of(Record(small_shape()));
 
   EXPECT_THAT(recorder::requests(),
@@ -350,7 +350,7 @@ TEST_F(PrDetailinfoHypergraph, WritesNothingToStandardOutputItself) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-TEST_F(PrDetailinfoHypergraph, AStaleCellTotalIsFatalBeforeAnythingIsPrintedOrTaken) {
+TEST_F(PrDetailinfoHypergraph, AStaleCellTotalIsFatalBeforeAnythingIsPrintedOrAllocated) {
   Record r(small_shape());
   r.h._totcw = 11;
 

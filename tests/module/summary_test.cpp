@@ -45,7 +45,7 @@ TEST_F(SetHypergraphInfos, RecomputesWhatTheCellsTell) {
   EXPECT_THAT(of_cells(r.h, &Cell::wdeg), ElementsAre(210, 200, 0, 3210));
 }
 
-// As when a caller restores the nets that a pruning copy set aside.
+// As after a caller has restored the nets that a pruning copy set aside.
 TEST_F(SetHypergraphInfos, CountsListedNetsAfterTheLastOneToo) {
   Record r({.ncells = 2, .pins = {{1, 2}, {1}, {1}}, .net_weights = {3, 3, 40}});
   r.h._n = 2;

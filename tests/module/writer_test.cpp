@@ -58,7 +58,7 @@ Record small_record() {
                  .cell_weights = {5, 6, 7, 8}});
 }
 
-// What stands behind the data of small_record(), whatever was written of it.
+// The statistics after the data of small_record(), the same for every format and numbering.
 const std::string kSmallInfo =
     "\n% ------ Hypergraph info -------"
     "\n #Cells           :       4"
@@ -78,7 +78,7 @@ TEST_F(WriteHypergraphToStream, WithoutWeightsWritesTheHeaderAndALineANet) {
   EXPECT_EQ(written(r.h, 0, 0), kOpening + "0 4 3 5 0\n2 0 \n\n1 0 2 " + kSmallInfo);
 }
 
-TEST_F(WriteHypergraphToStream, WritesCellWeightsBehindTheNets) {
+TEST_F(WriteHypergraphToStream, WritesCellWeightsAfterTheNets) {
   const Record r = small_record();
   const std::string weights = "\n% ------ Cell weights -------\n5 6 7 8 ";
 
@@ -132,7 +132,7 @@ TEST_F(WriteHypergraphToStream, WritesAHundredCellWeightsALine) {
   EXPECT_EQ(weight_block(99), numbers(1, 99) + "\n");
 }
 
-TEST_F(WriteHypergraphToStream, LeavesAnEmptyLineBehindAFullLastLineOfCellWeights) {
+TEST_F(WriteHypergraphToStream, LeavesAnEmptyLineAfterAFullLastLineOfCellWeights) {
   EXPECT_EQ(weight_block(100), numbers(1, 100) + "\n\n");
   EXPECT_EQ(weight_block(200), numbers(1, 100) + "\n" + numbers(101, 200) + "\n\n");
 }
@@ -163,7 +163,7 @@ TEST_F(WriteHypergraphToStream, CountsDegreesFromTheCellsAndSizesFromTheNets) {
                                     "\n Avg. Nets Size   :  15.000");
 }
 
-TEST_F(WriteHypergraphToStream, TakesANetWithoutAPinListForAnEmptyOne) {
+TEST_F(WriteHypergraphToStream, TreatsANetWithoutAPinListAsEmpty) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {4, 5}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
   const std::string text = written(r.h, 1, 2);
@@ -197,7 +197,7 @@ std::string file_of_nothing(const std::string& average) {
          average;
 }
 
-// Zero by zero is printed with a sign on some systems.
+// Some systems print 0 / 0 with a sign.
 TEST_F(WriteHypergraphToStream, OfNothingGivesTheStartingValuesOfTheExtremes) {
   const Record r(Shape{});
 
@@ -224,7 +224,7 @@ TEST_F(WriteHypergraphToStream, WithoutCellsWritesEmptyNetsOnly) {
                               "\n Avg. Nets Size   :   0.000"));
 }
 
-// More lines than any buffer holds, of the longest numbers and of none.
+// More lines than fit in any buffer, of the longest numbers and empty.
 TEST_F(WriteHypergraphToStream, WritesAnyNumberOfEmptyNets) {
   const std::size_t nnets = 30000;
   Record r({.ncells = 0, .pins = Lists(nnets), .net_weights = std::vector<int>(nnets, kLeast)});
@@ -247,7 +247,7 @@ TEST_F(WriteHypergraphToStream, DividesInDoublePrecision) {
   Record r({.ncells = 3, .pins = {{1}}});
   r.h._p = kMost;
 
-  // In 32 bits of floating point this would come out as 715827904.000.
+  // In single precision this would be 715827904.000.
   EXPECT_THAT(written(r.h, 1, 0), HasSubstr("\n Avg. Cells Deg.  : 715827882.333\n"));
 }
 
@@ -305,7 +305,7 @@ TEST_F(WriteHypergraphToStream, ContinuesWhereTheStreamStands) {
   std::fclose(stream);
 }
 
-// A folder of its own, which goes with the test.
+// A temporary folder, removed at the end of the test.
 class WriteHypergraph : public Recorded {
  protected:
   WriteHypergraph() {
@@ -371,7 +371,7 @@ TEST_F(WriteHypergraph, LeavesFlushingAStreamToTheCaller) {
 using WrittenAndReadBack = Recorded;
 using StreamReader = int(Hypergraph*, std::FILE*, int);
 
-// Reads a record back that was written with every weight.
+// Reads a record back that was written with all weights.
 Hypergraph read_back(StreamReader* reader, const Hypergraph& h, int numbering) {
   std::FILE* const stream = std::tmpfile();
   write_hypergraph2File(&h, stream, numbering, 3);

@@ -106,7 +106,7 @@ TEST(HtmlPage, LeavesNoTagOfTheTemplateAndNoEmptyLine) {
   }
 }
 
-TEST(HtmlPage, EscapesNamesAndTakesNoTemplatesFromThem) {
+TEST(HtmlPage, EscapesNamesAndDoesNotRenderThemAsTemplates) {
   const std::string name = "<b>&'\"{{title}}{{{style}}}\xFF";
   const std::string shown = "&lt;b&gt;&amp;&#39;&quot;{{title}}{{{style}}}\uFFFD";
 

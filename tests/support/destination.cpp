@@ -12,7 +12,7 @@ std::size_t entries(int count, int spares) {
   return static_cast<std::size_t>(count) + static_cast<std::size_t>(spares);
 }
 
-// In the array, or the smallest number for null.
+// Index in the array, or the smallest number for null.
 std::int64_t position(const int* at, const std::vector<int>& array) {
   return at == nullptr ? std::numeric_limits<std::int64_t>::min() : at - array.data();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The destination of a copy: a record with arrays of its own, and the work arrays of the pruning copies.
+// The destination of a copy: a record with its own arrays, and the work arrays of the pruning copies.
 
 #include <cstdint>
 #include <iosfwd>
@@ -10,8 +10,9 @@
 
 namespace quillon {
 
-/// Arrays exactly as long as the module requires, so that the address sanitizer sees an access beyond. Every
-/// entry, and every count of the record, holds kMarker; the pointers that no copy uses point to `elsewhere`.
+/// Arrays exactly as long as the module requires, so that the address sanitizer sees an access beyond their
+/// ends. Every entry and every count of the record holds kMarker; pointers that copies do not use point to
+/// `elsewhere`.
 class Destination {
  public:
   explicit Destination(const Hypergraph& source);
@@ -45,8 +46,8 @@ int prune_shuffled(Hypergraph& from, Destination& to, int maxsize, int mode);
 int prune_by_oracle(const Hypergraph& from, Destination& to, int maxsize, int mode);
 int prune_shuffled_by_oracle(Hypergraph& from, Destination& to, int maxsize, int mode);
 
-/// Everything in a record and its arrays, spare entries included, with positions in the pin arrays in place
-/// of pointers: what a function and its twin have to leave alike.
+/// All fields of a record and its arrays, including spare entries, with positions in the pin arrays instead
+/// of pointers: equal after a function and after its twin.
 struct Image {
   std::vector<int> counts;
   std::vector<std::vector<std::int64_t>> cells;  ///< w, inw, pno, wdeg, first and last net.
@@ -62,7 +63,8 @@ Image image_of(const Destination& destination);
 
 void PrintTo(const Image& image, std::ostream* out);
 
-/// The pointers of a record that copies leave alone, as indexes into `elsewhere` (-1 for others).
+/// The pointers of a record that copies do not change, as indexes into `elsewhere` (-1: points to another
+/// place).
 std::vector<int> left_elsewhere(const Hypergraph& h);
 
 /// The counts and totals of a record, in the order of its fields.

@@ -11,7 +11,7 @@
 namespace quillon {
 namespace {
 
-// A larger request ends a run: what a text may announce and nobody needs to allocate.
+// Larger requests fail: a text may announce more than a test should allocate.
 constexpr std::uint64_t kMostBytes = std::uint64_t{40} << 20;
 
 std::int64_t bytes_requested(const std::string& tag) {
@@ -131,7 +131,7 @@ ReaderOutcome outcome_of(StreamReader* reader, std::FILE* file, int check) {
   outcome.warnings = recorder::warnings();
   outcome.requests = recorder::requests();
   outcome.position = std::ftell(file);
-  recorder::reset();  // frees what the run left
+  recorder::reset();  // frees the blocks of the run
   return outcome;
 }
 

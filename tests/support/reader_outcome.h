@@ -1,6 +1,5 @@
 #pragma once
-// What a run of a reader over the recording utility layer leaves, to compare the module's readers with their
-// twins.
+// The outcome of a reader over the recording utility layer, to compare the module's readers with their twins.
 
 #include <cstdint>
 #include <cstdio>
@@ -46,12 +45,12 @@ struct SeenNet {
   bool operator==(const SeenNet&) const = default;
 };
 
-/// The record as far as a reader gives it a value.
+/// The fields of a record that a reader sets.
 struct SeenRecord {
   int c, n, p, fmt;
   int maxwcd, maxcd, mincd, totcw, totinw, totnw, virtualnets;
   int ninternets, tag;
-  bool others_null;             ///< Every pointer but the three arrays.
+  bool others_null;             ///< Whether all pointers except the three arrays are null.
   std::vector<SeenCell> cells;  ///< 0 .. `_c` + 1, as far as the recorder marks them.
   std::vector<int> weights;     ///< Of cells 1 .. `_c`.
   std::vector<SeenNet> nets;    ///< 1 .. `_n`.
@@ -61,14 +60,14 @@ struct SeenRecord {
   bool operator==(const SeenRecord&) const = default;
 };
 
-/// What a run of a reader leaves.
+/// The outcome of a run of a reader.
 struct ReaderOutcome {
-  bool endless = false;  ///< Waits forever for a line after a comment. Only the twins can tell.
+  bool endless = false;  ///< Would never return. Only the twins detect it.
   std::string fatal;     ///< Text of the fatal error that ended it; empty when it returned.
   std::vector<std::string> warnings;
-  std::vector<std::string> requests;  ///< For memory, as the recorder writes them down.
+  std::vector<std::string> requests;  ///< For memory, as the recorder lists them.
   long position = 0;                  ///< Of the stream, afterwards.
-  int result = 0;                     ///< Only if it returned, like the record.
+  int result = 0;                     ///< Only set if the reader returned, like the record.
   SeenRecord record = {};
   bool operator==(const ReaderOutcome&) const = default;
 };

@@ -6,12 +6,12 @@
 namespace quillon {
 namespace {
 
-// Entry k of what was given for items 1, 2, .., or what stands for it when nothing was.
+// The value of item k, from 1, or a default if no values are given.
 int given(const std::vector<int>& values, int k, int otherwise) {
   return values.empty() ? otherwise : values.at(static_cast<std::size_t>(k) - 1);
 }
 
-// Sums wrap in the records that tests build, as they do in the module.
+// Sums wrap, as in the module.
 int total(const std::vector<int>& values, int count) {
   if (values.empty()) return count;
   unsigned sum = 0;
@@ -38,8 +38,8 @@ Hypergraph summary_of(const Shape& shape) {
   return h;
 }
 
-// Stores the lists in a row and hands each one's first and last entry to `set`, then the end as the
-// sentinel's.
+// Stores the lists one after another and passes the first and last entry of each to `set`, then the end for
+// the sentinel.
 template <typename SetRange>
 void lay_out(const Lists& lists, std::vector<int>& array, const SetRange& set) {
   std::size_t at = 0;
@@ -126,7 +126,7 @@ std::vector<int> of_nets(const Hypergraph& h, int Net::*field) {
 
 Shape random_shape(unsigned seed, const RandomLimits& limits) {
   std::mt19937 generator(seed);
-  // The standard's distributions differ from one library to the next; the generator does not.
+  // The generator is the same in every standard library, the distributions are not.
   const auto below = [&generator](int bound) {
     return static_cast<int>(generator() % static_cast<unsigned>(bound));
   };

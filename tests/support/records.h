@@ -1,5 +1,5 @@
 #pragma once
-// Small hypergraphs for tests, laid out by plain code that shares nothing with the module's own.
+// Small hypergraphs for tests, built by plain code that shares nothing with the module.
 
 #include <cstddef>
 #include <vector>
@@ -8,10 +8,10 @@
 
 namespace quillon {
 
-/// One list an item: the cells of net 1, 2, .. or the nets of cell 1, 2, ...
+/// One list per item: the cells of net 1, 2, .. or the nets of cell 1, 2, ...
 using Lists = std::vector<std::vector<int>>;
 
-/// What a hypergraph is. Weights and parts left out are 1 and -1 throughout.
+/// Description of a hypergraph. Without weights all are 1, without parts all are -1.
 struct Shape {
   int ncells = 0;
   Lists pins = {};
@@ -20,16 +20,16 @@ struct Shape {
   std::vector<int> parts = {};
 };
 
-/// Which side of the incidence is there; the other has no lists (null), but room for them.
+/// The side of the incidence that is built. The other one has null lists, but room for them.
 enum class Side { kNets, kCells, kBoth };
 
-/// What every entry holds that nothing has been stored in.
+/// The value of every entry that has not been set.
 inline constexpr int kMarker = -7;
 
 /// A hypergraph whose arrays are exactly as long as those of the module and belong to the Record.
 ///
-/// Lists stand one after another in the order of their items, a cell's nets in increasing number, and the
-/// sentinels' start pointers are set on a side that is there. `_totcw` and `_totnw` are the sums, `_totinw`,
+/// Lists follow one another in the order of their items, a cell's nets in increasing number. A side that is
+/// built has the start pointer of its sentinel set. `_totcw` and `_totnw` are the sums, `_totinw`,
 /// `_virtualnets` and every `inw` 0. The other summaries, `wdeg`, `_fmt`, `_tag` and all spare entries hold
 /// kMarker, and the pointers to other arrays are null.
 class Record {
@@ -46,10 +46,10 @@ class Record {
   std::vector<int> cell_list;
 };
 
-/// The nets of each cell of a shape, in increasing number, one entry a pin.
+/// The nets of each cell of a shape, in increasing number, one entry per pin.
 Lists nets_of_cells(const Shape& shape);
 
-/// The lists of a record as its pointers tell: item 1 comes first, an absent list is empty.
+/// The lists of a record, by its pointers: item 1 first; an absent list is empty.
 Lists nets_of_cells(const Hypergraph& h);
 Lists pins_of_nets(const Hypergraph& h);
 
@@ -57,7 +57,7 @@ Lists pins_of_nets(const Hypergraph& h);
 std::vector<int> of_cells(const Hypergraph& h, int Cell::*field);
 std::vector<int> of_nets(const Hypergraph& h, int Net::*field);
 
-/// What a random hypergraph may have at most, none included.
+/// Upper limits for a random hypergraph; the counts may be 0.
 struct RandomLimits {
   int ncells = 9;
   int nnets = 9;

@@ -12,7 +12,7 @@
 
 #if !defined(QUILLON_TESTS_ADDRESS_SANITIZER) && defined(__GLIBC__)
 
-// malloc_usable_size is part of what a block holds, the space between blocks is not.
+// Counts malloc_usable_size per block, without the space between blocks.
 namespace {
 std::atomic<std::uint64_t> held = 0;
 

@@ -1,5 +1,5 @@
 #pragma once
-// What this process holds of memory and descriptors.
+// Memory and descriptors that this process holds.
 
 #include <cstdint>
 
@@ -9,11 +9,11 @@ namespace quillon {
 /// program counts them.
 std::uint64_t held_bytes();
 
-/// Decides whether `held_bytes` sees allocations; not under valgrind, which has a malloc of its own, nor
-/// without glibc.
+/// Whether `held_bytes` sees allocations. It does not under valgrind, which has its own malloc, or without
+/// glibc.
 bool heap_is_counted();
 
-/// Open descriptors, or -1 where the system does not tell.
+/// Number of open descriptors, or -1 if the system does not tell.
 int open_descriptors();
 
 }  // namespace quillon

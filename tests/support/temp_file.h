@@ -1,5 +1,5 @@
 #pragma once
-// A file of a test's own, removed when the test is over.
+// A temporary file, removed at the end of the test.
 
 #include <stdlib.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 #pragma once
-// Fatal errors as exceptions, for tests of what a call reports.
+// Fatal errors as exceptions, for tests of their texts.
 
 #include <stdexcept>
 #include <string>
@@ -13,7 +13,7 @@ struct FatalError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Has fatal errors thrown as FatalError as long as it lives.
+/// During its lifetime, fatal errors throw FatalError.
 class ThrowingHandler {
  public:
   ThrowingHandler() : previous_(set_fatal_handler([](const char* message) { throw FatalError(message); })) {}
@@ -27,8 +27,8 @@ class ThrowingHandler {
 
 inline constexpr char kNoFatalError[] = "(no fatal error)";
 
-/// The text of the fatal error that a call reports; kNoFatalError if it returns. What a failed call holds is
-/// given back.
+/// The text of the fatal error that a call reports; kNoFatalError if it returns. The blocks and streams of a
+/// failed call are released.
 template <typename Call>
 std::string fatal_text(Call call) {
   const ThrowingHandler throwing;

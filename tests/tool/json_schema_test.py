@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""What the tool prints with --json is what docs/json.schema.json says.
+"""The output of the tool with --json conforms to docs/json.schema.json.
 
-json_schema_test.py TOOL SCHEMA DATA; skips, with status 77, where jsonschema is missing.
+json_schema_test.py TOOL SCHEMA DATA; exits with 77 (skipped) if jsonschema is missing.
 """
 
 import copy

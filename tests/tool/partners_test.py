@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Programs of others read what `quillon convert` writes, and it reads what they write.
+"""Other programs read the output of `quillon convert`, and it reads theirs.
 
-partners_test.py TOOL; skips, with status 77, where a partner is missing.
+partners_test.py TOOL; exits with 77 (skipped) if a program is missing.
 """
 
 import importlib
@@ -95,7 +95,7 @@ def random_hypergraph(rng, weighted=True):
 
 
 def parse_quillon(text):
-    """By the lines of numbers, of which comments are none."""
+    """Counts by the lines of numbers, without comments."""
     lines = [line.split() for line in text.splitlines() if not line.startswith("%")]
     first, ncells, nnets, npins, fmt = map(int, lines[0])
     nets = [list(map(int, line)) for line in lines[1 : nnets + 1]]
@@ -136,7 +136,7 @@ class Partners(unittest.TestCase):
         return outcome
 
     def converted(self, name, *options):
-        """The hypergraph that our own format holds of the file."""
+        """The hypergraph of the file after conversion to our own format."""
         self.convert(name, "converted.qhg", *options)
         return parse_quillon(self.read("converted.qhg"))
 
@@ -167,7 +167,7 @@ class MatrixMarket(Partners):
         return scipy.sparse.coo_matrix((data, (rows, columns)), shape=(nrows, ncolumns))
 
     def symmetric(self, matrix, symmetry):
-        """Both triangles, of values that never cancel out."""
+        """Both triangles, of values that never add up to 0."""
         import scipy.sparse
 
         lower = scipy.sparse.tril(matrix, -1 if symmetry == "skew-symmetric" else 0).tocoo()
@@ -267,7 +267,7 @@ class Metis(Partners):
     """Graphs as {(u, v): weight} with u < v."""
 
     def random_graph(self):
-        nvertices = self.rng.choice([2, 6, 30])  # graphchk takes no graph without edges
+        nvertices = self.rng.choice([2, 6, 30])  # graphchk refuses graphs without edges
         edges = {}
         for _ in range(self.rng.choice([1, 2 * nvertices])):
             u, v = sorted(self.rng.sample(range(1, nvertices + 1), 2))
@@ -287,7 +287,7 @@ class Metis(Partners):
         return "\n".join(lines) + "\n"
 
     def graphchk(self, text):
-        """Whether it finds the file sound, and the numbers of vertices and edges that it reads."""
+        """Whether graphchk accepts the file, and the numbers of vertices and edges that it reads."""
         self.write("a.graph", text)
         outcome = subprocess.run(
             ["graphchk", self.path("a.graph")], capture_output=True, text=True, check=False, timeout=60
@@ -303,7 +303,7 @@ class Metis(Partners):
             sizes, edge_weights = k % 2, k // 2 % 2
             nweights = k // 4 % 4
             if (sizes, nweights, edge_weights) == (1, 0, 0):
-                continue  # format 100 is another
+                continue  # format 100 has another layout
             weights = [[self.rng.randint(0, 9) for _ in range(nweights)] for _ in range(nvertices)]
             text = self.text(nvertices, edges, sizes, nweights, edge_weights, weights)
             with self.subTest(text=text):
@@ -449,7 +449,7 @@ class Hif(Partners):
 class Networkx(Partners):
     @staticmethod
     def ncomponents(hypergraph):
-        """Of cells and nets joined by pins, by merging sets; an empty net is one of its own."""
+        """Components of cells and nets joined by pins, by merging sets; an empty net is a component."""
         leader = list(range(hypergraph.ncells + 1))
 
         def find(cell):

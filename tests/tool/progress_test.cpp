@@ -57,11 +57,11 @@ class Progress : public testing::Test {
   }
 };
 
-// What a program writes to a terminal as its standard error.
+// The output of a program whose standard error is a terminal.
 std::string on_terminal(void (*program)()) {
   int terminal = -1;
   winsize size{24, 100, 0, 0};
-  std::fflush(nullptr);  // or the child would write buffered text again
+  std::fflush(nullptr);  // otherwise the child would write buffered text again
   const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
   if (child == 0) {
     setenv("TERM", "xterm", 1);
@@ -77,7 +77,7 @@ std::string on_terminal(void (*program)()) {
   return text;
 }
 
-// Does not return when nothing is drawn.
+// Never returns if nothing is drawn.
 void wait_for_looks(const std::atomic<int>& looks, int count) {
   while (looks < count) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }

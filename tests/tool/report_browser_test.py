@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""The page of `quillon report` in a browser: it loads by itself, fits a telephone, and holds the right numbers.
+"""The page of `quillon report` in a browser: it loads without other files, fits a phone, and shows the right numbers.
 
-report_browser_test.py TOOL; skips, with status 77, where there is no chromium.
+report_browser_test.py TOOL; exits with 77 (skipped) if chromium is missing.
 """
 
 import base64
@@ -30,7 +30,7 @@ class Browser:
         self.profile = tempfile.TemporaryDirectory()
         to_browser, self.to_browser = os.pipe()
         self.from_browser, from_browser = os.pipe()
-        # The browser reads from 3 and writes to 4, whatever stands there now.
+        # The browser reads from descriptor 3 and writes to 4; these replace what is open there.
         self.process = subprocess.Popen(
             ["bash", "-c", 'exec 3<&$1 4>&$2; shift 2; exec "$@"', "bash", str(to_browser), str(from_browser),
              program, *QUIET, "--remote-debugging-pipe", f"--user-data-dir={self.profile.name}", "about:blank"],
@@ -71,7 +71,7 @@ class Browser:
                 return answer["result"]
 
     def show(self, page, width, scheme="light", media=""):
-        """Loads a page and gives the events of that."""
+        """Loads a page and returns the events of the load."""
         self.call(
             "Emulation.setDeviceMetricsOverride", width=width, height=844, deviceScaleFactor=1, mobile=width == PHONE
         )
@@ -108,7 +108,7 @@ def as_hgr(ncells, nets):
 
 
 def count(ncells, nets, parts):
-    """The numbers of the page, counted in another way than the tool's."""
+    """The numbers of the page, computed independently of the tool."""
     degrees = {cell: 0 for cell in range(1, ncells + 1)}
     for net in nets:
         for cell in net:
@@ -140,10 +140,10 @@ def count(ncells, nets, parts):
 
 NUMBERS = "Object.fromEntries([...document.querySelectorAll('data')].map(d => [d.id, [d.value, d.textContent]]))"
 CUT = "[...document.querySelectorAll('#cut-matrix tbody tr')].map(r => [...r.cells].slice(1).map(c => c.textContent))"
-# What goes beyond the page and lies in nothing that scrolls by itself.
+# Elements wider than the page that are not inside a scrolling element.
 WIDE = """[...document.body.querySelectorAll('*')].filter(e => !e.closest('.scroll, svg')
     && e.getBoundingClientRect().right > innerWidth + .5).map(e => e.tagName)"""
-# Contrast of every text with what lies behind it.
+# Contrast of every text with its background.
 CONTRAST = """(() => {
   const rgba = c => { const n = c.match(/[\\d.]+/g).map(Number); return n.length < 4 ? [...n, 1] : n; };
   const over = (top, below) => [0, 1, 2].map(k => top[k] * top[3] + below[k] * (1 - top[3])).concat(1);
@@ -189,7 +189,7 @@ class Page(unittest.TestCase):
         return self.folder / "page.html"
 
     def samples(self):
-        """Pages of all kinds, with what they are of."""
+        """Pages of all kinds, with their inputs."""
         ncells, nets = hypergraph(1, 300, 500)
         yield "no partition", self.report(as_hgr(ncells, nets))
         for nparts in (1, 8, 30, 300):

@@ -21,7 +21,7 @@ TEST(EditDistance, CountsInsertedDroppedReplacedAndSwappedLetters) {
   EXPECT_EQ(edit_distance("kitten", "sitting"), 3);
 }
 
-TEST(Nearest, TakesTheFirstOfTheNearestThatIsNearEnough) {
+TEST(Nearest, ChoosesTheFirstOfTheNearestThatIsNearEnough) {
   EXPECT_EQ(nearest("statz", {"check", "stats", "state"}), "stats");
   EXPECT_EQ(nearest("part", {"check", "partition-info"}), "partition-info");
   EXPECT_EQ(nearest("pa", {"partition-info"}), "");

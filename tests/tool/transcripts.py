@@ -6,10 +6,10 @@
 
 Each "## Heading" begins a case, which runs in an empty folder of its own:
 
-    ```text file=NAME         a file of that name; every line has a line end. Files before the first case are in every
-                              case.
-    ```console                commands and what they print:
-    $ COMMAND                 run by bash; goes on on the next line when it ends in a backslash
+    ```text file=NAME         a file of that name; every line has a line end. Files before the first case belong to
+                              every case.
+    ```console                commands and their output:
+    $ COMMAND                 run by bash; continues on the next line after a backslash
     TEXT                      a line on standard output
     1> TEXT                   the same, for text that would look like one of the other lines
     2> TEXT                   a line on standard error; these follow those of standard output
@@ -23,10 +23,10 @@ printable are shown by od or cat -v.
 Commands find TOOL as "quillon", the programs in tests/tool/bin, the folder data/ as $DATA and their folder as $PWD.
 Commands of a case run one after another, each in a shell of its own. Cases run in parallel.
 
-With --document, a file is one case in a folder that looks like the root of the repository, as its reader would have it.
+With --document, a file is one case in a folder that resembles the root of the repository, as its readers have it.
 Standard error is shown with standard output, and every command has to succeed.
 
---update replaces the text below the commands by what they print now, for a review with git diff. --filter runs the
+--update replaces the text below the commands by their present output, for a review with git diff. --filter runs the
 cases whose name contains TEXT, --except all others. Skipped cases are listed, with their reason. Exits with 1 when
 something differs.
 """
@@ -170,14 +170,14 @@ class Document:
 
 
 def decoded(output):
-    text = output.decode("utf-8")  # or UnicodeDecodeError, a ValueError
+    text = output.decode("utf-8")  # may raise UnicodeDecodeError, a ValueError
     if UNPRINTABLE.search(text):
         raise ValueError
     return text
 
 
 def shown(stream, output):
-    """The lines of a transcript for what went to standard output, 1, or standard error, 2."""
+    """The lines of a transcript for the text of standard output, 1, or standard error, 2."""
     *lines, rest = decoded(output).split("\n")
     result = []
     for line in lines:
@@ -202,7 +202,7 @@ class Runner:
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=stderr, check=False)
 
     def printed(self, command, place, case):
-        """What the transcript of a command has to say."""
+        """The expected transcript of a command."""
         if self.document:
             done = self.shell(command.text, place, subprocess.STDOUT)
             if done.returncode != 0:
@@ -267,7 +267,7 @@ def arguments():
 
 
 def report(document, chosen, update):
-    """Prints what became of the cases of a document; returns the number of those that failed."""
+    """Prints the outcomes of the cases of a document; returns the number of failed cases."""
     for case in chosen:
         if case.skipped:
             print(f"SKIPPED {document.name}: {case.name}: {case.skipped}")

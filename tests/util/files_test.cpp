@@ -35,7 +35,7 @@ std::string unused_name() {
          std::to_string(++count);
 }
 
-// A file that is there as long as the object.
+// A file that exists during the lifetime of the object.
 class TempFile {
  public:
   explicit TempFile(const std::string& bytes) {
@@ -55,7 +55,7 @@ class TempFile {
   std::string name_ = unused_name();
 };
 
-// A folder that is there as long as the object.
+// A folder that exists during the lifetime of the object.
 class TempFolder {
  public:
   TempFolder() { std::filesystem::create_directory(name_); }
@@ -79,7 +79,7 @@ std::vector<std::int32_t> read_from(const std::string& text, int count) {
   return array;
 }
 
-/// Reading `count` entries fails with this message, in which FILE stands for the file name.
+/// Expects that reading `count` entries fails with this message, in which FILE stands for the file name.
 void expect_refusal(const std::string& text, int count, std::string message) {
   SCOPED_TRACE(message);
   const TempFile file(text);
@@ -95,8 +95,8 @@ void write_and_close(const char* name) {
   ufclose(stream);
 }
 
-// Opens the same full device under three names, writes through the stream of one and closes all in an order.
-// Returns the error that one of them reports.
+// Opens the same full device under three names, writes through one stream and closes all in the given order.
+// Returns the reported error.
 std::string error_of_one_of_three(std::size_t written, const std::vector<std::size_t>& order) {
   std::FILE* const streams[] = {ufopen("/dev/full", "w", "test: 0"), ufopen("/dev/./full", "w", "test: 1"),
                                 ufopen("/dev/../dev/full", "w", "test: 2")};
@@ -182,7 +182,7 @@ TEST(Ufclose, FailsWhenAnEarlierWriteFailed) {
   std::setvbuf(stream, nullptr, _IONBF, 0);
   EXPECT_EQ(std::fputc('x', stream), EOF);
 
-  // Nothing is left to be lost by closing.
+  // The byte was lost before: closing has nothing left to write.
   EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
             "ufclose: '/dev/full' is not whole, reading or writing it failed");
 }
@@ -231,7 +231,7 @@ TEST(Ufclose, ForgetsTheNameOfAClosedFile) {
   if (full_device_is_missing()) GTEST_SKIP() << "the system has no device that is always full";
   const TempFile file("");
   const auto run = [&file] {
-    // The system likes to use the same stream again.
+    // The C library is likely to reuse the stream.
     ufclose(ufopen(file.name(), "r", "test: input"));
     write_and_close("/dev/full");
   };
@@ -383,7 +383,7 @@ TEST(ReadArray, RefusesAMissingFile) {
 }
 
 TEST(ReadArray, TellsAReadErrorFromTheEndOfTheFile) {
-  // The first page of a process is never mapped, so that reading it fails.
+  // The first page of a process is never mapped: reading it fails.
   const char* const name = "/proc/self/mem";
   if (access(name, R_OK) != 0) GTEST_SKIP() << "the system has no file that opens but cannot be read";
   std::int32_t array[2] = {};

@@ -32,7 +32,8 @@ void expect_aligned_for_any_type(const void* block) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t), 0U) << block;
 }
 
-// Each kind of block in turn, together far more than the limit: keeping any of them ends the program.
+// Allocates each kind of block in turn, in total far more than the limit: a leak of any kind ends the
+// program.
 void allocate_and_free_under_a_limit() {
   const rlimit limit{1024 * kMiB, 1024 * kMiB};
   if (setrlimit(RLIMIT_AS, &limit) != 0) std::exit(2);
@@ -236,7 +237,7 @@ TEST(Usfree, AllowsNull) { EXPECT_EXIT((_usfree(nullptr), std::exit(0)), ExitedW
 TEST(Usfree, LetsMemoryBeAllocatedAgain) {
   if (kAddressSanitizer)
     GTEST_SKIP() << "the address sanitizer needs more address space than the limit leaves";
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a program of its own, without pools
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a new process, without pools
   EXPECT_EXIT(allocate_and_free_under_a_limit(), ExitedWithCode(0), StrEq(""));
 }
 

@@ -20,10 +20,10 @@ using testing::ElementsAre;
 using testing::ExitedWithCode;
 using testing::StrEq;
 
-// The compiler warns of a literal that is empty.
+// A function, because compilers warn of an empty literal as a format.
 const char* empty_text() { return ""; }
 
-// From here on standard output ends where standard error does, still with a buffer of its own.
+// Redirects standard output to standard error; it keeps its own buffer.
 void send_standard_output_to_standard_error() {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   std::setvbuf(stdout, nullptr, _IOFBF, 4096);
@@ -100,7 +100,7 @@ TEST(Uwarning, DoesNotDoubleALineEndOfTheFormat) {
             "quillon: warning: no net 4\nquillon: warning: no cell\n");
 }
 
-TEST(Uwarning, TakesPercentSignsOfAnArgumentAsText) {
+TEST(Uwarning, PrintsPercentSignsOfAnArgumentAsText) {
   EXPECT_EQ(warning_of(3, "100%d"), "quillon: warning: cell 3: 100%d\n");
 }
 
@@ -226,7 +226,7 @@ TEST(FatalHandlersDeathTest, ThatFailThemselvesGetTheDefault) {
   set_fatal_handler(nullptr);
 }
 
-// Gives a process no more address space than it has, and no blocks of its own to use again.
+// Leaves a process no address space to allocate.
 void end_all_memory() {
   const rlimit none{0, 0};
   if (setrlimit(RLIMIT_AS, &none) != 0) std::exit(2);

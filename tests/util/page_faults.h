@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// How often filling memory waits for the system to hand out a page.
+/// Counts the page faults of filling memory.
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -22,8 +22,8 @@ inline std::uint64_t faults_of_filling(void* block, std::uint64_t bytes) {
   return minor_faults() - before;
 }
 
-/// Page faults of filling memory that was mapped and advised without our help, or all its small pages where
-/// the system has no huge ones.
+/// Page faults of filling memory that was mapped and advised directly by system calls; the number of small
+/// pages if the system has no huge ones.
 inline std::uint64_t faults_at_best(std::uint64_t bytes) {
   std::uint64_t faults = bytes / 4096;
 #ifdef MADV_HUGEPAGE

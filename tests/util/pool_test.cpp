@@ -21,8 +21,8 @@
 #include "util/util.h"
 
 #ifdef QUILLON_TESTS_ADDRESS_SANITIZER
-// A program that a test ends leaks nothing of interest, and searching a pool that is one large heap block for
-// leaks takes a second. The tests' own program is searched.
+// No leak check in the children of death tests: their leaks do not matter, and it would need a second to
+// search a pool that is one large heap block. The test program itself is checked.
 extern "C" int __lsan_is_turned_off() {  // NOLINT(bugprone-reserved-identifier)
   return static_cast<int>(testing::internal::InDeathTestChild());
 }
@@ -45,14 +45,14 @@ char* take(int pool, std::uint64_t bytes) {
 
 int release(int pool, void* block) { return poolfree_upto(pool, block, "test: release"); }
 
-// Where the next block of a pool will lie.
+// The address of the next block of a pool.
 char* next_address(int pool) {
   char* const block = take(pool, 0);
   release(pool, block);
   return block;
 }
 
-// Every test leaves the pools as it found them, so all of them start with empty ones.
+// Every test checks that it has restored the pools: all tests start with empty ones.
 class Pools : public testing::Test {
  protected:
   void SetUp() override {
@@ -110,7 +110,7 @@ std::string not_held(int pool, const void* block, const std::string& newest) {
          " for \"test: release\"; its newest is " + newest;
 }
 
-// Bytes of this process that are in memory, or 0 where the system does not tell.
+// Resident memory of this process in bytes, or 0 if the system does not tell.
 std::uint64_t resident() {
   std::ifstream statm("/proc/self/statm");
   std::uint64_t total = 0;
@@ -166,7 +166,7 @@ TEST_F(Poolalloc, NeverMovesBlocksNorTouchesTheirContents) {
 }
 
 TEST_F(Poolalloc, FillsLargeBlocksWithFewPageFaults) {
-  constexpr std::uint64_t kBytes = 192 * kMiB;  // more than the pool may have kept
+  constexpr std::uint64_t kBytes = 192 * kMiB;  // more than a pool keeps after a release
   constexpr std::uint64_t kFew = kBytes / 4096 / 4;
   if (kPortable || kAddressSanitizer)
     GTEST_SKIP() << "this build asks for no huge pages, or fills shadow pages too";
@@ -329,7 +329,7 @@ TEST_F(PoolfreeUpto, GivesMemoryBackToTheSystemAndKeepsSomeForTheNextBlocks) {
   const std::uint64_t filled = resident();
   EXPECT_GE(filled, 250 * kMiB);
 
-  // All but 64 MiB, rounded up, of what the pool had.
+  // All memory of the pool except 64 MiB, rounded up, is returned.
   EXPECT_EQ(release(0, block), 1);
   EXPECT_LT(resident() + 180 * kMiB, filled);
   EXPECT_GT(resident() + 190 * kMiB, filled);
@@ -356,7 +356,7 @@ TEST_F(PoolfreeUpto, MakesMemoryGivenBackUnusable) {
   EXPECT_EXIT(*const_cast<volatile char*>(block + 100 * kMiB) = 1, KilledBySignal(SIGSEGV), StrEq(""));
 }
 
-// Tests of what the address sanitizer sees.
+// Tests that the address sanitizer detects invalid accesses.
 class PoolsUnderTheAddressSanitizer : public Pools {
  protected:
   void SetUp() override {
@@ -415,7 +415,7 @@ TEST_F(PoolsUnderTheAddressSanitizer, ReleasedBlocksAreGone) {
   for (char* const byte : {middle, middle + 999, last, last + 999}) expect_unaddressable(byte);
   kept[99] = 1;
 
-  // A shorter block in the same place does not open the rest of it.
+  // A shorter block in the same place does not make the rest addressable.
   EXPECT_EQ(take(0, 10), middle);
   middle[9] = 1;
   expect_unaddressable(middle + 10);
@@ -424,7 +424,7 @@ TEST_F(PoolsUnderTheAddressSanitizer, ReleasedBlocksAreGone) {
 }
 
 TEST_F(PoolsUnderTheAddressSanitizer, LargeReleasedBlocksAreGoneAndOpenAgain) {
-  // No other test takes so much, so that behind the block nothing was ever used.
+  // No other test allocates as much: the memory after the block was never used.
   for (int round = 0; round < 2; ++round) {
     char* const block = take(1, 300 * kMiB);
     block[0] = block[300 * kMiB - 1] = 1;
@@ -441,7 +441,7 @@ TEST_F(PoolsUnderTheAddressSanitizer, ARefusedReleaseLooksAtNoForeignMemory) {
   release(0, block);
 }
 
-// Tests that run in a program of their own, where no pool has been used, under a limit on what it may take.
+// Tests that run in new processes, in which no pool has been used, under a limit on memory.
 class PoolsUnderALimit : public testing::Test {
  protected:
   void SetUp() override {
@@ -486,7 +486,7 @@ TEST_F(PoolsUnderALimit, LeaveRoomForTheHeap) {
   EXPECT_EXIT(run(), ExitedWithCode(0), StrEq(""));
 }
 
-TEST_F(PoolsUnderALimit, TakeAQuarterOfTheAddressSpaceEach) {
+TEST_F(PoolsUnderALimit, UseAQuarterOfTheAddressSpaceEach) {
   if (kPortable) GTEST_SKIP() << "this build knows no limits";
   const auto run = [] {
     limit(RLIMIT_AS, 512 * kMiB);
@@ -529,16 +529,16 @@ TEST_F(PoolsUnderALimit, CanBeFilledToTheirEnd) {
   EXPECT_EXIT(run(0, 100'000), ExitedWithCode(1),
               StrEq("quillon: error: poolalloc: pool 1 cannot provide 100000 bytes for \"test: block\"\n"));
 
-  // Three lines a block: the lines that are left in the end are none, one or two, once each.
+  // Each block has three lines: at the end of the pool 0, 1 and 2 lines remain, one case each.
   for (const int nfirst : {0, 1, 2}) {
     EXPECT_EXIT(run(nfirst, 65), ExitedWithCode(1),
                 StrEq("quillon: error: poolalloc: pool 1 cannot provide 65 bytes for \"test: block\"\n"));
   }
 }
 
-TEST_F(PoolsUnderALimit, AreSmallerWhereOtherMappingsTakeTheAddressSpace) {
+TEST_F(PoolsUnderALimit, AreSmallerWhereOtherMappingsUseTheAddressSpace) {
   if (kPortable) GTEST_SKIP() << "this build knows no limits";
-  // Of 512 MiB less than 112 MiB are left: no quarter any more, but an eighth.
+  // Less than 112 MiB of 512 MiB are left: too few for a quarter, enough for an eighth.
   const auto run = [](std::uint64_t bytes) {
     if (mmap(nullptr, 400 * kMiB, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED) std::exit(2);
     limit(RLIMIT_AS, 512 * kMiB);

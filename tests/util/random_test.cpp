@@ -31,9 +31,8 @@ struct Draws {
   std::array<int, 8> values;
 };
 
-// Worked out by a transcription of the published algorithms into exact integer arithmetic: of each 64-bit
-// number the upper half x gives floor(m x / 2^32), unless m x mod 2^32 is below 2^32 mod m, which takes the
-// next number.
+// Computed from the published algorithms in exact integer arithmetic: the upper half x of a 64-bit number
+// gives floor(m x / 2^32), unless m x mod 2^32 is below 2^32 mod m; then the next number is used.
 constexpr Draws kDraws[] = {
     {0, 1, {0, 0, 0, 0, 0, 0, 0, 0}},
     {0, 2, {1, 1, 0, 0, 1, 1, 0, 1}},
@@ -85,7 +84,7 @@ std::vector<int> draws(int m, int count) {
   return values;
 }
 
-// Pearson's statistic of counts that should be equal.
+// Pearson's statistic for counts that should be equal.
 double chi_square(const std::vector<int>& counts) {
   const double mean = std::accumulate(counts.begin(), counts.end(), 0.0) / static_cast<double>(counts.size());
   double sum = 0;
@@ -111,14 +110,14 @@ TEST(URandom, GivesThePublishedStreamFarFromItsStart) {
   for (int i = 0; i < 1'000'000; ++i) uRandom(kLargest);
   EXPECT_THAT(draws(kLargest, 4), ElementsAre(1789334810, 1514539812, 1210305162, 1673317005));
 
-  // With this bound one number in four is passed over.
+  // With this bound one number in four is skipped.
   uSeed(42);
   for (int i = 0; i < 100'000; ++i) uRandom((1 << 30) + 1);
   EXPECT_THAT(draws((1 << 30) + 1, 4), ElementsAre(407761514, 752425596, 967124973, 998810));
 }
 
 TEST(URandom, StartsWithTheStreamOfSeed0) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a program of its own, in which nothing was drawn before
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a new process, in which nothing was drawn before
   EXPECT_EXIT(print_draws_and_exit(), ExitedWithCode(0), StrEq("601 747 103 416 732 999 422 535 "));
 }
 
@@ -173,8 +172,9 @@ TEST(URandom, FavoursNoValueOfASmallRange) {
 }
 
 TEST(URandom, FavoursNoThirdAndNoResidueOfALargeRange) {
-  // 2^32 is 8/3 of this bound: a plain remainder would give each value of the upper third two chances and all
-  // others three, a plain multiplication each value of residue 2 two and all others three.
+  // 2^32 is 8/3 of this bound. A plain remainder would map two 32-bit numbers to each value of the upper
+  // third and three to all others; a plain multiplication, two to each value of residue 2 and three to all
+  // others.
   constexpr int kBound = 3 * (1 << 29);
   uSeed(2024);
   std::vector<int> thirds(3);

@@ -21,7 +21,7 @@
 #include "util/util.h"
 
 namespace {
-bool out_of_memory = false;  // for operator new, which serves the bookkeeping but not umalloc
+bool out_of_memory = false;  // for operator new, which the bookkeeping uses and umalloc does not
 }
 
 void* operator new(std::size_t bytes) {
@@ -48,7 +48,7 @@ char* pool_block(int pool) { return static_cast<char*>(poolalloc(pool, 100, "tes
 
 int release(int pool, void* block) { return poolfree_upto(pool, block, "test: release"); }
 
-// Where the next block of a pool will lie.
+// The address of the next block of a pool.
 char* next_address(int pool) {
   char* const block = pool_block(pool);
   release(pool, block);
@@ -57,7 +57,7 @@ char* next_address(int pool) {
 
 std::FILE* open(const char* name, const char* mode = "r") { return ufopen(name, mode, "test: file"); }
 
-// Runs a call with no memory for operator new, until it fails.
+// Runs a call while operator new fails; memory is available again after the first fatal error.
 template <typename Call>
 std::string fatal_text_out_of_memory(Call call) {
   return fatal_text([&] {
@@ -165,7 +165,7 @@ TEST_F(ScopeOfBlocks, FollowsItsBlocksToNewAddresses) {
   {
     const Scope scope;
     char* block = allocate(10);
-    char* const wall = allocate(10);  // in the way of the first block
+    char* const wall = allocate(10);  // prevents the first block from growing in place
     for (const std::uint64_t bytes : {100'000U, 30U, 1'000'000U, 0U, 5'000'000U})
       block = resize(block, bytes);
     block[4'999'999] = wall[9] = 1;
@@ -574,7 +574,7 @@ TEST_F(ScopeOfStreams, WithoutMemoryOpensNothing) {
   for (int n = 0; n < 3; ++n) EXPECT_EQ(fatal_text_out_of_memory([this] { open(file.name()); }), text);
 }
 
-// Without a Scope of the test's own.
+// The test has no Scope: the failing calls close their streams themselves.
 TEST(AnError, LeavesNoStreamOpen) {
   const ThrowingHandler throwing;
   const TempFile file("1 x");

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// The variant of the utility layer under test: some behaviour exists only in some builds.
+/// The build of the utility layer under test: some behaviour exists only in some builds.
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)

@@ -1,5 +1,4 @@
-// A program with a utility layer of its own below the module, which then takes nothing from the one
-// installed.
+// A program with its own utility layer: the module then uses nothing of the installed one.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
