@@ -23,21 +23,22 @@ enum class Model {
 
 /// Names of cells and nets as JSON texts, by number from 1; empty vectors where the numbers serve as names.
 struct Labels {
-  std::vector<std::string> cells;
-  std::vector<std::string> nets;
+  std::vector<std::string> cells;  ///< By cell number, _c + 1 entries; entry 0 is not used.
+  std::vector<std::string> nets;   ///< By net number, _n + 1 entries; entry 0 is not used.
 };
 
+/// How to read a file. Formats without an option ignore it.
 struct ReadOptions {
   Model model = Model::kRowNet;  ///< Of matrices.
   bool add_diagonal = false;     ///< To square matrices: the missing diagonal entries.
 };
 
+/// How to write a file. Formats without an option ignore it.
 struct WriteOptions {
-  int numbering = 1;  ///< First cell number, where the format has a choice.
-  std::optional<int> weights =
-      {};  ///< 0 none, 1 cells, 2 nets, 3 both; by default those of the record's `_fmt`.
-  Model model = Model::kRowNet;    ///< Of matrices.
-  const Labels* labels = nullptr;  ///< For formats with names; null or empty: the numbers.
+  int numbering = 1;                ///< First cell number, where the format has a choice.
+  std::optional<int> weights = {};  ///< 0 none, 1 cells, 2 nets, 3 both; by default the record's `_fmt`.
+  Model model = Model::kRowNet;     ///< Of matrices.
+  const Labels* labels = nullptr;   ///< For formats with names; null or empty: the numbers.
 };
 
 /// What is different in a file of the target format, or unwelcome to its readers.
@@ -49,11 +50,11 @@ struct Losses {
 
 /// Options that only some formats have, as bits.
 enum OptionBit : unsigned {
-  kNumberingOption = 1,
-  kWeightsOption = 2,
-  kModelOption = 4,
-  kDiagonalOption = 8,
-  kLabelsOption = 16,  // the format has names of cells and nets
+  kNumberingOption = 1,  ///< `WriteOptions::numbering`.
+  kWeightsOption = 2,    ///< `WriteOptions::weights`.
+  kModelOption = 4,      ///< `ReadOptions::model` and `WriteOptions::model`.
+  kDiagonalOption = 8,   ///< `ReadOptions::add_diagonal`.
+  kLabelsOption = 16,    ///< `WriteOptions::labels`: the format has names of cells and nets.
 };
 
 /// An entry of the table of formats.
@@ -68,26 +69,38 @@ struct Format {
 
   /// Reads a text.
   ///
-  /// @param in     At its start.
-  /// @param lists  Out, fresh.
+  /// @param in       At its start.
+  /// @param lists    Out, fresh.
+  /// @param options  Those without meaning to the format are ignored.
   /// @throws BadFile if the text breaks a rule of the format.
   void (*read)(Scanner& in, NetLists& lists, const ReadOptions& options) = nullptr;
 
   /// Writes a file. Null for formats that are only read.
   ///
-  /// @param h  Both sides built.
-  /// @par Errors  Fatal (util/util.h) if the file cannot be written.
+  /// @param h         Read only. Needs both sides.
+  /// @param options   Not refused by `refusal`.
+  /// @param filename  File to write. One that exists is overwritten.
+  /// @par Errors      Fatal (util/util.h) if the file cannot be written.
   void (*write)(const Hypergraph& h, const WriteOptions& options, const char* filename) = nullptr;
 
   /// Why a file cannot be written with these options; empty if it can. Null: it always can. A format that is
   /// only read needs this.
+  ///
+  /// @param options  As for `write`.
   std::string (*refusal)(const WriteOptions& options) = nullptr;
 
   /// Finds what the format cannot hold of a hypergraph. Null: it holds everything.
+  ///
+  /// @param h        Read only. Needs both sides.
+  /// @param options  As for `write`.
+  /// @param losses   Out, appended to.
   void (*find_losses)(const Hypergraph& h, const WriteOptions& options, Losses& losses) = nullptr;
 
   /// Notes what a hypergraph that was read from this format holds and programs for it treat differently.
   /// Null: nothing.
+  ///
+  /// @param h        Read only. Needs both sides.
+  /// @param remarks  Out, appended to.
   void (*note_oddities)(const Hypergraph& h, std::vector<std::string>& remarks) = nullptr;
 };
 

@@ -15,41 +15,59 @@
 
 namespace quillon::formats {
 
-/// All formats, ours first. This table is the only list of them.
+/// @return  All formats, our own first. This table is the only list of them.
 std::span<const Format> all_formats();
 
-/// The format of a name; null if there is none.
+/// Finds a format by name.
+///
+/// @param name  Such as "hmetis"; case matters.
+/// @return      An entry of the table; null if there is none.
 const Format* format_named(std::string_view name);
 
-/// The format that the suffix of a file name stands for, a trailing .gz ignored; null if there is none.
+/// Finds the format that the suffix of a file name stands for.
+///
+/// @param filename  The file need not exist. A trailing .gz is ignored; case matters.
+/// @return          An entry of the table; null if there is none.
 const Format* format_of_file(std::string_view filename);
 
-/// Our own format.
+/// @return  Our own format, the first entry of the table.
 const Format& own_format();
 
-/// Reads a file of a format.
+/// Reads a file of a format, our own too. Errors in the file come with line and column.
 ///
-/// @param filename  File name, or - for standard input.
+/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param format    An entry of the table.
+/// @param options   Those without meaning to the format are ignored.
+/// @return          The contents, for `to_record`.
 /// @throws BadFile if it cannot be read, or breaks a rule of the format.
 NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options);
 
 /// What to do with nets of one pin or none.
-enum class SmallNets { kFold, kKeep };
+enum class SmallNets {
+  kFold,  ///< Removed; only their weights count, in totals of the record and `inw` of cells.
+  kKeep,  ///< Nets like others.
+};
 
 /// Reads a file of our own format by the reader of the module, and builds the cell side.
 ///
-/// @param record    Out, fresh.
-/// @param filename  File name, or - for standard input.
-/// @param warn      Warn about cells named twice and missing cell weights.
-/// @throws BadFile  if it cannot be read, or ends in a comment line, or a line too long, where more is due:
-///                  the readers of the module would wait for ever.
-/// @par Errors      What else is wrong with the file is fatal (util/util.h). Under a handler that throws, a
-///                  Scope (util/scope.h) that outlives `record` frees what is left of the call.
+/// @param record      Out, fresh.
+/// @param filename    File name, or - for standard input; gzip is decompressed.
+/// @param small_nets  Whether to fold them.
+/// @param warn        Warn about cells named twice and missing cell weights.
+/// @throws BadFile    if the input cannot be read, or ends in a comment line, or a line too long, where more
+///                    is due: the readers of the module would wait for ever.
+/// @par Errors        What else is wrong with the file is fatal (util/util.h), also a plain file that cannot
+///                    be opened. Under a handler that throws, a Scope (util/scope.h) that outlives `record`
+///                    frees what is left of the call.
 void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn);
 
 /// Reads a file into a record, both sides built; nets of one pin or none are kept.
 ///
-/// @param format  Null for the format of the file's suffix, or else our own.
+/// @param record    Out, fresh.
+/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param format    Null for the format of the file's suffix, or else our own.
+/// @throws BadFile  as `load_own` for our own format, as `read_file` for others.
+/// @par Errors      As `load_own` for our own format. Out of memory is fatal.
 void load(Record& record, const std::string& filename, const Format* format);
 
 }  // namespace quillon::formats

@@ -13,12 +13,21 @@
 
 namespace quillon::formats {
 
-/// Reads what `write_labels` wrote.
+/// Reads what `write_labels` wrote; lines may come in any order.
 ///
-/// @throws BadFile if a cell or a net has no name, or two have the same.
+/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param ncells    Number of cells.
+/// @param nnets     Number of nets.
+/// @return          The names of all cells and nets.
+/// @throws BadFile if the file cannot be read, a line breaks the format, a cell or a net has no name, or two
+///                 cells or two nets have the same.
 Labels read_labels(const std::string& filename, int ncells, int nnets);
 
-/// @par Errors  Fatal (util/util.h) if the file cannot be written.
+/// Writes names, those of cells first.
+///
+/// @param labels    Their numbers are their indices.
+/// @param filename  File to write.
+/// @par Errors      Fatal (util/util.h) if the file cannot be written.
 void write_labels(const Labels& labels, const char* filename);
 
 }  // namespace quillon::formats

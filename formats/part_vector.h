@@ -13,29 +13,34 @@ namespace quillon::formats {
 
 /// Reads a part number for each cell, from 0, with any white space between them.
 ///
-/// @param filename  File name, or - for standard input.
+/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param ncells    Number of cells.
 /// @param nparts    Number of parts; 0 if unknown: then at most as many as cells.
-/// @return          By cell number; entry 0 is not used.
-/// @throws BadFile  if a part number is missing, is not below `nparts`, or follows that of the last cell.
+/// @return          By cell number, ncells + 1 entries; entry 0 is not used.
+/// @throws BadFile  if the file cannot be read, or if a part number is missing, is not below `nparts`, or
+/// follows that of the last cell.
 std::vector<int> read_parts(const std::string& filename, int ncells, int nparts);
 
 /// Writes a part vector with one number a line.
 ///
-/// @param parts  By cell number; entry 0 is ignored.
-/// @par Errors   Fatal (util/util.h) if the file cannot be written.
+/// @param parts     By cell number; entry 0 is ignored.
+/// @param filename  File to write.
+/// @par Errors      Fatal (util/util.h) if the file cannot be written.
 void write_parts_by_line(const std::vector<int>& parts, const char* filename);
 
 /// Reads a permutation of the cells: on each line the old number of a new cell, from 1.
 ///
-/// @param filename  File name, or - for standard input.
-/// @return          By new cell number; entry 0 is 0.
-/// @throws BadFile  if a cell is missing, or named twice.
+/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param ncells    Number of cells.
+/// @return          By new cell number, ncells + 1 entries; entry 0 is 0.
+/// @throws BadFile  if the file cannot be read, or if a cell is missing, or named twice.
 std::vector<int> read_permutation(const std::string& filename, int ncells);
 
 /// Writes a permutation with one number a line.
 ///
-/// @param order  By cell number; entry 0 is ignored.
-/// @par Errors   Fatal (util/util.h) if the file cannot be written.
+/// @param order     By new cell number; entry 0 is ignored.
+/// @param filename  File to write.
+/// @par Errors      Fatal (util/util.h) if the file cannot be written.
 void write_permutation(const std::vector<int>& order, const char* filename);
 
 }  // namespace quillon::formats

@@ -6,6 +6,7 @@
 
 namespace quillon::formats {
 
+/// A hypergraph and what its reader left out of it. Freed with this object.
 struct Record {
   Hypergraph h{};   ///< In heap memory of the utility layer.
   int nfolded = 0;  ///< Nets of one pin or none that the reader folded into totals.

@@ -157,7 +157,7 @@ NotWritten::NotWritten(const std::string& target)
 NotWritten::~NotWritten() = default;
 
 // One file. Exactly one of the three kinds of storage is used.
-struct Outputs::Staged {
+struct [[gnu::visibility("hidden")]] Outputs::Staged {
   std::string written;                           // the name to write to
   std::string target;                            // as the user named it
   std::string place;                             // of a regular file, with links followed

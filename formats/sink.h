@@ -18,12 +18,11 @@ namespace quillon::formats {
 /// Thrown, with the cause nested in it, when a file could not be written.
 class NotWritten : public std::runtime_error {
  public:
+  /// @param target  As given to `Outputs::write`.
   explicit NotWritten(const std::string& target);
   ~NotWritten() override;
-  NotWritten(const NotWritten&) = default;
-  NotWritten& operator=(const NotWritten&) = default;
 
-  /// As given to `Outputs::write`.
+  /// @return  As given to `Outputs::write`.
   [[nodiscard]] const std::string& target() const { return target_; }
 
  private:
@@ -58,16 +57,26 @@ class Outputs {
   std::vector<std::unique_ptr<Staged>> files_;
 };
 
-/// Removes the temporary files of all `Outputs`. For signal handlers: uses nothing but `unlink`.
+/// Removes the temporary files of all `Outputs`, up to 16. For signal handlers: calls nothing but `unlink`.
 void remove_temporary_files();
 
-/// @par Errors  Fatal (util/util.h) if `target` is one of the input files.
+/// Refuses to write a file that is also read.
+///
+/// @param inputs  File names; empty ones and - are ignored.
+/// @param target  As given to `Outputs::write`.
+/// @par Errors    Fatal (util/util.h) if `target` is one of the input files, by whatever path.
 void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target);
 
-/// Whether a target stands for standard output.
+/// Tests whether a target stands for standard output.
+///
+/// @param target  As given to `Outputs::write`.
+/// @return        True for - and /dev/stdout.
 bool is_standard_output(const std::string& target);
 
-/// What messages call a target: its name in quotes, or "standard output".
+/// Names a target as messages do.
+///
+/// @param target  As given to `Outputs::write`.
+/// @return        Its name in single quotes, or "standard output".
 std::string shown_target(const std::string& target);
 
 }  // namespace quillon::formats

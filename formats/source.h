@@ -29,6 +29,8 @@ class Watcher {
   /// @param total  Bytes in all, 0 if unknown.
   /// @param done   Bytes so far; any thread may call it until `end`.
   virtual void begin(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done) = 0;
+
+  /// The read that began last ends, well or not.
   virtual void end() = 0;
 };
 
@@ -41,6 +43,9 @@ Watcher* set_watcher(Watcher* watcher);
 /// Tells the watcher, if there is one, of a read that lasts as long as this object.
 class Watch {
  public:
+  /// @param what   As for `Watcher::begin`.
+  /// @param total  As there.
+  /// @param done   As there.
   Watch(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done);
   ~Watch();
   Watch(const Watch&) = delete;
@@ -50,28 +55,31 @@ class Watch {
   Watcher* watcher_;
 };
 
-/// Watches the offset of an open regular file; nothing for other files.
+/// Watches the offset of an open regular file.
 ///
 /// @param name        As messages name the file.
 /// @param descriptor  Open; may be closed before the watch ends.
+/// @return            Destroy it when the read ends; null without a watcher and for other files.
 std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor);
 
 /// An open file, pipe or standard input.
 class Source {
  public:
-  /// @param name    File name, or - for standard input.
+  /// @param name  File name, or - for standard input.
   /// @throws BadFile if it cannot be opened.
   explicit Source(const std::string& name);
   ~Source();
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
 
-  /// As messages name it.
+  /// @return  The file name, or "standard input", as messages say.
   [[nodiscard]] const std::string& name() const { return name_; }
 
   /// Fills `bytes` as far as the input goes.
   ///
-  /// @return  Number of bytes, less than `size` only at the end.
+  /// @param bytes  Out, room for `size` bytes.
+  /// @param size   Number of bytes wanted.
+  /// @return       Number of bytes, less than `size` only at the end.
   /// @throws BadFile if the input cannot be read, or its compressed data is damaged or truncated.
   std::size_t read(char* bytes, std::size_t size);
 
@@ -95,12 +103,17 @@ class Source {
   std::unique_ptr<Watch> watch_;
 };
 
-/// The whole contents of a file or of standard input.
+/// Reads a whole input.
 ///
+/// @param name  File name, or - for standard input.
+/// @return      Its bytes, decompressed.
 /// @throws BadFile as `Source` does.
 std::string read_all(const std::string& name);
 
-/// What messages call a file: its name, or "standard input" for -.
+/// Names an input as messages do.
+///
+/// @param name  File name, or -.
+/// @return      The name, or "standard input" for -.
 std::string shown_name(const std::string& name);
 
 }  // namespace quillon::formats

@@ -16,9 +16,12 @@ inline int group_of(int index, int count, int ngroups) {
   return static_cast<int>(std::int64_t{index} * ngroups / count);
 }
 
-/// The first item of a run, 0-based; `count` for the run after the last.
+/// The first item of a run.
 ///
-/// @param group  Run, 0-based, up to `ngroups`; `count` and `ngroups` as for `group_of`.
+/// @param group    Run, 0-based, up to `ngroups`.
+/// @param count    As for `group_of`.
+/// @param ngroups  As for `group_of`.
+/// @return         Item, 0-based; `count` for the run after the last.
 inline int group_begin(int group, int count, int ngroups) {
   return static_cast<int>((std::int64_t{group} * count + ngroups - 1) / ngroups);
 }

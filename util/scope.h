@@ -56,11 +56,13 @@ class Scope {
   /// Makes the destructor release nothing.
   void keep() { kept_ = true; }
 
-  /// Lowest tops of the pools since construction, in bytes from the bottom. Internal.
+  /// @cond  for the pools only
+  /// Lowest tops of the pools since construction, in bytes from the bottom.
   struct PoolMarks {
     std::uint64_t lowest[2];
     PoolMarks* outer;
   };
+  /// @endcond
 
  private:
   std::uint64_t first_block_;
