@@ -9,12 +9,19 @@ foreach(kind IN LISTS quillon_kinds)
     DESTINATION ${package_dir} COMPONENT quillon_development)
 endforeach()
 
-# quillon.pc finds the prefix relative to itself, so that an installation can be moved.
+# Files for pkg-config find the prefix relative to themselves, so that an installation can be moved.
 file(RELATIVE_PATH to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
-configure_file(cmake/quillon.pc.in quillon.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/quillon.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT quillon_development)
+function(quillon_pkg_config pc_name pc_description pc_requires pc_libs pc_private)
+  configure_file(cmake/quillon.pc.in ${pc_name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc_name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT quillon_development)
+endfunction()
+quillon_pkg_config(quillon "${PROJECT_DESCRIPTION}" "" "-lquillon_hypergraph -lquillon_util" "")
+quillon_pkg_config(quillon-measures "Measures of hypergraphs and partitions" quillon -lquillon_measures "")
+if(QUILLON_FORMATS)
+  quillon_pkg_config(quillon-formats "Reads and writes hypergraph files" quillon -lquillon_formats -lz)
+endif()
 
 # For Debian, packaging/debian.cmake installs the page compressed.
 if(QUILLON_TOOLS AND NOT QUILLON_DEBIAN)

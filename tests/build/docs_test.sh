@@ -51,7 +51,7 @@ check_links() {
     while read -r link; do
       nlinks=$((nlinks + 1))
       [ -e "$(dirname "$document")/${link%%#*}" ] || fail "$document: there is no '$link'"
-    done < <(grep -oE '\]\([^)]+\)' "$document" | sed -E 's/^\]\((.*)\)$/\1/' | grep -vE '^(https?:|mailto:|#)' || true)
+    done < <(awk '/^```/ { code = !code } !code' "$document" | grep -oE '\]\([^)]+\)' | sed -E 's/^\]\((.*)\)$/\1/' | grep -vE '^(https?:|mailto:|#)' || true)
   done < <(find "$source_dir" -name '*.md' -not -path '*/build/*' -not -path '*/.git/*')
   [ "$nlinks" -gt 0 ] || fail "no document has a link"
   echo "links: $nlinks"
@@ -67,12 +67,13 @@ check_reference() {
   doxygen_at "$source_dir" || fail "the headers lack something: $(cat "$place/log")"
   [ ! -s "$place/log" ] || fail "doxygen says: $(cat "$place/log")"
   local name
-  for name in read_hypergraph CopyConsHypergraph PrintPins poolfree_upto uSeed; do
+  for name in read_hypergraph CopyConsHypergraph PrintPins poolfree_upto uSeed read_file BadFile Outputs cut_sizes figures_of; do
     grep -rq "$name" "$place/reference/html" || fail "the reference has no $name"
   done
+  ! grep -rq --exclude='*_source.html' PoolMarks "$place/reference/html" || fail "the reference has the internal PoolMarks"
 
   mkdir "$place/broken"
-  cp -r "$source_dir/docs" "$source_dir/hypergraph" "$source_dir/util" "$place/broken"
+  cp -r "$source_dir"/{docs,util,hypergraph,formats,measures} "$place/broken"
   sed -i 's|^/// @param maxsize .*|///|' "$place/broken/hypergraph/hypergraph.h"
   ! doxygen_at "$place/broken" || fail "a parameter without a word on it went unnoticed"
   grep -q maxsize "$place/log" || fail "the parameter is not named: $(cat "$place/log")"
