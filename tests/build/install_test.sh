@@ -66,7 +66,7 @@ consumer fetch_content shared "${sources[@]}" -D CONSUMER_QUILLON=FetchContent -
 program_in docs/library.md Errors "$place/errors.cpp"
 survives() {  # survives KIND PROGRAM: the program of "Errors" goes on after a file that cannot be read
   ! "$2" "$place/missing.qhg" "$source_dir/data/davis.qhg" 2>"$place/log" || fail "$2 reads a file that does not exist"
-  grep -q "^$place/missing.qhg: cannot open " "$place/log" || { cat "$place/log"; fail "$2 has another message"; }
+  grep -q "^$place/missing.qhg: ufopen: cannot open " "$place/log" || { cat "$place/log"; fail "$2 has another message"; }
   "$2" "$source_dir/data/davis.qhg" "$source_dir/data/lesmis.qhg" || fail "$2 does not read sound files"
   linked "$1" "$2"
 }
