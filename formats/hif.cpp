@@ -490,7 +490,7 @@ void write_incidences(std::FILE* file, const Hypergraph& h, const Labels& labels
 }  // namespace
 
 void write_hif(const Hypergraph& h, const WriteOptions& options, const char* filename) {
-  static const Labels kNone;
+  static const Labels kNone{};
   const Labels& labels = options.labels == nullptr ? kNone : *options.labels;
   std::FILE* const file = ufopen(filename, "w", "quillon convert: HIF");
   std::fprintf(file, "{\"network-type\":\"undirected\",\n\"nodes\":[");
