@@ -21,13 +21,10 @@ const char* name_of(Severity severity) {
 
 std::string text_of(const Finding& finding) {
   std::string text;
-  if (finding.line > 0)
-    text.append(finding.file)
-        .append(":")
-        .append(std::to_string(finding.line))
-        .append(":")
-        .append(std::to_string(finding.column))
-        .append(": ");
+  if (finding.line > 0) {
+    text.append(finding.file).append(":").append(std::to_string(finding.line));
+    text.append(":").append(std::to_string(finding.column)).append(": ");
+  }
   text.append(name_of(finding.severity)).append(": ").append(finding.message);
   if (!finding.hint.empty()) text.append(" (").append(finding.hint).append(")");
   return text;
