@@ -119,12 +119,12 @@ TEST(Outputs, NameTheTargetAndTheCauseOfAFatalError) {
   Outputs outputs;
   EXPECT_EQ(not_written(
                 [&] { outputs.write(folder.at("a"), [](const char* /*filename*/) { errexit("no kub"); }); }),
-            "'" + folder.at("a") + "' is not written, because of the error above\nno kub");
+            "cannot write '" + folder.at("a") + "'\nno kub");
   EXPECT_EQ(
       not_written([&] {
         outputs.write("-", [](const char* /*filename*/) { throw BadFile({"a-b", {}, "f", 0, 0, "m", ""}); });
       }),
-      "standard output is not written, because of the error above\nerror: m");
+      "cannot write standard output\nerror: m");
 }
 
 TEST(Outputs, RefuseATargetNamedTwice) {

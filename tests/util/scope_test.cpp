@@ -29,6 +29,9 @@ void* operator new(std::size_t bytes) {
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+void* operator new(std::size_t bytes, const std::nothrow_t& /*nothrow*/) noexcept {
+  return out_of_memory ? nullptr : std::malloc(bytes);
+}
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t /*bytes*/) noexcept { std::free(block); }
 
