@@ -351,7 +351,7 @@ TEST(ReaderDeathTest, ABrokenFileEndsTheProgramWithStatus1) {
 }
 
 TEST(ReaderDeathTest, TheMessageOfALongLineIsPrintedWhole) {
-  const std::string line(10'000'000, '7');
+  const std::string line(8'000'000, '7');
   EXPECT_EXIT(read_text(read_hypergraph_with_onepin_netsFromFile, "1 2 1 2 1\n1 2\n" + line),
               ExitedWithCode(1),
               Eq("quillon: error: read_hypergraph: no newline at the end of line '" + line + "'\n"));
