@@ -2,7 +2,7 @@
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quillon)
 write_basic_package_version_file(quillonConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_SOURCE_DIR}/cmake/quillonConfig.cmake ${PROJECT_BINARY_DIR}/quillonConfigVersion.cmake
+install(FILES cmake/quillonConfig.cmake cmake/FindZstd.cmake ${PROJECT_BINARY_DIR}/quillonConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT quillon_development)
 foreach(kind IN LISTS quillon_kinds)
   install(EXPORT quillon-${kind} NAMESPACE quillon:: FILE quillon-${kind}.cmake
@@ -20,7 +20,7 @@ endfunction()
 quillon_pkg_config(quillon "${PROJECT_DESCRIPTION}" "" "-lquillon_hypergraph -lquillon_util" "")
 quillon_pkg_config(quillon-measures "Measures of hypergraphs and partitions" quillon -lquillon_measures "")
 if(QUILLON_FORMATS)
-  quillon_pkg_config(quillon-formats "Reads and writes hypergraph files" quillon -lquillon_formats -lz)
+  quillon_pkg_config(quillon-formats "Reads and writes hypergraph files" quillon -lquillon_formats "-lz -lzstd")
 endif()
 
 # For Debian, packaging/debian.cmake installs the page compressed.

@@ -6,7 +6,12 @@
 # quillon::hypergraph_static, quillon::hypergraph_shared and those of the other libraries are defined for every
 # installed kind.
 
-find_package(ZLIB QUIET)  # for programs that link quillon::formats_static
+# For programs that link quillon::formats_static.
+list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
+find_package(Threads QUIET)
+find_package(ZLIB QUIET)
+find_package(Zstd QUIET)
+list(POP_FRONT CMAKE_MODULE_PATH)
 
 set(quillon_installed_kinds "")
 foreach(kind IN ITEMS static shared)

@@ -94,7 +94,11 @@ const Format* format_named(std::string_view name) {
 }
 
 const Format* format_of_file(std::string_view filename) {
-  if (filename.ends_with(".gz")) filename.remove_suffix(3);
+  for (const std::string_view compressed : kCompressedSuffixes)
+    if (filename.ends_with(compressed)) {
+      filename.remove_suffix(compressed.size());
+      break;
+    }
   for (const Format& format : table())
     for (const std::string_view suffix : format.suffixes)
       if (filename.ends_with(suffix)) return &format;

@@ -26,7 +26,7 @@ const Format* format_named(std::string_view name);
 
 /// Finds the format that the suffix of a file name stands for.
 ///
-/// @param filename  The file need not exist. A trailing .gz is ignored; case matters.
+/// @param filename  The file need not exist. A trailing .gz or .zst is ignored; case matters.
 /// @return          An entry of the table; null if there is none.
 const Format* format_of_file(std::string_view filename);
 
@@ -35,7 +35,7 @@ const Format& own_format();
 
 /// Reads a file of a format, our own too. Errors in the file come with line and column.
 ///
-/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param format    An entry of the table.
 /// @param options   Those without meaning to the format are ignored.
 /// @return          The contents, for `to_record`.
@@ -51,7 +51,7 @@ enum class SmallNets {
 /// Reads a file of our own format by the reader of the module, and builds the cell side.
 ///
 /// @param record      Out, fresh.
-/// @param filename    File name, or - for standard input; gzip is decompressed.
+/// @param filename    File name, or - for standard input; gzip and zstd are decompressed.
 /// @param small_nets  Whether to fold them.
 /// @param warn        Warn about cells named twice and missing cell weights.
 /// @throws BadFile    if the input cannot be read, or ends in a comment line, or a line too long, where more
@@ -64,7 +64,7 @@ void load_own(Record& record, const std::string& filename, SmallNets small_nets,
 /// Reads a file into a record, both sides built; nets of one pin or none are kept.
 ///
 /// @param record    Out, fresh.
-/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param format    Null for the format of the file's suffix, or else our own.
 /// @throws BadFile  as `load_own` for our own format, as `read_file` for others.
 /// @par Errors      As `load_own` for our own format. Out of memory is fatal.

@@ -15,7 +15,7 @@ namespace quillon::formats {
 
 /// Reads what `write_labels` wrote; lines may come in any order.
 ///
-/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param ncells    Number of cells.
 /// @param nnets     Number of nets.
 /// @return          The names of all cells and nets.

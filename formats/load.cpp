@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "formats/compression.h"
 #include "formats/findings.h"
 #include "formats/formats.h"
 #include "formats/source.h"
@@ -99,12 +100,12 @@ bool may_end_in_comment(std::FILE* file) {
   return *(static_cast<const char*>(line_end) + 1) == '%';
 }
 
-// By its first two bytes, whatever its name.
+// By its first bytes, whatever its name.
 bool is_compressed(std::FILE* file) {
-  const int first = std::fgetc(file);
-  const int second = std::fgetc(file);
+  char first[kMagicSize];
+  const std::size_t size = std::fread(first, 1, sizeof first, file);
   std::rewind(file);
-  return first == 0x1f && second == 0x8b;
+  return compression_of_bytes({first, size}) != Compression::kNone;
 }
 
 // An uncompressed regular file that does not end in a comment: the readers get it directly. Null for others.

@@ -13,7 +13,7 @@ namespace quillon::formats {
 
 /// Reads a part number for each cell, from 0, with any white space between them.
 ///
-/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param ncells    Number of cells.
 /// @param nparts    Number of parts; 0 if unknown: then at most as many as cells.
 /// @return          By cell number, ncells + 1 entries; entry 0 is not used.
@@ -30,7 +30,7 @@ void write_parts_by_line(const std::vector<int>& parts, const char* filename);
 
 /// Reads a permutation of the cells: on each line the old number of a new cell, from 1.
 ///
-/// @param filename  File name, or - for standard input; gzip is decompressed.
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param ncells    Number of cells.
 /// @return          By new cell number, ncells + 1 entries; entry 0 is 0.
 /// @throws BadFile  if the file cannot be read, or if a cell is missing, or named twice.

@@ -47,7 +47,7 @@ struct Range {
 
 /// Reads a whole file.
 ///
-/// @param name  File name, or - for standard input; gzip is decompressed.
+/// @param name  File name, or - for standard input; gzip and zstd are decompressed.
 /// @return      At the start of the text.
 /// @throws BadFile if it cannot be read.
 Scanner open_scanner(const std::string& name);

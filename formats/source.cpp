@@ -3,28 +3,29 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "formats/compression.h"
+#include "formats/descriptor.h"
 #include "formats/findings.h"
+#include "formats/read_ahead.h"
 
 namespace quillon::formats {
 namespace {
 
-constexpr unsigned kBufferSize = 1U << 18;     // of zlib
-constexpr std::size_t kMostAtOnce = 1U << 30;  // bytes that one call of zlib can return
+constexpr std::size_t kMostPeeked = std::size_t{1} << 20;
 
 Watcher* current_watcher = nullptr;
 
-gzFile gz(void* file) { return static_cast<gzFile>(file); }
-
-// A copy that other programs do not inherit.
-int duplicate(int descriptor) { return fcntl(descriptor, F_DUPFD_CLOEXEC, 0); }
+// Ends the thread that decompresses when nobody wants its bytes any more.
+struct Stopped {};
 
 }  // namespace
 
@@ -58,70 +59,144 @@ std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor) {
 
 std::string shown_name(const std::string& name) { return name == "-" ? "standard input" : name; }
 
-Source::Source(const std::string& name) : name_(shown_name(name)) {
-  const int descriptor = name == "-" ? duplicate(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0)
-    throw BadFile({"cannot-open", Severity::kError, name_, 0, 0,
-                   "cannot open '" + name_ + "': " + std::strerror(errno), ""});
-  file_.reset(gzdopen(descriptor, "r"));
-  if (file_ == nullptr) {
-    close(descriptor);
-    throw BadFile(
-        {"cannot-open", Severity::kError, name_, 0, 0, "cannot open '" + name_ + "': out of memory", ""});
-  }
-  gzbuffer(gz(file_.get()), kBufferSize);
+struct [[gnu::visibility("hidden")]] Source::State {
+  std::string name;
+  Descriptor file;
+  bool is_regular = false;
+  bool has_begun = false;                      // the first bytes have been read
+  bool has_ended = false;                      // nothing is read again: a terminal could go on
+  std::unique_ptr<Stop> stop;                  // for the thread
+  std::unique_ptr<Decompressor> decompressor;  // null for plain files
+  std::unique_ptr<ReadAhead> read_ahead;       // null if the system has no thread left
+  std::vector<char> ahead;                     // read but not consumed, from `ahead_begin` on
+  std::ptrdiff_t ahead_begin = 0;
+  std::shared_ptr<std::atomic<std::uint64_t>> nread = std::make_shared<std::atomic<std::uint64_t>>(0);
+  std::unique_ptr<Watch> watch;
+
+  explicit State(const std::string& file_name);
+  [[noreturn]] void fail(const char* rule, const std::string& reason) const;
+  std::size_t read_file(char* bytes, std::size_t size);
+  void begin();
+  void begin_decompressing(Compression compression, std::string_view first);
+  std::size_t consume_ahead(char* bytes, std::size_t size);
+  std::size_t fetch(char* bytes, std::size_t size);
+  std::size_t decompress(char* bytes, std::size_t size);
+};
+
+Source::State::State(const std::string& file_name)
+    : name(shown_name(file_name)),
+      file(file_name == "-" ? duplicate(STDIN_FILENO) : open(file_name.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (!file.is_open())
+    throw BadFile({"cannot-open", Severity::kError, name, 0, 0,
+                   "cannot open '" + name + "': " + std::strerror(errno), ""});
+  struct stat status {};
+  is_regular = fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode);
 
   // The offset of a file tells how much is left, compressed or not; a pipe only has bytes so far.
-  watch_ = watch_file(name_, descriptor);
-  if (watch_ == nullptr)
-    watch_ = std::make_unique<Watch>("reading " + name_, 0, [nread = nread_] { return nread->load(); });
+  watch = watch_file(name, file.number());
+  if (watch == nullptr)
+    watch = std::make_unique<Watch>("reading " + name, 0, [count = nread] { return count->load(); });
 }
 
-void Source::Close::operator()(void* file) const { gzclose(gz(file)); }
-
-Source::~Source() = default;
-
-void Source::fail(const std::string& reason) const {
-  throw BadFile({"cannot-read", Severity::kError, name_, 0, 0, "cannot read '" + name_ + "': " + reason, ""});
+void Source::State::fail(const char* rule, const std::string& reason) const {
+  throw BadFile({rule, Severity::kError, name, 0, 0, "cannot read '" + name + "': " + reason, ""});
 }
 
-void Source::fail_reading() const {
-  const int system_error = errno;
-  int status = Z_OK;
-  const char* const reason = gzerror(gz(file_.get()), &status);
-  if (status == Z_MEM_ERROR) fail("out of memory");
-  if (status == Z_ERRNO) fail(std::strerror(system_error));
-  // zlib begins with a name of its own, "<fd:3>: ".
-  const char* const name_end = std::strstr(reason, ">: ");
-  fail(std::string("its compressed data is damaged: ") + (name_end == nullptr ? reason : name_end + 3));
-}
-
-void Source::check_complete() const {
-  int status = Z_OK;
-  gzerror(gz(file_.get()), &status);
-  if (status == Z_BUF_ERROR) fail("its compressed data is cut off");
-}
-
-std::size_t Source::read(char* bytes, std::size_t size) {
+// Runs on the other thread if there is one.
+std::size_t Source::State::read_file(char* bytes, std::size_t size) {
   std::size_t filled = 0;
-  while (filled < size) {
-    errno = 0;
-    const int length =
-        gzread(gz(file_.get()), bytes + filled, static_cast<unsigned>(std::min(size - filled, kMostAtOnce)));
-    if (length < 0) fail_reading();
-    if (length == 0) {
-      check_complete();
-      break;
-    }
+  while (filled < size && !has_ended) {
+    if (stop != nullptr && !stop->wait_to_read(file.number())) throw Stopped();
+    const std::ptrdiff_t length = read_some(file.number(), bytes + filled, size - filled);
+    if (length < 0) fail("cannot-read", std::strerror(errno));
     filled += static_cast<std::size_t>(length);
-    *nread_ += static_cast<std::uint64_t>(length);
+    has_ended = length == 0;
   }
   return filled;
 }
 
+void Source::State::begin() {
+  if (std::exchange(has_begun, true)) return;
+  ahead.resize(kMagicSize);
+  ahead.resize(read_file(ahead.data(), ahead.size()));
+  const std::string_view first(ahead.data(), ahead.size());
+  if (const Compression compression = compression_of_bytes(first); compression != Compression::kNone)
+    begin_decompressing(compression, first);
+}
+
+void Source::State::begin_decompressing(Compression compression, std::string_view first) {
+  decompressor = make_decompressor(compression, first,
+                                   [this](char* bytes, std::size_t size) { return read_file(bytes, size); });
+  ahead.clear();
+  try {
+    stop = std::make_unique<Stop>();
+    read_ahead = std::make_unique<ReadAhead>(
+        [this](char* bytes, std::size_t size) { return decompressor->read(bytes, size); }, *stop);
+  } catch (const std::system_error&) {
+    // Without a thread, `fetch` decompresses.
+  }
+}
+
+std::size_t Source::State::consume_ahead(char* bytes, std::size_t size) {
+  const auto length = std::min(static_cast<std::ptrdiff_t>(size), std::ssize(ahead) - ahead_begin);
+  std::copy_n(ahead.begin() + ahead_begin, length, bytes);
+  ahead_begin += length;
+  return static_cast<std::size_t>(length);
+}
+
+std::size_t Source::State::fetch(char* bytes, std::size_t size) {
+  try {
+    if (read_ahead != nullptr) return read_ahead->read(bytes, size);
+    return decompressor != nullptr ? decompress(bytes, size) : read_file(bytes, size);
+  } catch (const DamagedData& damage) {
+    fail("bad-compression", damage.what());
+  }
+}
+
+std::size_t Source::State::decompress(char* bytes, std::size_t size) {
+  std::size_t filled = 0;
+  while (filled < size) {
+    const std::size_t wanted = std::min(size - filled, kBlockSize);
+    const std::size_t length = decompressor->read(bytes + filled, wanted);
+    filled += length;
+    if (length < wanted) break;
+  }
+  return filled;
+}
+
+Source::Source(const std::string& name) : state_(std::make_unique<State>(name)) {}
+
+Source::~Source() = default;
+
+const std::string& Source::name() const { return state_->name; }
+
+bool Source::is_regular() const { return state_->is_regular; }
+
+std::size_t Source::read(char* bytes, std::size_t size) {
+  state_->begin();
+  std::size_t filled = state_->consume_ahead(bytes, size);
+  if (filled < size) filled += state_->fetch(bytes + filled, size - filled);
+  *state_->nread += filled;
+  return filled;
+}
+
+std::string_view Source::peek(std::size_t most) {
+  state_->begin();
+  most = std::min(most, kMostPeeked);
+  std::vector<char>& ahead = state_->ahead;
+  ahead.erase(ahead.begin(), ahead.begin() + std::exchange(state_->ahead_begin, 0));
+  if (ahead.size() < most) {
+    std::vector<char> more(most - ahead.size());
+    more.resize(state_->fetch(more.data(), more.size()));
+    ahead.insert(ahead.end(), more.begin(), more.end());
+  }
+  return {ahead.data(), std::min(most, ahead.size())};
+}
+
 void Source::finish() {
-  if (gzdirect(gz(file_.get())) != 0) return;
-  std::vector<char> ignored(kBufferSize);
+  state_->begin();
+  if (state_->decompressor == nullptr) return;
+  std::vector<char> ignored(kBlockSize);
   while (read(ignored.data(), ignored.size()) > 0) {
   }
 }
@@ -131,7 +206,7 @@ std::string read_all(const std::string& name) {
   std::string bytes;
   std::size_t filled = 0;
   do {
-    bytes.resize(std::max<std::size_t>(kBufferSize, 2 * filled));
+    bytes.resize(std::max<std::size_t>(kBlockSize, 2 * filled));
     filled += source.read(bytes.data() + filled, bytes.size() - filled);
   } while (filled == bytes.size());
   bytes.resize(filled);

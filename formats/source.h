@@ -1,13 +1,13 @@
 #pragma once
 /// @file
-/// Bytes of a file or of standard input, decompressed if they are gzip.
+/// Bytes of a file or of standard input, decompressed if they are gzip or zstd.
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #ifdef QUILLON_SHARED_BUILD
 #pragma GCC visibility push(default)
@@ -62,7 +62,11 @@ class Watch {
 /// @return            Destroy it when the read ends; null without a watcher and for other files.
 std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor);
 
-/// An open file, pipe or standard input.
+/// Suffixes of compressed files, which are not part of the suffix that tells the format.
+inline constexpr std::string_view kCompressedSuffixes[] = {".gz", ".zst"};
+
+/// An open file, pipe or standard input. Gzip and zstd, recognised by content, are decompressed on a thread
+/// of their own, in memory of a few MiB and what the window of the data needs (at most 128 MiB).
 class Source {
  public:
   /// @param name  File name, or - for standard input.
@@ -73,15 +77,26 @@ class Source {
   Source& operator=(const Source&) = delete;
 
   /// @return  The file name, or "standard input", as messages say.
-  [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] const std::string& name() const;
+
+  /// @return  False for pipes, devices and the like. Standard input can be a regular file too.
+  [[nodiscard]] bool is_regular() const;
 
   /// Fills `bytes` as far as the input goes.
   ///
   /// @param bytes  Out, room for `size` bytes.
   /// @param size   Number of bytes wanted.
   /// @return       Number of bytes, less than `size` only at the end.
-  /// @throws BadFile if the input cannot be read, or its compressed data is damaged or truncated.
+  /// @throws BadFile if the input cannot be read, or its compressed data is damaged, cut off or followed by
+  ///                 anything else.
   std::size_t read(char* bytes, std::size_t size);
+
+  /// Gives the next bytes without consuming them.
+  ///
+  /// @param most  Number of bytes wanted; more than 1 MiB means 1 MiB.
+  /// @return      Fewer than `most` only at the end. Valid until the next call.
+  /// @throws BadFile as `read` does.
+  std::string_view peek(std::size_t most);
 
   /// Reads compressed data to its end, where its checksum is verified. Does nothing for other files.
   ///
@@ -89,18 +104,8 @@ class Source {
   void finish();
 
  private:
-  struct Close {
-    void operator()(void* file) const;
-  };
-
-  [[noreturn]] void fail(const std::string& reason) const;
-  [[noreturn]] void fail_reading() const;
-  void check_complete() const;
-
-  std::string name_;
-  std::unique_ptr<void, Close> file_;  // zlib's gzFile, which passes uncompressed bytes through
-  std::shared_ptr<std::atomic<std::uint64_t>> nread_ = std::make_shared<std::atomic<std::uint64_t>>(0);
-  std::unique_ptr<Watch> watch_;
+  struct State;
+  std::unique_ptr<State> state_;
 };
 
 /// Reads a whole input.

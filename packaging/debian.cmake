@@ -76,7 +76,7 @@ set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_NAME libquillon-dev)
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_DEPENDS "libquillon ${this_version}")
-set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_RECOMMENDS zlib1g-dev)  # for static linking with quillon::formats
+set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_PACKAGE_RECOMMENDS "libzstd-dev, zlib1g-dev")  # for static linking with quillon::formats
 set(CPACK_DEBIAN_QUILLON_DEVELOPMENT_DESCRIPTION
   "hypergraph module of a partitioning library - development files
 ${purpose}

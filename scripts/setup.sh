@@ -10,7 +10,7 @@ for job in "$@"; do
       packages+=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev)
       packages+=(libpng-dev libfmt-dev libkainjow-mustache-dev libzstd-dev)
       ;;
-    test) packages+=(libgtest-dev libgmock-dev clang gzip python3 python3-jsonschema pkg-config binutils mandoc git) ;;
+    test) packages+=(libgtest-dev libgmock-dev clang gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
     partners) packages+=(python3-scipy python3-jsonschema python3-networkx metis) ;;
     ptscotch) packages+=(libptscotch-dev libopenmpi-dev openmpi-bin) ;;
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;

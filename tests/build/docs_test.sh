@@ -138,7 +138,7 @@ offers() {  # offers EXPECTED WORD...
 
 check_completion() {
   mkdir -p "$place/files/folder"
-  (cd "$place/files" && touch a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz f.part g.html "h 1.qhg" i.json)
+  (cd "$place/files" && touch a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz f.part g.html "h 1.qhg" i.json)
 
   local command
   offers "$(commands | sorted | paste -sd ' ')" ""
@@ -155,10 +155,10 @@ check_completion() {
   offers "a.qhg b.qhg.gz folder h 1.qhg" check --symmetric a.qhg ""
   offers "a.qhg" stats a
   offers "f.part" stats f.  # the only file with this prefix
-  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" convert ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" convert ""
   offers "a.qhg c.hgr folder h 1.qhg i.json" convert --from mtx a.qhg ""
-  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" partition-info -k 3 ""
-  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz f.part folder g.html h 1.qhg i.json" partition-info -k 3 a.qhg ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" partition-info -k 3 ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz f.part folder g.html h 1.qhg i.json" partition-info -k 3 a.qhg ""
   offers "folder g.html" report a.qhg -o ""
   offers "a.qhg folder h 1.qhg" prune --output ""
 

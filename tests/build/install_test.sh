@@ -126,7 +126,7 @@ read -ra libs_of_formats <<<"$(pkg-config --libs quillon-formats quillon-measure
 compile=("${CXX:-c++}" -std=c++20 "${warnings[@]}" "${flags_of_formats[@]}" "$place/formats.cpp")
 "${compile[@]}" -o "$place/formats_by_pkg_config" "${libs_of_formats[@]}" -Wl,-rpath,"$libraries"
 measures shared "$place/formats_by_pkg_config"
-"${compile[@]}" -o "$place/formats_by_pkg_config_static" -Wl,-Bstatic "${libs_of_formats[@]}" -Wl,-Bdynamic -lz
+"${compile[@]}" -o "$place/formats_by_pkg_config_static" -Wl,-Bstatic "${libs_of_formats[@]}" -Wl,-Bdynamic -lz -lzstd
 measures static "$place/formats_by_pkg_config_static"
 echo "pkg-config: shared and static"
 

@@ -32,7 +32,7 @@ cp -r "$place/packages" "$source_dir"/{data,examples,README.md} "$root/quillon"
 cp "$source_dir/tests/build/run_examples.sh" "$root/quillon/tests/build"
 
 # The tool and the libraries it links, on a system without the others.
-inside bash -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends libfmt9 libpng16-16 zlib1g' \
+inside bash -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends libfmt9 libpng16-16 libzstd1 zlib1g' \
   >"$place/log" 2>&1 || { cat "$place/log"; fail "the libraries that the tool needs do not install"; }
 files >"$place/before"
 inside bash -c 'dpkg -i /quillon/packages/libquillon_*.deb /quillon/packages/quillon_*.deb' >"$place/log" 2>&1 ||

@@ -144,10 +144,14 @@ TEST(LoadOwn, ReportsWhatIsWrongWithTheBytesFirst) {
   const std::string packed = gzipped(text);
   const std::string cut = folder.write("cut.gz", packed.substr(0, packed.size() / 2));
   EXPECT_EQ(load_from(cut).finding,
-            error_of_file("cannot-read", cut, "cannot read '" + cut + "': its compressed data is cut off"));
+            error_of_file("bad-compression", cut,
+                          "cannot read '" + cut + "': its compressed data is cut off after byte " +
+                              std::to_string(packed.size() / 2)));
   const std::string tail = folder.write("tail.gz", packed.substr(0, packed.size() - 4));  // after all data
   EXPECT_EQ(load_from(tail).finding,
-            error_of_file("cannot-read", tail, "cannot read '" + tail + "': its compressed data is cut off"));
+            error_of_file("bad-compression", tail,
+                          "cannot read '" + tail + "': its compressed data is cut off after byte " +
+                              std::to_string(packed.size() - 4)));
   const std::string missing = folder.at("missing");
   EXPECT_EQ(
       load_from(missing).finding,

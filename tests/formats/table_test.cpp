@@ -75,7 +75,8 @@ TEST(FormatOfFile, GoesByTheSuffix) {
   EXPECT_EQ(name_of("a.mtx.gz"), "mtx");
   EXPECT_EQ(name_of("a.graph"), "metis");
   EXPECT_EQ(name_of("a.hif.json"), "hif");
-  for (const char* const file : {"", "-", "qhg", "a.txt", "a.qhg.xz", "a.gz", "a.qhg.gz.gz", "a.QHG", ".gz"})
+  for (const char* const file :
+       {"", "-", "qhg", "a.txt", "a.qhg.xz", "a.gz", "a.zst", "a.qhg.gz.gz", "a.qhg.zst.gz", "a.QHG", ".gz"})
     EXPECT_EQ(format_of_file(file), nullptr) << file;
 }
 
@@ -85,6 +86,7 @@ TEST(FormatOfFile, KnowsEverySuffixOfTheTableAlsoCompressed) {
       const std::string file = "dir.d/file" + std::string(suffix);
       EXPECT_EQ(format_of_file(file), &format) << file;
       EXPECT_EQ(format_of_file(file + ".gz"), &format) << file;
+      EXPECT_EQ(format_of_file(file + ".zst"), &format) << file;
     }
   }
 }

@@ -3,10 +3,12 @@
 
 #include <stdlib.h>
 #include <zlib.h>
+#include <zstd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -55,6 +57,15 @@ class TempFolder {
  private:
   std::filesystem::path path_;
 };
+
+/// A text as zstd data with a checksum.
+inline std::string zstd_packed(const std::string& text) {
+  const std::unique_ptr<ZSTD_CCtx, std::size_t (*)(ZSTD_CCtx*)> context(ZSTD_createCCtx(), ZSTD_freeCCtx);
+  ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1);
+  std::string packed(ZSTD_compressBound(text.size()), '\0');
+  packed.resize(ZSTD_compress2(context.get(), packed.data(), packed.size(), text.data(), text.size()));
+  return packed;
+}
 
 /// A text as gzip data.
 inline std::string gzipped(const std::string& text) {

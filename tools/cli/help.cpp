@@ -40,7 +40,7 @@ std::string format_lines() {
 Topic formats_topic() {
   return {"formats", "file formats by name and suffix",
           "Formats and their file name suffixes:\n\n" + format_lines() + R"(
-A trailing .gz is ignored; gzip input is decompressed automatically. Output is never compressed. convert,
+A trailing .gz or .zst is ignored; gzip and zstd input is decompressed automatically. Output is never compressed. convert,
 partition-info and report read all formats and choose by suffix or --from; the other commands read quillon.
 
 A quillon file:

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "formats/formats.h"
+#include "formats/source.h"
 #include "tools/cli/help.h"
 #include "tools/cli/program.h"
 
@@ -189,10 +190,10 @@ data format_data(const formats::Format& format, const ProgramDescription& progra
   return entry;
 }
 
-// With .gz for input, which is decompressed automatically.
 Words with_compressed(Words suffixes) {
   const std::size_t count = suffixes.size();
-  for (std::size_t k = 0; k < count; ++k) suffixes.push_back(suffixes[k] + ".gz");
+  for (const std::string_view compressed : formats::kCompressedSuffixes)
+    for (std::size_t k = 0; k < count; ++k) suffixes.push_back(suffixes[k] + std::string(compressed));
   return suffixes;
 }
 
