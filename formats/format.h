@@ -41,6 +41,19 @@ struct WriteOptions {
   const Labels* labels = nullptr;   ///< For formats with names; null or empty: the numbers.
 };
 
+/// The beginning of a file, decompressed.
+struct Sample {
+  std::string_view text;  ///< From the first byte on.
+  bool is_whole = false;  ///< Nothing follows.
+};
+
+/// How well the beginning of a file agrees with a format.
+enum class Fit {
+  kNone,      ///< Its first lines break a rule of the format.
+  kPossible,  ///< Its first lines obey the format; more does not, or too little is there to tell.
+  kCertain,   ///< All of it obeys the format, and no similar format is likelier.
+};
+
 /// What is different in a file of the target format, or unwelcome to its readers.
 struct Losses {
   std::vector<std::string> lost;     ///< The format has no room for it.
@@ -95,6 +108,12 @@ struct Format {
   /// @param options  As for `write`.
   /// @param losses   Out, appended to.
   void (*find_losses)(const Hypergraph& h, const WriteOptions& options, Losses& losses) = nullptr;
+
+  /// Tells how well a file fits, for files whose name says nothing or something else. Null: it never does,
+  /// and only the name or an option can say so.
+  ///
+  /// @param sample  Any text.
+  Fit (*fit)(const Sample& sample) = nullptr;
 
   /// Notes what a hypergraph that was read from this format holds and programs for it treat differently.
   /// Null: nothing.

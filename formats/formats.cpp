@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "formats/detect.h"
 #include "formats/findings.h"
 #include "formats/hif.h"
 #include "formats/hmetis.h"
@@ -29,7 +30,8 @@ std::vector<Format> make_table() {
        .options = kNumberingOption | kWeightsOption,
        .read = read_quillon,
        .write = write_quillon,
-       .find_losses = find_losses_of_quillon},
+       .find_losses = find_losses_of_quillon,
+       .fit = fit_quillon},
       {.name = "hmetis",
        .suffixes = {".hgr", ".hmetis", ".hg"},
        .summary = "hMETIS hypergraphs, formats 0, 1, 10 and 11; written as 11",
@@ -38,6 +40,7 @@ std::vector<Format> make_table() {
        .read = read_hmetis,
        .write = write_hmetis,
        .find_losses = find_losses_of_hmetis,
+       .fit = fit_hmetis,
        .note_oddities = note_oddities_of_hmetis},
       {.name = "kub",
        .suffixes = {".kub"},
@@ -46,7 +49,8 @@ std::vector<Format> make_table() {
        .weights = "always both",
        .read = read_kub,
        .write = write_kub,
-       .find_losses = find_losses_of_kub},
+       .find_losses = find_losses_of_kub,
+       .fit = fit_kub},
       {.name = "mtx",
        .suffixes = {".mtx"},
        .summary = "Matrix Market coordinates; written as a pattern",
@@ -57,14 +61,16 @@ std::vector<Format> make_table() {
        .read = read_matrix_market,
        .write = write_matrix_market,
        .refusal = refusal_of_matrix_market,
-       .find_losses = find_losses_of_matrix_market},
+       .find_losses = find_losses_of_matrix_market,
+       .fit = fit_matrix_market},
       {.name = "metis",
        .suffixes = {".graph"},
        .summary = "METIS graphs; each edge becomes a net of two pins",
        .first_cell = "1",
        .weights = "format 1 edges, 10 vertices, 11 both; the first weight of a vertex is used",
        .read = read_metis,
-       .refusal = refusal_of_metis},
+       .refusal = refusal_of_metis,
+       .fit = fit_metis},
       {.name = "hif",
        .suffixes = {".json"},
        .summary = "Hypergraph Interchange Format 0.1; has names of cells and nets",
@@ -72,7 +78,8 @@ std::vector<Format> make_table() {
        .weights = "\"weight\" of nodes and edges; whole numbers",
        .options = kLabelsOption,
        .read = read_hif,
-       .write = write_hif},
+       .write = write_hif,
+       .fit = fit_hif},
   };
 }
 

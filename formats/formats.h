@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "formats/format.h"
 #include "formats/record.h"
@@ -29,6 +30,12 @@ const Format* format_named(std::string_view name);
 /// @param filename  The file need not exist. A trailing .gz or .zst is ignored; case matters.
 /// @return          An entry of the table; null if there is none.
 const Format* format_of_file(std::string_view filename);
+
+/// Finds the format that a text seems to be in.
+///
+/// @param sample  Any text.
+/// @return        The entry of the table that fits best; null if none does.
+const Format* format_of_text(const Sample& sample);
 
 /// @return  Our own format, the first entry of the table.
 const Format& own_format();
@@ -61,14 +68,31 @@ enum class SmallNets {
 ///                    frees what is left of the call.
 void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn);
 
-/// Reads a file into a record, both sides built; nets of one pin or none are kept.
+/// How to load a file.
+struct LoadOptions {
+  const Format* format = nullptr;           ///< An entry of the table; null: by suffix, or else our own.
+  ReadOptions read = {};                    ///< Those without meaning to the format are ignored.
+  SmallNets small_nets = SmallNets::kKeep;  ///< Whether to fold nets of one pin or none.
+};
+
+/// What a record does not say of the file that it was loaded from.
+struct Loaded {
+  const Format* format = nullptr;    ///< The file's; an entry of the table.
+  int weights = 0;                   ///< That the file has: 0 none, 1 cells, 2 nets, 3 both.
+  std::vector<std::string> remarks;  ///< On what is kept as it is, and may surprise.
+  std::vector<std::string> losses;   ///< What a hypergraph cannot hold; names are not among them.
+  Labels names;                      ///< Of the cells and nets of the record.
+};
+
+/// Reads a file of any format into a record, both sides built. Errors in the file come with line and column.
 ///
 /// @param record    Out, fresh.
 /// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
-/// @param format    Null for the format of the file's suffix, or else our own.
-/// @throws BadFile  as `load_own` for our own format, as `read_file` for others.
-/// @par Errors      As `load_own` for our own format. Out of memory is fatal.
-void load(Record& record, const std::string& filename, const Format* format);
+/// @param options   How to read it.
+/// @return          What else is to be known of the file.
+/// @throws BadFile  as `read_file` does; also if a net without pins that weighs 2 or more is to be folded.
+/// @par Errors      Out of memory is fatal (util/util.h).
+Loaded load(Record& record, const std::string& filename, const LoadOptions& options);
 
 }  // namespace quillon::formats
 

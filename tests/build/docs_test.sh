@@ -151,8 +151,8 @@ check_completion() {
   offers "partition-info prune" p
   offers "" nothing ""
 
-  offers "a.qhg b.qhg.gz folder h 1.qhg" stats ""
-  offers "a.qhg b.qhg.gz folder h 1.qhg" check --symmetric a.qhg ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" stats ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" check --symmetric a.qhg ""
   offers "a.qhg" stats a
   offers "f.part" stats f.  # the only file with this prefix
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" convert ""
@@ -160,7 +160,7 @@ check_completion() {
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" partition-info -k 3 ""
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz f.part folder g.html h 1.qhg i.json" partition-info -k 3 a.qhg ""
   offers "folder g.html" report a.qhg -o ""
-  offers "a.qhg folder h 1.qhg" prune --output ""
+  offers "a.qhg c.hgr folder h 1.qhg i.json" prune --output ""
 
   local formats="hif hmetis kub metis mtx quillon"
   offers "$formats" convert --from ""

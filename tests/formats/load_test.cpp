@@ -210,7 +210,7 @@ TEST(Load, GoesByTheSuffixUnlessTold) {
   const TempFolder folder;
   const auto pins = [](const std::string& file, const Format* format) {
     Record record;
-    load(record, file, format);
+    load(record, file, {.format = format});
     EXPECT_EQ(nets_of_cells(record.h).size(), static_cast<std::size_t>(record.h._c));
     return pins_of_nets(record.h);
   };
@@ -220,6 +220,62 @@ TEST(Load, GoesByTheSuffixUnlessTold) {
   EXPECT_EQ(pins(folder.write("a.txt", "1 2 2 1\n2\n\n"), nullptr), expected);
   EXPECT_EQ(pins(folder.write("b.txt", "2 2\n2\n\n"), &format("hmetis")), expected);
   EXPECT_EQ(pins(folder.write("b.qhg.gz", gzipped("1 2 2 1\n2\n\n")), nullptr), expected);
+}
+
+TEST(Load, ReturnsWhatTheRecordCannotHold) {
+  const TempFolder folder;
+  Record record;
+  const Loaded loaded = load(record,
+                             folder.write("a.json", R"({"incidences":[{"edge":"e","node":"n","weight":2}],)"
+                                                    R"("nodes":[{"node":"n","weight":3},{"node":"n"}]})"),
+                             {});
+  EXPECT_EQ(loaded.format, &format("hif"));
+  EXPECT_EQ(loaded.weights, 1);
+  EXPECT_THAT(loaded.remarks, ElementsAre("1 record of nodes or edges listed twice; the first is used"));
+  EXPECT_THAT(loaded.losses, ElementsAre("1 incidence weight"));
+  EXPECT_THAT(loaded.names.cells, ElementsAre("", R"("n")"));
+  EXPECT_THAT(loaded.names.nets, ElementsAre("", R"("e")"));
+}
+
+TEST(Load, KeepsTheWeightsOfAFileApartFromThoseThatAreNotOne) {
+  const TempFolder folder;
+  Record record;
+  EXPECT_EQ(load(record, folder.write("a.qhg", "1 2 1 2 3\n1 1 2\n1 1\n"), {}).weights, 3);
+  EXPECT_EQ(record.h._fmt, 0);
+}
+
+// Nets of three, one, no, two and one pins.
+TEST(Load, FoldsSmallNetsOfEveryFormatAsTheModuleDoes) {
+  const TempFolder folder;
+  const std::string own = folder.write("a.qhg", "1 3 5 7 3\n5 1 2 3\n6 2\n1\n4 3 1\n7 2\n1 2 3\n");
+  Record expected;
+  load_own(expected, own, SmallNets::kFold, false);
+  Record original;
+  load(original, own, {});
+  for (const char* const name : {"quillon", "hmetis", "kub", "hif"}) {
+    SCOPED_TRACE(name);
+    const std::string file = folder.at("copy");
+    format(name).write(original.h, {}, file.c_str());
+    Record record;
+    load(record, file, {.format = &format(name), .small_nets = SmallNets::kFold});
+    EXPECT_EQ(record.nfolded, 3);
+    EXPECT_EQ(pins_of_nets(record.h), pins_of_nets(expected.h));
+    EXPECT_EQ(nets_of_cells(record.h), nets_of_cells(expected.h));
+    EXPECT_EQ(record.h._totnw, expected.h._totnw);
+    EXPECT_EQ(record.h._totinw, 13);
+    EXPECT_EQ(record.h._virtualnets, 1);
+    EXPECT_EQ(record.h._clst[2].inw, 13);
+    EXPECT_EQ(record.h._nlst[2].w, 4);
+  }
+}
+
+TEST(Load, RefusesToFoldAHeavyNetWithoutPins) {
+  const TempFolder folder;
+  const std::string file = folder.write("a.hgr", "2 2 1\n3 1 2\n2\n");
+  Record record;
+  EXPECT_EQ(finding_of([&] { load(record, file, {.small_nets = SmallNets::kFold}); }),
+            error_of_file("heavy-pinless-net", file,
+                          file + ": net 2 has weight 2 but no pins, so it cannot be folded"));
 }
 
 TEST(LoadOwn, HandsTheWarningsOfTheReaderToTheHandlerFromAnySource) {

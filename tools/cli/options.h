@@ -25,9 +25,7 @@ namespace quillon::tool {
 enum class ValueKind {
   kNone,           // a flag
   kHypergraphIn,   // a file of any format
-  kOwnIn,          // a file of our own format
   kHypergraphOut,  // a file of any format that can be written
-  kOwnOut,         // a file of our own format
   kPageOut,        // an HTML page
   kFile,           // any other file
   kChoice,         // one of a few words

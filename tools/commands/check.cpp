@@ -15,13 +15,12 @@ namespace quillon::tool {
 namespace {
 
 using formats::Record;
-using formats::SmallNets;
 
 struct CheckOptions {
   std::vector<std::string> files;
+  InputOptions input;
   bool symmetric = false;
   bool json = false;
-  bool keep_small_nets = false;
 };
 
 constexpr const char* kNotes = R"(
@@ -61,7 +60,7 @@ void print_verdict(const std::string& file, const Record& record, bool is_symmet
 // The totals are those of the reader: recomputing the summaries would hide errors in them.
 int check(const std::string& file, const CheckOptions& options) {
   Record record;
-  load_own(record, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, true);
+  load_input(record, file, options.input);
   Hypergraph& h = record.h;
   {
     const DivertedOutput diverted(drop);
@@ -96,11 +95,12 @@ int run(const CheckOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<CheckOptions>();
-  add_own_files(options, chosen->files);
+  add_hypergraphs(options, chosen->files);
   options.flag("--symmetric", chosen->symmetric,
                "Require a symmetric pattern: cell j is on net i exactly when cell i is on net j");
   add_json(options, chosen->json);
-  add_keep_small_nets(options, chosen->keep_small_nets);
+  add_keep_small_nets(options, chosen->input);
+  add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }
 

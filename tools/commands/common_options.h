@@ -1,55 +1,82 @@
 #pragma once
-// Options that several commands share.
+// Options that several commands share, and what follows from them.
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "formats/formats.h"
+#include "formats/sink.h"
 #include "tools/cli/options.h"
 
 namespace quillon::tool {
 
-inline void add_own_files(Options& options, std::vector<std::string>& files) {
-  options.files("FILE", files, ValueKind::kOwnIn, "Hypergraph files; - is standard input").required();
-}
+/// How a command reads hypergraphs.
+struct InputOptions {
+  const formats::Format* from = nullptr;  // --from; null: as `formats::load` finds out
+  formats::Model model = formats::Model::kRowNet;
+  bool add_diagonal = false;
+  bool strict = false;
 
-inline void add_own_file(Options& options, const char* name, std::string& file) {
-  options.file(name, name, file, ValueKind::kOwnIn, "Hypergraph file; - is standard input").required();
-}
+  // Set by commands.
+  bool keep_small_nets = true;
+  bool keeps_names = false;  // names are used, so they are not lost
+};
 
-inline void add_hypergraph(Options& options, std::string& file) {
-  options
-      .file("HYPERGRAPH", "HYPERGRAPH", file, ValueKind::kHypergraphIn,
-            "Hypergraph file; - is standard input")
-      .required();
-}
+/// How a command writes hypergraphs.
+struct OutputOptions {
+  const formats::Format* to = nullptr;  // --to; null: by suffix, or else our own
 
-inline void add_from(Options& options, const formats::Format*& format, const char* of) {
-  options.format("--from", format, of);
-}
+  // Set by commands.
+  formats::WriteOptions write;
+  bool strict = false;  // of the input
+};
 
-inline Option add_json(Options& options, bool& json) {
-  return options.flag("--json", json, "Print one JSON object per file, each on one line");
-}
+void add_hypergraph(Options& options, const char* name, std::string& file);
+void add_hypergraphs(Options& options, std::vector<std::string>& files);
 
-inline void add_keep_small_nets(Options& options, bool& keep_small_nets) {
-  options.flag("--keep-small-nets", keep_small_nets,
-               "Keep nets of one pin or none (default: remove them and add their weights to totals)");
-}
+/// Declares --from, --model, --diagonal and --strict.
+void add_input(Options& options, InputOptions& input);
 
-inline Option add_nparts(Options& options, int& nparts) {
-  return options.number(
-      "-k", "K", 1, nparts,
-      "Number of parts (default: largest part number + 1; required if it exceeds the number of "
-      "cells)");
-}
+/// Reads a file, and warns of what is odd about it or lost.
+///
+/// @throws formats::BadFile  as `formats::load` does.
+/// @par Errors               Something lost is fatal under --strict.
+formats::Loaded load_input(formats::Record& record, const std::string& file, const InputOptions& input);
+
+/// Declares --to.
+void add_output(Options& options, OutputOptions& output);
+
+/// Completes the options from those of the input: before it is read, so that a usage error comes first.
+///
+/// @param files        The hypergraphs to write; empty names are ignored.
+/// @throws UsageError  as `output_format` does.
+void prepare_output(OutputOptions& output, InputOptions& input, const std::vector<std::string>& files);
+
+/// The weights of an output file: those that an input file of our own format has, and of others those that
+/// are not all 1.
+int written_weights(const Hypergraph& h, const formats::Loaded& loaded);
+
+/// The format that a file is written in.
+///
+/// @throws UsageError  if it cannot be written, or not with these options.
+const formats::Format& output_format(const std::string& file, const OutputOptions& output);
+
+/// Warns of what the file will not hold, and writes it.
+///
+/// @throws UsageError  as `output_format` does.
+/// @par Errors         Something lost, or unwelcome to readers, is fatal under --strict.
+void write_output(formats::Outputs& outputs, const std::string& file, const Hypergraph& h,
+                  const OutputOptions& output);
+
+Option add_json(Options& options, bool& json);
+
+/// Nets of one pin or none are then folded by default.
+void add_keep_small_nets(Options& options, InputOptions& input);
+
+Option add_nparts(Options& options, int& nparts);
 
 /// Of a random order that is made only if `random` is given.
-inline void add_seed(Options& options, std::uint64_t& seed, const Option& random) {
-  options
-      .number("--seed", "S", seed,
-              "Seed of the random order (default 0); the same seed always gives the same order")
-      .needs(random);
-}
+void add_seed(Options& options, std::uint64_t& seed, const Option& random);
 
 }  // namespace quillon::tool

@@ -11,13 +11,11 @@
 namespace quillon::tool {
 namespace {
 
-using formats::SmallNets;
-
 struct DumpOptions {
   std::string file;
+  InputOptions input;
   std::vector<int> nets;
   std::vector<int> cells;
-  bool keep_small_nets = false;
 };
 
 constexpr const char* kNotes = R"(
@@ -40,7 +38,7 @@ bool all_exist(const std::vector<int>& numbers, int count, const char* what, con
 
 int run(const DumpOptions& options) {
   formats::Record record;
-  load_own(record, options.file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  load_input(record, options.file, options.input);
   Hypergraph& h = record.h;
   if (!all_exist(options.nets, h._n, "net", options.file) ||
       !all_exist(options.cells, h._c, "cell", options.file))
@@ -57,10 +55,11 @@ int run(const DumpOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<DumpOptions>();
-  add_own_file(options, "FILE", chosen->file);
+  add_hypergraph(options, "FILE", chosen->file);
   options.numbers("--net", "J", chosen->nets, "Print the pins of net J");
   options.numbers("--cell", "I", chosen->cells, "Print the nets of cell I");
-  add_keep_small_nets(options, chosen->keep_small_nets);
+  add_keep_small_nets(options, chosen->input);
+  add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }
 

@@ -67,7 +67,7 @@ void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts)
 int run(const PartitionInfoOptions& options) {
   formats::refuse_to_replace({options.hypergraph}, options.write);
   formats::Record record;
-  formats::load(record, options.hypergraph, options.from);
+  formats::load(record, options.hypergraph, {.format = options.from});
   const Hypergraph& h = record.h;
   const measures::Partition partition = read_partition(options.part_file, h._c, options.nparts);
   if (!options.write.empty()) rewrite(options, partition.parts);
@@ -77,7 +77,7 @@ int run(const PartitionInfoOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<PartitionInfoOptions>();
-  add_hypergraph(options, chosen->hypergraph);
+  add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   options
       .file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
             "Part numbers of the cells; - is standard input")

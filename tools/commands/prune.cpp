@@ -16,6 +16,8 @@ namespace {
 struct PruneOptions {
   std::string in;
   std::string out;
+  InputOptions input;
+  OutputOptions output;
   int max_size = 0;
   bool shuffle = false;
   std::uint64_t seed = 0;
@@ -107,24 +109,51 @@ void write_map(const Pruned& pruned, const char* filename) {
   ufclose(file);
 }
 
-void write_set_aside(const Pruned& pruned, int fmt, const char* filename) {
-  formats::Record aside;
-  CopySetAsideNets(pruned.h, pruned.ncopied, &aside.h);
-  write_hypergraph(&aside.h, filename, 1, fmt);
+// Of the names of the source, those of the nets first .. last of the copy.
+formats::Labels names_of_copy(const formats::Labels& names, const Hypergraph& copy, int first, int last) {
+  formats::Labels copied;
+  const auto select = [](const std::vector<std::string>& all, const int* labels, int from, int to) {
+    std::vector<std::string> selected;
+    if (all.empty()) return selected;
+    selected.emplace_back();
+    for (int k = from; k <= to; ++k) selected.push_back(all[static_cast<std::size_t>(labels[k])]);
+    return selected;
+  };
+  copied.cells = select(names.cells, copy._clabel, 1, copy._c);
+  copied.nets = select(names.nets, copy._nlabel, first, last);
+  return copied;
 }
 
-int run(const PruneOptions& options) {
+void write_kept(formats::Outputs& outputs, const Pruned& pruned, const PruneOptions& options,
+                const formats::Labels& names) {
+  OutputOptions output = options.output;
+  const formats::Labels kept = names_of_copy(names, *pruned.h, 1, pruned.nkept);
+  output.write.labels = &kept;
+  write_output(outputs, options.out, *pruned.h, output);
+}
+
+void write_set_aside(formats::Outputs& outputs, const Pruned& pruned, const PruneOptions& options,
+                     const formats::Labels& names) {
+  OutputOptions output = options.output;
+  const formats::Labels aside_names = names_of_copy(names, *pruned.h, pruned.nkept + 1, pruned.ncopied);
+  output.write.labels = &aside_names;
+  formats::Record aside;
+  CopySetAsideNets(pruned.h, pruned.ncopied, &aside.h);
+  write_output(outputs, options.set_aside, aside.h, output);
+}
+
+int run(PruneOptions options) {
+  prepare_output(options.output, options.input, {options.out, options.set_aside});
   formats::refuse_to_replace({options.in}, options.map);
   formats::refuse_to_replace({options.in}, options.set_aside);
   formats::Record source;
-  load_own(source, options.in, formats::SmallNets::kKeep, false);
-  const int fmt = source.h._fmt;
+  const formats::Loaded loaded = load_input(source, options.in, options.input);
+  options.output.write.weights = written_weights(source.h, loaded);
   const Pruned pruned = prune(source.h, options);
 
   formats::Outputs outputs;
-  outputs.write(options.out, [&](const char* filename) { write_hypergraph(pruned.h, filename, 1, fmt); });
-  if (!options.set_aside.empty())
-    outputs.write(options.set_aside, [&](const char* filename) { write_set_aside(pruned, fmt, filename); });
+  write_kept(outputs, pruned, options, loaded.names);
+  if (!options.set_aside.empty()) write_set_aside(outputs, pruned, options, loaded.names);
   if (!options.map.empty())
     outputs.write(options.map, [&](const char* filename) { write_map(pruned, filename); });
   outputs.publish();
@@ -137,8 +166,8 @@ int run(const PruneOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<PruneOptions>();
-  add_own_file(options, "IN", chosen->in);
-  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "Output file for the kept nets")
+  add_hypergraph(options, "IN", chosen->in);
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file for the kept nets")
       .required();
   options.number("--max-size", "N", 1, chosen->max_size, "Set aside nets of N pins or more").required();
   const Option shuffle =
@@ -146,8 +175,10 @@ std::function<int()> declare(Options& options) {
   add_seed(options, chosen->seed, shuffle);
   options.file("--map", "FILE", chosen->map, ValueKind::kFile,
                "Write the old number of each net and cell to FILE");
-  options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kOwnOut,
+  options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kHypergraphOut,
                "Write the nets set aside to FILE, as a hypergraph");
+  add_output(options, chosen->output);
+  add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }
 

@@ -18,6 +18,8 @@ namespace {
 struct ReorderOptions {
   std::string in;
   std::string out;
+  InputOptions input;
+  OutputOptions output;
   std::optional<std::string> by_part;  // exactly one of the three
   std::optional<std::string> perm;
   bool random = false;
@@ -84,9 +86,16 @@ Order chosen_order(const Hypergraph& h, const ReorderOptions& options) {
   return order;
 }
 
-void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, int fmt, const Order& order) {
+// By new number.
+std::vector<std::string> reordered_names(const std::vector<std::string>& names, const Order& order) {
+  std::vector<std::string> result(names.size());
+  for (std::size_t k = 1; k < names.size(); ++k) result[k] = names[static_cast<std::size_t>(order[k])];
+  return result;
+}
+
+void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, const Order& order) {
   formats::Outputs outputs;
-  outputs.write(options.out, [&](const char* filename) { write_hypergraph(&reordered, filename, 1, fmt); });
+  write_output(outputs, options.out, reordered, options.output);
   if (!options.write_perm.empty())
     outputs.write(options.write_perm,
                   [&](const char* filename) { formats::write_permutation(order, filename); });
@@ -96,13 +105,15 @@ void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, i
   outputs.publish();
 }
 
-int run(const ReorderOptions& options) {
+int run(ReorderOptions options) {
+  prepare_output(options.output, options.input, {options.out});
   const std::string order_file = options.by_part.value_or(options.perm.value_or(""));
   formats::refuse_to_replace({order_file}, options.out);
   formats::refuse_to_replace({options.in}, options.write_perm);
   formats::refuse_to_replace({options.in}, options.write_inverse);
   formats::Record source;
-  load_own(source, options.in, formats::SmallNets::kKeep, false);
+  const formats::Loaded loaded = load_input(source, options.in, options.input);
+  options.output.write.weights = written_weights(source.h, loaded);
   Hypergraph& h = source.h;
   const int nparts = options.by_part ? assign_parts(*options.by_part, h) : 0;
   const Order order = chosen_order(h, options);
@@ -119,14 +130,18 @@ int run(const ReorderOptions& options) {
     Order work = order;
     PermuteHypergraph(&h, &nh, identity(h._n).data(), work.data());
   }
-  write_outputs(options, nh, h._fmt, order);
+  const formats::Labels names{
+      reordered_names(loaded.names.cells, order),
+      options.by_part ? reordered_names(loaded.names.nets, order) : loaded.names.nets};
+  options.output.write.labels = &names;
+  write_outputs(options, nh, order);
   return kSuccess;
 }
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReorderOptions>();
-  add_own_file(options, "IN", chosen->in);
-  options.file("-o,--output", "OUT", chosen->out, ValueKind::kOwnOut, "Output file").required();
+  add_hypergraph(options, "IN", chosen->in);
+  options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
   Options how = options.one_of("Order", "One of these");
   how.file("--by-part", "PARTFILE", chosen->by_part, ValueKind::kFile,
            "Sort by the part numbers in PARTFILE, separated by any white space");
@@ -138,6 +153,8 @@ std::function<int()> declare(Options& options) {
                "Write the old number of each new cell to FILE");
   options.file("--write-inverse", "FILE", chosen->write_inverse, ValueKind::kFile,
                "Write the new number of each old cell to FILE");
+  add_output(options, chosen->output);
+  add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }
 

@@ -49,7 +49,7 @@ void write_page(const std::string& page, const char* filename) {
 int run(const ReportOptions& options) {
   formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   formats::Record record;
-  formats::load(record, options.hypergraph, options.from);
+  formats::load(record, options.hypergraph, {.format = options.from});
   std::optional<measures::Partition> partition;
   if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
   const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
@@ -64,7 +64,7 @@ int run(const ReportOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReportOptions>();
-  add_hypergraph(options, chosen->hypergraph);
+  add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   const Option part_file = options.file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
                                         "Part numbers of the cells, if there is a partition");
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "Output file; - is standard output")

@@ -17,15 +17,14 @@ namespace quillon::tool {
 namespace {
 
 using formats::Record;
-using formats::SmallNets;
 
 struct StatsOptions {
   std::vector<std::string> files;
+  InputOptions input;
   bool table = false;
   bool header = false;
   bool summary = false;
   bool json = false;
-  bool keep_small_nets = false;
 };
 
 constexpr const char* kNotes = R"(
@@ -50,7 +49,7 @@ constexpr const char* kColumns =
 
 int report(const std::string& file, const StatsOptions& options) {
   Record record;
-  load_own(record, file, options.keep_small_nets ? SmallNets::kKeep : SmallNets::kFold, false);
+  load_input(record, file, options.input);
   Hypergraph& h = record.h;
   set_hypergraph_infos(&h);
 
@@ -84,14 +83,15 @@ int run(const StatsOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<StatsOptions>();
-  add_own_files(options, chosen->files);
+  add_hypergraphs(options, chosen->files);
   const Option table =
       options.flag("--table", chosen->table, "Print one line of 21 tab-separated fields per file");
   options.flag("--header", chosen->header, "Print the column names of --table first").needs(table);
   const Option summary =
       options.flag("--summary", chosen->summary, "Print a summary of two lines per file").excludes(table);
   add_json(options, chosen->json).excludes(table).excludes(summary);
-  add_keep_small_nets(options, chosen->keep_small_nets);
+  add_keep_small_nets(options, chosen->input);
+  add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }
 

@@ -45,12 +45,8 @@ std::string kind_name(ValueKind kind) {
       return "none";
     case ValueKind::kHypergraphIn:
       return "hypergraph_in";
-    case ValueKind::kOwnIn:
-      return "own_in";
     case ValueKind::kHypergraphOut:
       return "hypergraph_out";
-    case ValueKind::kOwnOut:
-      return "own_out";
     case ValueKind::kPageOut:
       return "page_out";
     case ValueKind::kFile:
@@ -206,9 +202,6 @@ void set_suffixes(data& root) {
       if (format.write != nullptr) written.push_back(suffix);
     }
   }
-  const Words own = suffixes_of(formats::own_format());
-  root.set("own_suffixes", joined(with_compressed(own), " "));
-  root.set("own_written_suffixes", joined(own, " "));
   root.set("read_suffixes", joined(with_compressed(read), " "));
   root.set("written_suffixes", joined(written, " "));
 }

@@ -26,7 +26,7 @@ namespace quillon::tool {
 ///     flag, short_flag            without the first dash
 ///     help, placeholder
 ///     choices, words              separated by |, by blanks; an option with choices has no placeholder
-///     kind                        the ValueKind, as in own_in
+///     kind                        the ValueKind, as in hypergraph_in
 ///     place                       the number of an argument, * if it repeats
 ///     needs, excludes             names of options, separated by commas
 ///     is_optional, is_last, repeats, takes_value
