@@ -1,14 +1,11 @@
 // A program that survives every error of the module: thousands of broken files read in one process.
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -74,36 +71,6 @@ void read_net_arrays(const char* filename) {
 void read_parts(const char* filename) {
   Record r({.ncells = 8, .pins = {}});
   read_part_info(&r.h, filename);
-}
-
-// The address of the next block of a pool.
-void* top_of(int pool) {
-  void* const block = poolalloc(pool, 1, "top_of");
-  poolfree_upto(pool, block, "top_of");
-  return block;
-}
-
-// The resources that the process holds.
-struct Held {
-  std::uint64_t bytes = held_bytes();
-  int descriptors = open_descriptors();
-  void* tops[2] = {top_of(0), top_of(1)};
-
-  friend void PrintTo(const Held& held, std::ostream* out) {
-    *out << held.bytes << " bytes, " << held.descriptors << " descriptors, pools up to " << held.tops[0]
-         << " and " << held.tops[1];
-  }
-  bool operator==(const Held& other) const {
-    return bytes == other.bytes && descriptors == other.descriptors && tops[0] == other.tops[0] &&
-           tops[1] == other.tops[1];
-  }
-};
-
-std::uint64_t resident_bytes() {
-  std::ifstream statm("/proc/self/statm");
-  std::uint64_t total = 0, pages = 0;
-  statm >> total >> pages;
-  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
 std::vector<std::string> hypergraph_texts() {

@@ -1,7 +1,6 @@
 // A program that survives every broken file: ten thousand files of all formats read in one process.
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cctype>
 #include <charconv>
@@ -9,7 +8,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -138,37 +136,6 @@ std::vector<Kind> all_kinds() {
                    [](const std::string& file) { read_labels(file, 2, 1); },
                    {{"cell 1 \"a b\"\ncell 2 5\nnet 1 \"\\u00e9\"\n"}, ++seed}});
   return kinds;
-}
-
-// The address of the next block of a pool.
-void* top_of(int pool) {
-  void* const block = poolalloc(pool, 1, "top_of");
-  poolfree_upto(pool, block, "top_of");
-  return block;
-}
-
-// The resources that the process holds.
-struct Held {
-  std::uint64_t bytes = held_bytes();
-  int descriptors = open_descriptors();
-  void* tops[2] = {top_of(0), top_of(1)};
-
-  friend void PrintTo(const Held& held, std::ostream* out) {
-    *out << held.bytes << " bytes, " << held.descriptors << " descriptors, pools up to " << held.tops[0]
-         << " and " << held.tops[1];
-  }
-  bool operator==(const Held& other) const {
-    return bytes == other.bytes && descriptors == other.descriptors && tops[0] == other.tops[0] &&
-           tops[1] == other.tops[1];
-  }
-};
-
-std::uint64_t resident_bytes() {
-  std::ifstream statm("/proc/self/statm");
-  std::uint64_t total = 0;
-  std::uint64_t pages = 0;
-  statm >> total >> pages;
-  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
 class BrokenFilesOfAllFormats : public testing::Test {

@@ -2,13 +2,16 @@
 
 #include <dirent.h>
 #include <malloc.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <fstream>
 
 #include "tests/util/variant.h"
+#include "util/util.h"
 
 #if !defined(QUILLON_TESTS_ADDRESS_SANITIZER) && defined(__GLIBC__)
 
@@ -66,6 +69,16 @@ std::uint64_t quillon::held_bytes() { return 0; }
 #endif
 
 namespace quillon {
+namespace {
+
+// The address of the next block of a pool.
+void* top_of(int pool) {
+  void* const block = poolalloc(pool, 1, "top_of");
+  poolfree_upto(pool, block, "top_of");
+  return block;
+}
+
+}  // namespace
 
 bool heap_is_counted() {
   const std::uint64_t before = held_bytes();
@@ -82,6 +95,21 @@ int open_descriptors() {
   while (readdir(folder) != nullptr) ++count;
   closedir(folder);
   return count;
+}
+
+std::uint64_t resident_bytes() {
+  std::ifstream statm("/proc/self/statm");
+  std::uint64_t total = 0;
+  std::uint64_t pages = 0;
+  statm >> total >> pages;
+  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+Held::Held() : bytes_(held_bytes()), descriptors_(open_descriptors()), pool_tops_{top_of(0), top_of(1)} {}
+
+void PrintTo(const Held& held, std::ostream* out) {
+  *out << held.bytes_ << " bytes, " << held.descriptors_ << " descriptors, pools up to " << held.pool_tops_[0]
+       << " and " << held.pool_tops_[1];
 }
 
 }  // namespace quillon

@@ -2,6 +2,7 @@
 // Memory and descriptors that this process holds.
 
 #include <cstdint>
+#include <ostream>
 
 namespace quillon {
 
@@ -15,5 +16,21 @@ bool heap_is_counted();
 
 /// Number of open descriptors, or -1 if the system does not tell.
 int open_descriptors();
+
+/// Memory of this process that has pages, in bytes; 0 if the system does not tell.
+std::uint64_t resident_bytes();
+
+/// What the process holds at the time of construction.
+class Held {
+ public:
+  Held();
+  bool operator==(const Held& other) const = default;
+  friend void PrintTo(const Held& held, std::ostream* out);
+
+ private:
+  std::uint64_t bytes_;
+  int descriptors_;
+  void* pool_tops_[2];
+};
 
 }  // namespace quillon
