@@ -5,6 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 scripts/setup.sh build test
 cmake --preset dev >/dev/null
-# Without examples, benchmarks and the tests of builds and documents, which test the same code as in the plain build.
+# Without the tests that run the same code as in the plain build: examples, benchmarks, builds, documents, and the
+# comparison of the tool's output with other programs.
 scripts/stage.sh "build, sanitizers" cmake --build --preset dev --target all_tests quillon_tool
-scripts/stage.sh "tests, sanitizers" scripts/ctest.sh dev --exclude-regex '^(docs|build|examples|bench)\.'
+scripts/stage.sh "tests, sanitizers" scripts/ctest.sh dev --exclude-regex '^(docs|build|examples|bench)\.|^tool\.(AgreesWithItsPartners|ReportsShowInABrowser)$'

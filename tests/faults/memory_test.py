@@ -3,8 +3,9 @@
 
 memory_test.py TOOL FAULTS_LIBRARY LIBRARY_CALLS [--long]
 
-LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. All commands make
-the same requests before they read the command line: the short form tests these with one command only.
+LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. The short form tests
+every request of the module's functions, and every fifth of the tool's commands, from another one on for each command.
+All commands make the same requests before they read the command line: the short form tests these with one command only.
 """
 
 import argparse
@@ -20,6 +21,7 @@ from dataclasses import replace
 
 from workplace import COMMANDS, WRITERS, Command, Workplace, faults_of
 
+SHORT_STEP = 5
 MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
 
 
@@ -99,7 +101,7 @@ class Sweep:
     def faults_of(self, outcome):
         return faults_of(self.command, self.good, outcome, self.olds)
 
-    def sweep(self, first):
+    def sweep(self, first, step=1):
         n = first
         while (outcome := self.run(n)) is not None:
             self.nfaults += 1
@@ -108,7 +110,7 @@ class Sweep:
                 faults.append("no word of memory in its message")
             for fault in faults:
                 self.note(n, fault, outcome)
-            n += 1
+            n += step
         if n == first:
             raise RuntimeError(f"no request failed from {first} on: {self.command.line}")
         self.close()
@@ -156,16 +158,14 @@ def main():
     goes_on_too = COMMANDS if options.long else COMMANDS[:2] + WRITERS[:3]
     jobs = [(command, False, True) for command in COMMANDS] + [(command, True, True) for command in goes_on_too]
     jobs += [(command, goes_on, False) for command in WRITERS[:3] for goes_on in (False, True)]
+    step = 1 if options.long else SHORT_STEP
+
+    def sweep(k, job):
+        first = 1 if options.long or job[0] is COMMANDS[0] else common
+        return Sweep(options.tool, library, *job).sweep(first + k % step, step)
+
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        sweeps = [
-            pool.submit(
-                lambda job: Sweep(options.tool, library, *job).sweep(
-                    1 if options.long or job[0] is COMMANDS[0] else common
-                ),
-                job,
-            )
-            for job in jobs
-        ]
+        sweeps = [pool.submit(sweep, k, job) for k, job in enumerate(jobs)]
         sweeps += [
             pool.submit(lambda *job: CallSweep(options.tool, library, *job, program=options.calls).sweep(1), call, goes_on)
             for call in calls_of(options.calls)
