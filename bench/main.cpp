@@ -136,6 +136,7 @@ int run(int argc, char** argv) {
     add_incidence(*input, options);
     add_copies(*input, options);
     add_reports(*input, options);
+    add_measures(*input, options);
     add_bounds(*input, options);
   }
   if (!options.tool.empty()) add_tool(*inputs.front(), options);

@@ -1,0 +1,175 @@
+#pragma once
+// The walk over all nets that counts the parts each one touches. Not installed.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "hypergraph/detail/lists.h"
+#include "measures/partition.h"
+
+namespace quillon::measures {
+
+/// Counts and weighs the cells of each part, and checks the partition like `check_partition`.
+PartSizes checked_part_sizes(const char* caller, const Hypergraph& h, const Partition& partition);
+
+/// Ends the program (util/util.h) unless the partition has a part in range for every cell.
+void check_partition(const char* caller, const Hypergraph& h, const Partition& partition);
+
+/// Bits that are set. std::popcount calls a function where the processor may lack the instruction.
+inline int number_of_bits(std::uint64_t bits) {
+  bits -= (bits >> 1U) & 0x5555555555555555U;
+  bits = (bits & 0x3333333333333333U) + ((bits >> 2U) & 0x3333333333333333U);
+  bits = (bits + (bits >> 4U)) & 0x0F0F0F0F0F0F0F0FU;
+  return static_cast<int>((bits * 0x0101010101010101U) >> 56U);
+}
+
+/// Parts of up to 64: a bit for each part seen.
+class PartsAsBits {
+ public:
+  explicit PartsAsBits(const Partition& partition) : parts_(partition.parts.data()) {}
+
+  int count(const Net& net, int /*j*/) {
+    std::uint64_t seen = 0;
+    for (const int i : pins_of(net)) seen |= std::uint64_t{1} << parts_[i];
+    return number_of_bits(seen);
+  }
+
+  static constexpr int kMostParts = 64;
+
+ private:
+  const int* parts_;
+};
+
+/// Any number of parts: the last net that touched each. Without branches, since they would be mispredicted.
+class PartsAsStamps {
+ public:
+  explicit PartsAsStamps(const Partition& partition)
+      : parts_(partition.parts.data()), last_net_(static_cast<std::size_t>(partition.nparts), 0) {}
+
+  int count(const Net& net, int j) {
+    int* const last_net = last_net_.data();
+    int nparts = 0;
+    for (const int i : pins_of(net)) {
+      const int part = parts_[i];
+      nparts += static_cast<int>(last_net[part] != j);
+      last_net[part] = j;
+    }
+    return nparts;
+  }
+
+  static constexpr int kMostParts = 4096;  // so that the stamps stay in the first-level cache
+
+ private:
+  const int* parts_;
+  std::vector<int> last_net_;  // nets count from 1
+};
+
+/// Any number of parts: a table of the parts seen, small enough for the first-level cache, with linear
+/// probing; and stamps for the few nets that would fill it.
+class PartsAsTable {
+ public:
+  explicit PartsAsTable(const Partition& partition) : partition_(partition) {}
+
+  int count(const Net& net, int j) {
+    const auto pins = pins_of(net);
+    if (pins.size() > kMostPins) return count_by_stamps(net, j);
+    constexpr std::uint64_t kPart = 0xFFFFFFFFU;
+    const std::uint64_t stamp = static_cast<std::uint64_t>(j) << 32U;
+    int nparts = 0;
+    for (const int i : pins) {
+      const std::uint64_t seen =
+          stamp | static_cast<std::uint32_t>(partition_.parts[static_cast<std::size_t>(i)]);
+      std::size_t slot = seen % kSlots;
+      std::uint64_t difference = table_[slot] ^ seen;
+      while (difference - 1 < kPart) {  // another part of this net
+        slot = (slot + 1) % kSlots;
+        difference = table_[slot] ^ seen;
+      }
+      nparts += static_cast<int>(difference != 0);
+      table_[slot] = seen;
+    }
+    return nparts;
+  }
+
+ private:
+  static constexpr std::size_t kSlots = 2048;
+  static constexpr std::size_t kMostPins = kSlots / 4;
+
+  int count_by_stamps(const Net& net, int j) {
+    if (!stamps_) stamps_.emplace(partition_);
+    return stamps_->count(net, j);
+  }
+
+  const Partition& partition_;
+  std::optional<PartsAsStamps> stamps_;
+  std::array<std::uint64_t, kSlots> table_{};  // net and part; nets count from 1
+};
+
+/// Sums over cut nets. Without branches, since whether a net is cut is hard to predict.
+class CutSum {
+ public:
+  void add(std::int64_t w, int connectivity) {
+    const bool is_cut = connectivity > 1;
+    ncut_nets_ += static_cast<std::int64_t>(is_cut);
+    cut_ += is_cut ? w : 0;
+    connectivity_minus_one_ += is_cut ? w * (connectivity - 1) : 0;
+  }
+
+  [[nodiscard]] CutSizes sizes() const {
+    return {ncut_nets_, cut_, connectivity_minus_one_, connectivity_minus_one_ + cut_};
+  }
+
+ private:
+  std::int64_t ncut_nets_ = 0;
+  std::int64_t cut_ = 0;
+  std::int64_t connectivity_minus_one_ = 0;
+};
+
+/// Lists the parts that a net touches, for one net after another.
+class TouchedParts {
+ public:
+  /// @param partition  Checked; must outlive this object.
+  explicit TouchedParts(const Partition& partition)
+      : parts_of_cells_(partition.parts.data()), last_net_(static_cast<std::size_t>(partition.nparts), 0) {}
+
+  /// @param j  Number of the net, at most once each.
+  /// @return   Parts in order of first touch, valid until the next call.
+  const std::vector<int>& of_net(const Net& net, int j) {
+    parts_.clear();
+    for (const int i : pins_of(net)) {
+      const int part = parts_of_cells_[i];
+      int& last_net = last_net_[static_cast<std::size_t>(part)];
+      if (last_net != j) parts_.push_back(part);
+      last_net = j;
+    }
+    return parts_;
+  }
+
+ private:
+  const int* parts_of_cells_;
+  std::vector<int> last_net_;  // by part; nets count from 1
+  std::vector<int> parts_;
+};
+
+template <typename Parts, typename Visit>
+void visit_connectivities(const Hypergraph& h, Parts parts, Visit& visit) {
+  for (int j = 1; j <= h._n; ++j) visit(j, parts.count(h._nlst[j], j));
+}
+
+/// Calls `visit(j, L)` for each net j in turn; L is its connectivity, 0 without pins.
+///
+/// @param partition  Checked.
+template <typename Visit>
+void for_each_connectivity(const Hypergraph& h, const Partition& partition, Visit visit) {
+  if (partition.nparts <= PartsAsBits::kMostParts)
+    visit_connectivities(h, PartsAsBits(partition), visit);
+  else if (partition.nparts <= PartsAsStamps::kMostParts)
+    visit_connectivities(h, PartsAsStamps(partition), visit);
+  else
+    visit_connectivities(h, PartsAsTable(partition), visit);
+}
+
+}  // namespace quillon::measures
