@@ -2,17 +2,17 @@
 
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "formats/json_name.h"
 #include "formats/notes.h"
+#include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
-#include "util/util.h"
 
 namespace quillon::formats {
 namespace {
@@ -42,7 +42,7 @@ struct WatchedText {
 enum class Section { kIncidences, kNodes, kEdges, kNetworkType, kMetadata };
 
 // Identifiers as JSON texts, so that 1 and "1" differ, in order of appearance.
-struct Names {
+struct Identifiers {
   std::unordered_map<std::string, int> numbers;
   std::vector<std::string> texts;
 
@@ -55,7 +55,7 @@ struct Names {
 
 // Nodes or edges: those in a list of their own come before those that only incidences name.
 struct Items {
-  Names names;
+  Identifiers names;
   std::vector<int> listed;  // by order of the list
   std::unordered_map<int, int> weights;
 };
@@ -464,25 +464,40 @@ std::optional<std::string> json_name(std::string_view text) {
 
 namespace {
 
-std::string name_or_number(const std::vector<std::string>& names, int number) {
-  return names.empty() ? std::to_string(number) : names[static_cast<std::size_t>(number)];
+void write_name(TextWriter& out, const std::vector<std::string>& names, int number) {
+  if (names.empty())
+    out.number(number);
+  else
+    out.text(names[static_cast<std::size_t>(number)]);
 }
 
 // "weight" is written only if it is not 1, the default of readers.
-void write_item(std::FILE* file, const char* separator, const char* key, const std::string& name, int w) {
-  std::fprintf(file, "%s\n{\"%s\":%s", separator, key, name.c_str());
-  if (w != 1) std::fprintf(file, ",\"weight\":%d", w);
-  std::fputc('}', file);
+void write_item(TextWriter& out, std::string_view key, const std::vector<std::string>& names, int number,
+                int w) {
+  out.text(number > 1 ? ",\n{" : "\n{");
+  out.text(key);
+  write_name(out, names, number);
+  if (w != 1) {
+    out.text(",\"weight\":");
+    out.number(w);
+  }
+  out.character('}');
 }
 
-void write_incidences(std::FILE* file, const Hypergraph& h, const Labels& labels) {
-  const char* separator = "";
+// All of an incidence up to the name of its node.
+std::string start_of_incidence(const std::vector<std::string>& net_names, int j) {
+  return ",\n{\"edge\":" + (net_names.empty() ? std::to_string(j) : net_names[static_cast<std::size_t>(j)]) +
+         ",\"node\":";
+}
+
+void write_incidences(TextWriter& out, const Hypergraph& h, const Labels& labels) {
+  bool is_first = true;
   for (int j = 1; j <= h._n; ++j) {
-    const std::string net = name_or_number(labels.nets, j);
+    const std::string start = start_of_incidence(labels.nets, j);
     for (const int i : pins_of(h._nlst[j])) {
-      std::fprintf(file, "%s\n{\"edge\":%s,\"node\":%s}", separator, net.c_str(),
-                   name_or_number(labels.cells, i).c_str());
-      separator = ",";
+      out.text(std::string_view(start).substr(std::exchange(is_first, false) ? 1 : 0));
+      write_name(out, labels.cells, i);
+      out.character('}');
     }
   }
 }
@@ -492,17 +507,15 @@ void write_incidences(std::FILE* file, const Hypergraph& h, const Labels& labels
 void write_hif(const Hypergraph& h, const WriteOptions& options, const char* filename) {
   static const Labels kNone{};
   const Labels& labels = options.labels == nullptr ? kNone : *options.labels;
-  std::FILE* const file = ufopen(filename, "w", "quillon convert: HIF");
-  std::fprintf(file, "{\"network-type\":\"undirected\",\n\"nodes\":[");
-  for (int i = 1; i <= h._c; ++i)
-    write_item(file, i > 1 ? "," : "", "node", name_or_number(labels.cells, i), h._clst[i].w);
-  std::fprintf(file, "],\n\"edges\":[");
-  for (int j = 1; j <= h._n; ++j)
-    write_item(file, j > 1 ? "," : "", "edge", name_or_number(labels.nets, j), h._nlst[j].w);
-  std::fprintf(file, "],\n\"incidences\":[");
-  write_incidences(file, h, labels);
-  std::fprintf(file, "]}\n");
-  ufclose(file);
+  TextWriter out(filename, "quillon convert: HIF");
+  out.text("{\"network-type\":\"undirected\",\n\"nodes\":[");
+  for (int i = 1; i <= h._c; ++i) write_item(out, "\"node\":", labels.cells, i, h._clst[i].w);
+  out.text("],\n\"edges\":[");
+  for (int j = 1; j <= h._n; ++j) write_item(out, "\"edge\":", labels.nets, j, h._nlst[j].w);
+  out.text("],\n\"incidences\":[");
+  write_incidences(out, h, labels);
+  out.text("]}\n");
+  out.close();
 }
 
 }  // namespace quillon::formats

@@ -1,12 +1,11 @@
 #include "formats/labels.h"
 
-#include <cstdio>
 #include <optional>
-#include <unordered_set>
 
 #include "formats/json_name.h"
+#include "formats/names.h"
 #include "formats/scanner.h"
-#include "util/util.h"
+#include "formats/text_writer.h"
 
 namespace quillon::formats {
 namespace {
@@ -27,13 +26,14 @@ std::string as_name(const Scanner& in, const Token& token) {
   return *name;
 }
 
-struct Names {
+// Of all cells, or of all nets.
+struct Named {
   std::vector<std::string>& by_number;
-  std::unordered_set<std::string> used;
   std::string kind;
+  Names used = {};
 };
 
-void read_label(Scanner& in, Names& names) {
+void read_label(Scanner& in, Named& names) {
   const int count = static_cast<int>(names.by_number.size()) - 1;
   const Token token = next_on_line(in);
   const int number =
@@ -46,12 +46,13 @@ void read_label(Scanner& in, Names& names) {
   if (!name.empty()) unexpected(in, token, "repeated-number", "a " + names.kind + " not named before");
   const Token rest = read_rest(in);
   name = as_name(in, rest);
-  if (!names.used.insert(name).second)
+  const int nused = names.used.size();
+  if (names.used.number_of(name) <= nused)
     unexpected(in, rest, "repeated-name", "a name that no other " + names.kind + " has");
   skip_line(in);
 }
 
-void check_complete(const Scanner& in, const Names& names) {
+void check_complete(const Scanner& in, const Named& names) {
   for (std::size_t k = 1; k < names.by_number.size(); ++k)
     if (names.by_number[k].empty())
       unexpected(in, {{}, in.at}, "missing-name", "the name of " + names.kind + " " + std::to_string(k));
@@ -63,8 +64,8 @@ Labels read_labels(const std::string& filename, int ncells, int nnets) {
   Scanner in = open_scanner(filename);
   Labels labels{std::vector<std::string>(static_cast<std::size_t>(ncells) + 1),
                 std::vector<std::string>(static_cast<std::size_t>(nnets) + 1)};
-  Names cells{labels.cells, {}, "cell"};
-  Names nets{labels.nets, {}, "net"};
+  Named cells{labels.cells, "cell"};
+  Named nets{labels.nets, "net"};
   for (Token kind = next_token(in); !kind.text.empty(); kind = next_token(in)) {
     if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "bad-keyword", "cell or net");
     read_label(in, kind.text == "cell" ? cells : nets);
@@ -75,12 +76,19 @@ Labels read_labels(const std::string& filename, int ncells, int nnets) {
 }
 
 void write_labels(const Labels& labels, const char* filename) {
-  std::FILE* const file = ufopen(filename, "w", "quillon convert: labels");
-  for (std::size_t i = 1; i < labels.cells.size(); ++i)
-    std::fprintf(file, "cell %zu %s\n", i, labels.cells[i].c_str());
-  for (std::size_t j = 1; j < labels.nets.size(); ++j)
-    std::fprintf(file, "net %zu %s\n", j, labels.nets[j].c_str());
-  ufclose(file);
+  TextWriter out(filename, "quillon convert: labels");
+  const auto write_names = [&out](const char* kind, const std::vector<std::string>& names) {
+    for (std::size_t k = 1; k < names.size(); ++k) {
+      out.text(kind);
+      out.number(static_cast<std::int64_t>(k));
+      out.character(' ');
+      out.text(names[k]);
+      out.character('\n');
+    }
+  };
+  write_names("cell ", labels.cells);
+  write_names("net ", labels.nets);
+  out.close();
 }
 
 }  // namespace quillon::formats

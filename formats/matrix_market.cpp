@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
 #include "formats/losses.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
-#include "util/util.h"
 
 namespace quillon::formats {
 namespace {
@@ -273,19 +272,31 @@ void find_losses_of_matrix_market(const Hypergraph& h, const WriteOptions& /*opt
 }
 
 void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const char* filename) {
-  std::vector<int> last_net(static_cast<std::size_t>(h._c) + 1, 0);
+  const std::int64_t nrepeated = count_repeated_pins(h);
+  std::vector<int> last_net(nrepeated > 0 ? static_cast<std::size_t>(h._c) + 1 : 0);
   const auto is_repeated = [&last_net](int i, int j) {
-    return std::exchange(last_net[static_cast<std::size_t>(i)], j) == j;
+    return !last_net.empty() && std::exchange(last_net[static_cast<std::size_t>(i)], j) == j;
   };
   const bool by_row = options.model == Model::kRowNet;
-  std::FILE* const file = ufopen(filename, "w", "quillon convert: matrix");
-  std::fprintf(file, "%%%%MatrixMarket matrix coordinate pattern general\n");
-  std::fprintf(file, "%d %d %lld\n", by_row ? h._n : h._c, by_row ? h._c : h._n,
-               static_cast<long long>(h._p - count_repeated_pins(h)));
-  for (int j = 1; j <= h._n; ++j)
-    for (const int i : pins_of(h._nlst[j]))
-      if (!is_repeated(i, j)) std::fprintf(file, "%d %d\n", by_row ? j : i, by_row ? i : j);
-  ufclose(file);
+  TextWriter out(filename, "quillon convert: matrix");
+  out.text("%%MatrixMarket matrix coordinate pattern general\n");
+  out.number(by_row ? h._n : h._c);
+  out.character(' ');
+  out.number(by_row ? h._c : h._n);
+  out.character(' ');
+  out.number(h._p - nrepeated);
+  out.character('\n');
+  for (int j = 1; j <= h._n; ++j) {
+    for (const int i : pins_of(h._nlst[j])) {
+      if (is_repeated(i, j)) continue;
+      char* at = out.room(2 * TextWriter::kNumber);
+      at = print_with_blank(at, by_row ? j : i);
+      at = print(at, by_row ? i : j);
+      *at++ = '\n';
+      out.end(at);
+    }
+  }
+  out.close();
 }
 
 }  // namespace quillon::formats

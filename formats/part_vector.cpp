@@ -1,11 +1,10 @@
 #include "formats/part_vector.h"
 
-#include <cstdio>
 #include <limits>
 #include <optional>
 
 #include "formats/scanner.h"
-#include "util/util.h"
+#include "formats/text_writer.h"
 
 namespace quillon::formats {
 namespace {
@@ -13,9 +12,13 @@ namespace {
 constexpr int kAnyNumber = std::numeric_limits<int>::max();
 
 void write_by_line(const std::vector<int>& values, const char* filename, const char* tag) {
-  std::FILE* const file = ufopen(filename, "w", tag);
-  for (std::size_t i = 1; i < values.size(); ++i) std::fprintf(file, "%d\n", values[i]);
-  ufclose(file);
+  TextWriter out(filename, tag);
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    char* at = print(out.room(TextWriter::kNumber), values[i]);
+    *at++ = '\n';
+    out.end(at);
+  }
+  out.close();
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Prints decimal numbers to a stream, a block at a time. Internal to `hypergraph/`.
+/// Prints decimal numbers to a stream, a block at a time. Internal to `hypergraph/` and `formats/`.
 ///
 /// A formatted call per number costs many times more than its digits. Here a number of up to eight digits is
 /// two look-ups in a table of four digits, without a branch on its length. The table is 40 KB: even from the
