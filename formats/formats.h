@@ -49,12 +49,6 @@ const Format& own_format();
 /// @throws BadFile if it cannot be read, or breaks a rule of the format.
 NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options);
 
-/// What to do with nets of one pin or none.
-enum class SmallNets {
-  kFold,  ///< Removed; only their weights count, in totals of the record and `inw` of cells.
-  kKeep,  ///< Nets like others.
-};
-
 /// Reads a file of our own format by the reader of the module, and builds the cell side.
 ///
 /// @param record      Out, fresh.

@@ -183,77 +183,24 @@ void read_guarded_stream(Record& record, GuardedSource& guarded, SmallNets small
   scope.keep();
 }
 
-// The nets that are folded. Sums wrap, as those of the module do.
-struct Folded {
-  int nnets = 0;
-  int one_pin_weight = 0;
-  int pinless_weight = 0;
-  std::vector<std::pair<int, int>> cells;  // of one-pin nets, with the weights of these
-};
-
-void fold(Folded& folded, const Net& net, int j, const std::string& filename) {
-  ++folded.nnets;
-  if (net_size(net) == 1) {
-    add_wrapping(folded.one_pin_weight, net.w);
-    folded.cells.emplace_back(*net.pins, net.w);
-    return;
-  }
-  add_wrapping(folded.pinless_weight, net.w);
-  if (net.w >= 2)
-    throw BadFile({"heavy-pinless-net", Severity::kError, filename, 0, 0,
-                   filename + ": net " + std::to_string(j) + " has weight " + std::to_string(net.w) +
-                       " but no pins, so it cannot be folded",
-                   ""});
-}
-
-// Moves the remaining nets together, with their names.
-Folded remove_small_nets(Hypergraph& h, NetLists& lists, const std::string& filename) {
-  Folded folded;
-  int* cursor = h._cell_list;
-  int kept = 0;
-  for (int j = 1; j <= h._n; ++j) {
-    const Net net = h._nlst[j];
-    const std::span<const int> pins = pins_of(net);
-    if (pins.size() < 2) {
-      fold(folded, net, j, filename);
-      continue;
-    }
-    int* const end = std::copy(pins.begin(), pins.end(), cursor);
-    h._nlst[++kept] = {net.w, cursor, end - 1};
-    cursor = end;
-    if (!lists.net_names.empty())
-      lists.net_names[static_cast<std::size_t>(kept)] = lists.net_names[static_cast<std::size_t>(j)];
-  }
-  h._nlst[kept + 1].pins = cursor;
-  h._n = kept;
-  h._p = static_cast<int>(cursor - h._cell_list);
-  if (!lists.net_names.empty()) lists.net_names.resize(static_cast<std::size_t>(kept) + 1);
-  return folded;
-}
-
-void fold_small_nets(Record& record, NetLists& lists, const std::string& filename) {
-  Hypergraph& h = record.h;
-  const Folded folded = remove_small_nets(h, lists, filename);
-  int* const work = imalloc(std::int64_t{h._c} + 1, "fold_small_nets: work");
-  construct_net_list(&h, work);
-  _usfree(work);
-
-  const int fmt = h._fmt;
-  set_hypergraph_infos(&h);
-  h._fmt = fmt;
-  for (const auto& [cell, weight] : folded.cells) add_wrapping(h._clst[cell].inw, weight);
-  h._totinw = folded.one_pin_weight;
-  h._virtualnets = folded.pinless_weight;
-  subtract_wrapping(h._totnw, h._virtualnets);
-  record.nfolded = folded.nnets;
-}
-
 void build_cell_side(Hypergraph* h) {
   const std::uint64_t entries = static_cast<std::uint64_t>(h->_p) + 2;
   h->_net_list = static_cast<int*>(umalloc(entries * sizeof(int), "build_cell_side: net_list"));
   int* const work = imalloc(std::int64_t{h->_c} + 1, "build_cell_side: work");
   construct_net_list(h, work);
   _usfree(work);
+}
+
+// Adds the name of the file to an error.
+void make_record(Record& record, NetLists&& lists, SmallNets small_nets, const std::string& name) {
+  try {
+    to_record(std::move(lists), record, small_nets);
+  } catch (const BadFile& error) {
+    Finding finding = error.finding();
+    finding.file = name;
+    finding.message = name + ": " + finding.message;
+    throw BadFile(finding);
+  }
 }
 
 }  // namespace
@@ -280,10 +227,10 @@ Loaded load(Record& record, const std::string& filename, const LoadOptions& opti
   if (format == nullptr) format = format_of_file(filename);
   if (format == nullptr) format = &own_format();
   NetLists lists = read_file(filename, *format, options.read);
-  to_record(lists, record);
-  if (options.small_nets == SmallNets::kFold) fold_small_nets(record, lists, shown_name(filename));
+  const int fmt = (lists.cell_weights.empty() ? 0 : 1) | (lists.net_weights.empty() ? 0 : 2);
+  make_record(record, std::move(lists), options.small_nets, shown_name(filename));
   return {format,
-          (lists.cell_weights.empty() ? 0 : 1) | (lists.net_weights.empty() ? 0 : 2),
+          fmt,
           std::move(lists.remarks),
           std::move(lists.losses),
           {std::move(lists.cell_names), std::move(lists.net_names)}};

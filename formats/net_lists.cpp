@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <numeric>
+#include <utility>
 
 #include "formats/findings.h"
 #include "hypergraph/detail/lists.h"
@@ -12,15 +15,26 @@ namespace {
 
 constexpr std::int64_t kMostPins = std::numeric_limits<int>::max() - 2;
 
-// Stores the weights in the records; returns their sum.
-template <typename Item>
-std::int64_t set_weights(Item* items, int count, const std::vector<int>& weights) {
-  std::int64_t total = 0;
-  for (int i = 1; i <= count; ++i) {
-    if (!weights.empty()) items[i].w = weights[static_cast<std::size_t>(i)];
-    total += items[i].w;
-  }
-  return total;
+struct Free {
+  void operator()(void* block) const { _usfree(block); }
+};
+
+template <typename Entry>
+using Block = std::unique_ptr<Entry[], Free>;
+
+// Room for items 1 .. count and two more, as records have.
+template <typename Entry>
+Block<Entry> allocate(int count, const char* tag) {
+  const std::uint64_t entries = static_cast<std::uint64_t>(count) + 2;
+  return Block<Entry>(static_cast<Entry*>(umalloc(entries * sizeof(Entry), tag)));
+}
+
+int weight_of(const std::vector<int>& weights, int item) {
+  return weights.empty() ? 1 : weights[static_cast<std::size_t>(item)];
+}
+
+std::int64_t total_of(const std::vector<int>& weights, int count) {
+  return weights.empty() ? count : std::accumulate(weights.begin() + 1, weights.end(), std::int64_t{0});
 }
 
 int weight_bit(const std::vector<int>& weights, int bit) {
@@ -35,11 +49,105 @@ void warn_of_overflow(std::int64_t total, const char* what) {
              static_cast<long long>(total));
 }
 
+bool lacks_diagonal(const NetLists& lists, int j) {
+  return j <= lists.ncells && lists.diagonal[static_cast<std::size_t>(j)] == 0;
+}
+
+// Gives each net without a pin on the diagonal that pin, after its others. The last net moves first, so that
+// no pin is overwritten before it has moved.
+void insert_diagonal(NetLists& lists) {
+  std::size_t nmissing = 0;
+  for (int j = 1; j <= lists.nnets; ++j) nmissing += lacks_diagonal(lists, j) ? 1 : 0;
+  const std::size_t npins = lists.nadj.size();
+  if (npins + nmissing > static_cast<std::size_t>(kMostPins))
+    errexit("hypergraph_LoadFromArr: %d pins and a diagonal of %d are too many", static_cast<int>(npins),
+            lists.ncells);
+  lists.nadj.resize(npins + nmissing);
+  int* const pins = lists.nadj.data();
+  std::size_t end = npins + nmissing;
+  for (int j = lists.nnets; j >= 1; --j) {
+    int& net_end = lists.xnadj[static_cast<std::size_t>(j) + 1];
+    const int size = net_end - lists.xnadj[static_cast<std::size_t>(j)];
+    const int* const old_end = pins + net_end;
+    net_end = static_cast<int>(end);
+    if (lacks_diagonal(lists, j)) pins[--end] = j;
+    std::copy_backward(old_end - size, old_end, pins + end);
+    end -= static_cast<std::size_t>(size);
+  }
+}
+
+void fill_cells(const Hypergraph& h, const std::vector<int>& weights) {
+  for (int i = 1; i <= h._c; ++i) {
+    Cell& cell = h._clst[i];
+    cell.w = weight_of(weights, i);
+    cell.inw = 0;
+    cell.pno = -1;
+  }
+}
+
+void fill_nets(const Hypergraph& h, const NetLists& lists) {
+  const int* const starts = lists.xnadj.data();
+  for (int j = 1; j <= h._n; ++j)
+    h._nlst[j] = {weight_of(lists.net_weights, j), h._cell_list + starts[j],
+                  h._cell_list + starts[j + 1] - 1};
+}
+
+// As the folding reader of the module does with net j, which has fewer than two pins.
+void fold(Hypergraph& h, const Net& net, int j) {
+  if (net_size(net) == 1) {
+    add_wrapping(h._clst[*net.pins].inw, net.w);
+    add_wrapping(h._totinw, net.w);
+    return;
+  }
+  if (net.w >= 2)
+    throw BadFile({"heavy-pinless-net", Severity::kError, "", 0, 0,
+                   "net " + std::to_string(j) + " has weight " + std::to_string(net.w) +
+                       " but no pins, so it cannot be folded",
+                   ""});
+  subtract_wrapping(h._totnw, net.w);
+  add_wrapping(h._virtualnets, net.w);
+}
+
+// Removes the nets of fewer than two pins, with their pins and names. Returns their number.
+int fold_small_nets(Hypergraph& h, std::vector<std::string>& names) {
+  int nkept = 0;
+  int* pins_end = h._cell_list;
+  for (int j = 1; j <= h._n; ++j) {
+    const Net net = h._nlst[j];
+    if (net_size(net) < 2) {
+      fold(h, net, j);
+      continue;
+    }
+    int* const pins = std::exchange(pins_end, std::copy(net.pins, net.pinsend + 1, pins_end));
+    h._nlst[++nkept] = {net.w, pins, pins_end - 1};
+    if (!names.empty()) std::swap(names[static_cast<std::size_t>(nkept)], names[static_cast<std::size_t>(j)]);
+  }
+  if (!names.empty()) names.resize(static_cast<std::size_t>(nkept) + 1);
+  const int nfolded = h._n - nkept;
+  h._n = nkept;
+  h._p = static_cast<int>(pins_end - h._cell_list);
+  return nfolded;
+}
+
+void sum_weights(Hypergraph& h, const NetLists& lists) {
+  const std::int64_t totcw = total_of(lists.cell_weights, h._c);
+  const std::int64_t totnw = total_of(lists.net_weights, h._n);
+  warn_of_overflow(totcw, "cells");
+  warn_of_overflow(totnw, "nets");
+  h._totcw = static_cast<int>(totcw);
+  h._totnw = static_cast<int>(totnw);
+}
+
+void build_cell_side(Hypergraph& h) {
+  const Block<int> work = allocate<int>(h._c, "to_record: work");
+  construct_net_list(&h, work.get());
+}
+
 }  // namespace
 
 void begin_nets(NetLists& lists, int nnets) {
   lists.nnets = nnets;
-  lists.xnadj = {0, 0};
+  lists.xnadj.assign({0, 0});
 }
 
 void check_pins(std::size_t npins) {
@@ -59,7 +167,7 @@ void group_by_net(NetLists& lists, const std::vector<Pin>& pins) {
   for (const Pin& pin : pins) ++lists.xnadj[static_cast<std::size_t>(pin.net) + 1];
   for (std::size_t j = 1; j < lists.xnadj.size(); ++j) lists.xnadj[j] += lists.xnadj[j - 1];
 
-  std::vector<int> next = lists.xnadj;
+  std::vector<int> next(lists.xnadj.begin(), lists.xnadj.end());
   lists.nadj.resize(pins.size());
   for (const Pin& pin : pins)
     lists.nadj[static_cast<std::size_t>(next[static_cast<std::size_t>(pin.net)]++)] = pin.cell;
@@ -78,18 +186,40 @@ std::int64_t count_repeated_pins(const Hypergraph& h) {
   return count;
 }
 
-void to_record(const NetLists& lists, Record& record) {
-  Hypergraph& h = record.h;
-  const int* const diagonal = lists.diagonal.empty() ? nullptr : lists.diagonal.data();
-  hypergraph_LoadFromArr(&h, lists.nnets, lists.ncells, lists.xnadj.data(), lists.nadj.data(), diagonal);
+void to_record(NetLists&& lists, Record& record, SmallNets small_nets) {
+  if (!lists.diagonal.empty()) insert_diagonal(lists);
+  Hypergraph h{};
+  h._c = lists.ncells;
+  h._n = lists.nnets;
+  h._p = static_cast<int>(lists.nadj.size());
+  const int fmt = weight_bit(lists.cell_weights, 1) | weight_bit(lists.net_weights, 2);
+  Block<Cell> cells = allocate<Cell>(h._c, "to_record: clst");
+  Block<Net> nets = allocate<Net>(h._n, "to_record: nlst");
+  Block<int> pins(lists.nadj.release(2));
+  h._clst = cells.get();
+  h._nlst = nets.get();
+  h._cell_list = pins.get();
 
-  for (int i = 1; i <= h._c; ++i) h._clst[i].pno = -1;
-  warn_of_overflow(set_weights(h._clst, h._c, lists.cell_weights), "cells");
-  const std::int64_t totnw = set_weights(h._nlst, h._n, lists.net_weights);
-  warn_of_overflow(totnw, "nets");
-  set_hypergraph_infos(&h);
-  h._totnw = static_cast<int>(totnw);
-  h._fmt = weight_bit(lists.cell_weights, 1) | weight_bit(lists.net_weights, 2);
+  sum_weights(h, lists);
+  fill_cells(h, lists.cell_weights);
+  fill_nets(h, lists);
+  lists.xnadj.free();
+  lists.cell_weights = {};
+  lists.net_weights = {};
+  const int nfolded = small_nets == SmallNets::kFold ? fold_small_nets(h, lists.net_names) : 0;
+  h._nlst[h._n + 1].pins = h._cell_list + h._p;
+
+  Block<int> net_list = allocate<int>(h._p, "to_record: net_list");
+  h._net_list = net_list.get();
+  build_cell_side(h);
+  if (small_nets == SmallNets::kKeep) set_hypergraph_infos(&h);
+  h._fmt = fmt;
+  record.h = h;
+  record.nfolded = nfolded;
+  (void)cells.release();  // the record owns the arrays now
+  (void)nets.release();
+  (void)pins.release();
+  (void)net_list.release();
 }
 
 }  // namespace quillon::formats

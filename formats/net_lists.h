@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "formats/ints.h"
 #include "formats/record.h"
 
 #ifdef QUILLON_SHARED_BUILD
@@ -20,8 +21,8 @@ namespace quillon::formats {
 struct NetLists {
   int ncells = 0;                 ///< Number of cells.
   int nnets = 0;                  ///< Number of nets.
-  std::vector<int> xnadj;         ///< By net, nnets + 2 entries: where its pins begin in `nadj`, from 0.
-  std::vector<int> nadj;          ///< Cells, net by net.
+  Ints xnadj{"NetLists: xnadj"};  ///< By net, nnets + 2 entries: where its pins begin in `nadj`, from 0.
+  Ints nadj{"NetLists: nadj"};    ///< Cells, net by net.
   std::vector<int> diagonal;      ///< By net: 0 asks for the cell of its number as a pin; or empty.
   std::vector<int> cell_weights;  ///< By cell; or empty, all are 1.
   std::vector<int> net_weights;   ///< By net; or empty, all are 1.
@@ -65,12 +66,28 @@ struct Pin {
 /// @throws BadFile as `check_pins` does.
 void group_by_net(NetLists& lists, const std::vector<Pin>& pins);
 
+/// What to do with nets of one pin or none.
+enum class SmallNets {
+  kFold,  ///< Removed; only their weights count, in totals of the record and `inw` of cells.
+  kKeep,  ///< Nets like others.
+};
+
 /// Makes the record, both sides built, with weights and totals. Warns of totals beyond 32 bits.
 ///
-/// @param lists   Read only. Cells and offsets are not checked.
-/// @param record  Out, fresh.
-/// @par Errors    Out of memory is fatal (util/util.h).
-void to_record(const NetLists& lists, Record& record);
+/// If small nets are kept, the summaries are those of `set_hypergraph_infos`. If they are folded, the record
+/// is what the folding reader of the module and `construct_net_list` make of the same hypergraph. In both
+/// cases
+/// `_fmt` tells which weights are not all 1.
+///
+/// @param lists       Cells and offsets are not checked. Loses its pins, offsets and weights, and the names of
+///                    nets that are folded; `nadj` becomes `_cell_list` without a copy.
+/// @param record      Out, fresh. Unchanged after an error.
+/// @param small_nets  Whether to fold them.
+/// @throws BadFile    if a net without pins that is to be folded has a weight of 2 or more. It names no file.
+/// @par Errors        Out of memory is fatal (util/util.h), and so is a missing diagonal that makes too many
+///                    pins.
+/// @par Cost          The record, and an int for each cell, at the peak.
+void to_record(NetLists&& lists, Record& record, SmallNets small_nets = SmallNets::kKeep);
 
 /// Counts pins that repeat a cell of their net.
 ///

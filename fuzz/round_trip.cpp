@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "formats/findings.h"
 #include "formats/record.h"
@@ -100,13 +101,13 @@ bool is_written(const Format& format, const formats::WriteOptions& options) {
   return format.write != nullptr && (format.refusal == nullptr || format.refusal(options).empty());
 }
 
-void send_round(const Format& format, const NetLists& lists, formats::Model model) {
+void send_round(const Format& format, NetLists& lists, formats::Model model) {
   static const MemoryFile file;
+  const formats::Labels labels{lists.cell_names, lists.net_names};
   formats::Record record;
-  formats::to_record(lists, record);
+  formats::to_record(std::move(lists), record);
   check_lists(record.h);
 
-  const formats::Labels labels{lists.cell_names, lists.net_names};
   const formats::WriteOptions options{.numbering = 0, .weights = 3, .model = model, .labels = &labels};
   const Format& used = is_written(format, options) ? format : *formats::format_named("kub");
   used.write(record.h, options, file.name());
@@ -115,7 +116,7 @@ void send_round(const Format& format, const NetLists& lists, formats::Model mode
   NetLists lists_back;
   expect(read(used, file.contents(), {.model = model}, lists_back), "what was written is refused");
   formats::Record back;
-  formats::to_record(lists_back, back);
+  formats::to_record(std::move(lists_back), back);
   expect_same(back.h, record.h);
 }
 

@@ -433,9 +433,9 @@ struct Summary {
   int totnw;
 };
 
-void expect_record(const NetLists& lists, const Shape& shape, const Summary& summary) {
+void expect_record(NetLists lists, const Shape& shape, const Summary& summary) {
   Record record;
-  to_record(lists, record);
+  to_record(std::move(lists), record);
   const Hypergraph& h = record.h;
   testing::internal::CaptureStdout();
   CheckListsofHypergraph(&h);  // an error is fatal
@@ -489,10 +489,10 @@ TEST(ToRecord, AddsTheDiagonalThatIsMarkedAsMissing) {
 }
 
 TEST(ToRecord, WarnsOfTotalsBeyond32Bits) {
-  const NetLists lists = lists_of("kub", "2\n3\n2147483647 0\n2147483647 0\n2147483647 0\n2147483647\n1\n");
+  NetLists lists = lists_of("kub", "2\n3\n2147483647 0\n2147483647 0\n2147483647 0\n2147483647\n1\n");
   testing::internal::CaptureStderr();
   Record record;
-  to_record(lists, record);
+  to_record(std::move(lists), record);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "quillon: warning: the weights of all cells are 2147483648 together, more than 32 bits hold\n"
             "quillon: warning: the weights of all nets are 6442450941 together, more than 32 bits hold\n");
@@ -574,10 +574,10 @@ class Readers : public testing::TestWithParam<Sample> {
   [[nodiscard]] static bool is_accepted(const std::string& text) {
     SCOPED_TRACE(testing::PrintToString(text));
     const Finding finding = finding_of([&text] {
-      const NetLists lists = lists_of(GetParam().reader, text);
+      NetLists lists = lists_of(GetParam().reader, text);
       EXPECT_TRUE(is_sound(lists));
       Record record;
-      to_record(lists, record);
+      to_record(std::move(lists), record);
     });
     if (finding.rule == kNoFinding) return true;
     EXPECT_THAT(text_of(finding), testing::MatchesRegex("in:[0-9]+:[0-9]+: error: found [^\n]+"));

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "formats/formats.h"
@@ -51,9 +52,9 @@ std::string text_in(const Kind& kind, const Hypergraph& h) {
 
 void read_back(const std::string& text, const Kind& kind, Record& record) {
   const TempFile file(text);
-  const NetLists lists = read_file(file.name(), format(kind.format), {kind.model, false});
+  NetLists lists = read_file(file.name(), format(kind.format), {kind.model, false});
   EXPECT_THAT(lists.losses, testing::IsEmpty());
-  to_record(lists, record);
+  to_record(std::move(lists), record);
 }
 
 bool has_repeated_pins(const Shape& shape) {

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "tests/formats/finding_of.h"
 #include "tests/support/temp_file.h"
@@ -134,9 +135,9 @@ TEST(ReadFile, NamesTheFileThatHasTooManyPins) {
 }
 
 TEST(Losses, OfEachFormatAreCounted) {
-  const NetLists lists = read_text(own_format(), "1 3 4 5 3\n5 1 2 1\n0 3\n1\n-1 2\n7 1 1\n");
+  NetLists lists = read_text(own_format(), "1 3 4 5 3\n5 1 2 1\n0 3\n1\n-1 2\n7 1 1\n");
   Record record;
-  to_record(lists, record);
+  to_record(std::move(lists), record);
   const auto losses_in = [&record](const char* name, const WriteOptions& options = {}) {
     Losses losses;
     if (format(name).find_losses != nullptr) format(name).find_losses(record.h, options, losses);

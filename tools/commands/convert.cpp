@@ -1,5 +1,6 @@
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "formats/formats.h"
 #include "formats/labels.h"
@@ -111,9 +112,8 @@ void convert(const ConvertOptions& options) {
   if (!writes_labels) formats::refuse_to_replace({options.labels}, options.out);
   NetLists lists = formats::read_file(options.in, *options.from, {options.model, options.add_diagonal});
   formats::Record record;
-  to_record(lists, record);
+  to_record(std::move(lists), record);  // leaves names, remarks and losses
   const Hypergraph& h = record.h;
-  lists.nadj = {};
   warn_about_source(options, lists, h);
   warn_about_target(options, lists, h);
 
