@@ -1,5 +1,6 @@
-# Debian packages: libquillon (shared libraries), libquillon-dev (headers, static libraries, package files) and quillon
-# (the tool). packaging/build.sh configures a build for these packages and calls CPack.
+# Debian packages: libquillon (shared libraries), libquillon-dev (headers, static libraries, package files), quillon (the
+# tool), and for each engine that is built its own, which needs libraries that the tool does not. packaging/build.sh
+# configures a build for these packages and calls CPack.
 
 if(QUILLON_DEBIAN)
   set(compressed ${PROJECT_BINARY_DIR}/compressed)
@@ -24,6 +25,9 @@ if(QUILLON_DEBIAN)
   quillon_package_documents(libquillon quillon_runtime)
   quillon_package_documents(libquillon-dev quillon_development)
   quillon_package_documents(quillon quillon_tool)
+  foreach(engine IN LISTS quillon_engines)
+    quillon_package_documents(quillon-${engine} quillon_${engine})
+  endforeach()
   set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/libquillon-dev)
   install(FILES docs/library.md DESTINATION ${documents} COMPONENT quillon_development)
   install(DIRECTORY examples DESTINATION ${documents} COMPONENT quillon_development)
@@ -43,6 +47,9 @@ endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Quillon maintainers <maintainers@quillon.invalid>")
 set(CPACK_COMPONENTS_ALL quillon_runtime quillon_development quillon_tool)
+foreach(engine IN LISTS quillon_engines)
+  list(APPEND CPACK_COMPONENTS_ALL quillon_${engine})
+endforeach()
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -87,9 +94,23 @@ for CMake and pkg-config.")
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_NAME quillon)
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_DEPENDS "libquillon ${this_version}")
+set(CPACK_DEBIAN_QUILLON_TOOL_PACKAGE_SUGGESTS "quillon-ptscotch, quillon-metis")
 set(CPACK_DEBIAN_QUILLON_TOOL_DESCRIPTION "command-line tool for hypergraphs
 Prints statistics of hypergraphs, checks, prunes and renumbers them, converts
 between file formats, evaluates partitions, and writes HTML reports with
 charts.")
+
+set(CPACK_DEBIAN_QUILLON_PTSCOTCH_PACKAGE_NAME quillon-ptscotch)
+set(CPACK_DEBIAN_QUILLON_PTSCOTCH_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_QUILLON_PTSCOTCH_PACKAGE_DEPENDS "quillon ${this_version}, openmpi-bin")
+set(CPACK_DEBIAN_QUILLON_PTSCOTCH_DESCRIPTION "partitions hypergraphs with PT-Scotch
+The engine of \"quillon partition\" that runs on many processes, on one machine
+or on several. Each process reads its own part of the hypergraph.")
+
+set(CPACK_DEBIAN_QUILLON_METIS_PACKAGE_NAME quillon-metis)
+set(CPACK_DEBIAN_QUILLON_METIS_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_QUILLON_METIS_PACKAGE_DEPENDS "quillon ${this_version}")
+set(CPACK_DEBIAN_QUILLON_METIS_DESCRIPTION "partitions hypergraphs with METIS
+The engine of \"quillon partition\" that runs in one process, without MPI.")
 
 include(CPack)

@@ -35,7 +35,7 @@ export -f tidy_one
 tidy() {  # tidy SECONDS: the sources of standard input
   export deadline=$(($(date +%s) + $1))
   # Omits sources that are not built with gcc. It is no error if none remain.
-  { grep -vE '^(fuzz|examples/ptscotch|tests/build)/' || true; } |
+  { grep -vE '^(fuzz|tests/build)/' || true; } |
     { grep -Fxf <(sed -n "s|.*\"file\": \"$PWD/\(.*\)\",\?|\1|p" $build/compile_commands.json) || true; } |
     xargs -r -P "$(nproc)" -I{} bash -c 'tidy_one {}'
 }

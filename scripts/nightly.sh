@@ -20,7 +20,7 @@ mutation() {
 export -f faults mutation
 export tool
 
-scripts/stage.sh setup scripts/setup.sh build test bench lint fuzz docs partners browser ptscotch coverage memcheck ||
+scripts/stage.sh setup scripts/setup.sh build test bench lint fuzz docs partners browser engines coverage memcheck ||
   exit 1
 status=0
 stage() {  # stage NAME COMMAND...

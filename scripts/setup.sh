@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the given jobs need: setup.sh build|test|bench|..., as listed below. Tests that
-# need packages of docs, partners, ptscotch or browser are skipped with a message if these are missing.
+# need packages of docs, partners, engines or browser are skipped with a message if these are missing.
 set -euo pipefail
 
 packages=()
@@ -12,7 +12,7 @@ for job in "$@"; do
       ;;
     test) packages+=(libgtest-dev libgmock-dev clang gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
     partners) packages+=(python3-scipy python3-jsonschema python3-networkx metis) ;;
-    ptscotch) packages+=(libptscotch-dev libopenmpi-dev openmpi-bin) ;;
+    engines) packages+=(libptscotch-dev libopenmpi-dev openmpi-bin libmetis-dev zlib1g-dev) ;;
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
     fuzz) packages+=(clang libclang-rt-14-dev libgtest-dev) ;;

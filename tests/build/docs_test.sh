@@ -148,7 +148,7 @@ check_completion() {
     offers "$(options_of "$command" | paste -sd ' ')" "$command" -
   done
   offers "--table" stats --t
-  offers "partition-info prune" p
+  offers "partition partition-info prune" p
   offers "" nothing ""
 
   offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" stats ""

@@ -130,10 +130,15 @@ measures shared "$place/formats_by_pkg_config"
 measures static "$place/formats_by_pkg_config_static"
 echo "pkg-config: shared and static"
 
-cmake -G Ninja -S "$source_dir/examples" -B "$place/examples" -D CMAKE_PREFIX_PATH="$prefix" -D QUILLON_PTSCOTCH=OFF \
+cmake -G Ninja -S "$source_dir/examples" -B "$place/examples" -D CMAKE_PREFIX_PATH="$prefix" \
   -D CMAKE_CXX_FLAGS="${warnings[*]}" >/dev/null
 cmake --build "$place/examples" >"$place/log" || { cat "$place/log"; fail "the examples do not build"; }
 "$source_dir/tests/build/run_examples.sh" "$source_dir" "$place/examples"
+
+if [ -x "$prefix/libexec/quillon/quillon-metis" ]; then
+  "$prefix/bin/quillon" partition "$source_dir/data/davis.qhg" -k 2 -o "$place/parts" --engine metis >"$place/log" 2>&1 ||
+    { cat "$place/log"; fail "the installed tool does not find the installed engine"; }
+fi
 
 # The libraries export only what the headers declare, and one does not contain the other.
 for library in util hypergraph formats measures; do

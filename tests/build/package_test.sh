@@ -49,7 +49,7 @@ echo "quillon: installed, ran, removed"
 inside bash -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends g++ cmake make pkg-config' \
   >"$place/log" 2>&1 || { cat "$place/log"; fail "there is no compiler"; }
 files >"$place/before"
-inside bash -c 'dpkg -i /quillon/packages/*.deb' >"$place/log" 2>&1 || { cat "$place/log"; fail "not all installs"; }
+inside bash -c 'dpkg -i /quillon/packages/{libquillon,libquillon-dev,quillon}_*.deb' >"$place/log" 2>&1 || { cat "$place/log"; fail "not all installs"; }
 inside bash -c 'set -e
   cmake -S /usr/share/doc/libquillon-dev/examples -B /quillon/build
   cmake --build /quillon/build' >"$place/log" 2>&1 || { cat "$place/log"; fail "the examples do not build"; }
@@ -62,3 +62,16 @@ grep -q '^H(18, 14, 89) ' "$place/log" || fail "the README's program prints some
 inside dpkg --purge "${packages[@]}" >"$place/log" 2>&1 || { cat "$place/log"; fail "not all goes"; }
 files | diff "$place/before" - || fail "something is left of the packages"
 echo "libquillon-dev: installed, built the examples, removed"
+
+# The engines, with the libraries that they name. Without /proc, the tool cannot find its own folder, nor mpirun start.
+inside bash -c 'apt-get install -y -qq --no-install-recommends /quillon/packages/{libquillon,quillon,quillon-*}_*.deb' \
+  >"$place/log" 2>&1 || { cat "$place/log"; fail "the engines do not install"; }
+inside env QUILLON_ENGINES=/usr/libexec/quillon quillon partition /quillon/data/davis.qhg -k 2 -o /quillon/parts \
+  --engine metis >"$place/log" 2>&1 || { cat "$place/log"; fail "METIS does not partition"; }
+grep -q '^cut  ' "$place/log" || { cat "$place/log"; fail "METIS makes no partition"; }
+for program in quillon-ptscotch quillon-ptscotch64; do
+  inside ldd /usr/libexec/quillon/$program >"$place/log" || fail "there is no $program"
+  ! grep 'not found' "$place/log" || fail "$program misses libraries"
+done
+inside which mpirun >/dev/null || fail "there is no mpirun"
+echo "quillon-ptscotch, quillon-metis: installed, METIS ran"

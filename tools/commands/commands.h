@@ -14,6 +14,7 @@ Command dump_command();
 Command prune_command();
 Command reorder_command();
 Command convert_command();
+Command partition_command();
 Command partition_info_command();
 Command report_command();
 

@@ -1,17 +1,13 @@
-#include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "formats/formats.h"
 #include "formats/sink.h"
-#include "formats/source.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/page_file.h"
 #include "tools/commands/part_file.h"
-#include "tools/report/html_report.h"
-#include "util/util.h"
 
 namespace quillon::tool {
 namespace {
@@ -35,29 +31,16 @@ The page shows counts, distributions, weights, a picture of the pins, the larges
 balance, its cut and the nets between its parts. It has no scripts and loads nothing from the network. Nets of one pin
 or none are kept. The hypergraph can have any format that convert reads.)";
 
-// Shows a file name without its folder.
-std::string name_of(const std::string& file) {
-  return file == "-" ? formats::shown_name(file) : std::filesystem::path(file).filename().string();
-}
-
-void write_page(const std::string& page, const char* filename) {
-  std::FILE* const file = ufopen(filename, "w", "quillon report: page");
-  std::fwrite(page.data(), 1, page.size(), file);
-  ufclose(file);
-}
-
 int run(const ReportOptions& options) {
   formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   formats::Record record;
   formats::load(record, options.hypergraph, {.format = options.from});
   std::optional<measures::Partition> partition;
   if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
-  const std::string title = options.title.empty() ? name_of(options.hypergraph) : options.title;
-  const std::string page =
-      html_page(page_model(title, record.h, partition ? &*partition : nullptr, name_of(options.part_file)));
-
+  const std::string title = options.title.empty() ? heading_of(options.hypergraph) : options.title;
   formats::Outputs outputs;
-  outputs.write(options.out, [&page](const char* filename) { write_page(page, filename); });
+  write_page(outputs, options.out,
+             page_model(title, record.h, partition ? &*partition : nullptr, heading_of(options.part_file)));
   outputs.publish();
   return kSuccess;
 }
