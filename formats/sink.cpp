@@ -1,152 +1,38 @@
 #include "formats/sink.h"
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <filesystem>
+#include <system_error>
 #include <utility>
 
+#include "formats/compressing_pipe.h"
+#include "formats/compression.h"
+#include "formats/descriptor.h"
+#include "formats/target.h"
+#include "formats/temporary_file.h"
 #include "util/util.h"
 
 namespace quillon::formats {
 namespace {
 
-// Names of temporary files, for a signal handler. A file without a free slot is still removed by its owner.
-constexpr std::size_t kSlots = 16;
-constinit std::array<std::atomic<const char*>, kSlots> temporary_files{};
-
-// The name of a temporary file, which is removed unless it is released.
-class TemporaryName {
- public:
-  // Registered before the file is made, so that a signal in between leaves nothing.
-  explicit TemporaryName(std::string name) : name_(std::move(name)) {
-    for (std::atomic<const char*>& slot : temporary_files) {
-      const char* expected = nullptr;
-      if (!slot.compare_exchange_strong(expected, name_.c_str())) continue;
-      slot_ = &slot;
-      return;
-    }
-  }
-  ~TemporaryName() {
-    if (is_made_) unlink(name_.c_str());
-    release();
-  }
-  TemporaryName(const TemporaryName&) = delete;
-  TemporaryName& operator=(const TemporaryName&) = delete;
-
-  [[nodiscard]] const std::string& name() const { return name_; }
-  void made() { is_made_ = true; }
-  void release() {
-    is_made_ = false;
-    if (slot_ != nullptr) slot_->store(nullptr);
-    slot_ = nullptr;
-  }
-
- private:
-  std::string name_;
-  std::atomic<const char*>* slot_ = nullptr;
-  bool is_made_ = false;
-};
-
 [[noreturn]] void cannot_write(const std::string& target, int reason) {
   errexit("cannot write %s: %s", shown_target(target).c_str(), std::strerror(reason));
 }
 
-// Shortens the last name of a path so that a suffix fits.
-std::string shortened(const std::string& place) {
-  constexpr std::size_t kName = 200;  // of the 255 bytes of a name
-  const std::size_t name = place.find_last_of('/') + 1;
-  return place.substr(0, name + kName);
-}
+// The permissions that fopen asks for, and those of bytes on their way to a stream.
+constexpr unsigned kFopenMode = 0666;
+constexpr unsigned kPrivateMode = 0600;
 
-// Calls `make` with names beside `place` until one is free: killed programs can have left files.
-template <typename Make>
-std::unique_ptr<TemporaryName> make_beside(const std::string& target, const std::string& place, Make make) {
-  const std::string prefix = shortened(place) + ".quillon-" + std::to_string(getpid()) + "-";
-  for (int n = 0;; ++n) {
-    auto name = std::make_unique<TemporaryName>(prefix + std::to_string(n));
-    if (make(name->name().c_str())) {
-      name->made();
-      return name;
-    }
-    if (errno != EEXIST) cannot_write(target, errno);
-  }
-}
-
-// The file that a chain of links leads to, even if it does not exist yet, so that no link is replaced by a
-// file.
-std::string follow_links(const std::string& target) {
-  constexpr int kMostLinks = 40;  // as many as the system follows
-  std::error_code ignored;
-  std::filesystem::path place = target;
-  for (int n = 0; n < kMostLinks && std::filesystem::is_symlink(place, ignored); ++n)
-    place = place.parent_path() / std::filesystem::read_symlink(place, ignored);
-  if (std::filesystem::is_symlink(place, ignored)) cannot_write(target, ELOOP);
-  return place.string();
-}
-
-// A path without links and dots; as it stands where the system cannot follow it.
-std::filesystem::path resolved(const std::string& name) {
-  std::error_code error;
-  std::filesystem::path path = std::filesystem::absolute(name, error);
-  if (!error) path = std::filesystem::weakly_canonical(path, error);
-  return error ? std::filesystem::path(name) : path;
-}
-
-bool same_place(const std::string& a, const std::string& b) { return resolved(a) == resolved(b); }
-
-// The permissions that fopen asks for.
-constexpr mode_t kFopenMode = 0666;
-
-// A file without a name, of which nothing stays however the program ends; -1 where the system has none.
-int open_unnamed(const std::string& place) {
-  const std::filesystem::path folder = std::filesystem::path(place).parent_path();
-  return open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFopenMode);
-}
-
-// A descriptor that is closed on every way out.
-class Descriptor {
- public:
-  explicit Descriptor(int number = -1) : number_(number) {}
-  ~Descriptor() { close(); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  [[nodiscard]] bool is_open() const { return number_ >= 0; }
-  [[nodiscard]] int number() const { return number_; }
-  void reset(int number) {
-    close();
-    number_ = number;
-  }
-  // Returns whether what was written has arrived, as far as the system can tell.
-  bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
-
- private:
-  int number_;
-};
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-std::string name_of_descriptor(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
-
-void write_all(int descriptor, const char* bytes, std::size_t size, const std::string& target) {
-  while (size > 0) {
-    const ssize_t written = write(descriptor, bytes, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) cannot_write(target, errno);
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
-  }
+[[noreturn]] void refuse_twice(const std::string& target) {
+  errexit("%s is named for two outputs", shown_target(target).c_str());
 }
 
 }  // namespace
@@ -156,101 +42,111 @@ NotWritten::NotWritten(const std::string& target)
 
 NotWritten::~NotWritten() = default;
 
-// One file. Exactly one of the three kinds of storage is used.
+// One output.
 struct [[gnu::visibility("hidden")]] Outputs::Staged {
-  std::string written;                           // the name to write to
-  std::string target;                            // as the user named it
-  std::string place;                             // of a regular file, with links followed
-  std::unique_ptr<std::FILE, CloseFile> passed;  // for other files: holds the bytes until they are passed on
-  Descriptor unnamed;                            // of a file that is named when it is published
-  std::unique_ptr<TemporaryName> temporary;      // name beside the target
+  std::string target;                   // as the user named it
+  Target where;                         // that, with links followed
+  bool is_passed_on = false;            // to a stream, pipe or device
+  std::unique_ptr<TemporaryFile> file;  // holds the bytes; null for the null device
 
-  explicit Staged(std::string its_target) : target(std::move(its_target)) {
-    std::error_code ignored;
-    const bool is_new = !std::filesystem::exists(target, ignored);
-    const bool is_file = is_new || std::filesystem::is_regular_file(target, ignored);
-    if (is_standard_output(target) || !is_file)
-      stage_to_pass_on();
-    else
-      stage_beside();
-  }
-  void stage_to_pass_on();
-  void stage_beside();
-  void pass_on();
-  void reach_disk() const;
-  void move_to_place();
+  Staged(std::string its_target, bool force);
+  void stage_file(bool force);
+  void stage_stream();
+  void write(const std::function<void(const char*)>& write);
+  void write_compressed(Compression compression, const std::function<void(const char*)>& write);
+  void pass_on() const;
+  void make_ready() const;
 };
 
-void Outputs::Staged::stage_to_pass_on() {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(target, ignored)) cannot_write(target, EISDIR);
-  // A file opened now would get the descriptor of a closed standard output, and then its own bytes.
-  if (is_standard_output(target) && fcntl(STDOUT_FILENO, F_GETFD) < 0) cannot_write(target, errno);
-  passed.reset(std::tmpfile());
-  if (passed == nullptr) errexit("cannot make a temporary file: %s", std::strerror(errno));
-  written = name_of_descriptor(fileno(passed.get()));
-  place = target;
-}
-
-// The file is made here and only filled by the writer, so that errors of making it name the target.
-void Outputs::Staged::stage_beside() {
-  place = follow_links(target);
-  unnamed.reset(open_unnamed(place));
-  if (unnamed.is_open()) {
-    written = name_of_descriptor(unnamed.number());
-    return;
+Outputs::Staged::Staged(std::string its_target, bool force)
+    : target(std::move(its_target)), where(resolve_target(target)) {
+  if (where.error != 0) cannot_write(target, where.error);
+  struct stat status {};
+  const bool exists = where.descriptor < 0 && stat(where.place.c_str(), &status) == 0;
+  if (exists && S_ISDIR(status.st_mode)) cannot_write(target, EISDIR);
+  is_passed_on = where.descriptor >= 0 || (exists && !S_ISREG(status.st_mode));
+  if (is_null_device(where)) return;
+  try {
+    if (is_passed_on)
+      stage_stream();
+    else
+      stage_file(force || !exists);
+  } catch (const std::system_error& error) {
+    cannot_write(target, error.code().value());
   }
-  temporary = make_beside(target, place, [](const char* name) {
-    const int descriptor = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFopenMode);
-    if (descriptor >= 0) close(descriptor);
-    return descriptor >= 0;
-  });
-  written = temporary->name();
 }
 
-void Outputs::Staged::pass_on() {
-  Descriptor to(is_standard_output(target) ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
-                                           : open(target.c_str(), O_WRONLY | O_CLOEXEC));
-  if (!to.is_open()) cannot_write(target, errno);
-  std::vector<char> block(std::size_t{1} << 18);
-  std::rewind(passed.get());
-  while (const std::size_t size = std::fread(block.data(), 1, block.size(), passed.get()))
-    write_all(to.number(), block.data(), size, target);
-  if (std::ferror(passed.get()) != 0 || !to.close()) cannot_write(target, errno);
+void Outputs::Staged::stage_file(bool force) {
+  if (!force && faccessat(AT_FDCWD, where.place.c_str(), W_OK, AT_EACCESS) != 0)
+    errexit("cannot replace %s: it is write-protected", shown_target(target).c_str());
+  file = std::make_unique<TemporaryFile>(where.place, kFopenMode);
 }
 
-// Some write errors surface only at fsync.
-void Outputs::Staged::reach_disk() const {
-  const Descriptor file(open(written.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.is_open() || fsync(file.number()) != 0) cannot_write(target, errno);
+void Outputs::Staged::stage_stream() {
+  if (where.descriptor >= 0) {
+    const int flags = fcntl(where.descriptor, F_GETFL);
+    if (flags < 0 || (flags & O_ACCMODE) == O_RDONLY) cannot_write(target, EBADF);
+  }
+  const std::string folder = temporary_folder();
+  try {
+    file = std::make_unique<TemporaryFile>(folder + "/output", kPrivateMode);
+  } catch (const std::system_error& error) {
+    errexit("cannot make a temporary file in '%s': %s", folder.c_str(), error.code().message().c_str());
+  }
 }
 
-void Outputs::Staged::move_to_place() {
-  std::error_code ignored;
-  const std::filesystem::file_status replaced = std::filesystem::status(place, ignored);
-  if (std::filesystem::exists(replaced))
-    std::filesystem::permissions(written, replaced.permissions(), ignored);
-
-  if (temporary == nullptr)
-    temporary = make_beside(target, place, [this](const char* name) {
-      return linkat(AT_FDCWD, written.c_str(), AT_FDCWD, name, AT_SYMLINK_FOLLOW) == 0;
-    });
-  if (std::rename(temporary->name().c_str(), place.c_str()) != 0) cannot_write(target, errno);
-  temporary->release();
+void Outputs::Staged::write(const std::function<void(const char*)>& write) {
+  if (file == nullptr) return write("/dev/null");
+  const Compression compression = where.descriptor < 0 ? compression_of_name(target) : Compression::kNone;
+  if (compression == Compression::kNone)
+    write(file->name().c_str());
+  else
+    write_compressed(compression, write);
 }
 
-Outputs::Outputs() = default;
+void Outputs::Staged::write_compressed(Compression compression,
+                                       const std::function<void(const char*)>& write) {
+  try {
+    CompressingPipe pipe(compression, file->descriptor());
+    write(pipe.name().c_str());
+    pipe.finish();
+  } catch (const std::system_error& error) {
+    cannot_write(target, error.code().value());
+  }
+}
+
+void Outputs::Staged::pass_on() const {
+  if (file == nullptr) return;
+  Descriptor to(where.descriptor >= 0 ? duplicate(where.descriptor)
+                                      : open(target.c_str(), O_WRONLY | O_CLOEXEC));
+  if (!to.is_open() || lseek(file->descriptor(), 0, SEEK_SET) != 0) cannot_write(target, errno);
+  std::vector<char> block(kBlockSize);
+  while (const std::ptrdiff_t size = read_some(file->descriptor(), block.data(), block.size()))
+    if (size < 0 || !write_all(to.number(), block.data(), static_cast<std::size_t>(size)))
+      cannot_write(target, errno);
+  if (!to.close()) cannot_write(target, errno);
+}
+
+void Outputs::Staged::make_ready() const {
+  try {
+    file->resemble(where.place);
+    file->link_beside(where.place);
+  } catch (const std::system_error& error) {
+    cannot_write(target, error.code().value());
+  }
+}
+
+Outputs::Outputs(bool force) : force_(force) {}
 
 Outputs::~Outputs() = default;
 
 void Outputs::write(const std::string& target, const std::function<void(const char*)>& write) {
-  auto file = std::make_unique<Staged>(target);
+  auto file = std::make_unique<Staged>(target, force_);
   for (const std::unique_ptr<Staged>& other : files_)
-    if (same_place(file->place, other->place))
-      errexit("%s is named for two outputs", shown_target(target).c_str());
+    if (are_same(file->where, other->where)) refuse_twice(target);
   files_.push_back(std::move(file));
   try {
-    write(files_.back()->written.c_str());
+    files_.back()->write(write);
   } catch (...) {
     files_.pop_back();  // so that `publish` cannot move half a file
     std::throw_with_nested(NotWritten(target));
@@ -276,33 +172,73 @@ class Uninterrupted {
   sigset_t before_{};
 };
 
-}  // namespace
-
-void Outputs::publish() {
-  std::fflush(stdout);
-  for (const std::unique_ptr<Staged>& file : files_)
-    if (file->passed == nullptr) file->reach_disk();
-  for (const std::unique_ptr<Staged>& file : files_)
-    if (file->passed != nullptr) file->pass_on();
-
-  const Uninterrupted guard;
-  for (const std::unique_ptr<Staged>& file : files_)
-    if (file->passed == nullptr) file->move_to_place();
+// Text that cannot be written now must not be written later, after the error.
+void flush_standard_output() {
+  errno = 0;
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return;
+  const int reason = errno != 0 ? errno : EIO;
+  __fpurge(stdout);
+  std::clearerr(stdout);
+  cannot_write("-", reason);
 }
 
-void remove_temporary_files() {
-  for (const std::atomic<const char*>& slot : temporary_files)
-    if (const char* const name = slot.load(); name != nullptr) unlink(name);
+}  // namespace
+
+void Outputs::publish(const std::function<void()>& report) {
+  flush_standard_output();
+  for (const std::unique_ptr<Staged>& file : files_)
+    // Some write errors surface only at fsync.
+    if (!file->is_passed_on && fsync(file->file->descriptor()) != 0) cannot_write(file->target, errno);
+  for (const std::unique_ptr<Staged>& file : files_)
+    if (file->is_passed_on) file->pass_on();
+
+  for (const std::unique_ptr<Staged>& file : files_)
+    if (!file->is_passed_on) file->make_ready();
+  if (report) {
+    report();
+    flush_standard_output();
+  }
+  const Uninterrupted guard;
+  move_all();
+}
+
+void Outputs::move_all() {
+  std::vector<TemporaryFile*> moved;
+  for (const std::unique_ptr<Staged>& file : files_) {
+    if (file->is_passed_on) continue;
+    if (const int reason = file->file->move_to(file->where.place); reason != 0) {
+      for (TemporaryFile* const earlier : moved) earlier->put_back();
+      cannot_write(file->target, reason);
+    }
+    moved.push_back(file->file.get());
+  }
+  for (TemporaryFile* const file : moved) file->keep();
+}
+
+void refuse_named_twice(const std::vector<std::string>& targets) {
+  std::vector<Target> known;
+  for (const std::string& target : targets) {
+    if (target.empty()) continue;
+    const Target where = resolve_target(target);
+    for (const Target& other : known)
+      if (are_same(where, other)) refuse_twice(target);
+    known.push_back(where);
+  }
 }
 
 void refuse_to_replace(const std::vector<std::string>& inputs, const std::string& target) {
-  if (target.empty() || is_standard_output(target)) return;
-  for (const std::string& input : inputs)
-    if (input == target || (!input.empty() && input != "-" && same_place(input, target)))
+  if (target.empty()) return;
+  const Target where = resolve_target(target);
+  for (const std::string& input : inputs) {
+    if (input.empty()) continue;
+    if ((input == target && input != "-") || are_same(resolve_input(input), where))
       errexit("%s is an input; refusing to overwrite it", shown_target(target).c_str());
+  }
 }
 
-bool is_standard_output(const std::string& target) { return target == "-" || target == "/dev/stdout"; }
+bool is_standard_output(const std::string& target) {
+  return resolve_target(target).descriptor == STDOUT_FILENO;
+}
 
 std::string shown_target(const std::string& target) {
   return is_standard_output(target) ? "standard output" : "'" + target + "'";

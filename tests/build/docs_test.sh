@@ -151,8 +151,8 @@ check_completion() {
   offers "partition partition-info prune" p
   offers "" nothing ""
 
-  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" stats ""
-  offers "a.qhg b.qhg.gz c.hgr d.graph e.mtx.gz folder h 1.qhg i.json" check --symmetric a.qhg ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" stats ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" check --symmetric a.qhg ""
   offers "a.qhg" stats a
   offers "f.part" stats f.  # the only file with this prefix
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" convert ""

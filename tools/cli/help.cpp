@@ -40,7 +40,8 @@ std::string format_lines() {
 Topic formats_topic() {
   return {"formats", "file formats by name and suffix",
           "Formats and their file name suffixes:\n\n" + format_lines() + R"(
-A trailing .gz or .zst is ignored; gzip and zstd input is decompressed automatically. Output is never compressed. convert,
+A trailing .gz or .zst is not part of the suffix, and makes output compressed. Compressed input is recognised by its
+content. convert,
 partition-info and report read all formats and choose by suffix or --from; the other commands read quillon.
 
 A quillon file:
@@ -93,8 +94,15 @@ Topic output_topic() {
   return {
       "output", "output files and standard output",
       R"(Results go to standard output, everything else to standard error. An output file is written completely or not at
-all: output goes to temporary files, which are renamed once all of them are complete. - is standard output; the report
-of prune and partition-info then goes to standard error.
+all: output goes to temporary files, which are renamed once all of them are complete and standard output has received
+its part. A file that is replaced keeps its permissions, group and owner where the system allows it, but not setuid and
+setgid.
+
+  --force      replace files without write permission too
+  .gz .zst     such output files are compressed
+  -            standard output, as are /dev/stdout and /dev/fd/1; the report of prune and partition-info then goes to
+               standard error. /dev/stderr and /dev/fd/N are open streams too
+  TMPDIR       folder for what waits for standard output, another stream, a pipe or a device; /tmp if not set
 
 With --json, stats, check and partition-info print one JSON object per file, each on one line; see docs/json.md.
 )"};

@@ -141,6 +141,11 @@ void print_beside(const std::string& target, const std::function<void()>& print)
   print();
 }
 
+bool& force() {
+  static bool is_forced = false;
+  return is_forced;
+}
+
 void flush_output() {
   errno = 0;
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)

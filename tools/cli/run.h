@@ -72,6 +72,9 @@ class DivertedOutput {
 /// output.
 void print_beside(const std::string& target, const std::function<void()>& print);
 
+/// The --force flag.
+bool& force();
+
 /// @throws OutputError if anything written to standard output was lost.
 void flush_output();
 

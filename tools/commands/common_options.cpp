@@ -96,6 +96,8 @@ void write_output(formats::Outputs& outputs, const std::string& file, const Hype
   outputs.write(file, [&](const char* filename) { format.write(h, output.write, filename); });
 }
 
+void add_force(Options& options) { options.flag("--force", force(), "Replace write-protected files too"); }
+
 Option add_json(Options& options, bool& json) {
   return options.flag("--json", json, "Print one JSON object per file, each on one line");
 }

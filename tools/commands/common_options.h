@@ -69,6 +69,9 @@ const formats::Format& output_format(const std::string& file, const OutputOption
 void write_output(formats::Outputs& outputs, const std::string& file, const Hypergraph& h,
                   const OutputOptions& output);
 
+/// Declares --force, for commands that write files: `formats::Outputs(force())`.
+void add_force(Options& options);
+
 Option add_json(Options& options, bool& json);
 
 /// Nets of one pin or none are then folded by default.

@@ -43,8 +43,8 @@ Examples:
   quillon convert --from metis --to quillon - - < mesh.txt > mesh.qhg
   quillon convert people.json people.qhg --labels people.names
 
-Anything the target cannot represent is counted and reported on standard error. Output is never compressed. See
-quillon help formats for all formats and their suffixes.
+Anything the target cannot represent is counted and reported on standard error. Files that end in .gz or .zst are
+compressed. See quillon help formats for all formats and their suffixes.
 
 Models of a matrix:
   row-net      rows are nets, columns are cells
@@ -109,6 +109,7 @@ Labels labels_for(const ConvertOptions& options, const NetLists& lists, const Hy
 void convert(const ConvertOptions& options) {
   const bool writes_labels = !options.labels.empty() && has(*options.from, formats::kLabelsOption);
   formats::refuse_to_replace({options.in}, options.labels);
+  if (writes_labels) formats::refuse_named_twice({options.out, options.labels});
   if (!writes_labels) formats::refuse_to_replace({options.labels}, options.out);
   NetLists lists = formats::read_file(options.in, *options.from, {options.model, options.add_diagonal});
   formats::Record record;
@@ -118,7 +119,7 @@ void convert(const ConvertOptions& options) {
   warn_about_target(options, lists, h);
 
   const Labels labels = labels_for(options, lists, h);
-  formats::Outputs outputs;
+  formats::Outputs outputs(force());
   outputs.write(options.out, [&](const char* filename) {
     options.to->write(h, write_options(options, &labels), filename);
   });
@@ -139,7 +140,6 @@ std::string usage_error(const ConvertOptions& options) {
   const Format& from = *options.from;
   const Format& to = *options.to;
   if (to.write == nullptr) return to.refusal({});
-  if (options.out.ends_with(".gz")) return "nothing is written compressed; write to - and pipe it into gzip";
   if (options.numbering && !has(to, formats::kNumberingOption))
     return "--numbering is for writing " + formats_with(formats::kNumberingOption);
   if (options.weights && !has(to, formats::kWeightsOption))
@@ -199,6 +199,7 @@ std::function<int()> declare(Options& options) {
                "Write the names in a hif file to FILE, or read them from FILE");
   options.flag("--strict", chosen->strict,
                "Write nothing if something would be lost, or rejected by some readers");
+  add_force(options);
   return [chosen] { return run(*chosen); };
 }
 

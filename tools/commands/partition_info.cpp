@@ -53,15 +53,13 @@ void report(const PartitionInfoOptions& options, const Hypergraph& h, const meas
     print_partition_text(model);
 }
 
-void rewrite(const PartitionInfoOptions& options, const std::vector<int>& parts) {
-  formats::Outputs outputs;
+void rewrite(formats::Outputs& outputs, const PartitionInfoOptions& options, const std::vector<int>& parts) {
   outputs.write(options.write, [&](const char* filename) {
     if (options.one_per_line)
       formats::write_parts_by_line(parts, filename);
     else
       write_partvec(static_cast<int>(parts.size()) - 1, parts.data(), filename);
   });
-  outputs.publish();
 }
 
 int run(const PartitionInfoOptions& options) {
@@ -70,8 +68,9 @@ int run(const PartitionInfoOptions& options) {
   formats::load(record, options.hypergraph, {.format = options.from});
   const Hypergraph& h = record.h;
   const measures::Partition partition = read_partition(options.part_file, h._c, options.nparts);
-  if (!options.write.empty()) rewrite(options, partition.parts);
-  print_beside(options.write, [&] { report(options, h, partition); });
+  formats::Outputs outputs(force());
+  if (!options.write.empty()) rewrite(outputs, options, partition.parts);
+  outputs.publish([&] { print_beside(options.write, [&] { report(options, h, partition); }); });
   return kSuccess;
 }
 
@@ -87,6 +86,7 @@ std::function<int()> declare(Options& options) {
   const Option write = options.file("--write", "FILE", chosen->write, ValueKind::kFile,
                                     "Write the partition to FILE, 100 numbers per line");
   options.flag("--one-per-line", chosen->one_per_line, "Write one number per line").needs(write);
+  add_force(options);
   add_json(options, chosen->json);
   return [chosen] { return run(*chosen); };
 }

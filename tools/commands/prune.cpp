@@ -146,19 +146,19 @@ int run(PruneOptions options) {
   prepare_output(options.output, options.input, {options.out, options.set_aside});
   formats::refuse_to_replace({options.in}, options.map);
   formats::refuse_to_replace({options.in}, options.set_aside);
+  formats::refuse_named_twice({options.out, options.set_aside, options.map});
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   options.output.write.weights = written_weights(source.h, loaded);
   const Pruned pruned = prune(source.h, options);
 
-  formats::Outputs outputs;
+  formats::Outputs outputs(force());
   write_kept(outputs, pruned, options, loaded.names);
   if (!options.set_aside.empty()) write_set_aside(outputs, pruned, options, loaded.names);
   if (!options.map.empty())
     outputs.write(options.map, [&](const char* filename) { write_map(pruned, filename); });
-  outputs.publish();
+  outputs.publish([&] { print_beside(options.out, [&] { report(source.h, pruned); }); });
 
-  print_beside(options.out, [&] { report(source.h, pruned); });
   destroy_hypergraph_data(pruned.h);
   destroy_hypergraph(pruned.h);
   return kSuccess;
@@ -178,6 +178,7 @@ std::function<int()> declare(Options& options) {
   options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kHypergraphOut,
                "Write the nets set aside to FILE, as a hypergraph");
   add_output(options, chosen->output);
+  add_force(options);
   add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }

@@ -94,7 +94,7 @@ std::vector<std::string> reordered_names(const std::vector<std::string>& names, 
 }
 
 void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, const Order& order) {
-  formats::Outputs outputs;
+  formats::Outputs outputs(force());
   write_output(outputs, options.out, reordered, options.output);
   if (!options.write_perm.empty())
     outputs.write(options.write_perm,
@@ -111,6 +111,7 @@ int run(ReorderOptions options) {
   formats::refuse_to_replace({order_file}, options.out);
   formats::refuse_to_replace({options.in}, options.write_perm);
   formats::refuse_to_replace({options.in}, options.write_inverse);
+  formats::refuse_named_twice({options.out, options.write_perm, options.write_inverse});
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   options.output.write.weights = written_weights(source.h, loaded);
@@ -154,6 +155,7 @@ std::function<int()> declare(Options& options) {
   options.file("--write-inverse", "FILE", chosen->write_inverse, ValueKind::kFile,
                "Write the new number of each old cell to FILE");
   add_output(options, chosen->output);
+  add_force(options);
   add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
 }

@@ -38,7 +38,7 @@ int run(const ReportOptions& options) {
   std::optional<measures::Partition> partition;
   if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
   const std::string title = options.title.empty() ? heading_of(options.hypergraph) : options.title;
-  formats::Outputs outputs;
+  formats::Outputs outputs(force());
   write_page(outputs, options.out,
              page_model(title, record.h, partition ? &*partition : nullptr, heading_of(options.part_file)));
   outputs.publish();
@@ -55,6 +55,7 @@ std::function<int()> declare(Options& options) {
   options.format("--from", chosen->from, "Format of HYPERGRAPH (default: by suffix)");
   add_nparts(options, chosen->nparts).needs(part_file);
   options.text("--title", "TEXT", chosen->title, "Heading of the page (default: name of the file)");
+  add_force(options);
   return [chosen] { return run(*chosen); };
 }
 
