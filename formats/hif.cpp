@@ -1,15 +1,20 @@
 #include "formats/hif.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
-#include <iterator>
-#include <nlohmann/json.hpp>
-#include <unordered_map>
-#include <unordered_set>
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-#include "formats/json_name.h"
+#include "formats/item_names.h"
+#include "formats/json_text.h"
 #include "formats/notes.h"
 #include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
@@ -17,58 +22,61 @@
 namespace quillon::formats {
 namespace {
 
-using nlohmann::json;
+// Keys of the document, as bits.
+enum Section : unsigned { kIncidences = 1, kNodes = 2, kEdges = 4, kNetworkType = 8, kMetadata = 16 };
 
-// The input of the parser, which records how far it has been read.
-struct WatchedText {
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = const char&;
+// Keys of the records in its lists, as bits.
+enum Key : unsigned { kEdge = 1, kNode = 2, kWeight = 4, kDirection = 8, kAttributes = 16 };
 
-  const char* at;
-  const char** seen;
+template <std::size_t N>
+using KeyTable = std::array<std::pair<std::string_view, unsigned>, N>;
 
-  const char& operator*() const { return *at; }
-  WatchedText& operator++() {
-    *seen = ++at;
-    return *this;
-  }
-  bool operator==(const WatchedText& other) const { return at == other.at; }
-  bool operator!=(const WatchedText& other) const { return at != other.at; }
-};
+constexpr KeyTable<5> kSections{{{"incidences", kIncidences},
+                                 {"nodes", kNodes},
+                                 {"edges", kEdges},
+                                 {"network-type", kNetworkType},
+                                 {"metadata", kMetadata}}};
+constexpr KeyTable<5> kKeys{{{"edge", kEdge},
+                             {"node", kNode},
+                             {"weight", kWeight},
+                             {"direction", kDirection},
+                             {"attrs", kAttributes}}};
 
-enum class Section { kIncidences, kNodes, kEdges, kNetworkType, kMetadata };
+constexpr const char* kNetworkTypes = "a network type: undirected, directed or asc";
 
-// Identifiers as JSON texts, so that 1 and "1" differ, in order of appearance.
-struct Identifiers {
-  std::unordered_map<std::string, int> numbers;
-  std::vector<std::string> texts;
+std::string_view name_of(const KeyTable<5>& table, unsigned bit) {
+  for (const auto& [name, value] : table)
+    if (value == bit) return name;
+  return "";
+}
 
-  int number_of(const std::string& text) {
-    const auto [it, is_new] = numbers.emplace(text, static_cast<int>(texts.size()));
-    if (is_new) texts.push_back(text);
-    return it->second;
-  }
-};
+// 0 if there is no such key.
+unsigned bit_of(const KeyTable<5>& table, std::string_view name) {
+  if (name.empty()) return 0;
+  for (const auto& [known, bit] : table)
+    if (known.front() == name.front() && known == name) return bit;
+  return 0;
+}
 
-// Nodes or edges: those in a list of their own come before those that only incidences name.
+// Nodes or edges. Those in a list of their own come before those that only incidences name.
 struct Items {
-  Identifiers names;
-  std::vector<int> listed;  // by order of the list
-  std::unordered_map<int, int> weights;
+  ItemNames names;
+  std::vector<int> listed;      // numbers in `names`, by order of the list
+  std::vector<bool> is_listed;  // by number
+  std::vector<int> weights;     // by number, as far as there are any
 };
 
-struct Incidence {
-  int edge;
-  int node;
+// Consecutive pins of one net.
+struct Run {
+  int net;
+  int begin;  // first of its pins
 };
 
+// The pins themselves are in `NetLists`.
 struct Document {
   Items nodes;
   Items edges;
-  std::vector<Incidence> incidences;
+  std::vector<Run> runs;
   std::int64_t nrepeated_records = 0;
   std::int64_t nincidence_weights = 0;
   std::int64_t ndirections = 0;
@@ -78,332 +86,399 @@ struct Document {
   std::string network_type = "undirected";
 };
 
-struct Record {
-  std::size_t offset = 0;
-  std::string edge;  // as JSON, empty if not there
-  std::string node;
-  std::optional<double> weight;
-  std::vector<std::string> keys;
+// An identifier: an integer looked up by index, or the canonical text of another one.
+struct Id {
+  bool is_there = false;
+  bool is_indexed = false;
+  std::uint64_t integer = 0;
+  std::string_view text;
 };
 
-constexpr double kLeastWeight = std::numeric_limits<int>::min();
-constexpr double kLargestWeight = std::numeric_limits<int>::max();
+struct Record {
+  const char* begin = nullptr;
+  std::size_t ntexts_before = 0;  // texts of identifiers of the records before that are still kept
+  unsigned keys = 0;
+  Id edge;
+  Id node;
+  std::optional<double> weight;
+};
 
-// Receives the document as it is parsed. Depth 1 is inside the outermost object, 2 inside its lists, 3 inside
-// their records; the contents of attributes and metadata is skipped.
-class Reader : public nlohmann::json_sax<json> {
+constexpr std::size_t kAtOnce = 64;  // records whose names are looked up together
+
+// Identifiers of a few records, all looked up by index or all texts: numbers go in the order of the records.
+class Batch {
  public:
-  Reader(const Scanner& in, const char* const& seen, Document& document)
-      : in_(in), seen_(seen), document_(document) {}
+  explicit Batch(ItemNames& names) : names_(&names) {}
 
-  bool null() override { return no_number_or_text(); }
-  bool boolean(bool /*value*/) override { return no_number_or_text(); }
-  bool number_integer(number_integer_t value) override {
-    return number(std::to_string(value), static_cast<double>(value), true);
+  // Whether an identifier can be added.
+  [[nodiscard]] bool has_room_for(const Id& id) const {
+    return size_ == 0 || (size_ < kAtOnce && id.is_indexed == (ntexts_ == 0));
   }
-  bool number_unsigned(number_unsigned_t value) override {
-    return number(std::to_string(value), static_cast<double>(value), true);
-  }
-  bool number_float(number_float_t value, const string_t& text) override {
-    return number(text, value, false);
-  }
-  bool binary(binary_t& /*value*/) override { return false; }  // JSON has none
 
-  bool string(string_t& value) override {
-    if (skipped_ > 0) return true;
-    if (depth_ == 1 && section_ == Section::kNetworkType) {
-      if (value != "undirected" && value != "directed" && value != "asc")
-        bad_value("a network type: undirected, directed or asc");
-      document_.network_type = value;
-      return true;
+  void add(const Id& id) {
+    if (id.is_indexed) {
+      names_->prefetch(id.integer);
+      places_[size_++] = id.integer;
+      return;
     }
-    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) return store_id(json(value).dump());
-    if (depth_ == 3 && key_ == "direction" && (value == "head" || value == "tail")) {
-      ++document_.ndirections;
-      return true;
+    // Incidences often come net by net.
+    if (ntexts_ == 0 || texts_[ntexts_ - 1] != id.text) texts_[ntexts_++] = id.text;
+    places_[size_++] = ntexts_ - 1;
+  }
+
+  // The numbers of the identifiers.
+  const std::array<int, kAtOnce>& look_up() {
+    if (ntexts_ == 0) {
+      for (std::size_t k = 0; k < size_; ++k) numbers_[k] = names_->number_of(places_[k]);
+      return numbers_;
     }
-    bad_value(expected_value() + (depth_ == 3 && key_ == "weight" ? " without quotes" : ""));
+    names_->numbers_of({texts_.data(), ntexts_}, text_numbers_.data());
+    for (std::size_t k = 0; k < size_; ++k) numbers_[k] = text_numbers_[places_[k]];
+    return numbers_;
   }
 
-  bool start_object(std::size_t /*elements*/) override {
-    if (skipped_ > 0 || may_skip_object()) {
-      ++skipped_;
-      return true;
+  void clear() { size_ = ntexts_ = 0; }
+
+ private:
+  ItemNames* names_;
+  std::size_t size_ = 0;
+  std::size_t ntexts_ = 0;
+  std::array<std::uint64_t, kAtOnce> places_{};  // the integers, or where their texts are in `texts_`
+  std::array<int, kAtOnce> numbers_{};
+  std::array<std::string_view, kAtOnce> texts_{};
+  std::array<int, kAtOnce> text_numbers_{};
+};
+
+// Reads the document once, in its order.
+class Reader {
+ public:
+  Reader(Scanner& in, NetLists& lists, Document& document)
+      : in_(in),
+        lists_(lists),
+        document_(document),
+        json_(in.text),
+        nodes_(document.nodes.names),
+        edges_(document.edges.names) {}
+
+  void read() {
+    json_.skip_byte_order_mark();
+    if (const JsonWord word = json_.value(); !is(word, '{')) bad_value(word, "an object");
+    if (!json_.accept('}')) {
+      do read_section();
+      while (json_.accept(','));
+      json_.expect('}');
     }
-    if (depth_ == 0 || depth_ == 2) {
-      ++depth_;
-      record_ = Record{};
-      record_.offset = offset() - 1;
-      return true;
-    }
-    bad_value(expected_value());
-  }
-
-  bool key(string_t& name) override {
-    if (skipped_ > 0) return true;
-    key_ = name;
-    if (depth_ == 1)
-      begin_section(name);
-    else
-      check_key_of_record(name);
-    return true;
-  }
-
-  bool end_object() override {
-    if (skipped_ > 0) {
-      --skipped_;
-      return true;
-    }
-    --depth_;
-    if (depth_ == 2) store_record();
-    return true;
-  }
-
-  bool start_array(std::size_t /*elements*/) override {
-    if (skipped_ > 0) {
-      ++skipped_;
-      return true;
-    }
-    const bool is_list = depth_ == 1 && section_ != Section::kNetworkType && section_ != Section::kMetadata;
-    if (!is_list) bad_value(expected_value());
-    ++depth_;
-    return true;
-  }
-
-  bool end_array() override {
-    if (skipped_ > 0)
-      --skipped_;
-    else
-      --depth_;
-    return true;
-  }
-
-  // `position` counts what has been read, the end of the file included.
-  bool parse_error(std::size_t position, const std::string& /*token*/,
-                   const json::exception& error) override {
-    const std::size_t at = std::min(position == 0 ? 0 : position - 1, in_.text.size());
-    const std::string text = error.what();
-    const std::size_t begin = text.find(" - ");
-    if (begin == std::string::npos)  // not of the syntax: the value of a number
-      bad_text(in_, start_of_word(at), "bad-json",
-               "found a number too large, expected one of double precision");
-    std::string what = text.substr(begin + 3);
-    constexpr std::string_view kUnexpected = "unexpected ";
-    if (!what.starts_with(kUnexpected))
-      bad_text(in_, at, "bad-json", "found no JSON: " + what.substr(0, what.find("; last read: ")));
-    what.erase(0, kUnexpected.size());
-    if (const std::size_t separator = what.find("; expected "); separator != std::string::npos)
-      what[separator] = ',';
-    bad_text(in_, start_of_word(at), "bad-json", "found " + what);
-  }
-
-  // At the end of the document.
-  void check_complete() const {
-    if (!has_incidences_)
+    json_.expect_end();
+    if ((sections_ & kIncidences) == 0)
       bad_text(in_, in_.text.size(), "missing-incidences",
                "found no \"incidences\", expected an array of that name");
   }
 
+  // A byte of value 0 is the error that counts, whatever it leads to.
+  void check_bytes() const {
+    if (const std::size_t nul = in_.text.find('\0'); nul != std::string::npos)
+      bad_text(in_, nul, "bad-json", "found a byte of value 0, expected JSON");
+  }
+
  private:
-  [[nodiscard]] std::size_t offset() const { return static_cast<std::size_t>(seen_ - in_.text.data()); }
-
-  [[nodiscard]] bool in_word(std::size_t at) const {
-    const char c = in_.text[at];
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '+' || c == '.';
-  }
-
-  // Start of the string, number or literal that ends with the byte at `last`; `last` for other text.
-  [[nodiscard]] std::size_t start_of_word(std::size_t last) const {
-    if (last == in_.text.size()) return last;
-    if (in_.text[last] == '"') return start_of_string(last);
-    std::size_t at = last;
-    while (in_word(last) && at > 0 && in_word(at - 1)) --at;
-    return at;
-  }
-
-  // The opening quote of the string whose closing one is at `end`.
-  [[nodiscard]] std::size_t start_of_string(std::size_t end) const {
-    const std::string& text = in_.text;
-    for (std::size_t at = end; at-- > 0;) {
-      if (text[at] != '"') continue;
-      std::size_t nescapes = 0;
-      while (nescapes < at && text[at - 1 - nescapes] == '\\') ++nescapes;
-      if (nescapes % 2 == 0) return at;
-    }
-    return end;
+  static bool is(const JsonWord& word, char bracket) {
+    return word.kind == JsonKind::kPunctuation && *word.begin == bracket;
   }
 
   // Strings are shown without their quotes.
-  [[noreturn]] void bad_value_at(std::size_t last, const std::string& expected) const {
-    const std::size_t begin = start_of_word(last);
-    std::string_view word = std::string_view(in_.text).substr(begin, last + 1 - begin);
-    if (word.size() > 2 && word.front() == '"') word = word.substr(1, word.size() - 2);
-    unexpected(in_, {word, begin}, "bad-json-value", expected);
+  [[noreturn]] void bad_value(const JsonWord& word, const std::string& expected) const {
+    check_bytes();
+    const std::size_t last = json_.last_of(word);
+    const std::size_t begin = json_.start_of_word(last);
+    std::string_view shown = std::string_view(in_.text).substr(begin, last + 1 - begin);
+    if (shown.size() > 2 && shown.front() == '"') shown = shown.substr(1, shown.size() - 2);
+    unexpected(in_, {shown, begin}, "bad-json-value", expected);
   }
 
-  // The value is what the parser has read last.
-  [[noreturn]] void bad_value(const std::string& expected) const { bad_value_at(offset() - 1, expected); }
-
-  // The parser has read one byte after a number, if there is one.
-  [[noreturn]] void bad_number(const std::string& expected) const {
-    const std::size_t last = offset() - 1;
-    bad_value_at(in_word(last) ? last : last - 1, expected);
+  [[noreturn]] void missing_key(const std::string& what) const {
+    check_bytes();
+    bad_text(in_, json_.offset_of(record_.begin), "missing-key", "found " + what);
   }
 
-  [[nodiscard]] std::string expected_value() const {
-    if (depth_ == 0) return "an object";
-    if (depth_ == 2) return "an object for each of the " + key_of_section();
-    if (depth_ == 1) {
-      if (section_ == Section::kMetadata) return "an object";
-      return section_ == Section::kNetworkType ? "a network type: undirected, directed or asc" : "an array";
-    }
-    if (key_ == "weight") return "a number";
-    if (key_ == "attrs") return "an object";
-    if (key_ == "direction") return "head or tail";
-    return "a string or an integer for \"" + key_ + "\"";
+  // Reads a key and the colon. `seen` gets its bit.
+  unsigned read_key(const KeyTable<5>& table, unsigned allowed, unsigned& seen, const char* expected) {
+    const JsonWord word = json_.key();
+    const std::string_view plain = word.text().substr(1, word.text().size() - 2);
+    const unsigned bit = bit_of(table, word.is_plain ? plain : std::string_view(JsonText::value_of(word)));
+    if ((bit & allowed) == 0) bad_value(word, expected);
+    if ((bit & seen) != 0) bad_value(word, "each key once");
+    seen |= bit;
+    json_.expect(':');
+    return bit;
   }
 
-  [[nodiscard]] std::string key_of_section() const {
-    if (section_ == Section::kIncidences) return "incidences";
-    return section_ == Section::kNodes ? "nodes" : "edges";
-  }
-
-  [[nodiscard]] bool may_skip_object() {
-    if (depth_ == 1 && section_ == Section::kMetadata) {
+  void read_section() {
+    section_ = static_cast<Section>(
+        read_key(kSections, ~0U, sections_, "incidences, nodes, edges, network-type or metadata"));
+    const JsonWord word = json_.value();
+    if (section_ == kNetworkType) {
+      document_.network_type = word.kind == JsonKind::kString ? JsonText::value_of(word) : "";
+      const std::string& type = document_.network_type;
+      if (type != "undirected" && type != "directed" && type != "asc") bad_value(word, kNetworkTypes);
+    } else if (section_ == kMetadata) {
+      if (!is(word, '{')) bad_value(word, "an object");
       document_.has_metadata = true;
-      return true;
+      json_.skip_object();
+    } else {
+      if (!is(word, '[')) bad_value(word, "an array");
+      read_list();
     }
-    if (depth_ != 3 || key_ != "attrs") return false;
+  }
+
+  void read_list() {
+    if (json_.accept(']')) return;
+    do {
+      begin_record(json_.skip_blanks());
+      if (!json_.accept('{'))
+        bad_value(json_.value(), "an object for each of the " + std::string(name_of(kSections, section_)));
+      read_record();
+      store_record();
+    } while (json_.accept(','));
+    json_.expect(']');
+    flush();
+  }
+
+  // To assign a new record would be slower: it stores every byte.
+  void begin_record(const char* begin) {
+    record_.begin = begin;
+    record_.ntexts_before = texts_.size();
+    record_.keys = 0;
+    record_.edge.is_there = false;
+    record_.node.is_there = false;
+    record_.weight.reset();
+  }
+
+  [[nodiscard]] std::pair<unsigned, const char*> keys_of_section() const {
+    if (section_ == kNodes) return {kNode | kWeight | kAttributes, "node, weight or attrs"};
+    if (section_ == kEdges) return {kEdge | kWeight | kAttributes, "edge, weight or attrs"};
+    return {~0U, "edge, node, weight, direction or attrs"};
+  }
+
+  void read_record() {
+    if (json_.accept('}')) return;
+    const auto [allowed, expected] = keys_of_section();
+    do {
+      switch (read_key(kKeys, allowed, record_.keys, expected)) {
+        case kEdge:
+          read_id(record_.edge, "edge");
+          break;
+        case kNode:
+          read_id(record_.node, "node");
+          break;
+        case kWeight:
+          read_weight();
+          break;
+        case kDirection:
+          read_direction();
+          break;
+        default:
+          skip_attributes();
+      }
+    } while (json_.accept(','));
+    json_.expect('}');
+  }
+
+  void read_id(Id& id, const char* key) {
+    id.is_there = true;
+    const char* const begin = json_.skip_blanks();
+    if (json_.short_integer(id.integer)) {
+      id.text = {begin, json_.offset() - json_.offset_of(begin)};
+    } else {
+      const JsonWord word = *begin == '"' ? json_.string() : json_.value();
+      if (word.kind == JsonKind::kString && word.is_plain)
+        id.text = word.text();
+      else
+        id.text = texts_.emplace_back(canonical_id(word, key));
+      // Of the integers that are not short, only -0 is an index.
+      id.integer = id.text == "0" ? 0 : std::numeric_limits<std::uint64_t>::max();
+    }
+    const ItemNames& names = &id == &record_.edge ? document_.edges.names : document_.nodes.names;
+    id.is_indexed = names.is_indexed(id.integer);
+  }
+
+  std::string canonical_id(const JsonWord& word, const char* key) const {
+    if (word.kind == JsonKind::kString) return canonical(word);
+    if (word.kind == JsonKind::kNumber && word.is_plain) {
+      const std::optional<std::string> text = canonical_integer(word.text());
+      if (!text) bad_value(word, "an integer of 64 bits, or a string");
+      return *text;
+    }
+    bad_value(word, std::string("a string or an integer for \"") + key + "\"");
+  }
+
+  void read_weight() {
+    const JsonWord word = json_.value();
+    if (word.kind == JsonKind::kString) bad_value(word, "a number without quotes");
+    if (word.kind != JsonKind::kNumber) bad_value(word, "a number");
+    record_.weight = JsonText::number_of(word);
+  }
+
+  void read_direction() {
+    const JsonWord word = json_.value();
+    const std::string direction = word.kind == JsonKind::kString ? JsonText::value_of(word) : "";
+    if (direction != "head" && direction != "tail") bad_value(word, "head or tail");
+    ++document_.ndirections;
+  }
+
+  void skip_attributes() {
+    if (const JsonWord word = json_.value(); !is(word, '{')) bad_value(word, "an object");
     ++document_.nattributes;
-    return true;
-  }
-
-  void begin_section(const std::string& name) {
-    static const std::unordered_map<std::string, Section> sections{{"incidences", Section::kIncidences},
-                                                                   {"nodes", Section::kNodes},
-                                                                   {"edges", Section::kEdges},
-                                                                   {"network-type", Section::kNetworkType},
-                                                                   {"metadata", Section::kMetadata}};
-    const auto found = sections.find(name);
-    if (found == sections.end()) bad_value("incidences, nodes, edges, network-type or metadata");
-    for (const Section seen : sections_)
-      if (seen == found->second) bad_value("each key once");
-    section_ = found->second;
-    sections_.push_back(section_);
-    if (section_ == Section::kIncidences) has_incidences_ = true;
-  }
-
-  void check_key_of_record(const std::string& name) {
-    const bool known = name == "weight" || name == "attrs" ||
-                       (name == "edge" && section_ != Section::kNodes) ||
-                       (name == "node" && section_ != Section::kEdges) ||
-                       (name == "direction" && section_ == Section::kIncidences);
-    if (!known) {
-      const std::string keys = section_ == Section::kNodes   ? "node, weight or attrs"
-                               : section_ == Section::kEdges ? "edge, weight or attrs"
-                                                             : "edge, node, weight, direction or attrs";
-      bad_value(keys);
-    }
-    for (const std::string& seen : record_.keys)
-      if (seen == name) bad_value("each key once");
-    record_.keys.push_back(name);
-  }
-
-  bool number(const std::string& text, double value, bool is_integer) {
-    if (skipped_ > 0) return true;
-    if (depth_ == 3 && key_ == "weight") {
-      record_.weight = value;
-      return true;
-    }
-    if (depth_ == 3 && (key_ == "edge" || key_ == "node")) {
-      if (is_integer) return store_id(text);
-      if (text.find_first_of(".eE") == std::string::npos) bad_number("an integer of 64 bits, or a string");
-    }
-    bad_number(expected_value());
-  }
-
-  bool no_number_or_text() {
-    if (skipped_ > 0) return true;
-    bad_value(expected_value());
-  }
-
-  bool store_id(const std::string& id) {
-    (key_ == "edge" ? record_.edge : record_.node) = id;
-    return true;
+    json_.skip_object();
   }
 
   void store_record() {
-    if (section_ == Section::kIncidences) {
-      if (record_.edge.empty() || record_.node.empty())
-        bad_text(in_, record_.offset, "missing-key",
-                 std::string("found an incidence without ") + (record_.edge.empty() ? "edge" : "node") +
-                     ", expected both edge and node");
-      document_.incidences.push_back(
-          {document_.edges.names.number_of(record_.edge), document_.nodes.names.number_of(record_.node)});
+    const Id& edge = record_.edge;
+    const Id& node = record_.node;
+    if (section_ == kIncidences) {
+      if (!edge.is_there || !node.is_there)
+        missing_key(std::string("an incidence without ") + (edge.is_there ? "node" : "edge") +
+                    ", expected both edge and node");
       if (record_.weight) ++document_.nincidence_weights;
-      return;
+    } else if (section_ == kNodes && !node.is_there) {
+      missing_key("an object without node, expected it in each of the nodes");
+    } else if (section_ == kEdges && !edge.is_there) {
+      missing_key("an object without edge, expected it in each of the edges");
     }
-    const bool is_node = section_ == Section::kNodes;
-    const std::string& id = is_node ? record_.node : record_.edge;
-    if (id.empty())
-      bad_text(in_, record_.offset, "missing-key",
-               is_node ? "found an object without node, expected it in each of the nodes"
-                       : "found an object without edge, expected it in each of the edges");
-    list_item(is_node ? document_.nodes : document_.edges, id);
+
+    const bool has_room =
+        (!edge.is_there || edges_.has_room_for(edge)) && (!node.is_there || nodes_.has_room_for(node));
+    if (!has_room) flush();
+    if (edge.is_there) edges_.add(edge);
+    if (node.is_there) nodes_.add(node);
+    weights_[size_++] = record_.weight;
   }
 
-  void list_item(Items& items, const std::string& id) {
-    const int item = items.names.number_of(id);
-    if (!listed_[&items == &document_.nodes ? 0 : 1].insert(item).second) {
-      ++document_.nrepeated_records;
-      return;
-    }
-    items.listed.push_back(item);
-    if (!record_.weight) return;
-    const double w = *record_.weight;
-    if (w >= kLeastWeight && w <= kLargestWeight && w == std::floor(w))
-      items.weights[item] = static_cast<int>(w);
+  // Stores the records whose names were not looked up yet.
+  void flush() {
+    if (section_ == kIncidences)
+      store_pins(edges_.look_up(), nodes_.look_up());
+    else if (section_ == kNodes)
+      list_items(document_.nodes, nodes_.look_up());
     else
-      ++document_.nunfit_weights;
+      list_items(document_.edges, edges_.look_up());
+    edges_.clear();
+    nodes_.clear();
+    size_ = 0;
+    texts_.erase(texts_.begin(), texts_.begin() + static_cast<std::ptrdiff_t>(record_.ntexts_before));
+    record_.ntexts_before = 0;
+    in_.seen.store(json_.offset(), std::memory_order_relaxed);
   }
 
-  const Scanner& in_;
-  const char* const& seen_;
+  void store_pins(const std::array<int, kAtOnce>& nets, const std::array<int, kAtOnce>& cells) {
+    check_pins(lists_.nadj.size() + size_);
+    std::vector<Run>& runs = document_.runs;
+    for (std::size_t k = 0; k < size_; ++k) {
+      if (runs.empty() || runs.back().net != nets[k])
+        runs.push_back({nets[k], static_cast<int>(lists_.nadj.size())});
+      lists_.nadj.push_back(cells[k]);
+    }
+  }
+
+  void list_items(Items& items, const std::array<int, kAtOnce>& numbers) {
+    items.is_listed.resize(static_cast<std::size_t>(items.names.size()) + 1);
+    for (std::size_t k = 0; k < size_; ++k) {
+      const auto item = static_cast<std::size_t>(numbers[k]);
+      if (items.is_listed[item]) {
+        ++document_.nrepeated_records;
+        continue;
+      }
+      items.is_listed[item] = true;
+      items.listed.push_back(numbers[k]);
+      if (weights_[k]) set_weight(items, item, *weights_[k]);
+    }
+  }
+
+  void set_weight(Items& items, std::size_t item, double w) {
+    constexpr double kLeast = std::numeric_limits<int>::min();
+    constexpr double kLargest = std::numeric_limits<int>::max();
+    if (w < kLeast || w > kLargest || w != std::floor(w)) {
+      ++document_.nunfit_weights;
+      return;
+    }
+    if (item >= items.weights.size()) items.weights.resize(items.is_listed.size(), 1);
+    items.weights[item] = static_cast<int>(w);
+  }
+
+  Scanner& in_;
+  NetLists& lists_;
   Document& document_;
-  int depth_ = 0;
-  std::size_t skipped_ = 0;  // depth inside attributes or metadata
-  Section section_ = Section::kMetadata;
-  std::vector<Section> sections_;
-  bool has_incidences_ = false;
-  std::string key_;
+  JsonText json_;
+  Section section_ = kMetadata;
+  unsigned sections_ = 0;  // seen so far
   Record record_;
-  std::unordered_set<int> listed_[2];  // nodes, edges
+
+  // Records that are not stored yet.
+  std::size_t size_ = 0;
+  Batch nodes_;
+  Batch edges_;
+  std::array<std::optional<double>, kAtOnce> weights_{};
+  std::deque<std::string> texts_;  // of identifiers with escapes
 };
 
-// Final numbers, from 1: listed items first, then the others in the order of the incidences.
-std::vector<int> final_numbers(const Items& items, const std::vector<int>& named) {
-  std::vector<int> numbers(items.names.texts.size(), 0);
+// Numbers of the hypergraph by those in `items.names`, entry 0 not used: listed items first, then the others
+// in the order of the incidences, which `for_each_named` visits.
+template <typename ForEachNamed>
+std::vector<int> final_numbers(const Items& items, ForEachNamed for_each_named) {
+  std::vector<int> numbers(static_cast<std::size_t>(items.names.size()) + 1, 0);
   int next = 0;
   for (const int item : items.listed) numbers[static_cast<std::size_t>(item)] = ++next;
-  for (const int item : named)
-    if (numbers[static_cast<std::size_t>(item)] == 0) numbers[static_cast<std::size_t>(item)] = ++next;
+  if (next < items.names.size())
+    for_each_named([&](int item) {
+      int& number = numbers[static_cast<std::size_t>(item)];
+      if (number == 0) number = ++next;
+    });
   return numbers;
 }
 
 std::vector<std::string> names_by_number(const Items& items, const std::vector<int>& numbers) {
-  std::vector<std::string> names(numbers.size() + 1);
-  for (std::size_t k = 0; k < numbers.size(); ++k)
-    names[static_cast<std::size_t>(numbers[k])] = items.names.texts[k];
+  std::vector<std::string> names(numbers.size());
+  for (int item = 1; item <= items.names.size(); ++item)
+    names[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = items.names.text_of(item);
   return names;
 }
 
 std::vector<int> weights_by_number(const Items& items, const std::vector<int>& numbers) {
   if (items.weights.empty()) return {};
-  std::vector<int> weights(numbers.size() + 1, 1);
+  std::vector<int> weights(numbers.size(), 1);
   weights[0] = 0;
-  for (const auto& [item, w] : items.weights)
-    weights[static_cast<std::size_t>(numbers[static_cast<std::size_t>(item)])] = w;
+  for (std::size_t item = 1; item < items.weights.size(); ++item)
+    weights[static_cast<std::size_t>(numbers[item])] = items.weights[item];
   return weights;
+}
+
+// Whether every net has one run at most, by increasing number.
+bool is_grouped(const std::vector<Run>& runs) {
+  for (std::size_t r = 1; r < runs.size(); ++r)
+    if (runs[r].net <= runs[r - 1].net) return false;
+  return true;
+}
+
+// Fills `xnadj`, and puts the pins into the order of the nets; those of one net keep theirs.
+void group_pins(NetLists& lists, const std::vector<Run>& runs) {
+  const auto size_of = [&](std::size_t r) {
+    return (r + 1 < runs.size() ? runs[r + 1].begin : static_cast<int>(lists.nadj.size())) - runs[r].begin;
+  };
+  lists.xnadj.assign(static_cast<std::size_t>(lists.nnets) + 2, 0);
+  for (std::size_t r = 0; r < runs.size(); ++r)
+    lists.xnadj[static_cast<std::size_t>(runs[r].net) + 1] += size_of(r);
+  for (std::size_t j = 1; j < lists.xnadj.size(); ++j) lists.xnadj[j] += lists.xnadj[j - 1];
+  if (is_grouped(runs)) return;
+
+  std::vector<int> next(lists.xnadj.begin(), lists.xnadj.end());
+  decltype(lists.nadj) grouped;
+  grouped.resize(lists.nadj.size());
+  for (std::size_t r = 0; r < runs.size(); ++r) {
+    int& at = next[static_cast<std::size_t>(runs[r].net)];
+    const int size = size_of(r);
+    std::copy_n(lists.nadj.begin() + runs[r].begin, size, grouped.begin() + at);
+    at += size;
+  }
+  lists.nadj = std::move(grouped);
 }
 
 void note_losses(NetLists& lists, const Document& document) {
@@ -419,47 +494,41 @@ void note_losses(NetLists& lists, const Document& document) {
     lists.losses.push_back("the network type " + document.network_type);
 }
 
+void number_cells(NetLists& lists, Items nodes) {
+  const std::vector<int> cells = final_numbers(nodes, [&lists](auto visit) {
+    for (const int item : lists.nadj) visit(item);
+  });
+  lists.ncells = nodes.names.size();
+  for (int& pin : lists.nadj) pin = cells[static_cast<std::size_t>(pin)];
+  lists.cell_weights = weights_by_number(nodes, cells);
+  lists.cell_names = names_by_number(nodes, cells);
+}
+
+void number_nets(NetLists& lists, Items edges, std::vector<Run> runs) {
+  const std::vector<int> nets = final_numbers(edges, [&runs](auto visit) {
+    for (const Run& run : runs) visit(run.net);
+  });
+  lists.nnets = edges.names.size();
+  for (Run& run : runs) run.net = nets[static_cast<std::size_t>(run.net)];
+  group_pins(lists, runs);
+  lists.net_weights = weights_by_number(edges, nets);
+  lists.net_names = names_by_number(edges, nets);
+}
+
 }  // namespace
 
 void read_hif(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
-  // The parser would end there.
-  if (const std::size_t nul = in.text.find('\0'); nul != std::string::npos)
-    bad_text(in, nul, "bad-json", "found a byte of value 0, expected JSON");
-
   Document document;
-  const char* seen = in.text.data();
-  Reader reader(in, seen, document);
-  const char* const end = in.text.data() + in.text.size();
-  json::sax_parse(WatchedText{in.text.data(), &seen}, WatchedText{end, nullptr}, &reader);
-  reader.check_complete();
-
-  std::vector<int> named_edges;
-  std::vector<int> named_nodes;
-  for (const Incidence& incidence : document.incidences) {
-    named_edges.push_back(incidence.edge);
-    named_nodes.push_back(incidence.node);
+  Reader reader(in, lists, document);
+  try {
+    reader.read();
+  } catch (const BadJson& error) {
+    reader.check_bytes();
+    bad_text(in, error.place(), "bad-json", error.what());
   }
-  const std::vector<int> nets = final_numbers(document.edges, named_edges);
-  const std::vector<int> cells = final_numbers(document.nodes, named_nodes);
-  lists.nnets = static_cast<int>(nets.size());
-  lists.ncells = static_cast<int>(cells.size());
-  std::vector<Pin> pins;
-  for (const Incidence& incidence : document.incidences)
-    pins.push_back(
-        {nets[static_cast<std::size_t>(incidence.edge)], cells[static_cast<std::size_t>(incidence.node)]});
-  group_by_net(lists, pins);
-
-  lists.cell_names = names_by_number(document.nodes, cells);
-  lists.net_names = names_by_number(document.edges, nets);
-  lists.cell_weights = weights_by_number(document.nodes, cells);
-  lists.net_weights = weights_by_number(document.edges, nets);
   note_losses(lists, document);
-}
-
-std::optional<std::string> json_name(std::string_view text) {
-  const json name = json::parse(text, nullptr, false);
-  if (!name.is_string() && !name.is_number_integer()) return std::nullopt;
-  return name.dump();
+  number_cells(lists, std::move(document.nodes));  // before its pins get the order of the nets
+  number_nets(lists, std::move(document.edges), std::move(document.runs));
 }
 
 namespace {

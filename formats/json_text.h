@@ -1,0 +1,160 @@
+#pragma once
+/// @file
+/// Words of a JSON text. Internal to `formats/`.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "hypergraph/detail/scan.h"
+
+namespace quillon::formats {
+
+/// What is wrong with a text that is no JSON.
+class BadJson : public std::runtime_error {
+ public:
+  /// @param place    Offset in the text.
+  /// @param message  Without a place.
+  BadJson(std::size_t place, const std::string& message) : runtime_error(message), place_(place) {}
+
+  [[nodiscard]] std::size_t place() const { return place_; }
+
+ private:
+  std::size_t place_;
+};
+
+enum class JsonKind : unsigned char {
+  kEnd,  ///< Of the text.
+  kPunctuation,
+  kString,
+  kNumber,
+  kTrue,
+  kFalse,
+  kNull,
+};
+
+/// A word of a JSON text.
+struct JsonWord {
+  JsonKind kind;
+  bool is_plain;  ///< A string without escapes; a number without fraction and exponent.
+  const char* begin;
+  const char* end;  ///< After the last byte.
+
+  /// The bytes of the word, of a string with its quotes.
+  [[nodiscard]] std::string_view text() const { return {begin, static_cast<std::size_t>(end - begin)}; }
+};
+
+/// Reads a JSON text word by word, in the order that the grammar (RFC 8259) allows: the caller knows which
+/// word can come next. All functions throw BadJson where the text breaks the grammar.
+class JsonText {
+ public:
+  /// @param text  Followed by a byte of value 0, as in a std::string.
+  explicit JsonText(std::string_view text)
+      : begin_(text.data()), end_(text.data() + text.size()), at_(text.data()) {}
+
+  /// Skips a byte order mark at the start of the text.
+  void skip_byte_order_mark();
+
+  /// @return  Where the next byte is that is not white space.
+  const char* skip_blanks() {
+    while (is_blank(*at_)) ++at_;
+    return at_;
+  }
+
+  /// @return  That byte, 0 at the end of the text.
+  char peek() { return *skip_blanks(); }
+
+  /// Moves past a byte of punctuation if it comes next.
+  bool accept(char c) {
+    if (peek() != c) return false;
+    ++at_;
+    return true;
+  }
+
+  /// Moves past a byte of punctuation.
+  void expect(char c) {
+    if (!accept(c)) expected_byte(c);
+  }
+
+  /// Reads a string that is the key of an object, up to the colon.
+  JsonWord key() {
+    if (peek() != '"') expected_key();
+    return string();
+  }
+
+  /// Reads a string; its quote comes next.
+  JsonWord string() {
+    const char* const begin = at_;
+    bool is_plain = true;
+    at_ = end_of_string(begin + 1, is_plain);
+    return {JsonKind::kString, is_plain, begin, at_};
+  }
+
+  /// Reads an integer from 0 that has at most 18 digits.
+  ///
+  /// @param value  Out.
+  /// @return       False if something else comes next; the text stays there.
+  bool short_integer(std::uint64_t& value) {
+    constexpr int kMostDigits = 18;
+    const char* at = at_;
+    if (*at == '0' && is_digit(at[1])) return false;
+    for (value = 0; is_digit(*at); ++at) value = 10 * value + static_cast<std::uint64_t>(*at - '0');
+    if (at == at_ || at - at_ > kMostDigits || *at == '.' || *at == 'e' || *at == 'E') return false;
+    at_ = at;
+    return true;
+  }
+
+  /// Reads the next value. Of an object or an array, only the bracket that opens it.
+  JsonWord value();
+
+  /// Skips the rest of an object, to any depth. One that holds itself to a depth of n needs n bits.
+  void skip_object();
+
+  /// Checks that nothing follows.
+  void expect_end();
+
+  /// The value of a string.
+  static std::string value_of(const JsonWord& string);
+
+  /// The value of a number as the nearest double; it is none of those that are too large for one.
+  static double number_of(const JsonWord& number);
+
+  /// First byte of the string, number or literal that ends with the byte at `last`; `last` for other text.
+  [[nodiscard]] std::size_t start_of_word(std::size_t last) const;
+
+  /// Last byte that messages show of a word.
+  [[nodiscard]] std::size_t last_of(const JsonWord& word) const;
+
+  [[nodiscard]] std::size_t offset_of(const char* at) const { return static_cast<std::size_t>(at - begin_); }
+  [[nodiscard]] std::size_t offset() const { return offset_of(at_); }
+
+ private:
+  static bool is_blank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+  const char* end_of_string(const char* at, bool& is_plain);
+  const char* skip_escape(const char* at);
+  const char* skip_hex(const char* at, unsigned& value);
+  const char* skip_utf8(const char* at);
+  JsonWord word();
+  JsonWord number();
+  JsonWord literal(std::string_view text, JsonKind kind);
+  [[noreturn]] void expected_byte(char c);
+  [[noreturn]] void expected_key();
+  [[noreturn]] void unexpected(const JsonWord& word, const std::string& expected) const;
+  [[noreturn]] void invalid(const char* at, const std::string& what) const;
+
+  const char* begin_;
+  const char* end_;
+  const char* at_;
+};
+
+/// The canonical text of a string with its quotes: with no more escapes than needed.
+std::string canonical(const JsonWord& string);
+
+/// The canonical text of an integer; none if it needs more than 64 bits, with its sign or without.
+std::optional<std::string> canonical_integer(std::string_view digits);
+
+}  // namespace quillon::formats
