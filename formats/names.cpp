@@ -10,6 +10,7 @@
 
 #include "formats/findings.h"
 #include "formats/ranges.h"
+#include "util/util.h"
 
 namespace quillon::formats {
 namespace {
@@ -93,9 +94,17 @@ std::string_view name_in(const char* entry) { return {entry + sizeof(EntryHead),
 
 }  // namespace
 
-Names::Names() : key_(), slots_(kFirstSlots) {
+Names::Names() : key_(), slots_(free_slots(kFirstSlots)), nslots_(kFirstSlots) {
   static const std::array<std::uint64_t, 2> key = random_key();
   key_ = key;
+}
+
+void Names::Free::operator()(void* block) const { _usfree(block); }
+
+std::unique_ptr<Names::Slot[], Names::Free> Names::free_slots(std::size_t count) {
+  auto* const slots = static_cast<Slot*>(umalloc(count * sizeof(Slot), "Names: slots"));
+  std::fill_n(slots, count, Slot{0});
+  return std::unique_ptr<Slot[], Free>(slots);
 }
 
 std::uint64_t Names::hash_of(std::string_view name) const {
@@ -114,7 +123,7 @@ const char* Names::entry_at(std::uint64_t place) const {
 
 // The slot of the name, or the free one where it belongs.
 std::size_t Names::slot_of(std::string_view name, std::uint64_t hash) const {
-  const std::size_t mask = slots_.size() - 1;
+  const std::size_t mask = nslots_ - 1;
   for (std::size_t k = hash & mask;; k = (k + 1) & mask) {
     const Slot slot = slots_[k];
     if (slot == 0) return k;
@@ -127,7 +136,7 @@ int Names::number_at(std::size_t slot, std::string_view name, std::uint64_t hash
   if (slots_[slot] != 0) return static_cast<int>(head_of(entry_at(slots_[slot] >> kTagBits)).number);
   const int number = add(name);
   slots_[slot] = places_.back() << kTagBits | tag_of(hash);
-  if (4 * places_.size() > 3 * slots_.size()) grow();
+  if (4 * places_.size() > 3 * nslots_) grow();
   return number;
 }
 
@@ -143,10 +152,10 @@ void Names::numbers_of(std::span<const std::string_view> names, int* numbers) {
         names.subspan(first, std::min(kAtOnce, names.size() - first));
     for (std::size_t k = 0; k < some.size(); ++k) {
       hashes[k] = hash_of(some[k]);
-      __builtin_prefetch(&slots_[hashes[k] & (slots_.size() - 1)]);
+      __builtin_prefetch(&slots_[hashes[k] & (nslots_ - 1)]);
     }
     for (std::size_t k = 0; k < some.size(); ++k)
-      if (const Slot slot = slots_[hashes[k] & (slots_.size() - 1)]; slot != 0)
+      if (const Slot slot = slots_[hashes[k] & (nslots_ - 1)]; slot != 0)
         __builtin_prefetch(entry_at(slot >> kTagBits));
     for (std::size_t k = 0; k < some.size(); ++k)
       numbers[first + k] = number_at(slot_of(some[k], hashes[k]), some[k], hashes[k]);
@@ -181,10 +190,13 @@ int Names::add(std::string_view name) {
 std::uint64_t Names::allocate(std::size_t size) {
   std::uint64_t place = end_;
   if (place == 0 || size > (chunks_.size() << kChunkBits) - place) {
-    const std::size_t nchunks = (size + 1 + kChunk - 1) >> kChunkBits;
+    constexpr std::size_t kMostChunks = 16;  // unless an entry needs more
+    const std::size_t nchunks =
+        std::max((size + kChunk) >> kChunkBits, std::min(chunks_.size(), kMostChunks));
     place = (chunks_.size() << kChunkBits) + (chunks_.empty() ? 1 : 0);
     if (((chunks_.size() + nchunks) << kChunkBits) > kMostPlaces) throw std::bad_alloc();
-    blocks_.push_back(std::make_unique_for_overwrite<char[]>(nchunks << kChunkBits));
+    blocks_.reserve(blocks_.size() + 1);
+    blocks_.emplace_back(static_cast<char*>(umalloc(nchunks << kChunkBits, "Names: names")));
     for (std::size_t k = 0; k < nchunks; ++k) chunks_.push_back(blocks_.back().get() + (k << kChunkBits));
   }
   end_ = place + size;
@@ -192,8 +204,8 @@ std::uint64_t Names::allocate(std::size_t size) {
 }
 
 void Names::grow() {
-  std::vector<Slot> larger(2 * slots_.size());
-  const std::size_t mask = larger.size() - 1;
+  std::unique_ptr<Slot[], Free> larger = free_slots(2 * nslots_);
+  const std::size_t mask = 2 * nslots_ - 1;
   for (int number = 1; number <= size(); ++number) {
     const std::uint64_t hash = hash_of(name_of(number));
     std::size_t k = hash & mask;
@@ -201,10 +213,11 @@ void Names::grow() {
     larger[k] = places_[static_cast<std::size_t>(number) - 1] << kTagBits | tag_of(hash);
   }
   slots_ = std::move(larger);
+  nslots_ *= 2;
 }
 
 std::uint64_t Names::total_distance() const {
-  const std::size_t mask = slots_.size() - 1;
+  const std::size_t mask = nslots_ - 1;
   std::uint64_t total = 0;
   for (int number = 1; number <= size(); ++number) {
     const std::uint64_t hash = hash_of(name_of(number));

@@ -50,8 +50,14 @@ class Names {
   [[nodiscard]] std::uint64_t total_distance() const;
 
  private:
+  // Of the utility layer, which asks for huge pages: most look-ups miss all caches.
+  struct Free {
+    void operator()(void* block) const;
+  };
+
   using Slot = std::uint64_t;  // 0: free; else the place of an entry, and bits of its hash
 
+  static std::unique_ptr<Slot[], Free> free_slots(std::size_t count);
   [[nodiscard]] std::uint64_t hash_of(std::string_view name) const;
   [[nodiscard]] std::size_t slot_of(std::string_view name, std::uint64_t hash) const;
   [[nodiscard]] const char* entry_at(std::uint64_t place) const;
@@ -61,11 +67,12 @@ class Names {
   void grow();
 
   std::array<std::uint64_t, 2> key_;
-  std::vector<Slot> slots_;
-  std::vector<std::uint64_t> places_;            // of the entries, by number - 1
-  std::vector<std::unique_ptr<char[]>> blocks_;  // own the memory of the chunks
-  std::vector<char*> chunks_;                    // of kChunk bytes each, where the entries are
-  std::uint64_t end_ = 0;                        // place after the last entry
+  std::unique_ptr<Slot[], Free> slots_;
+  std::size_t nslots_;                                 // a power of two
+  std::vector<std::uint64_t> places_;                  // of the entries, by number - 1
+  std::vector<std::unique_ptr<char[], Free>> blocks_;  // own the memory of the chunks
+  std::vector<char*> chunks_;                          // of kChunk bytes each, where the entries are
+  std::uint64_t end_ = 0;                              // place after the last entry
 };
 
 }  // namespace quillon::formats

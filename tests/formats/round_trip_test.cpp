@@ -17,6 +17,7 @@
 #include "tests/formats/finding_of.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
+#include "tests/support/throwing.h"
 #include "util/util.h"
 
 namespace quillon::formats {
@@ -250,6 +251,19 @@ TEST(WriteHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
       "{\"network-type\":\"undirected\",\n\"nodes\":[\n{\"node\":\"a\",\"weight\":-4},\n{\"node\":5}],\n"
       "\"edges\":[\n{\"edge\":\"b c\"},\n{\"edge\":0,\"weight\":0}],\n"
       "\"incidences\":[\n{\"edge\":\"b c\",\"node\":5}]}\n");
+}
+
+TEST(WriteHif, RefusesLongNamesAtManyIncidences) {
+  const quillon::Record record({.ncells = 1, .pins = {std::vector<int>(1100, 1), {1}}});
+  const TempFile file;
+  const auto write = [&](const std::string& net) {
+    const Labels labels{{"", "1"}, {"", net, "2"}};
+    return fatal_text([&] { format("hif").write(record.h, {.labels = &labels}, file.name()); });
+  };
+  EXPECT_EQ(write('"' + std::string(1000000, 'x') + '"'),
+            "the names of the incidences would have 1100003302 bytes, more than 1 GiB and 1 KiB for each");
+  EXPECT_EQ(file.contents(), "");
+  EXPECT_EQ(write("\"" + std::string(10000, 'x') + "\""), kNoFatalError);
 }
 
 TEST(WriteMatrixMarket, OmitsRepeatedPinsAndKeepsEmptyNets) {
