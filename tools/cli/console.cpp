@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -32,6 +33,18 @@ bool is_control(char c) {
   return (byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7F;
 }
 
+// Number of bytes of the UTF-8 character that a text begins with; 0 for other bytes, and for the control
+// characters from U+0080 to U+009F.
+std::size_t length_of_character(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text[0]);
+  if (first < 0x80) return is_control(text[0]) ? 0 : 1;
+  const std::size_t length = first >= 0xC2 && first < 0xE0 ? 2 : first >= 0xE0 && first < 0xF0 ? 3 : 4;
+  if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
+  for (const char c : text.substr(1, length - 1))
+    if ((static_cast<unsigned char>(c) & 0xC0U) != 0x80) return 0;
+  return first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0 ? 0 : length;
+}
+
 void print_message(const char* kind, std::string_view text) {
   const std::string shown = printable(STDERR_FILENO, text);
   const ProgressPause pause;
@@ -50,13 +63,18 @@ std::string coloured(int descriptor, Colour colour, const std::string& text) {
 }
 
 std::string printable(int descriptor, std::string_view text) {
-  std::string shown(text);
-  if (isatty(descriptor) != 1) return shown;
-  for (std::size_t at = 0; at < shown.size(); ++at) {
-    if (!is_control(shown[at])) continue;
-    char code[8];
-    std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(shown[at])));
-    shown.replace(at, 1, code);
+  if (isatty(descriptor) != 1) return std::string(text);
+  std::string shown;
+  while (!text.empty()) {
+    const std::size_t length = length_of_character(text);
+    if (length > 0) {
+      shown += text.substr(0, length);
+    } else {
+      char code[8];
+      std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(text[0])));
+      shown += code;
+    }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return shown;
 }

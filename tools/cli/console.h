@@ -15,7 +15,8 @@ enum class Colour { kRed, kGreen, kBlue };
 /// The text in bold and in colour if the descriptor is a terminal that shows it and NO_COLOR is not set.
 std::string coloured(int descriptor, Colour colour, const std::string& text);
 
-/// The text as a terminal can show it safely: on one, control characters become "\x1B" and the like.
+/// The text as a terminal can show it safely: on one, control characters, also those beyond ASCII, and bytes
+/// that are no UTF-8 become "\x1B" and the like.
 std::string printable(int descriptor, std::string_view text);
 
 /// "quillon: error: ", as it begins every usage error.

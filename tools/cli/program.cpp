@@ -45,9 +45,16 @@ std::vector<std::string> command_names(const CLI::App& app) {
 // What is wrong with an unknown word, which is often the cause of another error; empty if there is none.
 std::string unknown_word(const CLI::App& app) {
   const std::vector<CLI::App*> used = app.get_subcommands();
+  bool are_options = true;
   for (const std::string& word : app.remaining(true)) {
     const std::string name = word.substr(0, word.find('='));
-    if (name.size() > 1 && name.front() == '-') {
+    if (word == "--") {
+      if (used.empty()) return "-- goes after the command";
+      are_options = false;
+    } else if (!are_options) {
+      return "The following argument was not expected: " + word +
+             (word.front() == '-' ? " (after --, nothing is an option)" : "");
+    } else if (name.size() > 1 && name.front() == '-') {
       const std::vector<std::string> known = option_names(used.empty() ? app : *used.front());
       if (std::find(known.begin(), known.end(), name) != known.end()) return name + " goes after the command";
       return "The following argument was not expected: " + word + did_you_mean(name, known);
@@ -61,8 +68,8 @@ std::string usage_error(const CLI::App* app, const CLI::Error& error) {
   std::string command = app->get_name();
   for (const CLI::App* const used : app->get_subcommands()) command += " " + used->get_name();
   const std::string unknown = unknown_word(*app);
-  return error_prefix() + (unknown.empty() ? std::string(error.what()) : unknown) + "\nTry '" + command +
-         " --help'.\n";
+  return error_prefix() + printable(STDERR_FILENO, unknown.empty() ? std::string(error.what()) : unknown) +
+         "\nTry '" + command + " --help'.\n";
 }
 
 void add_quiet(CLI::App& app) {

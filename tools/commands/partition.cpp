@@ -261,7 +261,7 @@ int run(const PartitionOptions& options) {
   EngineRequest request = options.engine;
   prepare(input, options, request);
 
-  formats::Outputs outputs;
+  formats::Outputs outputs(force());
   measures::Partition partition;
   outputs.write(options.out, [&](const char* filename) {
     PartWriter writer(filename, request.nparts, !options.skips_evaluation);
@@ -310,6 +310,7 @@ std::function<int()> declare(Options& options) {
   add_input(options, chosen->input);
   options.flag("--no-eval", chosen->skips_evaluation,
                "Do not load the hypergraph to measure the partition; it may be larger than memory");
+  add_force(options);
   add_json(options, chosen->json);
   return [chosen, limit] {
     set_limit(*chosen, *limit);
