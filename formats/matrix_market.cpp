@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -287,12 +288,19 @@ void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const
   out.number(h._p - nrepeated);
   out.character('\n');
   for (int j = 1; j <= h._n; ++j) {
+    char net[TextWriter::kNumber] = {};  // its number, which stands on each of its lines
+    const std::ptrdiff_t size = print(net, j) - net;
+    net[size] = by_row ? ' ' : '\n';
     for (const int i : pins_of(h._nlst[j])) {
       if (is_repeated(i, j)) continue;
       char* at = out.room(2 * TextWriter::kNumber);
-      at = print_with_blank(at, by_row ? j : i);
-      at = print(at, by_row ? i : j);
-      *at++ = '\n';
+      if (!by_row) at = print_with_blank(at, i);
+      std::memcpy(at, net, sizeof net);
+      at += size + 1;
+      if (by_row) {
+        at = print(at, i);
+        *at++ = '\n';
+      }
       out.end(at);
     }
   }
