@@ -20,6 +20,7 @@ LEFT_BEHIND = re.compile(r"(.+)\.quillon-[0-9]+-[0-9]+")
 COMMANDS = [
     Command("convert large.qhg out.hgr", ["out.hgr"]),
     Command("convert large.qhg out.json", ["out.json"]),
+    Command("convert large.qhg out.hgr.zst", ["out.hgr.zst"]),
     Command("prune large.qhg -o out.qhg --max-size 7 --set-aside aside.qhg --map map", ["out.qhg", "aside.qhg", "map"]),
     Command("reorder large.qhg -o out.qhg --random --write-perm perm", ["out.qhg", "perm"]),
 ]
@@ -38,12 +39,26 @@ def large_hypergraph(ncells, nnets):
 def kill_later(place, command, delay, how):
     """Returns the status of a program that gets a signal after `delay` seconds."""
     process = subprocess.Popen(
-        [place.tool, *command.line.split()], cwd=place.folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE
+        [place.tool, *command.line.split()],
+        cwd=place.folder,
+        stdout=subprocess.DEVNULL,
+        stderr=subprocess.PIPE,
+        start_new_session=True,
     )
     time.sleep(delay)
     process.send_signal(how)
     process.communicate()
+    if group_is_alive(process.pid):
+        raise RuntimeError(f"a process of '{command.line}' goes on")
     return process.returncode
+
+
+def group_is_alive(group):
+    try:
+        os.killpg(group, 0)
+    except ProcessLookupError:
+        return False
+    return True
 
 
 def faults_after(place, command, good, status, how, olds):
