@@ -113,7 +113,11 @@ const Format* format_of_file(std::string_view filename) {
 }
 
 NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options) {
-  Scanner in = open_scanner(filename);
+  return read_source(std::make_unique<Source>(filename), format, options);
+}
+
+NetLists read_source(std::unique_ptr<Source> source, const Format& format, const ReadOptions& options) {
+  Scanner in = open_scanner(std::move(source));
   const Watch watch("parsing " + in.name, in.text.size(),
                     [&in] { return in.seen.load(std::memory_order_relaxed); });
   NetLists lists;

@@ -2,6 +2,8 @@
 /// @file
 /// The table of formats, and files of any format to and from a record.
 
+#include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -49,24 +51,24 @@ const Format& own_format();
 /// @throws BadFile if it cannot be read, or breaks a rule of the format.
 NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options);
 
-/// Reads a file of our own format by the reader of the module, and builds the cell side.
+/// Reads an open file of a format.
 ///
-/// @param record      Out, fresh.
-/// @param filename    File name, or - for standard input; gzip and zstd are decompressed.
-/// @param small_nets  Whether to fold them.
-/// @param warn        Warn about cells named twice and missing cell weights.
-/// @throws BadFile    if the input cannot be read, or ends in a comment line, or a line too long, where more
-///                    is due: the readers of the module would wait for ever.
-/// @par Errors        What else is wrong with the file is fatal (util/util.h), also a plain file that cannot
-///                    be opened. Under a handler that throws, a Scope (util/scope.h) that outlives `record`
-///                    frees what is left of the call.
-void load_own(Record& record, const std::string& filename, SmallNets small_nets, bool warn);
+/// @param source   At its start; closed at the end.
+/// @param format   An entry of the table.
+/// @param options  Those without meaning to the format are ignored.
+/// @return         The contents, for `to_record`.
+/// @throws BadFile as `read_file` does.
+NetLists read_source(std::unique_ptr<Source> source, const Format& format, const ReadOptions& options);
+
 
 /// How to load a file.
 struct LoadOptions {
-  const Format* format = nullptr;           ///< An entry of the table; null: by suffix, or else our own.
+  const Format* format = nullptr;           ///< An entry of the table; null: by suffix or content.
   ReadOptions read = {};                    ///< Those without meaning to the format are ignored.
   SmallNets small_nets = SmallNets::kKeep;  ///< Whether to fold nets of one pin or none.
+
+  /// Called before the file is read if its content, not its name, chose the format. May be empty.
+  std::function<void(const Format& chosen)> on_choice = {};
 };
 
 /// What a record does not say of the file that it was loaded from.
@@ -84,7 +86,8 @@ struct Loaded {
 /// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param options   How to read it.
 /// @return          What else is to be known of the file.
-/// @throws BadFile  as `read_file` does; also if a net without pins that weighs 2 or more is to be folded.
+/// @throws BadFile  as `read_file` does; also if the format cannot be found out, or a net without pins that
+/// weighs 2 or more is to be folded.
 /// @par Errors      Out of memory is fatal (util/util.h).
 Loaded load(Record& record, const std::string& filename, const LoadOptions& options);
 

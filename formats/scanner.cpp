@@ -38,7 +38,12 @@ void skip_blanks(Scanner& scanner) {
 
 }  // namespace
 
-Scanner open_scanner(const std::string& name) { return Scanner(shown_name(name), read_all(name)); }
+Scanner open_scanner(const std::string& name) { return open_scanner(std::make_unique<Source>(name)); }
+
+Scanner open_scanner(std::unique_ptr<Source> source) {
+  std::string text = read_rest(*source);
+  return Scanner(source->name(), std::move(text));
+}
 
 Token next_token(Scanner& scanner) {
   read_while(scanner, scanner.at, is_space);

@@ -5,10 +5,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "formats/source.h"
 
 #ifdef QUILLON_SHARED_BUILD
 #pragma GCC visibility push(default)
@@ -51,6 +54,13 @@ struct Range {
 /// @return      At the start of the text.
 /// @throws BadFile if it cannot be read.
 Scanner open_scanner(const std::string& name);
+
+/// Reads an open file.
+///
+/// @param source  At its start; closed at the end.
+/// @return        At the start of the text.
+/// @throws BadFile if it cannot be read.
+Scanner open_scanner(std::unique_ptr<Source> source);
 
 /// Reads the next word, on whatever line.
 ///

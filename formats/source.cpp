@@ -203,6 +203,10 @@ void Source::finish() {
 
 std::string read_all(const std::string& name) {
   Source source(name);
+  return read_rest(source);
+}
+
+std::string read_rest(Source& source) {
   std::string bytes;
   std::size_t filled = 0;
   do {

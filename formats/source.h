@@ -115,6 +115,13 @@ class Source {
 /// @throws BadFile as `Source` does.
 std::string read_all(const std::string& name);
 
+/// Reads the rest of an open input.
+///
+/// @param source  Read to its end.
+/// @return        Its bytes, decompressed.
+/// @throws BadFile as `Source::read` does.
+std::string read_rest(Source& source);
+
 /// Names an input as messages do.
 ///
 /// @param name  File name, or -.

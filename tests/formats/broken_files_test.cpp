@@ -76,7 +76,7 @@ void read_record(const Format& format, const std::string& filename, const ReadOp
 
 void load_record(const std::string& filename, SmallNets small_nets) {
   Record record;
-  load_own(record, filename, small_nets, true);
+  load(record, filename, {.small_nets = small_nets});
 }
 
 std::vector<std::string> originals_of(const std::string& format) {
@@ -124,7 +124,7 @@ std::vector<Kind> all_kinds() {
   kinds.push_back({"fine-grain", read_fine, {originals_of("mtx"), ++seed}});
   for (const SmallNets small_nets : {SmallNets::kFold, SmallNets::kKeep}) {
     const auto read = [small_nets](const std::string& file) { load_record(file, small_nets); };
-    kinds.push_back({"own", read, {originals_of("quillon"), ++seed}});
+    kinds.push_back({"detected", read, {originals_of("quillon"), ++seed}});
   }
   kinds.push_back({"parts",
                    [](const std::string& file) { read_parts(file, kCells, 3); },

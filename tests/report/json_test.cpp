@@ -32,12 +32,10 @@ Record five_cells() {
 
 TEST(PrintStatsJson, PrintsAllFiguresOnALine) {
   // Two of four cells on a net make every figure a short number.
-  Record r({4, {{1, 2}}, {7}, {1, 1, 1, 5}});
-  r.h._totinw = 20;
-  r.h._virtualnets = 30;
+  const Record r({4, {{1, 2}}, {7}, {1, 1, 1, 5}});
 
   EXPECT_EQ(
-      printed([&] { print_stats_json("h", r.h, 3, measures::figures_of(r.h)); }),
+      printed([&] { print_stats_json("h", {3, 20, 30}, measures::figures_of(r.h)); }),
       R"({"schema_version":1,"command":"stats","file":"h","status":"ok","cells":4,"nets":1,"pins":2,)"
       R"("folded":{"nets":3,"one_pin_weight":20,"pinless_weight":30},)"
       R"("cell_degree":{"average":0.5,"standard_deviation":0.5,"coefficient_of_variation":1.0,"minimum":0,)"
@@ -49,11 +47,10 @@ TEST(PrintStatsJson, PrintsAllFiguresOnALine) {
 }
 
 TEST(PrintStatsJson, HasNullForFiguresOfNoItems) {
-  Record r({0, {}});
-  r.h._totinw = r.h._virtualnets = 0;
+  const Record r({0, {}});
 
   EXPECT_EQ(
-      printed([&] { print_stats_json("h", r.h, 0, measures::figures_of(r.h)); }),
+      printed([&] { print_stats_json("h", {}, measures::figures_of(r.h)); }),
       R"({"schema_version":1,"command":"stats","file":"h","status":"ok","cells":0,"nets":0,"pins":0,)"
       R"("folded":{"nets":0,"one_pin_weight":0,"pinless_weight":0},)"
       R"("cell_degree":{"average":null,"standard_deviation":null,"coefficient_of_variation":null,"minimum":null,)"

@@ -89,6 +89,10 @@ void print_error(std::string_view text) { print_message("error", text); }
 
 void print_warning(const char* text) { print_message("warning", text); }
 
+void print_note(std::string_view text) {
+  if (!quiet()) print_message("note", text);
+}
+
 void print_finding(std::string_view text) {
   const std::string shown = printable(STDERR_FILENO, text);
   const ProgressPause pause;

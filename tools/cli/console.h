@@ -31,6 +31,9 @@ void print_error(std::string_view text);
 /// The same with "quillon: warning: ".
 void print_warning(const char* text);
 
+/// The same with "quillon: note: ", unless --quiet is given.
+void print_note(std::string_view text);
+
 /// Prints "quillon: FILE:LINE:COLUMN: error: ..." of a finding's text on standard error.
 void print_finding(std::string_view text);
 

@@ -138,6 +138,12 @@ Option Options::text(const char* name, const char* placeholder, std::string& tar
   return with_kind(with_placeholder(command_->add_option(name, target, help), placeholder), kind);
 }
 
+Option Options::texts(const char* name, const char* placeholder, std::vector<std::string>& target,
+                      const char* help) {
+  CLI::Option* const option = command_->add_option(name, target, help)->type_name(placeholder);
+  return with_kind(option->allow_extra_args(false), ValueKind::kOther);
+}
+
 Option Options::number(const char* name, const char* placeholder, int least, int& target, const char* help) {
   return with_kind(add_number(*command_, name, placeholder, least, target, help), ValueKind::kOther);
 }

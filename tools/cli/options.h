@@ -79,6 +79,9 @@ class Options {
   Option text(const char* name, const char* placeholder, std::string& target, const char* help,
               ValueKind kind = ValueKind::kOther);
 
+  /// Texts, one for each time that the option is given.
+  Option texts(const char* name, const char* placeholder, std::vector<std::string>& target, const char* help);
+
   /// A decimal number from `least` on.
   Option number(const char* name, const char* placeholder, int least, int& target, const char* help);
   Option number(const char* name, const char* placeholder, std::uint64_t& target, const char* help);

@@ -8,6 +8,7 @@
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/symmetry.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
@@ -32,16 +33,6 @@ Checks the counts, that cells and nets list each other exactly once, and the tot
 standard output, and errors on standard error.)";
 
 void drop(const char* /*text*/) {}
-
-// The symmetry check returns for some hypergraphs that are not symmetric, and is fatal for others.
-bool is_symmetric(const Hypergraph& h) {
-  const DivertedOutput diverted(drop);
-  try {
-    return CheckSymmetryinHypergraph(&h, 0) == 1;
-  } catch (const FatalError&) {
-    return false;
-  }
-}
 
 void print_asymmetry(const Hypergraph& h) {
   const DivertedOutput diverted(print_on_standard_error);

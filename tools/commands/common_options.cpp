@@ -2,6 +2,7 @@
 
 #include "formats/notes.h"
 #include "formats/source.h"
+#include "tools/cli/console.h"
 #include "tools/cli/run.h"
 #include "util/util.h"
 
@@ -30,21 +31,32 @@ void add_hypergraphs(Options& options, std::vector<std::string>& files) {
   options.files("FILE", files, ValueKind::kHypergraphIn, "Hypergraph files; - is standard input").required();
 }
 
-void add_input(Options& options, InputOptions& input) {
-  options.format("--from", input.from, "Format of the input (default: by suffix)");
+void add_from(Options& options, InputOptions& input) {
+  options.format("--from", input.from, "Format of the input (default: by suffix, or else by content)");
+}
+
+void add_model(Options& options, InputOptions& input) {
   options.choice<Model>(
       "--model",
       {{"row-net", Model::kRowNet}, {"column-net", Model::kColumnNet}, {"fine-grain", Model::kFineGrain}},
       input.model, "How a matrix becomes a hypergraph (default row-net)");
   options.flag("--diagonal", input.add_diagonal, "Add the missing diagonal entries of a square matrix");
+}
+
+void add_input(Options& options, InputOptions& input) {
+  add_from(options, input);
+  add_model(options, input);
   options.flag("--strict", input.strict, "Fail if something in the input would be lost");
 }
 
 formats::Loaded load_input(formats::Record& record, const std::string& file, const InputOptions& input) {
   formats::LoadOptions options{input.from, {input.model, input.add_diagonal}, formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;
-  formats::Loaded loaded = formats::load(record, file, options);
   const std::string name = formats::shown_name(file);
+  options.on_choice = [&name](const Format& chosen) {
+    print_note(name + ": read as " + std::string(chosen.name) + "; --from can say otherwise");
+  };
+  formats::Loaded loaded = formats::load(record, file, options);
   for (const std::string& remark : loaded.remarks) uwarning("%s: %s", name.c_str(), remark.c_str());
   if (!input.keeps_names) {
     formats::note(loaded.losses, count_names(loaded.names.cells), "cell name");

@@ -13,7 +13,7 @@ namespace quillon::tool {
 
 /// How a command reads hypergraphs.
 struct InputOptions {
-  const formats::Format* from = nullptr;  // --from; null: as `formats::load` finds out
+  const formats::Format* from = nullptr;  // --from; null: by suffix or content
   formats::Model model = formats::Model::kRowNet;
   bool add_diagonal = false;
   bool strict = false;
@@ -37,6 +37,11 @@ void add_hypergraphs(Options& options, std::vector<std::string>& files);
 
 /// Declares --from, --model, --diagonal and --strict.
 void add_input(Options& options, InputOptions& input);
+
+/// The parts of `add_input`, for commands with an order or a --strict of their own: --from; --model and
+/// --diagonal.
+void add_from(Options& options, InputOptions& input);
+void add_model(Options& options, InputOptions& input);
 
 /// Reads a file, and warns of what is odd about it or lost.
 ///

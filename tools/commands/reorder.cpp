@@ -5,11 +5,16 @@
 #include <optional>
 
 #include "formats/formats.h"
+#include "formats/labels.h"
 #include "formats/part_vector.h"
 #include "formats/sink.h"
+#include "formats/source.h"
+#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
+#include "tools/cli/run.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/symmetry.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -20,29 +25,43 @@ struct ReorderOptions {
   std::string out;
   InputOptions input;
   OutputOptions output;
-  std::optional<std::string> by_part;  // exactly one of the three
+  std::optional<std::string> by_part;  // exactly one of the four
   std::optional<std::string> perm;
+  std::optional<std::string> undo;
   bool random = false;
+  std::string undo_nets;
   std::uint64_t seed = 0;
   std::string write_perm;
   std::string write_inverse;
+  std::string write_net_perm;
+  std::vector<std::string> carry;  // FILE:OUT
 };
 
 constexpr const char* kNotes = R"(
 Examples:
   quillon reorder circuit.qhg -o mixed.qhg --random --seed 7 --write-perm order.txt
   quillon reorder circuit.qhg -o other.qhg --perm order.txt
-  quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part
+  quillon reorder mixed.qhg -o again.qhg --undo order.txt
+  quillon reorder matrix.qhg -o blocks.qhg --by-part matrix.part --write-net-perm nets.txt --carry matrix.part:blocks.part
 
---by-part renumbers cells and nets in the same way and requires as many nets as cells. --random and --perm renumber
-only the cells.
+--random and --perm renumber only the cells. --by-part sorts the cells by part, and the nets by the lowest part that
+they touch: within it those of this part alone come first. Nets without pins come last. In a symmetric hypergraph, the
+nets are renumbered like the cells instead. Equal ones keep their order.
 
 An order file has one number per line, counted from 1. If old cell 3 comes first, then old cell 1, then old cell 2:
-  --write-perm writes     3 1 2   line i: the old number of new cell i; --perm reads this
-  --write-inverse writes  2 3 1   line i: the new number of old cell i)";
+  --write-perm writes     3 1 2   line i: the old number of new cell i; --perm and --undo read this
+  --write-inverse writes  2 3 1   line i: the new number of old cell i
+--write-net-perm writes the same as --write-perm for nets; --undo-nets reads it.
 
-// Orders are arrays of the module: entry 0 is not used.
+--carry FILE:OUT renumbers a partition file, or a file of convert --labels, in the same way.)";
+
+// Orders are arrays of the module: entry 0 is not used. Entry i is the old number of the new item i.
 using Order = std::vector<int>;
+
+struct Orders {
+  Order cells;
+  Order nets;
+};
 
 Order identity(int count) {
   Order order(static_cast<std::size_t>(count) + 1);
@@ -63,10 +82,31 @@ int assign_parts(const std::string& file, Hypergraph& h) {
   return static_cast<int>(parts.size());
 }
 
-Order order_by_part(const Hypergraph& h) {
+Order cells_by_part(const Hypergraph& h) {
   Order order = identity(h._c);
   std::stable_sort(order.begin() + 1, order.end(),
                    [&h](int a, int b) { return h._clst[a].pno < h._clst[b].pno; });
+  return order;
+}
+
+// The lowest part of a net, and whether it touches others.
+std::pair<int, bool> place_by_part(const Hypergraph& h, const Net& net) {
+  int lowest = std::numeric_limits<int>::max();
+  int highest = -1;
+  for (const int i : pins_of(net)) {
+    lowest = std::min(lowest, h._clst[i].pno);
+    highest = std::max(highest, h._clst[i].pno);
+  }
+  return {lowest, lowest < highest};
+}
+
+Order nets_by_part(const Hypergraph& h) {
+  std::vector<std::pair<int, bool>> places(static_cast<std::size_t>(h._n) + 1);
+  for (int j = 1; j <= h._n; ++j) places[static_cast<std::size_t>(j)] = place_by_part(h, h._nlst[j]);
+  Order order = identity(h._n);
+  std::stable_sort(order.begin() + 1, order.end(), [&places](int a, int b) {
+    return places[static_cast<std::size_t>(a)] < places[static_cast<std::size_t>(b)];
+  });
   return order;
 }
 
@@ -77,83 +117,172 @@ Order inverse_of(const Order& order) {
   return inverse;
 }
 
-Order chosen_order(const Hypergraph& h, const ReorderOptions& options) {
-  if (options.by_part) return order_by_part(h);
-  if (options.perm) return formats::read_permutation(*options.perm, h._c);
-  Order order = identity(h._c);
-  uSeed(options.seed);
-  PermuteInPlace(order.data() + 1, h._c);
+Orders undone(const Hypergraph& h, const ReorderOptions& options) {
+  return {inverse_of(formats::read_permutation(*options.undo, h._c)),
+          options.undo_nets.empty() ? identity(h._n)
+                                    : inverse_of(formats::read_permutation(options.undo_nets, h._n))};
+}
+
+Order random_order(int count, std::uint64_t seed) {
+  Order order = identity(count);
+  uSeed(seed);
+  PermuteInPlace(order.data() + 1, count);
   return order;
 }
 
+void permute(const Hypergraph& h, Hypergraph& reordered, const Orders& orders) {
+  Order work = orders.cells;
+  PermuteHypergraph(&h, &reordered, orders.nets.data(), work.data());
+}
+
+Orders reorder_by_part(Hypergraph& h, const std::string& part_file, Hypergraph& reordered) {
+  const int nparts = assign_parts(part_file, h);
+  Orders orders{cells_by_part(h), {}};
+  if (h._n == h._c && is_symmetric(h)) {
+    orders.nets = orders.cells;
+    SymmetricPermute(&h, nparts, &reordered);
+  } else {
+    orders.nets = nets_by_part(h);
+    permute(h, reordered, orders);
+  }
+  return orders;
+}
+
+Orders reorder(Hypergraph& h, const ReorderOptions& options, Hypergraph& reordered) {
+  reordered._c = h._c;
+  reordered._n = h._n;
+  reordered._p = h._p;
+  malloc_hypergraph(&reordered);
+  if (options.by_part) return reorder_by_part(h, *options.by_part, reordered);
+
+  const Orders orders = options.undo ? undone(h, options)
+                                     : Orders{options.perm ? formats::read_permutation(*options.perm, h._c)
+                                                           : random_order(h._c, options.seed),
+                                              identity(h._n)};
+  permute(h, reordered, orders);
+  return orders;
+}
+
 // By new number.
-std::vector<std::string> reordered_names(const std::vector<std::string>& names, const Order& order) {
-  std::vector<std::string> result(names.size());
-  for (std::size_t k = 1; k < names.size(); ++k) result[k] = names[static_cast<std::size_t>(order[k])];
+template <typename Value>
+std::vector<Value> in_order(const std::vector<Value>& values, const Order& order) {
+  std::vector<Value> result(values.size());
+  for (std::size_t k = 1; k < values.size(); ++k) result[k] = values[static_cast<std::size_t>(order[k])];
   return result;
 }
 
-void write_outputs(const ReorderOptions& options, const Hypergraph& reordered, const Order& order) {
-  formats::Outputs outputs(force());
-  write_output(outputs, options.out, reordered, options.output);
-  if (!options.write_perm.empty())
-    outputs.write(options.write_perm,
-                  [&](const char* filename) { formats::write_permutation(order, filename); });
-  if (!options.write_inverse.empty())
-    outputs.write(options.write_inverse,
-                  [&](const char* filename) { formats::write_permutation(inverse_of(order), filename); });
-  outputs.publish();
+formats::Labels in_order(const formats::Labels& labels, const Orders& orders) {
+  return {in_order(labels.cells, orders.cells), in_order(labels.nets, orders.nets)};
+}
+
+// A file to renumber, and where to write the result.
+struct Carried {
+  std::string file;
+  std::string out;
+};
+
+Carried carried_of(const std::string& text) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string::npos || colon == 0 || colon + 1 == text.size())
+    throw UsageError("--carry: '" + text + "' is not FILE:OUT");
+  return {text.substr(0, colon), text.substr(colon + 1)};
+}
+
+// Files of labels begin with a word.
+bool has_labels(const std::string& file) {
+  formats::Source source(file);
+  const std::string_view begin = source.peek(1);
+  return begin == "c" || begin == "n";
+}
+
+void carry(formats::Outputs& outputs, const Carried& carried, const Orders& orders) {
+  const int ncells = static_cast<int>(orders.cells.size()) - 1;
+  const int nnets = static_cast<int>(orders.nets.size()) - 1;
+  if (has_labels(carried.file)) {
+    const formats::Labels labels = in_order(formats::read_labels(carried.file, ncells, nnets), orders);
+    outputs.write(carried.out, [&](const char* filename) { formats::write_labels(labels, filename); });
+    return;
+  }
+  const std::vector<int> parts =
+      in_order(formats::read_parts(carried.file, ncells, std::numeric_limits<int>::max()), orders.cells);
+  outputs.write(carried.out, [&](const char* filename) { formats::write_parts_by_line(parts, filename); });
+}
+
+void write_order(formats::Outputs& outputs, const std::string& file, const Order& order) {
+  if (!file.empty())
+    outputs.write(file, [&](const char* filename) { formats::write_permutation(order, filename); });
+}
+
+// Refuses outputs that are also read, or written twice. Only OUT may replace IN.
+void refuse_outputs(const ReorderOptions& options, const std::vector<Carried>& carried) {
+  std::vector<std::string> inputs = {options.by_part.value_or(""), options.perm.value_or(""),
+                                     options.undo.value_or(""), options.undo_nets};
+  for (const Carried& file : carried) inputs.push_back(file.file);
+  formats::refuse_to_replace(inputs, options.out);
+  inputs.push_back(options.in);
+  std::vector<std::string> targets = {options.out, options.write_perm, options.write_inverse,
+                                      options.write_net_perm};
+  for (const std::string& file : targets)
+    if (file != options.out) formats::refuse_to_replace({options.in}, file);
+  for (const Carried& file : carried) {
+    formats::refuse_to_replace(inputs, file.out);
+    targets.push_back(file.out);
+  }
+  formats::refuse_named_twice(targets);
 }
 
 int run(ReorderOptions options) {
+  std::vector<Carried> carried;
+  for (const std::string& text : options.carry) carried.push_back(carried_of(text));
   prepare_output(options.output, options.input, {options.out});
-  const std::string order_file = options.by_part.value_or(options.perm.value_or(""));
-  formats::refuse_to_replace({order_file}, options.out);
-  formats::refuse_to_replace({options.in}, options.write_perm);
-  formats::refuse_to_replace({options.in}, options.write_inverse);
-  formats::refuse_named_twice({options.out, options.write_perm, options.write_inverse});
+  refuse_outputs(options, carried);
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
-  options.output.write.weights = written_weights(source.h, loaded);
-  Hypergraph& h = source.h;
-  const int nparts = options.by_part ? assign_parts(*options.by_part, h) : 0;
-  const Order order = chosen_order(h, options);
-
   formats::Record reordered;
-  Hypergraph& nh = reordered.h;
-  nh._c = h._c;
-  nh._n = h._n;
-  nh._p = h._p;
-  malloc_hypergraph(&nh);
-  if (options.by_part) {
-    SymmetricPermute(&h, nparts, &nh);
-  } else {
-    Order work = order;
-    PermuteHypergraph(&h, &nh, identity(h._n).data(), work.data());
-  }
-  const formats::Labels names{
-      reordered_names(loaded.names.cells, order),
-      options.by_part ? reordered_names(loaded.names.nets, order) : loaded.names.nets};
+  const Orders orders = reorder(source.h, options, reordered.h);
+
+  const formats::Labels names = in_order(loaded.names, orders);
+  options.output.write.weights = written_weights(source.h, loaded);
   options.output.write.labels = &names;
-  write_outputs(options, nh, order);
+  formats::Outputs outputs(force());
+  write_output(outputs, options.out, reordered.h, options.output);
+  write_order(outputs, options.write_perm, orders.cells);
+  write_order(outputs, options.write_inverse, inverse_of(orders.cells));
+  write_order(outputs, options.write_net_perm, orders.nets);
+  for (const Carried& file : carried) carry(outputs, file, orders);
+  outputs.publish();
   return kSuccess;
+}
+
+void declare_order(Options& options, ReorderOptions& chosen) {
+  Options how = options.one_of("Order", "One of these");
+  how.file("--by-part", "PARTFILE", chosen.by_part, ValueKind::kFile,
+           "Sort by the part numbers in PARTFILE, separated by any white space");
+  how.file("--perm", "FILE", chosen.perm, ValueKind::kFile,
+           "Read the order from FILE, in the form that --write-perm writes");
+  const Option random = how.flag("--random", chosen.random, "Use a random order");
+  const Option undo = how.file("--undo", "FILE", chosen.undo, ValueKind::kFile,
+                               "Restore the order of cells before FILE, which --write-perm wrote");
+  options
+      .file("--undo-nets", "FILE", chosen.undo_nets, ValueKind::kFile,
+            "With --undo, restore the order of nets before FILE, which --write-net-perm wrote")
+      .needs(undo);
+  add_seed(options, chosen.seed, random);
 }
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReorderOptions>();
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
-  Options how = options.one_of("Order", "One of these");
-  how.file("--by-part", "PARTFILE", chosen->by_part, ValueKind::kFile,
-           "Sort by the part numbers in PARTFILE, separated by any white space");
-  how.file("--perm", "FILE", chosen->perm, ValueKind::kFile,
-           "Read the order from FILE, in the form that --write-perm writes");
-  const Option random = how.flag("--random", chosen->random, "Use a random order");
-  add_seed(options, chosen->seed, random);
+  declare_order(options, *chosen);
   options.file("--write-perm", "FILE", chosen->write_perm, ValueKind::kFile,
                "Write the old number of each new cell to FILE");
   options.file("--write-inverse", "FILE", chosen->write_inverse, ValueKind::kFile,
                "Write the new number of each old cell to FILE");
+  options.file("--write-net-perm", "FILE", chosen->write_net_perm, ValueKind::kFile,
+               "Write the old number of each new net to FILE");
+  options.texts("--carry", "FILE:OUT", chosen->carry,
+                "Renumber the partition or labels in FILE too, and write them to OUT");
   add_output(options, chosen->output);
   add_force(options);
   add_input(options, chosen->input);

@@ -10,6 +10,7 @@
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/commands/stats_text.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 
@@ -25,6 +26,7 @@ struct StatsOptions {
   bool header = false;
   bool summary = false;
   bool json = false;
+  bool no_file = false;
 };
 
 constexpr const char* kNotes = R"(
@@ -34,38 +36,68 @@ Examples:
   quillon stats --json circuit.qhg | jq .net_size.maximum
   zcat circuit.qhg.gz | quillon stats --summary -
 
-Columns of --table:
+Columns of --table, separated by tabs:
+  file: only with several files, and without --no-file
   cells, nets, pins
   cell degree: average, standard deviation, coefficient of variation,
     smallest value above 0, number of zeros, largest value
   net size: the same six
   cell weight: smallest, largest, total
-  net weight: the same three)";
+  net weight: the same three
+
+A file that cannot be read has no line in the table; its name and the error go to standard error.)";
 
 constexpr const char* kColumns =
     "cells\tnets\tpins\tdeg_avg\tdeg_std\tdeg_cov\tdeg_min\tdeg_zero\tdeg_max\t"
     "size_avg\tsize_std\tsize_cov\tsize_min\tsize_zero\tsize_max\t"
     "cellw_min\tcellw_max\tcellw_total\tnetw_min\tnetw_max\tnetw_total\n";
 
+// The weights of one-pin nets are those in the cells, which `set_hypergraph_infos` clears.
+FoldedNets folded_nets(const Record& record) {
+  const Hypergraph& h = record.h;
+  FoldedNets folded{record.nfolded, 0, h._virtualnets};
+  for (int i = 1; i <= h._c; ++i) folded.one_pin_weight += h._clst[i].inw;
+  return folded;
+}
+
+bool names_files(const StatsOptions& options) {
+  return options.table && options.files.size() > 1 && !options.no_file;
+}
+
+// A name as a field of the table.
+std::string field_of(const std::string& file) {
+  std::string field;
+  for (const char c : formats::shown_name(file)) {
+    if (c == '\t' || c == '\n' || c == '\\')
+      field.append("\\").append(1, c == '\t' ? 't' : c == '\n' ? 'n' : c);
+    else
+      field.append(1, c);
+  }
+  return printable(STDOUT_FILENO, field);
+}
+
 int report(const std::string& file, const StatsOptions& options) {
   Record record;
   load_input(record, file, options.input);
   Hypergraph& h = record.h;
+  const FoldedNets folded = folded_nets(record);
   set_hypergraph_infos(&h);
+  const measures::Figures figures = measures::figures_of(h);
 
   if (options.json) {
-    print_stats_json(formats::shown_name(file), h, record.nfolded, measures::figures_of(h));
+    print_stats_json(formats::shown_name(file), folded, figures);
     return kSuccess;
   }
   if (options.table) {
-    prinfo_hypergraph(&h);
+    if (names_files(options)) uprintf("%s\t", field_of(file).c_str());
+    print_table_row(h, figures);
     return kSuccess;
   }
   if (options.files.size() > 1) uprintf("%s:\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str());
   if (options.summary)
-    uprintf("%s", HygrInfo(&h));
+    print_summary(h, figures, folded);
   else
-    pr_detailinfo_hypergraph(&h);
+    print_details(h, figures);
   return kSuccess;
 }
 
@@ -75,7 +107,7 @@ void print_failure(const std::string& file, const StatsOptions& options) {
 }
 
 int run(const StatsOptions& options) {
-  if (options.header) uprintf("%s", kColumns);
+  if (options.header) uprintf("%s%s", names_files(options) ? "file\t" : "", kColumns);
   return for_each_file(
       options.files, [&options](const std::string& file) { return report(file, options); },
       [&options](const std::string& file) { print_failure(file, options); });
@@ -85,8 +117,10 @@ std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<StatsOptions>();
   add_hypergraphs(options, chosen->files);
   const Option table =
-      options.flag("--table", chosen->table, "Print one line of 21 tab-separated fields per file");
+      options.flag("--table", chosen->table,
+                   "Print one line of 21 tab-separated fields per file, after its name if there are several");
   options.flag("--header", chosen->header, "Print the column names of --table first").needs(table);
+  options.flag("--no-file", chosen->no_file, "Leave the names of files out of --table").needs(table);
   const Option summary =
       options.flag("--summary", chosen->summary, "Print a summary of two lines per file").excludes(table);
   add_json(options, chosen->json).excludes(table).excludes(summary);

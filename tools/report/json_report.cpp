@@ -55,11 +55,12 @@ Json weights_json(const measures::Weights& weights, bool is_known) {
 
 }  // namespace
 
-void print_stats_json(const std::string& file, const Hypergraph& h, int nfolded,
-                      const measures::Figures& figures) {
+void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures) {
   Json json = begin("stats", file, true);
-  add_counts(json, h._c, h._n, h._p);
-  json["folded"] = {{"nets", nfolded}, {"one_pin_weight", h._totinw}, {"pinless_weight", h._virtualnets}};
+  add_counts(json, figures.ncells, figures.nnets, figures.npins);
+  json["folded"] = {{"nets", folded.count},
+                    {"one_pin_weight", folded.one_pin_weight},
+                    {"pinless_weight", folded.pinless_weight}};
   json["cell_degree"] = lengths_json(figures.degrees);
   json["net_size"] = lengths_json(figures.sizes);
   json["cell_weight"] = weights_json(figures.cells, figures.ncells > 0);

@@ -3,6 +3,7 @@
 //
 // Names of files are printed as given; malformed UTF-8 becomes U+FFFD.
 
+#include <cstdint>
 #include <string>
 
 #include "hypergraph/hypergraph.h"
@@ -11,9 +12,16 @@
 
 namespace quillon::tool {
 
-/// @param nfolded  Nets of one pin or none that the reader folded.
-void print_stats_json(const std::string& file, const Hypergraph& h, int nfolded,
-                      const measures::Figures& figures);
+/// Nets of one pin or none that were folded.
+struct FoldedNets {
+  int count = 0;
+  std::int64_t one_pin_weight = 0;
+  std::int64_t pinless_weight = 0;
+};
+
+void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures);
+
+/// @param nfolded  Nets of one pin or none that were folded.
 
 void print_check_json(const std::string& file, const Hypergraph& h, int nfolded, bool is_symmetric);
 

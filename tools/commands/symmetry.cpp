@@ -1,0 +1,17 @@
+#include "tools/commands/symmetry.h"
+
+#include "tools/cli/run.h"
+
+namespace quillon::tool {
+
+// The symmetry check returns for some hypergraphs that are not symmetric, and is fatal for others.
+bool is_symmetric(const Hypergraph& h) {
+  const DivertedOutput diverted([](const char* /*text*/) {});
+  try {
+    return CheckSymmetryinHypergraph(&h, 0) == 1;
+  } catch (const FatalError&) {
+    return false;
+  }
+}
+
+}  // namespace quillon::tool
