@@ -41,8 +41,11 @@ Topic formats_topic() {
   return {"formats", "file formats by name and suffix",
           "Formats and their file name suffixes:\n\n" + format_lines() + R"(
 A trailing .gz or .zst is not part of the suffix, and makes output compressed. Compressed input is recognised by its
-content. convert,
-partition-info and report read all formats and choose by suffix or --from; the other commands read quillon.
+content.
+
+All commands read all formats. --from names the format of the input; without it, the suffix does. If the name has no
+known suffix, or the first lines break the rules of its format and obey those of another, the content chooses, and a
+note on standard error says so. Output has the format of --to or of its suffix.
 
 A quillon file:
 

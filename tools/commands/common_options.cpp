@@ -14,10 +14,15 @@ using formats::Model;
 
 constexpr const char* kInputFile = "Hypergraph file; - is standard input";
 
-// Counts names that differ from the numbers of their items.
-std::int64_t count_names(const std::vector<std::string>& names) {
+// Counts names that differ from the numbers of their items. If items are folded, these numbers are no longer
+// known, and any integer may be one.
+std::int64_t count_names(const std::vector<std::string>& names, bool are_folded) {
   std::int64_t count = 0;
-  for (std::size_t k = 1; k < names.size(); ++k) count += names[k] != std::to_string(k) ? 1 : 0;
+  for (std::size_t k = 1; k < names.size(); ++k) {
+    const bool is_number = are_folded ? names[k].find_first_not_of("0123456789") == std::string::npos
+                                      : names[k] == std::to_string(k);
+    count += is_number ? 0 : 1;
+  }
   return count;
 }
 
@@ -59,8 +64,8 @@ formats::Loaded load_input(formats::Record& record, const std::string& file, con
   formats::Loaded loaded = formats::load(record, file, options);
   for (const std::string& remark : loaded.remarks) uwarning("%s: %s", name.c_str(), remark.c_str());
   if (!input.keeps_names) {
-    formats::note(loaded.losses, count_names(loaded.names.cells), "cell name");
-    formats::note(loaded.losses, count_names(loaded.names.nets), "net name");
+    formats::note(loaded.losses, count_names(loaded.names.cells, false), "cell name");
+    formats::note(loaded.losses, count_names(loaded.names.nets, record.nfolded > 0), "net name");
   }
   for (const std::string& loss : loaded.losses) uwarning("%s: not read: %s", name.c_str(), loss.c_str());
   if (input.strict && !loaded.losses.empty()) errexit("%s is refused, because of --strict", name.c_str());
