@@ -97,7 +97,8 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   skip_line(in);
 }
 
-// The first of the numbers of a cell is its weight. Missing ones are 1.
+// The first of the numbers of a cell is its weight. Missing ones are 1. More numbers on the last line are an
+// error: it is unclear which cells the weights belong to.
 void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
   const Range weights = signed_weight_range("the weight of a cell");
   const auto wanted = static_cast<std::size_t>(lists.ncells) + 1;
@@ -113,6 +114,9 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
     if (k == 0) lists.cell_weights.push_back(as_number(in, *token, weights));
     k = (k + 1) % weights_per_cell;
   }
+  if (const std::optional<Token> surplus = next_integer(in))
+    unexpected(in, *surplus, "trailing-text",
+               "nothing after the weights of " + counted(lists.ncells, "cell"));
   if (const std::size_t nmissing = wanted - lists.cell_weights.size(); nmissing > 0)
     lists.remarks.push_back("the file ends before " +
                             counted(static_cast<std::int64_t>(nmissing), "cell weight") + ", set to 1");

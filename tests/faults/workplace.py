@@ -42,7 +42,7 @@ class Command:
 READERS = [
     Command("stats in.qhg"),
     Command("stats --table --header in.qhg in.qhg.gz", reports_on=True),
-    Command("stats --summary -", stdin="in.qhg"),
+    Command("stats --summary - --from quillon", stdin="in.qhg"),
     Command("stats --json in.qhg", reports_on=True),
     Command("check --json in.qhg", reports_on=True),
     Command("partition-info --json in.qhg in.part"),
