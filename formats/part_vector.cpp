@@ -23,22 +23,45 @@ void write_by_line(const std::vector<int>& values, const char* filename, const c
 
 }  // namespace
 
-std::vector<int> read_parts(const std::string& filename, int ncells, int nparts) {
+std::vector<int> read_parts(const std::string& filename, int ncells, int nparts, int first) {
   Scanner in = open_scanner(filename);
   const bool is_bounded = nparts < kAnyNumber;
-  const int last = nparts == 0 ? ncells - 1 : is_bounded ? nparts - 1 : nparts;
-  const std::string range =
-      is_bounded ? ", from 0 to " + std::to_string(last) + ", of cell " : ", from 0, of cell ";
+  const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
+  const std::string range = ", from " + std::to_string(first) +
+                            (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
   std::vector<int> parts{0};
+  bool has_part_0 = first == 1;
   for (int i = 1; i <= ncells; ++i) {
     const Token token = next_token(in);
-    const std::optional<int> part = number_in(token, {0, last, {}});
+    const std::optional<int> part = number_in(token, {first, last, {}});
     if (!part) {
-      const bool is_large = nparts == 0 && number_in(token, {0, kAnyNumber, {}});
+      const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
+      const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
       unexpected(in, token, "part-out-of-range", "the part number" + range + std::to_string(i),
-                 is_large ? "if there are more parts than cells, say it with -k" : "");
+                 is_large ? "if there are more parts than cells, say it with -k and --allow-empty-parts"
+                 : is_last_from_1 ? "if the parts count from 1, say it with --parts-from 1"
+                                  : "");
     }
-    parts.push_back(*part);
+    has_part_0 = has_part_0 || *part == 0;
+    parts.push_back(*part - first);
+  }
+  expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
+  return parts;
+}
+
+std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int nparts, int first) {
+  Scanner in = open_scanner(filename);
+  const int last = nparts == 0 ? kAnyNumber : nparts - 1 + first;
+  const std::string range = "the part number, from " + std::to_string(first) +
+                            (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
+  std::vector<int> parts{-1};
+  for (int i = 1; i <= ncells; ++i) {
+    const Token token = next_token(in);
+    if (number_in(token, {-1, -1, {}}))
+      parts.push_back(-1);
+    else
+      parts.push_back(as_number(in, token, {first, last, range + std::to_string(i), "part-out-of-range"}) -
+                      first);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
   return parts;

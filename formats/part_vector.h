@@ -11,15 +11,26 @@
 
 namespace quillon::formats {
 
-/// Reads a part number for each cell, from 0, with any white space between them.
+/// Reads a part number for each cell, with any white space between them.
 ///
 /// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
 /// @param ncells    Number of cells.
 /// @param nparts    Number of parts; 0 if unknown: then at most as many as cells.
-/// @return          By cell number, ncells + 1 entries; entry 0 is not used.
-/// @throws BadFile  if the file cannot be read, or if a part number is missing, is not below `nparts`, or
-/// follows that of the last cell.
-std::vector<int> read_parts(const std::string& filename, int ncells, int nparts);
+/// @param first     Number of the first part in the file, 0 or 1.
+/// @return          By cell number, ncells + 1 entries, parts from 0; entry 0 is not used.
+/// @throws BadFile  if the file cannot be read, or if a part number is missing, is not one of `nparts`, or
+///                  follows that of the last cell.
+std::vector<int> read_parts(const std::string& filename, int ncells, int nparts, int first = 0);
+
+/// Reads the part that each cell is fixed to, or -1 for a cell that is free, like `read_parts`.
+///
+/// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
+/// @param ncells    Number of cells.
+/// @param nparts    Number of parts; 0 for any.
+/// @param first     Number of the first part in the file, 0 or 1.
+/// @return          By cell number, ncells + 1 entries, parts from 0 or -1; entry 0 is -1.
+/// @throws BadFile  as `read_parts` does.
+std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int nparts, int first = 0);
 
 /// Writes a part vector with one number a line.
 ///

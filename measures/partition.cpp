@@ -83,10 +83,15 @@ CutSizes cut_sizes(const Hypergraph& h, const Partition& partition) {
 }
 
 double imbalance(const PartSizes& sizes) {
-  const std::int64_t total = std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0});
+  if (sizes.weights.empty()) return 0;
+  return imbalance_of(*std::max_element(sizes.weights.begin(), sizes.weights.end()),
+                      std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0}),
+                      std::ssize(sizes.weights));
+}
+
+double imbalance_of(std::int64_t heaviest, std::int64_t total, std::int64_t nparts) {
   if (total == 0) return 0;
-  const Wide heaviest = *std::max_element(sizes.weights.begin(), sizes.weights.end());
-  const Wide excess = heaviest * std::ssize(sizes.weights) - total;
+  const Wide excess = Wide{heaviest} * nparts - total;
   return static_cast<double>(static_cast<long double>(excess) / static_cast<long double>(total));
 }
 

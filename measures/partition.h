@@ -79,6 +79,14 @@ CutSizes cut_sizes(const Hypergraph& h, const Partition& partition);
 /// @return       max weight / (total weight / number of parts) - 1; 0 if the total is 0.
 double imbalance(const PartSizes& sizes);
 
+/// The imbalance of a partition whose heaviest part weighs so much.
+///
+/// @param heaviest  Weight of the heaviest part.
+/// @param total     Weight of all cells.
+/// @param nparts    Number of parts.
+/// @return          heaviest / (total / nparts) - 1; 0 if the total is 0.
+double imbalance_of(std::int64_t heaviest, std::int64_t total, std::int64_t nparts);
+
 /// Counts the parts that the pins of a net lie in.
 ///
 /// @param net        Read only. Needs its pins.

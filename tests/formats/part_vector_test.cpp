@@ -61,13 +61,50 @@ TEST(ReadParts, SaysWhatIsWrongWithAFile) {
   expect_findings(
       [](const char* name) { read_parts(name, 2, 0); },
       {{"0 2\n", 1, 3, "part-out-of-range", "found \"2\", expected the part number, from 0 to 1, of cell 2",
-        "if there are more parts than cells, say it with -k"},
+        "if there are more parts than cells, say it with -k and --allow-empty-parts"},
        {"0 x\n", 1, 3, "part-out-of-range", "found \"x\", expected the part number, from 0 to 1, of cell 2"},
        {"0 2147483648\n", 1, 3, "part-out-of-range",
         "found \"2147483648\", expected the part number, from 0 to 1, of cell 2"}});
   expect_findings(
       [](const char* name) { read_parts(name, 1, kMost); },
       {{"x", 1, 1, "part-out-of-range", "found \"x\", expected the part number, from 0, of cell 1"}});
+}
+
+TEST(ReadParts, CountsFrom1WhenAskedTo) {
+  const TempFile file("1 3 2\n");
+  EXPECT_THAT(read_parts(file.name(), 3, 0, 1), ElementsAre(0, 0, 2, 1));
+  EXPECT_THAT(read_parts(file.name(), 3, 3, 1), ElementsAre(0, 0, 2, 1));
+  expect_findings(
+      [](const char* name) { read_parts(name, 2, 2, 1); },
+      {{"1 0", 1, 3, "part-out-of-range", "found \"0\", expected the part number, from 1 to 2, of cell 2"},
+       {"3 1", 1, 1, "part-out-of-range", "found \"3\", expected the part number, from 1 to 2, of cell 1"}});
+}
+
+TEST(ReadParts, HintsAtPartsThatCountFrom1) {
+  expect_findings(
+      [](const char* name) { read_parts(name, 3, 2); },
+      {{"1 2 1", 1, 3, "part-out-of-range", "found \"2\", expected the part number, from 0 to 1, of cell 2",
+        "if the parts count from 1, say it with --parts-from 1"},
+       {"1 3 1", 1, 3, "part-out-of-range",
+        "found \"3\", expected the part number, from 0 to 1, of cell 2"}});
+}
+
+TEST(ReadFixedParts, AcceptsMinus1ForFreeCells) {
+  const TempFile file("-1 2\n0\n");
+  EXPECT_THAT(read_fixed_parts(file.name(), 3, 3), ElementsAre(-1, -1, 2, 0));
+  EXPECT_THAT(read_fixed_parts(file.name(), 3, 0), ElementsAre(-1, -1, 2, 0));
+  const TempFile from_1("-1 2\n1\n");
+  EXPECT_THAT(read_fixed_parts(from_1.name(), 3, 2, 1), ElementsAre(-1, -1, 1, 0));
+}
+
+TEST(ReadFixedParts, SaysWhatIsWrongWithAFile) {
+  expect_findings(
+      [](const char* name) { read_fixed_parts(name, 2, 2); },
+      {{"0 2", 1, 3, "part-out-of-range",
+        "found \"2\", expected the part number, from 0 to 1, or -1, of cell 2"},
+       {"0 -2", 1, 3, "part-out-of-range",
+        "found \"-2\", expected the part number, from 0 to 1, or -1, of cell 2"},
+       {"0 1 1", 1, 5, "trailing-text", "found \"1\", expected nothing after the parts of 2 cells"}});
 }
 
 TEST(WriteParts, AreReadBack) {

@@ -78,12 +78,17 @@ TEST(PrintPartition, ShowsTheSameModelAsJsonAndAsText) {
   const measures::Partition partition{{-7, 0, 2, 0, 2, 0}, 3};
   const PartitionModel model = partition_model("h", "p", five_cells().h, partition);
 
-  EXPECT_EQ(printed([&] { print_partition_json(model); }),
-            R"({"schema_version":1,"command":"partition-info","file":"h","status":"ok","partition":"p",)"
-            R"("cells":5,"nets":4,"pins":9,"parts":[{"part":0,"cells":3,"weight":6},)"
-            R"({"part":1,"cells":0,"weight":0},{"part":2,"cells":2,"weight":2}],"cut_nets":2,"cut":9,)"
-            R"("connectivity_minus_one":9,"sum_of_external_degrees":18,"imbalance":1.25})"
-            "\n");
+  EXPECT_EQ(
+      printed([&] { print_partition_json("partition-info", model); }),
+      R"({"schema_version":1,"command":"partition-info","file":"h","status":"ok","partition":"p",)"
+      R"("cells":5,"nets":4,"pins":9,"parts":[{"part":0,"cells":3,"weight":6},)"
+      R"({"part":1,"cells":0,"weight":0},{"part":2,"cells":2,"weight":2}],"cut_nets":2,"cut":9,)"
+      R"("connectivity_minus_one":9,"sum_of_external_degrees":18,"imbalance":1.25,)"
+      R"("absorption":9.666666666666666,"connectivity_pairs":18,)"
+      R"("balance":{"epsilon":1.0,"ufactor":1250.0,"ubfactor":50.0,"share":41.666666666666664,)"
+      R"("mondriaan":1.25},"heaviest_part":{"part":0,"cells":3,"weight":6},)"
+      R"("lightest_part":{"part":1,"cells":0,"weight":0},"empty_parts":1,"limits":[],"within_limits":true})"
+      "\n");
   EXPECT_EQ(printed([&] { print_partition_text(model); }),
             "h: 5 cells, 4 nets, 9 pins in 3 parts\n"
             "      part      cells         weight\n"

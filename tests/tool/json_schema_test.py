@@ -22,6 +22,8 @@ FILES = {
     "square.qhg": "1 2 2 4\n1 2\n1 2\n",
     "bad.qhg": "1 2 1 2\n1 3\n",
     "square.part": "0 1\n",
+    "other.part": "0 0\n",
+    "square.fix": "1 -1\n",
     "none.part": "",
 }
 
@@ -54,14 +56,29 @@ class JsonOutput(unittest.TestCase):
         lines = self.lines("stats", "--json", *files) + self.lines("stats", "--json", "--keep-small-nets", *files)
         lines += self.lines("check", "--json", *files) + self.lines("check", "--json", "--symmetric", *files)
         lines += self.lines("partition-info", "--json", "square.qhg", "square.part")
-        lines += self.lines("partition-info", "--json", "none.qhg", "none.part", "-k", "1")
-        self.assertEqual(len(lines), 4 * len(files) + 2)
+        lines += self.lines("eval", "--json", "none.qhg", "none.part", "-k", "1", "--limit", "share=2")
+        lines += self.lines("eval", "--json", "square.qhg", "square.part", "other.part", "--limit", "epsilon=0")
+        lines += self.lines("eval", "--feasible", "--json", "square.qhg", "-k", "2", "--limit", "epsilon=0")
+        lines += self.lines("eval", "--feasible", "--json", "small.qhg", "-k", "3", "--limit", "epsilon=0")
+        lines += self.lines("compare", "--json", "square.qhg", "square.part", "other.part")
+        self.assertEqual(len(lines), 4 * len(files) + 7)
         return lines
 
     def test_every_line_is_valid(self):
         for line in self.all_lines():
             with self.subTest(line=line):
                 VALIDATOR.validate(line)
+
+    def test_members_that_have_to_be_asked_for_are_valid(self):
+        wishes = ["--parts", "--matrix", "--nets", "3", "--fixed", "square.fix"]
+        line = self.lines("eval", "--json", "square.qhg", "square.part", *wishes)[0]
+        VALIDATOR.validate(line)
+        for member in ("matrix", "costliest_nets", "moved_fixed_cells"):
+            self.assertTrue(line[member])
+            self.assertFalse(VALIDATOR.is_valid({**line, member: ["x"]}), member)
+        line = self.lines("compare", "--json", "--nets", "square.qhg", "square.part", "other.part")[0]
+        VALIDATOR.validate(line)
+        self.assertEqual(line["no_longer_cut"], [1, 2])
 
     def test_every_member_is_in_the_schema_and_required(self):
         checked = set()
@@ -74,6 +91,9 @@ class JsonOutput(unittest.TestCase):
                     self.assertFalse(VALIDATOR.is_valid(broken), f"{line['command']} without {member}")
                     checked.add(member)
         self.assertIn("imbalance", checked)
+        self.assertIn("broken_by", checked)
+        self.assertIn("feasible", checked)
+        self.assertIn("cells_moved", checked)
         self.assertIn("minimum_above_zero", checked)
 
     def test_wrong_types_and_values_are_not_valid(self):

@@ -15,6 +15,8 @@ Command prune_command();
 Command reorder_command();
 Command convert_command();
 Command partition_command();
+Command eval_command();
+Command compare_command();
 Command partition_info_command();
 Command report_command();
 

@@ -125,13 +125,6 @@ void add_keep_small_nets(Options& options, InputOptions& input) {
                "Keep nets of one pin or none (default: remove them and add their weights to totals)");
 }
 
-Option add_nparts(Options& options, int& nparts) {
-  return options.number(
-      "-k", "K", 1, nparts,
-      "Number of parts (default: largest part number + 1; required if it exceeds the number of "
-      "cells)");
-}
-
 void add_seed(Options& options, std::uint64_t& seed, const Option& random) {
   options
       .number("--seed", "S", seed,

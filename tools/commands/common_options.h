@@ -82,8 +82,6 @@ Option add_json(Options& options, bool& json);
 /// Nets of one pin or none are then folded by default.
 void add_keep_small_nets(Options& options, InputOptions& input);
 
-Option add_nparts(Options& options, int& nparts);
-
 /// Of a random order that is made only if `random` is given.
 void add_seed(Options& options, std::uint64_t& seed, const Option& random);
 

@@ -23,8 +23,8 @@
 #include "tools/commands/common_options.h"
 #include "tools/commands/engine.h"
 #include "tools/commands/page_file.h"
+#include "tools/report/evaluation_report.h"
 #include "tools/report/json_report.h"
-#include "tools/report/text_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -248,7 +248,7 @@ int evaluate(Input& input, const PartitionOptions& options, const measures::Part
   }
   outputs.publish();
   print_beside(options.out,
-               [&] { options.json ? print_partition_json(model) : print_partition_text(model); });
+               [&] { options.json ? print_partition_json("eval", model) : print_evaluation_text(model); });
   return check_limit(options.limit, model.sizes);
 }
 

@@ -17,8 +17,8 @@ struct ReportOptions {
   std::string part_file;
   std::string out;
   std::string title;
-  const formats::Format* from = nullptr;
-  int nparts = 0;  // 0: as many as the file needs
+  InputOptions input;
+  PartOptions parts;
 };
 
 constexpr const char* kNotes = R"(
@@ -34,9 +34,9 @@ or none are kept. The hypergraph can have any format that convert reads.)";
 int run(const ReportOptions& options) {
   formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
   formats::Record record;
-  formats::load(record, options.hypergraph, {.format = options.from});
+  load_input(record, options.hypergraph, options.input);
   std::optional<measures::Partition> partition;
-  if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.nparts);
+  if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.parts);
   const std::string title = options.title.empty() ? heading_of(options.hypergraph) : options.title;
   formats::Outputs outputs(force());
   write_page(outputs, options.out,
@@ -52,8 +52,8 @@ std::function<int()> declare(Options& options) {
                                         "Part numbers of the cells, if there is a partition");
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "Output file; - is standard output")
       .required();
-  options.format("--from", chosen->from, "Format of HYPERGRAPH (default: by suffix)");
-  add_nparts(options, chosen->nparts).needs(part_file);
+  add_input(options, chosen->input);
+  for (Option& option : add_parts(options, chosen->parts)) option.needs(part_file);
   options.text("--title", "TEXT", chosen->title, "Heading of the page (default: name of the file)");
   add_force(options);
   return [chosen] { return run(*chosen); };

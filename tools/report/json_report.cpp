@@ -1,7 +1,10 @@
 #include "tools/report/json_report.h"
 
 #include <nlohmann/json.hpp>
+#include <utility>
 
+#include "tools/report/comparison_report.h"
+#include "tools/report/feasibility_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -53,6 +56,64 @@ Json weights_json(const measures::Weights& weights, bool is_known) {
           {"total", weights.total}};
 }
 
+Json part_json(const PartitionModel& model, std::size_t part) {
+  if (model.sizes.ncells.empty()) return {};
+  return {{"part", part}, {"cells", model.sizes.ncells[part]}, {"weight", model.sizes.weights[part]}};
+}
+
+Json parts_json(const PartitionModel& model) {
+  Json parts = Json::array();
+  for (std::size_t part = 0; part < model.sizes.ncells.size(); ++part) {
+    Json row = part_json(model, part);
+    if (model.details) {
+      row["boundary_cells"] = model.details->nboundary_cells[part];
+      row["internal_nets"] = model.details->ninternal_nets[part];
+      row["volume_sent"] = model.details->volumes_sent[part];
+      row["volume_received"] = model.details->volumes_received[part];
+    }
+    parts.push_back(std::move(row));
+  }
+  return parts;
+}
+
+void add_measures(Json& json, const PartitionModel& model) {
+  json["cut_nets"] = model.cut.ncut_nets;
+  json["cut"] = model.cut.cut;
+  json["connectivity_minus_one"] = model.cut.connectivity_minus_one;
+  json["sum_of_external_degrees"] = model.cut.sum_of_external_degrees;
+  json["imbalance"] = model.imbalance;
+  json["absorption"] = model.absorption;
+  json["connectivity_pairs"] = model.connectivity_pairs ? Json(*model.connectivity_pairs) : Json();
+  json["balance"] = Json::object();
+  for (const auto& [rule, name] : measures::kBalanceRules)
+    json["balance"][std::string(name)] = model.balance.of(rule);  // null if infinite
+}
+
+// The second minus the first of each number that both have.
+Json difference_of(const Json& first, const Json& second) {
+  Json difference = Json::object();
+  for (const auto& [member, value] : second.items()) {
+    const Json& before = first[member];
+    if (value.is_object())
+      difference[member] = difference_of(before, value);
+    else if (value.is_number_float() && before.is_number_float())
+      difference[member] = value.get<double>() - before.get<double>();
+    else if (value.is_number_integer() && before.is_number_integer())
+      difference[member] = value.get<std::int64_t>() - before.get<std::int64_t>();
+    else if (member != "partition")
+      difference[member] = nullptr;
+  }
+  return difference;
+}
+
+Json limit_json(const LimitModel& limit) {
+  Json json{{"limit", limit.text}, {"holds", limit.broken.empty()}, {"broken_by", Json::array()}};
+  for (const BrokenPart& broken : limit.broken)
+    json["broken_by"].push_back(
+        {{"part", broken.part}, {"weight", broken.weight}, {"least", broken.least}, {"most", broken.most}});
+  return json;
+}
+
 }  // namespace
 
 void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures) {
@@ -76,19 +137,83 @@ void print_check_json(const std::string& file, const Hypergraph& h, int nfolded,
   print_line(json);
 }
 
-void print_partition_json(const PartitionModel& model) {
-  Json json = begin("partition-info", model.hypergraph, true);
+void print_partition_json(const std::string& command, const PartitionModel& model) {
+  Json json = begin(command, model.hypergraph, true);
   json["partition"] = model.part_file;
   add_counts(json, model.ncells, model.nnets, model.npins);
-  json["parts"] = Json::array();
-  for (std::size_t part = 0; part < model.sizes.ncells.size(); ++part)
-    json["parts"].push_back(
-        {{"part", part}, {"cells", model.sizes.ncells[part]}, {"weight", model.sizes.weights[part]}});
-  json["cut_nets"] = model.cut.ncut_nets;
-  json["cut"] = model.cut.cut;
-  json["connectivity_minus_one"] = model.cut.connectivity_minus_one;
-  json["sum_of_external_degrees"] = model.cut.sum_of_external_degrees;
-  json["imbalance"] = model.imbalance;
+  json["parts"] = parts_json(model);
+  add_measures(json, model);
+  json["heaviest_part"] = part_json(model, model.heaviest);
+  json["lightest_part"] = part_json(model, model.lightest);
+  json["empty_parts"] = model.nempty;
+  json["limits"] = Json::array();
+  for (const LimitModel& limit : model.limits) json["limits"].push_back(limit_json(limit));
+  if (model.moved) {
+    json["moved_fixed_cells"] = Json::array();
+    for (const MovedCell& moved : *model.moved)
+      json["moved_fixed_cells"].push_back(
+          {{"cell", moved.cell}, {"part", moved.part}, {"fixed_to", moved.fixed_to}});
+  }
+  json["within_limits"] = model.is_within_limits();
+  if (model.matrix) {
+    json["matrix"] = Json::array();
+    for (const measures::MatrixEntry& entry : *model.matrix)
+      json["matrix"].push_back(Json::array({entry.part, entry.other, entry.weight}));
+  }
+  if (model.nets) {
+    json["costliest_nets"] = Json::array();
+    for (const measures::NetCost& net : *model.nets)
+      json["costliest_nets"].push_back({{"net", net.net}, {"parts", net.connectivity}, {"cost", net.cost}});
+  }
+  print_line(json);
+}
+
+void print_feasibility_json(const FeasibilityModel& model) {
+  Json json = begin("eval", model.hypergraph, true);
+  json["cells"] = model.ncells;
+  json["parts"] = model.nparts;
+  json["weight"] = model.weights.total;
+  json["heaviest_cell"] = model.weights.heaviest == 0 ? Json()
+                                                      : Json{{"cell", model.weights.heaviest},
+                                                             {"weight", model.weights.sorted.front()}};
+  json["heaviest_part_at_least"] = {{"weight", model.bound.weight},
+                                    {"reason", reason_of(model.bound, model.nparts)}};
+  json["imbalance_at_least"] = model.has_targets ? Json() : Json(model.least_imbalance());
+  json["limits"] = Json::array();
+  for (const FeasibilityLimit& limit : model.limits) {
+    Json obstacles = Json::array();
+    for (const measures::Obstacle& obstacle : limit.obstacles) obstacles.push_back(reason_of(obstacle));
+    json["limits"].push_back({{"limit", limit.text},
+                              {"least", limit.least},
+                              {"most", limit.most},
+                              {"capacity", limit.capacity},
+                              {"obstacles", std::move(obstacles)}});
+  }
+  json["feasible"] = model.may_be_feasible() ? Json() : Json(false);
+  print_line(json);
+}
+
+void print_comparison_json(const ComparisonModel& model) {
+  const measures::Comparison& comparison = model.comparison;
+  Json json = begin("compare", model.first.hypergraph, true);
+  add_counts(json, model.first.ncells, model.first.nnets, model.first.npins);
+  json["cells_moved"] = comparison.ncells_moved;
+  json["weight_moved"] = comparison.weight_moved;
+  json["normalised_mutual_information"] = comparison.normalised_mutual_information;
+  json["adjusted_rand_index"] = comparison.adjusted_rand_index;
+  json["names"] = comparison.names;
+  json["nets_newly_cut"] = model.nets.newly_cut.size();
+  json["nets_no_longer_cut"] = model.nets.no_longer_cut.size();
+  if (model.lists_nets) {
+    json["newly_cut"] = model.nets.newly_cut;
+    json["no_longer_cut"] = model.nets.no_longer_cut;
+  }
+  for (const auto& [member, partition] :
+       {std::pair{"first", &model.first}, std::pair{"second", &model.second}}) {
+    json[member] = {{"partition", partition->part_file}, {"parts", partition->sizes.weights.size()}};
+    add_measures(json[member], *partition);
+  }
+  json["difference"] = difference_of(json["first"], json["second"]);
   print_line(json);
 }
 

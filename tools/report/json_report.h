@@ -25,7 +25,8 @@ void print_stats_json(const std::string& file, const FoldedNets& folded, const m
 
 void print_check_json(const std::string& file, const Hypergraph& h, int nfolded, bool is_symmetric);
 
-void print_partition_json(const PartitionModel& model);
+/// @param command  "eval" or "partition-info".
+void print_partition_json(const std::string& command, const PartitionModel& model);
 
 /// For a file that the command failed on.
 void print_failure_json(const std::string& command, const std::string& file);

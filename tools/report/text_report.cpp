@@ -1,5 +1,6 @@
 #include "tools/report/text_report.h"
 
+#include "tools/report/evaluation_report.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -17,6 +18,7 @@ void print_partition_text(const PartitionModel& model) {
   uprintf("connectivity minus one   %lld\n", static_cast<long long>(model.cut.connectivity_minus_one));
   uprintf("sum of external degrees  %lld\n", static_cast<long long>(model.cut.sum_of_external_degrees));
   uprintf("imbalance                %.6f\n", model.imbalance);
+  print_limits_text(model);
 }
 
 }  // namespace quillon::tool
