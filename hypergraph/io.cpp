@@ -71,6 +71,11 @@ void init_cells(Hypergraph* h) {
   }
 }
 
+// Of the net lines, for numbers of six digits.
+std::int64_t expected_bytes(const Header& header) {
+  return std::int64_t{7} * header.npins + std::int64_t{2} * header.nnets;
+}
+
 int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) {
   *h = Hypergraph{};
   Lines lines{ifp, static_cast<char*>(umalloc(kLineSize, "read_hypergraph : line")), kLineSize};
@@ -82,7 +87,7 @@ int read_stream(Hypergraph* h, std::FILE* ifp, int check, SmallNets small_nets) 
   int* const work = check != 0 ? allocate_work(h->_c) : nullptr;
   init_cells(h);
 
-  begin_reading_ahead(lines);
+  begin_reading_ahead(lines, expected_bytes(header));
   NetReader nets(h, lines, header.shift, work, small_nets);
   read_lines(nets, lines);
   if (work != nullptr) _usfree(work);
@@ -249,7 +254,7 @@ void read_hypergraph_netar(const char* filename, int* ncells, int* nnets, int** 
   *xnadj = imalloc(net_count(header) + 2, "read_hypergraph_netar: xnadj");
   *nadj = imalloc(pin_room(header), "read_hypergraph_netar: nadj");
 
-  begin_reading_ahead(lines);
+  begin_reading_ahead(lines, expected_bytes(header));
   NetArrayReader nets(header, lines, *xnadj, *nadj);
   read_lines(nets, lines);
   nets.finish();

@@ -28,10 +28,11 @@ Line line_of(std::FILE* file, const char* tag);
 /// Grows the buffer to as many bytes as there are pins.
 void grow_line(Line& line, int npins, const char* tag);
 
-/// Reads the next line that is no comment. At the end of the input the buffer keeps the previous line.
-void fetch_line(const Line& line);
+/// Reads the next line that is no comment. At the end of the input, or when reading fails, the buffer keeps
+/// the previous line. Returns whether a line was read, which is only for detecting endless loops.
+bool fetch_line(const Line& line);
 
-/// Whether the last attempt to read a line reached the end of the input, or failed.
+/// Whether the last attempt to read a line reached the end of the input.
 bool is_at_end(const Line& line);
 
 /// Whether a line fills the buffer up to the last five bytes.

@@ -17,7 +17,9 @@
 
 namespace quillon::oracle {
 
-/// Thrown by the readers where the module never returns: the input ends in a comment while a line is missing.
+/// Thrown by the readers where the module never returns: the input ends, or cannot be read on, after a
+/// comment while a line is missing; or it cannot be read on after a line of cell weights that completes no
+/// cell.
 struct Endless {};
 
 /// @name Lifecycle

@@ -187,11 +187,15 @@ void read_cell_weights(Reading& r, int check) {
   std::int64_t i = 1;
   std::int64_t k = 0;
   while (i <= h->_c) {
-    fetch_line(r.line);
+    const bool got = fetch_line(r.line);
     if (r.small_nets == SmallNets::kFold && is_at_end(r.line)) break;
     check_weight_line(r);
     if (is_at_end(r.line)) break;
+    const std::int64_t i_before = i;
+    const std::int64_t k_before = k;
     read_weights_of_line(r, i, k);
+    const bool no_cell_ends = r.header.weights_per_cell < 1 || (i == i_before && k == k_before);
+    if (!got && no_cell_ends) throw Endless{};
   }
   if (i <= h->_c && check != 0)
     uwarning("read_hypergraph: some cell (vertex) weights are missing, initializing to 1");
@@ -245,16 +249,16 @@ void grow_line(Line& line, int npins, const char* tag) {
   line.size = npins;
 }
 
-void fetch_line(const Line& line) {
+bool fetch_line(const Line& line) {
   bool got = std::fgets(line.text, line.size, line.file) != nullptr;
   while (line.text[0] == '%') {
-    if (!got && std::ferror(line.file) != 0) return;
     if (!got) throw Endless{};
     got = std::fgets(line.text, line.size, line.file) != nullptr;
   }
+  return got;
 }
 
-bool is_at_end(const Line& line) { return std::feof(line.file) != 0 || std::ferror(line.file) != 0; }
+bool is_at_end(const Line& line) { return std::feof(line.file) != 0; }
 
 bool is_too_long(const Line& line) {
   return std::strlen(line.text) >= static_cast<std::size_t>(line.size) - 5;

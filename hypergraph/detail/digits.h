@@ -1,18 +1,25 @@
 #pragma once
 /// @file
-/// Parses unsigned decimal numbers, many at a time. Internal to `hypergraph/`.
+/// Scans text for unsigned decimal numbers, many at a time. Internal to `hypergraph/`.
 ///
 /// Parsing numbers one by one is slow because of the call for each and the unpredictable branch at the end of
 /// each. Here 64 bytes are classified at once, and a number of up to eight digits is converted without a
 /// branch, as eight digits with leading zeros: neighbours are combined into pairs, pairs into fours, and
-/// fours into all eight. With SSE2, which every x86-64 has, four numbers are converted side by side.
+/// fours into all eight. With SSE2, which every x86-64 has, four numbers are converted side by side; with
+/// AVX2, which the processor is asked for at run time, eight.
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #if defined(__SSE2__) && !defined(QUILLON_PORTABLE)
+#define QUILLON_SSE2
 #include <emmintrin.h>
+#ifdef __GNUC__
+#define QUILLON_AVX2
+#include <immintrin.h>
+#endif
 #endif
 
 namespace quillon {
@@ -50,13 +57,18 @@ inline std::uint64_t eight_digits(const char* text, int start, int end) {
   return digits << (static_cast<unsigned>(start - end) * 8 & 63);
 }
 
+// Two neighbours a and b, a in the lower bits, become a * weight + b in the place of b by one multiplication.
+inline constexpr std::uint64_t kPairWeights = 10 << 8 | 1;                      // of bytes
+inline constexpr std::uint64_t kFourWeights = 100 << 16 | 1;                    // of pairs
+inline constexpr std::uint64_t kEightWeights = std::uint64_t{10000} << 32 | 1;  // of fours
+
 inline int value_of(std::uint64_t digits) {
-  digits = ((digits & 0x0F0F0F0F0F0F0F0FU) * 2561) >> 8 & 0x00FF00FF00FF00FFU;
-  digits = (digits * 6553601) >> 16 & 0x0000FFFF0000FFFFU;
-  return static_cast<int>((digits * 42949672960001) >> 32);
+  const std::uint64_t pairs = ((digits & 0x0F0F0F0F0F0F0F0FU) * kPairWeights) >> 8 & 0x00FF00FF00FF00FFU;
+  const std::uint64_t fours = (pairs * kFourWeights) >> 16 & 0x0000FFFF0000FFFFU;
+  return static_cast<int>((fours * kEightWeights) >> 32);
 }
 
-#if defined(__SSE2__) && !defined(QUILLON_PORTABLE)
+#ifdef QUILLON_SSE2
 
 /// Marks the bytes from `low` to `low + span`.
 inline __m128i bytes_in(__m128i bytes, char low, char span) {
@@ -99,43 +111,23 @@ inline bool classify_plain(const char* text, ByteClasses& classes) {
   return _mm_movemask_epi8(all_plain) == 0xFFFF;
 }
 
-/// Converts four numbers at a time, adds `shift`, and checks their range.
-struct FourNumbers {
-  __m128i shift;
-  __m128i largest;
-  __m128i outside;
-  __m128i to_pairs;
+/// The pairs of two numbers, from eight digits each.
+inline __m128i pairs_of(std::uint64_t a, std::uint64_t b) {
+  __m128i to_pairs = _mm_set1_epi16(static_cast<short>(kPairWeights));
+  asm("" : "+x"(to_pairs));  // if the compiler knew the value, it would use five instructions instead of one
+  const __m128i ab = _mm_set_epi64x(static_cast<long long>(b), static_cast<long long>(a));
+  const __m128i units = _mm_and_si128(ab, _mm_set1_epi8(0x0F));
+  return _mm_srli_epi16(_mm_mullo_epi16(units, to_pairs), 8);
+}
 
-  FourNumbers(int to_add, int largest_allowed)
-      : shift(_mm_set1_epi32(to_add)),
-        largest(_mm_set1_epi32(largest_allowed)),
-        outside(_mm_setzero_si128()),
-        to_pairs(_mm_set1_epi16(2561)) {
-    asm(""
-        : "+x"(to_pairs));  // if the compiler knew the value, it would use five instructions instead of one
-  }
-
-  void store(const std::uint64_t (&digits)[4], int* values) {
-    const __m128i hundreds = _mm_set1_epi32(1 << 16 | 100);
-    const __m128i fours = _mm_packs_epi32(_mm_madd_epi16(pairs(digits[0], digits[1]), hundreds),
-                                          _mm_madd_epi16(pairs(digits[2], digits[3]), hundreds));
-    const __m128i eights = _mm_madd_epi16(fours, _mm_set1_epi32(1 << 16 | 10000));
-    const __m128i shifted = _mm_add_epi32(eights, shift);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(values), shifted);
-    outside = _mm_or_si128(outside, _mm_cmpgt_epi32(shifted, largest));
-    outside = _mm_or_si128(outside, _mm_cmpgt_epi32(_mm_set1_epi32(1), shifted));
-  }
-
-  /// Whether all numbers so far are between 1 and the largest allowed.
-  [[nodiscard]] bool all_within() const { return _mm_movemask_epi8(outside) == 0; }
-
- private:
-  [[nodiscard]] __m128i pairs(std::uint64_t a, std::uint64_t b) const {
-    const __m128i ab = _mm_set_epi64x(static_cast<long long>(b), static_cast<long long>(a));
-    const __m128i units = _mm_and_si128(ab, _mm_set1_epi8(0x0F));
-    return _mm_srli_epi16(_mm_mullo_epi16(units, to_pairs), 8);
-  }
-};
+/// Converts four numbers of up to eight digits.
+inline void store_four(const std::uint64_t (&digits)[4], int* values) {
+  const __m128i to_fours = _mm_set1_epi32(1 << 16 | 100);
+  const __m128i to_eights = _mm_set1_epi32(1 << 16 | 10000);
+  const __m128i fours = _mm_packs_epi32(_mm_madd_epi16(pairs_of(digits[0], digits[1]), to_fours),
+                                        _mm_madd_epi16(pairs_of(digits[2], digits[3]), to_fours));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(values), _mm_madd_epi16(fours, to_eights));
+}
 
 #else
 
@@ -156,22 +148,9 @@ inline bool classify_plain(const char* text, ByteClasses& classes) {
   return (classes.digits | classes.spaces) == ~std::uint64_t{0};
 }
 
-struct FourNumbers {
-  int shift;
-  int largest;
-  bool within = true;
-
-  FourNumbers(int to_add, int largest_allowed) : shift(to_add), largest(largest_allowed) {}
-
-  void store(const std::uint64_t (&digits)[4], int* values) {
-    for (int k = 0; k < 4; ++k) {
-      values[k] = value_of(digits[k]) + shift;
-      within = within && values[k] >= 1 && values[k] <= largest;
-    }
-  }
-
-  [[nodiscard]] bool all_within() const { return within; }
-};
+inline void store_four(const std::uint64_t (&digits)[4], int* values) {
+  for (int k = 0; k < 4; ++k) values[k] = value_of(digits[k]);
+}
 
 #endif
 
@@ -181,7 +160,6 @@ struct NumberRun {
   std::uint64_t ends;       // the white space after each
   std::uint64_t line_ends;  // within the run
   int size;                 // bytes, the last one white space; 0 if there is no run
-  int count;                // numbers
   bool has_long;            // some number has more than eight digits
 };
 
@@ -193,124 +171,284 @@ inline constexpr int kMostDigits = 9;  // of a number in a run
 inline NumberRun run_before(const ByteClasses& classes, std::uint64_t odd) {
   const std::uint64_t before_odd = (odd & (~odd + 1)) - 1;  // all bits if no byte is odd
   const std::uint64_t spaces = classes.spaces & before_odd;
-  if (spaces == 0) return {0, 0, 0, 0, 0, false};
+  if (spaces == 0) return {0, 0, 0, 0, false};
   const int size = 64 - std::countl_zero(spaces);
   const std::uint64_t run = ~std::uint64_t{0} >> (64 - size);
   const std::uint64_t after_digits = classes.digits << 1;
-  const std::uint64_t ends = classes.spaces & after_digits & run;
-  return {classes.digits & ~after_digits & run, ends, classes.line_ends & run, size, count_bits(ends), false};
+  return {classes.digits & ~after_digits & run, classes.spaces & after_digits & run, classes.line_ends & run,
+          size, false};
 }
 
-/// Finds the run of unsigned numbers, separated by white space, at the start of 64 bytes. It ends after white
-/// space, before any other text and before a number of more than `kMostDigits` digits.
-inline NumberRun find_numbers(const char* text) {
-  ByteClasses classes;
-  const bool plain = classify_plain(text, classes);
-  const std::uint64_t nine = rows_of_bits(classes.digits, 8) & (classes.digits << 8);
-  if (plain && nine == 0) [[likely]]
-    return run_before(classes, 0);
+/// Where numbers of nine digits or more end.
+inline std::uint64_t long_numbers(const ByteClasses& classes) {
+  return rows_of_bits(classes.digits, 8) & (classes.digits << 8);
+}
 
-  classes = classify(text);
-  const std::uint64_t long_ones = rows_of_bits(classes.digits, 8) & (classes.digits << 8);
+/// The run at the start of 64 bytes of any text. It ends after white space, before any other text and before
+/// a number of more than `kMostDigits` digits.
+inline NumberRun find_numbers_in_any_text(const char* text) {
+  const ByteClasses classes = classify(text);
+  const std::uint64_t long_ones = long_numbers(classes);
   const std::uint64_t too_long = long_ones & (long_ones << 1);
   NumberRun run = run_before(classes, ~(classes.digits | classes.spaces) | too_long);
   run.has_long = long_ones != 0;
   return run;
 }
 
-/// The value of up to `kMostDigits` digits.
-inline int value_of_many_digits(const char* text, int start, int end) {
-  int value = 0;
-  for (int k = start; k < end; ++k) value = 10 * value + (text[k] - '0');
-  return value;
+inline NumberRun find_numbers(const char* text) {
+  ByteClasses classes;
+  if (classify_plain(text, classes) && long_numbers(classes) == 0) [[likely]]
+    return run_before(classes, 0);
+  return find_numbers_in_any_text(text);
 }
 
-/// Stores every number of a run, plus `shift` (0 or 1).
-///
-/// @param numbers  Out, run.count ints.
-/// @return         Whether all of them lie between 1 and `largest`.
-[[gnu::always_inline]] inline bool store_numbers(const char* text, const NumberRun& run, int shift,
-                                                 int largest, int* numbers) {
-  std::uint64_t starts = run.starts;
-  std::uint64_t ends = run.ends;
-  const auto next = [&](auto convert) {
-    const int start = lowest_bit(starts);
-    const int end = lowest_bit(ends);
-    starts &= starts - 1;
-    ends &= ends - 1;
-    return convert(text, start, end);
+/// The numbers and line ends of a piece of text.
+struct Scanned {
+  static constexpr int kRuns = 16;
+  static constexpr int kSpare = 32;  // entries after the last one that may be overwritten
+
+  struct Line {
+    int count;  // numbers before its end, those of earlier lines included
+    int end;    // offset after its line end
   };
-  FourNumbers by_fours(shift, largest);
-  int k = 0;
-  if (!run.has_long) [[likely]] {
-    for (; k + 4 <= run.count; k += 4) {
-      const std::uint64_t four[] = {next(eight_digits), next(eight_digits), next(eight_digits),
-                                    next(eight_digits)};
-      by_fours.store(four, numbers + k);
-    }
-  }
-  bool within = true;
-  for (; k < run.count; ++k) {
-    numbers[k] = (run.has_long ? next(value_of_many_digits) : value_of(next(eight_digits))) + shift;
-    within = within && numbers[k] >= 1 && numbers[k] <= largest;
-  }
-  return within && by_fours.all_within();
-}
 
-/// Whether every line that ends in a run has two numbers or more. The first of these lines has `before`
-/// numbers before the run.
-///
-/// Clears the lowest number start of each line once for each number required; a line without one loses its
-/// line end instead, so that the remaining line ends give the answer. One subtraction does this in all lines
-/// at once, because a borrow stops at the line end at the latest.
-inline bool all_lines_have_two(const NumberRun& run, std::int64_t before) {
-  std::uint64_t marks = run.starts | run.line_ends;
-  for (std::int64_t needed = 1; needed <= 2; ++needed) {
-    const std::uint64_t lines = run.line_ends << 1 | (before < needed ? 1U : 0U);
-    marks &= marks - lines;
-    if ((marks & run.line_ends) != run.line_ends) return false;
-  }
-  return true;
-}
+  int size = 0;    // bytes: complete numbers and white space, which ends it; 0 if the text begins otherwise
+  int count = 0;   // numbers
+  int nlines = 0;  // line ends
+  int numbers[kRuns * kMostInRun + kSpare] = {};
+  Line lines[kRuns * 64 + kSpare];
 
-/// How the numbers of a run are split into lines.
-struct RunLines {
-  int count = 0;    // lines that end in the run
-  int rest = 0;     // numbers after the last line end
-  int numbers[64];  // of each line, those in the run
-  int ends[64];     // offset after each line end
+  // Clearing the lines costs more than scanning a short text.
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
+  Scanned() = default;
 };
 
-inline void split_into_lines(const NumberRun& run, RunLines& lines) {
-  lines.count = 0;
-  lines.rest = run.count;
-  std::uint64_t ends = run.ends;
+/// Appends the line ends of a run, with `count` giving the number of set bits.
+template <typename CountBits>
+[[gnu::always_inline]] inline void append_lines(const NumberRun& run, Scanned& scanned, CountBits count) {
+  Scanned::Line* line = scanned.lines + scanned.nlines;
   for (std::uint64_t line_ends = run.line_ends; line_ends != 0; line_ends &= line_ends - 1) {
-    const std::uint64_t line = line_ends ^ (line_ends - 1);  // all bits up to its end
-    lines.numbers[lines.count] = count_bits(ends & line);
-    lines.rest -= lines.numbers[lines.count];
-    lines.ends[lines.count++] = lowest_bit(line_ends) + 1;
-    ends &= ~line;
+    const std::uint64_t before = line_ends ^ (line_ends - 1);  // all bits up to the line end
+    *line++ = {scanned.count + count(run.ends & before), scanned.size + lowest_bit(line_ends) + 1};
+  }
+  scanned.nlines = static_cast<int>(line - scanned.lines);
+}
+
+/// Appends the numbers of a run that has numbers of nine digits.
+inline void append_long_numbers(const char* text, const NumberRun& run, int* numbers) {
+  std::uint64_t ends = run.ends;
+  for (std::uint64_t starts = run.starts; starts != 0; starts &= starts - 1, ends &= ends - 1) {
+    int value = 0;
+    for (int k = lowest_bit(starts); k < lowest_bit(ends); ++k) value = 10 * value + (text[k] - '0');
+    *numbers++ = value;
   }
 }
 
-/// The leading run of a text that ends in white space.
-struct LeadingNumbers {
-  const char* text;  // the caller's or `tail`
-  NumberRun run;
-  char tail[kRunText];
+/// Appends a run, without wider vectors than every processor of the kind has.
+inline void append_run(const char* text, const NumberRun& run, Scanned& scanned) {
+  append_lines(run, scanned, count_bits);
+  int* const numbers = scanned.numbers + scanned.count;
+  const int count = count_bits(run.ends);
+  if (run.has_long) [[unlikely]] {
+    append_long_numbers(text, run, numbers);
+  } else {
+    constexpr std::uint64_t kSomewhere = std::uint64_t{1} << 63;  // for the places after the last number
+    std::uint64_t starts = run.starts;
+    std::uint64_t ends = run.ends;
+    const auto next = [&] {
+      const int start = lowest_bit(starts | kSomewhere);
+      const int end = lowest_bit(ends | kSomewhere);
+      starts &= starts - 1;
+      ends &= ends - 1;
+      return eight_digits(text, start, end);
+    };
+    for (int k = 0; k < count; k += 4) store_four({next(), next(), next(), next()}, numbers + k);
+  }
+  scanned.count += count;
+  scanned.size += run.size;
+}
+
+/// A piece of text of which `kRunText` bytes can be read: the text itself, or a copy of its last bytes with
+/// zeros after it.
+class ReadableText {
+ public:
+  const char* at(const char* text, const char* end) {
+    if (end - text >= kRunText) [[likely]]
+      return text;
+    std::memset(copy_, 0, sizeof copy_);
+    std::memcpy(copy_, text, static_cast<std::size_t>(end - text));
+    return copy_;
+  }
+
+ private:
+  char copy_[kRunText];
 };
 
-/// Finds the numbers at the start of a text. A short text is copied and zero-padded, as `kRunText` bytes must
-/// be readable.
-inline void find_leading_numbers(const char* at, const char* end, LeadingNumbers& numbers) {
-  numbers.text = at;
-  if (end - at < kRunText) {
-    std::memset(numbers.tail, 0, sizeof numbers.tail);
-    std::memcpy(numbers.tail, at, static_cast<std::size_t>(end - at));
-    numbers.text = numbers.tail;
+/// Scans the start of a text. A number ends with the white space after it.
+inline void scan_by_fours(const char* text, const char* end, Scanned& scanned) {
+  scanned.size = scanned.count = scanned.nlines = 0;
+  ReadableText readable;
+  for (int r = 0; r < Scanned::kRuns; ++r) {
+    const char* const at = readable.at(text + scanned.size, end);
+    const NumberRun run = find_numbers(at);
+    if (run.size == 0) return;
+    append_run(at, run, scanned);
   }
-  numbers.run = find_numbers(numbers.text);
+}
+
+#ifdef QUILLON_AVX2
+
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline bool classify_plain_by_32(const char* text,
+                                                                               ByteClasses& classes) {
+  classes = {0, 0, 0};
+  __m256i all_plain = _mm256_set1_epi8(-1);
+  for (int place = 0; place < 64; place += 32) {
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + place));
+    const __m256i distance = _mm256_sub_epi8(bytes, _mm256_set1_epi8('0'));
+    const __m256i digits = _mm256_cmpeq_epi8(_mm256_min_epu8(distance, _mm256_set1_epi8(9)), distance);
+    const __m256i line_ends = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('\n'));
+    const __m256i spaces = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(' ')), line_ends);
+    all_plain = _mm256_and_si256(all_plain, _mm256_or_si256(digits, spaces));
+    classes.digits |= std::uint64_t{static_cast<unsigned>(_mm256_movemask_epi8(digits))} << place;
+    classes.line_ends |= std::uint64_t{static_cast<unsigned>(_mm256_movemask_epi8(line_ends))} << place;
+  }
+  classes.spaces = ~classes.digits;
+  return _mm256_movemask_epi8(all_plain) == -1;
+}
+
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline __m256i four_words(const std::uint64_t* words) {
+  const auto word = [words](int k) { return static_cast<long long>(words[k]); };
+  return _mm256_set_epi64x(word(3), word(2), word(1), word(0));
+}
+
+/// Converts eight numbers of up to eight digits.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline void store_eight(const std::uint64_t (&digits)[8],
+                                                                      int* values) {
+  const __m256i mask = _mm256_set1_epi8(0x0F);
+  const __m256i to_pairs = _mm256_set1_epi16(1 << 8 | 10);
+  const __m256i to_fours = _mm256_set1_epi32(1 << 16 | 100);
+  const __m256i to_eights = _mm256_set1_epi32(1 << 16 | 10000);
+  const __m256i low = _mm256_and_si256(four_words(digits), mask);
+  const __m256i high = _mm256_and_si256(four_words(digits + 4), mask);
+  const __m256i low_fours = _mm256_madd_epi16(_mm256_maddubs_epi16(low, to_pairs), to_fours);
+  const __m256i high_fours = _mm256_madd_epi16(_mm256_maddubs_epi16(high, to_pairs), to_fours);
+  const __m256i eights = _mm256_madd_epi16(_mm256_packus_epi32(low_fours, high_fours), to_eights);
+  constexpr int kSwapMiddle = 0xD8;  // packing goes by halves: numbers 0 1 4 5 and 2 3 6 7
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(values), _mm256_permute4x64_epi64(eights, kSwapMiddle));
+}
+
+/// Where numbers begin and end in consecutive blocks of 64 bytes: start, end, start, end, and so on. Blocks
+/// do not wait for one another, as they would if each began where the numbers of the one before end.
+struct Edges {
+  static constexpr int kUnconditional = 20;
+
+  int count = 0;
+  std::uint32_t places[Scanned::kRuns * 64 + 64];
+
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing costs more than a short text
+  Edges() = default;
+
+  /// Writes some entries too many rather than none: the branch at the end of an exact loop would be
+  /// unpredictable.
+  [[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] void append(std::uint64_t bits, int block_at) {
+    std::uint32_t* place = places + count;
+    const int nbits = static_cast<int>(_mm_popcnt_u64(bits));
+    const int more = nbits - kUnconditional;
+#pragma GCC unroll 32
+    for (int k = 0; k < kUnconditional; ++k) {
+      place[k] = static_cast<std::uint32_t>(block_at + static_cast<int>(_tzcnt_u64(bits)));
+      bits = _blsr_u64(bits);
+    }
+    for (int k = 0; k < more; ++k) {
+      place[kUnconditional + k] = static_cast<std::uint32_t>(block_at + static_cast<int>(_tzcnt_u64(bits)));
+      bits = _blsr_u64(bits);
+    }
+    count += nbits;
+  }
+};
+
+/// Converts the numbers of up to eight digits between the edges.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline void convert(const char* text, const Edges& edges,
+                                                                  int count, int* numbers) {
+  const std::uint32_t* place = edges.places;
+  for (int k = 0; k < count; k += 8, place += 16) {
+    std::uint64_t digits[8];
+#pragma GCC unroll 8
+    for (int u = 0; u < 8; ++u) {
+      const std::uint64_t start = place[2 * u];
+      const std::uint64_t end = place[2 * u + 1];
+      std::memcpy(&digits[u], text + start, sizeof digits[u]);
+      digits[u] <<= (start - end) * 8 & 63;
+    }
+    store_eight(digits, numbers + k);
+  }
+}
+
+/// As `append_lines`.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline void append_lines_of_block(std::uint64_t line_ends,
+                                                                                std::uint64_t ends,
+                                                                                int block_at, int count,
+                                                                                Scanned& scanned) {
+  constexpr int kUnconditional = 3;  // lines; as for edges
+  const int nlines = static_cast<int>(_mm_popcnt_u64(line_ends));
+  Scanned::Line* line = scanned.lines + scanned.nlines;
+  int k = 0;
+  do {
+    for (const int end = k + kUnconditional; k < end; ++k) {
+      const std::uint64_t before = _blsmsk_u64(line_ends);
+      *line++ = {count + static_cast<int>(_mm_popcnt_u64(ends & before)),
+                 block_at + static_cast<int>(_tzcnt_u64(line_ends)) + 1};
+      line_ends = _blsr_u64(line_ends);
+    }
+  } while (k < nlines);
+  scanned.nlines += nlines;
+}
+
+/// As `scan_by_fours`.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline void scan_by_eights(const char* text, const char* end,
+                                                                         Scanned& scanned) {
+  scanned.size = scanned.count = scanned.nlines = 0;
+  Edges edges;
+  std::uint64_t in_number = 0;  // whether the block before ends in a digit
+  int last_digits = 0;          // at the end of the block before
+  int nends = 0;
+  int size = 0;
+  for (; size < Scanned::kRuns * 64 && end - (text + size) >= kRunText; size += 64) {
+    ByteClasses classes;
+    if (!classify_plain_by_32(text + size, classes)) break;
+    const std::uint64_t after_digits = classes.digits << 1 | in_number;
+    const std::uint64_t ends = after_digits & ~classes.digits;
+    const int first_digits = static_cast<int>(_tzcnt_u64(~classes.digits));
+    if (long_numbers(classes) != 0 || last_digits + first_digits > 8) [[unlikely]] {
+      scan_by_fours(text, end, scanned);
+      return;
+    }
+    last_digits = static_cast<int>(_lzcnt_u64(~classes.digits));
+    in_number = classes.digits >> 63;
+    edges.append(classes.digits ^ after_digits, size);
+    append_lines_of_block(classes.line_ends, ends, size, nends, scanned);
+    nends += static_cast<int>(_mm_popcnt_u64(ends));
+  }
+  scanned.count = nends;
+  scanned.size = in_number != 0 ? static_cast<int>(edges.places[2 * nends]) : size;
+  std::fill_n(edges.places + edges.count, 16, 0);  // for the last eight numbers converted
+  if (scanned.size == 0)
+    scan_by_fours(text, end, scanned);
+  else
+    convert(text, edges, nends, scanned.numbers);
+}
+
+#endif
+
+/// Scans the start of a text in the fastest way that the processor has.
+inline void scan_numbers(const char* text, const char* end, Scanned& scanned) {
+#ifdef QUILLON_AVX2
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2")) {
+    scan_by_eights(text, end, scanned);
+    return;
+  }
+#endif
+  scan_by_fours(text, end, scanned);
 }
 
 }  // namespace quillon

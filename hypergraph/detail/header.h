@@ -35,13 +35,13 @@ inline int scan_header(const char* at, const char* end, int (&numbers)[6]) {
 /// @par Errors  Too few numbers, or an fmt or a numbering that does not exist, are fatal.
 inline Header read_header(Lines& lines) {
   // Not fetch_data_line: the buffer is uninitialised, and an input without a header must end the loop.
+  bool fetched = false;
   do {
-    fetch_line(lines);
-  } while (lines.end > lines.begin && !lines.at_end && lines.text[lines.begin] == '%');
+    fetched = fetch_line(lines);
+  } while (fetched && lines.text[lines.begin] == '%');
 
   int numbers[6] = {};
-  const bool is_comment = lines.end > lines.begin && lines.text[lines.begin] == '%';
-  const int count = is_comment ? 0 : scan_header(line_begin(lines), line_end(lines), numbers);
+  const int count = !fetched ? 0 : scan_header(line_begin(lines), line_end(lines), numbers);
   if (count < 4) errexit("read_hypergraph : cannot read numbering, #cells, #nets, #pins.");
 
   const int fmt = count > 4 ? numbers[4] : 0;

@@ -4,26 +4,36 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 namespace quillon {
 
 /// A stream and the line fetched last. Lines are those of fgets: they keep their line end, and are cut at the
-/// size of the buffer. A seekable stream is read far ahead, which saves a copy and lets readers parse many
-/// lines at once; from any other (a pipe, a terminal) only the lines themselves are consumed. All positions
-/// are offsets into the buffer, which may move as it grows.
+/// size of the buffer. A seekable stream is read ahead, which saves a copy and lets readers parse many lines
+/// at once; from any other (a pipe, a terminal) only the lines themselves are consumed. All positions are
+/// offsets into the buffer, which may move as it grows.
+///
+/// Only the end of the file ends the lines: a fetch that fails keeps the line fetched last, which is then
+/// parsed once more, and the next fetch tries again.
 struct Lines {
   std::FILE* stream;
   char* text;
   std::size_t size;  // of the buffer
   bool reads_ahead = false;
-  std::size_t begin = 0;   // the line fetched last; kept when a fetch finds none
-  std::size_t end = 0;     // its end
-  std::size_t filled = 0;  // end of the text in the buffer
-  std::size_t whole = 0;   // end of the last complete line; cached: a search per line is quadratic
-  bool at_end = false;     // the last fetch met the end of the input
+  bool had_failed = false;     // the stream's error flag was set before anything was read ahead
+  bool needed_more = false;    // a line was due when reading failed
+  bool at_end = false;         // the last fetch met the end of the file
+  std::size_t begin = 0;       // the line fetched last
+  std::size_t end = 0;         // its end
+  std::size_t filled = 0;      // end of the text in the buffer
+  std::size_t lines_end = 0;   // end of the last complete line in the text; cached: searching is quadratic
+  std::size_t next_piece = 0;  // bytes to read ahead next
 };
+
+/// The largest piece read ahead: a part of it stays in the second-level cache.
+inline constexpr std::size_t kLargestPiece = std::size_t{1} << 17;
 
 inline const char* line_begin(const Lines& lines) { return lines.text + lines.begin; }
 
@@ -44,35 +54,49 @@ inline bool is_too_long(const Lines& lines, std::size_t length) { return length 
 /// too long: where that is not certain, no line counts as buffered.
 inline const char* whole_lines_end(const Lines& lines) {
   if (!lines.reads_ahead || is_too_long(lines, lines.filled - lines.end)) return line_end(lines);
-  return lines.text + std::max(lines.end, lines.whole);
+  return lines.text + std::max(lines.end, lines.lines_end);
 }
 
-/// Starts to read the stream ahead if it is seekable.
-inline void begin_reading_ahead(Lines& lines) {
-  lines.reads_ahead = std::ftell(lines.stream) >= 0;
-  lines.filled = lines.end;
-  lines.whole = lines.end;
+/// Starts to read the stream ahead if it can be set back, which is tried: some streams only tell their
+/// position.
+///
+/// @param expected  About how many bytes will be needed: what is read in vain must be read again.
+inline void begin_reading_ahead(Lines& lines, std::int64_t expected) {
+  constexpr std::int64_t kSmallestPiece = 256;
+  const long position = lines.at_end ? -1 : std::ftell(lines.stream);
+  lines.reads_ahead = position >= 0 && std::fseek(lines.stream, position, SEEK_SET) == 0;
+  lines.had_failed = std::ferror(lines.stream) != 0;
+  lines.filled = lines.lines_end = lines.end;
+  lines.next_piece = std::min(kLargestPiece, static_cast<std::size_t>(std::max(kSmallestPiece, expected)));
 }
 
 /// Moves the text from `start`, which holds no line end, to the front of the buffer and reads more.
 ///
 /// @return  Whether anything was read.
 inline bool read_ahead(Lines& lines, std::size_t& start) {
-  constexpr std::size_t kPiece = std::size_t{1} << 17;  // a part of it stays in the second-level cache
   const std::size_t kept = lines.filled - start;
-  const std::size_t wanted = std::min(std::max(kPiece, 2 * kept), lines.size - 1);
+  const std::size_t wanted = std::min(kept + std::max(lines.next_piece, kept), lines.size - 1);
   if (start > 0 && kept > 0) std::memmove(lines.text, lines.text + start, kept);
   const std::size_t length = std::fread(lines.text + kept, 1, wanted - kept, lines.stream);
-  if (length == 0 && kept == 0) return false;
+  lines.next_piece = std::min(kLargestPiece, 2 * lines.next_piece);
+  if (length == 0 && kept == 0) return false;  // the line fetched last is still in the buffer
   start = 0;
   lines.filled = kept + length;
-  lines.whole = lines.filled;
-  while (lines.whole > kept && lines.text[lines.whole - 1] != '\n') --lines.whole;
-  if (lines.whole == kept) lines.whole = 0;
+  lines.lines_end = lines.filled;
+  while (lines.lines_end > kept && lines.text[lines.lines_end - 1] != '\n') --lines.lines_end;
+  if (lines.lines_end == kept) lines.lines_end = start;
   return length > 0;
 }
 
-inline void fetch_from_text(Lines& lines) {
+/// Where a line stands in the text that has been read ahead.
+struct FoundLine {
+  std::size_t start;
+  std::size_t end;   // the end of the text if the line is incomplete
+  bool is_complete;  // ends in a line end, or fills the buffer
+};
+
+/// Finds the line after the one fetched last, and reads ahead as far as it takes.
+inline FoundLine find_next_line(Lines& lines) {
   std::size_t start = lines.end;
   std::size_t searched = 0;  // bytes of the line known to hold no line end
   for (;;) {
@@ -80,56 +104,59 @@ inline void fetch_from_text(Lines& lines) {
     const char* const line = lines.text + start;
     const void* const newline =
         length > searched ? std::memchr(line + searched, '\n', length - searched) : nullptr;
-    const bool complete = newline != nullptr || length == lines.size - 1;
-    if (!complete && read_ahead(lines, start)) {
-      searched = length;
-      continue;
-    }
-    lines.at_end = !complete;
-    if (lines.filled == start) return;
-    lines.begin = start;
-    lines.end = newline != nullptr
-                    ? static_cast<std::size_t>(static_cast<const char*>(newline) - lines.text) + 1
-                    : start + std::min(lines.filled - start, lines.size - 1);
-    return;
+    if (newline != nullptr)
+      return {start, static_cast<std::size_t>(static_cast<const char*>(newline) - lines.text) + 1, true};
+    if (length == lines.size - 1) return {start, start + length, true};
+    if (!read_ahead(lines, start)) return {start, start + length, false};
+    searched = length;
   }
 }
 
-inline void fetch_from_stream(Lines& lines) {
-  const char* const line = std::fgets(lines.text, static_cast<int>(lines.size), lines.stream);
-  lines.at_end = std::feof(lines.stream) != 0 || std::ferror(lines.stream) != 0;
-  if (line != nullptr) lines.end = std::strlen(line);
+inline bool fetch_from_text(Lines& lines) {
+  const FoundLine found = find_next_line(lines);
+  lines.at_end = !found.is_complete && std::feof(lines.stream) != 0;
+  lines.needed_more = lines.needed_more || (!found.is_complete && !lines.at_end);
+  if (found.end == found.start) return false;
+  lines.begin = found.start;
+  lines.end = found.end;
+  return true;
 }
 
-/// Fetches the next line. At the end of the input there is none, and the line fetched last is kept.
-inline void fetch_line(Lines& lines) {
-  if (lines.reads_ahead)
-    fetch_from_text(lines);
-  else
-    fetch_from_stream(lines);
+inline bool fetch_from_stream(Lines& lines) {
+  const char* const line = std::fgets(lines.text, static_cast<int>(lines.size), lines.stream);
+  lines.at_end = std::feof(lines.stream) != 0;
+  if (line != nullptr) lines.end = std::strlen(line);
+  return line != nullptr;
+}
+
+/// Fetches the next line. Returns false if there is none, and keeps the line fetched last.
+inline bool fetch_line(Lines& lines) {
+  return lines.reads_ahead ? fetch_from_text(lines) : fetch_from_stream(lines);
 }
 
 /// Fetches the next line that is not a comment. Tests the first byte of the buffer, not whether a line was
-/// read: when the input ends in a comment, this never returns. Callers document that.
+/// read: when the input ends, or cannot be read on, after a comment, this never returns. Callers document
+/// that.
 inline void fetch_data_line(Lines& lines) {
   do {
     fetch_line(lines);
-  } while (lines.text[lines.begin] == '%' && !(lines.at_end && std::ferror(lines.stream) != 0));
+  } while (lines.text[lines.begin] == '%');
 }
 
 /// Moves on to the next line of text that a reader parsed without fetching its lines.
 ///
-/// @param text  In the buffer, at or after the end of the current line.
-/// @param end   Offset of the next line's end from `text`.
-inline void move_to_line(Lines& lines, const char* text, int end) {
-  lines.begin = lines.end;
-  lines.end = static_cast<std::size_t>(text - lines.text) + static_cast<std::size_t>(end);
+/// @param begin  Offset of the line in the buffer.
+/// @param end    Offset of its end.
+inline void move_to_line(Lines& lines, std::size_t begin, std::size_t end) {
+  lines.begin = begin;
+  lines.end = end;
 }
 
-/// Sets the stream to the end of the line fetched last, as if nothing had been read ahead. Nothing can be
-/// fetched afterwards.
+/// Sets the stream to the end of the line fetched last, as if nothing had been read ahead: an error that
+/// nobody would have met then does not show either. Nothing can be fetched afterwards.
 inline void set_back(const Lines& lines) {
   if (!lines.reads_ahead || lines.at_end) return;
+  if (!lines.had_failed && !lines.needed_more) std::clearerr(lines.stream);
   std::fseek(lines.stream, -static_cast<long>(lines.filled - lines.end), SEEK_CUR);
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
 #include "hypergraph/detail/digits.h"
 #include "hypergraph/detail/header.h"
@@ -21,8 +20,8 @@ inline std::int64_t net_count(const Header& header) { return std::max(header.nne
 
 inline std::int64_t pin_room(const Header& header) { return std::int64_t{std::max(header.npins, 0)} + 2; }
 
-/// Fills net arrays; a Reader for `read_lines`. A file may have more pins than announced: they are counted
-/// and not stored.
+/// Fills net arrays; a Reader for `read_lines`. What a line does stands in `append` and `close_net`, as in
+/// `NetReader`. A file may have more pins than announced: they are counted and not stored.
 ///
 /// The end of the input is no error: a missing net line is the line before once more.
 class NetArrayReader {
@@ -47,7 +46,7 @@ class NetArrayReader {
   const char* read_fast(const char* at, const char* end);
 
   bool fetch() {
-    is_missing_ = lines_.at_end && std::feof(lines_.stream) != 0;
+    is_missing_ = lines_.at_end;
     fetch_data_line(lines_);
     if (is_too_long(lines_, line_length(lines_)))
       errexit("read_hypergraph_netar: Buffer for fgets not big enough.");
@@ -67,14 +66,10 @@ class NetArrayReader {
   }
 
  private:
-  void append_numbers(const int* numbers, int count);
-  void append_slowly(const char* at, const char* end);
+  bool store_together();
+  void append(const int* numbers, int count, bool stored);
+  void close_net(bool stored);
   void repeat_last_net(std::int64_t size);
-
-  void close_net() {
-    xnadj_[++j_] = as_int(npins_);
-    weight_due_ = has_weights_;
-  }
 
   Header header_;
   Lines& lines_;
@@ -86,71 +81,76 @@ class NetArrayReader {
   bool is_missing_ = false;  // the line fetched last is the one before it once more
   std::int64_t j_ = 1;       // the net being read
   std::int64_t npins_ = 0;
+  Scanned scanned_;
 };
 
-/// Parses unsigned numbers only, as far as there is room for them.
+/// Parses unsigned numbers only.
 inline const char* NetArrayReader::read_fast(const char* at, const char* end) {
-  LeadingNumbers numbers;
-  int values[kMostInRun];
   while (at < end && !is_done()) {
-    find_leading_numbers(at, end, numbers);
-    if (numbers.run.size == 0 || npins_ + numbers.run.count >= room_) break;
-    RunLines split;
-    split_into_lines(numbers.run, split);
-    // A run of nothing but needed pins is stored in its final place.
-    const bool direct = !has_weights_ && j_ + split.count <= header_.nnets;
-    // cppcheck-suppress legacyUninitvar ; the values are about to be stored
-    int* next = direct ? nadj_ + npins_ : values;
-    store_numbers(numbers.text, numbers.run, direct ? header_.shift : 0, 0, next);
-    for (int k = 0; k <= split.count && !is_done(); ++k) {
-      const int count = k < split.count ? split.numbers[k] : split.rest;
-      if (direct)
-        npins_ += count;
-      else
-        append_numbers(next, count);
-      next += count;
-      if (k == split.count) break;
-      close_net();
-      move_to_line(lines_, at, split.ends[k]);
-      if (!direct || (k + 1 == split.count && split.rest == 0)) nadj_[npins_] = header_.shift;
+    scan_numbers(at, end, scanned_);
+    if (scanned_.size == 0) break;
+    const bool stored = store_together();
+    const char* const text = at;
+    const int* numbers = scanned_.numbers;
+    for (int k = 0; k < scanned_.nlines; ++k) {
+      if (is_done()) return at;
+      const int* const next = scanned_.numbers + scanned_.lines[k].count;
+      at = text + scanned_.lines[k].end;
+      move_to_line(lines_, lines_.end, static_cast<std::size_t>(at - lines_.text));
+      append(numbers, static_cast<int>(next - numbers), stored);
+      close_net(stored);
+      numbers = next;
     }
-    at += numbers.run.size;
+    if (is_done()) return at;
+    append(numbers, static_cast<int>(scanned_.numbers + scanned_.count - numbers), stored);
+    if (stored) nadj_[npins_] = header_.shift;
+    at = text + scanned_.size;
   }
   return at;
 }
 
 inline void NetArrayReader::read_line(const char* at) {
   const std::int64_t npins_before = npins_;
-  if (weight_due_) {
-    int ignored_weight = 0;
-    scan_int(at, line_end(lines_), ignored_weight);
-  }
-  append_slowly(at, line_end(lines_));
-  close_net();
+  for (int number = 0; scan_int(at, line_end(lines_), number);) append(&number, 1, false);
+  close_net(false);
   if (is_missing_) repeat_last_net(npins_ - npins_before);
 }
 
+/// Stores the numbers scanned, if all of them are pins that are needed: one copy for many nets.
+inline bool NetArrayReader::store_together() {
+  const int count = scanned_.count;
+  if (has_weights_ || npins_ + count >= room_ || j_ + scanned_.nlines > header_.nnets) return false;
+  const int shift = header_.shift;
+  const int* const numbers = scanned_.numbers;
+  int* const pins = nadj_ + npins_;
+  for (int k = 0; k < count; ++k) pins[k] = numbers[k] + shift;
+  return true;
+}
+
 /// Appends numbers of a net: a weight that is due is skipped, the others are pins.
-inline void NetArrayReader::append_numbers(const int* numbers, int count) {
+///
+/// @param stored  Whether they are in place.
+inline void NetArrayReader::append(const int* numbers, int count, bool stored) {
   if (weight_due_ && count > 0) {
     weight_due_ = false;
     ++numbers;
     --count;
   }
-  int* const pins = nadj_ + npins_;
-  const int shift = header_.shift;
-  for (int k = 0; k < count; ++k) pins[k] = numbers[k] + shift;
+  const std::int64_t nplaces = std::max<std::int64_t>(room_ - npins_, 0);
+  for (std::int64_t k = 0; !stored && k < std::min<std::int64_t>(count, nplaces); ++k) {
+    nadj_[npins_ + k] = numbers[k];
+    add_wrapping(nadj_[npins_ + k], header_.shift);
+  }
   npins_ += count;
 }
 
-/// Appends the rest of a net line, and after its pins the value of the attempt that found no number.
-inline void NetArrayReader::append_slowly(const char* at, const char* end) {
-  for (bool found = true; found; npins_ += found ? 1 : 0) {
-    int id = 0;
-    found = scan_int(at, end, id);
-    add_wrapping(id, header_.shift);
-    if (npins_ < room_) nadj_[npins_] = id;
-  }
+/// Ends a net. The entry after its pins gets the value of the attempt that finds no number.
+///
+/// @param stored  Whether the pins of the next net are in place.
+inline void NetArrayReader::close_net(bool stored) {
+  if (!stored && npins_ < room_) nadj_[npins_] = header_.shift;
+  xnadj_[++j_] = as_int(npins_);
+  weight_due_ = has_weights_;
 }
 
 /// Gives all remaining nets the `size` pins of the net before, as far as there is room. The line is parsed
@@ -160,8 +160,7 @@ inline void NetArrayReader::repeat_last_net(std::int64_t size) {
     const std::int64_t nstored = std::min(room_ - npins_, size);
     if (nstored > 0) std::copy_n(nadj_ + npins_ - size, nstored, nadj_ + npins_);
     npins_ += size;
-    if (npins_ < room_) nadj_[npins_] = header_.shift;
-    close_net();
+    close_net(false);
   }
 }
 

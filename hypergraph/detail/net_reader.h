@@ -18,8 +18,12 @@ namespace quillon {
 
 /// Fills the nets of a record; a Reader for `read_lines`.
 ///
-/// Numbers are stored in `_cell_list` as they are parsed. A file may have more pins than announced, which is
-/// refused once all are counted: until then the surplus is counted and not stored.
+/// A line is the open net until its end has been read. What it does stands in `append`, which gives the net
+/// numbers, and `close_net`, which ends it. The fast path hands over the numbers of many lines scanned at
+/// once, the slow path one number at a time.
+///
+/// A file may have more pins than announced, which is refused once all are counted: until then the surplus is
+/// counted and not stored.
 class NetReader {
  public:
   /// @param h           With the counts of the header, room for them, totals of 0 and initialised cells.
@@ -32,7 +36,8 @@ class NetReader {
         lines_(lines),
         shift_(shift),
         work_(work),
-        small_nets_(small_nets),
+        folds_(small_nets == SmallNets::kFold),
+        has_weights_((h->_fmt & kNetWeights) != 0),
         room_(std::int64_t{h->_p} + 2),
         open_(new_net()) {}
 
@@ -51,7 +56,6 @@ class NetReader {
   int finish();
 
  private:
-  // The net whose line is being read.
   struct OpenNet {
     bool weight_due;
     int w;                   // 0 while it is due
@@ -59,35 +63,35 @@ class NetReader {
     int last = 0;            // the last pin
   };
 
-  [[nodiscard]] OpenNet new_net() const {
-    const bool weight_due = (h_->_fmt & kNetWeights) != 0;
-    return {weight_due, weight_due ? 0 : 1};
-  }
+  [[nodiscard]] OpenNet new_net() const { return {has_weights_, has_weights_ ? 0 : 1}; }
 
   [[nodiscard]] bool is_cell(int id) const { return id >= 1 && id <= h_->_c; }
 
-  [[nodiscard]] bool is_refused(const OpenNet& net) const {
-    return small_nets_ == SmallNets::kFold && net.count == 0 && net.w >= 2;
-  }
+  [[nodiscard]] std::int64_t next_place() const { return used_ + open_.count; }
 
   // Entry `index` of _cell_list, or its end.
   [[nodiscard]] int* pin_at(std::int64_t index) const { return h_->_cell_list + std::min(index, room_); }
 
-  void mark_pins(int j, const int* pins, std::int64_t count) const;
-  const char* read_plain_pins(const char* at, const char* end);
-  bool store_run(const char* at, const LeadingNumbers& numbers);
-  [[nodiscard]] bool is_sound(const int* numbers, const RunLines& split) const;
-  bool count_numbers(OpenNet& net, const int* numbers, int count) const;
-  void append_numbers(const int* numbers, int count);
-  void append_slowly(const char* at);
+  int add_stored(const char* text);
+  int add_one_by_one(const char* text);
+  void append(const int* numbers, int count);
+  void store_after_pins();
   void close_net();
   void remove_net();
+
+  bool store_together();
+  [[nodiscard]] bool keeps_all_lines() const;
+  [[nodiscard]] bool are_sound(const int* numbers, int count) const;
+  void mark(int j, int id) const;
+  void mark_scanned() const;
+  [[noreturn]] void refuse_cell(int id) const;
 
   Hypergraph* h_;
   Lines& lines_;
   int shift_;
   int* work_;
-  SmallNets small_nets_;
+  bool folds_;
+  bool has_weights_;
   std::int64_t room_;  // entries of _cell_list
 
   int j_ = 1;               // the net to be filled next
@@ -96,20 +100,66 @@ class NetReader {
   int nremoved_nets_ = 0;
   int nremoved_pins_ = 0;
   OpenNet open_;
+  Scanned scanned_;
 };
 
-/// Parses unsigned numbers only, and only as far as there is room for them and no reason to end the program.
+/// Parses unsigned numbers only. Stops at a number that is no cell if its line is not complete.
 inline const char* NetReader::read_fast(const char* at, const char* end) {
-  const bool has_weights = (h_->_fmt & kNetWeights) != 0;
-  LeadingNumbers numbers;
   while (at < end && !is_done()) {
-    if (!has_weights) at = read_plain_pins(at, end);
-    find_leading_numbers(at, end, numbers);
-    if (numbers.run.size == 0 || used_ + open_.count + numbers.run.count >= room_) break;
-    if (!store_run(at, numbers)) break;
-    at += numbers.run.size;
+    scan_numbers(at, end, scanned_);
+    if (scanned_.size == 0) break;
+    if (work_ != nullptr)
+      for (int k = 0; k < scanned_.count; ++k) prefetch(work_ + scanned_.numbers[k]);
+
+    const int size = store_together() ? add_stored(at) : add_one_by_one(at);
+    at += size;
+    if (size < scanned_.size) break;
   }
   return at;
+}
+
+/// Adds what `store_together` has stored to the nets. Returns the number of bytes that were scanned.
+inline int NetReader::add_stored(const char* text) {
+  if (work_ != nullptr) mark_scanned();
+  int before = 0;
+  for (int k = 0; k < scanned_.nlines; ++k) {
+    const int count = scanned_.lines[k].count;
+    open_.count += count - before;
+    close_net();
+    before = count;
+  }
+  if (scanned_.count > before) {
+    open_.count += scanned_.count - before;
+    open_.last = scanned_.numbers[scanned_.count - 1] + shift_;
+  } else {
+    store_after_pins();
+  }
+  const std::size_t offset = static_cast<std::size_t>(text - lines_.text);
+  const int nlines = scanned_.nlines;
+  for (int k = std::max(0, nlines - 2); k < nlines; ++k)
+    move_to_line(lines_, lines_.end, offset + static_cast<std::size_t>(scanned_.lines[k].end));
+  return scanned_.size;
+}
+
+/// Adds what was scanned to the nets. Returns the number of bytes up to where it stopped: at the end of the
+/// last net, or at an incomplete line with a number that is no cell.
+inline int NetReader::add_one_by_one(const char* text) {
+  const int* numbers = scanned_.numbers;
+  int size = 0;
+  for (int k = 0; k < scanned_.nlines; ++k) {
+    if (is_done()) return size;
+    const int* const next = scanned_.numbers + scanned_.lines[k].count;
+    size = scanned_.lines[k].end;
+    move_to_line(lines_, lines_.end, static_cast<std::size_t>(text + size - lines_.text));
+    append(numbers, static_cast<int>(next - numbers));
+    store_after_pins();
+    close_net();
+    numbers = next;
+  }
+  const int rest = static_cast<int>(scanned_.numbers + scanned_.count - numbers);
+  if (is_done() || !are_sound(numbers, rest)) return size;
+  append(numbers, rest);
+  return scanned_.size;
 }
 
 inline bool NetReader::fetch() {
@@ -117,7 +167,7 @@ inline bool NetReader::fetch() {
   if (lines_.at_end) return false;
   if (is_too_long(lines_, line_length(lines_))) {
     set_back(lines_);
-    if (small_nets_ == SmallNets::kKeep) errexit("read_hypergraph: Buffer for fgets not big enough.");
+    if (!folds_) errexit("read_hypergraph: Buffer for fgets not big enough.");
     errexit("read_hypergraph: Buffer for fgets not big enough for net %d\n.", j_);
   }
   return true;
@@ -132,11 +182,8 @@ inline void NetReader::read_line(const char* at) {
   lines_.end = end;
   if (j_ + nremoved_nets_ != nread) return;
 
-  append_slowly(at);
-  if (is_refused(open_)) {
-    set_back(lines_);
-    errexit("file contains a net with weight %d but net doesn't have any pin.", open_.w);
-  }
+  for (int number = 0; scan_int(at, line_end(lines_), number);) append(&number, 1);
+  store_after_pins();
   close_net();
 }
 
@@ -157,155 +204,35 @@ inline int NetReader::finish() {
   return nremoved_nets_;
 }
 
-/// Warns of pins that net j has already.
-inline void NetReader::mark_pins(int j, const int* pins, std::int64_t count) const {
-  if (work_ == nullptr) return;
-  for (std::int64_t k = 0; k < count; ++k) {
-    const int id = pins[k];
-    if (work_[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
-    work_[id] = j;
-  }
-}
-
-/// Fast path: unweighted nets, none removed. Pins are stored in their final place before they are checked.
-/// Stops before a run of any other kind, with a number that is no cell, or beyond the nets or the room for
-/// pins.
-///
-/// One function, longer than others: its state has to stay in registers from run to run.
-inline const char* NetReader::read_plain_pins(const char* at, const char* end) {
-  const int ncells = h_->_c;
-  const int shift = shift_;
-  const bool folds = small_nets_ == SmallNets::kFold;
-  int* const first_pin = h_->_cell_list + used_;
-  int* const room_end = h_->_cell_list + room_;
-  int* net_pins = first_pin;  // of the open net
-  int* pin = net_pins + open_.count;
-  Net* const first_net = h_->_nlst + j_;
-  Net* const last_net = h_->_nlst + h_->_n;
-  Net* net = first_net;
-
-  while (end - at >= kRunText) {
-    const NumberRun run = find_numbers(at);
-    if (run.size == 0 || run.count >= room_end - pin) break;
-    if (last_net - net < 64 && last_net - net < count_bits(run.line_ends)) break;
-    if (folds && !all_lines_have_two(run, pin - net_pins)) break;
-    if (!store_numbers(at, run, shift, ncells, pin)) break;
-
-    int* const run_end = pin + run.count;
-    std::uint64_t ends = run.ends;
-    for (std::uint64_t line_ends = run.line_ends; line_ends != 0; line_ends &= line_ends - 1) {
-      const std::uint64_t line = line_ends ^ (line_ends - 1);  // all bits up to its end
-      int* const next_pins = pin + count_bits(ends & line);
-      ends &= ~line;
-      mark_pins(static_cast<int>(net - h_->_nlst), pin, next_pins - pin);
-      pin = next_pins;
-      *net++ = {1, net_pins, pin - 1};
-      net_pins = pin;
-      move_to_line(lines_, at, lowest_bit(line_ends) + 1);
-    }
-    mark_pins(static_cast<int>(net - h_->_nlst), pin, run_end - pin);
-    pin = run_end;
-    if (pin == net_pins) *pin = shift;  // as append_slowly stores after the last pin
-    at += run.size;
-  }
-
-  add_wrapping(h_->_totnw, static_cast<int>(net - first_net));
-  j_ += static_cast<int>(net - first_net);
-  npins_ += net_pins - first_pin;
-  used_ += net_pins - first_pin;
-  open_.count = pin - net_pins;
-  if (open_.count > 0) open_.last = pin[-1];
-  return at;
-}
-
-/// Stores the numbers of any run, as far as there are nets. Returns false, without effect, if there is a
-/// reason to end the program.
-inline bool NetReader::store_run(const char* at, const LeadingNumbers& numbers) {
-  RunLines split;
-  split_into_lines(numbers.run, split);
-  int values[kMostInRun];
-  store_numbers(numbers.text, numbers.run, 0, 0, values);
-  if (!is_sound(values, split)) return false;
-
-  const int* next = values;
-  for (int k = 0; k < split.count && !is_done(); ++k) {
-    append_numbers(next, split.numbers[k]);
-    next += split.numbers[k];
-    *pin_at(used_ + open_.count) = shift_;
-    close_net();
-    move_to_line(lines_, at, split.ends[k]);
-  }
-  if (!is_done()) append_numbers(next, split.rest);
-  return true;
-}
-
-/// Dry run: whether the numbers of a run give no reason to end the program.
-inline bool NetReader::is_sound(const int* numbers, const RunLines& split) const {
-  OpenNet net = open_;
-  for (int k = 0; k < split.count; ++k) {
-    if (!count_numbers(net, numbers, split.numbers[k]) || is_refused(net)) return false;
-    numbers += split.numbers[k];
-    net = new_net();
-  }
-  return count_numbers(net, numbers, split.rest);
-}
-
-/// As `append_numbers`, but stores no pins. Returns whether all of them are cells.
-inline bool NetReader::count_numbers(OpenNet& net, const int* numbers, int count) const {
-  for (int k = 0; k < count; ++k) {
-    const int number = numbers[k];
-    if (net.weight_due) {
-      net.w = number;
-      net.weight_due = false;
-    } else {
-      if (number < 1 - shift_ || number > h_->_c - shift_) return false;
-      ++net.count;
-    }
-  }
-  return true;
-}
-
 /// Adds numbers to the open net: its weight if that is due, then pins.
-inline void NetReader::append_numbers(const int* numbers, int count) {
-  if (open_.weight_due && count > 0) {
+inline void NetReader::append(const int* numbers, int count) {
+  const int* const end = numbers + count;
+  if (open_.weight_due && numbers != end) {
     open_.w = *numbers++;
     open_.weight_due = false;
-    --count;
   }
-  int* const pins = h_->_cell_list + used_ + open_.count;
-  for (int k = 0; k < count; ++k) pins[k] = numbers[k] + shift_;
-  mark_pins(j_, pins, count);
-  open_.count += count;
-  if (count > 0) open_.last = pins[count - 1];
+  for (; numbers != end; ++numbers) {
+    int id = *numbers;
+    add_wrapping(id, shift_);
+    if (next_place() < room_) *pin_at(next_place()) = id;
+    if (!is_cell(id)) refuse_cell(id);
+    if (work_ != nullptr) mark(j_, id);
+    open_.last = id;
+    ++open_.count;
+  }
 }
 
-/// Adds the rest of the line fetched last to the open net, number by number. The entry after the last pin
-/// gets the value of the attempt that found no number, for which the array has spare room.
-inline void NetReader::append_slowly(const char* at) {
-  const char* const end = line_end(lines_);
-  if (open_.weight_due) scan_int(at, end, open_.w);
-  open_.weight_due = false;
-  for (;; ++open_.count) {
-    int id = 0;
-    const bool found = scan_int(at, end, id);
-    add_wrapping(id, shift_);
-    const std::int64_t place = used_ + open_.count;
-    if (place < room_) h_->_cell_list[place] = id;
-    if (!found) return;
-    if (!is_cell(id)) {
-      set_back(lines_);
-      errexit("invalid vertex/cell id %d in the  vertex/cell list of net %d", id, j_);
-    }
-    mark_pins(j_, &id, 1);
-    open_.last = id;
-  }
+/// The entry after the last pin gets the value of the attempt that finds no number, 0 plus the shift; the
+/// array has spare room for it.
+inline void NetReader::store_after_pins() {
+  if (next_place() < room_) *pin_at(next_place()) = shift_;
 }
 
 /// Ends the open net and opens the next.
 inline void NetReader::close_net() {
   npins_ += open_.count;
   add_wrapping(h_->_totnw, open_.w);
-  if (open_.count < 2 && small_nets_ == SmallNets::kFold) {
+  if (open_.count < 2 && folds_) {
     remove_net();
   } else {
     Net& net = h_->_nlst[j_++];
@@ -326,9 +253,69 @@ inline void NetReader::remove_net() {
   } else {
     subtract_wrapping(h_->_totnw, open_.w);
     add_wrapping(h_->_virtualnets, open_.w);
+    if (open_.w >= 2) {
+      set_back(lines_);
+      errexit("file contains a net with weight %d but net doesn't have any pin.", open_.w);
+    }
   }
   ++nremoved_nets_;
   --h_->_n;
+}
+
+/// Stores the numbers scanned, if all of them are cells of nets that are kept: one copy for many nets.
+/// Returns false, and stores nothing of use, for any others.
+inline bool NetReader::store_together() {
+  const int count = scanned_.count;
+  if (has_weights_ || next_place() + count >= room_) return false;
+  if (scanned_.nlines > h_->_n - j_) return false;  // the numbers after the last line end need a net
+  if (folds_ && !keeps_all_lines()) return false;
+  const int shift = shift_;
+  const int ncells = h_->_c;
+  const int* const numbers = scanned_.numbers;
+  int* const pins = pin_at(next_place());
+  int nwrong = 0;
+  for (int k = 0; k < count; ++k) {
+    const int id = numbers[k] + shift;
+    nwrong += id < 1 || id > ncells ? 1 : 0;
+    pins[k] = id;
+  }
+  return nwrong == 0;
+}
+
+/// Whether each line that was scanned to its end has two numbers or more.
+inline bool NetReader::keeps_all_lines() const {
+  std::int64_t before = -open_.count;
+  int nsmall = 0;
+  for (int k = 0; k < scanned_.nlines; ++k) {
+    nsmall += scanned_.lines[k].count - before < 2 ? 1 : 0;
+    before = scanned_.lines[k].count;
+  }
+  return nsmall == 0;
+}
+
+/// Whether the numbers may be appended to the open net without an error.
+inline bool NetReader::are_sound(const int* numbers, int count) const {
+  const int* const pins = numbers + (open_.weight_due && count > 0 ? 1 : 0);
+  return std::all_of(pins, numbers + count, [this](int number) { return is_cell(number + shift_); });
+}
+
+/// Warns if the cell is on net j already.
+inline void NetReader::mark(int j, int id) const {
+  if (work_[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
+  work_[id] = j;
+}
+
+/// Marks all numbers that were scanned, the first of them with the open net.
+inline void NetReader::mark_scanned() const {
+  int done = 0;
+  for (int k = 0; k < scanned_.nlines; ++k)
+    for (; done < scanned_.lines[k].count; ++done) mark(j_ + k, scanned_.numbers[done] + shift_);
+  for (; done < scanned_.count; ++done) mark(j_ + scanned_.nlines, scanned_.numbers[done] + shift_);
+}
+
+inline void NetReader::refuse_cell(int id) const {
+  set_back(lines_);
+  errexit("invalid vertex/cell id %d in the  vertex/cell list of net %d", id, j_);
 }
 
 }  // namespace quillon

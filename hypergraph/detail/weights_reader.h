@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "hypergraph/detail/digits.h"
 #include "hypergraph/detail/header.h"
@@ -29,20 +28,23 @@ class WeightsReader {
 
   [[nodiscard]] bool is_done() const { return i_ > h_->_c; }
 
-  /// Parses unsigned numbers only, and stops before a run that might reach the last cell: whether there are
-  /// enough weights is tested between lines, not between runs.
+  /// Parses unsigned numbers only, whole lines where the last cell may be reached: whether there are enough
+  /// weights is tested between lines.
   const char* read_fast(const char* at, const char* end) {
-    LeadingNumbers numbers;
-    int values[kMostInRun];
-    while (at < end) {
-      find_leading_numbers(at, end, numbers);
-      const int count = numbers.run.count;
-      if (numbers.run.size == 0 || i_ + count > h_->_c) break;
-      store_numbers(numbers.text, numbers.run, 0, 0, values);
-      for (const int number : std::span(values, static_cast<std::size_t>(count))) add(number);
-      for (std::uint64_t line_ends = numbers.run.line_ends; line_ends != 0; line_ends &= line_ends - 1)
-        move_to_line(lines_, at, lowest_bit(line_ends) + 1);
-      at += numbers.run.size;
+    while (at < end && !is_done()) {
+      scan_numbers(at, end, scanned_);
+      if (scanned_.size == 0) break;
+      const char* const text = at;
+      int ndone = 0;
+      for (int k = 0; k < scanned_.nlines && !is_done(); ++k) {
+        const Scanned::Line& line = scanned_.lines[k];
+        at = text + line.end;
+        move_to_line(lines_, lines_.end, static_cast<std::size_t>(at - lines_.text));
+        while (ndone < line.count) add(scanned_.numbers[ndone++]);
+      }
+      if (i_ + (scanned_.count - ndone) > h_->_c) return at;
+      while (ndone < scanned_.count) add(scanned_.numbers[ndone++]);
+      at = text + scanned_.size;
     }
     return at;
   }
@@ -99,6 +101,7 @@ class WeightsReader {
   SmallNets small_nets_;
   std::int64_t i_ = 1;  // the next number belongs to this cell
   std::int64_t k_ = 0;  // numbers of cell i that have been read
+  Scanned scanned_;
 };
 
 }  // namespace quillon

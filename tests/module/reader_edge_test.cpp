@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
@@ -887,20 +890,113 @@ TEST_P(BothReaders, ReadFromAPipe) {
   EXPECT_EQ(rest_of(stream.get()), "next\n");
 }
 
-TEST_P(BothReaders, TreatAnErrorOfTheStreamAsItsEnd) {
+TEST_P(BothReaders, RefuseAStreamThatFailsBeforeItsHeader) {
   const Stream nothing(std::fopen("/dev/null", "w"));
-  const Stream in_nets = pipe_of("1 2 2 2\n1 2\n", true);
-  const Stream in_weights = pipe_of("1 2 1 2 1\n1 2\n7\n", true);
+  const Stream after_a_comment = pipe_of("%\n", true);
 
   EXPECT_EQ(fatal_text([&] { Filled(reader, nothing.get(), 0); }), kCannotRead);
-  EXPECT_THAT(net_weights(Filled(reader, in_nets.get(), 0).h), ElementsAre(1, 0));
-  EXPECT_THAT(cell_weights(Filled(reader, in_weights.get(), 0).h), ElementsAre(7, 1));
+  EXPECT_EQ(fatal_text([&] { Filled(reader, after_a_comment.get(), 0); }), kCannotRead);
 }
 
-TEST_P(BothReaders, DoNotWaitForALineToFollowACommentAfterAnError) {
-  const Stream stream = pipe_of("1 2 2 2\n1 2\n%\n", true);
+// Only the end of the file ends the lines. The counts find most errors.
+TEST_P(BothReaders, ParseTheLineBeforeOnceMoreWhenReadingFails) {
+  const Stream in_nets = pipe_of("1 2 2 2\n1 2\n", true);
+  const Stream in_sound_nets = pipe_of("1 2 2 4\n1 2\n", true);
+  const Stream in_weights = pipe_of("1 3 1 2 1\n1 2\n7\n", true);
 
-  EXPECT_THAT(net_weights(Filled(reader, stream.get(), 0).h), ElementsAre(1, 0));
+  EXPECT_EQ(fatal_text([&] { Filled(reader, in_nets.get(), 0); }),
+            "read_hypergraph: Something wrong with the pins from input file 2 4\n");
+  EXPECT_THAT(pins(Filled(reader, in_sound_nets.get(), 0).h, 2), ElementsAre(1, 2));
+  EXPECT_NE(std::ferror(in_sound_nets.get()), 0);
+  EXPECT_THAT(cell_weights(Filled(reader, in_weights.get(), 0).h), ElementsAre(7, 7, 7));
+}
+
+// A seekable stream over a text that cannot be read from some place on.
+class FailingText {
+ public:
+  FailingText(std::string text, std::size_t fails_at, bool moves = true)
+      : text_(std::move(text)), fails_at_(fails_at), moves_(moves) {}
+
+  Stream open() { return Stream(fopencookie(this, "r", {read, nullptr, seek, nullptr})); }
+
+  // How often the stream failed so far.
+  int nfailed() const { return nfailed_; }
+
+ private:
+  static ssize_t read(void* cookie, char* to, std::size_t size) {
+    FailingText& self = *static_cast<FailingText*>(cookie);
+    if (self.at_ >= self.fails_at_) {
+      ++self.nfailed_;
+      errno = EIO;
+      return -1;
+    }
+    const std::size_t length = std::min({size, self.text_.size() - self.at_, self.fails_at_ - self.at_});
+    std::memcpy(to, self.text_.data() + self.at_, length);
+    self.at_ += length;
+    return static_cast<ssize_t>(length);
+  }
+
+  static int seek(void* cookie, off64_t* to, int from) {
+    FailingText& self = *static_cast<FailingText*>(cookie);
+    const auto at = static_cast<off64_t>(self.at_);
+    const off64_t base = from == SEEK_SET   ? 0
+                         : from == SEEK_CUR ? at
+                                            : static_cast<off64_t>(self.text_.size());
+    if (!self.moves_ && base + *to != at) {
+      errno = ESPIPE;
+      return -1;
+    }
+    self.at_ = static_cast<std::size_t>(*to = base + *to);
+    return 0;
+  }
+
+  std::string text_;
+  std::size_t fails_at_;
+  bool moves_;
+  std::size_t at_ = 0;
+  int nfailed_ = 0;
+};
+
+TEST_P(BothReaders, ParseTheLineBeforeOnceMoreAlsoWhenTheyReadAhead) {
+  const std::string text = "1 2 2 4\n1 2\n";
+  FailingText failing(text + "2 1\n", text.size());
+  const Stream stream = failing.open();
+
+  EXPECT_THAT(pins(Filled(reader, stream.get(), 0).h, 2), ElementsAre(1, 2));
+  EXPECT_NE(std::ferror(stream.get()), 0);
+}
+
+TEST_P(BothReaders, HideAnErrorAfterWhatTheyNeed) {
+  const std::string text = "1 2 1 2\n1 2\n";
+  FailingText failing(text + "never read\n", text.size() + 3);
+  const Stream stream = failing.open();
+
+  EXPECT_THAT(pins(Filled(reader, stream.get(), 0).h, 1), ElementsAre(1, 2));
+  EXPECT_GT(failing.nfailed(), 0);
+  EXPECT_EQ(std::ferror(stream.get()), 0);
+  EXPECT_EQ(std::ftell(stream.get()), static_cast<long>(text.size()));
+}
+
+TEST_P(BothReaders, ReadAStreamThatHasFailedBefore) {
+  const std::string text = "1 2 2 4\n1 2\n2 1\n";
+  FailingText whole(text, 1000);
+  for (const bool is_pipe : {false, true}) {
+    const Stream stream = is_pipe ? pipe_of(text) : whole.open();
+    EXPECT_EQ(std::fputc('x', stream.get()), EOF);  // not open for writing
+    ASSERT_NE(std::ferror(stream.get()), 0);
+
+    EXPECT_THAT(pins(Filled(reader, stream.get(), 0).h, 2), ElementsAre(2, 1));
+    EXPECT_NE(std::ferror(stream.get()), 0);
+  }
+}
+
+TEST_P(BothReaders, ReadAStreamLineByLineThatTellsItsPositionAndCannotBeMoved) {
+  FailingText still("1 2 1 2 1\n1 2\n3 4\nnext\n", 1000, false);
+  const Stream stream = still.open();
+  ASSERT_GE(std::ftell(stream.get()), 0);
+
+  EXPECT_THAT(cell_weights(Filled(reader, stream.get(), 0).h), ElementsAre(3, 4));
+  EXPECT_EQ(rest_of(stream.get()), "next\n");
 }
 
 // ---- Named files
