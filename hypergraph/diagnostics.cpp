@@ -36,8 +36,6 @@ void print_weights(const char* heading, const Statistics& side) {
   uprintf("\n\tTotal\t: %8d", side.totw);
 }
 
-constexpr const char* kDistributionRule = "\n===============================================";
-
 int occurrences(std::span<const int> list, int value) {
   return static_cast<int>(std::count(list.begin(), list.end(), value));
 }
@@ -48,13 +46,20 @@ bool is_within(std::span<const int> list, std::span<const int> array) {
          not_after(list.data() + list.size(), array.data() + array.size());
 }
 
-// The list of an item that an entry of a broken record names. The spare items, before the first and after the
-// last, are often uninitialised: their lists count only if they lie in the array of lists. Other items have
-// none.
+// The item that an entry names, or null if there is none with this number: an entry of a broken record may be
+// any number.
+template <typename Item>
+const Item* item_of_entry(const Item* items, std::int64_t last, int entry) {
+  return items == nullptr || entry < 0 || entry > last ? nullptr : items + entry;
+}
+
+// The list of the item that an entry names, empty if it names none. The spare items, before the first and
+// after the last, are often uninitialised: their lists count only if they lie in the array of lists.
 template <typename Item>
 std::span<const int> list_of_entry(const Item* items, int count, int entry, const int* array, int npins) {
-  if (items == nullptr || entry < 0 || entry > std::int64_t{count} + 1) return {};
-  const std::span<const int> list = list_of(items[entry]);
+  const Item* const item = item_of_entry(items, std::int64_t{count} + 1, entry);
+  if (item == nullptr) return {};
+  const std::span<const int> list = list_of(*item);
   if (entry >= 1 && entry <= count) return list;
   const bool is_set =
       array != nullptr && is_within(list, {array, static_cast<std::size_t>(std::max(npins, 0)) + 2});
@@ -75,12 +80,25 @@ std::span<const int> entries_between(const int* start, const int* next) {
   return {start, next};
 }
 
+// The entries from the start of an item's list to the start of the next one's; none if there is no item i.
 std::span<const int> nets_until_next(const Hypergraph* h, int i) {
-  return entries_between(h->_clst[i].nets, h->_clst[i + 1].nets);
+  const Cell* const cell = i == 0 ? nullptr : item_of_entry(h->_clst, h->_c, i);
+  return cell == nullptr ? std::span<const int>() : entries_between(cell[0].nets, cell[1].nets);
 }
 
-std::span<const int> pins_until_next(const Hypergraph* h, int j) {
-  return entries_between(h->_nlst[j].pins, h->_nlst[j + 1].pins);
+std::span<const int> pins_until_next(const Hypergraph* h, std::int64_t last, int j) {
+  const Net* const net = j == 0 ? nullptr : item_of_entry(h->_nlst, last, j);
+  return net == nullptr ? std::span<const int>() : entries_between(net[0].pins, net[1].pins);
+}
+
+// An upper limit for the numbers of the nets, set-aside ones included: each of these has entries in the
+// cells' regions besides those of the nets up to _n.
+std::int64_t last_net_of(const Hypergraph* h, int nnets) {
+  const std::int64_t nentries =
+      h->_c < 1 ? 0 : std::ssize(entries_between(h->_clst[1].nets, h->_clst[h->_c + 1].nets));
+  const std::int64_t npins =
+      h->_n < 1 ? 0 : std::ssize(entries_between(h->_nlst[1].pins, h->_nlst[h->_n + 1].pins));
+  return std::max<std::int64_t>(nnets, h->_n + std::max<std::int64_t>(0, nentries - npins));
 }
 
 struct NetTotals {
@@ -199,6 +217,28 @@ bool are_equal_and_increase(std::span<const int> nets, std::span<const int> pins
   return nwrong == 0;
 }
 
+// Prints pins up to the largest number of a cell with its part and weight, and any others without.
+void print_pins(const Hypergraph* h, int j, std::int64_t last_cell) {
+  uprintf("\n Pins[%4d] = {", j);
+  const std::span<const int> pins = pins_of(h->_nlst[j]);
+  for (const int& pin : pins) {
+    const Cell* const cell = item_of_entry(h->_clst, last_cell, pin);
+    uprintf("%4d(P=%2d, W=%3d)%s", pin, cell == nullptr ? -1 : cell->pno, cell == nullptr ? 0 : cell->w,
+            &pin == &pins.back() ? " " : ", ");
+  }
+  uprintf("}\n");
+}
+
+// As `print_pins`.
+void print_nets(const Hypergraph* h, int i, std::int64_t last_net) {
+  uprintf("\n Nets[%4d] = {", i);
+  for (const int j : nets_of(h->_clst[i])) {
+    const Net* const net = item_of_entry(h->_nlst, last_net, j);
+    uprintf("%4d(W=%3d), ", j, net == nullptr ? 0 : net->w);
+  }
+  uprintf("}\n");
+}
+
 // Ends the program unless net i has each entry of cell i exactly once, given that both lists are equally
 // long.
 void check_same_entries(const Hypergraph* h, int i) {
@@ -208,8 +248,8 @@ void check_same_entries(const Hypergraph* h, int i) {
     if (count == 1) continue;
     if (count > 1)
       errexit("CheckSymmetryinHypergraph: cell %d occurs %d times in the cell list of net %d", v, count, i);
-    PrintPins(h, i);
-    PrintNets(h, i);
+    print_pins(h, i, std::int64_t{h->_c} + 1);
+    print_nets(h, i, std::int64_t{h->_n} + 1);
     errexit("\n NOT Symmetric cell %d not occured in cell-list of net %d", v, i);
   }
 }
@@ -226,8 +266,7 @@ void print_list(std::span<const int> list) {
   for (const int& entry : list) uprintf("%d%s", entry, &entry == &list.back() ? "" : ", ");
 }
 
-constexpr const char* kDumpRule = "\n********************************************************************";
-constexpr const char* kSectionRule = "\n==========================================================";
+void print_rule() { uprintf("\n********************************************************************"); }
 
 }  // namespace
 
@@ -265,15 +304,13 @@ void pr_detailinfo_hypergraph(const Hypergraph* h) {
   print_weights("\nCell Weights", cells);
   print_weights("\nNet Weights", nets);
 
-  uprintf("\n\n Cell Degree distribution");
-  uprintf("%s", kDistributionRule);
+  uprintf("\n\n Cell Degree distribution\n===============================================");
   for (std::int64_t d = 0; d <= maxdegree; ++d)
     if (degcnt[d] != 0)
       uprintf("\n CelDeg= %4d --> %6d cell(s) (%8.2lf%%)", static_cast<int>(d), degcnt[d],
               percent(degcnt[d], h->_c));
 
-  uprintf("\n\n Net Size  distribution");
-  uprintf("%s", kDistributionRule);
+  uprintf("\n\n Net Size  distribution\n===============================================");
   for (std::int64_t s = 0; s <= maxsize; ++s)
     if (sizecnt[s] != 0)
       uprintf("\n NetSize= %4d --> %6d net(s) (%8.2lf%%)", static_cast<int>(s), sizecnt[s],
@@ -293,16 +330,17 @@ void CheckListsofHypergraph(const Hypergraph* h) {
 }
 
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets) {
+  const std::int64_t last_net = last_net_of(h, nnets);
   for (int j = 1; j <= h->_c; ++j) {
     for (const int net : nets_until_next(h, j)) {
-      const int count = occurrences(pins_until_next(h, net), j);
+      const int count = occurrences(pins_until_next(h, last_net, net), j);
       if (count != 1)
         errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", j,
                 count, net);
     }
   }
   for (int i = 1; i <= nnets; ++i) {
-    for (const int cell : pins_until_next(h, i)) {
+    for (const int cell : pins_until_next(h, last_net, i)) {
       const int count = occurrences(nets_until_next(h, cell), i);
       if (count != 1)
         errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", i,
@@ -329,28 +367,16 @@ int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose) {
   return 1;
 }
 
-void PrintPins(const Hypergraph* h, int j) {
-  uprintf("\n Pins[%4d] = {", j);
-  const std::span<const int> pins = pins_of(h->_nlst[j]);
-  for (const int& pin : pins) {
-    const Cell& cell = h->_clst[pin];
-    uprintf("%4d(P=%2d, W=%3d)%s", pin, cell.pno, cell.w, &pin == &pins.back() ? " " : ", ");
-  }
-  uprintf("}\n");
-}
+void PrintPins(const Hypergraph* h, int j) { print_pins(h, j, std::numeric_limits<int>::max()); }
 
-void PrintNets(const Hypergraph* h, int i) {
-  uprintf("\n Nets[%4d] = {", i);
-  for (const int j : nets_of(h->_clst[i])) uprintf("%4d(W=%3d), ", j, h->_nlst[j].w);
-  uprintf("}\n");
-}
+void PrintNets(const Hypergraph* h, int i) { print_nets(h, i, std::numeric_limits<int>::max()); }
 
 void PrintHypergraph(const Hypergraph* h) {
-  uprintf("%s", kDumpRule);
+  print_rule();
   uprintf("\n H=(%d, %d, %d)", h->_c, h->_n, h->_p);
   uprintf("\n totcw=%d totnw=%d totinw=%d virtnets=%d\n", h->_totcw, h->_totnw, h->_totinw, h->_virtualnets);
 
-  uprintf("\n Nets connectted to the cells%s", kSectionRule);
+  uprintf("\n Nets connectted to the cells\n==========================================================");
   for (int i = 1; i <= h->_c; ++i) {
     const Cell& cell = h->_clst[i];
     uprintf("\n w=%5d inw=%5d pno=%4d Nets[%6d] = {", cell.w, cell.inw, cell.pno, i);
@@ -358,13 +384,13 @@ void PrintHypergraph(const Hypergraph* h) {
     uprintf("}");
   }
 
-  uprintf("\n Cells connectted to the nets%s", kSectionRule);
+  uprintf("\n Cells connectted to the nets\n==========================================================");
   for (int j = 1; j <= h->_n; ++j) {
     uprintf("\n w=%5d Pins[%6d] = {", h->_nlst[j].w, j);
     print_list(pins_of(h->_nlst[j]));
     uprintf("}");
   }
-  uprintf("%s", kDumpRule);
+  print_rule();
 }
 
 }  // namespace quillon

@@ -10,7 +10,14 @@
 /// array.
 ///
 /// Lists: a net's pins and a cell's nets are closed ranges of one pin array each, from a start pointer to a
-/// last pointer, inclusive; the last pointer of an empty list is one entry before its start.
+/// last pointer, inclusive; the last pointer of an empty list is one entry before its start. A start of null
+/// means that there is no list:
+///
+/// | without a list | entries | counts as |
+/// |---|---|---|
+/// | net | none, and construct_net_list skips it | size 0 |
+/// | cell, both pointers null | none | degree 1 in writers, statistics and summaries, where the difference of
+/// the pointers counts; degree 0 in checks |
 ///
 /// Failures are fatal: a bad input, a broken invariant or an exhausted resource ends the program through
 /// `errexit`. No function returns an error code, and none keeps a pointer to a record or an array between
@@ -217,8 +224,13 @@ char* HygrInfo(const Hypergraph* h);
 ///               number outside 1 .. `_c` after the shift of the numbering; a pinless net of weight 2 or
 ///               more; a number of pins other than announced; a net or weight line too long; a byte of value
 ///               0 in a line of cell weights. All fatal.
-/// @par Hangs    If the input ends in a comment line while a net or weight line is still due, this never
-///               returns. The rest of a header line beyond 16777215 bytes is a line of its own.
+/// @par Streams  Only the end of the file ends the input, never an error: when reading fails, the line before
+///               is parsed once more, and mostly a count or `ufclose` finds that. Errors after the last line
+///               needed do not show.
+/// @par Hangs    If the input ends, or reading fails, after a comment line while a net or weight line is
+/// still
+///               due, this never returns; nor if reading fails after a line of cell weights without numbers.
+///               The rest of a header line beyond 16777215 bytes is a line of its own.
 /// @par Cost     One pass over the input; everything is allocated before the first net.
 int read_hypergraphFromFile(Hypergraph* h, std::FILE* ifp, int check);
 
@@ -461,7 +473,9 @@ int PermuteHypergraph(const Hypergraph* h, Hypergraph* nh, const int* netperm, i
 /// then those of the next, in their old order within a part. Nets are renumbered like the cells.
 ///
 /// @param h     Read only; as for `PermuteHypergraph`, and as many cells as nets.
-/// @param k     Number of parts; every `pno` lies in 0 .. k - 1.
+/// @param k     Number of parts. Cells whose `pno` is not in 0 .. k - 1 follow those of all parts, in their
+/// old
+///              order.
 /// @param nh    As for `PermuteHypergraph`.
 /// @par Errors  Different numbers of cells and nets are fatal.
 /// @par Memory  Allocates k + 2 `_c` + 4 ints on the heap and releases them.
@@ -494,6 +508,9 @@ void pr_detailinfo_hypergraph(const Hypergraph* h);
 /// @name Consistency checks
 /// They end the program at the first broken rule; nothing is changed or allocated. Each pin costs a scan of
 /// the list that must name it back, unless it is found at its expected place.
+///
+/// Entries may be any numbers. One that names no item, because it is outside 1 .. `_c` or 1 .. `_n` and the
+/// spare entries beside them, is named back 0 times; nothing outside the arrays is read for it.
 /// @{
 
 /// Verifies that both sides name each other exactly once, that each holds `_p` pins, and the totals of
@@ -502,26 +519,28 @@ void pr_detailinfo_hypergraph(const Hypergraph* h);
 /// The net weights are compared with `_totnw` only if the sum of `inw` is not `_totinw`. Nets with weight but
 /// without pins cause a warning. Prints a line before and after through `uprintf`.
 ///
-/// @param h     Read only; needs both sides built, and the totals of a reader or a copy. Entries may be any
-///              numbers: those outside 0 .. `_c` + 1 or 0 .. `_n` + 1 name nothing back.
+/// @param h     Read only; needs both sides built, and the totals of a reader or a copy.
 /// @par Errors  The first entry that is not named back exactly once, and a number of pins or a sum of weights
 ///              that differs from the record's, each with a message of its own.
 void CheckListsofHypergraph(const Hypergraph* h);
 
 /// Verifies that both sides name each other exactly once, where each list ends at the start of the next.
 ///
-/// @param h      Start pointers of the sentinels must be set. Entries must be real cells and nets.
+/// @param h      Start pointers of the sentinels must be set. Numbers above `_n` are nets as far as the
+/// cells'
+///               lists have more entries than nets 1 .. `_n`, as those of a pruning copy do.
 /// @param nnets  Nets 1 .. nnets are examined; may exceed `_n` for a pruning copy with set-aside nets.
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 
 /// Decides whether a hypergraph is symmetric: as many cells as nets, and the lists of cell i and net i
 /// equally long and with the same numbers, for every i.
 ///
-/// @param h        Read only; needs both sides built. Entries must be real cells and nets.
+/// @param h        Read only; needs both sides built.
 /// @param verbose  Non-zero: print the counts first, and the reason if the answer is no.
 /// @return         1 for symmetric, 0 for not.
 /// @par Errors     If the lists of i are equally long, a number in cell i's list that net i does not list is
-///                 fatal, after both lists are printed; so is one that net i lists more than once.
+///                 fatal, after both lists are printed; so is one that net i lists more than once. Entries
+///                 that name no item are printed with part -1 and weight 0.
 int CheckSymmetryinHypergraph(const Hypergraph* h, int verbose);
 
 /// @}

@@ -112,8 +112,14 @@ int read_named(Hypergraph* h, const char* filename, int check, SmallNets small_n
   return nremoved;
 }
 
+// A cell's number in a file. The number of a broken record wraps.
+int lowered(int i, int shift) {
+  subtract_wrapping(i, shift);
+  return i;
+}
+
 char* print_pins(Printer& printer, char* at, const Net& net, int shift) {
-  for (const int i : pins_of(net)) at = print_with_blank(make_room(printer, at), i - shift);
+  for (const int i : pins_of(net)) at = print_with_blank(make_room(printer, at), lowered(i, shift));
   return at;
 }
 
@@ -295,7 +301,7 @@ int write_kub_hypergraph(const Hypergraph* h, const char* filename) {
     for (const int i : pins_of(h->_nlst[j])) {
       at = make_room(printer, at);
       *at++ = ' ';
-      at = print(at, i - 1);
+      at = print(at, lowered(i, 1));
     }
   }
   for (int i = 1; i <= h->_c; ++i) {

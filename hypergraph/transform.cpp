@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <cassert>
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "hypergraph/detail/lists.h"
@@ -113,6 +113,7 @@ struct NetCounts {
 void begin_pruning(const Hypergraph* h, Hypergraph* nh, int* netorder) {
   copy_counts_and_totals(h, nh);
   nh->_ninternets = 0;
+  nh->_internets = nullptr;
   fill_identity(netorder, h->_n);
 }
 
@@ -146,69 +147,58 @@ int set_big_nets_aside(const Hypergraph* h, int* netorder, int m, int maxsize) {
   return k;
 }
 
-// Removes the set-aside nets, of weight w each, from a cell's list. They are at its end, as their numbers are
-// above those of the kept nets, and stay after it in decreasing number.
-void shorten_list(Cell& cell, int k, int w) {
+// Removes the nets above k, which are set aside, from a cell's list. They are at its end, and stay after it
+// in decreasing number.
+void shorten_list(const Hypergraph* nh, Cell& cell, int k) {
   const std::span<int> nets = nets_of(cell);
   auto kept_end = nets.end();
-  for (; kept_end != nets.begin() && kept_end[-1] > k; --kept_end) subtract_wrapping(cell.wdeg, w);
+  for (; kept_end != nets.begin() && kept_end[-1] > k; --kept_end)
+    subtract_wrapping(cell.wdeg, nh->_nlst[kept_end[-1]].w);
   std::reverse(kept_end, nets.end());
   cell.netsend -= nets.end() - kept_end;
 }
 
 // Builds the cells' lists in regions with room for all copied nets of the cell: kept nets fill a region from
 // its start, set-aside nets from its end, after the list.
-void build_cell_regions(const Hypergraph* h, Hypergraph* nh, const int* netorder, int* celldeg,
-                        NetCounts counts) {
-  const auto [k, m] = counts;
-  nh->_n = m;
-  if (k == m) {
-    construct_net_list(nh, celldeg);
-    return;
-  }
-
-  // Looking up the weights of the set-aside nets per cell would be slow: either all nets have the same
-  // weight, or the set-aside ones have weight 0 until the lists are built.
-  const bool equal_weights = have_equal_weights(nh->_nlst, m);
-  if (!equal_weights)
-    for (int i = k + 1; i <= m; ++i) nh->_nlst[i].w = 0;
+void build_cell_regions(Hypergraph* nh, int* celldeg, NetCounts counts) {
+  nh->_n = counts.m;
   construct_net_list(nh, celldeg);
-  const int w = equal_weights ? nh->_nlst[1].w : 0;
-  for (int j = 1; j <= nh->_c; ++j) shorten_list(nh->_clst[j], k, w);
-  for (int i = k + 1; i <= m; ++i) {
-    prefetch_net(h, netorder, i, m);
-    nh->_nlst[i].w = h->_nlst[netorder[i]].w;
-  }
-}
+  if (counts.k == counts.m) return;
 
-void finish_pruning(Hypergraph* nh, int** cellend, NetCounts counts) {
-  nh->_n = counts.k;
-  nh->_p -= static_cast<int>(nh->_nlst[counts.m + 1].pins - nh->_nlst[counts.k + 1].pins) + nh->_ninternets;
   Extremes degrees;
   for (int j = 1; j <= nh->_c; ++j) {
-    const Cell& cell = nh->_clst[j];
-    cellend[j] = cell.netsend + 1;
-    nh->_maxwcd = std::max(nh->_maxwcd, cell.wdeg);
-    degrees.add(degree(cell));
+    shorten_list(nh, nh->_clst[j], counts.k);
+    degrees.add(degree(nh->_clst[j]));
   }
   nh->_maxcd = degrees.max;
   nh->_mincd = degrees.min;
 }
 
-std::uint64_t internets_bytes(const Hypergraph* nh) {
-  return static_cast<std::uint64_t>(nh->_ninternets) * sizeof(InternalNet);
+void finish_pruning(Hypergraph* nh, int** cellend, NetCounts counts) {
+  nh->_n = counts.k;
+  nh->_p -= static_cast<int>(nh->_nlst[counts.m + 1].pins - nh->_nlst[counts.k + 1].pins) + nh->_ninternets;
+  for (int j = 1; j <= nh->_c; ++j) {
+    const Cell& cell = nh->_clst[j];
+    cellend[j] = cell.netsend + 1;
+    nh->_maxwcd = std::max(nh->_maxwcd, cell.wdeg);
+  }
 }
 
 // Accounts for the pruned nets. A pair has the copy's number of the cell, cellnumber[c]; the weight goes to
 // the copy's cell number c, the source's number, even if the two differ.
-void account_for_pruned_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder, int m,
-                             const int* cellnumber) {
+//
+// @param pruned  Their numbers in the source.
+// @param tag     Of the block for the pairs.
+void account_for_pruned_nets(const Hypergraph* h, Hypergraph* nh, std::span<const int> pruned,
+                             const int* cellnumber, const char* tag) {
+  const std::uint64_t bytes = static_cast<std::uint64_t>(nh->_ninternets) * sizeof(InternalNet);
+  nh->_internets = static_cast<InternalNet*>(poolalloc(0, bytes, tag));
   InternalNet* internet = nh->_internets;
-  for (int q = m + 1; q <= h->_n; ++q) {
-    const Net& net = h->_nlst[netorder[q]];
+  for (const int q : pruned) {
+    const Net& net = h->_nlst[q];
     if (net_size(net) == 1) {
       const int c = pins_of(net).front();
-      *internet++ = {netorder[q], cellnumber[c]};
+      *internet++ = {q, cellnumber[c]};
       add_wrapping(nh->_clst[c].inw, net.w);
       add_wrapping(nh->_totinw, net.w);
     } else {
@@ -216,6 +206,10 @@ void account_for_pruned_nets(const Hypergraph* h, Hypergraph* nh, const int* net
       subtract_wrapping(nh->_totnw, net.w);
     }
   }
+}
+
+std::span<const int> pruned_nets(const Hypergraph* h, const int* netorder, int m) {
+  return {netorder + m + 1, static_cast<std::size_t>(h->_n - m)};
 }
 
 void label_nets(const Hypergraph* h, Hypergraph* nh, const int* netorder) {
@@ -301,14 +295,11 @@ int CopyConsHypergraph(const Hypergraph* h, Hypergraph* nh, int* netorder, int* 
 
   copy_nets(h, nh, netorder, m);
   for (int j = 1; j <= h->_c; ++j) copy_cell(h->_clst[j], nh->_clst[j]);
-  build_cell_regions(h, nh, netorder, celldeg, {k, m});
+  build_cell_regions(nh, celldeg, {k, m});
   finish_pruning(nh, cellend, {k, m});
-  nh->_internets = nullptr;
-  if (mode == 2) {
-    nh->_internets =
-        static_cast<InternalNet*>(poolalloc(0, internets_bytes(nh), "CopyConsHypergraph: nh->_internets"));
-    account_for_pruned_nets(h, nh, netorder, m, nh->_clabel);  // the identity
-  }
+  if (mode == 2)
+    account_for_pruned_nets(h, nh, pruned_nets(h, netorder, m), nh->_clabel,  // the identity
+                            "CopyConsHypergraph: nh->_internets");
   return 0;
 }
 
@@ -326,14 +317,11 @@ int CopyPermConsHypergraph(Hypergraph* h, Hypergraph* nh, int* netorder, int* ce
 
   draw_nets(h, nh, netorder, m, cellperm);
   copy_cells_in_order(h, nh, nh->_clabel);
-  build_cell_regions(h, nh, netorder, celldeg, {k, m});
+  build_cell_regions(nh, celldeg, {k, m});
   finish_pruning(nh, cellend, {k, m});
-  nh->_internets = nullptr;
-  if (mode == 2) {
-    nh->_internets = static_cast<InternalNet*>(
-        poolalloc(0, internets_bytes(nh), "CopyPermConsHypergraph: nh->_internets"));
-    account_for_pruned_nets(h, nh, netorder, m, cellperm);
-  }
+  if (mode == 2)
+    account_for_pruned_nets(h, nh, pruned_nets(h, netorder, m), cellperm,
+                            "CopyPermConsHypergraph: nh->_internets");
   return 0;
 }
 
@@ -389,12 +377,14 @@ void SymmetricPermute(const Hypergraph* h, int k, Hypergraph* nh) {
   int* const order = imalloc(std::int64_t{h->_c} + 2, "cwork");
 
   std::fill_n(next, k, 0);
+  for (int i = 1; i <= h->_c; ++i)
+    if (const int part = h->_clst[i].pno; part >= 0 && part < k) ++next[part];
+  int start = 1;
+  for (int part = 0; part < k; ++part) start += std::exchange(next[part], start);
   for (int i = 1; i <= h->_c; ++i) {
-    assert(h->_clst[i].pno >= 0 && h->_clst[i].pno < k);
-    ++next[h->_clst[i].pno];
+    const int part = h->_clst[i].pno;
+    order[part >= 0 && part < k ? next[part]++ : start++] = i;
   }
-  for (int part = 0, start = 1; part < k; ++part) start += std::exchange(next[part], start);
-  for (int i = 1; i <= h->_c; ++i) order[next[h->_clst[i].pno]++] = i;
 
   PermuteHypergraph(h, nh, order, order);
   _usfree(order);

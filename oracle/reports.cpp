@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -170,16 +171,27 @@ void check_totals(const Hypergraph* h) {
         totnw, h->_totnw, weight_without_pins(h), h->_virtualnets, totinw, h->_totinw);
 }
 
+// The numbers of nets that a record can have, with those set aside.
+std::int64_t last_net(const Hypergraph* h, int nnets) {
+  std::int64_t last = h->_n;
+  if (h->_c > 0 && h->_clst[1].nets != nullptr && h->_clst[h->_c + 1].nets != nullptr)
+    last += std::max<std::ptrdiff_t>(0, h->_clst[h->_c + 1].nets - h->_clst[1].nets);
+  if (h->_n > 0 && h->_nlst[1].pins != nullptr && h->_nlst[h->_n + 1].pins != nullptr)
+    last -= std::max<std::ptrdiff_t>(0, h->_nlst[h->_n + 1].pins - h->_nlst[1].pins);
+  return std::max<std::int64_t>({last, std::int64_t{h->_n}, std::int64_t{nnets}});
+}
+
 // Occurrences of a value between one start and the next; 0 if either is null or they are not in order.
 int occurrences_between(int value, const int* start, const int* next) {
   return start == nullptr || next == nullptr ? 0 : occurrences(value, start, next - 1);
 }
 
-void check_continuous_cell(const Hypergraph* h, int i) {
+void check_continuous_cell(const Hypergraph* h, int i, std::int64_t last) {
   const int* const next = h->_clst[i + 1].nets;
   if (h->_clst[i].nets == nullptr || next == nullptr) return;
   for (const int* net = h->_clst[i].nets; net < next; ++net) {
-    const int n = occurrences_between(i, h->_nlst[*net].pins, h->_nlst[*net + 1].pins);
+    const bool is_net = *net >= 1 && *net <= last;
+    const int n = is_net ? occurrences_between(i, h->_nlst[*net].pins, h->_nlst[*net + 1].pins) : 0;
     if (n != 1)
       errexit(" CheckListsofContinuesHypergraph: cell %d occurs %d times in the cell list of net %d", i, n,
               *net);
@@ -190,7 +202,8 @@ void check_continuous_net(const Hypergraph* h, int j) {
   const int* const next = h->_nlst[j + 1].pins;
   if (h->_nlst[j].pins == nullptr || next == nullptr) return;
   for (const int* pin = h->_nlst[j].pins; pin < next; ++pin) {
-    const int n = occurrences_between(j, h->_clst[*pin].nets, h->_clst[*pin + 1].nets);
+    const bool is_cell = *pin >= 1 && *pin <= h->_c;
+    const int n = is_cell ? occurrences_between(j, h->_clst[*pin].nets, h->_clst[*pin + 1].nets) : 0;
     if (n != 1)
       errexit(" CheckListsofContinuesHypergraph: net %d occurs %d times in the net list of cell %d", j, n,
               *pin);
@@ -260,7 +273,7 @@ void CheckListsofHypergraph(const Hypergraph* h) {
 }
 
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets) {
-  for (int i = 1; i <= h->_c; ++i) check_continuous_cell(h, i);
+  for (int i = 1; i <= h->_c; ++i) check_continuous_cell(h, i, last_net(h, nnets));
   for (int j = 1; j <= nnets; ++j) check_continuous_net(h, j);
 }
 

@@ -20,7 +20,8 @@ namespace {
 
 struct OpenStream {
   std::FILE* stream;
-  std::string name;  // cppcheck-suppress unusedStructMember ; used by find_if, which cppcheck does not see
+  std::string name;
+  bool only_reads;
   std::uint64_t number;
   os::StreamMark mark;
 };
@@ -35,15 +36,15 @@ std::vector<OpenStream>& open_streams() {
   return streams;
 }
 
-// Removes a stream from the table. Returns its name, empty if it was opened elsewhere.
-std::string forget(const std::FILE* stream) {
+// Removes a stream from the table. Returns its entry, or one without a name if it was opened elsewhere.
+OpenStream forget(const std::FILE* stream) {
   std::vector<OpenStream>& streams = open_streams();
   const auto it = std::find_if(streams.begin(), streams.end(),
                                [stream](const OpenStream& open) { return open.stream == stream; });
   if (it == streams.end()) return {};
-  std::string name = std::move(it->name);
+  OpenStream open = std::move(*it);
   streams.erase(it);
-  return name;
+  return open;
 }
 
 // Opens a file and adds it to the table. Returns null after a failure, with the reason as an errno.
@@ -57,7 +58,7 @@ std::FILE* open_noted(const char* name, const char* mode, int& reason) try {
 
   // All memory is allocated before the stream is open, so that no failure leaves it open.
   std::vector<OpenStream>& streams = open_streams();
-  OpenStream open{nullptr, name, next_number, {}};
+  OpenStream open{nullptr, name, std::strcmp(mode, "r") == 0, next_number, {}};
   streams.reserve(streams.size() + 1);
   open.stream = nscopes == 0 ? std::fopen(name, mode) : os::open_marked(name, mode, open.mark);
   if (open.stream == nullptr) {
@@ -78,6 +79,13 @@ std::FILE* open_noted(const char* name, const char* mode, int& reason) try {
   return nullptr;
 }
 
+// Why reading failed: reading on fails for the same reason. 0 if it does not.
+int reason_of_read_error(std::FILE* stream) {
+  std::clearerr(stream);
+  errno = 0;
+  return std::fgetc(stream) == EOF && std::ferror(stream) != 0 ? errno : 0;
+}
+
 }  // namespace
 
 std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
@@ -91,12 +99,15 @@ std::FILE* ufopen(const char* name, const char* mode, const char* tag) {
 }
 
 void ufclose(std::FILE* stream) {
-  const std::string known = forget(stream);
-  const char* const name = known.empty() ? "(unnamed stream)" : known.c_str();
+  const OpenStream known = forget(stream);
+  const char* const name = known.name.empty() ? "(unnamed stream)" : known.name.c_str();
   const bool failed_before = std::ferror(stream) != 0;
+  const int reason = failed_before && known.only_reads ? reason_of_read_error(stream) : 0;
   errno = 0;
   if (std::fclose(stream) != 0)
     errexit("ufclose: '%s' is not whole, data was lost: %s", name, std::strerror(errno));
+  if (reason != 0)
+    errexit("ufclose: '%s' is not whole, reading or writing it failed: %s", name, std::strerror(reason));
   if (failed_before) errexit("ufclose: '%s' is not whole, reading or writing it failed", name);
 }
 
@@ -135,10 +146,12 @@ struct InputFile {
   std::FILE* stream;
 };
 
-// Bytes of a stream one at a time, without the cost of a locked call for each.
+// Bytes of a stream one at a time, without the cost of a locked call for each. Reads what is there: a pipe
+// may stay open after the numbers needed.
 struct ByteSource {
   std::FILE* stream = nullptr;
   std::int64_t line = 1;
+  bool failed = false;
   std::size_t at = 0;
   std::size_t end = 0;
   unsigned char block[1 << 14] = {};
@@ -146,9 +159,11 @@ struct ByteSource {
   /// The next byte, or EOF.
   int next() {
     if (at == end) {
-      end = std::fread(block, 1, sizeof block, stream);
-      at = 0;
-      if (end == 0) return EOF;
+      const std::ptrdiff_t length = os::read_some(stream, block, sizeof block);
+      failed = length < 0;
+      at = end = 0;
+      if (length <= 0) return EOF;
+      end = static_cast<std::size_t>(length);
     }
     const int byte = block[at++];
     if (byte == '\n') ++line;
@@ -251,7 +266,7 @@ void read_array(const char* filename, std::int32_t* array, int count, int first)
         *array = static_cast<std::int32_t>(word.value);
         break;
       case Verdict::kMissing:
-        if (std::ferror(source.stream) != 0)
+        if (source.failed)
           errexit("read_array: entry %d of %d cannot be read, '%s' fails after entry %d", entry, count,
                   filename, ndone);
         errexit("read_array: entry %d of %d is missing, '%s' ends after entry %d", entry, count, filename,

@@ -1,6 +1,7 @@
 #include "util/os.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #if (defined(__unix__) || defined(__APPLE__)) && !defined(QUILLON_PORTABLE)
 #include <fcntl.h>
@@ -88,6 +89,14 @@ bool still_open(const StreamMark& mark) {
          now.file == mark.file;
 }
 
+std::ptrdiff_t read_some(std::FILE* stream, void* to, std::size_t bytes) {
+  ssize_t length = 0;
+  do {
+    length = read(fileno(stream), to, bytes);
+  } while (length < 0 && errno == EINTR);
+  return length;
+}
+
 #else
 
 std::uint64_t preferred_reservation() { return std::uint64_t{1} << 30; }
@@ -106,6 +115,19 @@ std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark) {
 }
 
 bool still_open(const StreamMark& /*mark*/) { return false; }
+
+// Reads up to a line end: more may not be there yet.
+std::ptrdiff_t read_some(std::FILE* stream, void* to, std::size_t bytes) {
+  char* const text = static_cast<char*>(to);
+  std::size_t length = 0;
+  while (length < bytes && (length == 0 || text[length - 1] != '\n')) {
+    const int byte = std::fgetc(stream);
+    if (byte == EOF)
+      return length == 0 && std::ferror(stream) != 0 ? -1 : static_cast<std::ptrdiff_t>(length);
+    text[length++] = static_cast<char>(byte);
+  }
+  return static_cast<std::ptrdiff_t>(length);
+}
 
 #endif
 

@@ -3,6 +3,7 @@
 /// Operating system calls of the utility layer. Where the system has none of the kind, or when built with
 /// QUILLON_PORTABLE defined, every function falls back on the standard library. Internal to `util/`.
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -43,5 +44,12 @@ std::FILE* open_marked(const char* name, const char* mode, StreamMark& mark);
 
 /// Decides whether a stream from `open_marked` is open. False if unknown.
 bool still_open(const StreamMark& mark);
+
+/// Reads what a file has now, and waits only while that is nothing.
+///
+/// @param stream  Open for reading, and only read by this function.
+/// @param to      Out, `bytes` bytes.
+/// @return        Number of bytes read, 0 at the end of the file, -1 after a failure.
+std::ptrdiff_t read_some(std::FILE* stream, void* to, std::size_t bytes);
 
 }  // namespace quillon::os

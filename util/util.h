@@ -163,12 +163,13 @@ TextHandler set_output_handler(TextHandler handler);
 ///
 /// @param stream  Open, from `ufopen` or elsewhere; not to be used afterwards, nor after an error.
 /// @par Errors    Fatal when anything written to the stream was lost (a full disk) or when reading it had
-///              failed; the message names the file. The stream is closed in any case.
+///              failed; the message names the file and, if it still cannot be read, the reason. The stream
+///              is closed in any case.
 void ufclose(std::FILE* stream);
 
 /// Reads integers separated by white space from a text file.
 ///
-/// @param filename  File to read; what follows the last integer needed is ignored.
+/// @param filename  File to read; what follows the last integer needed is ignored, and not waited for.
 /// @param array     Out, owned by the caller: entries first .. first + count - 1 are filled in file order.
 /// @param count     How many integers; 0 or less reads none.
 /// @param first     Index of the first entry filled.

@@ -44,8 +44,8 @@ inline bool are_different(std::span<const int> list, int most) {
   return std::ssize(list) <= few ? differ_by_pairs(list) : differ_by_bits(list, most);
 }
 
-/// The first entry equal to a value, or the end. A long list is searched by bisection first, which finds the
-/// entry if the list is sorted.
+/// An entry equal to a value, or the end. A long list is searched by bisection, which may miss the entry if
+/// the list is not sorted.
 inline const int* find_entry(std::span<const int> list, int value) {
   constexpr std::size_t kLong = 32;
   const int* entry = list.data();
@@ -53,8 +53,7 @@ inline const int* find_entry(std::span<const int> list, int value) {
   if (list.size() > kLong) {
     for (std::size_t left = list.size(); left > 1; left -= left / 2)
       if (entry[left / 2 - 1] < value) entry += left / 2;
-    if (*entry == value) return entry;
-    entry = list.data();
+    return *entry == value ? entry : end;
   }
   while (entry != end && *entry != value) ++entry;
   return entry;

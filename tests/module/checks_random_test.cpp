@@ -152,6 +152,58 @@ TEST_F(CheckLists, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
   EXPECT_LT(nsound, kSeeds / 2);
 }
 
+// Both sides keep as many entries as they had, so that it depends on the entries whether they agree.
+void disturb_entries(Record& r, Dice& dice) {
+  const bool on_nets = dice.below(2) == 0;
+  std::vector<int>& list = on_nets ? r.cell_list : r.net_list;
+  const int count = on_nets ? r.h._c : r.h._n;
+  if (r.h._p < 1) return;
+  switch (dice.below(4)) {
+    case 0:
+      dice.entry(list, r.h._p) = 1 + dice.below(count);
+      break;
+    case 1:
+      dice.entry(list, r.h._p) = odd_number(dice, count);
+      break;
+    case 2:
+      list[static_cast<std::size_t>(r.h._p) - 1] = 1 + dice.below(count);
+      break;
+    default:
+      std::swap(dice.entry(list, r.h._p), dice.entry(list, r.h._p));
+  }
+}
+
+TEST_F(CheckLists, AgreesWithItsTwinOnAsManyEntriesOnBothSides) {
+  int nsound = 0;
+  constexpr int kSeeds = 4000;
+  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    Dice dice(seed);
+    const int most = seed % 8 == 0 ? 60 : 6;
+    Record r = random_record(seed, {.ncells = most, .nnets = most, .duplicates = seed % 7 == 0});
+    for (int n = dice.below(3); n > 0; --n) disturb_entries(r, dice);
+    const Outcome expected = twin_of_check_lists(r);
+    ASSERT_EQ(check_lists(r), expected);
+    if (expected.fatal == "(no fatal error)") ++nsound;
+  }
+  EXPECT_GT(nsound, kSeeds / 10);
+  EXPECT_LT(nsound, kSeeds * 9 / 10);
+}
+
+// Look-ups are queued by 64: the wrong entry is the last one of a full queue, or among the rest.
+TEST_F(CheckLists, NoticesTheLastEntryWhereverItIsInTheQueue) {
+  for (const int npins : {1, 2, 63, 64, 65, 127, 128, 129}) {
+    Shape shape = {.ncells = npins + 1};
+    for (int i = 1; i <= npins; ++i) shape.pins.push_back({i});
+    Record r(shape);
+    EXPECT_EQ(check_lists(r).fatal, "(no fatal error)") << npins;
+    r.cell_list[static_cast<std::size_t>(npins) - 1] = npins + 1;
+    EXPECT_EQ(
+        check_lists(r).fatal,
+        text(" CheckListsofHypergraph: net %d occurs 0 times in the net list of cell %d", npins, npins + 1));
+  }
+}
+
 // Nets with one in two cells, or one in `one_in`, in random order.
 Shape long_lists(unsigned seed, int ncells, int nnets, int one_in = 2) {
   Dice dice(seed);
@@ -245,7 +297,8 @@ TEST_F(CheckListsOfContinues, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
     for (int n = r.h._p < 1 ? 0 : dice.below(3); n > 0; --n) {
       const bool on_nets = dice.below(2) == 0;
       std::vector<int>& list = on_nets ? r.cell_list : r.net_list;
-      dice.entry(list, r.h._p) = 1 + dice.below(on_nets ? r.h._c : r.h._n);
+      const int count = on_nets ? r.h._c : r.h._n;
+      dice.entry(list, r.h._p) = dice.below(4) == 0 ? odd_number(dice, count) : 1 + dice.below(count);
     }
     const int nnets = dice.below(r.h._n + 1);
     const std::string expected =

@@ -426,6 +426,23 @@ TEST_F(CheckListsOfContinues, TheCellsAreLookedAtBeforeTheNets) {
             " CheckListsofContinuesHypergraph: cell 3 occurs 0 times in the cell list of net 1");
 }
 
+TEST_F(CheckListsOfContinues, AnEntryThatNamesNoItemIsNamedBackNoTimes) {
+  for (const int wild : {0, -1, 3, 2000000000, -2000000000}) {
+    Record r(row_of_cells());
+    r.net_list[0] = wild;
+    EXPECT_EQ(check_continues(r, 2),
+              " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net " +
+                  std::to_string(wild));
+  }
+  for (const int wild : {0, -1, 4, 2000000000, -2000000000}) {
+    Record r(mismatched(row_of_cells(), {{}, {}, {}}));
+    r.cell_list[0] = wild;
+    EXPECT_EQ(check_continues(r, 2),
+              " CheckListsofContinuesHypergraph: net 1 occurs 0 times in the net list of cell " +
+                  std::to_string(wild));
+  }
+}
+
 TEST_F(CheckListsOfContinues, OnlyNetsUpToTheGivenNumberAreLookedAt) {
   const Record r = mismatched(row_of_cells(), {{1}, {1, 2}, {}});  // net 2 names cell 3
 
@@ -578,6 +595,16 @@ TEST_F(CheckSymmetry, AMissingNumberIsFatalAfterBothListsArePrinted) {
   EXPECT_EQ(recorder::printed(),
             "\n Pins[   1] = {   2(P= 3, W= 17) }\n"
             "\n Nets[   1] = {   3(W= 42), }\n");
+}
+
+TEST_F(CheckSymmetry, TheDumpShowsEntriesThatNameNoItemWithoutPartAndWeight) {
+  Record r(neighbours());
+  r.net_list[0] = 2000000000;
+  r.cell_list[0] = -2000000000;
+  EXPECT_EQ(symmetry_text(r), "\n NOT Symmetric cell 2000000000 not occured in cell-list of net 1");
+  EXPECT_EQ(recorder::printed(),
+            "\n Pins[   1] = {-2000000000(P=-1, W=  0) }\n"
+            "\n Nets[   1] = {2000000000(W=  0), }\n");
 }
 
 TEST_F(CheckSymmetry, TheDumpOfAMissingNumberFollowsTheHeaderWhenVerbose) {

@@ -340,6 +340,17 @@ TEST_F(PermuteByPart, PutsTheCellsOfPart0First) {
   EXPECT_EQ(d.h._maxwcd, 0);
 }
 
+TEST_F(PermuteByPart, PutsCellsOfNoPartLastInTheirOldOrder) {
+  const Record r({.ncells = 5,
+                  .pins = {{}, {}, {}, {}, {}},
+                  .cell_weights = {10, 20, 30, 40, 50},
+                  .parts = {2, 1, -1, 2000000000, 0}});
+  Destination d(r.h);
+  SymmetricPermute(&r.h, 2, &d.h);
+
+  EXPECT_THAT(of_cells(d.h, &Cell::w), ElementsAre(50, 20, 10, 30, 40));
+}
+
 TEST_F(PermuteByPart, AllocatesItsScratchAndFreesItNewestFirst) {
   const Record r({.ncells = 3, .pins = {{}, {}, {}}, .parts = {1, 0, 1}});
   Destination d(r.h);

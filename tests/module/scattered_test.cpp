@@ -19,6 +19,7 @@ struct Shape {
   int most_pins;
   bool weights;
   unsigned seed;
+  bool hub = false;  ///< Whether cell 1 is on every net that has pins.
 };
 
 // Otherwise gtest prints the bytes, including padding.
@@ -47,6 +48,10 @@ struct Scattered {
       starts[at] = static_cast<int>(cell_list.size());
       sizes[at] = below(shape.most_pins + 1);
       for (int k = 0; k < sizes[at]; ++k) {
+        if (k == 0 && shape.hub) {
+          cell_list.push_back(1);
+          continue;
+        }
         const bool again = k > 0 && below(50) == 0;
         cell_list.push_back(again ? cell_list.back() : 1 + below(shape.ncells));
       }
@@ -90,7 +95,7 @@ class ScatteredCells : public testing::TestWithParam<Shape> {};
 TEST_P(ScatteredCells, GetTheListsThatTheTwinGives) {
   Scattered r(GetParam());
   Scattered expected(GetParam());
-  std::vector<int> work(r.cells.size(), -7);
+  std::vector<int> work(3 * r.cells.size(), -7);  // those beyond its cells must stay
   std::vector<int> expected_work = work;
   construct_net_list(&r.h, work.data());
   oracle::construct_net_list(&expected.h, expected_work.data());
@@ -161,7 +166,9 @@ INSTANTIATE_TEST_SUITE_P(Shapes, ScatteredCells,
                          testing::Values(Shape{200000, 30000, 9, false, 1}, Shape{200000, 30000, 9, true, 2},
                                          Shape{131072, 140000, 3, true, 3}, Shape{300001, 200, 700, false, 4},
                                          Shape{140000, 1, 5, true, 5}, Shape{1000, 3000, 6, true, 6},
-                                         Shape{20000, 600000, 2, true, 7}));
+                                         Shape{20000, 600000, 2, true, 7},
+                                         // The bucket of the hub does not fit in the work array.
+                                         Shape{200000, 260000, 9, false, 8, true}));
 
 }  // namespace
 }  // namespace quillon

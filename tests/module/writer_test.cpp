@@ -78,6 +78,14 @@ TEST_F(WriteHypergraphToStream, WithoutWeightsWritesTheHeaderAndALineANet) {
   EXPECT_EQ(written(r.h, 0, 0), kOpening + "0 4 3 5 0\n2 0 \n\n1 0 2 " + kSmallInfo);
 }
 
+TEST_F(WriteHypergraphToStream, LetsTheNumberOfABrokenPinWrap) {
+  Record r({.ncells = 1, .pins = {{1}}});
+  r.cell_list[0] = std::numeric_limits<int>::min();
+
+  EXPECT_THAT(written(r.h, 0, 0), HasSubstr("0 1 1 1 0\n2147483647 \n%"));
+  EXPECT_THAT(written(r.h, 1, 0), HasSubstr("1 1 1 1 0\n-2147483648 \n%"));
+}
+
 TEST_F(WriteHypergraphToStream, WritesCellWeightsAfterTheNets) {
   const Record r = small_record();
   const std::string weights = "\n% ------ Cell weights -------\n5 6 7 8 ";

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -195,6 +197,31 @@ TEST(Ufclose, FailsWhenReadingFailed) {
 
   EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
             std::string("ufclose: '") + file.name() + "' is not whole, reading or writing it failed");
+}
+
+TEST(Ufclose, SaysWhyReadingFailed) {
+  const char* const unreadable = "/proc/self/mem";  // its first page is nobody's
+  if (access(unreadable, R_OK) != 0) GTEST_SKIP() << "the system has no file that cannot be read";
+  std::FILE* const stream = ufopen(unreadable, "r", "test: input");
+  EXPECT_EQ(std::fgetc(stream), EOF);
+  ASSERT_NE(std::ferror(stream), 0);
+
+  EXPECT_EQ(fatal_text([&] { ufclose(stream); }),
+            "ufclose: '/proc/self/mem' is not whole, reading or writing it failed: Input/output error");
+}
+
+TEST(ReadArray, DoesNotWaitForMoreThanItNeeds) {
+  const std::string name = unused_name();
+  ASSERT_EQ(mkfifo(name.c_str(), 0600), 0);
+  const int pipe = open(name.c_str(), O_RDWR);  // stays open, so that the input does not end
+  ASSERT_GE(pipe, 0);
+  ASSERT_EQ(write(pipe, "1 22\n333\n", 9), 9);
+  std::vector<std::int32_t> array(4, kMarker);
+  read_array(name.c_str(), array.data(), 3, 1);
+  close(pipe);
+  std::remove(name.c_str());
+
+  EXPECT_THAT(array, ElementsAre(kMarker, 1, 22, 333));
 }
 
 TEST(Ufclose, ClosesAStreamThatWasOpenedOtherwise) {
