@@ -35,7 +35,9 @@ TEST(PrintStatsJson, PrintsAllFiguresOnALine) {
   const Record r({4, {{1, 2}}, {7}, {1, 1, 1, 5}});
 
   EXPECT_EQ(
-      printed([&] { print_stats_json("h", {3, 20, 30}, measures::figures_of(r.h)); }),
+      printed([&] {
+        print_stats_json("h", {3, 20, 30}, measures::figures_of(r.h));
+      }),
       R"({"schema_version":1,"command":"stats","file":"h","status":"ok","cells":4,"nets":1,"pins":2,)"
       R"("folded":{"nets":3,"one_pin_weight":20,"pinless_weight":30},)"
       R"("cell_degree":{"average":0.5,"standard_deviation":0.5,"coefficient_of_variation":1.0,"minimum":0,)"

@@ -197,5 +197,23 @@ TEST(CutPicture, LeavesOutWhatIsNotCut) {
               AllOf(HasSubstr("<image"), HasSubstr("class=\"swatch\""), HasSubstr(">3</text>")));
 }
 
+TEST(PartsChart, HasNoGapsBetweenNarrowBars) {
+  const std::string narrow = parts_chart(std::vector<std::int64_t>(330, 7), {"id", "title", "description"});
+  // The first bars begin at 56 and 56 + 332 / 330; each is a little wider than their distance.
+  EXPECT_THAT(narrow, HasSubstr("x=\"55.50\""));
+  EXPECT_THAT(narrow, HasSubstr("width=\"2.01\""));
+}
+
+TEST(DistributionChart, HasOneUnitOnAnAxis) {
+  const std::string large = distribution_chart({{1, 1, 300000}, {50000, 200000, 5}}, "weight", "nets",
+                                               {"id", "title", "description"});
+  EXPECT_THAT(large, HasSubstr(">100 k</text>"));
+  EXPECT_THAT(large, HasSubstr(">10 k</text>"));
+  EXPECT_THAT(large, Not(HasSubstr(">10,000</text>")));
+  const std::string small =
+      distribution_chart({{1, 1, 300}, {5000, 20000, 5}}, "weight", "nets", {"id", "title", "description"});
+  EXPECT_THAT(small, HasSubstr(">10,000</text>"));
+}
+
 }  // namespace
 }  // namespace quillon::tool

@@ -58,6 +58,12 @@ TEST(Percentage, HasTwoOrThreeDigits) {
   EXPECT_EQ(percentage(1 / 0.0), "\u2013");
 }
 
+TEST(Percentage, IsNotRoundedTo100) {
+  EXPECT_EQ(percentage(299979.0 / 300000), "99.99 %");
+  EXPECT_EQ(percentage(0.9999999), "99.99999 %");
+  EXPECT_EQ(percentage(0.9994), "99.9 %");
+}
+
 TEST(Escaped, LeavesNoMarkup) {
   EXPECT_EQ(escaped("<b a=\"'\">&"), "&lt;b a=&quot;&#39;&quot;&gt;&amp;");
   EXPECT_EQ(escaped("Kn\u00f6del \u20ac \U0001F600"), "Kn\u00f6del \u20ac \U0001F600");

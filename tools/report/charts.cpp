@@ -90,7 +90,9 @@ std::string weight_bar(const std::vector<std::int64_t>& weights, int first, int 
   const std::int64_t weight = *std::max_element(weights.begin() + first, weights.begin() + last + 1);
   const double top = std::min(y.begin, y.at(static_cast<double>(weight)));
   const double width = x.at(last + 1) - x.at(first);
-  const double gap = std::min(2.0, width / 5);
+  // Gaps between narrow bars would look like grid lines: these bars overlap by a pixel instead.
+  constexpr double kNarrow = 3;
+  const double gap = width < kNarrow ? -1 : std::min(2.0, width / 5);
   const std::string parts = first == last ? "part " + grouped(first)
                                           : "parts " + grouped(first) + " to " + grouped(last) + ", at most";
   return svg::bar({x.at(first) + gap / 2, top, width - gap, y.begin - top},

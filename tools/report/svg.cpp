@@ -11,12 +11,14 @@
 namespace quillon::tool::svg {
 namespace {
 
-// Ticks are at round numbers.
-std::string tick_label(double value) {
+// Ticks are at round numbers, and all of an axis have units if its largest has.
+std::string tick_label(double value, double largest) {
+  constexpr double kLargestInFull = 99999;
+  if (largest <= kLargestInFull) return grouped(std::llround(value));
   if (value >= 1e9) return fmt::format("{:g} G", value * 1e-9);
   if (value >= 1e6) return fmt::format("{:g} M", value * 1e-6);
-  if (value >= 1e5) return fmt::format("{:g} k", value * 1e-3);
-  return grouped(std::llround(value));
+  if (value >= 1e3) return fmt::format("{:g} k", value * 1e-3);
+  return fmt::format("{:g}", value);
 }
 
 std::string x_tick(const Scale& x, double at, double bottom, const std::string& text) {
@@ -42,8 +44,10 @@ std::string numbers(int first, int count,
   constexpr int kLongNumbers = 1000;
   const std::int64_t step = linear_step(count, count < kLongNumbers ? 8 : 6);
   std::string svg;
-  for (std::int64_t number = first == 0 ? 0 : step; number < std::int64_t{first} + count; number += step)
-    svg += tick(static_cast<double>(number - first) + 0.5, tick_label(static_cast<double>(number)));
+  const std::int64_t end = std::int64_t{first} + count;
+  const auto largest = static_cast<double>((end - 1) / step * step);
+  for (std::int64_t number = first == 0 ? 0 : step; number < end; number += step)
+    svg += tick(static_cast<double>(number - first) + 0.5, tick_label(static_cast<double>(number), largest));
   return svg;
 }
 
@@ -116,6 +120,7 @@ std::string axis_names(double bottom, const std::string& x_name, const std::stri
 std::string logarithmic_x_axis(const Scale& x, double bottom) {
   constexpr double kRoomForMore = 2.3;
   const bool has_room = x.last - x.first < kRoomForMore;
+  const double largest = std::pow(10, std::floor(x.last));
   std::string svg = line("axis", x.begin, bottom, x.end, bottom);
   for (int power = 0; power <= x.last; ++power) {
     for (int digit = 1; digit <= 9; ++digit) {
@@ -123,7 +128,7 @@ std::string logarithmic_x_axis(const Scale& x, double bottom) {
       const double at = std::log10(value);
       if (at > x.last) break;
       const bool is_labelled = digit == 1 || (has_room && (digit == 2 || digit == 5));
-      svg += is_labelled ? x_tick(x, at, bottom, tick_label(value))
+      svg += is_labelled ? x_tick(x, at, bottom, tick_label(value, largest))
                          : line("axis", x.at(at), bottom, x.at(at), bottom + 3);
     }
   }
@@ -131,16 +136,19 @@ std::string logarithmic_x_axis(const Scale& x, double bottom) {
 }
 
 std::string logarithmic_y_axis(const Scale& y) {
+  const double largest = std::pow(10, std::floor(y.last));
   std::string svg;
-  for (int power = 0; power <= y.last; ++power) svg += y_tick(y, power, tick_label(std::pow(10, power)));
+  for (int power = 0; power <= y.last; ++power)
+    svg += y_tick(y, power, tick_label(std::pow(10, power), largest));
   return svg;
 }
 
 std::string linear_y_axis(const Scale& y) {
   const std::int64_t step = linear_step(y.last, 5);
+  const auto largest = static_cast<double>(static_cast<std::int64_t>(y.last) / step * step);
   std::string svg;
   for (std::int64_t tick = 0; static_cast<double>(tick) <= y.last; tick += step)
-    svg += y_tick(y, static_cast<double>(tick), tick_label(static_cast<double>(tick)));
+    svg += y_tick(y, static_cast<double>(tick), tick_label(static_cast<double>(tick), largest));
   return svg;
 }
 

@@ -47,6 +47,17 @@ std::size_t character_length(std::string_view text) {
   return is_overlong || is_surrogate || is_beyond || is_no_character ? 0 : length;
 }
 
+// As many places as it takes not to be rounded to 100.
+std::string nearly_all(double percent) {
+  constexpr int kMostPlaces = 12;
+  std::string text;
+  for (int places = 2; places <= kMostPlaces; ++places) {
+    text = fmt::format("{:.{}f}", percent, places);
+    if (!text.starts_with("100")) break;
+  }
+  return text + " %";
+}
+
 }  // namespace
 
 std::string grouped(std::int64_t value) {
@@ -90,6 +101,7 @@ std::string percentage(double share) {
   if (!std::isfinite(share)) return kNone;
   const double percent = 100 * share;
   if (percent == std::floor(percent)) return fmt::format("{:.0f} %", percent);
+  if (percent >= 99.95 && percent < 100) return nearly_all(percent);
   if (percent >= 9.995) return fmt::format("{:.1f} %", percent);
   if (percent >= 1) return fmt::format("{:.2f} %", percent);
   if (percent >= 0.0001) return fmt::format("{:#.2g} %", percent);
