@@ -13,11 +13,10 @@
 /// last pointer, inclusive; the last pointer of an empty list is one entry before its start. A start of null
 /// means that there is no list:
 ///
-/// | without a list | entries | counts as |
-/// |---|---|---|
-/// | net | none, and construct_net_list skips it | size 0 |
-/// | cell, both pointers null | none | degree 1 in writers, statistics and summaries, where the difference of
-/// the pointers counts; degree 0 in checks |
+/// | without a list | entries | size or degree | in checks |
+/// |---|---|---|---|
+/// | net | none | 0 | 0 |
+/// | cell (both pointers null) | none | 1: the difference of its pointers | 0 |
 ///
 /// Failures are fatal: a bad input, a broken invariant or an exhausted resource ends the program through
 /// `errexit`. No function returns an error code, and none keeps a pointer to a record or an array between
