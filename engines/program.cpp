@@ -13,6 +13,7 @@
 #include <limits>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <string_view>
 
 namespace quillon::engines {
@@ -27,6 +28,12 @@ Number number_in(std::string_view option, std::string_view text, Number least) {
     throw BadUsage(std::string(option) + ": '" + std::string(text) + "' is not a number from " +
                    std::to_string(least));
   return number;
+}
+
+measures::Decimal decimal_in(std::string_view option, std::string_view text) {
+  const std::optional<measures::Decimal> number = measures::decimal_of(text);
+  if (!number) throw BadUsage(std::string(option) + ": '" + std::string(text) + "' is not a number from 0");
+  return *number;
 }
 
 FileFormat format_named(std::string_view name) {
@@ -49,7 +56,7 @@ void set_option(EngineOptions& options, std::string_view name, std::string_view 
   else if (name == "--largest-clique")
     options.expand.largest_clique = number_in<std::int64_t>(name, value, 2);
   else if (name == "--epsilon")
-    options.epsilon = number_in<double>(name, value, 0);
+    options.epsilon = decimal_in(name, value);
   else if (name == "--seed")
     options.seed = number_in<int>(name, value, 0);
   else if (name == "--threads")
@@ -78,7 +85,7 @@ EngineOptions parse_options(int argc, char** argv) {
   }
   if (operands.size() != 2) throw BadUsage(std::string("usage: ") + argv[0] + " [OPTIONS] FILE K");
   options.file = operands[0];
-  options.nparts = number_in<std::int64_t>("K", operands[1], 1);
+  options.nparts = number_in<int>("K", operands[1], 1);
   return options;
 }
 
@@ -139,7 +146,7 @@ void finish_output(std::FILE* out) {
 
 template <typename Number>
 std::vector<std::int64_t> part_weights(const Graph<Number>& graph, const std::vector<Number>& parts,
-                                       std::int64_t nparts, const Ranks& ranks) {
+                                       int nparts, const Ranks& ranks) {
   std::vector<std::int64_t> weights(static_cast<std::size_t>(nparts));
   for (std::size_t i = 0; i < static_cast<std::size_t>(graph.cells.size()); ++i)
     weights[static_cast<std::size_t>(parts[i])] += graph.weights[i];
@@ -148,14 +155,9 @@ std::vector<std::int64_t> part_weights(const Graph<Number>& graph, const std::ve
 }
 
 template std::vector<std::int64_t> part_weights(const Graph<std::int32_t>&, const std::vector<std::int32_t>&,
-                                                std::int64_t, const Ranks&);
+                                                int, const Ranks&);
 template std::vector<std::int64_t> part_weights(const Graph<std::int64_t>&, const std::vector<std::int64_t>&,
-                                                std::int64_t, const Ranks&);
-
-std::int64_t heaviest_allowed(std::int64_t total, std::int64_t nparts, double epsilon) {
-  const std::int64_t average = (total + nparts - 1) / nparts;
-  return static_cast<std::int64_t>(std::floor((1 + epsilon) * static_cast<double>(average)));
-}
+                                                int, const Ranks&);
 
 template <typename Number>
 std::vector<Number> partition_within(const Graph<Number>& graph, const EngineOptions& options,
@@ -168,9 +170,11 @@ std::vector<Number> partition_within(const Graph<Number>& graph, const EngineOpt
     return best;
   }
   constexpr int kMostTries = 4;
-  const std::int64_t limit = heaviest_allowed(graph.total_weight, options.nparts, options.epsilon);
+  const std::int64_t limit = measures::bounds_of({measures::BalanceRule::kEpsilon, options.epsilon},
+                                                 graph.total_weight, options.nparts, {})
+                                 .most.front();
   std::int64_t lightest = std::numeric_limits<std::int64_t>::max();
-  double imbalance = options.epsilon;
+  double imbalance = static_cast<double>(options.epsilon.digits) * std::pow(10.0, -options.epsilon.places);
   for (int attempt = 0; attempt < kMostTries && lightest > limit; ++attempt, imbalance /= 2) {
     std::vector<Number> parts = partition(imbalance);
     const std::vector<std::int64_t> weights = part_weights(graph, parts, options.nparts, ranks);

@@ -16,6 +16,7 @@
 
 #include "engines/graph.h"
 #include "engines/ranks.h"
+#include "measures/balance.h"
 
 namespace quillon::engines {
 
@@ -26,10 +27,10 @@ inline constexpr int kTooLarge = 3;  ///< Beyond the numbers of this program; th
 
 struct EngineOptions {
   std::string file;                            ///< FILE, a regular file, not compressed.
-  std::int64_t nparts = 0;                     ///< K, from 1.
+  int nparts = 0;                              ///< K, from 1.
   FileFormat format = FileFormat::kQuillon;    ///< --format quillon|hmetis
   ExpandOptions expand{Expansion::kStar, 32};  ///< --expand star|clique, --largest-clique SIZE
-  double epsilon = 0.03;                       ///< --epsilon E
+  measures::Decimal epsilon{3, 2};             ///< --epsilon E
   int seed = 0;                                ///< --seed S
   int threads = 1;                             ///< --threads N, of each rank
   std::string fixed;                           ///< --fixed FILE; empty: none
@@ -69,10 +70,7 @@ void finish_output(std::FILE* out);
 /// @param parts  Of the cells of this rank, or of all its vertices.
 template <typename Number>
 std::vector<std::int64_t> part_weights(const Graph<Number>& graph, const std::vector<Number>& parts,
-                                       std::int64_t nparts, const Ranks& ranks);
-
-/// Most that a part may weigh: floor((1 + epsilon) * ceil(total / nparts)).
-std::int64_t heaviest_allowed(std::int64_t total, std::int64_t nparts, double epsilon);
+                                       int nparts, const Ranks& ranks);
 
 /// Partitions until a partition keeps the limit of the options: engines exceed the imbalance that they are
 /// asked for now and then. Asks for half the imbalance each time, four times at most, and returns the

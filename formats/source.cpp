@@ -172,6 +172,11 @@ const std::string& Source::name() const { return state_->name; }
 
 bool Source::is_regular() const { return state_->is_regular; }
 
+bool Source::is_compressed() {
+  state_->begin();
+  return state_->decompressor != nullptr;
+}
+
 std::size_t Source::read(char* bytes, std::size_t size) {
   state_->begin();
   std::size_t filled = state_->consume_ahead(bytes, size);

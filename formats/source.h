@@ -82,6 +82,12 @@ class Source {
   /// @return  False for pipes, devices and the like. Standard input can be a regular file too.
   [[nodiscard]] bool is_regular() const;
 
+  /// Reads the first bytes of the input, without consuming them.
+  ///
+  /// @return  Whether they are those of gzip or zstd.
+  /// @throws BadFile as `read` does.
+  [[nodiscard]] bool is_compressed();
+
   /// Fills `bytes` as far as the input goes.
   ///
   /// @param bytes  Out, room for `size` bytes.

@@ -375,5 +375,17 @@ TEST(Source, LeavesNoDescriptorOpen) {
   EXPECT_EQ(open_descriptors(), before);
 }
 
+TEST(Source, TellsCompressedFilesByTheirFirstBytes) {
+  const TempFolder folder;
+  EXPECT_TRUE(Source(folder.write("named.txt", gzipped("1 2\n"))).is_compressed());
+  EXPECT_TRUE(Source(folder.write("named", skippable("x"))).is_compressed());
+  EXPECT_FALSE(Source(folder.write("named.gz", "1 2\n")).is_compressed());
+  EXPECT_FALSE(Source(folder.write("empty", "")).is_compressed());
+
+  Source plain(folder.write("plain", "1 2\n"));
+  EXPECT_FALSE(plain.is_compressed());
+  EXPECT_EQ(plain.peek(4), "1 2\n");  // nothing is consumed
+}
+
 }  // namespace
 }  // namespace quillon::formats

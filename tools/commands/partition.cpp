@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -80,15 +78,6 @@ void check_usage(const PartitionOptions& options) {
     throw UsageError("PT-Scotch has fixed cells only on one rank; --fixed excludes --ranks");
 }
 
-// By its first bytes, whatever its name.
-bool is_compressed(const std::string& filename) {
-  std::ifstream file(filename, std::ios::binary);
-  char bytes[4] = {};
-  file.read(bytes, sizeof bytes);
-  const std::string_view begin(bytes, sizeof bytes);
-  return begin.starts_with("\x1f\x8b") || begin == "\x28\xb5\x2f\xfd";
-}
-
 // What an engine prints: checked, and written on to a file.
 class PartWriter {
  public:
@@ -156,9 +145,9 @@ class PartWriter {
 
 // The format in which engines can read a file themselves. None for others: they are loaded first.
 std::optional<engines::FileFormat> plain_format(const PartitionOptions& options) {
-  std::error_code ignored;
-  if (!std::filesystem::is_regular_file(options.hypergraph, ignored) || is_compressed(options.hypergraph))
-    return std::nullopt;
+  if (options.hypergraph == "-") return std::nullopt;
+  formats::Source source(options.hypergraph);
+  if (!source.is_regular() || source.is_compressed()) return std::nullopt;
   const formats::Format* const format =
       options.input.from != nullptr ? options.input.from : formats::format_of_file(options.hypergraph);
   if (format == nullptr) return std::nullopt;
