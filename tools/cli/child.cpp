@@ -41,6 +41,7 @@ bool has_children(pid_t process) {
 
 Child::Child(const std::vector<std::string>& command, bool is_launcher) : is_launcher_(is_launcher) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   int output[2];   // read, write
