@@ -44,6 +44,7 @@ void run(int argc, char** argv) {
   std::FILE* const out = take_standard_output();
   const OneRank alone;
   Graph<idx_t> graph = load_graph<idx_t>(options.file, options.format, options.expand, alone);
+  print_graph(kName, graph, options, alone);
   std::vector<idx_t> starts(graph.starts.begin(), graph.starts.end());
   graph.starts = {};
   print_parts(out, partition_within<idx_t>(graph, options, alone, [&](double imbalance) {

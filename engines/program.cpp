@@ -67,6 +67,13 @@ void set_option(EngineOptions& options, std::string_view name, std::string_view 
     throw BadUsage("there is no option " + std::string(name));
 }
 
+// Of this process, in bytes.
+std::int64_t peak_memory() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return std::int64_t{1024} * usage.ru_maxrss;
+}
+
 }  // namespace
 
 EngineOptions parse_options(int argc, char** argv) {
@@ -179,6 +186,10 @@ std::vector<Number> partition_within(const Graph<Number>& graph, const EngineOpt
     std::vector<Number> parts = partition(imbalance);
     const std::vector<std::int64_t> weights = part_weights(graph, parts, options.nparts, ranks);
     const std::int64_t heaviest = *std::max_element(weights.begin(), weights.end());
+    if (heaviest > limit && !options.quiet && ranks.rank() == 0)
+      std::fprintf(stderr,
+                   "asked for an imbalance of %g, got a part of weight %lld above the limit of %lld\n",
+                   imbalance, static_cast<long long>(heaviest), static_cast<long long>(limit));
     if (heaviest >= lightest) continue;
     lightest = heaviest;
     parts.resize(best.size());
@@ -194,11 +205,19 @@ template std::vector<std::int64_t> partition_within(const Graph<std::int64_t>&, 
                                                     const Ranks&,
                                                     const std::function<std::vector<std::int64_t>(double)>&);
 
-std::int64_t peak_memory() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return std::int64_t{1024} * usage.ru_maxrss;
+template <typename Number>
+void print_graph(const char* name, const Graph<Number>& graph, const EngineOptions& options,
+                 const Ranks& ranks) {
+  std::vector<std::int64_t> counts{graph.nvertices(), static_cast<std::int64_t>(graph.ends.size())};
+  ranks.add_up(counts);
+  if (options.quiet || ranks.rank() != 0) return;
+  std::fprintf(stderr, "%s: %lld cells; a graph of %lld vertices and %lld edges\n", name,
+               static_cast<long long>(graph.ncells_in_all), static_cast<long long>(counts[0]),
+               static_cast<long long>(counts[1] / 2));  // each edge is stored at both ends
 }
+
+template void print_graph(const char*, const Graph<std::int32_t>&, const EngineOptions&, const Ranks&);
+template void print_graph(const char*, const Graph<std::int64_t>&, const EngineOptions&, const Ranks&);
 
 void print_summary(const char* name, const EngineOptions& options, const Ranks& ranks) {
   const std::vector<std::int64_t> peaks = ranks.gather(peak_memory());

@@ -84,8 +84,10 @@ std::vector<Number> partition_within(const Graph<Number>& graph, const EngineOpt
                                      const Ranks& ranks,
                                      const std::function<std::vector<Number>(double imbalance)>& partition);
 
-/// Peak memory of this process in bytes.
-std::int64_t peak_memory();
+/// On rank 0, prints "NAME: C cells; a graph of V vertices and E edges" on standard error.
+template <typename Number>
+void print_graph(const char* name, const Graph<Number>& graph, const EngineOptions& options,
+                 const Ranks& ranks);
 
 /// On rank 0, prints "NAME: R ranks, at most M MB of memory a rank" on standard error.
 void print_summary(const char* name, const EngineOptions& options, const Ranks& ranks);

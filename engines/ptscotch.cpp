@@ -144,6 +144,7 @@ void run(int argc, char** argv) {
     fail_together<BadUsage>(ranks, "PT-Scotch has fixed cells only on one rank");
   std::FILE* const out = take_standard_output();
   Graph<Number> graph = load_graph<Number>(options.file, options.format, options.expand, ranks);
+  print_graph(kName, graph, options, ranks);
   std::vector<Number> starts(graph.starts.begin(), graph.starts.end());
   graph.starts = {};
   std::vector<Number> parts = partition_within<Number>(graph, options, ranks, [&](double imbalance) {

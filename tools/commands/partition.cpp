@@ -47,8 +47,9 @@ Examples:
   quillon partition large.qhg -k 64 -o large.part.64 --ranks 128 --hostfile hosts --no-eval
 
 The partition is made by a program that is installed separately: quillon-ptscotch, which runs on --ranks processes
-under mpirun, or quillon-metis. Plain files of quillon and hMETIS are read by the engine itself, each rank its own
-slice; other input is loaded first. The same seed, ranks and threads give the same partition.
+under mpirun, or quillon-metis. It is looked for in the folders of QUILLON_ENGINES and where it is installed. Plain
+files of quillon and hMETIS are read by the engine itself, each rank its own slice; other input is loaded first. The
+same seed, ranks and threads give the same partition.
 
 The engine partitions a graph. A net of two pins is an edge; a larger one is a vertex without weight and an edge to
 each of its cells (star), or an edge of weight w / (size - 1) between each two of its cells (clique).
