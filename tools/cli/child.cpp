@@ -31,15 +31,18 @@ void become(char* const* arguments, int output, pid_t parent) {
   execv(arguments[0], arguments);
 }
 
-bool has_children(pid_t process) {
+// The processes that another one has started.
+std::vector<pid_t> children_of(pid_t process) {
   const std::string number = std::to_string(process);
-  std::ifstream children("/proc/" + number + "/task/" + number + "/children");
-  return !children || children.peek() != std::ifstream::traits_type::eof();
+  std::ifstream file("/proc/" + number + "/task/" + number + "/children");
+  std::vector<pid_t> children;
+  for (pid_t child = 0; file >> child;) children.push_back(child);
+  return children;
 }
 
 }  // namespace
 
-Child::Child(const std::vector<std::string>& command, bool is_launcher) : is_launcher_(is_launcher) {
+Child::Child(const std::vector<std::string>& command, std::size_t nlaunched) : nlaunched_(nlaunched) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
@@ -85,16 +88,19 @@ Child::~Child() {
 // Called every second without output.
 void Child::watch_launcher() {
   constexpr int kLongest = 10;
-  const bool has_some = has_children(process_);
-  has_launched_ = has_launched_ || has_some;
-  nseconds_alone_ = has_launched_ && !has_some ? nseconds_alone_ + 1 : 0;
-  if (nseconds_alone_ == kLongest) kill(process_, SIGKILL);
+  const std::vector<pid_t> children = children_of(process_);
+  const bool has_all = children.size() >= nlaunched_;
+  has_launched_ = has_launched_ || has_all;
+  nseconds_short_ = has_launched_ && !has_all ? nseconds_short_ + 1 : 0;
+  if (nseconds_short_ != kLongest) return;
+  for (const pid_t child : children) kill(child, SIGKILL);
+  kill(process_, SIGKILL);
 }
 
 std::size_t Child::read(char* bytes, std::size_t size) {
   constexpr int kSecond = 1000;
   pollfd output{output_, POLLIN, 0};
-  while (is_launcher_ && poll(&output, 1, kSecond) == 0) watch_launcher();
+  while (nlaunched_ > 0 && poll(&output, 1, kSecond) == 0) watch_launcher();
   ssize_t nread = 0;
   do nread = ::read(output_, bytes, size);
   while (nread < 0 && errno == EINTR);

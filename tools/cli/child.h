@@ -13,10 +13,12 @@ namespace quillon::tool {
 /// that of this program. It gets SIGTERM when this program ends, even by a signal.
 class Child {
  public:
-  /// @param command      Path of the program, and its arguments.
-  /// @param is_launcher  It starts other programs and does nothing itself. It is killed when it stays for ten
-  ///                     seconds after these have ended: some versions of mpirun hang when a rank has died.
-  Child(const std::vector<std::string>& command, bool is_launcher);
+  /// @param command    Path of the program, and its arguments.
+  /// @param nlaunched  Number of programs that it starts and waits for, 0 if it works itself. When fewer of
+  /// them
+  ///                   have been there for ten seconds, all are killed: some versions of mpirun hang when a
+  ///                   rank has died.
+  Child(const std::vector<std::string>& command, std::size_t nlaunched);
   /// Ends the program if it still runs.
   ~Child();
   Child(const Child&) = delete;
@@ -38,9 +40,9 @@ class Child {
 
   pid_t process_ = -1;
   int output_ = -1;
-  bool is_launcher_;
+  std::size_t nlaunched_;
   bool has_launched_ = false;
-  int nseconds_alone_ = 0;  // after what it had launched
+  int nseconds_short_ = 0;  // since one of them was missing
 };
 
 /// What an exit status of `Child::wait` says, such as "exited with status 3" or "was killed (Segmentation

@@ -81,7 +81,10 @@ std::vector<std::string> command_of(const EngineRequest& request, const std::str
 
 int run_program(const EngineRequest& request, const std::string& program,
                 const std::function<void(std::string_view)>& read_output) {
-  Child child(command_of(request, program), request.engine == Engine::kPtscotch);
+  // On other machines the ranks are not those of this mpirun, but of programs that it starts there.
+  const int nlaunched = request.hostfile.empty() ? request.ranks : 1;
+  Child child(command_of(request, program),
+              request.engine == Engine::kPtscotch ? static_cast<std::size_t>(nlaunched) : 0);
   std::vector<char> block(std::size_t{1} << 16);
   read_output({});
   while (const std::size_t size = child.read(block.data(), block.size())) read_output({block.data(), size});
