@@ -235,6 +235,14 @@ Fit fit_hif(const Sample& sample) {
   return without_leading_space(sample.text).starts_with('{') ? Fit::kCertain : Fit::kNone;
 }
 
+Fit fit_cnf(const Sample& sample) {
+  Lines lines(sample);
+  std::optional<std::string_view> line = lines.next();
+  while (line && (line->starts_with('c') || without_leading_space(*line).empty())) line = lines.next();
+  if (!line) return sample.is_whole ? Fit::kNone : Fit::kPossible;
+  return line->starts_with("p cnf ") ? Fit::kCertain : Fit::kNone;
+}
+
 const Format* format_of_text(const Sample& sample) {
   const Format* const certain = first_of_fit(Fit::kCertain, sample);
   return certain != nullptr ? certain : first_of_fit(Fit::kPossible, sample);

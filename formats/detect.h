@@ -17,6 +17,7 @@ Fit fit_kub(const Sample& sample);
 Fit fit_matrix_market(const Sample& sample);
 Fit fit_metis(const Sample& sample);
 Fit fit_hif(const Sample& sample);
+Fit fit_cnf(const Sample& sample);
 
 /// The format of a file, and what chose it.
 struct Choice {

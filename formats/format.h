@@ -14,11 +14,23 @@
 
 namespace quillon::formats {
 
-/// How a matrix becomes a hypergraph.
+/// How a matrix or a formula becomes a hypergraph. Readers and writers treat a model that is none of their
+/// format as `kDefault`.
 enum class Model {
-  kRowNet,     ///< Rows are nets, columns are cells.
-  kColumnNet,  ///< Columns are nets, rows are cells.
-  kFineGrain,  ///< Entries are cells; rows, and after them columns, are nets.
+  kDefault,    ///< The first of `Format::models`.
+  kRowNet,     ///< Of matrices: rows are nets, columns are cells.
+  kColumnNet,  ///< Of matrices: columns are nets, rows are cells.
+  kFineGrain,  ///< Of matrices: entries are cells; rows, and after them columns, are nets.
+  kPrimal,     ///< Of formulas: clauses are nets, variables are cells.
+  kDual,       ///< Of formulas: variables are nets, clauses are cells.
+  kLiteral,    ///< Of formulas: clauses are nets, literals are cells: v is cell 2v - 1, its negation 2v.
+};
+
+/// What the lines of an edge list are.
+enum class Pairs {
+  kNone,     ///< Nets: the names of their cells.
+  kNetCell,  ///< Pins: the name of the net, then that of the cell.
+  kCellNet,  ///< Pins: the name of the cell, then that of the net.
 };
 
 /// Names of cells and nets as JSON texts, by number from 1; empty vectors where the numbers serve as names.
@@ -29,15 +41,16 @@ struct Labels {
 
 /// How to read a file. Formats without an option ignore it.
 struct ReadOptions {
-  Model model = Model::kRowNet;  ///< Of matrices.
-  bool add_diagonal = false;     ///< To square matrices: the missing diagonal entries.
+  Model model = Model::kDefault;  ///< Of matrices and formulas.
+  bool add_diagonal = false;      ///< To square matrices: the missing diagonal entries.
+  Pairs pairs = Pairs::kNone;     ///< Of edge lists.
 };
 
 /// How to write a file. Formats without an option ignore it.
 struct WriteOptions {
   int numbering = 1;                ///< First cell number, where the format has a choice.
   std::optional<int> weights = {};  ///< 0 none, 1 cells, 2 nets, 3 both; by default the record's `_fmt`.
-  Model model = Model::kRowNet;     ///< Of matrices.
+  Model model = Model::kDefault;    ///< Of matrices.
   const Labels* labels = nullptr;   ///< For formats with names; null or empty: the numbers.
 };
 
@@ -68,6 +81,7 @@ enum OptionBit : unsigned {
   kModelOption = 4,      ///< `ReadOptions::model` and `WriteOptions::model`.
   kDiagonalOption = 8,   ///< `ReadOptions::add_diagonal`.
   kLabelsOption = 16,    ///< `WriteOptions::labels`: the format has names of cells and nets.
+  kPairsOption = 32,     ///< `ReadOptions::pairs`.
 };
 
 /// An entry of the table of formats.
@@ -78,6 +92,7 @@ struct Format {
   std::string_view first_cell;             ///< Number of the first cell in files.
   std::string_view weights;                ///< Which weights files have.
   unsigned options = 0;                    ///< The `OptionBit`s that mean something to it.
+  std::vector<Model> models = {};          ///< Of `kModelOption`, the default first.
   bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.
 
   /// Reads a text.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <atomic>
 
+#include "formats/cnf.h"
 #include "formats/detect.h"
+#include "formats/edge_list.h"
 #include "formats/findings.h"
 #include "formats/hif.h"
 #include "formats/hmetis.h"
@@ -57,6 +59,7 @@ std::vector<Format> make_table() {
        .first_cell = "1",
        .weights = "none; the values of entries are ignored",
        .options = kModelOption | kDiagonalOption,
+       .models = {Model::kRowNet, Model::kColumnNet, Model::kFineGrain},
        .keeps_repeated_pins = false,
        .read = read_matrix_market,
        .write = write_matrix_market,
@@ -65,11 +68,12 @@ std::vector<Format> make_table() {
        .fit = fit_matrix_market},
       {.name = "metis",
        .suffixes = {".graph"},
-       .summary = "METIS graphs; each edge becomes a net of two pins",
+       .summary = "METIS graphs; each edge is a net of two pins",
        .first_cell = "1",
        .weights = "format 1 edges, 10 vertices, 11 both; the first weight of a vertex is used",
        .read = read_metis,
-       .refusal = refusal_of_metis,
+       .write = write_metis,
+       .find_losses = find_losses_of_metis,
        .fit = fit_metis},
       {.name = "hif",
        .suffixes = {".json"},
@@ -80,6 +84,26 @@ std::vector<Format> make_table() {
        .read = read_hif,
        .write = write_hif,
        .fit = fit_hif},
+      {.name = "edges",
+       .suffixes = {".edges", ".hel"},
+       .summary = "edge and hyperedge lists: a net per line, the names of its cells",
+       .first_cell = "any name; cells are numbered in the order of the file",
+       .weights = "none",
+       .options = kLabelsOption | kPairsOption,
+       .read = read_edge_list,
+       .write = write_edge_list,
+       .find_losses = find_losses_of_edge_list},
+      {.name = "cnf",
+       .suffixes = {".cnf"},
+       .summary = "SAT formulas (DIMACS); clauses are nets, variables are cells",
+       .first_cell = "1",
+       .weights = "none",
+       .options = kModelOption,
+       .models = {Model::kPrimal, Model::kDual, Model::kLiteral},
+       .keeps_repeated_pins = false,
+       .read = read_cnf,
+       .refusal = refusal_of_cnf,
+       .fit = fit_cnf},
   };
 }
 

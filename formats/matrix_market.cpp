@@ -233,7 +233,7 @@ void make_fine_grain_nets(NetLists& lists, const std::vector<Entry>& entries, co
 }
 
 void make_nets(NetLists& lists, const std::vector<Entry>& entries, const Header& header, Model model) {
-  const bool by_row = model == Model::kRowNet;
+  const bool by_row = model != Model::kColumnNet;
   lists.nnets = by_row ? header.nrows : header.ncolumns;
   lists.ncells = by_row ? header.ncolumns : header.nrows;
   std::vector<Pin> pins;
@@ -278,7 +278,7 @@ void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const
   const auto is_repeated = [&last_net](int i, int j) {
     return !last_net.empty() && std::exchange(last_net[static_cast<std::size_t>(i)], j) == j;
   };
-  const bool by_row = options.model == Model::kRowNet;
+  const bool by_row = options.model != Model::kColumnNet;
   TextWriter out(filename, "quillon convert: matrix");
   out.text("%%MatrixMarket matrix coordinate pattern general\n");
   out.number(by_row ? h._n : h._c);

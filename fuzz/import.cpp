@@ -8,12 +8,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillon;
   static const formats::Format& format = *formats::format_named(QUILLON_FUZZ_FORMAT);
   const std::string text(reinterpret_cast<const char*>(data), size);
-  if ((format.options & formats::kModelOption) == 0) {
-    fuzz::try_round_trip(format, text, {});
-    return 0;
+  if ((format.options & formats::kPairsOption) != 0)
+    for (const formats::Pairs order : {formats::Pairs::kNetCell, formats::Pairs::kCellNet})
+      fuzz::try_round_trip(format, text, {.pairs = order});
+  if (format.models.empty()) fuzz::try_round_trip(format, text, {});
+  const bool has_diagonal = (format.options & formats::kDiagonalOption) != 0;
+  for (const formats::Model model : format.models) {
+    fuzz::try_round_trip(format, text, {.model = model});
+    if (has_diagonal) fuzz::try_round_trip(format, text, {.model = model, .add_diagonal = true});
   }
-  using formats::Model;
-  for (const Model model : {Model::kRowNet, Model::kColumnNet, Model::kFineGrain})
-    for (const bool add_diagonal : {false, true}) fuzz::try_round_trip(format, text, {model, add_diagonal});
   return 0;
 }

@@ -97,24 +97,28 @@ void expect_same(const Hypergraph& back, const Hypergraph& h) {
   expect(of_cells(back, &Cell::w) == of_cells(h, &Cell::w), "other cell weights come back than went out");
 }
 
-bool is_written(const Format& format, const formats::WriteOptions& options) {
-  return format.write != nullptr && (format.refusal == nullptr || format.refusal(options).empty());
+// Pairs are read only.
+bool is_written(const Format& format, const ReadOptions& read, const formats::WriteOptions& options) {
+  return format.write != nullptr && read.pairs == formats::Pairs::kNone &&
+         (format.refusal == nullptr || format.refusal(options).empty());
 }
 
-void send_round(const Format& format, NetLists& lists, formats::Model model) {
+void send_round(const Format& format, NetLists& lists, const ReadOptions& read_options) {
   static const MemoryFile file;
   const formats::Labels labels{lists.cell_names, lists.net_names};
   formats::Record record;
   formats::to_record(std::move(lists), record);
   check_lists(record.h);
 
-  const formats::WriteOptions options{.numbering = 0, .weights = 3, .model = model, .labels = &labels};
-  const Format& used = is_written(format, options) ? format : *formats::format_named("kub");
+  const formats::WriteOptions options{
+      .numbering = 0, .weights = 3, .model = read_options.model, .labels = &labels};
+  const Format& used = is_written(format, read_options, options) ? format : *formats::format_named("kub");
   used.write(record.h, options, file.name());
   if (used.name == "kub") recorder::forget_files();  // its writer closes the file by std::fclose
 
   NetLists lists_back;
-  expect(read(used, file.contents(), {.model = model}, lists_back), "what was written is refused");
+  expect(read(used, file.contents(), {.model = read_options.model}, lists_back),
+         "what was written is refused");
   formats::Record back;
   formats::to_record(std::move(lists_back), back);
   expect_same(back.h, record.h);
@@ -126,7 +130,7 @@ void try_round_trip(const Format& format, const std::string& text, const ReadOpt
   recorder::reset();
   NetLists lists;
   if (!read(format, text, options, lists) || !is_small(lists)) return;
-  if (run_soundly([&] { send_round(format, lists, options.model); })) expect_nothing_held();
+  if (run_soundly([&] { send_round(format, lists, options); })) expect_nothing_held();
 }
 
 }  // namespace quillon::fuzz

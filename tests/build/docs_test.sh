@@ -163,9 +163,9 @@ check_completion() {
   offers "folder g.html" report a.qhg -o ""
   offers "a.qhg c.hgr folder h 1.qhg i.json" prune --output ""
 
-  local formats="hif hmetis kub metis mtx quillon"
+  local formats="cnf edges hif hmetis kub metis mtx quillon"
   offers "$formats" convert --from ""
-  offers "${formats/ metis/}" convert --to ""
+  offers "${formats/cnf /}" convert --to ""
   offers "hif hmetis" convert --from = h
   offers "$formats" convert --from =
   offers "both" convert a.qhg --weights b

@@ -239,6 +239,78 @@ TEST(ReadMatrixMarket, SaysWhatIsWrongWithAFile) {
                     {.model = Model::kFineGrain, .add_diagonal = add_diagonal});
 }
 
+TEST(ReadEdgeList, SaysWhatIsWrongWithAFile) {
+  const std::string weight = "weights are not read; a name that looks like one needs double quotes";
+  expect_findings(
+      "edges",
+      {{"", 1, 1, "missing-line", "found the end of the file, expected a line of names"},
+       {"# only\n\n", 3, 1, "missing-line", "found the end of the file, expected a line of names"},
+       {"a b\n, c\n", 2, 1, "bad-name", "found \",\", expected a name"},
+       {"a,, b\n", 1, 3, "bad-name", "found \",\", expected a name"},
+       {"a, b, \nc\n", 1, 7, "bad-name", "found the end of the line, expected a name after the comma"},
+       {"a, # b\n", 1, 4, "bad-name", "found \"#\", expected a name after the comma"},
+       {"a b\nb c 0.5\n", 2, 5, "bad-name", "found \"0.5\", expected a name", weight},
+       {"a b -1.e-3\n", 1, 5, "bad-name", "found \"-1.e-3\", expected a name", weight},
+       {"a \"b\nc\n", 1, 5, "bad-name", "found the end of the line, expected the quote that ends the name"},
+       {"a \"b\\", 1, 6, "bad-name", "found the end of the file, expected the quote that ends the name"},
+       {"a \"b\"c\n", 1, 6, "bad-name", "found \"c\", expected a blank or a comma after the quote"},
+       {"a \"\\x\"\n", 1, 3, "bad-name", "found \"\"\\x\"\", expected a string of JSON"},
+       {"a b\xff\n", 1, 3, "bad-name", "found \"b?\", expected a name of UTF-8 text"},
+       {"a \x01\n", 1, 3, "bad-name", "found \"?\", expected a name of UTF-8 text"}});
+  expect_findings(
+      "edges",
+      {{"\n", 2, 1, "missing-line", "found the end of the file, expected a pair of names"},
+       {"n a\nn\n", 2, 2, "missing-pin", "found the end of the line, expected a cell after its net"},
+       {"n a\n\nn b 3\n", 3, 5, "trailing-text", "found \"3\", expected the end of the line after a pair",
+        "weights are not read from lists"}},
+      {.pairs = Pairs::kNetCell});
+  expect_findings(
+      "edges", {{"a # n\n", 1, 3, "missing-pin", "found the end of the line, expected a net after its cell"}},
+      {.pairs = Pairs::kCellNet});
+}
+
+TEST(ReadCnf, SaysWhatIsWrongWithAFile) {
+  const std::string first = "expected a line p cnf VARIABLES CLAUSES";
+  const std::string literal = "expected a literal from -3 to 3, or the 0 that ends the clause";
+  expect_findings(
+      "cnf",
+      {{"", 1, 1, "bad-banner", "found the end of the file, " + first},
+       {"c only\n", 2, 1, "bad-banner", "found the end of the file, " + first},
+       {"c\n\n 1 2 0\n", 3, 2, "bad-banner", "found \"1\", " + first},
+       {"% 1\n", 1, 1, "bad-banner", "found \"%\", " + first},
+       {"pcnf 3 1\n", 1, 1, "bad-banner", "found \"pcnf\", " + first},
+       {"p wcnf 3 1 9\n", 1, 3, "bad-banner", "found \"wcnf\", expected cnf",
+        "weighted formulas are not read here"},
+       {"p edge 3 1\n", 1, 3, "bad-banner", "found \"edge\", expected cnf"},
+       {"p cnf -3 1\n", 1, 7, "bad-count",
+        "found \"-3\", expected the number of variables, from 0 to 2147483645"},
+       {"p cnf 3\n1 0\n", 1, 8, "bad-count",
+        "found the end of the line, expected the number of clauses, from 0 to 2147483645"},
+       {"p cnf 3 1 9\n", 1, 11, "trailing-text",
+        "found \"9\", expected the end of the line after the number of clauses"},
+       {"p cnf 3 1\n1 4 0\n", 2, 3, "cell-out-of-range", "found \"4\", " + literal},
+       {"p cnf 3 1\n1\nc\n -4 0\n", 4, 2, "cell-out-of-range", "found \"-4\", " + literal},
+       {"p cnf 3 1\n1 c 0\n", 2, 3, "cell-out-of-range", "found \"c\", " + literal},
+       {"p cnf 3 1\nx1 2 0\n", 2, 1, "cell-out-of-range", "found \"x1\", " + literal},
+       {"p cnf 3 1\n1 99999999999 0\n", 2, 3, "cell-out-of-range", "found \"99999999999\", " + literal},
+       {"p cnf 0 1\n1 0\n", 2, 1, "cell-out-of-range",
+        "found \"1\", expected the 0 that ends the clause, as there are no variables"},
+       {"p cnf 3 2\n1 0\n2 3\n", 4, 1, "missing-zero",
+        "found the end of the file, expected the 0 that ends clause 2 of 2"},
+       {"p cnf 3 2\n1 0\n2 3\n%\n0\n", 4, 1, "missing-zero",
+        "found \"%\", expected the 0 that ends clause 2 of 2"},
+       {"p cnf 3 3\n1 0\n2 0\n", 4, 1, "missing-line", "found the end of the file, expected clause 3 of 3"},
+       {"p cnf 3 3\n1 0\n%\n0\n", 3, 1, "missing-line", "found \"%\", expected clause 2 of 3"},
+       {"p cnf 3 1\n1 0 2 0\n", 2, 5, "trailing-text",
+        "found \"2\", expected nothing after the 1 clause of the header"},
+       {"p cnf 3 2\n1 0\n2 0\n0\n", 4, 1, "trailing-text",
+        "found \"0\", expected nothing after the 2 clauses of the header"}});
+  expect_findings("cnf",
+                  {{"c\np cnf 1073741823 0\n", 2, 7, "bad-count",
+                    "found 1073741823 variables, expected at most 1073741822 for --model literal"}},
+                  {.model = Model::kLiteral});
+}
+
 TEST(ReadHif, SaysWhatIsWrongWithAFile) {
   expect_findings(
       "hif", {{"{}", 1, 3, "missing-incidences", "found no \"incidences\", expected an array of that name"},

@@ -408,6 +408,114 @@ TEST(ReadHif, CountsASingleLossInTheSingular) {
               ElementsAre("1 set of attributes"));
 }
 
+Reader formula(Model model) { return {"cnf", {.model = model}}; }
+
+TEST(ReadCnf, MakesAHypergraphByTheModel) {
+  const std::string text = "p cnf 4 3\n1 -3 0\n3 0\n-1 2 3 0\n";
+  const Lists clauses{{1, 3}, {3}, {1, 2, 3}};
+  for (const Reader& reader : {Reader("cnf"), formula(Model::kPrimal), formula(Model::kRowNet)})
+    expect_read(reader, text, {.ncells = 4, .pins = clauses});
+  expect_read(formula(Model::kDual), text, {.ncells = 3, .pins = {{1, 3}, {3}, {1, 2, 3}, {}}});
+  expect_read(formula(Model::kLiteral), text, {.ncells = 8, .pins = {{1, 6}, {5}, {2, 3, 5}}});
+}
+
+TEST(ReadCnf, AcceptsClausesOverSeveralLinesAndSeveralOnALine) {
+  const Expected expected{.ncells = 3, .pins = {{1, 2}, {}, {3}}};
+  for (const char* const text : {"p cnf 3 3\n1 2 0 0 3 0", "p cnf 3 3\n1\n\n-2\n0\n0\n\t-3 \r\n 0\r\n",
+                                 "p  cnf\t3 3 \r\n1 2 0\n0 3\n0\n"})
+    expect_read("cnf", text, expected);
+  expect_read("cnf", "p cnf 2 0", {.ncells = 2});
+  expect_read("cnf", "p cnf 0 1\n0", {.pins = {{}}});
+}
+
+TEST(ReadCnf, SkipsCommentsAndWhatFollowsAPercentSign) {
+  const Expected expected{.ncells = 2, .pins = {{1, 2}, {2}}};
+  for (const char* const text :
+       {"c\nc p cnf 9 9\n\ncomment\np cnf 2 2\n1 2 0\n2 0\n", "p cnf 2 2\n1\nc 0\n2 0\n c 1\n2 0\nc",
+        "p cnf 2 2\n1 2 0\n2 0\n%\n0\n\n", "p cnf 2 2\n1 2 0\n2 0\n% and so on\n7 x"})
+    expect_read("cnf", text, expected);
+}
+
+TEST(ReadCnf, CountsAndDropsRepeatedLiterals) {
+  const std::string text = "p cnf 3 2\n3 -1 3 3 0\n2 -2 1 -2 2 0\n";
+  const std::string repetitions = "4 repetitions of a literal in its clause dropped";
+  const std::string pairs = "1 pair of a variable and its negation in one clause, read as one pin";
+  expect_read("cnf", text, {.ncells = 3, .pins = {{3, 1}, {2, 1}}, .remarks = {repetitions, pairs}});
+  expect_read(formula(Model::kDual), text,
+              {.ncells = 2, .pins = {{1, 2}, {2}, {1}}, .remarks = {repetitions, pairs}});
+  expect_read(formula(Model::kLiteral), text,
+              {.ncells = 6, .pins = {{5, 2}, {3, 4, 1}}, .remarks = {repetitions}});
+  expect_read("cnf", "p cnf 3 1\n3 -3 1 -1 3 0\n",
+              {.ncells = 3,
+               .pins = {{3, 1}},
+               .remarks = {"1 repetition of a literal in its clause dropped",
+                           "2 pairs of a variable and its negation in one clause, read as one pin"}});
+}
+
+TEST(ReadEdgeList, MakesANetOfEachLine) {
+  expect_read("edges", "b a\nc\na c b a\n",
+              {.ncells = 3,
+               .pins = {{1, 2}, {3}, {2, 3, 1, 2}},
+               .cell_names = {"", "\"b\"", "\"a\"", "\"c\""},
+               .net_names = {"", "1", "2", "3"}});
+}
+
+TEST(ReadEdgeList, AcceptsBlanksCommasCommentsAndAnyLineEnds) {
+  const Expected expected{.ncells = 3,
+                          .pins = {{1, 2}, {2, 3}},
+                          .cell_names = {"", "\"a\"", "\"b\"", "\"c\""},
+                          .net_names = {"", "1", "2"}};
+  for (const char* const text :
+       {"a b\nb c", "a,b\nb,c\n", "a ,\tb\r\n\r\nb, c\r\n", "# x y\n%x\n\n \t\n a b # x\n  # x\nb c %x,y\n"})
+    expect_read("edges", text, expected);
+}
+
+TEST(ReadEdgeList, DistinguishesIntegersFromOtherNames) {
+  expect_read("edges", "1 01 -5 -0 +1 99999999999999999999 18446744073709551615\n",
+              {.ncells = 7,
+               .pins = {{1, 2, 3, 4, 5, 6, 7}},
+               .cell_names = {"", "1", "\"01\"", "-5", "\"-0\"", "\"+1\"", "\"99999999999999999999\"",
+                              "18446744073709551615"},
+               .net_names = {"", "1"}});
+  expect_read("edges", "\"1\" 1 \"a\" a\n",
+              {.ncells = 3,
+               .pins = {{1, 2, 3, 3}},
+               .cell_names = {"", "\"1\"", "1", "\"a\""},
+               .net_names = {"", "1"}});
+}
+
+TEST(ReadEdgeList, ReadsNamesInQuotesAsJson) {
+  expect_read("edges", "\"a, b\" \"#\\\"\",x\"y \"0.5\" \"\" \"\\u00e9\" \xc3\xa9 192.168.0.1 a\\b\n",
+              {.ncells = 8,
+               .pins = {{1, 2, 3, 4, 5, 6, 6, 7, 8}},
+               .cell_names = {"", "\"a, b\"", "\"#\\\"\"", "\"x\\\"y\"", "\"0.5\"", "\"\"", "\"\xc3\xa9\"",
+                              "\"192.168.0.1\"", "\"a\\\\b\""},
+               .net_names = {"", "1"}});
+}
+
+TEST(ReadEdgeList, RemarksOnAThirdColumnThatMayBeWeights) {
+  const std::string remark = "every line has three names, the last a number; weights are not read from lists";
+  expect_read("edges", "a b 1\nb c 2\n",
+              {.ncells = 5,
+               .pins = {{1, 2, 3}, {2, 4, 5}},
+               .remarks = {remark},
+               .cell_names = {"", "\"a\"", "\"b\"", "1", "\"c\"", "2"},
+               .net_names = {"", "1", "2"}});
+  for (const char* const text : {"a b 1\nb c d\n", "a b 1\nb c\n", "1 2\n", "1 2 3 4\n"})
+    EXPECT_THAT(lists_of("edges", text).remarks, IsEmpty()) << text;
+}
+
+Reader pairs(Pairs order) { return {"edges", {.pairs = order}}; }
+
+TEST(ReadEdgeList, ReadsPairsOfNetAndCell) {
+  const Expected expected{.ncells = 3,
+                          .pins = {{1, 3}, {1, 2, 1}},
+                          .cell_names = {"", "\"a\"", "7", "\"b\""},
+                          .net_names = {"", "\"n 1\"", "2"}};
+  expect_read(pairs(Pairs::kNetCell), "# net cell\n\"n 1\",a\n2,a\n2,7\n\n\"n 1\",b # last\n2 a", expected);
+  expect_read(pairs(Pairs::kCellNet), "a \"n 1\"\na 2\n7 2\nb \"n 1\"\na 2\n", expected);
+}
+
 TEST(GroupByNet, KeepsTheOrderOfThePinsOfANet) {
   NetLists lists;
   lists.nnets = 4;
@@ -557,7 +665,12 @@ const std::vector<Sample> kSamples{{"quillon", "quillon", "1 2 1 2 3\n5 1 2\n6 7
                                    {"kub", "kub", "2\n1\n3 2 0 1\n4\n5"},
                                    {"metis", "metis", "2 1 11\n3 2 4\n5 1 4\n"},
                                    {"mtx", kByRow, kBanner + "2 2 2\n2 1\n2 2\n", kBanner.size()},
-                                   {"hif", "hif", R"({"incidences":[{"edge":1,"node":"a"}]})"}};
+                                   {"hif", "hif", R"({"incidences":[{"edge":1,"node":"a"}]})"},
+                                   {"edges", "edges", "# 1\na, \"b c\"\n2 a\n"},
+                                   {"pairs", pairs(Pairs::kNetCell), "n \"b\"\nn,1 # 2\n"},
+                                   {"cnf", "cnf", "c 1\np cnf 3 2\n1 -2\n0 3 0\n%\n"},
+                                   {"cnf_dual", formula(Model::kDual), "p cnf 2 2\n2 -1 0\n2 0\n"},
+                                   {"cnf_literal", formula(Model::kLiteral), "p cnf 2 2\n2 -1 0\n-2 0\n"}};
 
 class Readers : public testing::TestWithParam<Sample> {
  protected:

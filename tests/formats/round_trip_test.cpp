@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -256,14 +257,110 @@ TEST(WriteHif, WritesNamesInTheirPlacesAndWeightsOtherThan1) {
 TEST(WriteHif, RefusesLongNamesAtManyIncidences) {
   const quillon::Record record({.ncells = 1, .pins = {std::vector<int>(1100, 1), {1}}});
   const TempFile file;
-  const auto write = [&](const std::string& net) {
+  const auto write = [&](std::size_t length) {
+    std::string net(length + 2, 'x');
+    net.front() = net.back() = '"';
     const Labels labels{{"", "1"}, {"", net, "2"}};
     return fatal_text([&] { format("hif").write(record.h, {.labels = &labels}, file.name()); });
   };
-  EXPECT_EQ(write('"' + std::string(1000000, 'x') + '"'),
+  EXPECT_EQ(write(1000000),
             "the names of the incidences would have 1100003302 bytes, more than 1 GiB and 1 KiB for each");
   EXPECT_EQ(file.contents(), "");
-  EXPECT_EQ(write("\"" + std::string(10000, 'x') + "\""), kNoFatalError);
+  EXPECT_EQ(write(10000), kNoFatalError);
+}
+
+std::string metis_text(const Shape& shape) {
+  const quillon::Record record(shape);
+  const TempFile file;
+  format("metis").write(record.h, {}, file.name());
+  return file.contents();
+}
+
+TEST(WriteMetis, WritesTheWeightsThatAreNotAll1) {
+  Shape shape{.ncells = 4, .pins = {{3, 1}, {1, 2}, {2, 3}}};
+  EXPECT_EQ(metis_text(shape), "4 3\n3 2\n1 3\n1 2\n\n");
+  shape.net_weights = {5, 1, 2};
+  EXPECT_EQ(metis_text(shape), "4 3 1\n3 5 2 1\n1 1 3 2\n1 5 2 2\n\n");
+  shape.cell_weights = {7, 1, 1, 0};
+  EXPECT_EQ(metis_text(shape), "4 3 11\n7 3 5 2 1\n1 1 1 3 2\n1 1 5 2 2\n0\n");
+  shape.net_weights.clear();
+  EXPECT_EQ(metis_text(shape), "4 3 10\n7 3 2\n1 1 3\n1 1 2\n0\n");
+  EXPECT_EQ(metis_text({.ncells = 0, .pins = {}}), "0 0\n");
+}
+
+TEST(WriteMetis, MergesParallelNetsAndAddsTheirWeights) {
+  EXPECT_EQ(metis_text({.ncells = 3, .pins = {{1, 2}, {3, 2}, {2, 1}, {1, 2}}}),
+            "3 2 1\n2 3\n1 3 3 1\n2 1\n");
+  EXPECT_EQ(metis_text({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {2147483000, 647}}),
+            "2 1 1\n2 2147483647\n1 2147483647\n");
+  // Weights that add up to 1 need no column.
+  EXPECT_EQ(metis_text({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {1, 0}}), "2 1\n2\n1\n");
+}
+
+TEST(WriteMetis, RefusesNetsThatAreNoEdges) {
+  const auto refusal = [](const Shape& shape) { return fatal_text([&shape] { (void)metis_text(shape); }); };
+  EXPECT_EQ(refusal({.ncells = 4, .pins = {{1, 2}, {2, 1, 4}, {1}}}),
+            "net 2 has 3 pins; an edge of a METIS graph joins two cells");
+  EXPECT_EQ(refusal({.ncells = 4, .pins = {{4}}}),
+            "net 1 has 1 pin; an edge of a METIS graph joins two cells");
+  EXPECT_EQ(refusal({.ncells = 4, .pins = {{1, 2}, {3, 4}, {}}}),
+            "net 3 has 0 pins; an edge of a METIS graph joins two cells");
+  EXPECT_EQ(refusal({.ncells = 4, .pins = {{1, 2}, {4, 4}}}),
+            "net 2 names cell 4 twice; an edge of a METIS graph joins two different cells");
+  EXPECT_EQ(refusal({.ncells = 2, .pins = {{1, 2}, {2, 1}}, .net_weights = {2147483647, 1}}),
+            "1 edge: the weights of parallel nets add up to more than 32 bits hold");
+}
+
+// A random graph without parallel edges as nets in the order in which the reader makes them.
+Shape random_graph(unsigned seed) {
+  std::mt19937 random(seed);
+  const int ncells = 1 + static_cast<int>(random() % 30);
+  Shape shape{.ncells = ncells, .pins = {}};
+  const auto weight = [&random] { return static_cast<int>(random() % 9); };
+  for (int u = 1; u <= ncells; ++u)
+    for (int v = u + 1; v <= ncells; ++v)
+      if (random() % 4 == 0) shape.pins.push_back({u, v});
+  if (seed % 4 != 1)
+    for (int i = 1; i <= ncells; ++i) shape.cell_weights.push_back(weight());
+  if (seed % 4 != 2)
+    for (std::size_t j = 0; j < shape.pins.size(); ++j) shape.net_weights.push_back(weight());
+  return shape;
+}
+
+TEST(WriteMetis, WritesWhatIsReadBackTheSame) {
+  testing::internal::CaptureStdout();  // of the checks
+  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    const Shape shape = random_graph(seed);
+    const std::string text = metis_text(shape);
+    Record back;
+    read_back(text, {"metis", "metis"}, back);
+    expect_shape(back.h, shape);
+    const TempFile again;
+    format("metis").write(back.h, {}, again.name());
+    EXPECT_EQ(again.contents(), text);
+  }
+  (void)testing::internal::GetCapturedStdout();
+}
+
+TEST(WriteEdgeList, WritesNamesInQuotesWhereTheyNeedThem) {
+  const quillon::Record record({.ncells = 9, .pins = {{1, 2, 3, 4, 5, 6, 7, 8}, {}, {2, 2}, {1}}});
+  const std::vector<std::string> cells{"",      "\"a\"",   "5",    "\"5\"",      "\"b c\"",
+                                       "\"#\"", "\"0.5\"", "\"\"", "\"x\\\"y\"", "9"};
+  const Labels labels{cells, {}};
+  const TempFile file;
+  format("edges").write(record.h, {.labels = &labels}, file.name());
+  EXPECT_EQ(file.contents(), "a 5 \"5\" \"b c\" \"#\" \"0.5\" \"\" \"x\\\"y\"\n5 5\na\n");
+  const NetLists back = read_file(file.name(), format("edges"), {});
+  EXPECT_EQ(back.cell_names, std::vector<std::string>(cells.begin(), cells.end() - 1));
+  EXPECT_EQ(back.nadj, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 2, 2, 1}));
+}
+
+TEST(WriteEdgeList, WritesNumbersWithoutNames) {
+  const quillon::Record record({.ncells = 3, .pins = {{3, 1}, {2, 3}}});
+  const TempFile file;
+  format("edges").write(record.h, {}, file.name());
+  EXPECT_EQ(file.contents(), "3 1\n2 3\n");
 }
 
 TEST(WriteMatrixMarket, OmitsRepeatedPinsAndKeepsEmptyNets) {

@@ -32,7 +32,7 @@ TEST(AllFormats, HaveNamesAndSuffixesOfTheirOwn) {
       EXPECT_EQ(suffix.find('.', 1), std::string_view::npos) << suffix;
     }
   }
-  EXPECT_THAT(names, ElementsAre("quillon", "hmetis", "kub", "mtx", "metis", "hif"));
+  EXPECT_THAT(names, ElementsAre("quillon", "hmetis", "kub", "mtx", "metis", "hif", "edges", "cnf"));
   EXPECT_EQ(unique_names.size(), names.size());
   EXPECT_EQ(suffixes.size(), nsuffixes);
 }
@@ -51,9 +51,16 @@ TEST(AllFormats, AreReadAndDescribedAndRefuseWhatTheyDoNotWrite) {
       EXPECT_EQ(format.refusal({}), "");
     }
   }
-  EXPECT_EQ(format("metis").refusal({}), "METIS graphs are only read: a net may have more than two pins");
+  EXPECT_EQ(format("cnf").refusal({}), "SAT formulas are only read: a hypergraph has no signs of literals");
   EXPECT_EQ(format("mtx").refusal({.model = Model::kFineGrain}),
             "a matrix is written by --model row-net or column-net");
+}
+
+TEST(AllFormats, HaveModelsIfTheyHaveTheOption) {
+  for (const Format& format : all_formats())
+    EXPECT_EQ(format.models.empty(), (format.options & kModelOption) == 0) << format.name;
+  EXPECT_THAT(format("mtx").models, ElementsAre(Model::kRowNet, Model::kColumnNet, Model::kFineGrain));
+  EXPECT_THAT(format("cnf").models, ElementsAre(Model::kPrimal, Model::kDual, Model::kLiteral));
 }
 
 TEST(AllFormats, BeginWithOurOwn) {
@@ -76,6 +83,8 @@ TEST(FormatOfFile, GoesByTheSuffix) {
   EXPECT_EQ(name_of("a.mtx.gz"), "mtx");
   EXPECT_EQ(name_of("a.graph"), "metis");
   EXPECT_EQ(name_of("a.hif.json"), "hif");
+  EXPECT_EQ(name_of("a.cnf"), "cnf");
+  for (const char* const file : {"a.edges", "a.hel"}) EXPECT_EQ(name_of(file), "edges");
   for (const char* const file :
        {"", "-", "qhg", "a.txt", "a.qhg.xz", "a.gz", "a.zst", "a.qhg.gz.gz", "a.qhg.zst.gz", "a.QHG", ".gz"})
     EXPECT_EQ(format_of_file(file), nullptr) << file;
@@ -154,6 +163,61 @@ TEST(Losses, OfEachFormatAreCounted) {
   EXPECT_THAT(losses_in("mtx").lost,
               ElementsAre("1 cell weight other than 1", "3 net weights other than 1", "1 repeated pin"));
   EXPECT_EQ(format("hif").find_losses, nullptr);
+}
+
+Losses losses_of_graph(const std::string& text) {
+  Record record;
+  to_record(read_text(format("hmetis"), text), record);
+  Losses losses;
+  format("metis").find_losses(record.h, {}, losses);
+  return losses;
+}
+
+TEST(FormatOfText, KnowsFormulasByTheirHeader) {
+  const auto name_of = [](const char* text, bool is_whole) {
+    const Format* const format = format_of_text({text, is_whole});
+    return format == nullptr ? std::string_view("none") : format->name;
+  };
+  EXPECT_EQ(name_of("p cnf 3 2\n1 -2 0\n3 0\n", true), "cnf");
+  EXPECT_EQ(name_of("c of DIMACS\n\nc\np cnf 3 2\n1 -", false), "cnf");
+  EXPECT_EQ(name_of("c of DIMACS\nc ...", false), "cnf");
+  EXPECT_EQ(name_of("c of DIMACS\n", true), "none");
+  EXPECT_EQ(name_of("cell 1\ncell 2\n", true), "none");
+}
+
+TEST(Losses, OfEdgeListsAreEmptyNetsLoneCellsAndWeights) {
+  const auto losses_of = [](const std::string& text) {
+    Record record;
+    to_record(read_text(format("hmetis"), text), record);
+    Losses losses;
+    const Labels labels{{"", "1"}, {"", "\"n\"", "2", "3"}};
+    format("edges").find_losses(record.h, {.labels = &labels}, losses);
+    return losses;
+  };
+  const Losses losses = losses_of("3 4 11\n2 1 2\n1 1 1\n1\n3\n1\n1\n1\n");
+  EXPECT_THAT(losses.lost, ElementsAre("1 cell weight other than 1", "1 net weight other than 1",
+                                       "1 net without pins", "2 cells without nets", "1 net name"));
+  EXPECT_THAT(losses.refused, ElementsAre());
+  EXPECT_THAT(losses_of("1 1\n1\n").lost, ElementsAre("1 net name"));
+  EXPECT_THAT(losses_of("1 0\n\n").refused, ElementsAre("no names, which makes it no list"));
+}
+
+TEST(Losses, OfMetisAreThoseOfMergedEdges) {
+  const Losses sound = losses_of_graph("2 3 11\n1 1 2\n2 2 3\n0\n1\n2\n");
+  EXPECT_THAT(sound.lost, ElementsAre());
+  EXPECT_THAT(sound.refused, ElementsAre());
+
+  const Losses merged = losses_of_graph("5 3 1\n0 1 2\n0 2 1\n3 3 1\n0 1 2\n0 2 3\n");
+  EXPECT_THAT(merged.lost,
+              ElementsAre("2 nets parallel to an earlier one, merged with it by adding the weights"));
+  EXPECT_THAT(merged.refused, ElementsAre("2 edges of a weight below 1, which METIS refuses"));
+  EXPECT_THAT(losses_of_graph("2 2 1\n0 1 2\n5 2 1\n").refused, ElementsAre());
+
+  EXPECT_THAT(losses_of_graph("0 2\n").refused, ElementsAre("no edges, which METIS refuses"));
+  // Nothing is said of a hypergraph that the writer refuses.
+  const Losses none = losses_of_graph("3 3 1\n0 1 2\n0 1 2\n0 1 2 3\n");
+  EXPECT_THAT(none.lost, ElementsAre());
+  EXPECT_THAT(none.refused, ElementsAre());
 }
 
 }  // namespace

@@ -319,6 +319,29 @@ class Metis(Partners):
                     result.cell_weights, [w[0] for w in weights] if nweights else [1] * nvertices
                 )
 
+    def test_graphchk_accepts_what_is_written(self):
+        for k in range(16):
+            nvertices, edges = self.random_graph()
+            nets = [list(self.rng.sample(edge, 2)) for edge in edges for _ in range(self.rng.choice([1, 1, 3]))]
+            self.rng.shuffle(nets)
+            net_weights = [self.rng.randint(1, 9) if k & 1 else 1 for _ in nets]
+            cell_weights = [self.rng.randint(0, 9) if k & 2 else 1 for _ in range(nvertices)]
+            merged = {edge: 0 for edge in edges}
+            for net, weight in zip(nets, net_weights):
+                merged[tuple(sorted(net))] += weight
+            hypergraph = Hypergraph(nvertices, nets, net_weights, cell_weights)
+            with self.subTest(hypergraph=hypergraph):
+                self.write("b.hgr", hypergraph.hmetis())
+                self.convert("b.hgr", "b.graph")
+                sound, counts, said = self.graphchk(self.read("b.graph"))
+                self.assertTrue(sound, said)
+                self.assertEqual(counts, [nvertices, len(edges)], said)
+                result = self.converted("b.graph")
+                self.assertEqual(
+                    {tuple(net): w for net, w in zip(result.nets, result.net_weights)}, merged
+                )
+                self.assertEqual(result.cell_weights, cell_weights)
+
     def test_refuses_what_graphchk_refuses(self):
         broken = {
             "edges that each stand on one line only": "3 2\n2 3\n1\n2\n",
