@@ -116,6 +116,12 @@ const std::vector<Format>& table() {
 
 std::span<const Format> all_formats() { return table(); }
 
+std::string_view name_of(Model model) {
+  constexpr std::string_view kNames[] = {"default", "row-net", "column-net", "fine-grain",
+                                         "primal",  "dual",    "literal"};
+  return kNames[static_cast<std::size_t>(model)];
+}
+
 const Format& own_format() { return table().front(); }
 
 const Format* format_named(std::string_view name) {

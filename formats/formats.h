@@ -39,6 +39,9 @@ const Format* format_of_file(std::string_view filename);
 /// @return        The entry of the table that fits best; null if none does.
 const Format* format_of_text(const Sample& sample);
 
+/// @return  The name of a model, such as "row-net"; "default" for `kDefault`.
+std::string_view name_of(Model model);
+
 /// @return  Our own format, the first entry of the table.
 const Format& own_format();
 
@@ -59,7 +62,6 @@ NetLists read_file(const std::string& filename, const Format& format, const Read
 /// @return         The contents, for `to_record`.
 /// @throws BadFile as `read_file` does.
 NetLists read_source(std::unique_ptr<Source> source, const Format& format, const ReadOptions& options);
-
 
 /// How to load a file.
 struct LoadOptions {

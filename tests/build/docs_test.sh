@@ -85,7 +85,7 @@ check_manual() {
   local page=$tool text synopsis
   mandoc -T lint -W warning "$page" || fail "the manual page has flaws"
   text=$(mandoc -T utf8 "$page" | sed 's/.\x08//g')
-  for synopsis in "quillon prune -o OUT --max-size N \[--shuffle\]" "quillon convert \[--from quillon | hmetis | kub" \
+  for synopsis in "quillon prune -o OUT --max-size N \[--shuffle\]" "quillon convert" "\[--from quillon | hmetis | kub" \
     "quillon reorder -o OUT --by-part PARTFILE | --perm FILE | --random" "quillon help \[TOPIC\]"; do
     grep -q -e "^ *$synopsis" <<<"$text" || fail "the manual page has no '$synopsis'"
   done
@@ -169,7 +169,7 @@ check_completion() {
   offers "hif hmetis" convert --from = h
   offers "$formats" convert --from =
   offers "both" convert a.qhg --weights b
-  offers "column-net fine-grain row-net" convert --model ""
+  offers "column-net dual fine-grain literal primal row-net" convert --model ""
   offers "0 1" convert --numbering ""
   offers "" prune --max-size ""
 

@@ -152,7 +152,7 @@ std::vector<std::string> options_for(const formats::Format& format) {
   constexpr std::pair<formats::OptionBit, const char*> kNames[] = {
       {formats::kNumberingOption, "--numbering"}, {formats::kWeightsOption, "--weights"},
       {formats::kModelOption, "--model"},         {formats::kDiagonalOption, "--diagonal"},
-      {formats::kLabelsOption, "--labels"},
+      {formats::kLabelsOption, "--labels"},       {formats::kPairsOption, "--pairs"},
   };
   std::vector<std::string> names;
   for (const auto& [bit, name] : kNames)

@@ -176,6 +176,22 @@ Option Options::choice_of(const char* name, const std::vector<std::string>& word
       ValueKind::kChoice);
 }
 
+Option Options::ordered(const char* name, const std::string& first, const std::string& second,
+                        const std::function<void(bool)>& store, const char* help) {
+  const auto store_words = [name = std::string(name), first, second,
+                            store](const std::vector<std::string>& words) {
+    const bool is_first = words == std::vector<std::string>{first, second};
+    if (!is_first && words != std::vector<std::string>{second, first})
+      throw CLI::ValidationError(name, "'" + words.front() + " " + words.back() + "' is neither '" + first +
+                                           " " + second + "' nor '" + second + " " + first + "'");
+    store(is_first);
+  };
+  CLI::Option* const option =
+      command_->add_option_function<std::vector<std::string>>(name, store_words, help);
+  option->type_size(2)->expected(1)->type_name(first + " " + second);
+  return with_kind(option, ValueKind::kOther);
+}
+
 Option Options::format(const char* name, const formats::Format*& target, const char* help) {
   std::vector<std::pair<std::string, const formats::Format*>> choices;
   for (const formats::Format& known : formats::all_formats()) choices.emplace_back(known.name, &known);

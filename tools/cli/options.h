@@ -99,6 +99,10 @@ class Options {
         name, words, [choices, &target](std::size_t k) { target = choices[k].second; }, help);
   }
 
+  /// Two different words, in either order: `first_comes_first` tells which.
+  Option ordered(const char* name, const std::string& first, const std::string& second,
+                 const std::function<void(bool first_comes_first)>& store, const char* help);
+
   /// A format by name.
   Option format(const char* name, const formats::Format*& target, const char* help);
   /// The same for output. Formats that are only read are accepted too, so that the command can say why it

@@ -1,5 +1,8 @@
 #include "tools/commands/common_options.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "formats/notes.h"
 #include "formats/source.h"
 #include "tools/cli/console.h"
@@ -11,22 +14,38 @@ namespace {
 
 using formats::Format;
 using formats::Model;
+using formats::Pairs;
 
 constexpr const char* kInputFile = "Hypergraph file; - is standard input";
 
 // Counts names that differ from the numbers of their items. If items are folded, these numbers are no longer
 // known, and any integer may be one.
 std::int64_t count_names(const std::vector<std::string>& names, bool are_folded) {
-  std::int64_t count = 0;
-  for (std::size_t k = 1; k < names.size(); ++k) {
-    const bool is_number = are_folded ? names[k].find_first_not_of("0123456789") == std::string::npos
-                                      : names[k] == std::to_string(k);
-    count += is_number ? 0 : 1;
-  }
-  return count;
+  if (!are_folded) return formats::count_names(names);
+  return std::count_if(names.begin() + (names.empty() ? 0 : 1), names.end(), [](const std::string& name) {
+    return name.find_first_not_of("0123456789") != std::string::npos;
+  });
+}
+
+bool has_model(const Format& format, Model model) {
+  return std::count(format.models.begin(), format.models.end(), model) > 0;
+}
+
+// The names of the formats that have a model.
+std::string formats_with(Model model) {
+  std::string names;
+  for (const Format& format : formats::all_formats())
+    if (has_model(format, model)) names.append(names.empty() ? "" : ", ").append(format.name);
+  return names;
 }
 
 }  // namespace
+
+std::string model_error(Model model, const Format& from, const Format* to) {
+  const bool is_used = has_model(from, model) || (to != nullptr && has_model(*to, model));
+  if (model == Model::kDefault || is_used) return "";
+  return "--model " + std::string(name_of(model)) + " is for " + formats_with(model);
+}
 
 void add_hypergraph(Options& options, const char* name, std::string& file) {
   options.file(name, name, file, ValueKind::kHypergraphIn, kInputFile).required();
@@ -41,11 +60,16 @@ void add_from(Options& options, InputOptions& input) {
 }
 
 void add_model(Options& options, InputOptions& input) {
-  options.choice<Model>(
-      "--model",
-      {{"row-net", Model::kRowNet}, {"column-net", Model::kColumnNet}, {"fine-grain", Model::kFineGrain}},
-      input.model, "How a matrix becomes a hypergraph (default row-net)");
+  std::vector<std::pair<std::string, Model>> models;
+  for (const Format& format : formats::all_formats())
+    for (const Model model : format.models) models.emplace_back(name_of(model), model);
+  options.choice<Model>("--model", models, input.model,
+                        "How a matrix or formula becomes a hypergraph (default row-net, primal)");
   options.flag("--diagonal", input.add_diagonal, "Add the missing diagonal entries of a square matrix");
+  options.ordered(
+      "--pairs", "net", "cell",
+      [&input](bool net_first) { input.pairs = net_first ? Pairs::kNetCell : Pairs::kCellNet; },
+      "Lines of a list are pins: the names of a net and its cell, or of a cell and its net");
 }
 
 void add_input(Options& options, InputOptions& input) {
@@ -55,13 +79,17 @@ void add_input(Options& options, InputOptions& input) {
 }
 
 formats::Loaded load_input(formats::Record& record, const std::string& file, const InputOptions& input) {
-  formats::LoadOptions options{input.from, {input.model, input.add_diagonal}, formats::SmallNets::kKeep};
+  formats::LoadOptions options{
+      input.from, {input.model, input.add_diagonal, input.pairs}, formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;
   const std::string name = formats::shown_name(file);
   options.on_choice = [&name](const Format& chosen) {
     print_note(name + ": read as " + std::string(chosen.name) + "; --from can say otherwise");
   };
   formats::Loaded loaded = formats::load(record, file, options);
+  if (!loaded.format->models.empty() && !input.model_is_for_output)
+    if (const std::string error = model_error(input.model, *loaded.format, nullptr); !error.empty())
+      throw UsageError(error);
   for (const std::string& remark : loaded.remarks) uwarning("%s: %s", name.c_str(), remark.c_str());
   if (!input.keeps_names) {
     formats::note(loaded.losses, count_names(loaded.names.cells, false), "cell name");
@@ -80,9 +108,12 @@ void prepare_output(OutputOptions& output, InputOptions& input, const std::vecto
   output.strict = input.strict;
   output.write.model = input.model;
   input.keeps_names = true;
-  for (const std::string& file : files)
-    if (!file.empty() && (output_format(file, output).options & formats::kLabelsOption) == 0)
-      input.keeps_names = false;
+  for (const std::string& file : files) {
+    if (file.empty()) continue;
+    const Format& format = output_format(file, output);
+    if ((format.options & formats::kLabelsOption) == 0) input.keeps_names = false;
+    if (has_model(format, input.model)) input.model_is_for_output = true;
+  }
 }
 
 int written_weights(const Hypergraph& h, const formats::Loaded& loaded) {

@@ -14,13 +14,15 @@ namespace quillon::tool {
 /// How a command reads hypergraphs.
 struct InputOptions {
   const formats::Format* from = nullptr;  // --from; null: by suffix or content
-  formats::Model model = formats::Model::kRowNet;
+  formats::Model model = formats::Model::kDefault;
   bool add_diagonal = false;
+  formats::Pairs pairs = formats::Pairs::kNone;
   bool strict = false;
 
   // Set by commands.
   bool keep_small_nets = true;
-  bool keeps_names = false;  // names are used, so they are not lost
+  bool model_is_for_output = false;  // of an output format, so the input need not have it
+  bool keeps_names = false;          // names are used, so they are not lost
 };
 
 /// How a command writes hypergraphs.
@@ -31,6 +33,11 @@ struct OutputOptions {
   formats::WriteOptions write;
   bool strict = false;  // of the input
 };
+
+/// Why a model means nothing to either format; empty if it does, or is the default.
+///
+/// @param to  Null if nothing is written.
+std::string model_error(formats::Model model, const formats::Format& from, const formats::Format* to);
 
 void add_hypergraph(Options& options, const char* name, std::string& file);
 void add_hypergraphs(Options& options, std::vector<std::string>& files);

@@ -18,7 +18,6 @@ namespace {
 using formats::Format;
 using formats::Labels;
 using formats::Loaded;
-using formats::Model;
 
 // The weights that a file gets. The first four have the numbers that our own format gives them.
 enum class WrittenWeights { kNone, kCells, kNets, kBoth, kAuto };
@@ -39,14 +38,20 @@ Examples:
   quillon convert matrix.mtx.gz matrix.hgr --model column-net
   quillon convert --from metis --to quillon - - < mesh.txt > mesh.qhg
   quillon convert people.json people.qhg --labels people.names
+  quillon convert pins.csv pins.hgr --from edges --pairs net cell
 
 Anything the target cannot represent is counted and reported on standard error. Files that end in .gz or .zst are
 compressed. See quillon help formats for all formats and their suffixes.
 
 Models of a matrix:
-  row-net      rows are nets, columns are cells
+  row-net      rows are nets, columns are cells (default)
   column-net   columns are nets, rows are cells
-  fine-grain   entries are cells; rows, then columns are nets; only for reading)";
+  fine-grain   entries are cells; rows, then columns are nets; only for reading
+
+Models of a SAT formula:
+  primal       clauses are nets, variables are cells (default)
+  dual         variables are nets, clauses are cells
+  literal      clauses are nets, literals are cells: variable v is cell 2v - 1, its negation cell 2v)";
 
 bool has(const Format& format, formats::OptionBit option) { return (format.options & option) != 0; }
 
@@ -97,9 +102,9 @@ std::string target_error(const ConvertOptions& options) {
 
 std::string source_error(const ConvertOptions& options, const Format& from) {
   const Format& to = *options.output.to;
-  if (!has(from, formats::kModelOption) && !has(to, formats::kModelOption) &&
-      options.input.model != Model::kRowNet)
-    return "--model is for " + formats_with(formats::kModelOption);
+  if (std::string error = model_error(options.input.model, from, &to); !error.empty()) return error;
+  if (!has(from, formats::kPairsOption) && options.input.pairs != formats::Pairs::kNone)
+    return "--pairs is for reading " + formats_with(formats::kPairsOption);
   if (!has(from, formats::kDiagonalOption) && options.input.add_diagonal)
     return "--diagonal is for reading " + formats_with(formats::kDiagonalOption);
   if (!options.labels.empty() && !has(from, formats::kLabelsOption) && !has(to, formats::kLabelsOption))
@@ -120,6 +125,7 @@ void prepare(ConvertOptions& options) {
                      "; use --to");
   options.output.write = write_options(options);
   options.output.strict = options.input.strict;
+  options.input.model_is_for_output = model_error(options.input.model, *to, nullptr).empty();
   options.input.keeps_names = !options.labels.empty() || has(*to, formats::kLabelsOption);
   refuse_usage(target_error(options));
   const Format* const from =

@@ -161,6 +161,12 @@ data command_data(const CommandDescription& command, const Descriptions& common)
   return entry;
 }
 
+std::string model_usage(const formats::Format& format) {
+  Words names;
+  for (const formats::Model model : format.models) names.emplace_back(name_of(model));
+  return "--model " + joined(names, "|");
+}
+
 // An option of convert as it is written on a command line.
 std::string usage_of(const std::string& name, const ProgramDescription& program) {
   for (const CommandDescription& command : program.commands)
@@ -180,8 +186,8 @@ data format_data(const formats::Format& format, const ProgramDescription& progra
   entry.set("first_cell", std::string(format.first_cell));
   entry.set("weights", by_sentence(std::string(format.weights)));
   entry.set("is_written", format.write != nullptr);
-  entry.set("options", list_of(options_for(format), [&program](const std::string& name) {
-              return data(usage_of(name, program));
+  entry.set("options", list_of(options_for(format), [&](const std::string& name) {
+              return data(name == "--model" ? model_usage(format) : usage_of(name, program));
             }));
   return entry;
 }
