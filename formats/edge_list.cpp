@@ -12,6 +12,7 @@
 
 #include "formats/json_name.h"
 #include "formats/losses.h"
+#include "formats/name_bytes.h"
 #include "formats/names.h"
 #include "formats/notes.h"
 #include "formats/text_writer.h"
@@ -242,6 +243,7 @@ std::int64_t count_cells_without_nets(const Hypergraph& h) {
 
 void write_edge_list(const Hypergraph& h, const WriteOptions& options, const char* filename) {
   const bool has_names = options.labels != nullptr && !options.labels->cells.empty();
+  if (has_names) check_name_bytes(h, options.labels->cells, {});
   TextWriter out(filename, "quillon convert: hyperedge list");
   for (int j = 1; j <= h._n; ++j) {
     const std::span<const int> pins = pins_of(h._nlst[j]);

@@ -16,6 +16,7 @@
 
 #include "formats/item_names.h"
 #include "formats/json_text.h"
+#include "formats/name_bytes.h"
 #include "formats/notes.h"
 #include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
@@ -561,25 +562,6 @@ std::string start_of_incidence(const std::vector<std::string>& net_names, int j)
          ",\"node\":";
 }
 
-// Names come from a file of their own that may be small: a name of a megabyte at each pin must not become
-// terabytes.
-void check_size(const Hypergraph& h, const Labels& labels) {
-  constexpr std::uint64_t kAlways = std::uint64_t{1} << 30;
-  constexpr std::uint64_t kPerPin = std::uint64_t{1} << 10;
-  const auto size_of = [](const std::vector<std::string>& names, int number) {
-    return names.empty() ? 0 : std::uint64_t{names[static_cast<std::size_t>(number)].size()};
-  };
-  std::uint64_t nbytes = 0;
-  for (int j = 1; j <= h._n; ++j) {
-    const std::span<const int> pins = pins_of(h._nlst[j]);
-    nbytes += pins.size() * size_of(labels.nets, j);
-    for (const int i : pins) nbytes += size_of(labels.cells, i);
-  }
-  if (nbytes > kAlways + kPerPin * static_cast<std::uint64_t>(h._p))
-    errexit("the names of the incidences would have %llu bytes, more than 1 GiB and 1 KiB for each",
-            static_cast<unsigned long long>(nbytes));
-}
-
 void write_incidences(TextWriter& out, const Hypergraph& h, const Labels& labels) {
   bool is_first = true;
   for (int j = 1; j <= h._n; ++j) {
@@ -597,7 +579,7 @@ void write_incidences(TextWriter& out, const Hypergraph& h, const Labels& labels
 void write_hif(const Hypergraph& h, const WriteOptions& options, const char* filename) {
   static const Labels kNone{};
   const Labels& labels = options.labels == nullptr ? kNone : *options.labels;
-  if (!labels.cells.empty() || !labels.nets.empty()) check_size(h, labels);
+  check_name_bytes(h, labels.cells, labels.nets);
   TextWriter out(filename, "quillon convert: HIF");
   out.text("{\"network-type\":\"undirected\",\n\"nodes\":[");
   for (int i = 1; i <= h._c; ++i) write_item(out, "\"node\":", labels.cells, i, h._clst[i].w);

@@ -356,6 +356,17 @@ TEST(WriteEdgeList, WritesNamesInQuotesWhereTheyNeedThem) {
   EXPECT_EQ(back.nadj, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 2, 2, 1}));
 }
 
+TEST(WriteEdgeList, RefusesLongNamesAtManyPins) {
+  const quillon::Record record({.ncells = 1, .pins = {std::vector<int>(1100, 1)}});
+  const TempFile file;
+  std::string name(1000000, 'x');
+  name.front() = name.back() = '"';
+  const Labels labels{{"", name}, {"", "1"}};
+  EXPECT_EQ(fatal_text([&] { format("edges").write(record.h, {.labels = &labels}, file.name()); }),
+            "the names of the incidences would have 1100000000 bytes, more than 1 GiB and 1 KiB for each");
+  EXPECT_EQ(file.contents(), "");
+}
+
 TEST(WriteEdgeList, WritesNumbersWithoutNames) {
   const quillon::Record record({.ncells = 3, .pins = {{3, 1}, {2, 3}}});
   const TempFile file;

@@ -63,6 +63,14 @@ TEST(AllFormats, HaveModelsIfTheyHaveTheOption) {
   EXPECT_THAT(format("cnf").models, ElementsAre(Model::kPrimal, Model::kDual, Model::kLiteral));
 }
 
+TEST(NameOf, TellsAllModelsApart) {
+  std::vector<std::string_view> names;
+  for (const Format& format : all_formats())
+    for (const Model model : format.models) names.push_back(name_of(model));
+  EXPECT_THAT(names, ElementsAre("row-net", "column-net", "fine-grain", "primal", "dual", "literal"));
+  EXPECT_EQ(name_of(Model::kDefault), "default");
+}
+
 TEST(AllFormats, BeginWithOurOwn) {
   EXPECT_EQ(&own_format(), &all_formats().front());
   EXPECT_EQ(own_format().name, "quillon");
