@@ -29,9 +29,8 @@ struct Choice {
 /// those of another format; without a known suffix, by content.
 ///
 /// @param filename  File name, or - for standard input.
-/// @param peek      Gives the beginning of the file, at least as many bytes as asked for if there are. A
-/// later
-///                  call may ask for more.
+/// @param peek      Returns the beginning of the file: at least as many bytes as asked for, or all there are.
+///                  A later call may ask for more.
 Choice choose_format(const std::string& filename, const std::function<Sample(std::size_t)>& peek);
 
 }  // namespace quillon::formats

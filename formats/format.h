@@ -67,7 +67,7 @@ enum class Fit {
   kCertain,   ///< All of it obeys the format, and no similar format is likelier.
 };
 
-/// What is different in a file of the target format, or unwelcome to its readers.
+/// What a file in a format loses of a hypergraph, and what readers of the file refuse or leave out.
 struct Losses {
   std::vector<std::string> lost;     ///< The format has no room for it.
   std::vector<std::string> refused;  ///< It is written, but some readers refuse the file.

@@ -18,7 +18,7 @@
 namespace quillon::formats {
 namespace {
 
-// One entry a format, whatever the length.
+// Longer than other functions: one entry per format.
 std::vector<Format> make_table() {
   return {
       {.name = "quillon",

@@ -76,11 +76,10 @@ enum class SmallNets {
 ///
 /// If small nets are kept, the summaries are those of `set_hypergraph_infos`. If they are folded, the record
 /// is what the folding reader of the module and `construct_net_list` make of the same hypergraph. In both
-/// cases
-/// `_fmt` tells which weights are not all 1.
+/// cases `_fmt` tells which weights are not all 1.
 ///
-/// @param lists       Cells and offsets are not checked. Loses its pins, offsets and weights, and the names of
-///                    nets that are folded; `nadj` becomes `_cell_list` without a copy.
+/// @param lists       Cells and offsets are not checked. Loses its pins, offsets, weights and the names of
+///                    folded nets; `nadj` becomes `_cell_list` without a copy.
 /// @param record      Out, fresh. Unchanged after an error.
 /// @param small_nets  Whether to fold them.
 /// @throws BadFile    if a net without pins that is to be folded has a weight of 2 or more. It names no file.

@@ -9,8 +9,9 @@
 /// |---|---|
 /// | epsilon | w <= floor((1 + x) ceil(t)) |
 /// | ufactor | w <= (1 + x / 1000) t |
-/// | ubfactor | W (1/2 - x/100)^l <= w <= W (1/2 + x/100)^l with l = log2(W / t), each bisection's limit
-/// compounded | | share | t - W x/100 <= w <= t + W x/100 | | mondriaan | w <= (1 + x) t |
+/// | ubfactor | W (1/2 - x/100)^l <= w <= W (1/2 + x/100)^l, l = log2(W / t) bisections |
+/// | share | t - W x/100 <= w <= t + W x/100 |
+/// | mondriaan | w <= (1 + x) t |
 
 #include <array>
 #include <cstdint>

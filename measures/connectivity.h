@@ -1,5 +1,5 @@
 #pragma once
-// The walk over all nets that counts the parts each one touches. Not installed.
+// Checks of a partition, and the walk over all nets that counts the parts each one touches. Not installed.
 
 #include <array>
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace quillon::measures {
 
-/// Counts and weighs the cells of each part, and checks the partition like `check_partition`.
+/// Checks the partition as `check_partition` does, then counts and weighs the cells of each part.
 PartSizes checked_part_sizes(const char* caller, const Hypergraph& h, const Partition& partition);
 
 /// Ends the program (util/util.h) unless the partition has a part in range for every cell.

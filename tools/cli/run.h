@@ -41,7 +41,7 @@ struct OutputError : std::runtime_error {
 /// where no exception can pass, and signals, end the program without leaving temporary files.
 void install_handlers();
 
-/// Prints the exception that is being handled, preceded by the one nested in it.
+/// Prints the exception that is being handled, after the exception nested in it.
 void print_current_exception();
 
 /// Runs `work`. When it throws, prints the error and frees what it held.

@@ -28,12 +28,10 @@ struct EngineRequest {
 
 /// Runs the engine.
 ///
-/// @param read_output  Gets what it prints on standard output, piece by piece. Called anew if the engine has
-/// to be
-///                     started a second time, with an empty piece first.
-/// @par Errors         Fatal (util/util.h) if the engine or what it needs is not installed, naming the
-/// package, and
-///                     if it fails.
+/// @param read_output  Receives the engine's standard output, piece by piece. An empty piece means that the
+///                     engine starts a second time, and the output from the beginning.
+/// @par Errors         Fatal (util/util.h) if the engine fails, or if it or a program that it needs is not
+///                     installed; the message then names the package.
 void run_engine(const EngineRequest& request, const std::function<void(std::string_view)>& read_output);
 
 }  // namespace quillon::tool

@@ -22,7 +22,6 @@ struct FoldedNets {
 void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures);
 
 /// @param nfolded  Nets of one pin or none that were folded.
-
 void print_check_json(const std::string& file, const Hypergraph& h, int nfolded, bool is_symmetric);
 
 /// @param command  "eval" or "partition-info".
