@@ -275,8 +275,7 @@ class ReadableText {
   const char* at(const char* text, const char* end) {
     if (end - text >= kRunText) [[likely]]
       return text;
-    std::memset(copy_, 0, sizeof copy_);
-    std::memcpy(copy_, text, static_cast<std::size_t>(end - text));
+    std::fill(std::copy(text, end, copy_), copy_ + kRunText, '\0');
     return copy_;
   }
 

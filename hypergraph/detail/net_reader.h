@@ -82,7 +82,8 @@ class NetReader {
   bool store_together();
   [[nodiscard]] bool keeps_all_lines() const;
   [[nodiscard]] bool are_sound(const int* numbers, int count) const;
-  void mark(int j, int id) const;
+  static void mark(int* work, int j, int id);
+  static void warn_of_duplicate(int j, int id);
   void mark_scanned() const;
   [[noreturn]] void refuse_cell(int id) const;
 
@@ -108,9 +109,6 @@ inline const char* NetReader::read_fast(const char* at, const char* end) {
   while (at < end && !is_done()) {
     scan_numbers(at, end, scanned_);
     if (scanned_.size == 0) break;
-    if (work_ != nullptr)
-      for (int k = 0; k < scanned_.count; ++k) prefetch(work_ + scanned_.numbers[k]);
-
     const int size = store_together() ? add_stored(at) : add_one_by_one(at);
     at += size;
     if (size < scanned_.size) break;
@@ -216,7 +214,7 @@ inline void NetReader::append(const int* numbers, int count) {
     add_wrapping(id, shift_);
     if (next_place() < room_) *pin_at(next_place()) = id;
     if (!is_cell(id)) refuse_cell(id);
-    if (work_ != nullptr) mark(j_, id);
+    if (work_ != nullptr) mark(work_, j_, id);
     open_.last = id;
     ++open_.count;
   }
@@ -300,17 +298,26 @@ inline bool NetReader::are_sound(const int* numbers, int count) const {
 }
 
 /// Warns if the cell is on net j already.
-inline void NetReader::mark(int j, int id) const {
-  if (work_[id] == j) uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
-  work_[id] = j;
+inline void NetReader::mark(int* work, int j, int id) {
+  if (work[id] == j) [[unlikely]]
+    warn_of_duplicate(j, id);
+  work[id] = j;
 }
 
-/// Marks all numbers that were scanned, the first of them with the open net.
+// Inlined, it would slow down the loop over marks.
+[[gnu::noinline]] inline void NetReader::warn_of_duplicate(int j, int id) {
+  uwarning("read_hypergraph: \n %d is already added to net list of %d", id, j);
+}
+
+/// Marks the cells that `store_together` has stored, the first of them with the open net.
 inline void NetReader::mark_scanned() const {
+  int* const work = work_;
+  const int* const pins = pin_at(next_place());
   int done = 0;
-  for (int k = 0; k < scanned_.nlines; ++k)
-    for (; done < scanned_.lines[k].count; ++done) mark(j_ + k, scanned_.numbers[done] + shift_);
-  for (; done < scanned_.count; ++done) mark(j_ + scanned_.nlines, scanned_.numbers[done] + shift_);
+  for (int k = 0; k <= scanned_.nlines; ++k) {
+    const int end = k < scanned_.nlines ? scanned_.lines[k].count : scanned_.count;
+    for (; done < end; ++done) mark(work, j_ + k, pins[done]);
+  }
 }
 
 inline void NetReader::refuse_cell(int id) const {
