@@ -43,7 +43,7 @@ NotWritten::NotWritten(const std::string& target)
 NotWritten::~NotWritten() = default;
 
 // One output.
-struct [[gnu::visibility("hidden")]] Outputs::Staged {
+struct Outputs::Staged {
   std::string target;                   // as the user named it
   Target where;                         // that, with links followed
   bool is_passed_on = false;            // to a stream, pipe or device

@@ -59,7 +59,7 @@ std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor) {
 
 std::string shown_name(const std::string& name) { return name == "-" ? "standard input" : name; }
 
-struct [[gnu::visibility("hidden")]] Source::State {
+struct Source::State {
   std::string name;
   Descriptor file;
   bool is_regular = false;

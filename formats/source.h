@@ -110,7 +110,7 @@ class Source {
   void finish();
 
  private:
-  struct State;
+  struct [[gnu::visibility("hidden")]] State;
   std::unique_ptr<State> state_;
 };
 

@@ -155,6 +155,7 @@ std::int32_t* imalloc(std::int64_t count, const char* tag) {
 
 void* urealloc(void* block, std::uint64_t bytes, const char* tag) {
   recorder::note_allocation("urealloc " + std::to_string(bytes), bytes, tag);
+  if (block == nullptr) return recorder::heap_block(bytes, tag);
   const auto old = recorder::find_block(-1, block);
   if (old == record.held.end()) throw recorder::Misuse("urealloc of a block that is not held");
   void* const moved = std::realloc(block, bytes);
