@@ -95,9 +95,13 @@ struct Format {
   std::vector<Model> models = {};          ///< Of `kModelOption`, the default first.
   bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.
 
+  bool reads_whole_text = false;  ///< Whether `read` needs all of a text at once.
+
   /// Reads a text.
   ///
-  /// @param in       At its start.
+  /// @param in       At its start. If it has a listener, that gets the errors after which the reader can go
+  /// on,
+  ///                 and the net lists are not complete.
   /// @param lists    Out, fresh.
   /// @param options  Those without meaning to the format are ignored.
   /// @throws BadFile if the text breaks a rule of the format.

@@ -81,6 +81,7 @@ std::vector<Format> make_table() {
        .first_cell = "any name; cells are numbered in the order of the file",
        .weights = "\"weight\" of nodes and edges; whole numbers",
        .options = kLabelsOption,
+       .reads_whole_text = true,
        .read = read_hif,
        .write = write_hif,
        .fit = fit_hif},
@@ -90,6 +91,7 @@ std::vector<Format> make_table() {
        .first_cell = "any name; cells are numbered in the order of the file",
        .weights = "none",
        .options = kLabelsOption | kPairsOption,
+       .reads_whole_text = true,
        .read = read_edge_list,
        .write = write_edge_list,
        .find_losses = find_losses_of_edge_list},
@@ -101,6 +103,7 @@ std::vector<Format> make_table() {
        .options = kModelOption,
        .models = {Model::kPrimal, Model::kDual, Model::kLiteral},
        .keeps_repeated_pins = false,
+       .reads_whole_text = true,
        .read = read_cnf,
        .refusal = refusal_of_cnf,
        .fit = fit_cnf},
@@ -110,6 +113,18 @@ std::vector<Format> make_table() {
 const std::vector<Format>& table() {
   static const std::vector<Format> formats = make_table();
   return formats;
+}
+
+// Errors of `check_pins` do not know the file.
+void read_lists(Scanner& in, NetLists& lists, const Format& format, const ReadOptions& options) {
+  try {
+    format.read(in, lists, options);
+  } catch (const BadFile& error) {
+    if (!error.finding().file.empty()) throw;
+    Finding finding = error.finding();
+    finding.file = in.name;
+    throw BadFile(finding);
+  }
 }
 
 }  // namespace
@@ -147,19 +162,30 @@ NetLists read_file(const std::string& filename, const Format& format, const Read
 }
 
 NetLists read_source(std::unique_ptr<Source> source, const Format& format, const ReadOptions& options) {
-  Scanner in = open_scanner(std::move(source));
-  const Watch watch("parsing " + in.name, in.text.size(),
-                    [&in] { return in.seen.load(std::memory_order_relaxed); });
   NetLists lists;
-  try {
-    format.read(in, lists, options);
-  } catch (const BadFile& error) {
-    if (!error.finding().file.empty()) throw;
-    Finding finding = error.finding();  // of `check_pins`, which does not know the file
-    finding.file = in.name;
-    throw BadFile(finding);
+  if (format.reads_whole_text) {
+    Scanner in = open_scanner(std::move(source));
+    const Watch watch("parsing " + in.name, in.text.size(),
+                      [&in] { return in.seen.load(std::memory_order_relaxed); });
+    read_lists(in, lists, format, options);
+  } else {
+    Scanner in(std::move(source));
+    read_lists(in, lists, format, options);
+    finish(in);
   }
   return lists;
+}
+
+std::vector<Finding> findings_in(Scanner& in, const Format& format, const ReadOptions& options) {
+  std::vector<Finding> findings;
+  in.listener = [&findings](const Finding& finding) { findings.push_back(finding); };
+  NetLists lists;
+  try {
+    read_lists(in, lists, format, options);
+  } catch (const BadFile& error) {
+    findings.push_back(error.finding());
+  }
+  return findings;
 }
 
 }  // namespace quillon::formats

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/findings.h"
 #include "formats/format.h"
 #include "formats/record.h"
 
@@ -53,6 +54,14 @@ const Format& own_format();
 /// @return          The contents, for `to_record`.
 /// @throws BadFile if it cannot be read, or breaks a rule of the format.
 NetLists read_file(const std::string& filename, const Format& format, const ReadOptions& options);
+
+/// Finds all errors in a text, as far as a reader can go on after an error.
+///
+/// @param in       At the start of the text. Gets a listener.
+/// @param format   An entry of the table.
+/// @param options  As for `read_file`.
+/// @return         The errors in the order of the text; none if it can be read.
+std::vector<Finding> findings_in(Scanner& in, const Format& format, const ReadOptions& options);
 
 /// Reads an open file of a format.
 ///

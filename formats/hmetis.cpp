@@ -1,9 +1,9 @@
 #include "formats/hmetis.h"
 
-#include <algorithm>
-#include <utility>
-
+#include "formats/lines.h"
 #include "formats/losses.h"
+#include "formats/mirror_sum.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 
@@ -53,12 +53,6 @@ Header read_header(Scanner& in) {
   unexpected(in, token, cells.rule, cells.meaning, hint);
 }
 
-// Moves to the line of an item, past comments.
-void begin_line(Scanner& in, const std::string& item, const char* hint) {
-  skip_comments(in);
-  if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", item, hint);
-}
-
 void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
   if (header.net_weights) {
     const std::string net = "the weight of net " + std::to_string(lists.xnadj.size() - 1);
@@ -73,11 +67,39 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   skip_line(in);
 }
 
-void read_cell_weight(Scanner& in, NetLists& lists, int i, const Header& header) {
-  const std::string item = "the weight of " + of_all("cell", i, header.ncells);
-  begin_line(in, item, "format 10 of hMETIS means cell weights; net weights are 1");
+void read_nets(Scanner& in, NetLists& lists, const Header& header) {
+  const Range cells = cell_range(header.ncells, 1);
+  const NetForm form{header.net_weights, false, 1, kMostPins};
+  for (int j = 1; j <= header.nnets;) {
+    if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
+      j += nread;
+      continue;
+    }
+    if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, header.nnets));
+    if (!read_line(in, [&] { read_net(in, lists, header, cells); })) drop_net(lists, header.net_weights);
+    ++j;
+  }
+}
+
+void read_cell_weight(Scanner& in, NetLists& lists, const std::string& item) {
   lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(item)));
   expect_line_end(in, item);
+}
+
+void read_cell_weights(Scanner& in, NetLists& lists, const Header& header) {
+  lists.cell_weights.push_back(0);
+  for (int i = 1; i <= header.ncells;) {
+    if (const int nread = read_plain_weights(in, lists.cell_weights, header.ncells); nread > 0) {
+      i += nread;
+      continue;
+    }
+    const std::string item = "the weight of " + of_all("cell", i++, header.ncells);
+    if (!skip_to_line(in))
+      unexpected(in, {{}, in.at}, "missing-line", item,
+                 "format 10 of hMETIS means cell weights; net weights are 1");
+    read_line(in, [&] { read_cell_weight(in, lists, item); });
+    lists.cell_weights.resize(static_cast<std::size_t>(i), 1);
+  }
 }
 
 void read_rest(Scanner& in, const Header& header) {
@@ -91,38 +113,28 @@ void read_rest(Scanner& in, const Header& header) {
 // A METIS graph of V vertices and E edges reads as V nets, on E cells, in which j names i whenever i names j.
 bool looks_like_graph(const NetLists& lists) {
   if (lists.nadj.empty() || lists.nadj.size() != 2 * static_cast<std::size_t>(lists.ncells)) return false;
-  std::vector<std::pair<int, int>> pairs;
-  std::vector<std::pair<int, int>> mirrored;
+  MirrorSum sum;
   for (int j = 1; j <= lists.nnets; ++j) {
     const auto at = static_cast<std::size_t>(j);
     for (int k = lists.xnadj[at]; k < lists.xnadj[at + 1]; ++k) {
       const int i = lists.nadj[static_cast<std::size_t>(k)];
       if (i == j) return false;
-      pairs.emplace_back(j, i);
-      mirrored.emplace_back(i, j);
+      sum.add(j, i, 0);
     }
   }
-  std::sort(pairs.begin(), pairs.end());
-  std::sort(mirrored.begin(), mirrored.end());
-  return pairs == mirrored;
+  return sum.is_zero();
 }
 
 }  // namespace
 
 void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
-  const Range cells = cell_range(header.ncells, 1);
   lists.ncells = header.ncells;
   begin_nets(lists, header.nnets);
   if (header.net_weights) lists.net_weights.push_back(0);
-  for (int j = 1; j <= header.nnets; ++j) {
-    begin_line(in, of_all("net", j, header.nnets), "");
-    read_net(in, lists, header, cells);
-  }
-  if (header.cell_weights) {
-    lists.cell_weights.push_back(0);
-    for (int i = 1; i <= header.ncells; ++i) read_cell_weight(in, lists, i, header);
-  }
+  begin_lines(in, {});
+  read_nets(in, lists, header);
+  if (header.cell_weights) read_cell_weights(in, lists, header);
   read_rest(in, header);
   if (looks_like_graph(lists))
     lists.remarks.emplace_back(

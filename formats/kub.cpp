@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "formats/lines.h"
 #include "formats/losses.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 #include "hypergraph/detail/lists.h"
@@ -38,6 +40,42 @@ void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
   expect_line_end(in, counted(size, "pin"));
 }
 
+void read_nets(Scanner& in, NetLists& lists) {
+  const Range cells = cell_range(lists.ncells, 0);
+  const NetForm form{true, true, 0, kMostPins};
+  lists.net_weights.push_back(0);
+  for (int j = 1; j <= lists.nnets;) {
+    if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
+      j += nread;
+      continue;
+    }
+    const bool is_missing = at_end(in);
+    if (!read_line(in, [&] { read_net(in, lists, j, cells); })) drop_net(lists, true);
+    if (is_missing) return;
+    ++j;
+  }
+}
+
+void read_cell_weight(Scanner& in, NetLists& lists, int i) {
+  const std::string weight = "the weight of " + of_all("cell", i, lists.ncells);
+  lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
+  expect_line_end(in, weight);
+}
+
+void read_cell_weights(Scanner& in, NetLists& lists) {
+  lists.cell_weights.push_back(0);
+  for (int i = 1; i <= lists.ncells;) {
+    if (const int nread = read_plain_weights(in, lists.cell_weights, lists.ncells); nread > 0) {
+      i += nread;
+      continue;
+    }
+    const bool is_missing = at_end(in);
+    read_line(in, [&] { read_cell_weight(in, lists, i); });
+    if (is_missing) return;
+    lists.cell_weights.resize(static_cast<std::size_t>(++i), 1);
+  }
+}
+
 std::uintmax_t digits(int value) {
   char text[std::numeric_limits<int>::digits10 + 3];
   return static_cast<std::uintmax_t>(std::to_chars(text, text + sizeof text, value).ptr - text);
@@ -63,16 +101,9 @@ void read_kub(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   begin_nets(lists, as_number(in, next_on_line(in), count_range("the number of nets")));
   expect_line_end(in, "the number of nets");
 
-  const Range cells = cell_range(lists.ncells, 0);
-  lists.net_weights.push_back(0);
-  for (int j = 1; j <= lists.nnets; ++j) read_net(in, lists, j, cells);
-
-  lists.cell_weights.push_back(0);
-  for (int i = 1; i <= lists.ncells; ++i) {
-    const std::string weight = "the weight of " + of_all("cell", i, lists.ncells);
-    lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
-    expect_line_end(in, weight);
-  }
+  begin_lines(in, {});
+  read_nets(in, lists);
+  read_cell_weights(in, lists);
   expect_end(in, "the weights of " + counted(lists.ncells, "cell"));
 }
 

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
+#include <functional>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
@@ -24,7 +28,7 @@ struct Header {
   int nrows = 0;
   int ncolumns = 0;
   int nentries = 0;
-  std::size_t size_offset = 0;  // of the number of rows in the file
+  Place size_place;  // of the number of rows
 };
 
 struct Entry {
@@ -68,13 +72,12 @@ void read_banner(Scanner& in, Header& header) {
 }
 
 // Moves to the next line that is not blank, nor a comment where comments can stand.
-void begin_line(Scanner& in, bool comments) {
+void skip_blank_lines(Scanner& in, bool comments) {
   while (!at_end(in)) {
     if (comments) skip_comments(in);
-    const std::size_t line_start = in.at;
-    const bool is_blank = next_on_line(in).text.empty();
-    in.at = line_start;
-    if (!is_blank) return;
+    const Token first = next_on_line(in);
+    put_back(in, first);
+    if (!first.text.empty()) return;
     skip_line(in);
   }
 }
@@ -82,10 +85,10 @@ void begin_line(Scanner& in, bool comments) {
 Header read_header(Scanner& in) {
   Header header;
   read_banner(in, header);
-  begin_line(in, true);
+  skip_blank_lines(in, true);
   const Token nrows = next_on_line(in);
   header.nrows = as_number(in, nrows, count_range("the number of rows"));
-  header.size_offset = nrows.offset;
+  header.size_place = place_of(in, nrows.offset);
   const Token ncolumns = next_on_line(in);
   header.ncolumns = as_number(in, ncolumns, count_range("the number of columns"));
   if (header.mirrored && header.nrows != header.ncolumns)
@@ -134,13 +137,13 @@ int as_index(const Scanner& in, const Token& token, const Range& range) {
 }
 
 Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k) {
-  begin_line(in, false);
-  if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("entry", k, header.nentries));
   const Token row = next_on_line(in);
-  const Token column = next_on_line(in);
-  const Entry entry{as_index(in, row, ranges.rows), as_index(in, column, ranges.columns)};
+  const Place place = header.skew ? place_of(in, row.offset) : Place{};
+  Entry entry{};
+  entry.row = as_index(in, row, ranges.rows);
+  entry.column = as_index(in, next_on_line(in), ranges.columns);
   if (header.skew && entry.row == entry.column)
-    bad_text(in, row.offset, "diagonal-entry",
+    bad_text(in, place, "diagonal-entry",
              "found an entry on the diagonal, expected none in a skew-symmetric matrix");
   if (header.values_per_entry > 0) {
     const std::string which = of_all("entry", k, header.nentries);
@@ -150,117 +153,258 @@ Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k)
   return entry;
 }
 
-std::vector<Entry> read_entries(Scanner& in, const Header& header) {
+bool is_sound(const int* pairs, int count, const Header& header) {
+  unsigned outside = 0;
+  for (int k = 0; k < count; k += 2) {
+    outside |= static_cast<unsigned>(pairs[k] - 1) >= static_cast<unsigned>(header.nrows) ? 1U : 0U;
+    outside |= static_cast<unsigned>(pairs[k + 1] - 1) >= static_cast<unsigned>(header.ncolumns) ? 1U : 0U;
+  }
+  for (int k = 0; header.skew && k < count; k += 2) outside |= pairs[k] == pairs[k + 1] ? 1U : 0U;
+  return outside == 0;
+}
+
+// Appends the entries of many lines at once. Returns false without effect if lines have to be read by words.
+bool read_plain_entries(Scanner& in, Ints& entries, const Header& header) {
+  const NumberLines lines = number_lines(in);
+  const std::size_t nleft = 2 * static_cast<std::size_t>(header.nentries) - entries.size();
+  if (lines.count == 0 || static_cast<std::size_t>(lines.nnumbers) > nleft) return false;
+  int odd = 0;
+  for (int k = 0; k < lines.count; ++k) odd |= lines.size(k) & ~2;  // a line has two indices, or it is blank
+  if (odd != 0 || !is_sound(lines.numbers, lines.nnumbers, header)) return false;
+  const auto count = static_cast<std::size_t>(lines.nnumbers);
+  std::copy_n(lines.numbers, count, entries.extend(count));
+  skip_all_lines(in);
+  return true;
+}
+
+// Row and column of each entry. With a listener there may be fewer than announced.
+Ints read_entries(Scanner& in, const Header& header) {
   const Ranges ranges{index_range("row", header.nrows), index_range("column", header.ncolumns)};
-  std::vector<Entry> matrix;
-  for (int k = 1; k <= header.nentries; ++k) matrix.push_back(read_entry(in, header, ranges, k));
+  Ints entries("matrix: entries");
+  entries.reserve(2 * static_cast<std::size_t>(header.nentries));
+  begin_lines(in, {.nvalues = header.values_per_entry, .whole_values = header.whole_values});
+  const auto nread = [&entries] { return static_cast<int>(entries.size() / 2); };
+  while (nread() < header.nentries) {
+    if (read_plain_entries(in, entries, header)) continue;
+    skip_blank_lines(in, false);
+    if (at_end(in))
+      unexpected(in, {{}, in.at}, "missing-line", of_all("entry", nread() + 1, header.nentries));
+    Entry entry{1, 1};
+    read_line(in, [&] { entry = read_entry(in, header, ranges, nread() + 1); });
+    entries.push_back(entry.row);
+    entries.push_back(entry.column);
+  }
   expect_end(in, "the " + std::to_string(header.nentries) +
                      (header.nentries == 1 ? " entry of the header" : " entries of the header"));
-  return matrix;
+  return entries;
 }
 
-// Each entry is followed by its mirror image.
-std::vector<Entry> with_mirror_images(const std::vector<Entry>& entries) {
-  std::vector<Entry> all;
-  for (const Entry& entry : entries) {
-    all.push_back(entry);
-    if (entry.row != entry.column) all.push_back({entry.column, entry.row});
+Entry entry_at(const Ints& entries, std::size_t k) { return {entries[2 * k], entries[2 * k + 1]}; }
+
+// Calls visit(entry) for each entry in the order of the file; where one triangle is stored, also for each
+// mirror image after its entry.
+template <typename Visit>
+void for_each_entry(const Ints& entries, bool mirrored, Visit visit) {
+  for (std::size_t k = 0; k < entries.size() / 2; ++k) {
+    const Entry entry = entry_at(entries, k);
+    visit(entry);
+    if (mirrored && entry.row != entry.column) visit(Entry{entry.column, entry.row});
   }
-  return all;
-}
-
-// Keeps the first of entries that are given more than once. If `mirrored`, an entry equals the one across the
-// diagonal. Returns the number of entries dropped.
-std::size_t drop_repeated(std::vector<Entry>& entries, bool mirrored) {
-  std::vector<std::size_t> order(entries.size());
-  for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
-  const auto place = [&entries, mirrored](std::size_t k) {
-    const auto [row, column] = entries[k];
-    return mirrored ? std::pair(std::min(row, column), std::max(row, column)) : std::pair(row, column);
-  };
-  std::sort(order.begin(), order.end(), [&place](std::size_t a, std::size_t b) {
-    return std::pair(place(a), a) < std::pair(place(b), b);
-  });
-  std::vector<bool> repeated(entries.size());
-  for (std::size_t k = 1; k < order.size(); ++k) repeated[order[k]] = place(order[k]) == place(order[k - 1]);
-
-  std::size_t kept = 0;
-  for (std::size_t k = 0; k < entries.size(); ++k)
-    if (!repeated[k]) entries[kept++] = entries[k];
-  const std::size_t ndropped = entries.size() - kept;
-  entries.resize(kept);
-  return ndropped;
 }
 
 // By row: 1 if its diagonal entry is there, else 0.
-std::vector<int> marks_of_diagonal(const std::vector<Entry>& entries, int nrows) {
+std::vector<int> marks_of_diagonal(const Ints& entries, int nrows) {
   std::vector<int> marks(static_cast<std::size_t>(nrows) + 1, 0);
-  for (const Entry& entry : entries)
-    if (entry.row == entry.column) marks[static_cast<std::size_t>(entry.row)] = 1;
+  for (std::size_t k = 0; k < entries.size(); k += 2)
+    if (entries[k] == entries[k + 1]) marks[static_cast<std::size_t>(entries[k])] = 1;
   return marks;
-}
-
-void append_diagonal(std::vector<Entry>& entries, int nrows) {
-  const std::vector<int> marks = marks_of_diagonal(entries, nrows);
-  for (int i = 1; i <= nrows; ++i)
-    if (marks[static_cast<std::size_t>(i)] == 0) entries.push_back({i, i});
 }
 
 void check_options(const Scanner& in, const Header& header, const ReadOptions& options) {
   if (options.add_diagonal && header.nrows != header.ncolumns)
-    bad_text(in, header.size_offset, "not-square",
+    bad_text(in, header.size_place, "not-square",
              "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
                  " columns, expected a square matrix for --diagonal");
   if (options.model == Model::kFineGrain && header.nrows > kMostItems - header.ncolumns)
-    bad_text(in, header.size_offset, "bad-count",
+    bad_text(in, header.size_place, "bad-count",
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
                  " rows and columns, expected at most " + std::to_string(kMostItems) + " nets");
 }
 
-// Entries are cells; nets are the rows and, after them, the columns.
-void make_fine_grain_nets(NetLists& lists, const std::vector<Entry>& entries, const Header& header) {
-  check_pins(2 * entries.size());
-  lists.ncells = static_cast<int>(entries.size());
-  lists.nnets = header.nrows + header.ncolumns;
-  std::vector<Pin> pins;
-  pins.reserve(2 * entries.size());
-  for (std::size_t k = 0; k < entries.size(); ++k) {
-    const int cell = static_cast<int>(k) + 1;
-    pins.push_back({entries[k].row, cell});
-    pins.push_back({header.nrows + entries[k].column, cell});
-  }
-  group_by_net(lists, pins);
+bool is_ascending(std::span<const int> pins) {
+  return std::adjacent_find(pins.begin(), pins.end(), std::greater_equal<>()) == pins.end();
 }
 
-void make_nets(NetLists& lists, const std::vector<Entry>& entries, const Header& header, Model model) {
+// Repetitions of entries, on and off the diagonal.
+struct Repetitions {
+  std::size_t on_diagonal = 0;
+  std::size_t elsewhere = 0;
+};
+
+// Keeps the first of equal pins of a net.
+Repetitions drop_repeated_pins(NetLists& lists) {
+  Repetitions dropped;
+  std::vector<int> last_net(static_cast<std::size_t>(lists.ncells) + 1, 0);
+  int kept = 0;
+  int begin = 0;
+  for (int j = 1; j <= lists.nnets; ++j) {
+    int& end = lists.xnadj[static_cast<std::size_t>(j) + 1];
+    const int* const pins = lists.nadj.data();
+    const bool ascending = is_ascending({pins + begin, pins + end});
+    for (int k = begin; k < end; ++k) {
+      const int i = pins[k];
+      if (!ascending && std::exchange(last_net[static_cast<std::size_t>(i)], j) == j)
+        ++(i == j ? dropped.on_diagonal : dropped.elsewhere);
+      else
+        lists.nadj[static_cast<std::size_t>(kept++)] = i;
+    }
+    begin = std::exchange(end, kept);
+  }
+  lists.nadj.resize(static_cast<std::size_t>(kept));
+  return dropped;
+}
+
+// Net and cell of an entry.
+Pin pin_of(const Entry& entry, Model model) {
+  return model == Model::kColumnNet ? Pin{entry.column, entry.row} : Pin{entry.row, entry.column};
+}
+
+bool is_sorted_by_net(const Ints& entries, Model model) {
+  const std::size_t first = model == Model::kColumnNet ? 1 : 0;
+  bool sorted = true;
+  for (std::size_t k = first; k + 2 < entries.size(); k += 2) sorted = sorted && entries[k] <= entries[k + 2];
+  return sorted;
+}
+
+void count_pins(NetLists& lists, const Ints& entries, bool mirrored, Model model) {
+  lists.xnadj.assign(static_cast<std::size_t>(lists.nnets) + 2, 0);
+  for_each_entry(entries, mirrored, [&](const Entry& entry) {
+    ++lists.xnadj[static_cast<std::size_t>(pin_of(entry, model).net) + 1];
+  });
+  std::size_t total = 0;
+  for (std::size_t j = 1; j < lists.xnadj.size(); ++j) {
+    total += static_cast<std::size_t>(lists.xnadj[j]);
+    check_pins(total);
+    lists.xnadj[j] = static_cast<int>(total);
+  }
+}
+
+// Entries that are sorted by net are the pins in their order: the other index of each is removed.
+void keep_cells(NetLists& lists, Ints&& entries, Model model) {
+  const std::size_t second = model == Model::kColumnNet ? 0 : 1;
+  const std::size_t npins = entries.size() / 2;
+  for (std::size_t k = 0; k < npins; ++k) entries[k] = entries[2 * k + second];
+  entries.resize(npins);
+  lists.nadj = std::move(entries);
+}
+
+void scatter(NetLists& lists, const Ints& entries, bool mirrored, Model model) {
+  std::vector<int> next(lists.xnadj.begin(), lists.xnadj.end());
+  lists.nadj.clear();
+  int* const pins = lists.nadj.extend(static_cast<std::size_t>(lists.xnadj.back()));
+  for_each_entry(entries, mirrored, [&](const Entry& entry) {
+    const Pin pin = pin_of(entry, model);
+    pins[next[static_cast<std::size_t>(pin.net)]++] = pin.cell;
+  });
+}
+
+// Returns the number of entries dropped because they were given before.
+std::size_t make_nets(NetLists& lists, Ints&& entries, const Header& header, Model model) {
   const bool by_row = model != Model::kColumnNet;
   lists.nnets = by_row ? header.nrows : header.ncolumns;
   lists.ncells = by_row ? header.ncolumns : header.nrows;
+  count_pins(lists, entries, header.mirrored, model);
+  if (!header.mirrored && is_sorted_by_net(entries, model))
+    keep_cells(lists, std::move(entries), model);
+  else
+    scatter(lists, entries, header.mirrored, model);
+  const Repetitions dropped = drop_repeated_pins(lists);
+  return dropped.on_diagonal + dropped.elsewhere / (header.mirrored ? 2 : 1);
+}
+
+// By index of `for_each_entry`: whether the entry has been given before.
+std::vector<bool> repeated_entries(const std::vector<Entry>& entries, const Header& header) {
+  std::vector<std::size_t> ends(static_cast<std::size_t>(header.nrows) + 2, 0);
+  for (const Entry& entry : entries) ++ends[static_cast<std::size_t>(entry.row) + 1];
+  for (std::size_t i = 1; i < ends.size(); ++i) ends[i] += ends[i - 1];
+  std::vector<std::size_t> by_row(entries.size());
+  for (std::size_t k = 0; k < entries.size(); ++k)
+    by_row[ends[static_cast<std::size_t>(entries[k].row)]++] = k;
+
+  std::vector<bool> repeated(entries.size());
+  std::vector<int> last_row(static_cast<std::size_t>(header.ncolumns) + 1, 0);
+  for (const std::size_t k : by_row) {
+    const auto [row, column] = entries[k];
+    repeated[k] = std::exchange(last_row[static_cast<std::size_t>(column)], row) == row;
+  }
+  return repeated;
+}
+
+// Keeps the first of equal entries. Returns the number dropped; an entry and its mirror image count once.
+std::size_t drop_repeated(std::vector<Entry>& entries, const Header& header) {
+  const std::vector<bool> repeated = repeated_entries(entries, header);
+  Repetitions dropped;
+  std::size_t kept = 0;
+  for (std::size_t k = 0; k < entries.size(); ++k) {
+    if (!repeated[k])
+      entries[kept++] = entries[k];
+    else
+      ++(entries[k].row == entries[k].column ? dropped.on_diagonal : dropped.elsewhere);
+  }
+  entries.resize(kept);
+  return dropped.on_diagonal + dropped.elsewhere / (header.mirrored ? 2 : 1);
+}
+
+// Entries are cells; nets are the rows and, after them, the columns. Returns the number of entries dropped.
+std::size_t make_fine_grain_nets(NetLists& lists, const Ints& entries, const Header& header,
+                                 const std::vector<int>& diagonal) {
+  std::vector<Entry> cells;
+  for_each_entry(entries, header.mirrored, [&](const Entry& entry) { cells.push_back(entry); });
+  const std::size_t ndropped = drop_repeated(cells, header);
+  for (std::size_t i = 1; i < diagonal.size(); ++i)
+    if (diagonal[i] == 0) cells.push_back({static_cast<int>(i), static_cast<int>(i)});
+  check_pins(2 * cells.size());
+  lists.ncells = static_cast<int>(cells.size());
+  lists.nnets = header.nrows + header.ncolumns;
   std::vector<Pin> pins;
-  pins.reserve(entries.size());
-  for (const Entry& entry : entries)
-    pins.push_back(by_row ? Pin{entry.row, entry.column} : Pin{entry.column, entry.row});
+  pins.reserve(2 * cells.size());
+  for (std::size_t k = 0; k < cells.size(); ++k) {
+    pins.push_back({cells[k].row, static_cast<int>(k) + 1});
+    pins.push_back({header.nrows + cells[k].column, static_cast<int>(k) + 1});
+  }
   group_by_net(lists, pins);
+  return ndropped;
+}
+
+// Nothing to read if the record cannot be had.
+void check_room_for(const Header& header, Model model) {
+  if (model == Model::kColumnNet)
+    check_room(header.nrows, header.ncolumns);
+  else if (model != Model::kFineGrain)
+    check_room(header.ncolumns, header.nrows);
+  else if (header.nrows <= kMostItems - header.ncolumns)
+    check_room(0, header.nrows + header.ncolumns);
 }
 
 }  // namespace
 
 void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options) {
   const Header header = read_header(in);
-  std::vector<Entry> matrix = read_entries(in, header);
-  if (const std::size_t nrepeated = drop_repeated(matrix, header.mirrored); nrepeated > 0)
-    lists.remarks.push_back(counted(static_cast<std::int64_t>(nrepeated), "repetition") +
-                            " of entries dropped");
-  if (header.mirrored) matrix = with_mirror_images(matrix);
+  check_room_for(header, options.model);
+  Ints entries = read_entries(in, header);
   check_options(in, header, options);
-
+  std::vector<int> diagonal;
+  if (options.add_diagonal) diagonal = marks_of_diagonal(entries, header.nrows);
+  std::size_t ndropped = 0;
   if (options.model == Model::kFineGrain) {
-    if (options.add_diagonal) append_diagonal(matrix, header.nrows);
-    make_fine_grain_nets(lists, matrix, header);
-    return;
+    ndropped = make_fine_grain_nets(lists, entries, header, diagonal);
+  } else {
+    ndropped = make_nets(lists, std::move(entries), header, options.model);
+    lists.diagonal = std::move(diagonal);
   }
-  make_nets(lists, matrix, header, options.model);
-  if (options.add_diagonal) lists.diagonal = marks_of_diagonal(matrix, header.nrows);
+  if (ndropped > 0)
+    lists.remarks.push_back(counted(static_cast<std::int64_t>(ndropped), "repetition") +
+                            " of entries dropped");
 }
 
 std::string refusal_of_matrix_market(const WriteOptions& options) {

@@ -1,7 +1,6 @@
 #include "formats/net_lists.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <numeric>
 #include <utility>
@@ -12,8 +11,6 @@
 
 namespace quillon::formats {
 namespace {
-
-constexpr std::int64_t kMostPins = std::numeric_limits<int>::max() - 2;
 
 struct Free {
   void operator()(void* block) const { _usfree(block); }
@@ -59,7 +56,7 @@ void insert_diagonal(NetLists& lists) {
   std::size_t nmissing = 0;
   for (int j = 1; j <= lists.nnets; ++j) nmissing += lacks_diagonal(lists, j) ? 1 : 0;
   const std::size_t npins = lists.nadj.size();
-  if (npins + nmissing > static_cast<std::size_t>(kMostPins))
+  if (npins + nmissing > kMostPins)
     errexit("hypergraph_LoadFromArr: %d pins and a diagonal of %d are too many", static_cast<int>(npins),
             lists.ncells);
   lists.nadj.resize(npins + nmissing);
@@ -145,13 +142,21 @@ void build_cell_side(Hypergraph& h) {
 
 }  // namespace
 
+void check_room(int ncells, int nnets) {
+  const Block<Cell> cells = allocate<Cell>(ncells, "to_record: clst");
+  const Block<Net> nets = allocate<Net>(nnets, "to_record: nlst");
+}
+
 void begin_nets(NetLists& lists, int nnets) {
+  check_room(lists.ncells, nnets);
   lists.nnets = nnets;
-  lists.xnadj.assign({0, 0});
+  lists.xnadj.clear();
+  lists.xnadj.reserve(static_cast<std::size_t>(nnets) + 2);
+  lists.xnadj.resize(2, 0);
 }
 
 void check_pins(std::size_t npins) {
-  if (npins > static_cast<std::size_t>(kMostPins))
+  if (npins > kMostPins)
     throw BadFile({"too-many-pins", Severity::kError, "", 0, 0,
                    "more than " + std::to_string(kMostPins) + " pins are too many", ""});
 }
@@ -159,6 +164,13 @@ void check_pins(std::size_t npins) {
 void end_net(NetLists& lists) {
   check_pins(lists.nadj.size());
   lists.xnadj.push_back(static_cast<int>(lists.nadj.size()));
+}
+
+void drop_net(NetLists& lists, bool has_weights) {
+  const int end = lists.xnadj.back();
+  lists.nadj.resize(static_cast<std::size_t>(end));
+  lists.xnadj.push_back(end);
+  if (has_weights) lists.net_weights.resize(lists.xnadj.size() - 1, 1);
 }
 
 void group_by_net(NetLists& lists, const std::vector<Pin>& pins) {

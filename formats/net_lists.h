@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -34,15 +35,27 @@ struct NetLists {
   std::vector<std::string> losses;   ///< What a hypergraph cannot hold.
 };
 
+/// Most pins of a record: its arrays have two more entries.
+inline constexpr std::size_t kMostPins = std::numeric_limits<int>::max() - 2;
+
 /// Checks that a record can have this many pins.
 ///
 /// @param npins  Number of pins.
 /// @throws BadFile if there are more than 2147483645. It names no file; `read_file` adds it.
 void check_pins(std::size_t npins);
 
-/// Begins the arrays of a hypergraph whose nets follow one by one.
+/// Fails if a record cannot have so many cells and nets, before a text is read that is long or does not hold
+/// as much as it announces.
 ///
-/// @param lists  Gets `nnets` and the start of net 1. Then append the pins of each net to `nadj` and call
+/// @param ncells  Number of cells.
+/// @param nnets   Number of nets.
+/// @par Errors    Out of memory is fatal (util/util.h).
+void check_room(int ncells, int nnets);
+
+/// Begins the arrays of a hypergraph whose nets follow one by one, after a check for room.
+///
+/// @param lists  With its number of cells. Gets `nnets` and the start of net 1. Then append the pins of each
+/// net to `nadj` and call
 ///               `end_net`.
 /// @param nnets  Number of nets that follow.
 void begin_nets(NetLists& lists, int nnets);
@@ -52,6 +65,12 @@ void begin_nets(NetLists& lists, int nnets);
 /// @param lists  Begun by `begin_nets`. Gets the start of the next net.
 /// @throws BadFile as `check_pins` does.
 void end_net(NetLists& lists);
+
+/// Ends a net whose line has an error: it gets no pins, and the weight 1.
+///
+/// @param lists        As for `end_net`.
+/// @param has_weights  Whether net weights are read.
+void drop_net(NetLists& lists, bool has_weights);
 
 /// A pin with its net, for files that do not list pins net by net.
 struct Pin {

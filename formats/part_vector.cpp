@@ -1,8 +1,12 @@
 #include "formats/part_vector.h"
 
+#include <algorithm>
 #include <limits>
 #include <optional>
+#include <span>
+#include <utility>
 
+#include "formats/lines.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
 
@@ -21,49 +25,125 @@ void write_by_line(const std::vector<int>& values, const char* filename, const c
   out.close();
 }
 
+// The numbers on the lines that begin here, if there are at most `nleft` and all are from `first` to `last`.
+// Lines are of no importance in these files.
+std::span<const int> plain_numbers(Scanner& in, std::size_t nleft, int first, int last) {
+  const NumberLines lines = number_lines(in);
+  const auto count = static_cast<std::size_t>(lines.nnumbers);
+  if (count == 0 || count > nleft) return {};
+  const std::span numbers(lines.numbers, count);
+  unsigned outside = 0;
+  for (const int number : numbers) outside |= number < first || number > last ? 1U : 0U;
+  return outside == 0 ? numbers : std::span<const int>();
+}
+
+// Appends numbers that count from `first`, counted from 0.
+void append_from(int first, std::span<const int> numbers, std::vector<int>& values) {
+  for (const int number : numbers) values.push_back(number - first);
+}
+
+// Moves to the next line if nothing is left on this one: lines of plain numbers may follow.
+void end_line(Scanner& in) {
+  const Token rest = next_on_line(in);
+  if (rest.text.empty())
+    skip_line(in);
+  else
+    put_back(in, rest);
+}
+
+// Marks cells as named. Returns false without effect if one of them already is.
+bool mark(std::span<const int> cells, std::vector<char>& named) {
+  for (std::size_t k = 0; k < cells.size(); ++k) {
+    char& is_named = named[static_cast<std::size_t>(cells[k])];
+    if (is_named == 0) {
+      is_named = 1;
+      continue;
+    }
+    for (const int cell : cells.first(k)) named[static_cast<std::size_t>(cell)] = 0;
+    return false;
+  }
+  return true;
+}
+
+// Reads a file again up to a number, counted from 1, and says which line it is on.
+std::size_t line_of_number(Scanner& in, std::size_t index) {
+  Token token{};
+  for (std::size_t k = 0; k < index; ++k) token = next_token(in);
+  return place_of(in, token.offset).line;
+}
+
+[[noreturn]] void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int cell) {
+  const Place place = place_of(in, token.offset);
+  const std::string found = shown(in, token);
+  const auto first =
+      static_cast<std::size_t>(std::find(order.begin() + 1, order.end(), cell) - order.begin());
+  const std::string line = std::to_string(line_of_number(*read_again(in), first));
+  bad_text(in, place, "repeated-cell",
+           "found " + found + ", expected a cell not named before, which it was on line " + line);
+}
+
 }  // namespace
 
 std::vector<int> read_parts(const std::string& filename, int ncells, int nparts, int first) {
-  Scanner in = open_scanner(filename);
+  Scanner in(filename);
   const bool is_bounded = nparts < kAnyNumber;
   const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
   const std::string range = ", from " + std::to_string(first) +
                             (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
   std::vector<int> parts{0};
   bool has_part_0 = first == 1;
-  for (int i = 1; i <= ncells; ++i) {
+  begin_lines(in, {.by_line = false});
+  const auto nwanted = static_cast<std::size_t>(ncells) + 1;
+  while (parts.size() < nwanted) {
+    if (const auto numbers = plain_numbers(in, nwanted - parts.size(), first, last); !numbers.empty()) {
+      has_part_0 = has_part_0 || std::find(numbers.begin(), numbers.end(), 0) != numbers.end();
+      append_from(first, numbers, parts);
+      skip_all_lines(in);
+      continue;
+    }
     const Token token = next_token(in);
     const std::optional<int> part = number_in(token, {first, last, {}});
     if (!part) {
       const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
       const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
-      unexpected(in, token, "part-out-of-range", "the part number" + range + std::to_string(i),
+      unexpected(in, token, "part-out-of-range", "the part number" + range + std::to_string(parts.size()),
                  is_large ? "if there are more parts than cells, say it with -k and --allow-empty-parts"
                  : is_last_from_1 ? "if the parts count from 1, say it with --parts-from 1"
                                   : "");
     }
     has_part_0 = has_part_0 || *part == 0;
     parts.push_back(*part - first);
+    end_line(in);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
+  finish(in);
   return parts;
 }
 
 std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int nparts, int first) {
-  Scanner in = open_scanner(filename);
+  Scanner in(filename);
   const int last = nparts == 0 ? kAnyNumber : nparts - 1 + first;
   const std::string range = "the part number, from " + std::to_string(first) +
                             (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
   std::vector<int> parts{-1};
-  for (int i = 1; i <= ncells; ++i) {
+  begin_lines(in, {.by_line = false});
+  const auto nwanted = static_cast<std::size_t>(ncells) + 1;
+  while (parts.size() < nwanted) {
+    if (const auto numbers = plain_numbers(in, nwanted - parts.size(), first, last); !numbers.empty()) {
+      append_from(first, numbers, parts);
+      skip_all_lines(in);
+      continue;
+    }
     const Token token = next_token(in);
     if (number_in(token, {-1, -1, {}}))
       parts.push_back(-1);
     else
-      parts.push_back(as_number(in, token, {first, last, range + std::to_string(i), "part-out-of-range"}) -
-                      first);
+      parts.push_back(
+          as_number(in, token, {first, last, range + std::to_string(parts.size()), "part-out-of-range"}) -
+          first);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
+  finish(in);
   return parts;
 }
 
@@ -72,22 +152,29 @@ void write_parts_by_line(const std::vector<int>& parts, const char* filename) {
 }
 
 std::vector<int> read_permutation(const std::string& filename, int ncells) {
-  Scanner in = open_scanner(filename);
+  Scanner in(filename);
+  prepare_second_read(in);
   const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells), "cell-out-of-range"};
-  constexpr std::size_t kUnseen = std::numeric_limits<std::size_t>::max();
-  std::vector<int> order(static_cast<std::size_t>(ncells) + 1);
-  std::vector<std::size_t> seen_at(order.size(), kUnseen);
-  for (int i = 1; i <= ncells; ++i) {
+  std::vector<int> order{0};
+  const auto nwanted = static_cast<std::size_t>(ncells) + 1;
+  std::vector<char> named(nwanted, 0);
+  begin_lines(in, {.by_line = false});
+  while (order.size() < nwanted) {
+    const auto numbers = plain_numbers(in, nwanted - order.size(), 1, ncells);
+    if (!numbers.empty() && mark(numbers, named)) {
+      order.insert(order.end(), numbers.begin(), numbers.end());
+      skip_all_lines(in);
+      continue;
+    }
     const Token token = next_token(in);
     const int cell = as_number(in, token, cells);
-    std::size_t& seen = seen_at[static_cast<std::size_t>(cell)];
-    if (seen != kUnseen)
-      unexpected(in, token, "repeated-cell",
-                 "a cell not named before, which it was on line " + std::to_string(line_of(in, seen)));
-    seen = token.offset;
-    order[static_cast<std::size_t>(i)] = cell;
+    if (std::exchange(named[static_cast<std::size_t>(cell)], char{1}) != 0)
+      named_twice(in, token, order, cell);
+    order.push_back(cell);
+    end_line(in);
   }
   expect_end(in, "the numbers of " + std::to_string(ncells) + " cells");
+  finish(in);
   return order;
 }
 

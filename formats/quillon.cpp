@@ -1,6 +1,10 @@
 #include "formats/quillon.h"
 
+#include <span>
+
+#include "formats/lines.h"
 #include "formats/losses.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 
@@ -13,7 +17,7 @@ struct Header {
   bool cell_weights = false;
   bool net_weights = false;
   int weights_per_cell = 1;
-  std::size_t npins_offset = 0;  // of the number of pins in the file
+  Place npins_place;  // of the number of pins
 };
 
 // On a line, text after the last integer is ignored.
@@ -40,7 +44,7 @@ Header read_header(Scanner& in, NetLists& lists) {
   begin_nets(lists, as_number(in, next_number(in), count_range("the number of nets")));
   const Token npins = next_number(in);
   header.npins = as_number(in, npins, count_range("the number of pins"));
-  header.npins_offset = npins.offset;
+  header.npins_place = place_of(in, npins.offset);
 
   if (const std::optional<Token> fmt = next_integer(in)) {
     read_format(in, *fmt, header);
@@ -97,6 +101,36 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   skip_line(in);
 }
 
+void read_nets(Scanner& in, NetLists& lists, const Header& header) {
+  const Range cells = cell_range(lists.ncells, header.numbering);
+  const NetForm form{header.net_weights, false, header.numbering, static_cast<std::size_t>(header.npins)};
+  lists.nadj.reserve(form.most_pins + 2);
+  if (header.net_weights) lists.net_weights.push_back(0);
+  for (int j = 1; j <= lists.nnets;) {
+    if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
+      j += nread;
+      continue;
+    }
+    if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, lists.nnets));
+    if (!read_line(in, [&] { read_net(in, lists, header, cells); })) drop_net(lists, header.net_weights);
+    ++j;
+  }
+}
+
+// Reads the weights on many plain lines at once, but not on the line of the last. Returns whether there are
+// such lines.
+bool read_plain_lines(Scanner& in, NetLists& lists, int weights_per_cell, int& k) {
+  const NumberLines lines = number_lines(in);
+  const std::size_t nleft = static_cast<std::size_t>(lists.ncells) + 1 - lists.cell_weights.size();
+  if (lines.nnumbers == 0 || static_cast<std::size_t>(lines.nnumbers) >= nleft) return false;
+  for (const int number : std::span(lines.numbers, static_cast<std::size_t>(lines.nnumbers))) {
+    if (k == 0) lists.cell_weights.push_back(number);
+    if (++k == weights_per_cell) k = 0;
+  }
+  skip_all_lines(in);
+  return true;
+}
+
 // The first of the numbers of a cell is its weight. Missing ones are 1. More numbers on the last line are an
 // error: it is unclear which cells the weights belong to.
 void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
@@ -104,6 +138,7 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
   const auto wanted = static_cast<std::size_t>(lists.ncells) + 1;
   lists.cell_weights.push_back(0);
   for (int k = 0; lists.cell_weights.size() < wanted || k != 0;) {
+    if (read_plain_lines(in, lists, weights_per_cell, k)) continue;
     const std::optional<Token> token = next_integer(in);
     if (!token) {
       skip_line(in);
@@ -131,15 +166,10 @@ int weights_to_write(const Hypergraph& h, const WriteOptions& options) {
 
 void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in, lists);
-  const Range cells = cell_range(lists.ncells, header.numbering);
-  if (header.net_weights) lists.net_weights.push_back(0);
-  for (int j = 1; j <= lists.nnets; ++j) {
-    skip_comments(in);
-    if (at_end(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, lists.nnets));
-    read_net(in, lists, header, cells);
-  }
+  begin_lines(in, {});
+  read_nets(in, lists, header);
   if (lists.nadj.size() != static_cast<std::size_t>(header.npins))
-    bad_text(in, header.npins_offset, "pin-count",
+    bad_text(in, header.npins_place, "pin-count",
              "found " + counted(static_cast<std::int64_t>(lists.nadj.size()), "pin") +
                  " on the net lines, expected the " + std::to_string(header.npins) + " of the header",
              hint_on_format(header));

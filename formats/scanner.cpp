@@ -6,6 +6,7 @@
 
 #include "formats/findings.h"
 #include "formats/source.h"
+#include "formats/stream.h"
 #include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
@@ -13,30 +14,76 @@ namespace {
 
 constexpr std::size_t kShownCharacters = 40;
 
-std::string shown(const Scanner& scanner, const Token& token) {
-  if (token.text.empty())
-    return token.offset < scanner.text.size() ? "the end of the line" : "the end of the file";
-  std::string printable(token.text.substr(0, kShownCharacters));
-  for (char& c : printable)
-    if (std::isprint(static_cast<unsigned char>(c)) == 0) c = '?';
-  return "\"" + printable + (token.text.size() > kShownCharacters ? "...\"" : "\"");
-}
-
 // The bytes from `begin` on for which `belongs` holds.
 template <typename Belongs>
 Token read_while(Scanner& scanner, std::size_t begin, Belongs belongs) {
+  const char* const text = scanner.text.data();
+  const std::size_t size = scanner.text.size();
   std::size_t end = begin;
-  while (end < scanner.text.size() && belongs(scanner.text[end])) ++end;
+  while (end < size && belongs(text[end])) ++end;
   scanner.at = end;
   scanner.seen.store(end, std::memory_order_relaxed);
-  return {std::string_view(scanner.text).substr(begin, end - begin), begin};
+  return {scanner.text.substr(begin, end - begin), begin};
+}
+
+// Moves to the next block at the end of one. Returns false at the end of the text.
+bool next_block(Scanner& scanner) {
+  if (scanner.stream == nullptr) return false;
+  Scanner::Stream& stream = *scanner.stream;
+  const std::string_view before = scanner.text;
+  const std::size_t nlines = stream.block == nullptr ? 0 : stream.block->nline_ends;
+  const std::size_t last_line = before.rfind('\n') + 1;  // 0 if there is none
+  const Block* const block = stream.queue.next();
+  if (block == nullptr) return false;
+  scanner.lines_before += nlines;
+  scanner.columns_before = before.size() - last_line + (nlines == 0 ? scanner.columns_before : 0);
+  scanner.text = {block->text.data(), block->size};
+  scanner.at = 0;
+  stream.enter(block);
+  return true;
+}
+
+// Where no word is left in the current block, the line may go on in the next.
+template <typename Belongs>
+void skip_while(Scanner& scanner, Belongs belongs) {
+  do {
+    read_while(scanner, scanner.at, belongs);
+  } while (scanner.at == scanner.text.size() && next_block(scanner));
 }
 
 void skip_blanks(Scanner& scanner) {
-  read_while(scanner, scanner.at, [](char c) { return is_space(c) && c != '\n'; });
+  skip_while(scanner, [](char c) { return is_space(c) && c != '\n'; });
+}
+
+Scanner::Read reader_of(std::shared_ptr<const std::string> text) {
+  return [text, at = std::size_t{0}](char* bytes, std::size_t size) mutable {
+    const std::size_t length = text->copy(bytes, size, at);
+    at += length;
+    return length;
+  };
+}
+
+Scanner::Read reader_of(const std::shared_ptr<Source>& source) {
+  return [source](char* bytes, std::size_t size) { return source->read(bytes, size); };
 }
 
 }  // namespace
+
+Scanner::Scanner(std::unique_ptr<Source> its_source) : source(std::move(its_source)) {
+  name = source->name();
+  stream = std::make_unique<Stream>(reader_of(source));
+  if (source->is_regular() && name != shown_name("-")) reopened_as = name;
+}
+
+Scanner::Scanner(std::string its_name, std::string its_text)
+    : name(std::move(its_name)), whole(std::make_shared<const std::string>(std::move(its_text))) {
+  text = *whole;
+}
+
+Scanner::Scanner(std::string its_name, Read read)
+    : name(std::move(its_name)), stream(std::make_unique<Stream>(std::move(read))) {}
+
+Scanner::~Scanner() = default;
 
 Scanner open_scanner(const std::string& name) { return open_scanner(std::make_unique<Source>(name)); }
 
@@ -45,8 +92,50 @@ Scanner open_scanner(std::unique_ptr<Source> source) {
   return Scanner(source->name(), std::move(text));
 }
 
+void prepare_second_read(Scanner& scanner) {
+  if (scanner.whole != nullptr || !scanner.reopened_as.empty()) return;
+  auto text = std::make_shared<std::string>();
+  while (next_block(scanner)) text->append(scanner.text);
+  scanner.stream = std::make_unique<Scanner::Stream>(reader_of(std::shared_ptr<const std::string>(text)));
+  scanner.whole = text;
+  scanner.text = {};
+  scanner.at = 0;
+  scanner.lines_before = 0;
+  scanner.columns_before = 0;
+}
+
+std::unique_ptr<Scanner> read_again(Scanner& scanner) {
+  scanner.stream.reset();
+  scanner.source.reset();  // reads are watched one by one
+  scanner.text = {};
+  if (scanner.whole == nullptr) return std::make_unique<Scanner>(scanner.reopened_as);
+  auto again = std::make_unique<Scanner>(scanner.name, reader_of(scanner.whole));
+  again->whole = scanner.whole;
+  return again;
+}
+
+void finish(Scanner& scanner) {
+  if (scanner.stream != nullptr) scanner.stream->queue.stop();
+  if (scanner.source != nullptr) scanner.source->finish();
+}
+
+void report(const Scanner& scanner, const Finding& finding) {
+  if (scanner.listener == nullptr) throw BadFile(finding);
+  scanner.listener(finding);
+}
+
+bool read_line(Scanner& scanner, const std::function<void()>& read) try {
+  read();
+  return true;
+} catch (const BadFile& error) {
+  if (scanner.listener == nullptr) throw;
+  scanner.listener(error.finding());
+  skip_line(scanner);
+  return false;
+}
+
 Token next_token(Scanner& scanner) {
-  read_while(scanner, scanner.at, is_space);
+  skip_while(scanner, is_space);
   return next_on_line(scanner);
 }
 
@@ -56,37 +145,50 @@ Token next_on_line(Scanner& scanner) {
 }
 
 std::optional<Token> next_integer(Scanner& scanner) {
-  const std::size_t before = scanner.at;
   skip_blanks(scanner);
+  const std::string_view text = scanner.text;
   const std::size_t begin = scanner.at;
-  const bool is_signed =
-      begin < scanner.text.size() && (scanner.text[begin] == '-' || scanner.text[begin] == '+');
+  const bool is_signed = begin < text.size() && (text[begin] == '-' || text[begin] == '+');
   const Token digits = read_while(scanner, begin + (is_signed ? 1 : 0), is_digit);
   if (digits.text.empty()) {
-    scanner.at = before;
+    scanner.at = begin;
     return std::nullopt;
   }
-  if (scanner.text[begin] == '+') return digits;
-  return Token{std::string_view(scanner.text).substr(begin, scanner.at - begin), begin};
+  if (text[begin] == '+') return digits;
+  return Token{text.substr(begin, scanner.at - begin), begin};
 }
 
 void skip_line(Scanner& scanner) {
-  const std::size_t line_end = scanner.text.find('\n', scanner.at);
-  scanner.at = line_end == std::string::npos ? scanner.text.size() : line_end + 1;
+  std::size_t line_end = scanner.text.find('\n', scanner.at);
+  while (line_end == std::string::npos) {
+    scanner.at = scanner.text.size();
+    if (!next_block(scanner)) return;
+    line_end = scanner.text.find('\n');
+  }
+  scanner.at = line_end + 1;
 }
 
 void skip_comments(Scanner& scanner) {
   while (!at_end(scanner) && scanner.text[scanner.at] == '%') skip_line(scanner);
 }
 
-bool at_end(const Scanner& scanner) { return scanner.at == scanner.text.size(); }
+bool skip_to_line(Scanner& scanner) {
+  skip_comments(scanner);
+  return !at_end(scanner);
+}
 
-std::size_t line_of(const Scanner& scanner, std::size_t offset) {
-  const auto begin = scanner.text.begin();
-  return 1 + static_cast<std::size_t>(std::count(begin, begin + static_cast<std::ptrdiff_t>(offset), '\n'));
+bool at_end(Scanner& scanner) { return scanner.at == scanner.text.size() && !next_block(scanner); }
+
+Place place_of(const Scanner& scanner, std::size_t offset) {
+  const std::string_view before = scanner.text.substr(0, offset);
+  const auto nlines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+  const std::size_t line = before.rfind('\n') + 1;  // 0 if there is none
+  return {scanner.lines_before + nlines + 1, offset - line + 1 + (nlines == 0 ? scanner.columns_before : 0)};
 }
 
 std::optional<int> number_in(const Token& token, const Range& range) {
+  constexpr std::size_t kLongest = std::size_t{1} << 20;  // a longer word may have been cut
+  if (token.text.size() > kLongest) return std::nullopt;
   int value = 0;
   const char* const end = token.text.data() + token.text.size();
   const auto [stopped, error] = std::from_chars(token.text.data(), end, value);
@@ -121,6 +223,15 @@ void expect_end(Scanner& scanner, const std::string& after, const std::string& h
   if (!token.text.empty()) unexpected(scanner, token, "trailing-text", "nothing after " + after, hint);
 }
 
+std::string shown(const Scanner& scanner, const Token& token) {
+  if (token.text.empty())
+    return token.offset < scanner.text.size() ? "the end of the line" : "the end of the file";
+  std::string printable(token.text.substr(0, kShownCharacters));
+  for (char& c : printable)
+    if (std::isprint(static_cast<unsigned char>(c)) == 0) c = '?';
+  return "\"" + printable + (token.text.size() > kShownCharacters ? "...\"" : "\"");
+}
+
 void unexpected(const Scanner& scanner, const Token& token, const char* rule, const std::string& expected,
                 const std::string& hint) {
   bad_text(scanner, token.offset, rule, "found " + shown(scanner, token) + ", expected " + expected, hint);
@@ -128,9 +239,12 @@ void unexpected(const Scanner& scanner, const Token& token, const char* rule, co
 
 void bad_text(const Scanner& scanner, std::size_t offset, const char* rule, const std::string& message,
               const std::string& hint) {
-  const std::size_t line_end = offset == 0 ? std::string::npos : scanner.text.rfind('\n', offset - 1);
-  const std::size_t column = line_end == std::string::npos ? offset + 1 : offset - line_end;
-  throw BadFile({rule, Severity::kError, scanner.name, line_of(scanner, offset), column, message, hint});
+  bad_text(scanner, place_of(scanner, offset), rule, message, hint);
+}
+
+void bad_text(const Scanner& scanner, const Place& place, const char* rule, const std::string& message,
+              const std::string& hint) {
+  throw BadFile({rule, Severity::kError, scanner.name, place.line, place.column, message, hint});
 }
 
 }  // namespace quillon::formats

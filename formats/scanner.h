@@ -5,11 +5,11 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "formats/source.h"
 
@@ -19,19 +19,67 @@
 
 namespace quillon::formats {
 
-/// A text and how far it has been read.
-struct Scanner {
-  std::string name;                  ///< Of the file, as in messages.
-  std::string text;                  ///< All of it; does not change.
-  std::size_t at = 0;                ///< Offset of the first byte not read yet.
-  std::atomic<std::size_t> seen{0};  ///< A recent value of `at`, for other threads.
+struct Finding;
 
+/// A line and a column of a text, both from 1.
+struct Place {
+  std::size_t line = 0;    ///< Line number.
+  std::size_t column = 0;  ///< In bytes.
+};
+
+/// A text and how far it has been read: a whole text, or one that is read in blocks of whole lines.
+///
+/// Words are views into the block. The functions below move to the next block where one ends, which ends the
+/// words of the block before: convert a word before the next is read. A line longer than 4 MiB is in several
+/// blocks.
+struct Scanner {
+  /// Fills bytes as far as a text goes; returns their number. Called by one thread at a time.
+  using Read = std::function<std::size_t(char* bytes, std::size_t size)>;
+
+  std::string name;                   ///< Of the file, as in messages.
+  std::string_view text;              ///< The current block, or the whole text.
+  std::size_t at = 0;                 ///< Offset of the first byte not read yet.
+  std::size_t lines_before = 0;       ///< Line ends in the blocks before.
+  std::size_t columns_before = 0;     ///< Bytes that the first line of this block has in the blocks before.
+  std::atomic<std::size_t> seen = 0;  ///< A recent value of `at`, for other threads.
+
+  /// Receives the errors after which a reader goes on at the next line; see `report`. Null: they end the
+  /// read.
+  std::function<void(const Finding&)> listener;
+
+  struct Stream;
+  std::unique_ptr<Stream> stream;  ///< The blocks; null for a whole text.
+
+  /// A file, read in blocks.
+  ///
+  /// @param filename  File name, or - for standard input; compressed data is decompressed.
+  /// @throws BadFile if it cannot be opened.
+  explicit Scanner(const std::string& filename) : Scanner(std::make_unique<Source>(filename)) {}
+
+  /// An open file, read in blocks.
+  ///
+  /// @param its_source  At its start.
+  explicit Scanner(std::unique_ptr<Source> its_source);
+
+  /// A whole text.
+  ///
   /// @param its_name  As in messages.
   /// @param its_text  The whole text.
-  Scanner(std::string its_name, std::string its_text)
-      : name(std::move(its_name)), text(std::move(its_text)) {}
-  Scanner(const Scanner&) = delete;  // words are views into the text
+  Scanner(std::string its_name, std::string its_text);
+
+  /// A text that is read in blocks.
+  ///
+  /// @param its_name  As in messages.
+  /// @param read      Where it comes from.
+  Scanner(std::string its_name, Read read);
+
+  ~Scanner();
+  Scanner(const Scanner&) = delete;
   Scanner& operator=(const Scanner&) = delete;
+
+  std::shared_ptr<Source> source;            ///< The file; null for other texts.
+  std::shared_ptr<const std::string> whole;  ///< The whole text, if it is in memory.
+  std::string reopened_as;                   ///< Name of a file that can be opened again, or empty.
 };
 
 /// A word of a text, with its place.
@@ -90,19 +138,62 @@ void skip_line(Scanner& scanner);
 /// @param scanner  At the start of a line; moves to that of the first other line.
 void skip_comments(Scanner& scanner);
 
+/// Skips comments up to a line to read.
+///
+/// @param scanner  At the start of a line; moves to that of the first line that is no comment.
+/// @return         False if the text ends first.
+bool skip_to_line(Scanner& scanner);
+
 /// Tests whether the whole text has been read.
 ///
-/// @param scanner  Read only.
+/// @param scanner  Moves to the next block at the end of one.
 /// @return         True if nothing is left, not even white space.
-bool at_end(const Scanner& scanner);
+bool at_end(Scanner& scanner);
 
-/// Finds the line of a byte.
+/// Moves back to the start of a word.
+///
+/// @param token  Read last.
+inline void put_back(Scanner& scanner, const Token& token) { scanner.at = token.offset; }
+
+/// Finds the line and the column of a byte.
 ///
 /// @param scanner  Read only.
-/// @param offset   Of the byte, up to the length of the text.
-/// @return         Line number, from 1.
+/// @param offset   Of the byte in the current block, up to its length.
+/// @return         Its place.
 /// @par Cost       O(offset).
-std::size_t line_of(const Scanner& scanner, std::size_t offset);
+Place place_of(const Scanner& scanner, std::size_t offset);
+
+/// Makes it possible to read the text a second time. A text that comes from a pipe is read into memory.
+///
+/// @param scanner  At the start of the text.
+void prepare_second_read(Scanner& scanner);
+
+/// Begins to read a text once more. The first scanner cannot be used any longer.
+///
+/// @param scanner  After `prepare_second_read`.
+/// @return         At the start of the text.
+std::unique_ptr<Scanner> read_again(Scanner& scanner);
+
+/// Ends reading: reads a compressed file to its end, where its checksum is verified.
+///
+/// @param scanner  Anywhere.
+/// @throws BadFile if the file is damaged.
+void finish(Scanner& scanner);
+
+/// Reports an error.
+///
+/// @param scanner  Its listener gets the error, and may throw.
+/// @param finding  The error.
+/// @throws BadFile if there is no listener.
+void report(const Scanner& scanner, const Finding& finding);
+
+/// Reads a line, or part of it. If it has an error and there is a listener, the rest of the line is skipped.
+///
+/// @param scanner  On a line; its listener gets the error.
+/// @param read     Reads to the start of the next line.
+/// @return         Whether there was no error.
+/// @throws BadFile if there is an error and no listener.
+bool read_line(Scanner& scanner, const std::function<void()>& read);
 
 /// Converts a word to a number.
 ///
@@ -144,6 +235,13 @@ void expect_comments(Scanner& scanner, const std::string& after, const std::stri
 /// @throws BadFile if anything but white space is left.
 void expect_end(Scanner& scanner, const std::string& after, const std::string& hint = {});
 
+/// Names a word as messages do.
+///
+/// @param scanner  The text of the word.
+/// @param token    An empty one stands for the end of the line or of the file.
+/// @return         At most its first 40 characters, in double quotes, unprintable ones as question marks.
+std::string shown(const Scanner& scanner, const Token& token);
+
 /// Refuses a word: "found X, expected Y".
 ///
 /// @param scanner   The text of the word.
@@ -158,12 +256,16 @@ void expect_end(Scanner& scanner, const std::string& after, const std::string& h
 /// Refuses a text.
 ///
 /// @param scanner   The text.
-/// @param offset    Of the byte that the message concerns.
+/// @param offset    Of the byte that the message concerns, in the current block.
 /// @param rule      Name of the kind of finding.
 /// @param message   What is wrong, without a full stop.
 /// @param hint      As for `expect_line_end`.
 /// @throws BadFile  with the line and column of that byte, always.
 [[noreturn]] void bad_text(const Scanner& scanner, std::size_t offset, const char* rule,
+                           const std::string& message, const std::string& hint = {});
+
+/// As above, for a byte that may be in an earlier block.
+[[noreturn]] void bad_text(const Scanner& scanner, const Place& place, const char* rule,
                            const std::string& message, const std::string& hint = {});
 
 }  // namespace quillon::formats

@@ -4,8 +4,10 @@
 #include <string>
 #include <utility>
 
+#include "formats/block_queue.h"
 #include "formats/findings.h"
 #include "formats/record.h"
+#include "formats/threads.h"
 #include "fuzz/accounts.h"
 #include "fuzz/driver.h"
 #include "tests/double/recorder.h"
@@ -81,6 +83,48 @@ bool read(const Format& format, const std::string& text, const ReadOptions& opti
   return true;
 }
 
+// Reads a text in small blocks. Returns the error, or an empty text.
+std::string read_in_blocks(const Format& format, const std::string& text, const ReadOptions& options,
+                           NetLists& lists) {
+  formats::set_threads(1);
+  formats::set_block_sizes({1 + text.size() % 61, std::size_t{1} << 20});
+  std::size_t at = 0;
+  formats::Scanner in(kName, [&](char* bytes, std::size_t size) {
+    const std::size_t length = text.copy(bytes, size, at);
+    at += length;
+    return length;
+  });
+  try {
+    if (!run_soundly([&] { format.read(in, lists, options); })) return "out of memory";
+    return "";
+  } catch (const formats::BadFile& error) {
+    return error.what();
+  }
+}
+
+// The words of a whole text are read one by one, the lines of blocks by number.
+void expect_same_in_blocks(const Format& format, const std::string& text, const ReadOptions& options) {
+  if (format.reads_whole_text) return;
+  NetLists whole;
+  std::string error;
+  try {
+    formats::Scanner in(kName, text);
+    if (!run_soundly([&] { format.read(in, whole, options); })) return;
+  } catch (const formats::BadFile& bad) {
+    error = bad.what();
+  }
+  NetLists lists;
+  const std::string error_in_blocks = read_in_blocks(format, text, options, lists);
+  if (error_in_blocks == "out of memory") return;
+  expect(error_in_blocks == error, "another error in blocks than in the whole text");
+  if (!error.empty()) return;
+  expect(lists.ncells == whole.ncells && lists.nnets == whole.nnets, "other counts in blocks");
+  expect(lists.xnadj == whole.xnadj && lists.nadj == whole.nadj, "other pins in blocks");
+  expect(lists.net_weights == whole.net_weights && lists.cell_weights == whole.cell_weights,
+         "other weights in blocks");
+  expect(lists.remarks == whole.remarks && lists.losses == whole.losses, "other remarks in blocks");
+}
+
 bool is_small(const NetLists& lists) {
   return lists.ncells <= kMostItems && lists.nnets <= kMostItems && std::ssize(lists.nadj) <= kMostItems;
 }
@@ -128,6 +172,7 @@ void send_round(const Format& format, NetLists& lists, const ReadOptions& read_o
 
 void try_round_trip(const Format& format, const std::string& text, const ReadOptions& options) {
   recorder::reset();
+  expect_same_in_blocks(format, text, options);
   NetLists lists;
   if (!read(format, text, options, lists) || !is_small(lists)) return;
   if (run_soundly([&] { send_round(format, lists, options); })) expect_nothing_held();

@@ -222,7 +222,7 @@ bool agree(const std::string& text) {
     const Finding finding = finding_of([&] { format("hif").read(in, lists, {}); });
     const std::size_t line_start = twin.offset == 0 ? 0 : text.rfind('\n', twin.offset - 1) + 1;
     EXPECT_EQ(finding.rule, twin.rule);
-    EXPECT_EQ(finding.line, line_of(in, twin.offset));
+    EXPECT_EQ(finding.line, place_of(in, twin.offset).line);
     EXPECT_EQ(finding.column, twin.offset - line_start + 1);
     EXPECT_EQ(comparable(finding.message), comparable(twin.message));
     return false;

@@ -345,8 +345,13 @@ TEST(Watcher, IsToldOfEachReadAndItsEndAlsoWhenItFails) {
   watcher.events.clear();
   const std::string broken = folder.write("a.hgr", "1 2\n3\n");
   EXPECT_EQ(finding_of([&] { read_file(broken, format("hmetis"), {}); }).rule, "cell-out-of-range");
-  EXPECT_THAT(watcher.events,
-              ElementsAre("reading " + broken + " of 6", "read 6", "parsing " + broken + " of 6", "read 5"));
+  EXPECT_THAT(watcher.events, ElementsAre("reading " + broken + " of 6", "read 6"));
+
+  watcher.events.clear();
+  const std::string text = folder.write("a.json", "{}");
+  EXPECT_EQ(finding_of([&] { read_file(text, format("hif"), {}); }).rule, "missing-incidences");
+  EXPECT_THAT(watcher.events, ElementsAre("reading " + text + " of 2", "read 2", "parsing " + text + " of 2",
+                                          testing::StartsWith("read ")));
 }
 
 TEST(Source, ClosesItsFileWhenTheWatcherFails) {

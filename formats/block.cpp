@@ -1,0 +1,212 @@
+#include "formats/block.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "hypergraph/detail/digits.h"
+#include "hypergraph/detail/scan.h"
+
+namespace quillon::formats {
+namespace {
+
+// The text to scan: it ends in white space, and bytes that are no text follow.
+struct Text {
+  const char* begin;  // of the block
+  const char* end;
+};
+
+Text closed_text(Block& block) {
+  char* const end = block.text.data() + block.size;
+  std::memset(end, 0, kSpareBytes);
+  const bool is_closed = !block.is_last || (block.size > 0 && end[-1] == '\n');
+  if (!is_closed) *end = '\n';
+  return {block.text.data(), end + (is_closed ? 0 : 1)};
+}
+
+// After the line that `at` is on.
+const char* next_line(const char* at, const char* end) {
+  const void* const line_end = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
+  return line_end == nullptr ? end : static_cast<const char*>(line_end) + 1;
+}
+
+std::size_t count_lines(const char* begin, const char* end) {
+  return static_cast<std::size_t>(std::count(begin, end, '\n'));
+}
+
+// What has been found up to the start of a line.
+struct Mark {
+  const char* line;
+  int nnumbers;
+  int nlines;
+  const char* scanned;  // end of what has been scanned, on this line
+};
+
+// Collects the runs of a block.
+class Runs {
+ public:
+  Runs(Block& block, const Mark& start) : block_(block), start_(start) { block_.runs.clear(); }
+
+  // Ends the run before a line that belongs to none.
+  void end(const Mark& mark) {
+    const char* const text = block_.text.data();
+    const auto begin = static_cast<std::size_t>(start_.line - text);
+    const std::size_t end = std::min(static_cast<std::size_t>(mark.line - text), block_.size);
+    if (end > begin)
+      block_.runs.push_back({begin, end, start_.nnumbers, mark.nnumbers - start_.nnumbers, start_.nlines,
+                             mark.nlines - start_.nlines});
+  }
+
+  void begin(const Mark& mark) { start_ = mark; }
+
+ private:
+  Block& block_;
+  Mark start_;
+};
+
+// Appends what was scanned to the numbers and lines before `mark`, which moves on. Returns the number of
+// numbers in all, those after the last line end included.
+int append(Block& block, const Scanned& scanned, int nnumbers, Mark& mark, bool by_line) {
+  const char* const text = mark.scanned;
+  std::copy_n(scanned.numbers, scanned.count, block.numbers.data() + nnumbers);
+  if (scanned.nlines > 0) {
+    int* const starts = block.starts.data() + mark.nlines + 1;
+    for (int k = 0; by_line && k < scanned.nlines; ++k) starts[k] = nnumbers + scanned.lines[k].count;
+    const Scanned::Line& last = scanned.lines[scanned.nlines - 1];
+    mark.line = text + last.end;
+    mark.nnumbers = nnumbers + last.count;
+    mark.nlines += by_line ? scanned.nlines : 0;
+  }
+  mark.scanned = text + scanned.size;
+  return nnumbers + scanned.count;
+}
+
+void scan_lines(Block& block, const Text& text, const char* at, bool by_line) {
+  Scanned scanned;
+  int nnumbers = 0;
+  std::size_t nline_ends = 0;
+  Mark mark{at, 0, 0, at};
+  Runs runs(block, mark);
+  while (mark.scanned < text.end) {
+    scan_numbers(mark.scanned, text.end, scanned);
+    nline_ends += static_cast<std::size_t>(scanned.nlines);
+    nnumbers = append(block, scanned, nnumbers, mark, by_line);
+    if (scanned.size > 0) continue;
+
+    runs.end(mark);
+    mark.line = mark.scanned = next_line(mark.scanned, text.end);
+    nline_ends += mark.line[-1] == '\n' ? 1 : 0;
+    nnumbers = mark.nnumbers;
+    runs.begin(mark);
+  }
+  runs.end(mark);
+  block.nline_ends += nline_ends;
+}
+
+bool is_blank(char c) { return is_space(c) && c != '\n'; }
+
+const char* skip_blanks(const char* at) {
+  while (is_blank(*at)) ++at;
+  return at;
+}
+
+const char* skip_digits(const char* at) {
+  while (is_digit(*at)) ++at;
+  return at;
+}
+
+// Moves past a number of up to nine digits that white space follows.
+bool scan_index(const char*& at, int& index) {
+  const char* const end = skip_digits(at);
+  if (end == at || end - at > kMostDigits || !is_space(*end)) return false;
+  index = 0;
+  for (; at < end; ++at) index = 10 * index + (*at - '0');
+  return true;
+}
+
+// Moves past a decimal number that white space follows.
+bool scan_value(const char*& at, bool whole) {
+  const char* p = *at == '-' || *at == '+' ? at + 1 : at;
+  const char* const digits = p;
+  p = skip_digits(p);
+  std::ptrdiff_t ndigits = p - digits;
+  if (!whole && *p == '.') {
+    const char* const fraction = ++p;
+    p = skip_digits(p);
+    ndigits += p - fraction;
+  }
+  if (ndigits == 0) return false;
+  if (!whole && (*p == 'e' || *p == 'E')) {
+    ++p;
+    if (*p == '-' || *p == '+') ++p;
+    const char* const exponent = p;
+    p = skip_digits(p);
+    if (p == exponent) return false;
+  }
+  at = p;
+  return is_space(*p);
+}
+
+// Moves to the next line if this one is blank, or has two numbers and the values.
+bool scan_entry(const char*& at, const LineShape& shape, int* indices, int& count) {
+  const char* p = skip_blanks(at);
+  count = 0;
+  if (*p != '\n') {
+    if (!scan_index(p, indices[0])) return false;
+    p = skip_blanks(p);
+    if (!scan_index(p, indices[1])) return false;
+    for (int k = 0; k < shape.nvalues; ++k) {
+      p = skip_blanks(p);
+      if (!scan_value(p, shape.whole_values)) return false;
+    }
+    p = skip_blanks(p);
+    if (*p != '\n') return false;
+    count = 2;
+  }
+  at = p + 1;
+  return true;
+}
+
+void scan_entries(Block& block, const Text& text, const char* at, const LineShape& shape) {
+  int* const numbers = block.numbers.data();
+  int* const starts = block.starts.data();
+  int nodd = 0;
+  Mark mark{at, 0, 0, at};
+  Runs runs(block, mark);
+  while (mark.line < text.end) {
+    int count = 0;
+    if (scan_entry(mark.line, shape, numbers + mark.nnumbers, count)) {
+      mark.nnumbers += count;
+      starts[++mark.nlines] = mark.nnumbers;
+      continue;
+    }
+    runs.end(mark);
+    mark.line = next_line(mark.line, text.end);
+    nodd += mark.line[-1] == '\n' ? 1 : 0;
+    runs.begin(mark);
+  }
+  runs.end(mark);
+  block.nline_ends += static_cast<std::size_t>(mark.nlines + nodd);
+}
+
+}  // namespace
+
+void count_line_ends(Block& block) {
+  block.nline_ends = count_lines(block.text.data(), block.text.data() + block.size);
+}
+
+void scan(Block& block, std::size_t from, const LineShape& shape) {
+  const Text text = closed_text(block);
+  const std::size_t bytes = block.size - from + 1;
+  block.numbers.make_room(bytes / 2 + 1);
+  block.starts.make_room(bytes + 2);
+  block.starts.data()[0] = 0;
+  const char* at = text.begin + from;
+  if (block.begins_inside && from == 0) at = next_line(at, text.end);
+  block.nline_ends = count_lines(text.begin, at);
+  if (shape.nvalues > 0)
+    scan_entries(block, text, at, shape);
+  else
+    scan_lines(block, text, at, shape.by_line);
+}
+
+}  // namespace quillon::formats

@@ -1,0 +1,85 @@
+#pragma once
+/// @file
+/// A piece of a text and the numbers in it. Internal to `formats/`.
+///
+/// Numbers are found many at a time, by `hypergraph/detail/digits.h`, on lines that hold nothing else. All
+/// other lines are odd: those with comments, signs, words, numbers of more than nine digits and the like.
+/// They are left to the functions of `formats/scanner.h`, which know how to say what is wrong and where.
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace quillon::formats {
+
+/// What the lines of a format consist of.
+struct LineShape {
+  bool by_line = true;  ///< Whether the reader wants to know how many numbers each line has.
+  int nvalues = 0;      ///< 0: lines of any count of numbers; else lines of two and so many real values.
+  bool whole_values = false;  ///< The values are integers.
+};
+
+/// Consecutive lines of a block without an odd one.
+struct Run {
+  std::size_t begin;  ///< Offset of its first line.
+  std::size_t end;    ///< Offset after its last line.
+  int number;         ///< Index of its first number.
+  int nnumbers;
+  int line;    ///< Index of its first line, odd lines not counted; 0 if lines are not wanted.
+  int nlines;  ///< Likewise.
+};
+
+/// Memory that is used again and again. Its contents are lost when it grows, but for those that are kept.
+template <typename Entry>
+class Scratch {
+ public:
+  Entry* data() { return entries_.get(); }
+  [[nodiscard]] const Entry* data() const { return entries_.get(); }
+  [[nodiscard]] std::size_t capacity() const { return capacity_; }
+
+  /// @param kept  Number of first entries to keep.
+  void make_room(std::size_t count, std::size_t kept = 0) {
+    if (count <= capacity_) return;
+    std::unique_ptr<Entry[]> more(new Entry[count]);  // not initialised
+    for (std::size_t k = 0; k < kept; ++k) more[k] = entries_[k];
+    entries_ = std::move(more);
+    capacity_ = count;
+  }
+
+  void free() {
+    entries_.reset();
+    capacity_ = 0;
+  }
+
+ private:
+  std::unique_ptr<Entry[]> entries_;
+  std::size_t capacity_ = 0;
+};
+
+/// Bytes after the text of a block that `scan` may use.
+inline constexpr std::size_t kSpareBytes = 80;
+
+/// A piece of a text. It ends after a line, or within one that is too long for a block, or with the text.
+struct Block {
+  Scratch<char> text;          ///< `size` bytes and `kSpareBytes` more.
+  std::size_t size = 0;        ///< Bytes of text.
+  bool begins_inside = false;  ///< It begins within a line.
+  bool is_last = false;        ///< The text ends with it.
+  std::size_t nline_ends = 0;  ///< Not set in the last block.
+
+  Scratch<int> numbers;   ///< Of all runs, one after another.
+  Scratch<int> starts;    ///< By line of a run: index of its first number; one more entry ends the last.
+  std::vector<Run> runs;  ///< In the order of the text.
+};
+
+/// Finds the runs of a block.
+///
+/// @param block  Gets `nline_ends`, `numbers`, `starts` and `runs`. Its spare bytes are overwritten.
+/// @param from   Offset of the first byte to scan, the start of a line.
+/// @param shape  What lines consist of.
+void scan(Block& block, std::size_t from, const LineShape& shape);
+
+/// Sets `nline_ends` of a block that is not scanned.
+void count_line_ends(Block& block);
+
+}  // namespace quillon::formats

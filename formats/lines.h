@@ -1,0 +1,51 @@
+#pragma once
+/// @file
+/// Lines of plain numbers of a text, many at a time. Internal to `formats/`.
+///
+/// A reader consists of functions that read a line by the words on it (`formats/scanner.h`), and of functions
+/// that store many plain lines at once. The latter have no effect if anything about these lines is wrong;
+/// then the former read them and say what.
+
+#include "formats/block.h"
+#include "formats/scanner.h"
+
+namespace quillon::formats {
+
+/// Begins to look for lines of numbers.
+///
+/// @param in  At the start of a line. If it holds a whole text, nothing happens, and no lines are found.
+void begin_lines(Scanner& in, const LineShape& shape);
+
+/// Lines of numbers that follow one another in a text.
+struct NumberLines {
+  int count = 0;                 ///< Lines, if the shape wants them.
+  int nnumbers = 0;              ///< Numbers in all.
+  const int* numbers = nullptr;  ///< Line after line.
+  const int* starts = nullptr;   ///< Entries k and k + 1: first number of line k, and the end, in `all`.
+  const int* all = nullptr;
+
+  /// Numbers of line k, from 0.
+  [[nodiscard]] int size(int k) const { return starts[k + 1] - starts[k]; }
+
+  /// Numbers of the lines before line k.
+  [[nodiscard]] int before(int k) const { return starts[k] - starts[0]; }
+
+  /// The numbers of line k.
+  [[nodiscard]] const int* line(int k) const { return all + starts[k]; }
+};
+
+/// Finds the lines of numbers that begin here.
+///
+/// @param in  At the start of a line; moves to the next block at the end of one.
+/// @return    Valid until words are read from `in`. None if the next line has to be read by its words.
+NumberLines number_lines(Scanner& in);
+
+/// Moves past lines that `number_lines` has just found.
+///
+/// @param count  Of them.
+void skip_lines(Scanner& in, int count);
+
+/// Moves past all lines that `number_lines` has just found.
+void skip_all_lines(Scanner& in);
+
+}  // namespace quillon::formats

@@ -1,0 +1,36 @@
+#pragma once
+/// @file
+/// Stores many plain lines of nets and weights at once. Internal to `formats/`.
+///
+/// These functions read the lines that begin where a scanner stands. They return how many, and have no effect
+/// and return 0 if there are none or anything is wrong with them: then lines have to be read one by one.
+
+#include <cstddef>
+#include <vector>
+
+#include "formats/net_lists.h"
+#include "formats/scanner.h"
+
+namespace quillon::formats {
+
+/// The line of a net: its weight, its size, its cells.
+struct NetForm {
+  bool has_weight;        ///< The line begins with the weight of the net.
+  bool has_size;          ///< The number of cells follows.
+  int first_cell;         ///< Number of the first cell in the file.
+  std::size_t most_pins;  ///< Pins that all nets may have together.
+};
+
+/// @param lists  Begun by `begin_nets`, with its number of cells. Gets the nets.
+/// @param form   What lines consist of.
+/// @return       Number of nets read, up to those that `lists` still lacks.
+int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form);
+
+/// Reads weights, one a line.
+///
+/// @param weights  By number, with entry 0. Gets the weights.
+/// @param count    How many it gets in all, entry 0 not counted.
+/// @return         Number of weights read.
+int read_plain_weights(Scanner& in, std::vector<int>& weights, int count);
+
+}  // namespace quillon::formats

@@ -1,0 +1,37 @@
+#pragma once
+/// @file
+/// What a scanner needs to read a text in blocks. Internal to `formats/`.
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+#include "formats/block_queue.h"
+#include "formats/scanner.h"
+
+namespace quillon::formats {
+
+/// The blocks of a scanner, and how many of the lines of the current one have been consumed by number.
+struct Scanner::Stream {
+  explicit Stream(BlockQueue::Read read) : queue(std::move(read)) {}
+
+  BlockQueue queue;
+  const Block* block = nullptr;  ///< The scanner's text; null before the first one.
+  std::size_t run = 0;           ///< Index of a run; those before it have been consumed or passed.
+  int line = 0;                  ///< Lines of it that have been consumed.
+  std::size_t at = 0;            ///< Offset of the lines not consumed.
+
+  /// Begins a run of the current block.
+  void enter_run(std::size_t index) {
+    run = index;
+    line = 0;
+    at = run < block->runs.size() ? block->runs[run].begin : 0;
+  }
+
+  void enter(const Block* next_block) {
+    block = next_block;
+    enter_run(0);
+  }
+};
+
+}  // namespace quillon::formats

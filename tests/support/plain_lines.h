@@ -1,0 +1,73 @@
+#pragma once
+// The obvious way to find lines of plain numbers, against which the fast one is tested.
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/block.h"
+
+namespace quillon {
+
+/// A line of plain numbers.
+struct PlainLine {
+  std::size_t begin;  ///< Offset in the text.
+  std::size_t end;    ///< After its line end, or the end of the text.
+  std::vector<int> numbers;
+
+  bool operator==(const PlainLine&) const = default;
+};
+
+/// Parses a line of numbers of one to nine digits with white space between them. Returns false for any other
+/// line.
+inline bool parse_plain(std::string_view line, std::vector<int>& numbers) {
+  int value = 0;
+  int ndigits = 0;
+  for (const char c : std::string(line) + " ") {
+    const bool is_space = c == ' ' || (c >= '\t' && c <= '\r');
+    if (!is_space && (c < '0' || c > '9' || ++ndigits > 9)) return false;
+    if (!is_space) value = 10 * value + (c - '0');
+    if (is_space && ndigits > 0) numbers.push_back(value);
+    if (is_space) value = ndigits = 0;
+  }
+  return true;
+}
+
+/// The lines of plain numbers of a text.
+inline std::vector<PlainLine> plain_lines_of(const std::string& text) {
+  std::vector<PlainLine> lines;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t line_end = text.find('\n', begin);
+    const std::size_t end = line_end == std::string::npos ? text.size() : line_end + 1;
+    PlainLine line{begin, end, {}};
+    if (parse_plain(std::string_view(text).substr(begin, end - begin), line.numbers)) lines.push_back(line);
+    begin = end;
+  }
+  return lines;
+}
+
+/// The lines of the runs that `scan` finds in a text.
+inline std::vector<PlainLine> scanned_lines_of(const std::string& text) {
+  formats::Block block;
+  block.text.make_room(text.size() + formats::kSpareBytes);
+  text.copy(block.text.data(), text.size());
+  block.size = text.size();
+  block.is_last = true;
+  formats::scan(block, 0, {});
+
+  std::vector<PlainLine> lines;
+  for (const formats::Run& run : block.runs) {
+    std::size_t begin = run.begin;
+    for (int k = run.line; k < run.line + run.nlines; ++k) {
+      const std::size_t end = std::min(text.find('\n', begin), run.end - 1) + 1;
+      const int* const numbers = block.numbers.data();
+      lines.push_back({begin, end, {numbers + block.starts.data()[k], numbers + block.starts.data()[k + 1]}});
+      begin = end;
+    }
+  }
+  return lines;
+}
+
+}  // namespace quillon
