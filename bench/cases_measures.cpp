@@ -6,7 +6,7 @@
 #include "bench/cases.h"
 #include "bench/rounds.h"
 #include "hypergraph/detail/lists.h"
-#include "measures/evaluation.h"
+#include "measures/partition.h"
 
 namespace quillon::bench {
 namespace {

@@ -1,11 +1,11 @@
 #include "measures/partition.h"
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
 
 #include "hypergraph/detail/lists.h"
 #include "measures/connectivity.h"
-#include "measures/groups.h"
 #include "measures/wide.h"
 #include "util/util.h"
 
@@ -44,12 +44,35 @@ PartSizes sizes_by_sums(const Hypergraph& h, const Partition& partition) {
   return sizes;
 }
 
-// The same cells in groups of parts.
-Partition grouped(const Partition& partition, int ngroups) {
-  Partition groups{partition.parts, ngroups};
-  for (std::size_t i = 1; i < groups.parts.size(); ++i)
-    groups.parts[i] = group_of(groups.parts[i], partition.nparts, ngroups);
-  return groups;
+/// Sum of w (s - L) / (s - 1) over nets of s pins. Numerators add up exactly for each s, and so do the
+/// integer parts of the quotients: the result does not depend on the order of the nets.
+class Absorption {
+ public:
+  void add(std::size_t size, int connectivity, std::int64_t weight) {
+    if (size < 2) return;
+    if (size >= numerators_.size()) numerators_.resize(size + 1, 0);
+    numerators_[size] += weight * (static_cast<std::int64_t>(size) - connectivity);
+  }
+
+  [[nodiscard]] double sum() const {
+    std::int64_t whole = 0;
+    long double rest = 0;
+    for (std::size_t size = 2; size < numerators_.size(); ++size) {
+      const auto divisor = static_cast<std::int64_t>(size - 1);
+      whole += numerators_[size] / divisor;
+      rest += static_cast<long double>(numerators_[size] % divisor) / static_cast<long double>(divisor);
+    }
+    return static_cast<double>(static_cast<long double>(whole) + rest);
+  }
+
+ private:
+  std::vector<std::int64_t> numerators_;  // by number of pins
+};
+
+std::optional<std::int64_t> in_64_bits(Wide value) {
+  if (value < std::numeric_limits<std::int64_t>::min() || value > std::numeric_limits<std::int64_t>::max())
+    return std::nullopt;
+  return static_cast<std::int64_t>(value);
 }
 
 }  // namespace
@@ -82,6 +105,24 @@ CutSizes cut_sizes(const Hypergraph& h, const Partition& partition) {
   return sum.sizes();
 }
 
+Evaluation evaluate(const Hypergraph& h, const Partition& partition) {
+  Evaluation evaluation;
+  evaluation.sizes = checked_part_sizes("evaluate", h, partition);
+  CutSum cut;
+  Absorption absorption;
+  Wide pairs = 0;
+  for_each_connectivity(h, partition, [&](int j, int connectivity) {
+    const std::int64_t w = h._nlst[j].w;
+    cut.add(w, connectivity);
+    absorption.add(pins_of(h._nlst[j]).size(), connectivity, w);
+    pairs += Wide{w * connectivity} * (connectivity - 1);
+  });
+  evaluation.cut = cut.sizes();
+  evaluation.absorption = absorption.sum();
+  evaluation.connectivity_pairs = in_64_bits(pairs);
+  return evaluation;
+}
+
 double imbalance(const PartSizes& sizes) {
   if (sizes.weights.empty()) return 0;
   return imbalance_of(*std::max_element(sizes.weights.begin(), sizes.weights.end()),
@@ -100,24 +141,6 @@ int connectivity(const Net& net, const Partition& partition) {
   for (const int i : pins_of(net)) parts.push_back(part_of(i, partition));
   std::sort(parts.begin(), parts.end());
   return static_cast<int>(std::unique(parts.begin(), parts.end()) - parts.begin());
-}
-
-CutMatrix cut_matrix(const Hypergraph& h, const Partition& partition, int most_groups) {
-  check_partition("cut_matrix", h, partition);
-  CutMatrix matrix{partition.nparts, std::min(partition.nparts, most_groups), {}};
-  const auto ngroups = static_cast<std::size_t>(matrix.ngroups);
-  matrix.weights.assign(ngroups * ngroups, 0);
-
-  const Partition groups_of_cells = grouped(partition, matrix.ngroups);
-  TouchedParts touched(groups_of_cells);
-  for (int j = 1; j <= h._n; ++j) {
-    const std::vector<int>& groups = touched.of_net(h._nlst[j], j);
-    for (const int a : groups)
-      for (const int b : groups)
-        if (a != b || groups.size() == 1)
-          matrix.weights[static_cast<std::size_t>(a) * ngroups + static_cast<std::size_t>(b)] += h._nlst[j].w;
-  }
-  return matrix;
 }
 
 }  // namespace quillon::measures

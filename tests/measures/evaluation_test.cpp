@@ -1,5 +1,3 @@
-#include "measures/evaluation.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -9,6 +7,7 @@
 #include <numeric>
 #include <vector>
 
+#include "measures/partition.h"
 #include "tests/support/records.h"
 
 namespace quillon::measures {

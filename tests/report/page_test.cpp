@@ -27,10 +27,11 @@ Record five_cells() {
 
 const measures::Partition kThreeParts{{-7, 0, 2, 0, 2, 0}, 3};
 
-std::string page_of(const Record& r) { return html_page(page_model("title", r.h, nullptr, "")); }
+std::string page_of(const Record& r) { return html_page(page_model("title", r.h, {}, {})); }
 
 std::string page_of(const Record& r, const measures::Partition& partition) {
-  return html_page(page_model("title", r.h, &partition, "parts"));
+  const NamedPartition named{"parts", partition};
+  return html_page(page_model("title", r.h, {&named, 1}, {}));
 }
 
 std::string datum(const std::string& id, const std::string& value, const std::string& shown) {
@@ -58,20 +59,21 @@ TEST(PartitionModel, HasTheNumbersOfAPartition) {
 }
 
 TEST(PageModel, ListsTheLargestWithTheirParts) {
-  const PageModel model = page_model("t", five_cells().h, &kThreeParts, "p");
+  const std::vector<NamedPartition> partitions{{"p", kThreeParts}, {"q", {{-7, 0, 0, 0, 1, 0}, 2}}};
+  const PageModel model = page_model("t", five_cells().h, partitions, {});
 
   ASSERT_EQ(model.largest_nets.size(), 4U);
   EXPECT_EQ(model.largest_nets[0].number, 3);
   EXPECT_EQ(model.largest_nets[0].size, 4);
   EXPECT_EQ(model.largest_nets[0].weight, 7);
-  EXPECT_EQ(model.largest_nets[0].connectivity, 2);
-  EXPECT_EQ(model.largest_nets[3].connectivity, 0);
+  EXPECT_THAT(model.largest_nets[0].connectivities, ElementsAre(2, 2));
+  EXPECT_THAT(model.largest_nets[3].connectivities, ElementsAre(0, 0));
   ASSERT_EQ(model.busiest_cells.size(), 5U);
   EXPECT_EQ(model.busiest_cells[1].number, 2);
-  EXPECT_EQ(model.busiest_cells[1].part, 2);
-  EXPECT_EQ(model.between.ngroups, 3);
+  EXPECT_THAT(model.busiest_cells[1].parts, ElementsAre(2, 0));
+  EXPECT_EQ(model.partitions[0].between.ngroups, 3);
 
-  EXPECT_THAT(page_model("t", five_cells().h, nullptr, "").between.weights, IsEmpty());
+  EXPECT_THAT(page_model("t", five_cells().h, {}, {}).partitions, IsEmpty());
 }
 
 TEST(HtmlPage, ShowsTheNumbersOfTheHypergraph) {
@@ -90,9 +92,40 @@ TEST(HtmlPage, ShowsTheNumbersOfThePartition) {
       AllOf(HasSubstr("9 pins; partition parts</p>"),
             HasSubstr("<dd>" + datum("cut-nets", "2", "2") + " <small>50 % of all</small></dd>"),
             HasSubstr(datum("external-degrees", "18", "18")), HasSubstr(datum("imbalance", "1.25", "125 %")),
-            HasSubstr("<tr><th scope=\"row\">0</th><td class=\"within\">5</td>"
+            HasSubstr("<tr><th scope=\"row\">0</th><td class=\"within\">14</td>"
                       "<td style=\"--a:0.000\">0</td><td style=\"--a:0.450\">9</td></tr>\n"),
             HasSubstr("<tr><th scope=\"row\">2</th><td>2</td><td>2</td><td>25 %</td></tr>\n")));
+}
+
+TEST(HtmlPage, ShowsSeveralPartitionsSideBySide) {
+  const std::vector<NamedPartition> partitions{{"p", kThreeParts}, {"q", {{-7, 0, 0, 0, 1, 0}, 2}}};
+  const std::string page = html_page(page_model("t", five_cells().h, partitions, {}));
+
+  EXPECT_THAT(
+      page,
+      AllOf(HasSubstr("9 pins; partitions p, q</p>"), HasSubstr("<h2>Partitions</h2>"),
+            HasSubstr("<th scope=\"col\">p</th><th scope=\"col\">q</th>"),
+            HasSubstr("<tr><th scope=\"row\">cut nets</th><td>2</td><td class=\"best\">1</td></tr>\n"),
+            HasSubstr("<tr><th scope=\"row\">lightest part</th><td>0</td><td class=\"best\">1</td></tr>\n"),
+            HasSubstr("<h2>Partition p</h2>"), HasSubstr("<h2>Partition q</h2>"),
+            HasSubstr("<th scope=\"col\">parts, p</th><th scope=\"col\">parts, q</th>")));
+  for (const char* const id : {"balance-title", "balance-2-title", "cut-matrix", "cut-matrix-2"})
+    EXPECT_EQ(count(page, std::string(" id=\"") + id + "\""), 1U) << id;
+}
+
+TEST(HtmlPage, ShowsVolumesAndTheNetsThatCostMost) {
+  const formats::Labels labels{{}, {"", "clock", "data", "reset", "unused"}};
+  const NamedPartition named{"p", kThreeParts};
+
+  // Nets 1, {1, 3, 5}, and 2, {1, 2}, with the parts 0, 0, 0 and 0, 2; net 3, {2, 3, 4, 5}, belongs to
+  // part 2.
+  EXPECT_THAT(
+      html_page(page_model("t", five_cells().h, {&named, 1}, labels)),
+      AllOf(
+          HasSubstr("<tr><th scope=\"row\">0</th><td>3</td><td>1</td><td>2</td><td>7</td></tr>\n"),
+          HasSubstr("<tr><th scope=\"row\">2</th><td>2</td><td>0</td><td>7</td><td>2</td></tr>\n"),
+          HasSubstr("<tr><th scope=\"row\">3</th><td class=\"name\">reset</td><td>4</td><td>7</td><td>2</td>"
+                    "<td>7</td></tr>\n")));
 }
 
 TEST(HtmlPage, LeavesNoTagOfTheTemplateAndNoEmptyLine) {
@@ -109,10 +142,13 @@ TEST(HtmlPage, LeavesNoTagOfTheTemplateAndNoEmptyLine) {
 TEST(HtmlPage, EscapesNamesAndDoesNotRenderThemAsTemplates) {
   const std::string name = "<b>&'\"{{title}}{{{style}}}\xFF";
   const std::string shown = "&lt;b&gt;&amp;&#39;&quot;{{title}}{{{style}}}\uFFFD";
+  const NamedPartition named{name, kThreeParts};
+  const formats::Labels labels{std::vector<std::string>(6, name), std::vector<std::string>(5, name)};
 
-  EXPECT_THAT(html_page(page_model(name, five_cells().h, &kThreeParts, name)),
+  EXPECT_THAT(html_page(page_model(name, five_cells().h, {&named, 1}, labels)),
               AllOf(HasSubstr("<title>" + shown + "</title>"), HasSubstr("<h1>" + shown + "</h1>"),
-                    HasSubstr("; partition " + shown + "</p>"), Not(HasSubstr("<b>"))));
+                    HasSubstr("; partition " + shown + "</p>"),
+                    HasSubstr("<td class=\"name\">" + shown + "</td>"), Not(HasSubstr("<b>"))));
 }
 
 TEST(HtmlPage, ShowsSevenDigitsRoundedAndExactly) {

@@ -38,8 +38,7 @@ Parts are matched so that as many cells as possible stay where they are; all oth
 exact: for two unrelated partitions into a thousand parts or more it may take seconds, for related ones it does not.
 The mutual information is divided by the mean of both entropies.)";
 
-int run(const CompareOptions& options) {
-  formats::refuse_to_replace({options.hypergraph, options.first, options.second}, options.relabel);
+int compare(const CompareOptions& options) {
   formats::Record record;
   load_input(record, options.hypergraph, options.input);
   const Hypergraph& h = record.h;
@@ -66,6 +65,16 @@ int run(const CompareOptions& options) {
                  [&] { options.json ? print_comparison_json(model) : print_comparison_text(model); });
   });
   return kSuccess;
+}
+
+int run(const CompareOptions& options) {
+  formats::refuse_to_replace({options.hypergraph, options.first, options.second}, options.relabel);
+  return for_each_file(
+      {options.hypergraph}, [&options](const std::string&) { return compare(options); },
+      [&options](const std::string& file) {
+        if (options.json)
+          print_beside(options.relabel, [&] { print_failure_json("compare", formats::shown_name(file)); });
+      });
 }
 
 std::function<int()> declare(Options& options) {

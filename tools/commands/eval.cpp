@@ -167,6 +167,15 @@ void warn_of_limits(const EvalOptions& options, const std::vector<const Partitio
   }
 }
 
+void print_skipped(const EvalOptions& options, const std::string& file) {
+  if (options.json)
+    print_beside(options.write, [&] {
+      print_failure_json(options.command, formats::shown_name(options.hypergraph), formats::shown_name(file));
+    });
+  else if (options.part_files.size() > 1)
+    print_error(formats::shown_name(file) + ": skipped (see the error above)");
+}
+
 int evaluate_files(const EvalOptions& options, const Hypergraph& h, PartitionWishes& wishes) {
   std::list<PartitionModel> all;
   formats::Outputs outputs(force());
@@ -176,10 +185,7 @@ int evaluate_files(const EvalOptions& options, const Hypergraph& h, PartitionWis
         all.push_back(evaluate_file(options, file, h, wishes, outputs));
         return kSuccess;
       },
-      [&options](const std::string& file) {
-        if (options.part_files.size() > 1)
-          print_error(formats::shown_name(file) + ": skipped (see the error above)");
-      });
+      [&options](const std::string& file) { print_skipped(options, file); });
   const std::vector<const PartitionModel*> models = chosen_models(options, all);
   outputs.publish([&] { print_beside(options.write, [&] { print(options, models); }); });
   warn_of_limits(options, models);
@@ -205,11 +211,22 @@ int run(const EvalOptions& options) {
   PartitionWishes wishes = wishes_of(options);
   formats::refuse_to_replace({options.hypergraph}, options.write);
   formats::Record record;
-  load_input(record, options.hypergraph, options.input);
-  add_fixed(wishes, options, record.h._c);
-  if (!options.feasible) return evaluate_files(options, record.h, wishes);
-  check_number_of_parts(options.parts, record.h._c);
-  return find_obstacles(options, record.h, wishes);
+  formats::Loaded loaded;
+  const int status = for_each_file(
+      {options.hypergraph},
+      [&](const std::string& file) {
+        loaded = load_input(record, file, options.input);
+        add_fixed(wishes, options, record.h._c);
+        if (options.feasible) check_number_of_parts(options.parts, record.h._c);
+        return kSuccess;
+      },
+      [&options](const std::string& file) {
+        if (options.json) print_failure_json(options.command, formats::shown_name(file));
+      });
+  if (status != kSuccess) return status;
+  wishes.names = &loaded.names;
+  return options.feasible ? find_obstacles(options, record.h, wishes)
+                          : evaluate_files(options, record.h, wishes);
 }
 
 Option add_measure(Options& options, const char* name, const Measure*& measure, const char* help) {

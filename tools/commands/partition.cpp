@@ -181,12 +181,13 @@ class TemporaryFile {
 struct Input {
   formats::Record record;
   bool is_loaded = false;
+  formats::Labels names;
   std::optional<TemporaryFile> temporary;
   std::int64_t ncells = 0;
 };
 
 void load(Input& input, const PartitionOptions& options) {
-  if (!input.is_loaded) load_input(input.record, options.hypergraph, options.input);
+  if (!input.is_loaded) input.names = load_input(input.record, options.hypergraph, options.input).names;
   input.is_loaded = true;
 }
 
@@ -229,9 +230,11 @@ int evaluate(Input& input, const PartitionOptions& options, const measures::Part
     const std::string part_file = formats::is_standard_output(options.out) ? "standard output" : options.out;
     const Hypergraph& h = input.record.h;
     model = partition_model(formats::shown_name(options.hypergraph), part_file, h, partition);
-    if (!options.report.empty())
+    if (!options.report.empty()) {
+      const NamedPartition named{heading_of(options.out), partition};
       write_page(outputs, options.report,
-                 page_model(heading_of(options.hypergraph), h, &partition, heading_of(options.out)));
+                 page_model(heading_of(options.hypergraph), h, {&named, 1}, input.names));
+    }
   } catch (...) {
     outputs.publish();  // the partition is whole
     throw;

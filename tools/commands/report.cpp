@@ -1,5 +1,4 @@
 #include <memory>
-#include <optional>
 
 #include "formats/formats.h"
 #include "formats/sink.h"
@@ -14,7 +13,7 @@ namespace {
 
 struct ReportOptions {
   std::string hypergraph;
-  std::string part_file;
+  std::vector<std::string> part_files;
   std::string out;
   std::string title;
   InputOptions input;
@@ -25,22 +24,26 @@ constexpr const char* kNotes = R"(
 Examples:
   quillon report circuit.qhg -o circuit.html
   quillon report circuit.hgr circuit.part.8 -o circuit.html
+  quillon report circuit.hgr a.part b.part -o circuit.html
   quillon convert matrix.mtx.gz - --to quillon | quillon report - -o - > matrix.html
 
-The page shows counts, distributions, weights, a picture of the pins, the largest nets and, with a partition, its
-balance, its cut and the nets between its parts. It has no scripts and loads nothing from the network. Nets of one pin
+The page shows counts, distributions, weights, a picture of the pins, the largest nets and, for each partition, its
+measures, its balance, the nets between its parts, the volume that each part sends and receives, and the nets that cost
+most. Several partitions are also shown side by side. It has no scripts and loads nothing from the network. Nets of one pin
 or none are kept. The hypergraph can have any format that convert reads.)";
 
 int run(const ReportOptions& options) {
-  formats::refuse_to_replace({options.hypergraph, options.part_file}, options.out);
+  std::vector<std::string> inputs = options.part_files;
+  inputs.push_back(options.hypergraph);
+  formats::refuse_to_replace(inputs, options.out);
   formats::Record record;
-  load_input(record, options.hypergraph, options.input);
-  std::optional<measures::Partition> partition;
-  if (!options.part_file.empty()) partition = read_partition(options.part_file, record.h._c, options.parts);
+  const formats::Loaded loaded = load_input(record, options.hypergraph, options.input);
+  std::vector<NamedPartition> partitions;
+  for (const std::string& file : options.part_files)
+    partitions.push_back({heading_of(file), read_partition(file, record.h._c, options.parts)});
   const std::string title = options.title.empty() ? heading_of(options.hypergraph) : options.title;
   formats::Outputs outputs(force());
-  write_page(outputs, options.out,
-             page_model(title, record.h, partition ? &*partition : nullptr, heading_of(options.part_file)));
+  write_page(outputs, options.out, page_model(title, record.h, partitions, loaded.names));
   outputs.publish();
   return kSuccess;
 }
@@ -48,12 +51,12 @@ int run(const ReportOptions& options) {
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReportOptions>();
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
-  const Option part_file = options.file("PARTFILE", "PARTFILE", chosen->part_file, ValueKind::kFile,
-                                        "Part numbers of the cells, if there is a partition");
+  const Option part_files = options.files("PARTFILE", chosen->part_files, ValueKind::kFile,
+                                          "Part numbers of the cells; several are shown side by side");
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kPageOut, "Output file; - is standard output")
       .required();
   add_input(options, chosen->input);
-  for (Option& option : add_parts(options, chosen->parts)) option.needs(part_file);
+  for (Option& option : add_parts(options, chosen->parts)) option.needs(part_files);
   options.text("--title", "TEXT", chosen->title, "Heading of the page (default: name of the file)");
   add_force(options);
   return [chosen] { return run(*chosen); };

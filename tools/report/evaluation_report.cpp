@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/report/text.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -67,10 +68,16 @@ void print_broken(const LimitModel& limit) {
   if (limit.broken.size() > kMostNamed) uprintf("  ...\n");
 }
 
+// "7", or "7 (name)".
+std::string shown_cell(const MovedCell& moved) {
+  const std::string number = std::to_string(moved.cell);
+  return moved.name.empty() ? number : number + " (" + in_one_line(moved.name) + ")";
+}
+
 void print_moved(const std::vector<MovedCell>& moved) {
   print_line("fixed cells moved", std::to_string(moved.size()));
   for (std::size_t k = 0; k < std::min(kMostNamed, moved.size()); ++k)
-    uprintf("  cell %d is fixed to part %d and in part %d\n", moved[k].cell, moved[k].fixed_to,
+    uprintf("  cell %s is fixed to part %d and in part %d\n", shown_cell(moved[k]).c_str(), moved[k].fixed_to,
             moved[k].part);
   if (moved.size() > kMostNamed) uprintf("  ...\n");
 }
@@ -87,7 +94,7 @@ bool has_limits(const PartitionModel& model) { return !model.limits.empty() || m
 
 // The name of the file, as the first column of tables of several files.
 std::string file_column(const Models& models, const PartitionModel& model) {
-  return models.size() > 1 ? model.part_file + "\t" : "";
+  return models.size() > 1 ? in_one_line(model.part_file) + "\t" : "";
 }
 
 std::string file_heading(const Models& models) { return models.size() > 1 ? "partition\t" : ""; }
@@ -137,12 +144,18 @@ void print_matrix(const Models& models) {
     print_sparse_matrix(models);
 }
 
+// Names are the last column, if the file of the hypergraph has any.
 void print_nets(const Models& models) {
-  uprintf("%snet\tparts\tcost\n", file_heading(models).c_str());
+  const bool is_named = std::any_of(models.begin(), models.end(), [](const PartitionModel* model) {
+    return std::any_of(model->nets->begin(), model->nets->end(),
+                       [](const CostlyNet& net) { return !net.name.empty(); });
+  });
+  uprintf("%snet\tparts\tcost%s\n", file_heading(models).c_str(), is_named ? "\tname" : "");
   for (const PartitionModel* const model : models)
-    for (const measures::NetCost& net : *model->nets)
-      uprintf("%s%d\t%d\t%lld\n", file_column(models, *model).c_str(), net.net, net.connectivity,
-              static_cast<long long>(net.cost));
+    for (const CostlyNet& net : *model->nets)
+      uprintf("%s\n", fmt::format("{}{}\t{}\t{}{}", file_column(models, *model), net.net, net.connectivity,
+                                  net.cost, is_named ? "\t" + in_one_line(net.name) : "")
+                          .c_str());
 }
 
 }  // namespace
@@ -204,7 +217,7 @@ void print_overview_text(const Models& models) {
             !has_limits(*model)         ? "-"
             : model->is_within_limits() ? "hold"
                                         : "broken",
-            model->part_file.c_str());
+            in_one_line(model->part_file).c_str());
   }
 }
 
@@ -212,7 +225,7 @@ void print_evaluation_table(const Models& models) {
   const std::string header = columns("\t", [](const Measure& measure) { return std::string(measure.key); });
   uprintf("partition\t%s\theaviest_part\tlightest_part\tempty_parts\twithin_limits\n", header.c_str());
   for (const PartitionModel* const model : models)
-    uprintf("%s\t%s\t%zu\t%zu\t%lld\t%s\n", model->part_file.c_str(),
+    uprintf("%s\t%s\t%zu\t%zu\t%lld\t%s\n", in_one_line(model->part_file).c_str(),
             columns("\t", [model](const Measure& measure) { return exact(measure.value(*model)); }).c_str(),
             model->heaviest, model->lightest, static_cast<long long>(model->nempty),
             model->is_within_limits() ? "yes" : "no");
@@ -224,7 +237,7 @@ void print_evaluation_summary(const PartitionModel& model) {
   };
   uprintf("RESULT %s heaviest_part=%zu lightest_part=%zu empty_parts=%lld within_limits=%s partition=%s\n",
           columns(" ", pair).c_str(), model.heaviest, model.lightest, static_cast<long long>(model.nempty),
-          model.is_within_limits() ? "yes" : "no", model.part_file.c_str());
+          model.is_within_limits() ? "yes" : "no", in_one_line(model.part_file).c_str());
 }
 
 void print_part_tables(const Models& models) {

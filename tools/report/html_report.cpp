@@ -4,15 +4,14 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <kainjow/mustache.hpp>
-#include <numeric>
 #include <utility>
 #include <vector>
 
-#include "measures/groups.h"
 #include "tools/report/charts.h"
+#include "tools/report/page_data.h"
 #include "tools/report/page_files.h"
+#include "tools/report/partition_section.h"
 #include "tools/report/text.h"
 
 // The data of each section of page.mustache. Members that a template tests for and that may also be set in an
@@ -20,64 +19,18 @@
 namespace quillon::tool {
 namespace {
 
-using kainjow::mustache::data;
-using kainjow::mustache::list;
-using kainjow::mustache::object;
-
-constexpr int kMostPartsListed = 1000;   // in tables
-constexpr std::size_t kMostBeside = 16;  // parts whose table fits next to their chart
-constexpr int kMostPartsInFull = 12;     // whose matrix is a table
-constexpr std::size_t kMostPairs = 10;   // listed
-
-constexpr const char* kDash = "\u2013";
-
-object figure(const std::string& shown) { return {{"shown", shown}}; }
-
-object figure(std::int64_t number) { return figure(grouped(number)); }
-
-// A number for readers, together with the number for programs.
-object figure(const std::string& id, std::int64_t number) {
-  return {{"id", id}, {"value", std::to_string(number)}, {"shown", grouped(number)}};
-}
-
-object figure(const std::string& id, double number) {
-  if (!std::isfinite(number)) return figure(decimal(number));
-  return {{"id", id}, {"value", fmt::format("{:.9g}", number)}, {"shown", decimal(number)}};
-}
-
-object figure_if(bool is_known, const std::string& id, std::int64_t number) {
-  return is_known ? figure(id, number) : figure(kDash);
-}
-
-object share(double part, double whole) { return figure(percentage(part / whole)); }
-
-data row(const std::string& name, const list& cells) { return object{{"name", name}, {"cells", cells}}; }
-
-// An empty heading is a corner of the table.
-object table(const std::string& caption, const std::vector<std::string>& headings, const list& rows) {
-  list head;
-  for (const std::string& heading : headings)
-    head.emplace_back(object{{"name", heading.empty() ? data(false) : data(heading)}});
-  return {{"caption", caption}, {"head", head}, {"rows", rows}};
-}
-
-data table_unless_empty(const std::string& caption, const std::vector<std::string>& headings,
-                        const list& rows) {
-  return rows.empty() ? data(false) : data(table(caption, headings, rows));
-}
-
-object tile(const std::string& name, object content) {
-  content.emplace("name", name);
-  return content;
-}
-
-// Large numbers are shown rounded, with the exact number below.
-object tile(const std::string& name, const std::string& id, std::int64_t number) {
-  constexpr std::int64_t kSevenDigits = 1000000;
-  object content = figure(id, number);
-  if (number >= kSevenDigits) content.emplace("short", short_form(static_cast<double>(number)));
-  return tile(name, std::move(content));
-}
+using page::data;
+using page::figure;
+using page::figure_if;
+using page::kDash;
+using page::list;
+using page::name_cell;
+using page::object;
+using page::row;
+using page::share;
+using page::table;
+using page::table_unless_empty;
+using page::tile;
 
 list overview_tiles(const measures::Figures& figures) {
   const double places = static_cast<double>(figures.ncells) * figures.nnets;
@@ -168,151 +121,83 @@ void add_density(object& page, const PageModel& model) {
   page["boxes"] = model.figures.npins == 0 ? data(false) : data(boxes);
 }
 
-void add_largest(object& page, const PageModel& model) {
-  const bool has_parts = model.partition.has_value();
+// "pins", or one heading for each of several partitions.
+void add_headings(std::vector<std::string>& head, const PageModel& model, const std::string& heading) {
+  for (const PagePartition& partition : model.partitions)
+    head.push_back(model.partitions.size() == 1 ? heading : heading + ", " + partition.numbers.part_file);
+}
+
+bool has_names(const auto& listed) {
+  return std::any_of(listed.begin(), listed.end(), [](const auto& item) { return !item.name.empty(); });
+}
+
+void add_largest_nets(object& page, const PageModel& model) {
+  const bool is_named = has_names(model.largest_nets);
   std::vector<std::string> head{"net", "pins", "of all cells", "weight"};
-  if (has_parts) head.emplace_back("parts");
+  if (is_named) head.insert(head.begin() + 1, "name");
+  add_headings(head, model, "parts");
   list rows;
   for (const ListedNet& net : model.largest_nets) {
-    list cells{figure(net.size), share(net.size, model.figures.ncells), figure(net.weight)};
-    if (has_parts) cells.emplace_back(figure(net.connectivity));
+    list cells;
+    if (is_named) cells.emplace_back(name_cell(net.name));
+    cells.emplace_back(figure(net.size));
+    cells.emplace_back(share(net.size, model.figures.ncells));
+    cells.emplace_back(figure(net.weight));
+    for (const int connectivity : net.connectivities) cells.emplace_back(figure(connectivity));
     rows.push_back(row(grouped(net.number), cells));
   }
   page["largest_nets"] = table_unless_empty("Largest nets", head, rows);
+}
 
-  head = {"cell", "nets", "of all nets", "weight"};
-  if (has_parts) head.emplace_back("part");
-  rows.clear();
+void add_busiest_cells(object& page, const PageModel& model) {
+  const bool is_named = has_names(model.busiest_cells);
+  std::vector<std::string> head{"cell", "nets", "of all nets", "weight"};
+  if (is_named) head.insert(head.begin() + 1, "name");
+  add_headings(head, model, "part");
+  list rows;
   for (const ListedCell& cell : model.busiest_cells) {
-    list cells{figure(cell.degree), share(cell.degree, model.figures.nnets), figure(cell.weight)};
-    if (has_parts) cells.emplace_back(figure(cell.part));
+    list cells;
+    if (is_named) cells.emplace_back(name_cell(cell.name));
+    cells.emplace_back(figure(cell.degree));
+    cells.emplace_back(share(cell.degree, model.figures.nnets));
+    cells.emplace_back(figure(cell.weight));
+    for (const int part : cell.parts) cells.emplace_back(figure(part));
     rows.push_back(row(grouped(cell.number), cells));
   }
   page["busiest_cells"] = table_unless_empty("Cells of the highest degree", head, rows);
 }
 
-list cut_tiles(const PartitionModel& model) {
-  object cut_nets = figure("cut-nets", model.cut.ncut_nets);
-  cut_nets.emplace("note", percentage(static_cast<double>(model.cut.ncut_nets) / model.nnets) + " of all");
-  return {tile("Parts", "parts", std::ssize(model.sizes.weights)),
-          tile("Cut nets", std::move(cut_nets)),
-          tile("Cut", "cut", model.cut.cut),
-          tile("Connectivity minus one", "connectivity", model.cut.connectivity_minus_one),
-          tile("Sum of external degrees", "external-degrees", model.cut.sum_of_external_degrees),
-          tile("Imbalance", {{"id", "imbalance"},
-                             {"value", fmt::format("{:.9g}", model.imbalance)},
-                             {"shown", percentage(model.imbalance)}})};
-}
-
-void add_balance(object& section, const measures::PartSizes& sizes) {
-  const std::size_t nparts = sizes.weights.size();
-  const std::size_t nlisted = std::min<std::size_t>(nparts, kMostPartsListed);
-  const auto total =
-      static_cast<double>(std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0}));
-  list rows;
-  for (std::size_t part = 0; part < nlisted; ++part)
-    rows.push_back(row(grouped(static_cast<std::int64_t>(part)),
-                       {figure(sizes.ncells[part]), figure(sizes.weights[part]),
-                        share(static_cast<double>(sizes.weights[part]), total)}));
-  section["balance"] =
-      parts_chart(sizes.weights,
-                  {"balance", "Weights of the parts",
-                   "The weight of each part, with a dashed line at the average. The table has the numbers."});
-  section["parts"] = table("Parts", {"part", "cells", "weight", "of the weight"}, rows);
-  section["beside"] = nparts <= kMostBeside;
-  section["first_parts"] = nlisted == nparts
-                               ? data(false)
-                               : data(fmt::format("The first {} of {} parts.", grouped(std::ssize(rows)),
-                                                  grouped(static_cast<std::int64_t>(nparts))));
-}
-
-std::string parts_of_group(const measures::CutMatrix& matrix, int group) {
-  const int first = measures::group_begin(group, matrix.nparts, matrix.ngroups);
-  const int last = measures::group_begin(group + 1, matrix.nparts, matrix.ngroups) - 1;
-  return first == last ? grouped(first) : grouped(first) + kDash + grouped(last);
-}
-
-object matrix_in_full(const measures::CutMatrix& matrix) {
-  constexpr double kMostShade = 0.45;  // text on it stays readable
-  std::int64_t most = 1;
-  for (int a = 0; a < matrix.ngroups; ++a)
-    for (int b = 0; b < a; ++b) most = std::max(most, matrix.at(a, b));
-
-  list rows;
-  for (int a = 0; a < matrix.ngroups; ++a) {
-    list cells;
-    for (int b = 0; b < matrix.ngroups; ++b) {
-      const auto weight = static_cast<double>(std::max<std::int64_t>(0, matrix.at(a, b)));
-      const double shade = kMostShade * (weight / static_cast<double>(most));
-      cells.emplace_back(object{{"shown", grouped(matrix.at(a, b))},
-                                {"shade", a == b ? data(false) : data(fmt::format("{:.3f}", shade))}});
-    }
-    rows.push_back(row(std::to_string(a), cells));
+// The sizes of the hypergraph, and the files of its partitions.
+std::string subtitle(const PageModel& model) {
+  const measures::Figures& figures = model.figures;
+  std::string text = grouped_count(figures.ncells, "cell") + ", " + grouped_count(figures.nnets, "net") +
+                     ", " + grouped_count(figures.npins, "pin");
+  for (const PagePartition& partition : model.partitions) {
+    const bool is_first = &partition == model.partitions.data();
+    text += !is_first ? ", " : model.partitions.size() == 1 ? "; partition " : "; partitions ";
+    text += partition.numbers.part_file;
   }
-  return {{"rows", rows}};
-}
-
-// The pairs of groups with most weight between them, heaviest first.
-std::vector<std::pair<int, int>> heaviest_pairs(const measures::CutMatrix& matrix) {
-  std::vector<std::pair<int, int>> pairs;
-  for (int a = 0; a < matrix.ngroups; ++a)
-    for (int b = a + 1; b < matrix.ngroups; ++b)
-      if (matrix.at(a, b) > 0) pairs.emplace_back(a, b);
-  if (pairs.empty()) return pairs;
-
-  const std::size_t nlisted = std::min(pairs.size(), kMostPairs);
-  std::partial_sort(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(nlisted), pairs.end(),
-                    [&matrix](const auto& p, const auto& q) {
-                      const std::int64_t more = matrix.at(p.first, p.second) - matrix.at(q.first, q.second);
-                      return more != 0 ? more > 0 : p < q;
-                    });
-  pairs.resize(nlisted);
-  return pairs;
-}
-
-void add_matrix(object& section, const measures::CutMatrix& matrix) {
-  section["matrix"] = false;
-  if (matrix.ngroups <= kMostPartsInFull) {
-    section["matrix"] = matrix_in_full(matrix);
-    return;
-  }
-  list rows;
-  for (const auto& [a, b] : heaviest_pairs(matrix))
-    rows.push_back(
-        row(parts_of_group(matrix, a), {figure(parts_of_group(matrix, b)), figure(matrix.at(a, b))}));
-  section["between"] =
-      cut_picture(matrix, {"between", "Between parts",
-                           "Parts against parts; the table has the pairs with most weight between them."});
-  section["pairs"] = table_unless_empty("Heaviest connections", {"part", "and part", "weight"}, rows);
-  section["has_groups"] = matrix.ngroups < matrix.nparts;
-}
-
-data partition_section(const PartitionModel& model, const measures::CutMatrix& between) {
-  object section{{"file", model.part_file}, {"tiles", cut_tiles(model)}};
-  add_balance(section, model.sizes);
-  add_matrix(section, between);
-  return section;
+  return text;
 }
 
 }  // namespace
 
 std::string html_page(const PageModel& model) {
   const measures::Figures& figures = model.figures;
-  object page{
-      {"distribution", page::distribution_mustache},
-      {"figure", page::figure_mustache},
-      {"style", page::page_css},
-      {"table", page::table_mustache},
-      {"tile_list", page::tile_list_mustache},
-      {"title", model.title},
-      {"counts", grouped_count(figures.ncells, "cell") + ", " + grouped_count(figures.nnets, "net") + ", " +
-                     grouped_count(figures.npins, "pin")},
-      {"tiles", overview_tiles(figures)},
-      {"partition", model.partition ? partition_section(*model.partition, model.between) : data(false)}};
+  object page{{"distribution", page::distribution_mustache},
+              {"figure", page::figure_mustache},
+              {"style", page::page_css},
+              {"table", page::table_mustache},
+              {"tile_list", page::tile_list_mustache},
+              {"title", model.title},
+              {"counts", subtitle(model)},
+              {"tiles", overview_tiles(figures)}};
+  add_partitions(page, model);
   add_lengths(page, figures);
   add_weights(page, model);
   add_density(page, model);
-  add_largest(page, model);
+  add_largest_nets(page, model);
+  add_busiest_cells(page, model);
 
   kainjow::mustache::mustache view(page::page_mustache);
   view.set_custom_escape(escaped);

@@ -150,9 +150,11 @@ void print_partition_json(const std::string& command, const PartitionModel& mode
   for (const LimitModel& limit : model.limits) json["limits"].push_back(limit_json(limit));
   if (model.moved) {
     json["moved_fixed_cells"] = Json::array();
-    for (const MovedCell& moved : *model.moved)
-      json["moved_fixed_cells"].push_back(
-          {{"cell", moved.cell}, {"part", moved.part}, {"fixed_to", moved.fixed_to}});
+    for (const MovedCell& moved : *model.moved) {
+      Json& cell = json["moved_fixed_cells"].emplace_back(
+          Json{{"cell", moved.cell}, {"part", moved.part}, {"fixed_to", moved.fixed_to}});
+      if (!moved.name.empty()) cell["name"] = moved.name;
+    }
   }
   json["within_limits"] = model.is_within_limits();
   if (model.matrix) {
@@ -162,8 +164,11 @@ void print_partition_json(const std::string& command, const PartitionModel& mode
   }
   if (model.nets) {
     json["costliest_nets"] = Json::array();
-    for (const measures::NetCost& net : *model.nets)
-      json["costliest_nets"].push_back({{"net", net.net}, {"parts", net.connectivity}, {"cost", net.cost}});
+    for (const CostlyNet& found : *model.nets) {
+      Json& net = json["costliest_nets"].emplace_back(
+          Json{{"net", found.net}, {"parts", found.connectivity}, {"cost", found.cost}});
+      if (!found.name.empty()) net["name"] = found.name;
+    }
   }
   print_line(json);
 }
@@ -217,8 +222,10 @@ void print_comparison_json(const ComparisonModel& model) {
   print_line(json);
 }
 
-void print_failure_json(const std::string& command, const std::string& file) {
-  print_line(begin(command, file, false));
+void print_failure_json(const std::string& command, const std::string& file, const std::string& partition) {
+  Json json = begin(command, file, false);
+  if (!partition.empty()) json["partition"] = partition;
+  print_line(json);
 }
 
 }  // namespace quillon::tool

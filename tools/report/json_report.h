@@ -28,6 +28,9 @@ void print_check_json(const std::string& file, const Hypergraph& h, int nfolded,
 void print_partition_json(const std::string& command, const PartitionModel& model);
 
 /// For a file that the command failed on.
-void print_failure_json(const std::string& command, const std::string& file);
+///
+/// @param partition  The partition of it that could not be read, or empty.
+void print_failure_json(const std::string& command, const std::string& file,
+                        const std::string& partition = "");
 
 }  // namespace quillon::tool

@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "formats/format.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/balance.h"
-#include "measures/evaluation.h"
 #include "measures/figures.h"
 #include "measures/partition.h"
 #include "tools/report/summaries.h"
@@ -37,8 +38,19 @@ struct LimitModel {
 /// A cell that is not in the part it is fixed to.
 struct MovedCell {
   int cell;
+  std::string name;  // empty if the file of the hypergraph has no names
   int part;
   int fixed_to;
+};
+
+/// A cut net and what it adds to the connectivity minus one.
+struct CostlyNet {
+  int net;
+  std::string name;  // empty if the file of the hypergraph has no names
+  int size;
+  int weight;
+  int connectivity;
+  std::int64_t cost;
 };
 
 /// A partition in numbers.
@@ -63,7 +75,7 @@ struct PartitionModel {
   // As wanted.
   std::optional<measures::PartDetails> details;
   std::optional<std::vector<measures::MatrixEntry>> matrix;
-  std::optional<std::vector<measures::NetCost>> nets;
+  std::optional<std::vector<CostlyNet>> nets;
 
   /// Whether all limits hold and no fixed cell has moved.
   [[nodiscard]] bool is_within_limits() const;
@@ -77,6 +89,7 @@ struct PartitionWishes {
   bool details = false;
   bool matrix = false;
   int nnets = 0;  // costliest nets to list
+  const formats::Labels* names = nullptr;
 };
 
 PartitionModel partition_model(const std::string& hypergraph, const std::string& part_file,
@@ -85,16 +98,24 @@ PartitionModel partition_model(const std::string& hypergraph, const std::string&
 
 struct ListedNet {
   int number;
+  std::string name;  // as in CostlyNet
   int size;
   int weight;
-  int connectivity;  // 0 without a partition
+  std::vector<int> connectivities;  // by partition
 };
 
 struct ListedCell {
   int number;
+  std::string name;
   int degree;
   int weight;
-  int part;  // -1 without a partition
+  std::vector<int> parts;  // by partition
+};
+
+/// A partition with what the page draws of it.
+struct PagePartition {
+  PartitionModel numbers;  // with details and the costliest nets
+  measures::CutMatrix between;
 };
 
 /// Everything on the page.
@@ -106,14 +127,19 @@ struct PageModel {
   DensityGrid density;
   std::vector<ListedNet> largest_nets;
   std::vector<ListedCell> busiest_cells;
-  std::optional<PartitionModel> partition;
-  measures::CutMatrix between;  // empty without a partition
+  std::vector<PagePartition> partitions;
 };
 
-/// @param h          Both sides built, with all nets of the file.
-/// @param partition  Null without one; then `part_file` is not used.
-/// @param part_file  File name of the partition, for the page's heading.
-PageModel page_model(const std::string& title, const Hypergraph& h, const measures::Partition* partition,
-                     const std::string& part_file);
+/// A partition under the file name that the page gives it.
+struct NamedPartition {
+  std::string file;
+  measures::Partition partition;
+};
+
+/// @param h           Both sides built, with all nets of the file.
+/// @param partitions  Shown side by side.
+/// @param names       Of cells and nets, or empty.
+PageModel page_model(const std::string& title, const Hypergraph& h,
+                     std::span<const NamedPartition> partitions, const formats::Labels& names);
 
 }  // namespace quillon::tool

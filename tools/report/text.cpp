@@ -108,6 +108,15 @@ std::string percentage(double share) {
   return fmt::format("{:.1e} %", percent);
 }
 
+std::string in_one_line(const std::string& text) {
+  std::string line;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    line += byte < 0x20 || byte == 0x7F ? fmt::format("\\x{:02X}", byte) : std::string(1, c);
+  }
+  return line;
+}
+
 std::string escaped(const std::string& text) {
   std::string safe;
   for (std::string_view rest = text; !rest.empty();) {

@@ -21,6 +21,10 @@ std::string decimal(double value);
 /// A share in percent, to two or three digits: "12.3 %"; "–" if not finite.
 std::string percentage(double share);
 
+/// The text with control characters, such as tabs and ends of lines, as "\x09": it stays in its line and
+/// column.
+std::string in_one_line(const std::string& text);
+
 /// The text as HTML and XML content or attribute value: markup is escaped, malformed UTF-8 and characters not
 /// allowed in XML become U+FFFD.
 std::string escaped(const std::string& text);

@@ -1,45 +1,13 @@
-#include "measures/evaluation.h"
-
 #include <algorithm>
-#include <limits>
+#include <span>
 #include <utility>
 
 #include "measures/connectivity.h"
-#include "measures/wide.h"
+#include "measures/groups.h"
+#include "measures/partition.h"
 
 namespace quillon::measures {
 namespace {
-
-/// Sum of w (s - L) / (s - 1) over nets of s pins. Numerators add up exactly for each s, and so do the
-/// integer parts of the quotients: the result does not depend on the order of the nets.
-class Absorption {
- public:
-  void add(std::size_t size, int connectivity, std::int64_t weight) {
-    if (size < 2) return;
-    if (size >= numerators_.size()) numerators_.resize(size + 1, 0);
-    numerators_[size] += weight * (static_cast<std::int64_t>(size) - connectivity);
-  }
-
-  [[nodiscard]] double sum() const {
-    std::int64_t whole = 0;
-    long double rest = 0;
-    for (std::size_t size = 2; size < numerators_.size(); ++size) {
-      const auto divisor = static_cast<std::int64_t>(size - 1);
-      whole += numerators_[size] / divisor;
-      rest += static_cast<long double>(numerators_[size] % divisor) / static_cast<long double>(divisor);
-    }
-    return static_cast<double>(static_cast<long double>(whole) + rest);
-  }
-
- private:
-  std::vector<std::int64_t> numerators_;  // by number of pins
-};
-
-std::optional<std::int64_t> in_64_bits(Wide value) {
-  if (value < std::numeric_limits<std::int64_t>::min() || value > std::numeric_limits<std::int64_t>::max())
-    return std::nullopt;
-  return static_cast<std::int64_t>(value);
-}
 
 /// Lists one after another.
 struct Lists {
@@ -78,29 +46,47 @@ Lists inverted(const Lists& lists, int nvalues) {
   return inverse;
 }
 
+// The same cells in groups of parts.
+Partition grouped(const Partition& partition, int ngroups) {
+  Partition groups{partition.parts, ngroups};
+  for (std::size_t i = 1; i < groups.parts.size(); ++i)
+    groups.parts[i] = group_of(groups.parts[i], partition.nparts, ngroups);
+  return groups;
+}
+
+std::vector<MatrixEntry> entries_of_matrix(const Hypergraph& h, const Partition& partition) {
+  const Lists parts = parts_of_nets(h, partition);
+  const Lists nets = inverted(parts, partition.nparts);
+  std::vector<std::int64_t> row(static_cast<std::size_t>(partition.nparts), 0);
+  std::vector<int> last_part(row.size(), -1);  // whose row has touched the entry
+  std::vector<int> others;
+  std::vector<MatrixEntry> entries;
+  for (int part = 0; part < partition.nparts; ++part) {
+    others.clear();
+    for (const int net : nets.at(static_cast<std::size_t>(part))) {
+      for (const int other : parts.at(static_cast<std::size_t>(net))) {
+        if (other < part) continue;
+        const auto column = static_cast<std::size_t>(other);
+        if (std::exchange(last_part[column], part) != part) {
+          row[column] = 0;
+          others.push_back(other);
+        }
+        row[column] += h._nlst[net + 1].w;
+      }
+    }
+    std::sort(others.begin(), others.end());
+    for (const int other : others)
+      if (const std::int64_t weight = row[static_cast<std::size_t>(other)]; weight != 0)
+        entries.push_back({part, other, weight});
+  }
+  return entries;
+}
+
 bool is_dearer(const NetCost& a, const NetCost& b) {
   return a.cost != b.cost ? a.cost > b.cost : a.net < b.net;
 }
 
 }  // namespace
-
-Evaluation evaluate(const Hypergraph& h, const Partition& partition) {
-  Evaluation evaluation;
-  evaluation.sizes = checked_part_sizes("evaluate", h, partition);
-  CutSum cut;
-  Absorption absorption;
-  Wide pairs = 0;
-  for_each_connectivity(h, partition, [&](int j, int connectivity) {
-    const std::int64_t w = h._nlst[j].w;
-    cut.add(w, connectivity);
-    absorption.add(pins_of(h._nlst[j]).size(), connectivity, w);
-    pairs += Wide{w * connectivity} * (connectivity - 1);
-  });
-  evaluation.cut = cut.sizes();
-  evaluation.absorption = absorption.sum();
-  evaluation.connectivity_pairs = in_64_bits(pairs);
-  return evaluation;
-}
 
 PartDetails part_details(const Hypergraph& h, const Partition& partition) {
   check_partition("part_details", h, partition);
@@ -129,31 +115,20 @@ PartDetails part_details(const Hypergraph& h, const Partition& partition) {
 
 std::vector<MatrixEntry> part_matrix(const Hypergraph& h, const Partition& partition) {
   check_partition("part_matrix", h, partition);
-  const Lists parts = parts_of_nets(h, partition);
-  const Lists nets = inverted(parts, partition.nparts);
-  std::vector<std::int64_t> row(static_cast<std::size_t>(partition.nparts), 0);
-  std::vector<int> last_part(row.size(), -1);  // whose row has touched the entry
-  std::vector<int> others;
-  std::vector<MatrixEntry> entries;
-  for (int part = 0; part < partition.nparts; ++part) {
-    others.clear();
-    for (const int net : nets.at(static_cast<std::size_t>(part))) {
-      for (const int other : parts.at(static_cast<std::size_t>(net))) {
-        if (other < part) continue;
-        const auto column = static_cast<std::size_t>(other);
-        if (std::exchange(last_part[column], part) != part) {
-          row[column] = 0;
-          others.push_back(other);
-        }
-        row[column] += h._nlst[net + 1].w;
-      }
-    }
-    std::sort(others.begin(), others.end());
-    for (const int other : others)
-      if (const std::int64_t weight = row[static_cast<std::size_t>(other)]; weight != 0)
-        entries.push_back({part, other, weight});
+  return entries_of_matrix(h, partition);
+}
+
+CutMatrix cut_matrix(const Hypergraph& h, const Partition& partition, int most_groups) {
+  check_partition("cut_matrix", h, partition);
+  CutMatrix matrix{partition.nparts, std::min(partition.nparts, most_groups), {}};
+  const auto ngroups = static_cast<std::size_t>(matrix.ngroups);
+  matrix.weights.assign(ngroups * ngroups, 0);
+  for (const MatrixEntry& entry : entries_of_matrix(h, grouped(partition, matrix.ngroups))) {
+    const auto a = static_cast<std::size_t>(entry.part);
+    const auto b = static_cast<std::size_t>(entry.other);
+    matrix.weights[a * ngroups + b] = matrix.weights[b * ngroups + a] = entry.weight;
   }
-  return entries;
+  return matrix;
 }
 
 std::vector<NetCost> costliest_nets(const Hypergraph& h, const Partition& partition, int count) {
