@@ -64,6 +64,8 @@ def machine(context):
 
 def comparisons(subjects, names):
     head = ["function"] + names
+    evaluations = {s: runs for s, runs in subjects.items() if s.startswith("evaluate:")}
+    subjects = {s: runs for s, runs in subjects.items() if s not in evaluations}
     lines = section(
         "Module and obvious form",
         "How many times as fast as the obvious form, and in brackets the module's nanoseconds per pin (per cell "
@@ -75,6 +77,16 @@ def comparisons(subjects, names):
         "Files",
         "The module's speed in MB of the file per second.",
         table(head, by_input(files, names, "bytes_per_second", lambda r: mega(r["bytes_per_second"]))),
+    )
+    lines += section(
+        "Evaluation of partitions",
+        "How many times as long as a pass that reads every pin and the part of its cell once, and in brackets "
+        "nanoseconds per pin.",
+        table(["parts"] + names, [
+            [f"{int(s.split(':')[1]):,}"]
+            + [f"{1 / runs[n]['ratio']:.2f} ({runs[n]['ns_per_pin']:.1f})" if n in runs else "" for n in names]
+            for s, runs in evaluations.items()
+        ]),
     )
     return lines
 

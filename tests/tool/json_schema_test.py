@@ -76,6 +76,10 @@ class JsonOutput(unittest.TestCase):
         for member in ("matrix", "costliest_nets", "moved_fixed_cells"):
             self.assertTrue(line[member])
             self.assertFalse(VALIDATOR.is_valid({**line, member: ["x"]}), member)
+        for line in self.lines("eval", "--json", "square.qhg", "none.part", "square.part"):
+            VALIDATOR.validate(line)
+            self.assertEqual(line["status"] == "failed", line["partition"] == "none.part")
+        VALIDATOR.validate(self.lines("compare", "--json", "square.qhg", "none.part", "square.part")[0])
         line = self.lines("compare", "--json", "--nets", "square.qhg", "square.part", "other.part")[0]
         VALIDATOR.validate(line)
         self.assertEqual(line["no_longer_cut"], [1, 2])

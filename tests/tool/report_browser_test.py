@@ -140,6 +140,8 @@ def count(ncells, nets, parts):
 
 NUMBERS = "Object.fromEntries([...document.querySelectorAll('data')].map(d => [d.id, [d.value, d.textContent]]))"
 CUT = "[...document.querySelectorAll('#cut-matrix tbody tr')].map(r => [...r.cells].slice(1).map(c => c.textContent))"
+MEASURES = """[...[...document.querySelectorAll('table')].find(t => t.caption?.textContent === 'Measures').tBodies[0].rows]
+    .map(r => [...r.cells].map(c => c.textContent))"""
 # Elements wider than the page that are not inside a scrolling element.
 WIDE = """[...document.body.querySelectorAll('*')].filter(e => !e.closest('.scroll, svg')
     && e.getBoundingClientRect().right > innerWidth + .5).map(e => e.tagName)"""
@@ -179,12 +181,12 @@ class Page(unittest.TestCase):
         cls.browser.close()
         cls.folder_.cleanup()
 
-    def report(self, text, parts=None, name="h.hgr"):
+    def report(self, text, parts=None, name="h.hgr", more=()):
         (self.folder / name).write_text(text)
         arguments = [name]
         if parts is not None:
             (self.folder / "h.part").write_text("\n".join(map(str, parts)) + "\n")
-            arguments.append("h.part")
+            arguments += ["h.part", *more]
         subprocess.run([TOOL, "report", *arguments, "-o", "page.html"], cwd=self.folder, check=True)
         return self.folder / "page.html"
 
@@ -192,6 +194,10 @@ class Page(unittest.TestCase):
         """Pages of all kinds, with their inputs."""
         ncells, nets = hypergraph(1, 300, 500)
         yield "no partition", self.report(as_hgr(ncells, nets))
+        (self.folder / "other.part").write_text("\n".join(str(cell % 40) for cell in range(ncells)) + "\n")
+        yield "two partitions", self.report(as_hgr(ncells, nets), [cell % 5 for cell in range(ncells)], more=["other.part"])
+        nets_of_names = [{"edge": "n" * 300, "node": "c" * 300}, {"edge": "n" * 300, "node": 2}]
+        yield "long names", self.report(json.dumps({"incidences": nets_of_names}), [0, 1], "h.hif")
         for nparts in (1, 8, 30, 300):
             yield f"{nparts} parts", self.report(as_hgr(ncells, nets), [cell % nparts for cell in range(ncells)])
         yield "nothing", self.report("1 0 0 0\n", name="none.qhg")
@@ -224,6 +230,27 @@ class Page(unittest.TestCase):
             [f"{sum({a, b} <= s for s in spans):,}" for b in range(6)] for a in range(6)
         ]
         self.assertEqual(self.browser.value(CUT), expected)
+
+    def test_compares_partitions_in_columns(self):
+        ncells, nets = hypergraph(4, 200, 300)
+        text, columns = as_hgr(ncells, nets), []
+        both = [[cell % 4 for cell in range(ncells)], [cell * 7 // ncells for cell in range(ncells)]]
+        (self.folder / "other.part").write_text("\n".join(map(str, both[1])) + "\n")
+        self.browser.show(self.report(text, both[0], more=["other.part"]), DESK)
+        shown = self.browser.value(MEASURES)
+        for parts in both:
+            numbers = count(ncells, nets, parts)
+            columns.append([numbers[name] for name in ("parts", "cut-nets", "cut", "connectivity", "external-degrees")])
+        self.assertEqual([row[0] for row in shown[:2]], ["parts", "cut nets"])
+        self.assertEqual([[int(row[k].replace(",", "")) for row in shown[:5]] for k in (1, 2)], columns)
+
+    def test_texts_of_all_charts_have_one_size(self):
+        ncells, nets = hypergraph(1, 300, 500)
+        for width in (PHONE, DESK):
+            self.browser.show(self.report(as_hgr(ncells, nets), [cell % 300 for cell in range(ncells)]), width)
+            widths = self.browser.value("[...document.querySelectorAll('svg')].map(s => s.getBoundingClientRect().width)")
+            self.assertGreater(len(widths), 3)
+            self.assertLess(max(widths) / min(widths), 1.05, width)
 
     def test_loads_without_errors_and_without_a_network(self):
         for kind, page in self.samples():

@@ -35,7 +35,7 @@ Examples:
   quillon compare circuit.hgr a.part b.part --json | jq .cells_moved
 
 Parts are matched so that as many cells as possible stay where they are; all other cells have moved. The matching is
-exact: for two unrelated partitions into a thousand parts or more it may take seconds, for related ones it does not.
+exact.
 The mutual information is divided by the mean of both entropies.)";
 
 int compare(const CompareOptions& options) {

@@ -212,18 +212,14 @@ int run(const EvalOptions& options) {
   formats::refuse_to_replace({options.hypergraph}, options.write);
   formats::Record record;
   formats::Loaded loaded;
-  const int status = for_each_file(
-      {options.hypergraph},
-      [&](const std::string& file) {
-        loaded = load_input(record, file, options.input);
-        add_fixed(wishes, options, record.h._c);
-        if (options.feasible) check_number_of_parts(options.parts, record.h._c);
-        return kSuccess;
-      },
-      [&options](const std::string& file) {
-        if (options.json) print_failure_json(options.command, formats::shown_name(file));
-      });
-  if (status != kSuccess) return status;
+  try {
+    loaded = load_input(record, options.hypergraph, options.input);
+    add_fixed(wishes, options, record.h._c);
+    if (options.feasible) check_number_of_parts(options.parts, record.h._c);
+  } catch (...) {
+    if (options.json) print_failure_json(options.command, formats::shown_name(options.hypergraph));
+    throw;
+  }
   wishes.names = &loaded.names;
   return options.feasible ? find_obstacles(options, record.h, wishes)
                           : evaluate_files(options, record.h, wishes);
@@ -253,6 +249,7 @@ void add_formats_of_results(Options& options, EvalOptions& chosen) {
 std::function<int()> declare_as(const char* command, Options& options) {
   auto chosen = std::make_shared<EvalOptions>();
   chosen->command = command;
+  chosen->input.keeps_names = true;
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   options.files("PARTFILE", chosen->part_files, ValueKind::kFile,
                 "Part numbers of the cells; - is standard input");

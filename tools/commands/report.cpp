@@ -50,6 +50,7 @@ int run(const ReportOptions& options) {
 
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<ReportOptions>();
+  chosen->input.keeps_names = true;
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   const Option part_files = options.files("PARTFILE", chosen->part_files, ValueKind::kFile,
                                           "Part numbers of the cells; several are shown side by side");

@@ -1,6 +1,7 @@
 #include "tools/report/model.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <numeric>
 #include <utility>
 
@@ -27,9 +28,12 @@ LimitModel limit_model(const NamedLimit& named, const measures::PartSizes& sizes
   return model;
 }
 
-// Empty if there is none.
+// Empty if there is none. Names are JSON texts: strings lose their quotes.
 std::string name_in(const std::vector<std::string>& names, int number) {
-  return names.empty() ? "" : names[static_cast<std::size_t>(number)];
+  if (names.empty()) return "";
+  const std::string& text = names[static_cast<std::size_t>(number)];
+  const nlohmann::json name = nlohmann::json::parse(text, nullptr, false);
+  return name.is_string() ? name.get<std::string>() : text;
 }
 
 std::vector<MovedCell> moved_cells(const std::vector<int>& parts, const std::vector<int>& fixed,
