@@ -85,8 +85,7 @@ TEST(Measures, AgreeWithASetOfPartsPerNetOnRandomRecords) {
       EXPECT_EQ(connectivity(r.nets[j + 1], partition), nparts);
       const std::int64_t w = shape.net_weights[j];
       for (const int a : touched)
-        for (const int b : touched)
-          between[static_cast<std::size_t>(4 * a + b)] += w;
+        for (const int b : touched) between[static_cast<std::size_t>(4 * a + b)] += w;
       if (nparts < 2) continue;
       ++expected.ncut_nets;
       expected.cut += w;
