@@ -116,6 +116,11 @@ Json limit_json(const LimitModel& limit) {
 
 }  // namespace
 
+std::string text_of_name(const std::string& json) {
+  const Json name = Json::parse(json, nullptr, false);
+  return name.is_string() ? name.get<std::string>() : json;
+}
+
 void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures) {
   Json json = begin("stats", file, true);
   add_counts(json, figures.ncells, figures.nnets, figures.npins);

@@ -19,6 +19,9 @@ struct FoldedNets {
   std::int64_t pinless_weight = 0;
 };
 
+/// The text of a name of a cell or net: a JSON string without its quotes and escapes, other JSON as it is.
+std::string text_of_name(const std::string& json);
+
 void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures);
 
 /// @param nfolded  Nets of one pin or none that were folded.

@@ -1,11 +1,11 @@
 #include "tools/report/model.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <numeric>
 #include <utility>
 
 #include "hypergraph/detail/lists.h"
+#include "tools/report/json_report.h"
 
 namespace quillon::tool {
 namespace {
@@ -28,12 +28,10 @@ LimitModel limit_model(const NamedLimit& named, const measures::PartSizes& sizes
   return model;
 }
 
-// Empty if there is none. Names are JSON texts: strings lose their quotes.
+// Empty if there is none.
 std::string name_in(const std::vector<std::string>& names, int number) {
   if (names.empty()) return "";
-  const std::string& text = names[static_cast<std::size_t>(number)];
-  const nlohmann::json name = nlohmann::json::parse(text, nullptr, false);
-  return name.is_string() ? name.get<std::string>() : text;
+  return text_of_name(names[static_cast<std::size_t>(number)]);
 }
 
 std::vector<MovedCell> moved_cells(const std::vector<int>& parts, const std::vector<int>& fixed,
