@@ -16,6 +16,7 @@
 #include "formats/compressing_pipe.h"
 #include "formats/compression.h"
 #include "formats/descriptor.h"
+#include "formats/hidden.h"
 #include "formats/target.h"
 #include "formats/temporary_file.h"
 #include "util/util.h"
@@ -43,7 +44,7 @@ NotWritten::NotWritten(const std::string& target)
 NotWritten::~NotWritten() = default;
 
 // One output.
-struct Outputs::Staged {
+struct QUILLON_HIDDEN Outputs::Staged {
   std::string target;                   // as the user named it
   Target where;                         // that, with links followed
   bool is_passed_on = false;            // to a stream, pipe or device

@@ -67,7 +67,7 @@ class Outputs {
   void publish(const std::function<void()>& report = {});
 
  private:
-  struct [[gnu::visibility("hidden")]] Staged;
+  struct Staged;
   void move_all();
 
   bool force_;

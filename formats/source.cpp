@@ -15,6 +15,7 @@
 #include "formats/compression.h"
 #include "formats/descriptor.h"
 #include "formats/findings.h"
+#include "formats/hidden.h"
 #include "formats/read_ahead.h"
 
 namespace quillon::formats {
@@ -59,7 +60,7 @@ std::unique_ptr<Watch> watch_file(const std::string& name, int descriptor) {
 
 std::string shown_name(const std::string& name) { return name == "-" ? "standard input" : name; }
 
-struct Source::State {
+struct QUILLON_HIDDEN Source::State {
   std::string name;
   Descriptor file;
   bool is_regular = false;

@@ -110,7 +110,7 @@ class Source {
   void finish();
 
  private:
-  struct [[gnu::visibility("hidden")]] State;
+  struct State;
   std::unique_ptr<State> state_;
 };
 
