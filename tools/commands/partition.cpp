@@ -93,7 +93,7 @@ class PartWriter {
 
   /// An empty text discards what came before.
   void accept(std::string_view text) {
-    if (text.empty()) begin();
+    if (text.empty()) return begin();
     for (const char c : text) accept_byte(c);
     if (std::fwrite(text.data(), 1, text.size(), file_) != text.size()) fail_writing();
   }
