@@ -28,6 +28,8 @@ void add_copies(Input& input, const Options& options);
 void add_reports(Input& input, const Options& options);
 /// Evaluations of partitions against a pass that reads every pin and the part of its cell.
 void add_measures(Input& input, const Options& options);
+/// Importers against read_hypergraph on the same pins, and two threads against one.
+void add_imports(Input& input, const Options& options);
 /// Bounds set by the system: writers against cat, copies against memcpy, memory of a read.
 void add_bounds(Input& input, const Options& options);
 /// The command-line tool against the library calls in it.

@@ -137,6 +137,7 @@ int run(int argc, char** argv) {
     add_copies(*input, options);
     add_reports(*input, options);
     add_measures(*input, options);
+    add_imports(*input, options);
     add_bounds(*input, options);
   }
   if (!options.tool.empty()) add_tool(*inputs.front(), options);

@@ -117,6 +117,27 @@ def bounds(subjects, names):
     return lines
 
 
+def imports(subjects, names):
+    head = ["importer"] + names
+    lines = section(
+        "Importers and `read_hypergraph`",
+        "Bytes of the file per second as a multiple of those of `read_hypergraph` on a file of the same pins, both on one "
+        "thread and up to the net lists; in brackets the importer's MB per second.",
+        table(head, by_input(subjects, names, "times_read_hypergraph", lambda r: (
+            f"{r['times_read_hypergraph']:.2f} ({mega(r['import_bytes_per_second'])})"))),
+    )
+    lines += section(
+        "Importers on two threads",
+        "How many times as fast as on one.",
+        table(head, by_input(subjects, names, "times_one_thread", lambda r: f"{r['times_one_thread']:.2f}")),
+    )
+    return lines + section(
+        "Part vectors and permutations",
+        "Bytes per second as a multiple of those of the hMETIS importer.",
+        table(head, by_input(subjects, names, "times_hmetis", lambda r: f"{r['times_hmetis']:.2f}")),
+    )
+
+
 def programs(subjects):
     rows = [
         [name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}", f"{r['library_seconds']:.3f}",
@@ -143,7 +164,7 @@ def main():
     context, subjects = load(sys.argv[1])
     names = list(dict.fromkeys(name for s, runs in subjects.items() if s not in ("growth", "tool:stats")
                                for name in runs))
-    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names) + programs(subjects)
+    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names) + imports(subjects, names) + programs(subjects)
 
     with open(sys.argv[2], encoding="utf-8") as file:
         text = file.read()

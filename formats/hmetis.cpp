@@ -119,7 +119,7 @@ bool looks_like_graph(const NetLists& lists) {
     for (int k = lists.xnadj[at]; k < lists.xnadj[at + 1]; ++k) {
       const int i = lists.nadj[static_cast<std::size_t>(k)];
       if (i == j) return false;
-      sum.add(j, i, 0);
+      sum.add(j, i, 1);
     }
   }
   return sum.is_zero();

@@ -120,6 +120,34 @@ class EdgeReader {
     if (has_weights_) lists_.net_weights.push_back(w);
   }
 
+  // Adds the line of vertex u, whose edges have no weights.
+  void add_line(int u, const int* first, const int* last) {
+    begin_line(u);
+    int previous = 0;
+    int* pin = lists_.nadj.extend(2 * static_cast<std::size_t>(last - first));
+    std::size_t nnets = 0;
+    for (const int* number = first; number != last; ++number) {
+      const int v = *number;
+      is_ascending_ = is_ascending_ && v > previous;
+      previous = v;
+      sum_.add(u, v, 1);
+      if (u > v) continue;
+      pin[0] = u;
+      pin[1] = v;
+      pin += 2;
+      ++nnets;
+    }
+    nmentions_ += static_cast<std::size_t>(last - first);
+    lists_.nadj.resize(static_cast<std::size_t>(pin - lists_.nadj.data()));
+    check_pins(lists_.nadj.size());
+    int end = lists_.xnadj.back();
+    int* const ends = lists_.xnadj.extend(nnets);
+    for (std::size_t k = 0; k < nnets; ++k) ends[k] = end += 2;
+    if (is_ascending_) return;
+    line_.assign(first, last);
+    end_line();
+  }
+
   void end_line() {
     if (is_ascending_) return;
     named_by_.resize(static_cast<std::size_t>(lists_.ncells) + 1, 0);
@@ -274,8 +302,12 @@ int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, Edge
   for (int k = 0; k < count; ++k) {
     const int* const line = lines.line(k);
     if (header.vertex_weights) lists.cell_weights.push_back(line[header.vertex_sizes ? 1 : 0]);
+    if (step == 1) {
+      edges.add_line(u + k, line + head, lines.line(k + 1));
+      continue;
+    }
     edges.begin_line(u + k);
-    for (std::int64_t m = head; m < lines.size(k); m += step) edges.add(line[m], step == 2 ? line[m + 1] : 1);
+    for (std::int64_t m = head; m < lines.size(k); m += 2) edges.add(line[m], line[m + 1]);
     edges.end_line();
   }
   if (count > 0) skip_lines(in, count);

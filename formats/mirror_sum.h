@@ -23,7 +23,8 @@ class MirrorSum {
     const bool is_forward = from < to;
     const auto a = static_cast<std::uint64_t>(is_forward ? from : to);
     const auto b = static_cast<std::uint64_t>(is_forward ? to : from);
-    const std::uint64_t hash = mixed(mixed(a << 32 | b, keys_[0]) + static_cast<std::uint64_t>(w), keys_[1]);
+    std::uint64_t hash = mixed(a << 32 | b, keys_[0]);
+    if (w != 1) hash = mixed(hash + static_cast<std::uint64_t>(w), keys_[1]);
     sum_ += is_forward ? hash : 0 - hash;
   }
 

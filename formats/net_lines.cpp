@@ -31,27 +31,40 @@ bool store_unweighted(const NumberLines& lines, int count, NetLists& lists, cons
   return true;
 }
 
-// The numbers of a line before its cells, if they are there and the size is right; else -1.
-int head_of(const NumberLines& lines, int k, const NetForm& form) {
-  const int head = (form.has_weight ? 1 : 0) + (form.has_size ? 1 : 0);
-  const int size = lines.size(k);
-  if (size < head) return -1;
-  return !form.has_size || lines.line(k)[head - 1] == size - head ? head : -1;
+// Whether a line begins with a weight, and with its number of cells, as the form demands.
+bool has_head(const int* line, int size, const NetForm& form) {
+  const int head = form.head();
+  return size >= head && (!form.has_size || line[head - 1] == size - head);
 }
 
+// Raw pointers, as lines are short.
 bool store_by_line(const NumberLines& lines, int count, NetLists& lists, const NetForm& form) {
+  const int head = form.head();
+  for (int k = 0; k < count; ++k)
+    if (!has_head(lines.line(k), lines.size(k), form)) return false;
+
+  const auto nnets = static_cast<std::size_t>(count);
+  const auto npins = static_cast<std::size_t>(lines.before(count)) - nnets * static_cast<std::size_t>(head);
+  int end = static_cast<int>(lists.nadj.size());
+  int* pin = lists.nadj.extend(npins);
+  int* const ends = lists.xnadj.extend(nnets);
+  if (form.has_weight) lists.net_weights.resize(lists.net_weights.size() + nnets);
+  int* const weights =
+      form.has_weight ? lists.net_weights.data() + lists.net_weights.size() - nnets : nullptr;
+  const int shift = 1 - form.first_cell;
+  const auto ncells = static_cast<unsigned>(lists.ncells);
+  unsigned outside = 0;
   for (int k = 0; k < count; ++k) {
-    const int head = head_of(lines, k, form);
-    if (head < 0) return false;
     const int* const line = lines.line(k);
-    const int npins = lines.size(k) - head;
-    if (!store_cells(line + head, npins, form.first_cell, lists.ncells,
-                     lists.nadj.extend(static_cast<std::size_t>(npins))))
-      return false;
-    if (form.has_weight) lists.net_weights.push_back(line[0]);
-    lists.xnadj.push_back(static_cast<int>(lists.nadj.size()));
+    const int* const line_end = lines.line(k + 1);
+    if (weights != nullptr) weights[k] = line[0];
+    for (const int* number = line + head; number != line_end; ++number) {
+      *pin = *number + shift;
+      outside |= static_cast<unsigned>(*pin++ - 1) >= ncells ? 1U : 0U;
+    }
+    ends[k] = end += lines.size(k) - head;
   }
-  return true;
+  return outside == 0;
 }
 
 // Room for all pins if the remaining nets are like those so far, so that the array moves seldom.
@@ -76,7 +89,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   const std::size_t pins_before = lists.nadj.size();
   const std::size_t nets_before = lists.xnadj.size();
   const bool by_line = form.has_weight || form.has_size;
-  if (!by_line && pins_before + npins > form.most_pins) return 0;
+  if (pins_before + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
   make_room(lists, npins);
   const bool stored =
       by_line ? store_by_line(lines, count, lists, form) : store_unweighted(lines, count, lists, form);

@@ -19,6 +19,9 @@ struct NetForm {
   bool has_size;          ///< The number of cells follows.
   int first_cell;         ///< Number of the first cell in the file.
   std::size_t most_pins;  ///< Pins that all nets may have together.
+
+  /// Numbers before the cells.
+  [[nodiscard]] int head() const { return (has_weight ? 1 : 0) + (has_size ? 1 : 0); }
 };
 
 /// @param lists  Begun by `begin_nets`, with its number of cells. Gets the nets.
