@@ -5,13 +5,12 @@
 #include <optional>
 
 #include "formats/formats.h"
-#include "formats/labels.h"
 #include "formats/part_vector.h"
 #include "formats/sink.h"
-#include "formats/source.h"
 #include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
 #include "tools/cli/run.h"
+#include "tools/commands/carried.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "tools/commands/symmetry.h"
@@ -55,13 +54,9 @@ An order file has one number per line, counted from 1. If old cell 3 comes first
 
 --carry FILE:OUT renumbers a partition file, or a file of convert --labels, in the same way.)";
 
-// Orders are arrays of the module: entry 0 is not used. Entry i is the old number of the new item i.
+// The old number of each new item, as arrays of the module: entry 0 is not used.
 using Order = std::vector<int>;
-
-struct Orders {
-  Order cells;
-  Order nets;
-};
+using Orders = OldNumbers;
 
 Order identity(int count) {
   Order order(static_cast<std::size_t>(count) + 1);
@@ -163,77 +158,16 @@ Orders reorder(Hypergraph& h, const ReorderOptions& options, Hypergraph& reorder
   return orders;
 }
 
-// By new number.
-template <typename Value>
-std::vector<Value> in_order(const std::vector<Value>& values, const Order& order) {
-  std::vector<Value> result(values.size());
-  for (std::size_t k = 1; k < values.size(); ++k) result[k] = values[static_cast<std::size_t>(order[k])];
-  return result;
-}
-
-formats::Labels in_order(const formats::Labels& labels, const Orders& orders) {
-  return {in_order(labels.cells, orders.cells), in_order(labels.nets, orders.nets)};
-}
-
-// A file to renumber, and where to write the result.
-struct Carried {
-  std::string file;
-  std::string out;
-};
-
-Carried carried_of(const std::string& text) {
-  const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos || colon == 0 || colon + 1 == text.size())
-    throw UsageError("--carry: '" + text + "' is not FILE:OUT");
-  return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
-// Files of labels begin with a word.
-bool has_labels(const std::string& file) {
-  formats::Source source(file);
-  const std::string_view begin = source.peek(1);
-  return begin == "c" || begin == "n";
-}
-
-void carry(formats::Outputs& outputs, const Carried& carried, const Orders& orders) {
-  const int ncells = static_cast<int>(orders.cells.size()) - 1;
-  const int nnets = static_cast<int>(orders.nets.size()) - 1;
-  if (has_labels(carried.file)) {
-    const formats::Labels labels = in_order(formats::read_labels(carried.file, ncells, nnets), orders);
-    outputs.write(carried.out, [&](const char* filename) { formats::write_labels(labels, filename); });
-    return;
-  }
-  const std::vector<int> parts =
-      in_order(formats::read_parts(carried.file, ncells, std::numeric_limits<int>::max()), orders.cells);
-  outputs.write(carried.out, [&](const char* filename) { formats::write_parts_by_line(parts, filename); });
-}
-
-void write_order(formats::Outputs& outputs, const std::string& file, const Order& order) {
-  if (!file.empty())
-    outputs.write(file, [&](const char* filename) { formats::write_permutation(order, filename); });
-}
-
 // Refuses outputs that are also read, or written twice. Only OUT may replace IN.
 void refuse_outputs(const ReorderOptions& options, const std::vector<Carried>& carried) {
-  std::vector<std::string> inputs = {options.by_part.value_or(""), options.perm.value_or(""),
-                                     options.undo.value_or(""), options.undo_nets};
-  for (const Carried& file : carried) inputs.push_back(file.file);
-  formats::refuse_to_replace(inputs, options.out);
-  inputs.push_back(options.in);
-  std::vector<std::string> targets = {options.out, options.write_perm, options.write_inverse,
-                                      options.write_net_perm};
-  for (const std::string& file : targets)
-    if (file != options.out) formats::refuse_to_replace({options.in}, file);
-  for (const Carried& file : carried) {
-    formats::refuse_to_replace(inputs, file.out);
-    targets.push_back(file.out);
-  }
-  formats::refuse_named_twice(targets);
+  refuse_outputs_beside(
+      options.in, options.out,
+      {options.by_part.value_or(""), options.perm.value_or(""), options.undo.value_or(""), options.undo_nets},
+      {options.write_perm, options.write_inverse, options.write_net_perm}, carried);
 }
 
 int run(ReorderOptions options) {
-  std::vector<Carried> carried;
-  for (const std::string& text : options.carry) carried.push_back(carried_of(text));
+  const std::vector<Carried> carried = carried_files(options.carry);
   prepare_output(options.output, options.input, {options.out});
   refuse_outputs(options, carried);
   formats::Record source;
@@ -241,15 +175,15 @@ int run(ReorderOptions options) {
   formats::Record reordered;
   const Orders orders = reorder(source.h, options, reordered.h);
 
-  const formats::Labels names = in_order(loaded.names, orders);
+  const formats::Labels names = renumbered(loaded.names, orders);
   options.output.write.weights = written_weights(source.h, loaded);
   options.output.write.labels = &names;
   formats::Outputs outputs(force());
   write_output(outputs, options.out, reordered.h, options.output);
-  write_order(outputs, options.write_perm, orders.cells);
-  write_order(outputs, options.write_inverse, inverse_of(orders.cells));
-  write_order(outputs, options.write_net_perm, orders.nets);
-  for (const Carried& file : carried) carry(outputs, file, orders);
+  write_numbers(outputs, options.write_perm, orders.cells);
+  write_numbers(outputs, options.write_inverse, inverse_of(orders.cells));
+  write_numbers(outputs, options.write_net_perm, orders.nets);
+  carry(outputs, carried, orders, source.h._c, source.h._n);
   outputs.publish();
   return kSuccess;
 }
@@ -281,8 +215,7 @@ std::function<int()> declare(Options& options) {
                "Write the new number of each old cell to FILE");
   options.file("--write-net-perm", "FILE", chosen->write_net_perm, ValueKind::kFile,
                "Write the old number of each new net to FILE");
-  options.texts("--carry", "FILE:OUT", chosen->carry,
-                "Renumber the partition or labels in FILE too, and write them to OUT");
+  add_carry(options, chosen->carry);
   add_output(options, chosen->output);
   add_force(options);
   add_input(options, chosen->input);

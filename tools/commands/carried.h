@@ -1,0 +1,59 @@
+#pragma once
+// Files that follow a hypergraph through renumbering: names, part vectors, and maps of old and new numbers.
+
+#include <string>
+#include <vector>
+
+#include "formats/format.h"
+#include "formats/sink.h"
+#include "tools/cli/options.h"
+
+namespace quillon::tool {
+
+/// Where the items of a new hypergraph come from: by new number, the old number of a cell or net. Entry 0 is
+/// not used. A new hypergraph may have fewer items than the old one.
+struct OldNumbers {
+  std::vector<int> cells;
+  std::vector<int> nets;
+};
+
+/// A file to renumber, and where to write the result.
+struct Carried {
+  std::string file;
+  std::string out;
+};
+
+/// Declares --carry.
+void add_carry(Options& options, std::vector<std::string>& carry);
+
+/// Splits the values of --carry, FILE:OUT each.
+///
+/// @throws UsageError  if one has another form.
+std::vector<Carried> carried_files(const std::vector<std::string>& carry);
+
+/// Refuses outputs that are also read, or written twice. Only OUT may replace IN.
+///
+/// @param in       The hypergraph that is read.
+/// @param out      The hypergraph that is written.
+/// @param inputs   Other files that are read; empty names are ignored.
+/// @param outputs  Other files that are written; empty names are ignored.
+/// @param carried  What `carried_files` gives.
+/// @par Errors     Fatal.
+void refuse_outputs_beside(const std::string& in, const std::string& out, std::vector<std::string> inputs,
+                           std::vector<std::string> outputs, const std::vector<Carried>& carried);
+
+/// The names of the new items; empty where there are none.
+formats::Labels renumbered(const formats::Labels& labels, const OldNumbers& numbers);
+
+/// Reads partition files and files of labels of the old hypergraph, and writes those of the new one.
+///
+/// @param ncells            Of the old hypergraph.
+/// @param nnets             Of the old hypergraph.
+/// @throws formats::BadFile if a file cannot be read.
+void carry(formats::Outputs& outputs, const std::vector<Carried>& carried, const OldNumbers& numbers,
+           int ncells, int nnets);
+
+/// Writes a map with one number a line, entry 0 left out; nothing if `file` is empty.
+void write_numbers(formats::Outputs& outputs, const std::string& file, const std::vector<int>& numbers);
+
+}  // namespace quillon::tool
