@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <limits>
 #include <optional>
@@ -179,7 +180,7 @@ class Reader {
 
   // A byte of value 0 is the error that counts, whatever it leads to.
   void check_bytes() const {
-    if (const std::size_t nul = in_.text.find('\0'); nul != std::string::npos)
+    if (const std::size_t nul = in_.text.find('\0'); nul != std::string_view::npos)
       bad_text(in_, nul, "bad-json", "found a byte of value 0, expected JSON");
   }
 
@@ -193,7 +194,7 @@ class Reader {
     check_bytes();
     const std::size_t last = json_.last_of(word);
     const std::size_t begin = json_.start_of_word(last);
-    std::string_view shown = std::string_view(in_.text).substr(begin, last + 1 - begin);
+    std::string_view shown = in_.text.substr(begin, last + 1 - begin);
     if (shown.size() > 2 && shown.front() == '"') shown = shown.substr(1, shown.size() - 2);
     unexpected(in_, {shown, begin}, "bad-json-value", expected);
   }
@@ -262,11 +263,26 @@ class Reader {
     return {~0U, "edge, node, weight, direction or attrs"};
   }
 
+  // Fast path: the keys of incidences, as nearly all files write them.
+  unsigned read_record_key(unsigned allowed, const char* expected) {
+    const unsigned open = allowed & ~record_.keys;
+    json_.skip_blanks();
+    if ((open & kEdge) != 0 && json_.accept_exactly("\"edge\":")) {
+      record_.keys |= kEdge;
+      return kEdge;
+    }
+    if ((open & kNode) != 0 && json_.accept_exactly("\"node\":")) {
+      record_.keys |= kNode;
+      return kNode;
+    }
+    return read_key(kKeys, allowed, record_.keys, expected);
+  }
+
   void read_record() {
     if (json_.accept('}')) return;
     const auto [allowed, expected] = keys_of_section();
     do {
-      switch (read_key(kKeys, allowed, record_.keys, expected)) {
+      switch (read_record_key(allowed, expected)) {
         case kEdge:
           read_id(record_.edge, "edge");
           break;
@@ -556,18 +572,45 @@ void write_item(TextWriter& out, std::string_view key, const std::vector<std::st
   out.character('}');
 }
 
+constexpr std::size_t kMostStart = 48;
+
 // All of an incidence up to the name of its node.
 std::string start_of_incidence(const std::vector<std::string>& net_names, int j) {
   return ",\n{\"edge\":" + (net_names.empty() ? std::to_string(j) : net_names[static_cast<std::size_t>(j)]) +
          ",\"node\":";
 }
 
+// Cells without names, after a start that is at most `kMostStart` bytes long.
+void write_numbered_cells(TextWriter& out, const std::string& start, std::span<const int> cells) {
+  char bytes[kMostStart] = {};  // copied whole: a length known to the compiler makes no call
+  start.copy(bytes, kMostStart);
+  for (const int i : cells) {
+    char* at = out.room(kMostStart + TextWriter::kNumber);
+    std::memcpy(at, bytes, kMostStart);
+    at = print(at + start.size(), i);
+    *at++ = '}';
+    out.end(at);
+  }
+}
+
 void write_incidences(TextWriter& out, const Hypergraph& h, const Labels& labels) {
   bool is_first = true;
   for (int j = 1; j <= h._n; ++j) {
     const std::string start = start_of_incidence(labels.nets, j);
-    for (const int i : pins_of(h._nlst[j])) {
-      out.text(std::string_view(start).substr(std::exchange(is_first, false) ? 1 : 0));
+    std::span<const int> cells = pins_of(h._nlst[j]);
+    if (cells.empty()) continue;
+    if (std::exchange(is_first, false)) {
+      out.text(std::string_view(start).substr(1));  // no comma
+      write_name(out, labels.cells, cells.front());
+      out.character('}');
+      cells = cells.subspan(1);
+    }
+    if (labels.cells.empty() && start.size() <= kMostStart) {
+      write_numbered_cells(out, start, cells);
+      continue;
+    }
+    for (const int i : cells) {
+      out.text(start);
       write_name(out, labels.cells, i);
       out.character('}');
     }

@@ -20,8 +20,7 @@ namespace quillon::formats {
 class ItemNames {
  public:
   /// @return  Whether the integer is looked up by index. If not, its text should be among those of
-  /// `numbers_of`,
-  ///          which is faster than `number_of`.
+  ///          `numbers_of`, which is faster than `number_of`.
   [[nodiscard]] bool is_indexed(std::uint64_t integer) const {
     return integer < by_integer_.size() || integer < most_by_index();
   }

@@ -2,8 +2,10 @@
 /// @file
 /// Words of a JSON text. Internal to `formats/`.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -74,6 +76,14 @@ class JsonText {
     return true;
   }
 
+  /// Moves past some text if it comes next, without blanks before it.
+  bool accept_exactly(std::string_view text) {
+    if (static_cast<std::size_t>(end_ - at_) < text.size() || std::memcmp(at_, text.data(), text.size()) != 0)
+      return false;
+    at_ += text.size();
+    return true;
+  }
+
   /// Moves past a byte of punctuation.
   void expect(char c) {
     if (!accept(c)) expected_byte(c);
@@ -99,9 +109,11 @@ class JsonText {
   /// @return       False if something else comes next; the text stays there.
   bool short_integer(std::uint64_t& value) {
     constexpr int kMostDigits = 18;
+    if (*at_ == '0' && is_digit(at_[1])) return false;
     const char* at = at_;
-    if (*at == '0' && is_digit(at[1])) return false;
-    for (value = 0; is_digit(*at); ++at) value = 10 * value + static_cast<std::uint64_t>(*at - '0');
+    value = 0;
+    if (end_ - at >= 8) at += leading_digits(at, value);
+    for (; is_digit(*at); ++at) value = 10 * value + static_cast<std::uint64_t>(*at - '0');
     if (at == at_ || at - at_ > kMostDigits || *at == '.' || *at == 'e' || *at == 'E') return false;
     at_ = at;
     return true;
@@ -133,6 +145,22 @@ class JsonText {
 
  private:
   static bool is_blank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+  // Value and number of the digits that eight bytes begin with, all at once.
+  static int leading_digits(const char* at, std::uint64_t& value) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, at, sizeof bytes);
+    if constexpr (std::endian::native == std::endian::big) bytes = __builtin_bswap64(bytes);
+    bytes ^= 0x3030303030303030U;  // digits become 0 to 9, other bytes more
+    const std::uint64_t others = ((bytes + 0x0606060606060606U) | bytes) & 0xF0F0F0F0F0F0F0F0U;
+    const int ndigits = std::countr_zero(others) / 8;
+    if (ndigits == 0) return 0;
+    bytes <<= 64 - 8 * ndigits;  // zeros first
+    bytes = (bytes * 10 + (bytes >> 8)) & 0x00FF00FF00FF00FFU;
+    bytes = (bytes * 100 + (bytes >> 16)) & 0x0000FFFF0000FFFFU;
+    value = (bytes * 10000 + (bytes >> 32)) & 0xFFFFFFFFU;
+    return ndigits;
+  }
 
   const char* end_of_string(const char* at, bool& is_plain);
   const char* skip_escape(const char* at);

@@ -416,12 +416,34 @@ void find_losses_of_matrix_market(const Hypergraph& h, const WriteOptions& /*opt
   note(losses.lost, count_repeated_pins(h), "repeated pin");
 }
 
+namespace {
+
+// Entries of one net. Its number, which stands on each line, is printed once and copied whole: a length known
+// to the compiler makes no call.
+template <typename IsRepeated>
+void write_entries(TextWriter& out, std::span<const int> cells, int j, bool by_row, IsRepeated is_repeated) {
+  char net[TextWriter::kNumber] = {};
+  const std::ptrdiff_t size = print(net, j) - net;
+  net[size] = by_row ? ' ' : '\n';
+  for (const int i : cells) {
+    if (is_repeated(i)) continue;
+    char* at = out.room(2 * TextWriter::kNumber);
+    if (!by_row) at = print_with_blank(at, i);
+    std::memcpy(at, net, sizeof net);
+    at += size + 1;
+    if (by_row) {
+      at = print(at, i);
+      *at++ = '\n';
+    }
+    out.end(at);
+  }
+}
+
+}  // namespace
+
 void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const char* filename) {
   const std::int64_t nrepeated = count_repeated_pins(h);
   std::vector<int> last_net(nrepeated > 0 ? static_cast<std::size_t>(h._c) + 1 : 0);
-  const auto is_repeated = [&last_net](int i, int j) {
-    return !last_net.empty() && std::exchange(last_net[static_cast<std::size_t>(i)], j) == j;
-  };
   const bool by_row = options.model != Model::kColumnNet;
   TextWriter out(filename, "quillon convert: matrix");
   out.text("%%MatrixMarket matrix coordinate pattern general\n");
@@ -432,21 +454,12 @@ void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const
   out.number(h._p - nrepeated);
   out.character('\n');
   for (int j = 1; j <= h._n; ++j) {
-    char net[TextWriter::kNumber] = {};  // its number, which stands on each of its lines
-    const std::ptrdiff_t size = print(net, j) - net;
-    net[size] = by_row ? ' ' : '\n';
-    for (const int i : pins_of(h._nlst[j])) {
-      if (is_repeated(i, j)) continue;
-      char* at = out.room(2 * TextWriter::kNumber);
-      if (!by_row) at = print_with_blank(at, i);
-      std::memcpy(at, net, sizeof net);
-      at += size + 1;
-      if (by_row) {
-        at = print(at, i);
-        *at++ = '\n';
-      }
-      out.end(at);
-    }
+    const std::span<const int> cells = pins_of(h._nlst[j]);
+    if (nrepeated == 0)
+      write_entries(out, cells, j, by_row, [](int) { return false; });
+    else
+      write_entries(out, cells, j, by_row,
+                    [&](int i) { return std::exchange(last_net[static_cast<std::size_t>(i)], j) == j; });
   }
   out.close();
 }

@@ -88,6 +88,16 @@ EntryHead head_of(const char* entry) {
 
 std::string_view name_in(const char* entry) { return {entry + sizeof(EntryHead), head_of(entry).length}; }
 
+// Most names are short, and the same: no call of a library function for them.
+bool same(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const std::size_t size = a.size();
+  if (size < 8 || size > 32) return a == b;
+  for (std::size_t at = 0; at + 8 < size; at += 8)
+    if (word_at(a.data() + at) != word_at(b.data() + at)) return false;
+  return word_at(a.data() + size - 8) == word_at(b.data() + size - 8);
+}
+
 [[noreturn]] void fail(const char* rule, const std::string& message) {
   throw BadFile({rule, Severity::kError, "", 0, 0, message, ""});
 }
@@ -128,7 +138,7 @@ std::size_t Names::slot_of(std::string_view name, std::uint64_t hash) const {
     const Slot slot = slots_[k];
     if (slot == 0) return k;
     if ((slot & kTag) != tag_of(hash)) continue;
-    if (name_in(entry_at(slot >> kTagBits)) == name) return k;
+    if (same(name_in(entry_at(slot >> kTagBits)), name)) return k;
   }
 }
 
@@ -206,11 +216,18 @@ std::uint64_t Names::allocate(std::size_t size) {
 void Names::grow() {
   std::unique_ptr<Slot[], Free> larger = free_slots(2 * nslots_);
   const std::size_t mask = 2 * nslots_ - 1;
-  for (int number = 1; number <= size(); ++number) {
-    const std::uint64_t hash = hash_of(name_of(number));
-    std::size_t k = hash & mask;
-    while (larger[k] != 0) k = (k + 1) & mask;
-    larger[k] = places_[static_cast<std::size_t>(number) - 1] << kTagBits | tag_of(hash);
+  std::uint64_t hashes[kAtOnce];
+  for (int first = 1; first <= size(); first += kAtOnce) {
+    const int count = std::min<int>(kAtOnce, size() - first + 1);
+    for (int k = 0; k < count; ++k) {
+      hashes[k] = hash_of(name_of(first + k));
+      __builtin_prefetch(&larger[hashes[k] & mask], 1);
+    }
+    for (int k = 0; k < count; ++k) {
+      std::size_t at = hashes[k] & mask;
+      while (larger[at] != 0) at = (at + 1) & mask;
+      larger[at] = places_[static_cast<std::size_t>(first + k) - 1] << kTagBits | tag_of(hashes[k]);
+    }
   }
   slots_ = std::move(larger);
   nslots_ *= 2;

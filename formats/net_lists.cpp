@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <numeric>
+#include <span>
 #include <utility>
 
 #include "formats/findings.h"
@@ -135,6 +136,19 @@ void sum_weights(Hypergraph& h, const NetLists& lists) {
   h._totnw = static_cast<int>(totnw);
 }
 
+// Whether a net is so short that its pins are compared with one another, without a cache miss for each, and
+// all differ.
+bool is_short_and_distinct(std::span<const int> pins) {
+  constexpr std::size_t kShort = 16;
+  if (pins.size() > kShort) return false;
+  for (std::size_t a = 1; a < pins.size(); ++a) {
+    int nsame = 0;
+    for (std::size_t b = 0; b < a; ++b) nsame += pins[b] == pins[a] ? 1 : 0;
+    if (nsame != 0) return false;
+  }
+  return true;
+}
+
 void build_cell_side(Hypergraph& h) {
   const Block<int> work = allocate<int>(h._c, "to_record: work");
   construct_net_list(&h, work.get());
@@ -189,6 +203,7 @@ std::int64_t count_repeated_pins(const Hypergraph& h) {
   std::vector<int> last_net(static_cast<std::size_t>(h._c) + 1, 0);
   std::int64_t count = 0;
   for (int j = 1; j <= h._n; ++j) {
+    if (is_short_and_distinct(pins_of(h._nlst[j]))) continue;
     for (const int i : pins_of(h._nlst[j])) {
       int& last = last_net[static_cast<std::size_t>(i)];
       if (last == j) ++count;

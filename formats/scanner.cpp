@@ -55,9 +55,9 @@ void skip_blanks(Scanner& scanner) {
   skip_while(scanner, [](char c) { return is_space(c) && c != '\n'; });
 }
 
-Scanner::Read reader_of(std::shared_ptr<const std::string> text) {
+Scanner::Read reader_of(std::shared_ptr<const Text> text) {
   return [text, at = std::size_t{0}](char* bytes, std::size_t size) mutable {
-    const std::size_t length = text->copy(bytes, size, at);
+    const std::size_t length = text->view().copy(bytes, size, at);
     at += length;
     return length;
   };
@@ -75,9 +75,9 @@ Scanner::Scanner(std::unique_ptr<Source> its_source) : source(std::move(its_sour
   if (source->is_regular() && name != shown_name("-")) reopened_as = name;
 }
 
-Scanner::Scanner(std::string its_name, std::string its_text)
-    : name(std::move(its_name)), whole(std::make_shared<const std::string>(std::move(its_text))) {
-  text = *whole;
+Scanner::Scanner(std::string its_name, Text its_text)
+    : name(std::move(its_name)), whole(std::make_shared<const Text>(std::move(its_text))) {
+  text = whole->view();
 }
 
 Scanner::Scanner(std::string its_name, Read read)
@@ -88,15 +88,15 @@ Scanner::~Scanner() = default;
 Scanner open_scanner(const std::string& name) { return open_scanner(std::make_unique<Source>(name)); }
 
 Scanner open_scanner(std::unique_ptr<Source> source) {
-  std::string text = read_rest(*source);
+  Text text = read_rest(*source);
   return Scanner(source->name(), std::move(text));
 }
 
 void prepare_second_read(Scanner& scanner) {
   if (scanner.whole != nullptr || !scanner.reopened_as.empty()) return;
-  auto text = std::make_shared<std::string>();
-  while (next_block(scanner)) text->append(scanner.text);
-  scanner.stream = std::make_unique<Scanner::Stream>(reader_of(std::shared_ptr<const std::string>(text)));
+  auto text = std::make_shared<Text>();
+  while (next_block(scanner)) scanner.text.copy(text->extend(scanner.text.size()), scanner.text.size());
+  scanner.stream = std::make_unique<Scanner::Stream>(reader_of(std::shared_ptr<const Text>(text)));
   scanner.whole = text;
   scanner.text = {};
   scanner.at = 0;

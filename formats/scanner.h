@@ -37,7 +37,7 @@ struct Scanner {
   using Read = std::function<std::size_t(char* bytes, std::size_t size)>;
 
   std::string name;                   ///< Of the file, as in messages.
-  std::string_view text;              ///< The current block, or the whole text.
+  std::string_view text;              ///< The current block, or the whole text and a byte of value 0 after it.
   std::size_t at = 0;                 ///< Offset of the first byte not read yet.
   std::size_t lines_before = 0;       ///< Line ends in the blocks before.
   std::size_t columns_before = 0;     ///< Bytes that the first line of this block has in the blocks before.
@@ -65,7 +65,10 @@ struct Scanner {
   ///
   /// @param its_name  As in messages.
   /// @param its_text  The whole text.
-  Scanner(std::string its_name, std::string its_text);
+  Scanner(std::string its_name, Text its_text);
+
+  /// A copy of a whole text.
+  Scanner(std::string its_name, std::string_view its_text) : Scanner(std::move(its_name), Text(its_text)) {}
 
   /// A text that is read in blocks.
   ///
@@ -77,9 +80,9 @@ struct Scanner {
   Scanner(const Scanner&) = delete;
   Scanner& operator=(const Scanner&) = delete;
 
-  std::shared_ptr<Source> source;            ///< The file; null for other texts.
-  std::shared_ptr<const std::string> whole;  ///< The whole text, if it is in memory.
-  std::string reopened_as;                   ///< Name of a file that can be opened again, or empty.
+  std::shared_ptr<Source> source;     ///< The file; null for other texts.
+  std::shared_ptr<const Text> whole;  ///< The whole text, if it is in memory.
+  std::string reopened_as;            ///< Name of a file that can be opened again, or empty.
 };
 
 /// A word of a text, with its place.

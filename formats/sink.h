@@ -49,8 +49,7 @@ class Outputs {
   /// @param write   Writes the file of the name that it is given, and closes it.
   /// @throws NotWritten  with what `write` threw nested in it. Nothing is published for this target then.
   /// @par Errors    Fatal (util/util.h) if no file can be made for the target, or the target exists and has
-  /// no
-  ///                write permission.
+  ///                no write permission.
   void write(const std::string& target, const std::function<void(const char* filename)>& write);
 
   /// Flushes stdout, passes bytes to streams, pipes and devices, and then moves every file to its target,
@@ -58,12 +57,10 @@ class Outputs {
   /// setuid and setgid.
   ///
   /// @param report  Called, if not empty, once only the moves are left. It may print to stdout, which is
-  /// flushed
-  ///                before the first move.
-  /// @par Errors  Fatal (util/util.h) if standard output or another stream fails, or a file cannot be moved
-  /// or
-  ///              does not reach the disk. No file is new then, except where the file system cannot exchange
-  ///              two files and the error came between two of them.
+  ///                flushed before the first move.
+  /// @par Errors    Fatal (util/util.h) if standard output or another stream fails, or a file cannot be moved
+  ///                or does not reach the disk. No file is new then, except where the file system cannot
+  ///                exchange two files and the error came between two of them.
   void publish(const std::function<void()>& report = {});
 
  private:

@@ -17,11 +17,13 @@
 #include "formats/findings.h"
 #include "formats/hidden.h"
 #include "formats/read_ahead.h"
+#include "util/util.h"
 
 namespace quillon::formats {
 namespace {
 
 constexpr std::size_t kMostPeeked = std::size_t{1} << 20;
+constexpr std::size_t kReadAtOnce = std::size_t{4} << 20;
 
 Watcher* current_watcher = nullptr;
 
@@ -199,6 +201,16 @@ std::string_view Source::peek(std::size_t most) {
   return {ahead.data(), std::min(most, ahead.size())};
 }
 
+std::uint64_t Source::bytes_left() {
+  state_->begin();
+  struct stat status {};
+  if (!state_->is_regular || state_->decompressor != nullptr || fstat(state_->file.number(), &status) != 0)
+    return 0;
+  const off_t offset = lseek(state_->file.number(), 0, SEEK_CUR);
+  const auto nahead = std::ssize(state_->ahead) - state_->ahead_begin;
+  return static_cast<std::uint64_t>(std::max<off_t>(status.st_size - offset, 0) + nahead);
+}
+
 void Source::finish() {
   state_->begin();
   if (state_->decompressor == nullptr) return;
@@ -207,20 +219,46 @@ void Source::finish() {
   }
 }
 
-std::string read_all(const std::string& name) {
-  Source source(name);
-  return read_rest(source);
+void Text::Free::operator()(char* block) const { _usfree(block); }
+
+Text::Text(std::string_view bytes) { bytes.copy(extend(bytes.size()), bytes.size()); }
+
+void Text::reserve(std::size_t size) {
+  if (bytes_ != nullptr && size <= capacity_) return;
+  // Out of memory may be an exception, which leaves the old block.
+  auto* const block = static_cast<char*>(urealloc(bytes_.get(), std::uint64_t{size} + 1, "Text: bytes"));
+  (void)bytes_.release();
+  bytes_.reset(block);
+  capacity_ = size;
 }
 
-std::string read_rest(Source& source) {
-  std::string bytes;
-  std::size_t filled = 0;
+char* Text::extend(std::size_t size) {
+  if (bytes_ == nullptr || size > capacity_ - size_) reserve(std::max(size_ + size, 2 * capacity_));
+  cut(size_ + size);
+  return bytes_.get() + size_ - size;
+}
+
+void Text::cut(std::size_t size) {
+  size_ = size;
+  bytes_[size] = '\0';
+}
+
+std::string read_all(const std::string& name) {
+  Source source(name);
+  return std::string(read_rest(source).view());
+}
+
+// In pieces, so that a watcher sees progress.
+Text read_rest(Source& source) {
+  Text text;
+  text.reserve(source.bytes_left());
+  std::size_t length = 0;
   do {
-    bytes.resize(std::max<std::size_t>(kBlockSize, 2 * filled));
-    filled += source.read(bytes.data() + filled, bytes.size() - filled);
-  } while (filled == bytes.size());
-  bytes.resize(filled);
-  return bytes;
+    const std::size_t size = text.view().size();
+    length = source.read(text.extend(kReadAtOnce), kReadAtOnce);
+    text.cut(size + length);
+  } while (length == kReadAtOnce);
+  return text;
 }
 
 }  // namespace quillon::formats

@@ -104,6 +104,10 @@ class Source {
   /// @throws BadFile as `read` does.
   std::string_view peek(std::size_t most);
 
+  /// @return  Number of bytes left, 0 if unknown: for compressed data, pipes and devices.
+  /// @throws BadFile as `read` does.
+  std::uint64_t bytes_left();
+
   /// Reads compressed data to its end, where its checksum is verified. Does nothing for other files.
   ///
   /// @throws BadFile as `read` does.
@@ -112,6 +116,44 @@ class Source {
  private:
   struct State;
   std::unique_ptr<State> state_;
+};
+
+/// Bytes in heap memory of the utility layer, followed by a byte of value 0: huge pages for large texts, and
+/// growth without a copy.
+///
+/// @par Errors  Out of memory is fatal (util/util.h).
+class Text {
+ public:
+  /// An empty text.
+  Text() : Text(std::string_view()) {}
+
+  /// A copy.
+  explicit Text(std::string_view bytes);
+
+  [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
+
+  /// Adds uninitialised bytes.
+  ///
+  /// @param size  Number of bytes.
+  /// @return      The first of them.
+  char* extend(std::size_t size);
+
+  /// Removes the last bytes.
+  ///
+  /// @param size  Number of bytes left.
+  void cut(std::size_t size);
+
+  /// Ensures room for this many bytes.
+  void reserve(std::size_t size);
+
+ private:
+  struct Free {
+    void operator()(char* block) const;
+  };
+
+  std::unique_ptr<char[], Free> bytes_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;  // without the byte after the text
 };
 
 /// Reads a whole input.
@@ -126,7 +168,7 @@ std::string read_all(const std::string& name);
 /// @param source  Read to its end.
 /// @return        Its bytes, decompressed.
 /// @throws BadFile as `Source::read` does.
-std::string read_rest(Source& source);
+Text read_rest(Source& source);
 
 /// Names an input as messages do.
 ///
