@@ -32,6 +32,8 @@ void add_measures(Input& input, const Options& options);
 void add_imports(Input& input, const Options& options);
 /// Bounds set by the system: writers against cat, copies against memcpy, memory of a read.
 void add_bounds(Input& input, const Options& options);
+/// The reader of HIF against the module's and Python's, exporters against the module's writers.
+void add_hif(Input& input, const Options& options);
 /// The command-line tool against the library calls in it.
 void add_tool(Input& input, const Options& options);
 void add_growth(const Options& options);

@@ -140,6 +140,8 @@ int run(int argc, char** argv) {
     add_imports(*input, options);
     add_bounds(*input, options);
   }
+  add_hif(*inputs[0], options);  // random
+  add_hif(*inputs[1], options);  // local
   if (!options.tool.empty()) add_tool(*inputs.front(), options);
   add_growth(options);
   add_context(options);

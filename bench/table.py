@@ -138,6 +138,29 @@ def imports(subjects, names):
     )
 
 
+def hif(subjects, names):
+    speeds = lambda r: f"{r['times_module']:.2f} ({mega(r['bytes_per_second'])})"
+    labels = {
+        "hif:read_integers": ("HIF, integer names, read", speeds),
+        "hif:read_strings": ("HIF, string names, read", speeds),
+        "hif:write": ("HIF, written", speeds),
+        "mtx:write": ("Matrix Market, written", speeds),
+        "hif:python": ("HIF, string names, against Python's `json.load`",
+                       lambda r: f"{r['times_python']:.1f} ({mega(r['bytes_per_second'])})"),
+    }
+    names = [name for name in names if any(name in subjects.get(s, {}) for s in labels)]
+    rows = [
+        [label] + [cell(subjects[s][n]) if n in subjects[s] else "" for n in names]
+        for s, (label, cell) in labels.items() if s in subjects
+    ]
+    return section(
+        "HIF and Matrix Market",
+        "Bytes per second, as a multiple of those of `read_hypergraph_with_onepin_nets` and `write_hypergraph` on the "
+        "same pins, and in brackets in MB per second. Reading includes the file and the record with both sides. "
+        "`json.load` makes no hypergraph; its time includes the start of Python.",
+        table(["what"] + names, rows))
+
+
 def programs(subjects):
     rows = [
         [name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}", f"{r['library_seconds']:.3f}",
@@ -164,7 +187,8 @@ def main():
     context, subjects = load(sys.argv[1])
     names = list(dict.fromkeys(name for s, runs in subjects.items() if s not in ("growth", "tool:stats")
                                for name in runs))
-    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names) + imports(subjects, names) + programs(subjects)
+    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names)
+    lines += imports(subjects, names) + hif(subjects, names) + programs(subjects)
 
     with open(sys.argv[2], encoding="utf-8") as file:
         text = file.read()
