@@ -251,7 +251,7 @@ std::string read_all(const std::string& name) {
 // In pieces, so that a watcher sees progress.
 Text read_rest(Source& source) {
   Text text;
-  text.reserve(source.bytes_left());
+  text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
   std::size_t length = 0;
   do {
     const std::size_t size = text.view().size();
