@@ -40,7 +40,10 @@ const Format* format_of_file(std::string_view filename);
 /// @return        The entry of the table that fits best; null if none does.
 const Format* format_of_text(const Sample& sample);
 
-/// @return  The name of a model, such as "row-net"; "default" for `kDefault`.
+/// Names a model.
+///
+/// @param model  Any of them.
+/// @return       Such as "row-net"; "default" for `kDefault`.
 std::string_view name_of(Model model);
 
 /// @return  Our own format, the first entry of the table.

@@ -68,6 +68,9 @@ struct Scanner {
   Scanner(std::string its_name, Text its_text);
 
   /// A copy of a whole text.
+  ///
+  /// @param its_name  As in messages.
+  /// @param its_text  Copied.
   Scanner(std::string its_name, std::string_view its_text) : Scanner(std::move(its_name), Text(its_text)) {}
 
   /// A text that is read in blocks.
@@ -155,7 +158,8 @@ bool at_end(Scanner& scanner);
 
 /// Moves back to the start of a word.
 ///
-/// @param token  Read last.
+/// @param scanner  Moves back.
+/// @param token    Read last.
 inline void put_back(Scanner& scanner, const Token& token) { scanner.at = token.offset; }
 
 /// Finds the line and the column of a byte.
@@ -267,7 +271,14 @@ std::string shown(const Scanner& scanner, const Token& token);
 [[noreturn]] void bad_text(const Scanner& scanner, std::size_t offset, const char* rule,
                            const std::string& message, const std::string& hint = {});
 
-/// As above, for a byte that may be in an earlier block.
+/// Refuses a text, at a place that may be in an earlier block.
+///
+/// @param scanner   The text.
+/// @param place     What the message concerns.
+/// @param rule      Name of the kind of finding.
+/// @param message   What is wrong, without a full stop.
+/// @param hint      As for `expect_line_end`.
+/// @throws BadFile  with that place, always.
 [[noreturn]] void bad_text(const Scanner& scanner, const Place& place, const char* rule,
                            const std::string& message, const std::string& hint = {});
 

@@ -128,8 +128,11 @@ class Text {
   Text() : Text(std::string_view()) {}
 
   /// A copy.
+  ///
+  /// @param bytes  Copied.
   explicit Text(std::string_view bytes);
 
+  /// @return  All bytes, valid until the next change.
   [[nodiscard]] std::string_view view() const { return {bytes_.get(), size_}; }
 
   /// Adds uninitialised bytes.
@@ -143,7 +146,9 @@ class Text {
   /// @param size  Number of bytes left.
   void cut(std::size_t size);
 
-  /// Ensures room for this many bytes.
+  /// Ensures room.
+  ///
+  /// @param size  Number of bytes that the text will have.
   void reserve(std::size_t size);
 
  private:

@@ -85,8 +85,8 @@ int connectivity(const Net& net, const Partition& partition);
 
 /// A partition by all measures.
 struct Evaluation {
-  PartSizes sizes;
-  CutSizes cut;
+  PartSizes sizes;  ///< As from `part_sizes`.
+  CutSizes cut;     ///< As from `cut_sizes`.
 
   /// Sum over nets of two pins or more and over the parts that they touch of
   /// w (pins in the part - 1) / (pins - 1): the total weight of these nets if none is cut.
@@ -100,7 +100,7 @@ struct Evaluation {
 ///
 /// @param h          Read only. Needs the cells' weights, and the nets' weights and pins.
 /// @param partition  Of the cells of `h`.
-/// @return           All measures, with `sizes` as from `part_sizes` and `cut` as from `cut_sizes`.
+/// @return           All measures.
 /// @par Errors       As `part_sizes`, under its own name.
 /// @par Cost         O(_c + _n + _p + nparts) time; memory of 3 values a part and one a net size.
 Evaluation evaluate(const Hypergraph& h, const Partition& partition);
@@ -125,7 +125,7 @@ PartDetails part_details(const Hypergraph& h, const Partition& partition);
 
 /// An entry of the matrix between parts.
 struct MatrixEntry {
-  int part;
+  int part;             ///< From 0.
   int other;            ///< At least `part`.
   std::int64_t weight;  ///< Of the nets that touch both; for `part == other`, of those that touch the part.
 };
@@ -169,8 +169,8 @@ CutMatrix cut_matrix(const Hypergraph& h, const Partition& partition, int most_g
 
 /// A cut net and what it adds to the connectivity minus one.
 struct NetCost {
-  int net;
-  int connectivity;
+  int net;            ///< From 1.
+  int connectivity;   ///< Number of parts that it touches, L.
   std::int64_t cost;  ///< w (L - 1).
 };
 

@@ -147,7 +147,7 @@ check_completion() {
   for command in $(commands); do
     offers "$(options_of "$command" | paste -sd ' ')" "$command" -
   done
-  offers "--table" stats --t
+  offers "--table --threads" stats --t
   offers "partition partition-info prune" p
   offers "" nothing ""
 

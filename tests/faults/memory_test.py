@@ -4,8 +4,9 @@
 memory_test.py TOOL FAULTS_LIBRARY LIBRARY_CALLS [--long]
 
 LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. The short form tests
-every request of the module's functions, and every fifth of the tool's commands, from another one on for each command.
-All commands make the same requests before they read the command line: the short form tests these with one command only.
+every request of the module's functions, and every fifth of the tool's commands, from another one on for each command,
+fewer after 500 of a command. All commands make the same requests before they read the command line: the short form tests these with one
+command only.
 """
 
 import argparse
@@ -22,6 +23,7 @@ from dataclasses import replace
 from workplace import COMMANDS, WRITERS, Command, Workplace, faults_of
 
 SHORT_STEP = 5
+FEWER_AFTER = 500
 MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
 
 
@@ -110,7 +112,7 @@ class Sweep:
                 faults.append("no word of memory in its message")
             for fault in faults:
                 self.note(n, fault, outcome)
-            n += step
+            n += step if step == 1 or self.nfaults < FEWER_AFTER else 10 * step
         if n == first:
             raise RuntimeError(f"no request failed from {first} on: {self.command.line}")
         self.close()

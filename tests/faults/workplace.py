@@ -45,7 +45,7 @@ READERS = [
     Command("stats --summary - --from quillon", stdin="in.qhg"),
     Command("stats --json in.qhg", reports_on=True),
     Command("check --json in.qhg", reports_on=True),
-    Command("partition-info --json in.qhg in.part"),
+    Command("partition-info --json in.qhg in.part", reports_on=True),
     Command("check in.qhg in.qhg.gz", reports_on=True),
     Command("check --symmetric symmetric.qhg", reports_on=True),
     Command("dump in.qhg"),

@@ -5,6 +5,7 @@
 
 #include "formats/notes.h"
 #include "formats/source.h"
+#include "formats/threads.h"
 #include "tools/cli/console.h"
 #include "tools/cli/run.h"
 #include "util/util.h"
@@ -57,6 +58,8 @@ void add_hypergraphs(Options& options, std::vector<std::string>& files) {
 
 void add_from(Options& options, InputOptions& input) {
   options.format("--from", input.from, "Format of the input (default: by suffix, or else by content)");
+  options.number("--threads", "N", 1, input.threads,
+                 "Threads that read (default: QUILLON_THREADS, or as many as processors)");
 }
 
 void add_model(Options& options, InputOptions& input) {
@@ -79,6 +82,7 @@ void add_input(Options& options, InputOptions& input) {
 }
 
 formats::Loaded load_input(formats::Record& record, const std::string& file, const InputOptions& input) {
+  formats::set_threads(input.threads);
   formats::LoadOptions options{
       input.from, {input.model, input.add_diagonal, input.pairs}, formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;

@@ -18,6 +18,7 @@ struct InputOptions {
   bool add_diagonal = false;
   formats::Pairs pairs = formats::Pairs::kNone;
   bool strict = false;
+  int threads = 0;  // that read; 0: the default of the formats library
 
   // Set by commands.
   bool keep_small_nets = true;
@@ -42,11 +43,11 @@ std::string model_error(formats::Model model, const formats::Format& from, const
 void add_hypergraph(Options& options, const char* name, std::string& file);
 void add_hypergraphs(Options& options, std::vector<std::string>& files);
 
-/// Declares --from, --model, --diagonal and --strict.
+/// Declares --from, --model, --diagonal, --pairs, --threads and --strict.
 void add_input(Options& options, InputOptions& input);
 
-/// The parts of `add_input`, for commands with an order or a --strict of their own: --from; --model and
-/// --diagonal.
+/// The parts of `add_input`, for commands with an order or a --strict of their own: --from and --threads;
+/// --model, --diagonal and --pairs.
 void add_from(Options& options, InputOptions& input);
 void add_model(Options& options, InputOptions& input);
 

@@ -277,7 +277,8 @@ void add_engine_options(Options& options, PartitionOptions& chosen) {
   options.number("--ranks", "R", 1, engine.ranks, "Processes of ptscotch (default: 1)");
   options.file("--hostfile", "FILE", engine.hostfile, ValueKind::kFile,
                "Machines for the processes, one on a line, as mpirun reads them");
-  options.number("--threads", "N", 1, engine.threads, "Threads of each process of ptscotch (default: 1)");
+  options.number("--engine-threads", "N", 1, engine.threads,
+                 "Threads of each process of ptscotch (default: 1)");
   options.number("--seed", "S", 0, engine.seed, "Seed; the same seed gives the same partition (default: 0)");
   options.choice<const char*>("--expand", {{"star", "star"}, {"clique", "clique"}}, engine.expansion,
                               "What a net of three pins or more becomes in the graph (default: star)");
