@@ -15,6 +15,7 @@
 #include "tests/formats/finding_of.h"
 #include "tests/support/records.h"
 #include "tests/support/temp_file.h"
+#include "tests/util/variant.h"
 #include "util/util.h"
 
 namespace quillon::formats {
@@ -154,12 +155,13 @@ TEST(ToRecord, MakesTheRecordThatTheModuleMakesOfArrays) {
     Record record;
     NetLists lists = lists_of(shape);
     const int* const pins = lists.nadj.data();
-    const bool fits = lists.nadj.capacity() == lists.nadj.size() + 2;
+    // The address sanitizer moves every block that is resized.
+    const bool stays = lists.nadj.capacity() == lists.nadj.size() + 2 && !kAddressSanitizer;
     to_record(std::move(lists), record);
 
     expect_same(record.h, expected.h);
     EXPECT_EQ(record.nfolded, 0);
-    EXPECT_TRUE(!fits || record.h._cell_list == pins);
+    EXPECT_TRUE(!stays || record.h._cell_list == pins);
     if (HasFailure()) return;
   }
 }
