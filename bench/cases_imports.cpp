@@ -69,7 +69,7 @@ void write_graph(const Hypergraph& h, const char* filename) {
 }
 
 std::string made_file(const Hypergraph& h, const Options& options, WriteFile write) {
-  const std::string path = options.folder + "/import";
+  std::string path = options.folder + "/import";
   write(h, path.c_str());
   return path;
 }

@@ -120,7 +120,7 @@ Parcels<Item> pack(std::int64_t nranks, ForEach for_each, RankOf rank_of) {
 // The factor of the edge weights, so that their sum over all edges, in both directions, fits.
 template <typename Number>
 std::int64_t factor_of(const Slice<Number>& slice, const Scheme& scheme, const Ranks& ranks) {
-  constexpr auto kMost = static_cast<double>(std::numeric_limits<Number>::max() / 2);
+  constexpr auto kMost = static_cast<double>(std::numeric_limits<Number>::max()) / 2;
   double with_factor = 0;  // the sum is at most this times the factor ...
   double rounded_up = 0;   // ... plus this
   for_each_net(slice, [&](const NetView<Number>& net) {

@@ -111,8 +111,8 @@ Token begin_line(Scanner& in) {
 }
 
 Header read_header(Scanner& in) {
-  constexpr const char* kLine = "a line p cnf VARIABLES CLAUSES";
-  if (const Token p = begin_line(in); p.text != "p") unexpected(in, p, "bad-banner", kLine);
+  if (const Token p = begin_line(in); p.text != "p")
+    unexpected(in, p, "bad-banner", "a line p cnf VARIABLES CLAUSES");
   if (const Token kind = next_on_line(in); kind.text != "cnf")
     unexpected(in, kind, "bad-banner", "cnf",
                kind.text == "wcnf" ? "weighted formulas are not read here" : "");

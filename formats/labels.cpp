@@ -72,6 +72,7 @@ Labels read_labels(const std::string& filename, int ncells, int nnets) {
   }
   check_complete(in, cells);
   check_complete(in, nets);
+  finish(in);
   return labels;
 }
 

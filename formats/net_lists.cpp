@@ -157,7 +157,9 @@ void build_cell_side(Hypergraph& h) {
 }  // namespace
 
 void check_room(int ncells, int nnets) {
+  // cppcheck-suppress unreadVariable
   const Block<Cell> cells = allocate<Cell>(ncells, "to_record: clst");
+  // cppcheck-suppress unreadVariable
   const Block<Net> nets = allocate<Net>(nnets, "to_record: nlst");
 }
 

@@ -67,6 +67,18 @@ Scanner::Read reader_of(const std::shared_ptr<Source>& source) {
   return [source](char* bytes, std::size_t size) { return source->read(bytes, size); };
 }
 
+Place place_in(std::string_view text, std::size_t offset) {
+  const std::string_view before = text.substr(0, offset);
+  const auto nlines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+  const std::size_t line = before.rfind('\n') + 1;  // 0 if there is none
+  return {nlines + 1, offset - line + 1};
+}
+
+[[noreturn]] void refuse_zero(const Scanner& scanner) {
+  const std::string_view text = scanner.whole->view();
+  bad_text(scanner, place_in(text, text.find('\0')), "nul-byte", "found a byte of value 0, expected text");
+}
+
 }  // namespace
 
 Scanner::Scanner(std::unique_ptr<Source> its_source) : source(std::move(its_source)) {
@@ -75,8 +87,10 @@ Scanner::Scanner(std::unique_ptr<Source> its_source) : source(std::move(its_sour
   if (source->is_regular() && name != shown_name("-")) reopened_as = name;
 }
 
-Scanner::Scanner(std::string its_name, Text its_text)
-    : name(std::move(its_name)), whole(std::make_shared<const Text>(std::move(its_text))) {
+Scanner::Scanner(std::string its_name, Text its_text, bool is_its_text_cut)
+    : name(std::move(its_name)),
+      is_cut(is_its_text_cut),
+      whole(std::make_shared<const Text>(std::move(its_text))) {
   text = whole->view();
 }
 
@@ -88,14 +102,18 @@ Scanner::~Scanner() = default;
 Scanner open_scanner(const std::string& name) { return open_scanner(std::make_unique<Source>(name)); }
 
 Scanner open_scanner(std::unique_ptr<Source> source) {
-  Text text = read_rest(*source);
-  return Scanner(source->name(), std::move(text));
+  Text text;
+  const bool is_cut = !read_text(*source, text);
+  return Scanner(source->name(), std::move(text), is_cut);
 }
 
 void prepare_second_read(Scanner& scanner) {
   if (scanner.whole != nullptr || !scanner.reopened_as.empty()) return;
   auto text = std::make_shared<Text>();
-  while (next_block(scanner)) scanner.text.copy(text->extend(scanner.text.size()), scanner.text.size());
+  while (!scanner.is_cut && next_block(scanner)) {
+    scanner.text.copy(text->extend(scanner.text.size()), scanner.text.size());
+    scanner.is_cut = is_no_text(scanner.text);
+  }
   scanner.stream = std::make_unique<Scanner::Stream>(reader_of(std::shared_ptr<const Text>(text)));
   scanner.whole = text;
   scanner.text = {};
@@ -116,6 +134,7 @@ std::unique_ptr<Scanner> read_again(Scanner& scanner) {
 
 void finish(Scanner& scanner) {
   if (scanner.stream != nullptr) scanner.stream->queue.stop();
+  if (scanner.is_cut) refuse_zero(scanner);
   if (scanner.source != nullptr) scanner.source->finish();
 }
 
@@ -180,10 +199,10 @@ bool skip_to_line(Scanner& scanner) {
 bool at_end(Scanner& scanner) { return scanner.at == scanner.text.size() && !next_block(scanner); }
 
 Place place_of(const Scanner& scanner, std::size_t offset) {
-  const std::string_view before = scanner.text.substr(0, offset);
-  const auto nlines = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
-  const std::size_t line = before.rfind('\n') + 1;  // 0 if there is none
-  return {scanner.lines_before + nlines + 1, offset - line + 1 + (nlines == 0 ? scanner.columns_before : 0)};
+  Place place = place_in(scanner.text, offset);
+  if (place.line == 1) place.column += scanner.columns_before;
+  place.line += scanner.lines_before;
+  return place;
 }
 
 std::optional<int> number_in(const Token& token, const Range& range) {

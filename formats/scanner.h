@@ -47,6 +47,10 @@ struct Scanner {
   /// read.
   std::function<void(const Finding&)> listener;
 
+  /// Whether the text was only read to the end of a block that is no text. Readers need not look: `finish`
+  /// does.
+  bool is_cut = false;
+
   struct Stream;
   std::unique_ptr<Stream> stream;  ///< The blocks; null for a whole text.
 
@@ -63,9 +67,10 @@ struct Scanner {
 
   /// A whole text.
   ///
-  /// @param its_name  As in messages.
-  /// @param its_text  The whole text.
-  Scanner(std::string its_name, Text its_text);
+  /// @param its_name         As in messages.
+  /// @param its_text         The whole text.
+  /// @param is_its_text_cut  Value of `is_cut`.
+  Scanner(std::string its_name, Text its_text, bool is_its_text_cut = false);
 
   /// A copy of a whole text.
   ///
@@ -181,10 +186,11 @@ void prepare_second_read(Scanner& scanner);
 /// @return         At the start of the text.
 std::unique_ptr<Scanner> read_again(Scanner& scanner);
 
-/// Ends reading: reads a compressed file to its end, where its checksum is verified.
+/// Ends reading: reads a compressed file to its end, where its checksum is verified, and refuses a text that
+/// was cut.
 ///
 /// @param scanner  Anywhere.
-/// @throws BadFile if the file is damaged.
+/// @throws BadFile if the file is damaged, or is no text and no reader refused it.
 void finish(Scanner& scanner);
 
 /// Reports an error.

@@ -27,6 +27,16 @@ constexpr std::size_t kReadAtOnce = std::size_t{4} << 20;
 
 Watcher* current_watcher = nullptr;
 
+// Adds the next block to the text; returns it, empty at the end. In blocks, so that a watcher sees progress.
+std::string_view read_block(Source& source, Text& text) {
+  const std::size_t size = text.view().size();
+  if (size == 0)
+    text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
+  const std::size_t length = source.read(text.extend(kReadAtOnce), kReadAtOnce);
+  text.cut(size + length);
+  return text.view().substr(size);
+}
+
 // Ends the thread that decompresses when nobody wants its bytes any more.
 struct Stopped {};
 
@@ -245,20 +255,19 @@ void Text::cut(std::size_t size) {
 
 std::string read_all(const std::string& name) {
   Source source(name);
-  return std::string(read_rest(source).view());
+  Text text;
+  while (!read_block(source, text).empty()) {
+  }
+  return std::string(text.view());
 }
 
-// In pieces, so that a watcher sees progress.
-Text read_rest(Source& source) {
-  Text text;
-  text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
-  std::size_t length = 0;
-  do {
-    const std::size_t size = text.view().size();
-    length = source.read(text.extend(kReadAtOnce), kReadAtOnce);
-    text.cut(size + length);
-  } while (length == kReadAtOnce);
-  return text;
+bool read_text(Source& source, Text& text) {
+  bool is_text = true;
+  for (std::string_view block = " "; is_text && !block.empty();) {
+    block = read_block(source, text);
+    is_text = !is_no_text(block);
+  }
+  return is_text;
 }
 
 }  // namespace quillon::formats

@@ -168,12 +168,22 @@ class Text {
 /// @throws BadFile as `Source` does.
 std::string read_all(const std::string& name);
 
-/// Reads the rest of an open input.
+/// Tests whether a block cannot be of a text: it has bytes of value 0, and no line end.
 ///
-/// @param source  Read to its end.
-/// @return        Its bytes, decompressed.
+/// @param block  Any bytes.
+/// @return       False also for most other files that are no text.
+inline bool is_no_text(std::string_view block) {
+  return block.find('\n') == std::string_view::npos && block.find('\0') != std::string_view::npos;
+}
+
+/// Reads an input that should be a text, to its end or to that of a block that is no text. A file of zeros,
+/// or without an end, does not fill the memory.
+///
+/// @param source   Read to its end, or until it is no text.
+/// @param text     Out. Its bytes, decompressed.
+/// @return         Whether it has been read to its end.
 /// @throws BadFile as `Source::read` does.
-Text read_rest(Source& source);
+bool read_text(Source& source, Text& text);
 
 /// Names an input as messages do.
 ///

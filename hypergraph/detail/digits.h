@@ -220,7 +220,7 @@ struct Scanned {
 
   // Clearing the lines costs more than scanning a short text.
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
-  Scanned() = default;
+  Scanned() = default;  // cppcheck-suppress uninitMemberVar
 };
 
 /// Appends the line ends of a run, with `count` giving the number of set bits.
@@ -270,7 +270,7 @@ inline void append_run(const char* text, const NumberRun& run, Scanned& scanned)
 
 /// A piece of text of which `kRunText` bytes can be read: the text itself, or a copy of its last bytes with
 /// zeros after it.
-class ReadableText {
+class ReadableText {  // cppcheck-suppress noConstructor  // the copy is filled before it is read
  public:
   const char* at(const char* text, const char* end) {
     if (end - text >= kRunText) [[likely]]
@@ -373,7 +373,7 @@ struct Edges {
   for (int k = 0; k < count; k += 8, place += 16) {
     std::uint64_t digits[8];
 #pragma GCC unroll 8
-    for (int u = 0; u < 8; ++u) {
+    for (std::size_t u = 0; u < 8; ++u) {
       const std::uint64_t start = place[2 * u];
       const std::uint64_t end = place[2 * u + 1];
       std::memcpy(&digits[u], text + start, sizeof digits[u]);
@@ -429,7 +429,7 @@ struct Edges {
     nends += static_cast<int>(_mm_popcnt_u64(ends));
   }
   scanned.count = nends;
-  scanned.size = in_number != 0 ? static_cast<int>(edges.places[2 * nends]) : size;
+  scanned.size = in_number != 0 ? static_cast<int>(edges.places[std::ptrdiff_t{2} * nends]) : size;
   std::fill_n(edges.places + edges.count, 16, 0);  // for the last eight numbers converted
   if (scanned.size == 0)
     scan_by_fours(text, end, scanned);

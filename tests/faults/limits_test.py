@@ -4,9 +4,12 @@
 limits_test.py TOOL [--long]
 """
 
+import gzip
 import re
 import resource
+import shutil
 import sys
+import tempfile
 import unittest
 
 from workplace import COMMANDS, MATRIX, OLD, TO_STANDARD_OUTPUT, WRITERS, Command, Workplace, faults_of
@@ -197,6 +200,23 @@ class Limits(unittest.TestCase):
         for line in ("stats x.qhg", "stats --table x.qhg", "check x.qhg", "dump x.qhg"):
             outcome = self.place.run(Command(line))
             self.assertEqual((outcome.status, outcome.files), (0, {}), f"{line}: {outcome.err}")
+
+    def test_files_that_are_no_text(self):
+        """Large files of zeros, or without an end, are refused at their first block: in little memory."""
+        folder = tempfile.mkdtemp(prefix="quillon-faults-")
+        self.addCleanup(shutil.rmtree, folder)
+        with gzip.open(f"{folder}/zeros.gz", "wb", 1) as file:
+            for _ in range(64):
+                file.write(bytes(16 * MIB))
+        with open(f"{folder}/sparse", "wb") as file:
+            file.truncate(3 << 30)
+        self.place.restore()
+        for name in ("quillon", "hmetis", "kub", "mtx", "metis", "hif", "edges", "cnf"):
+            for file in (f"{folder}/zeros.gz", f"{folder}/sparse", "/dev/zero"):
+                space = limit(resource.RLIMIT_AS, 4 << 30)  # room for the size of the sparse file
+                outcome = self.place.run(Command(f"stats --from {name} {file}"), before=space)
+                self.assertEqual((outcome.status, outcome.out), (1, b""), f"{name}, {file}: {outcome.err}")
+                self.assertRegex(outcome.err, f"{file}:1:1: error: found ", f"{name}, {file}")
 
     def test_lines_at_the_limit(self):
         """The line buffer of the module's own readers, of 16 MiB, does not limit the tool."""

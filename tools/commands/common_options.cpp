@@ -23,7 +23,7 @@ constexpr const char* kInputFile = "Hypergraph file; - is standard input";
 // known, and any integer may be one.
 std::int64_t count_names(const std::vector<std::string>& names, bool are_folded) {
   if (!are_folded) return formats::count_names(names);
-  return std::count_if(names.begin() + (names.empty() ? 0 : 1), names.end(), [](const std::string& name) {
+  return std::count_if(names.begin(), names.end(), [](const std::string& name) {
     return name.find_first_not_of("0123456789") != std::string::npos;
   });
 }

@@ -210,6 +210,7 @@ Targets read_targets(const std::string& file, int nparts) {
   formats::Scanner in = formats::open_scanner(file);
   TargetLines lines(in, nparts);
   for (; !formats::at_end(in); formats::skip_line(in)) lines.read();
+  formats::finish(in);
   return lines.targets();
 }
 

@@ -112,7 +112,7 @@ PartitionModel partition_model(const std::string& hypergraph, const std::string&
   model.absorption = evaluation.absorption;
   model.connectivity_pairs = evaluation.connectivity_pairs;
   add_balance(model, wishes);
-  const formats::Labels no_names;
+  const formats::Labels no_names{};
   const formats::Labels& names = wishes.names != nullptr ? *wishes.names : no_names;
   if (!wishes.fixed.empty()) model.moved = moved_cells(partition.parts, wishes.fixed, names);
   if (wishes.details) model.details = measures::part_details(h, partition);
