@@ -46,11 +46,14 @@ Loaded load(Record& record, const std::string& filename, const LoadOptions& opti
   NetLists lists = read_source(std::move(source), *format, options.read);
   const int weights = (lists.cell_weights.empty() ? 0 : 1) | (lists.net_weights.empty() ? 0 : 2);
   make_record(record, std::move(lists), options.small_nets, shown_name(filename));
+  // What is not of the record is still there.
+  // NOLINTBEGIN(bugprone-use-after-move)
   return {format,
           weights,
           std::move(lists.remarks),
           std::move(lists.losses),
           {std::move(lists.cell_names), std::move(lists.net_names)}};
+  // NOLINTEND(bugprone-use-after-move)
 }
 
 }  // namespace quillon::formats

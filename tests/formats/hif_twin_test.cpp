@@ -119,51 +119,56 @@ class Documents {
   std::size_t nnames_;
 };
 
+// What may be put into a text, mostly to break it.
+const std::vector<std::string>& pieces() {
+  static const std::vector<std::string> all{"{",
+                                            "}",
+                                            "[",
+                                            "]",
+                                            ",",
+                                            ":",
+                                            "\"",
+                                            "\\",
+                                            "0",
+                                            "-",
+                                            ".",
+                                            "e",
+                                            "1e999",
+                                            "-1e999",
+                                            "true",
+                                            "null",
+                                            "tru",
+                                            "x",
+                                            "\x01",
+                                            "\x80",
+                                            "\xc3",
+                                            "\xed\xa0\x80",
+                                            "\xf4\x90",
+                                            "\\u12",
+                                            "\\ud800",
+                                            "\\udc00",
+                                            "\\ud800\\u0041",
+                                            "/*",
+                                            "\"edge\":",
+                                            "\"node\":",
+                                            "\"weight\":",
+                                            "\"attrs\":",
+                                            "\"color\":",
+                                            "1",
+                                            " ",
+                                            "18446744073709551616",
+                                            "-9223372036854775809",
+                                            std::string(400, '9'),
+                                            "\"\"",
+                                            "1.5",
+                                            "{}",
+                                            "[]",
+                                            std::string(1, '\0')};
+  return all;
+}
+
 // One or two changes that mostly break a text.
 std::string changed(std::string text, Dice& dice) {
-  const std::vector<std::string> pieces{"{",
-                                        "}",
-                                        "[",
-                                        "]",
-                                        ",",
-                                        ":",
-                                        "\"",
-                                        "\\",
-                                        "0",
-                                        "-",
-                                        ".",
-                                        "e",
-                                        "1e999",
-                                        "-1e999",
-                                        "true",
-                                        "null",
-                                        "tru",
-                                        "x",
-                                        "\x01",
-                                        "\x80",
-                                        "\xc3",
-                                        "\xed\xa0\x80",
-                                        "\xf4\x90",
-                                        "\\u12",
-                                        "\\ud800",
-                                        "\\udc00",
-                                        "\\ud800\\u0041",
-                                        "/*",
-                                        "\"edge\":",
-                                        "\"node\":",
-                                        "\"weight\":",
-                                        "\"attrs\":",
-                                        "\"color\":",
-                                        "1",
-                                        " ",
-                                        "18446744073709551616",
-                                        "-9223372036854775809",
-                                        std::string(400, '9'),
-                                        "\"\"",
-                                        "1.5",
-                                        "{}",
-                                        "[]",
-                                        std::string(1, '\0')};
   for (std::size_t left = 1 + dice.below(2); left > 0; --left) {
     const std::size_t at = dice.below(text.size() + 1);
     const std::size_t size = dice.one_in(2) ? dice.below(4) : dice.below(text.size() - at + 1);
@@ -172,10 +177,10 @@ std::string changed(std::string text, Dice& dice) {
         text.resize(at);
         break;
       case 1:
-        text.insert(at, dice.one_of(pieces));
+        text.insert(at, dice.one_of(pieces()));
         break;
       case 2:
-        text.replace(at, size, dice.one_of(pieces));
+        text.replace(at, size, dice.one_of(pieces()));
         break;
       case 3:
         text.erase(at, size);

@@ -70,13 +70,14 @@ void for_each_source(const std::string& text, const std::function<void(const std
 
 TEST(Load, ReadsFilesAndPipes) {
   for (const char* const text :
-       {"1 3 2 3\n3 1\n2\n", "% c\n0 3 2 3\n2 0\n% c\n1\n", "1 3 2 3\r\n3 1\r\n2\r\n"})
+       {"1 3 2 3\n3 1\n2\n", "% c\n0 3 2 3\n2 0\n% c\n1\n", "1 3 2 3\r\n3 1\r\n2\r\n"}) {
     for_each_source(text, [](const std::string& file) {
       const Outcome kept = load_from(file);
       EXPECT_EQ(kept.finding.rule, kNoFinding);
       EXPECT_EQ(kept.fatal, "");
       EXPECT_THAT(kept.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
     });
+  }
   for_each_source("1 3 3 3\n3 1\n2\n\n", [](const std::string& file) {
     const Outcome folded = load_from(file, SmallNets::kFold);
     EXPECT_THAT(folded.pins, ElementsAre(ElementsAre(3, 1)));
@@ -93,18 +94,19 @@ TEST(Load, BuildsTheCellSide) {
 
 // The readers of the module would never return: they wait for one more line.
 TEST(Load, RefusesACommentWhereMoreIsDue) {
-  for (const char* const text : {"1 3 2 3\n3 1\n% no more", "1 3 2 3\n3 1\n% no more\n"})
+  for (const char* const text : {"1 3 2 3\n3 1\n% no more", "1 3 2 3\n3 1\n% no more\n"}) {
     for_each_source(text, [text](const std::string& file) {
       SCOPED_TRACE(text);
       const Finding finding = load_from(file).finding;
       EXPECT_EQ(finding.rule, "missing-line");
       EXPECT_EQ(finding.message, "found the end of the file, expected net 2 of 2");
     });
+  }
 }
 
 TEST(Load, AcceptsACommentAfterTheData) {
   for (const char* const text :
-       {"1 3 2 3\n3 1\n2\n% end\n", "1 3 2 3\n3 1\n2\n%", "1 3 2 3 1\n3 1\n2\n1 1 1\n%\n"})
+       {"1 3 2 3\n3 1\n2\n% end\n", "1 3 2 3\n3 1\n2\n%", "1 3 2 3 1\n3 1\n2\n1 1 1\n%\n"}) {
     for_each_source(text, [text](const std::string& file) {
       SCOPED_TRACE(text);
       const Outcome outcome = load_from(file);
@@ -112,6 +114,7 @@ TEST(Load, AcceptsACommentAfterTheData) {
       EXPECT_EQ(outcome.fatal, "");
       EXPECT_THAT(outcome.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
     });
+  }
 }
 
 TEST(Load, ReportsWhatIsWrongWithTheBytesFirst) {

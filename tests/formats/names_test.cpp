@@ -41,12 +41,13 @@ TEST(Names, DistinguishesBytesAndLengths) {
     const std::string zeros(static_cast<std::size_t>(length), '\0');
     EXPECT_EQ(names.number_of(zeros), length + 1);
   }
-  for (int length = 0; length <= 40; ++length)
+  for (int length = 0; length <= 40; ++length) {
     for (int at = 0; at < length; ++at) {
       std::string name(static_cast<std::size_t>(length), '\0');
       name[static_cast<std::size_t>(at)] = '\x01';
       EXPECT_EQ(names.find(name), 0) << length << " bytes, byte " << at;
     }
+  }
 }
 
 TEST(Names, KeepsNamesOfAnyLength) {

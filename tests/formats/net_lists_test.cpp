@@ -219,7 +219,8 @@ TEST(ToRecord, FoldsNetsWithTheirNames) {
   lists.net_names = {"", "a", "b", "c", "d", "e"};
   Record record;
   to_record(std::move(lists), record, SmallNets::kFold);
-  EXPECT_THAT(lists.net_names, ElementsAre("", "a", "c", "e"));  // NOLINT(bugprone-use-after-move): names stay
+  EXPECT_THAT(lists.net_names,
+              ElementsAre("", "a", "c", "e"));  // NOLINT(bugprone-use-after-move): names stay
   EXPECT_EQ(pins_of_nets(record.h), (Lists{{2, 3}, {1, 2}, {3, 2, 1}}));
 }
 
