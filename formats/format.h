@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "formats/net_lists.h"
+#include "formats/net_stream.h"
 #include "formats/scanner.h"
 #include "hypergraph/hypergraph.h"
 
@@ -93,6 +94,7 @@ struct Format {
   std::string_view weights;                ///< Which weights files have.
   unsigned options = 0;                    ///< The `OptionBit`s that mean something to it.
   std::vector<Model> models = {};          ///< Of `kModelOption`, the default first.
+  bool has_weights = true;                 ///< Whether files have weights that are read.
   bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.
 
   bool reads_whole_text = false;  ///< Whether `read` needs all of a text at once.
@@ -114,6 +116,14 @@ struct Format {
   /// @param filename  File to write. One that exists is overwritten.
   /// @par Errors      Fatal (util/util.h) if the file cannot be written.
   void (*write)(const Hypergraph& h, const WriteOptions& options, const char* filename) = nullptr;
+
+  /// Writes a file net by net, in little memory: the text of `write` but for comments and a last line end.
+  /// Null: only `write` can.
+  ///
+  /// @param nets      Read to its end.
+  /// @param filename  File to write. One that exists is overwritten.
+  /// @par Errors      Fatal (util/util.h) if the file cannot be written.
+  void (*write_stream)(NetStream& nets, const char* filename) = nullptr;
 
   /// Why a file cannot be written with these options; empty if it can. Null: it always can. A format that is
   /// only read needs this.

@@ -6,6 +6,7 @@
 #include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/text_writer.h"
 
 namespace quillon::formats {
 namespace {
@@ -143,6 +144,21 @@ void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
 
 void write_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {
   write_hmetis_hypergraph(&h, filename);
+}
+
+void write_hmetis_stream(NetStream& nets, const char* filename) {
+  TextWriter out(filename, "quillon generate: hypergraph");
+  out.text(std::to_string(nets.nnets) + " " + std::to_string(nets.ncells) + " 11\n");
+  for (int j = 1; j <= nets.nnets; ++j) {
+    write_with_blank(out, nets.net_weight(j));
+    for (const int i : nets.next_net()) write_with_blank(out, i);
+    out.character('\n');
+  }
+  for (int i = 1; i <= nets.ncells; ++i) {
+    write_with_blank(out, nets.cell_weight(i));
+    out.character('\n');
+  }
+  out.close();
 }
 
 void find_losses_of_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {

@@ -8,6 +8,7 @@ namespace quillon::formats {
 
 void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& options);
 void write_hmetis(const Hypergraph& h, const WriteOptions& options, const char* filename);
+void write_hmetis_stream(NetStream& nets, const char* filename);
 
 void find_losses_of_hmetis(const Hypergraph& h, const WriteOptions& options, Losses& losses);
 void note_oddities_of_hmetis(const Hypergraph& h, std::vector<std::string>& remarks);

@@ -10,6 +10,7 @@
 #include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
 #include "util/util.h"
 
@@ -114,6 +115,29 @@ void write_kub(const Hypergraph& h, const WriteOptions& /*options*/, const char*
   const bool is_file = std::filesystem::is_regular_file(filename, error);
   if (is_file && std::filesystem::file_size(filename, error) != kub_bytes(h))
     errexit("the kub file is not whole, data was lost: is the disk full?");
+}
+
+// Every line but the last ends in a line end.
+void write_kub_stream(NetStream& nets, const char* filename) {
+  TextWriter out(filename, "quillon generate: hypergraph");
+  out.number(nets.ncells);
+  out.character('\n');
+  out.number(nets.nnets);
+  for (int j = 1; j <= nets.nnets; ++j) {
+    const std::span<const int> pins = nets.next_net();
+    out.character('\n');
+    write_with_blank(out, nets.net_weight(j));
+    out.number(static_cast<int>(pins.size()));
+    for (const int i : pins) {
+      out.character(' ');
+      out.number(i - 1);
+    }
+  }
+  for (int i = 1; i <= nets.ncells; ++i) {
+    out.character('\n');
+    out.number(nets.cell_weight(i));
+  }
+  out.close();
 }
 
 void find_losses_of_kub(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {

@@ -9,6 +9,7 @@ namespace quillon::formats {
 
 void read_kub(Scanner& in, NetLists& lists, const ReadOptions& options);
 void write_kub(const Hypergraph& h, const WriteOptions& options, const char* filename);
+void write_kub_stream(NetStream& nets, const char* filename);
 
 void find_losses_of_kub(const Hypergraph& h, const WriteOptions& options, Losses& losses);
 

@@ -464,4 +464,19 @@ void write_matrix_market(const Hypergraph& h, const WriteOptions& options, const
   out.close();
 }
 
+void write_matrix_market_stream(NetStream& nets, const char* filename) {
+  TextWriter out(filename, "quillon generate: matrix");
+  out.text("%%MatrixMarket matrix coordinate pattern general\n");
+  if (!nets.comment.empty()) out.text("% " + nets.comment + "\n");
+  out.text(std::to_string(nets.nnets) + " " + std::to_string(nets.ncells) + " " + std::to_string(nets.npins) +
+           "\n");
+  for (int j = 1; j <= nets.nnets; ++j)
+    for (const int i : nets.next_net()) {
+      write_with_blank(out, j);
+      out.number(i);
+      out.character('\n');
+    }
+  out.close();
+}
+
 }  // namespace quillon::formats

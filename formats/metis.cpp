@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include "formats/graph.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mirror_sum.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
-#include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
 #include "util/util.h"
 
@@ -402,109 +402,37 @@ void expect_graph(const Hypergraph& h) {
           net_size(net) == 1 ? "" : "s");
 }
 
-struct Edge {
-  int neighbour;
-  std::int64_t w;  // of all nets between the two cells
-};
-
-// The edges of one cell after the other, parallel nets merged. All nets must be edges.
-class Edges {
+// A hypergraph whose nets all have two different pins.
+class NetGraph final : public Graph {
  public:
-  explicit Edges(const Hypergraph& h) : h_(h), places_(static_cast<std::size_t>(h._c) + 1, kNowhere) {}
+  explicit NetGraph(const Hypergraph& h) : Graph(h._c), h_(&h) {}
 
-  // In the order of the cell's nets; valid until the next call. O(degree).
-  const std::vector<Edge>& of_cell(int i) {
-    for (const Edge& edge : edges_) place_of(edge.neighbour) = kNowhere;
-    edges_.clear();
-    for (const int j : nets_of(h_._clst[i])) {
-      const Net& net = h_._nlst[j];
-      const int neighbour = *net.pins == i ? *net.pinsend : *net.pins;
-      int& place = place_of(neighbour);
-      if (place == kNowhere) {
-        place = static_cast<int>(edges_.size());
-        edges_.push_back({neighbour, 0});
-      }
-      edges_[static_cast<std::size_t>(place)].w += net.w;
+  [[nodiscard]] int weight_of(int u) const override { return h_->_clst[u].w; }
+
+ protected:
+  void add_edges(int u, EdgeList& edges) const override {
+    for (const int j : nets_of(h_->_clst[u])) {
+      const Net& net = h_->_nlst[j];
+      edges.add(*net.pins == u ? *net.pinsend : *net.pins, net.w);
     }
-    return edges_;
   }
 
  private:
-  static constexpr int kNowhere = -1;
-
-  int& place_of(int i) { return places_[static_cast<std::size_t>(i)]; }
-
-  const Hypergraph& h_;
-  std::vector<Edge> edges_;
-  std::vector<int> places_;  // by cell, in `edges_`
+  const Hypergraph* h_;
 };
-
-struct Totals {
-  std::int64_t nedges = 0;
-  std::int64_t nbelow_one = 0;  // edges of a weight below 1
-  std::int64_t nbeyond = 0;     // edges of a weight that 32 bits do not hold
-  bool edge_weights = false;    // not all are 1
-};
-
-Totals totals_of(const Hypergraph& h) {
-  Totals totals;
-  Edges edges(h);
-  for (int u = 1; u <= h._c; ++u) {
-    for (const Edge& edge : edges.of_cell(u)) {
-      if (edge.neighbour < u) continue;  // counted there
-      ++totals.nedges;
-      if (edge.w < 1) ++totals.nbelow_one;
-      if (edge.w != static_cast<int>(edge.w)) ++totals.nbeyond;
-      if (edge.w != 1) totals.edge_weights = true;
-    }
-  }
-  return totals;
-}
-
-void write_vertices(TextWriter& out, const Hypergraph& h, bool vertex_weights, bool edge_weights) {
-  Edges edges(h);
-  for (int u = 1; u <= h._c; ++u) {
-    if (vertex_weights) out.number(h._clst[u].w);
-    bool is_first = !vertex_weights;
-    for (const Edge& edge : edges.of_cell(u)) {
-      char* at = out.room(2 * TextWriter::kNumber);
-      if (!is_first) *at++ = ' ';
-      at = print(at, edge.neighbour);
-      if (edge_weights) {
-        *at++ = ' ';
-        at = print(at, static_cast<int>(edge.w));
-      }
-      out.end(at);
-      is_first = false;
-    }
-    out.character('\n');
-  }
-}
 
 }  // namespace
 
 void write_metis(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {
   expect_graph(h);
-  const Totals totals = totals_of(h);
-  if (totals.nbeyond > 0)
-    errexit("%s: the weights of parallel nets add up to more than 32 bits hold",
-            counted(totals.nbeyond, "edge").c_str());
-  const bool vertex_weights = count_weights(h._clst, h._c, is_not_one) > 0;
-  const char* const fmt =
-      vertex_weights ? (totals.edge_weights ? " 11" : " 10") : (totals.edge_weights ? " 1" : "");
-  TextWriter out(filename, "quillon convert: METIS graph");
-  out.number(h._c);
-  out.character(' ');
-  out.number(totals.nedges);
-  out.text(fmt);
-  out.character('\n');
-  write_vertices(out, h, vertex_weights, totals.edge_weights);
-  out.close();
+  NetGraph graph(h);
+  write_graph(graph, totals_of(graph), filename, "quillon convert: METIS graph");
 }
 
 void find_losses_of_metis(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {
   if (first_other_net(h) != 0) return;  // cannot be written
-  const Totals totals = totals_of(h);
+  NetGraph graph(h);
+  const GraphTotals totals = totals_of(graph);
   note(losses.lost, h._n - totals.nedges, "net",
        " parallel to an earlier one, merged with it by adding the weights");
   note(losses.refused, totals.nbelow_one, "edge", " of a weight below 1, which METIS refuses");

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "formats/lines.h"
+#include "formats/net_lists.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
 
@@ -145,6 +146,26 @@ std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int n
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
   finish(in);
   return parts;
+}
+
+std::vector<int> read_numbers(const std::string& filename, int least, int most, const std::string& meaning) {
+  Scanner in(filename);
+  const Range range{least, most, meaning, "number-out-of-range"};
+  std::vector<int> values;
+  begin_lines(in, {.by_line = false});
+  while (true) {
+    if (const auto numbers = plain_numbers(in, kMostPins, least, most); !numbers.empty()) {
+      values.insert(values.end(), numbers.begin(), numbers.end());
+      skip_all_lines(in);
+      continue;
+    }
+    const Token token = next_token(in);
+    if (token.text.empty()) break;
+    values.push_back(as_number(in, token, range));
+    end_line(in);
+  }
+  finish(in);
+  return values;
 }
 
 void write_parts_by_line(const std::vector<int>& parts, const char* filename) {

@@ -32,6 +32,15 @@ std::vector<int> read_parts(const std::string& filename, int ncells, int nparts,
 /// @throws BadFile  as `read_parts` does.
 std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int nparts, int first = 0);
 
+/// Reads numbers, as many as there are, with any white space between them.
+///
+/// @param filename     File name, or - for standard input; gzip and zstd are decompressed.
+/// @param least, most  Their range.
+/// @param meaning      Names what is expected, in errors.
+/// @return             In the order of the file.
+/// @throws BadFile     if the file cannot be read, or has anything but such numbers.
+std::vector<int> read_numbers(const std::string& filename, int least, int most, const std::string& meaning);
+
 /// Writes a part vector with one number a line.
 ///
 /// @param parts     By cell number; entry 0 is ignored.

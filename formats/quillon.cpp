@@ -7,6 +7,7 @@
 #include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/text_writer.h"
 
 namespace quillon::formats {
 namespace {
@@ -182,6 +183,26 @@ void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) 
 
 void write_quillon(const Hypergraph& h, const WriteOptions& options, const char* filename) {
   write_hypergraph(&h, filename, options.numbering, weights_to_write(h, options));
+}
+
+// Without the statistics, which need the degrees of all cells.
+void write_quillon_stream(NetStream& nets, const char* filename) {
+  constexpr int kWeightsPerLine = 20;
+  TextWriter out(filename, "quillon generate: hypergraph");
+  if (!nets.comment.empty()) out.text("% " + nets.comment + "\n");
+  out.text("1 " + std::to_string(nets.ncells) + " " + std::to_string(nets.nnets) + " " +
+           std::to_string(nets.npins) + " " + std::to_string(nets.weights) + "\n");
+  for (int j = 1; j <= nets.nnets; ++j) {
+    if ((nets.weights & 2) != 0) write_with_blank(out, nets.net_weight(j));
+    for (const int i : nets.next_net()) write_with_blank(out, i);
+    out.character('\n');
+  }
+  if ((nets.weights & 1) != 0)
+    for (int i = 1; i <= nets.ncells; ++i) {
+      write_with_blank(out, nets.cell_weight(i));
+      if (i % kWeightsPerLine == 0 || i == nets.ncells) out.character('\n');
+    }
+  out.close();
 }
 
 void find_losses_of_quillon(const Hypergraph& h, const WriteOptions& options, Losses& losses) {

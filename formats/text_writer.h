@@ -83,4 +83,9 @@ class TextWriter {
   std::FILE* stream_;
 };
 
+/// Writes a number and a blank.
+inline void write_with_blank(TextWriter& out, int value) {
+  out.end(print_with_blank(out.room(TextWriter::kNumber), value));
+}
+
 }  // namespace quillon::formats

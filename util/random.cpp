@@ -2,6 +2,7 @@
 #include <bit>
 #include <utility>
 
+#include "util/mix.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -12,11 +13,8 @@ using State = std::array<std::uint64_t, 4>;
 constexpr State seeded(std::uint64_t seed) {
   State words{};
   for (std::uint64_t& word : words) {
-    seed += 0x9e3779b97f4a7c15;
-    std::uint64_t mixed = seed;
-    mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9;
-    mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111eb;
-    word = mixed ^ (mixed >> 31);
+    seed += kMixStep;
+    word = mixed(seed);
   }
   return words;
 }

@@ -44,6 +44,7 @@ READERS = [
     Command("stats --table --header in.qhg in.qhg.gz", reports_on=True),
     Command("stats --summary - --from quillon", stdin="in.qhg"),
     Command("stats --json in.qhg", reports_on=True),
+    Command("stats --quantiles --components in.qhg"),
     Command("check --json in.qhg", reports_on=True),
     Command("partition-info --json in.qhg in.part", reports_on=True),
     Command("check in.qhg in.qhg.gz", reports_on=True),
@@ -63,6 +64,17 @@ WRITERS = [
     Command("report in.qhg in.part -o out.html", ["out.html"]),
     Command("partition-info in.qhg in.part --write out.part", ["out.part"]),
     Command("partition-info in.qhg in.part --write out.part --one-per-line", ["out.part"]),
+    Command("generate netlist -o out.json --cells 50 --nets 40 --size 2..5", ["out.json"]),
+    Command(
+        "generate planted -o out.hgr --cells 30 --nets 20 --size 2..4 --parts-count 3 --cut-nets 2 --parts out.part",
+        ["out.hgr", "out.part"],
+    ),
+    Command(
+        "extract in.qhg -o out.qhg --part 1 --parts in.part --cell-map map --carry in.part:out.part",
+        ["out.qhg", "map", "out.part"],
+    ),
+    Command("expand in.qhg -o out.graph --to clique --clique-weight size", ["out.graph"]),
+    Command("expand in.qhg -o out.json --to dual", ["out.json"]),
     *(Command(f"convert in.{form} out.qhg", ["out.qhg"]) for form in ("hgr", "kub", "mtx", "graph", "qhg.gz")),
     *(Command(f"convert in.qhg out.{form}", ["out." + form]) for form in ("qhg", "hgr", "kub", "mtx", "json")),
 ]
@@ -70,6 +82,7 @@ TO_STANDARD_OUTPUT = [
     Command("prune in.qhg -o - --max-size 4"),
     Command("reorder in.qhg -o - --random"),
     Command("report in.qhg -o -"),
+    Command("expand in.qhg -o - --to star --matrix"),
     *(Command(f"convert in.qhg - --to {form}") for form in ("quillon", "hmetis", "kub", "mtx", "hif")),
     Command("convert - - --from quillon --to hmetis", stdin="in.qhg"),
 ]

@@ -199,5 +199,25 @@ TEST(WriteLabels, IsReadBack) {
   EXPECT_EQ(read.nets, labels.nets);
 }
 
+std::vector<int> read_digits(const std::string& text) {
+  const TempFile file(text);
+  return read_numbers(file.name(), 0, 9, "a digit");
+}
+
+TEST(ReadNumbers, ReadsThemBetweenAnyWhiteSpace) {
+  EXPECT_THAT(read_digits("3 0\n\n7\t9"), ElementsAre(3, 0, 7, 9));
+  EXPECT_THAT(read_digits("1\n2\n3\n"), ElementsAre(1, 2, 3));
+  EXPECT_THAT(read_digits(""), ElementsAre());
+  EXPECT_THAT(read_digits(" \n\n"), ElementsAre());
+}
+
+TEST(ReadNumbers, RefusesOthers) {
+  const Finding found = finding_of([] { read_digits("1\n2 10\n"); });
+  EXPECT_EQ(found.rule, "number-out-of-range");
+  EXPECT_EQ(found.message, "found \"10\", expected a digit");
+  EXPECT_EQ(found.line, 2U);
+  EXPECT_EQ(found.column, 3U);
+}
+
 }  // namespace
 }  // namespace quillon::formats

@@ -51,14 +51,16 @@ std::string bar(double share) {
 }
 
 // What follows the name, the most important first.
-std::array<std::string, 3> figures(std::uint64_t done, std::uint64_t total, double seconds) {
+std::array<std::string, 3> figures(std::uint64_t done, std::uint64_t total, double seconds,
+                                   ProgressUnit unit) {
   if (total == 0)
     return {fmt::format("  {:.1f} MB", megabytes(done)), fmt::format("  {}", minutes(seconds)), ""};
   const double share = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
   std::string left;
   if (share > 0) left = fmt::format("  {} left", minutes(seconds * (1 - share) / share));
+  const bool are_bytes = unit == ProgressUnit::kBytes;
   return {fmt::format("  {:3.0f}%", std::floor(100 * share)), fmt::format("  [{}]", bar(share)),
-          fmt::format("  {:.1f} of {:.1f} MB{}", megabytes(done), megabytes(total), left)};
+          are_bytes ? fmt::format("  {:.1f} of {:.1f} MB{}", megabytes(done), megabytes(total), left) : left};
 }
 
 // A line wider than the terminal would wrap, and could not be erased.
@@ -72,19 +74,23 @@ std::string shortened(const std::string& text, std::size_t length) {
 }  // namespace
 
 std::string progress_line(const std::string& what, std::uint64_t done, std::uint64_t total, double seconds,
-                          int columns) {
+                          int columns, ProgressUnit unit) {
   constexpr std::size_t kShortestName = 20;
   const std::size_t room = columns > 1 ? static_cast<std::size_t>(columns) - 1 : 0;
   const std::size_t name = std::min(what.size(), kShortestName);
   std::string shown;
-  for (const std::string& figure : figures(done, total, seconds))
+  for (const std::string& figure : figures(done, total, seconds, unit))
     if (name + shown.size() + figure.size() <= room) shown += figure;
   return shortened(what, room - std::min(room, shown.size())) + shown;
 }
 
 Progress::Progress(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done,
-                   std::chrono::milliseconds show_after)
-    : what_(printable(STDERR_FILENO, what)), total_(total), done_(std::move(done)), show_after_(show_after) {
+                   std::chrono::milliseconds show_after, ProgressUnit unit)
+    : what_(printable(STDERR_FILENO, what)),
+      total_(total),
+      done_(std::move(done)),
+      show_after_(show_after),
+      unit_(unit) {
   at_work = this;
   try {
     thread_ = std::thread([this] { watch(); });
@@ -118,7 +124,7 @@ void Progress::watch() {
 void Progress::draw() {
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin_;
   const std::string line =
-      kEraseLine + progress_line(what_, done_(), total_, seconds.count(), columns_of_terminal());
+      kEraseLine + progress_line(what_, done_(), total_, seconds.count(), columns_of_terminal(), unit_);
   write_to_terminal(line.data(), line.size());
   is_drawn_ = true;
 }

@@ -17,21 +17,25 @@ namespace quillon::tool {
 
 inline constexpr std::chrono::milliseconds kShowAfter{1000};
 
+/// What progress is counted in.
+enum class ProgressUnit { kBytes, kSteps };
+
 /// The line for `done` of `total` bytes after some seconds, at most `columns` wide. Figures that do not fit
 /// are left out, and the name is cut first.
 ///
 /// @param total  0 if unknown.
+/// @param unit   Of `done` and `total`. Other steps than bytes are not shown by number.
 std::string progress_line(const std::string& what, std::uint64_t done, std::uint64_t total, double seconds,
-                          int columns);
+                          int columns, ProgressUnit unit = ProgressUnit::kBytes);
 
 /// Draws the progress line from some time after its construction until it is destroyed. One at a time.
 class Progress {
  public:
   /// @param what   Such as "reading circuit.qhg".
-  /// @param total  Bytes in all, 0 if unknown.
-  /// @param done   Bytes so far; called by the other thread.
+  /// @param total  In all, 0 if unknown.
+  /// @param done   So far; called by the other thread.
   Progress(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done,
-           std::chrono::milliseconds show_after = kShowAfter);
+           std::chrono::milliseconds show_after = kShowAfter, ProgressUnit unit = ProgressUnit::kBytes);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -47,6 +51,7 @@ class Progress {
   std::uint64_t total_;
   std::function<std::uint64_t()> done_;
   std::chrono::milliseconds show_after_;
+  ProgressUnit unit_;
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::mutex mutex_;
   std::condition_variable wake_;

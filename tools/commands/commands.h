@@ -19,6 +19,9 @@ Command eval_command();
 Command compare_command();
 Command partition_info_command();
 Command report_command();
+Command generate_command();
+Command extract_command();
+Command expand_command();
 
 /// In the order of the help.
 std::span<const Command> all_commands();

@@ -6,6 +6,7 @@
 #include "formats/formats.h"
 #include "formats/source.h"
 #include "hypergraph/hypergraph.h"
+#include "measures/components.h"
 #include "measures/figures.h"
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
@@ -25,6 +26,9 @@ struct StatsOptions {
   bool table = false;
   bool header = false;
   bool summary = false;
+  bool quantiles = false;
+  bool components = false;
+  bool result = false;
   bool json = false;
   bool no_file = false;
 };
@@ -35,6 +39,7 @@ Examples:
   quillon stats --table --header a.qhg b.qhg > table.tsv
   quillon stats --json circuit.qhg | jq .net_size.maximum
   zcat circuit.qhg.gz | quillon stats --summary -
+  quillon stats --quantiles --components circuit.qhg
 
 Columns of --table, separated by tabs:
   file: only with several files, and without --no-file
@@ -44,6 +49,11 @@ Columns of --table, separated by tabs:
   net size: the same six
   cell weight: smallest, largest, total
   net weight: the same three
+
+A quantile, such as 90%, is the smallest value with at least this share of all items not above it. Two cells are in the
+same component if a chain of nets joins them. --result prints the words KEY=VALUE: cells, nets, pins, then for size,
+degree, cell_weight and net_weight _min, _q1, _med, _q3, _90p, _99p, _max, _avg and _sd, then components,
+largest_component and file.
 
 A file that cannot be read has no line in the table; its name and the error go to standard error.)";
 
@@ -93,10 +103,17 @@ int report(const std::string& file, const StatsOptions& options) {
     print_table_row(h, figures);
     return kSuccess;
   }
+  if (options.result) {
+    print_result(h, figures, measures::components_of(h));
+    uprintf(" file=%s\n", field_of(file).c_str());
+    return kSuccess;
+  }
   if (options.files.size() > 1) uprintf("%s:\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str());
+  if (options.quantiles) print_quantiles(h, figures);
+  if (options.components) print_components(measures::components_of(h));
   if (options.summary)
     print_summary(h, figures, folded);
-  else
+  else if (!options.quantiles && !options.components)
     print_details(h, figures);
   return kSuccess;
 }
@@ -123,7 +140,29 @@ std::function<int()> declare(Options& options) {
   options.flag("--no-file", chosen->no_file, "Leave the names of files out of --table").needs(table);
   const Option summary =
       options.flag("--summary", chosen->summary, "Print a summary of two lines per file").excludes(table);
-  add_json(options, chosen->json).excludes(table).excludes(summary);
+  const Option quantiles =
+      options
+          .flag("--quantiles", chosen->quantiles,
+                "Print quantiles, mean and standard deviation of sizes, degrees and weights")
+          .excludes(table)
+          .excludes(summary);
+  const Option components = options
+                                .flag("--components", chosen->components,
+                                      "Print the number of connected components and the size of the largest")
+                                .excludes(table)
+                                .excludes(summary);
+  const Option result =
+      options.flag("--result", chosen->result, "Print all of this as one line RESULT KEY=VALUE ...")
+          .excludes(table)
+          .excludes(summary)
+          .excludes(quantiles)
+          .excludes(components);
+  add_json(options, chosen->json)
+      .excludes(table)
+      .excludes(summary)
+      .excludes(quantiles)
+      .excludes(components)
+      .excludes(result);
   add_keep_small_nets(options, chosen->input);
   add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };
