@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "formats/net_places.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/temp_folder.h"
 #include "tests/support/records.h"
@@ -234,6 +235,34 @@ TEST(Load, RefusesToFoldAHeavyNetWithoutPins) {
   EXPECT_EQ(finding_of([&] { load(record, file, {.small_nets = SmallNets::kFold}); }),
             error_of_file("heavy-pinless-net", file,
                           file + ": net 2 has weight 2 but no pins, so it cannot be folded"));
+}
+
+std::vector<std::size_t> lines_of(const TempFolder& folder, const std::string& name, const std::string& text,
+                                  const std::vector<int>& nets) {
+  const std::string file = folder.write(name, text);
+  return lines_of_nets(file, *format_of_file(name), nets);
+}
+
+TEST(LinesOfNets, AreThoseOfTheFileWithComments) {
+  const TempFolder folder;
+  EXPECT_THAT(lines_of(folder, "a.hgr", "% one\n3 4\n1 2\n%\n% two\n\n3 4", {1, 2, 3}), ElementsAre(3, 6, 7));
+  EXPECT_THAT(lines_of(folder, "a.qhg", "1 4 3 4\n1 2\n%\n\n3 4\n", {1, 3}), ElementsAre(2, 5));
+  EXPECT_THAT(lines_of(folder, "a.kub", "2\n2\n1 1 0\n1 1 1\n1\n1\n", {2}), ElementsAre(4));
+  EXPECT_THAT(lines_of(folder, "a.qhg.gz", gzipped("1 4 3 4\n1 2\n%\n\n3 4\n"), {1, 3}), ElementsAre(2, 5));
+}
+
+TEST(LinesOfNets, AreUnknownWhereNetsHaveNoLines) {
+  const TempFolder folder;
+  EXPECT_THAT(lines_of(folder, "a.graph", "2 1\n2\n1\n", {1}), ElementsAre(0));
+  EXPECT_THAT(lines_of_nets("/dev/null", own_format(), {1}), ElementsAre(0));
+  EXPECT_THAT(lines_of(folder, "a.hgr", "1 2\n1 2\n", {1, 2}), ElementsAre(2, 0));
+}
+
+TEST(LinesOfNets, AreFoundAfterLongLines) {
+  std::string text = "2 1\n";
+  for (int k = 0; k < 3000000; ++k) text += "1 ";  // more than a block
+  const TempFolder folder;
+  EXPECT_THAT(lines_of(folder, "a.hgr", text + "\n1\n", {1, 2}), ElementsAre(2, 3));
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ FILES = {
     "cells.qhg": "1 3 0 0\n",
     "small.qhg": "1 3 3 3 3\n5 1 2\n4 2\n1\n7 8 9\n",
     "square.qhg": "1 2 2 4\n1 2\n1 2\n",
+    "changed.qhg": "1 4 4 8 3\n1 1 4 2\n4 2\n7 3 4\n5 1 2\n7 8 10 1\n",
     "bad.qhg": "1 2 1 2\n1 3\n",
     "square.part": "0 1\n",
     "other.part": "0 0\n",
@@ -61,7 +62,10 @@ class JsonOutput(unittest.TestCase):
         lines += self.lines("eval", "--feasible", "--json", "square.qhg", "-k", "2", "--limit", "epsilon=0")
         lines += self.lines("eval", "--feasible", "--json", "small.qhg", "-k", "3", "--limit", "epsilon=0")
         lines += self.lines("compare", "--json", "square.qhg", "square.part", "other.part")
-        self.assertEqual(len(lines), 4 * len(files) + 7)
+        lines += self.lines("diff", "--json", "small.qhg", "changed.qhg")
+        lines += self.lines("diff", "--json", "square.qhg", "bad.qhg")
+        lines += self.lines("explain", "--json", *files)
+        self.assertEqual(len(lines), 5 * len(files) + 9)
         return lines
 
     def test_every_line_is_valid(self):
@@ -98,6 +102,7 @@ class JsonOutput(unittest.TestCase):
         self.assertIn("broken_by", checked)
         self.assertIn("feasible", checked)
         self.assertIn("cells_moved", checked)
+        self.assertLess({"line", "nets_moved", "same_up_to_order"}, checked)
         self.assertIn("minimum_above_zero", checked)
 
     def test_wrong_types_and_values_are_not_valid(self):

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "tools/report/comparison_report.h"
+#include "tools/report/difference_report.h"
+#include "tools/report/explanation_report.h"
 #include "tools/report/feasibility_report.h"
 #include "util/util.h"
 
@@ -112,6 +114,31 @@ Json limit_json(const LimitModel& limit) {
     json["broken_by"].push_back(
         {{"part", broken.part}, {"weight", broken.weight}, {"least", broken.least}, {"most", broken.most}});
   return json;
+}
+
+Json net_json(const NetOfFile& net) {
+  return {{"net", net.net},
+          {"line", net.line > 0 ? Json(net.line) : Json()},
+          {"weight", net.weight},
+          {"pins", std::vector<int>(net.pins.begin(), net.pins.end())}};
+}
+
+Json nets_json(const DifferentNets& nets) {
+  Json shown = Json::array();
+  for (const auto& [first, second] : nets.shown)
+    shown.push_back(first && second ? Json{{"first", net_json(*first)}, {"second", net_json(*second)}}
+                                    : net_json(first ? *first : *second));
+  return {{"count", nets.count}, {"shown", std::move(shown)}};
+}
+
+Json cell_weights_json(const DifferenceModel& model) {
+  const std::vector<int>& cells = model.difference.weights;
+  Json shown = Json::array();
+  for (std::size_t k = 0; k < model.nweights_shown; ++k)
+    shown.push_back({{"cell", cells[k]},
+                     {"first", model.first->_clst[cells[k]].w},
+                     {"second", model.second->_clst[cells[k]].w}});
+  return {{"count", cells.size()}, {"shown", std::move(shown)}};
 }
 
 }  // namespace
@@ -224,6 +251,40 @@ void print_comparison_json(const ComparisonModel& model) {
     add_measures(json[member], *partition);
   }
   json["difference"] = difference_of(json["first"], json["second"]);
+  print_line(json);
+}
+
+void print_difference_json(const DifferenceModel& model) {
+  Json json = begin("diff", model.first_file, true);
+  add_counts(json, model.first->_c, model.first->_n, model.first->_p);
+  json["second"] = {{"file", model.second_file}};
+  add_counts(json["second"], model.second->_c, model.second->_n, model.second->_p);
+  json["same"] = model.difference.is_empty();
+  json["same_up_to_order"] = model.difference.is_order_only();
+  json["cell_weights"] = cell_weights_json(model);
+  json["nets_changed"] = nets_json(model.changed);
+  json["nets_moved"] = nets_json(model.moved);
+  json["nets_only_in_first"] = nets_json(model.only_first);
+  json["nets_only_in_second"] = nets_json(model.only_second);
+  print_line(json);
+}
+
+void print_explanation_json(const ExplanationModel& model) {
+  const measures::Counts& counts = model.counts;
+  Json json = begin("explain", model.file, true);
+  json["format"] = model.format;
+  add_counts(json, counts.ncells, counts.nnets, counts.npins);
+  json["cells_used"] = counts.ncells_used;
+  json["highest_cell"] = counts.highest_cell;
+  json["cells_of_weight_0"] = counts.nzero_cells;
+  json["nets_of_one_cell"] = counts.nsingle_nets;
+  json["nets_without_pins"] = counts.nempty_nets;
+  json["nets_of_weight_0"] = counts.nzero_nets;
+  json["parallel_nets"] = counts.nparallel_nets;
+  json["repeated_pins"] = counts.nrepeated_pins;
+  json["pairs_of_cells"] = counts.npairs;
+  json["cell_weight"] = counts.cell_weight;
+  json["net_weight"] = counts.net_weight;
   print_line(json);
 }
 
