@@ -23,6 +23,11 @@ void note_header(const Scanner& in, std::size_t offset) {
   in.audit->header_line = in.text.substr(line_begin, in.text.find('\n', offset) - line_begin);
 }
 
+void note_comment(const Scanner& in, std::size_t offset) {
+  if (in.audit == nullptr || in.audit->is_locating()) return;
+  if (in.audit->ncomments++ == 0) in.audit->comment = place_of(in, offset);
+}
+
 void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
                  const std::string& hint) {
   if (in.audit == nullptr || !in.audit->oddity) return;

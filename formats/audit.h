@@ -42,7 +42,7 @@ struct PinList {
   std::span<const int> numbers;  ///< Two for each pin: its net, its cell.
   int nnets;
   int ncells;
-  bool is_mirrored;  ///< Pin (j, i) stands for pin (i, j) too.
+  bool is_mirrored;                           ///< Pin (j, i) stands for pin (i, j) too.
   std::span<const std::size_t> offsets = {};  ///< Of each pin in the text; empty: as items `kLine`.
 };
 
@@ -54,15 +54,19 @@ class Audit {
   std::function<void(std::string_view rule)> count;  ///< One that is not wanted.
   std::function<void(const Finding&)> oddity;        ///< Receives warnings and notes.
   std::function<void(const PinList&)> pins;          ///< Receives the pins in the order of the text.
-  Place header;                ///< Of the header, if the format has one.
-  Place counts;                ///< Of the first count in the header.
-  std::string header_line;     ///< The header without its line end.
-  int first_cell = 1;          ///< Number of the first cell in the file.
-  std::vector<int> damaged;    ///< Nets whose lines have errors, ascending, maybe repeated.
-  Outside outside;             ///< Numbers that are no cells of the file.
-  std::int64_t nsurplus = 0;   ///< Lines after those that the header announces.
-  bool has_weights_at_end = false;  ///< Cell weights follow the nets.
-  std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
+  Place header;                                      ///< Of the header, if the format has one.
+  std::string header_line;                           ///< The header without its line end.
+  int first_cell = 1;                                ///< Number of the first cell in the file.
+  std::vector<int> damaged;  ///< Nets whose lines have errors, ascending, maybe repeated.
+  Outside outside;           ///< Numbers that are no cells of the file.
+  int announced_cells = 0;   ///< By the header.
+  int announced_nets = 0;
+  std::optional<int> announced_pins;
+  Place announced_pins_place;
+  bool reaches_last = false;   ///< The last row or column of a matrix is in an entry that is left out.
+  std::int64_t ncomments = 0;      ///< Comment lines.
+  Place comment;                   ///< The first of them.
+  std::optional<int> starts_from;  ///< Number to read as the first cell, whatever the format says.
 
   /// @param number  A cell number that is out of range.
   void add_outside(std::int64_t number) {
@@ -116,6 +120,18 @@ inline void note_damage(const Scanner& in, int net) {
 ///
 /// @param offset  Of its first byte, in the current block.
 void note_header(const Scanner& in, std::size_t offset);
+
+/// Tells `lint` of the counts in a header.
+inline void note_counts(const Scanner& in, int ncells, int nnets) {
+  if (in.audit == nullptr) return;
+  in.audit->announced_cells = ncells;
+  in.audit->announced_nets = nnets;
+}
+
+/// Tells `lint` of a comment line.
+///
+/// @param offset  Of its first byte, in the current block.
+void note_comment(const Scanner& in, std::size_t offset);
 
 /// Reports a warning or a note to `lint`; other readers ignore it.
 void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,

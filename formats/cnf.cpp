@@ -111,7 +111,7 @@ class Clauses {
   const bool by_literal_;
   const Range literals_;
   int nclauses_ = 0;
-  std::vector<int> clause_;     // the literals of the clause that has not ended yet
+  std::vector<int> clause_;           // the literals of the clause that has not ended yet
   std::vector<std::size_t> offsets_;  // of these literals
   std::vector<int> variables_;        // scratch
   std::int64_t nrepeated_ = 0;
@@ -122,6 +122,7 @@ class Clauses {
 Token begin_line(Scanner& in) {
   Token token = next_token(in);
   while (token.text.starts_with('c')) {
+    note_comment(in, token.offset);
     skip_line(in);
     token = next_token(in);
   }

@@ -463,7 +463,7 @@ class Reader {
   Batch edges_;
   std::array<std::optional<double>, kAtOnce> weights_{};
   std::array<std::size_t, kAtOnce> begins_{};  // offsets
-  std::deque<std::string> texts_;  // of identifiers with escapes
+  std::deque<std::string> texts_;              // of identifiers with escapes
 };
 
 // Numbers of the hypergraph by those in `items.names`, entry 0 not used: listed items first, then the others
@@ -616,7 +616,8 @@ void audit_document(const Scanner& in, const NetLists& lists, const Document& do
   std::vector<int> numbers;
   numbers.reserve(2 * nets.size());
   for (std::size_t k = 0; k < nets.size(); ++k) numbers.insert(numbers.end(), {nets[k], cells[k]});
-  in.audit->pins({numbers, document.edges.names.size(), document.nodes.names.size(), false, document.offsets});
+  in.audit->pins(
+      {numbers, document.edges.names.size(), document.nodes.names.size(), false, document.offsets});
 }
 
 }  // namespace

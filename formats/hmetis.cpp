@@ -62,7 +62,8 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   if (header.net_weights) {
     const Token weight = next_on_line(in);
     locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
-    lists.net_weights.push_back(as_number(in, weight, weight_range("the weight of net " + std::to_string(j))));
+    lists.net_weights.push_back(
+        as_number(in, weight, weight_range("the weight of net " + std::to_string(j))));
   }
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> cell = number_in(token, cells);
@@ -143,6 +144,7 @@ bool looks_like_graph(const NetLists& lists) {
 void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
   lists.ncells = header.ncells;
+  note_counts(in, header.ncells, header.nnets);
   begin_nets(lists, header.nnets);
   if (header.net_weights) lists.net_weights.push_back(0);
   begin_lines(in, {});

@@ -32,7 +32,7 @@ void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
   const Token weight = next_on_line(in);
   locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
   lists.net_weights.push_back(as_number(in, weight, weight_range("the weight of " + net)));
-  const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net));
+  const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net, "bad-count"));
   for (int k = 1; k <= size; ++k) {
     const Token token = next_on_line(in);
     if (token.text.empty()) unexpected(in, token, "missing-pin", of_all("pin", k, size) + " of " + net);

@@ -12,8 +12,8 @@
 
 #include "formats/audit.h"
 #include "formats/lines.h"
-#include "formats/net_lines.h"
 #include "formats/losses.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 #include "formats/text_writer.h"
@@ -51,7 +51,9 @@ void read_banner(Scanner& in, Header& header) {
   for (const char* const word : {"%%matrixmarket", "matrix"}) {
     const Token token = next_on_line(in);
     if (lower(token.text) != word)
-      unexpected(in, token, token.text.empty() ? "header-missing" : "bad-banner", std::string("a first line ") + kBanner);
+      unexpected(in, token, token.text.empty() ? "header-missing" : "bad-banner",
+                 std::string("a first line ") + kBanner,
+                 lower(token.text) == "%matrixmarket" ? "the line begins with two percent signs" : "");
   }
   const Token layout = next_on_line(in);
   if (lower(layout.text) == "array")
@@ -150,6 +152,8 @@ Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k)
   entry.row = as_index(in, row, ranges.rows);
   entry.column = as_index(in, next_on_line(in), ranges.columns);
   if (entry.row == 0 || entry.column == 0) {
+    const bool reaches_last = entry.row == header.nrows || entry.column == header.ncolumns;
+    if (in.audit != nullptr && reaches_last) in.audit->reaches_last = true;
     skip_line(in);
     return {};
   }
@@ -169,8 +173,9 @@ bool is_sound(const int* pairs, int count, const Header& header) {
   for (int k = 0; k < count; k += 2) {
     outside |=
         static_cast<unsigned>(pairs[k] - header.first) >= static_cast<unsigned>(header.nrows) ? 1U : 0U;
-    outside |=
-        static_cast<unsigned>(pairs[k + 1] - header.first) >= static_cast<unsigned>(header.ncolumns) ? 1U : 0U;
+    outside |= static_cast<unsigned>(pairs[k + 1] - header.first) >= static_cast<unsigned>(header.ncolumns)
+                   ? 1U
+                   : 0U;
   }
   for (int k = 0; header.skew && k < count; k += 2) outside |= pairs[k] == pairs[k + 1] ? 1U : 0U;
   return outside == 0;

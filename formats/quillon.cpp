@@ -40,12 +40,13 @@ Header read_header(Scanner& in, NetLists& lists) {
   skip_comments(in);
   Header header;
   const Token numbering = next_number(in);
-  header.numbering = as_number(in, numbering,
-                               {0, 1, "the number that the file's cells begin with, 0 or 1", "bad-numbering",
-                                "header-missing"});
+  header.numbering = as_number(
+      in, numbering,
+      {0, 1, "the number that the file's cells begin with, 0 or 1", "bad-numbering", "header-missing"});
   note_header(in, numbering.offset);
   lists.ncells = as_number(in, next_number(in), count_range("the number of cells"));
   begin_nets(lists, as_number(in, next_number(in), count_range("the number of nets")));
+  note_counts(in, lists.ncells, lists.nnets);
   const Token npins = next_number(in);
   header.npins = as_number(in, npins, count_range("the number of pins"));
   header.npins_place = place_of(in, npins.offset);
@@ -106,7 +107,7 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
         as_number(in, weight, signed_weight_range("the weight of net " + std::to_string(j))));
   }
   while (const std::optional<Token> token = next_integer(in)) {
-    if (lists.nadj.size() == static_cast<std::size_t>(header.npins))
+    if (in.audit == nullptr && lists.nadj.size() == static_cast<std::size_t>(header.npins))
       unexpected(in, *token, "pin-count",
                  "no more than the " + counted(header.npins, "pin") + " of the header",
                  hint_on_format(header));
@@ -127,8 +128,9 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
   const int first = first_cell_of(in, header.numbering);
   const Range cells = cell_range(lists.ncells, first);
-  const NetForm form{header.net_weights, false, first, static_cast<std::size_t>(header.npins)};
-  lists.nadj.reserve(form.most_pins + 2);
+  const NetForm form{header.net_weights, false, first,
+                     in.audit == nullptr ? static_cast<std::size_t>(header.npins) : kMostPins};
+  lists.nadj.reserve(static_cast<std::size_t>(header.npins) + 2);
   if (header.net_weights) lists.net_weights.push_back(0);
   for (int j = 1; j <= lists.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
@@ -197,11 +199,15 @@ void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) 
   const Header header = read_header(in, lists);
   begin_lines(in, {});
   read_nets(in, lists, header);
-  if (lists.nadj.size() != static_cast<std::size_t>(header.npins))
+  if (in.audit != nullptr) {
+    in.audit->announced_pins = header.npins;
+    in.audit->announced_pins_place = header.npins_place;
+  } else if (lists.nadj.size() != static_cast<std::size_t>(header.npins)) {
     bad_text(in, header.npins_place, "pin-count",
              "found " + counted(static_cast<std::int64_t>(lists.nadj.size()), "pin") +
                  " on the net lines, expected the " + std::to_string(header.npins) + " of the header",
              hint_on_format(header));
+  }
 
   if (header.cell_weights) {
     skip_comments(in);

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <limits>
 
+#include "formats/audit.h"
 #include "formats/findings.h"
 #include "formats/source.h"
 #include "formats/stream.h"
@@ -191,7 +192,10 @@ void skip_line(Scanner& scanner) {
 }
 
 void skip_comments(Scanner& scanner) {
-  while (!at_end(scanner) && scanner.text[scanner.at] == '%') skip_line(scanner);
+  while (!at_end(scanner) && scanner.text[scanner.at] == '%') {
+    note_comment(scanner, scanner.at);
+    skip_line(scanner);
+  }
 }
 
 bool skip_to_line(Scanner& scanner) {

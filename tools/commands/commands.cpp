@@ -5,10 +5,10 @@
 namespace quillon::tool {
 
 std::span<const Command> all_commands() {
-  static const std::vector<Command> commands{stats_command(),          check_command(),   dump_command(),
-                                             prune_command(),          reorder_command(), convert_command(),
-                                             partition_command(),      eval_command(),    compare_command(),
-                                             partition_info_command(), report_command()};
+  static const std::vector<Command> commands{stats_command(),   check_command(),          lint_command(),
+                                             dump_command(),    prune_command(),          reorder_command(),
+                                             convert_command(), partition_command(),      eval_command(),
+                                             compare_command(), partition_info_command(), report_command()};
   return commands;
 }
 
