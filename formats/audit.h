@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "formats/findings.h"
+#include "formats/hidden.h"
 #include "formats/scanner.h"
 
 namespace quillon::formats {
@@ -47,7 +48,7 @@ struct PinList {
 };
 
 /// On the first read, a reader fills it. On a second read it looks up the places of items.
-class Audit {
+class QUILLON_HIDDEN Audit {
  public:
   // First read.
   std::function<bool(std::string_view rule)> wants;  ///< Whether it still matters where findings are.
