@@ -127,7 +127,8 @@ class Linter : private NetVisitor {
       text.resize(size + kPiece);
       const std::size_t length = read(text.data() + size, kPiece);
       text.resize(size += length);
-      if (length < kPiece) return text;
+      const std::string_view piece = std::string_view(text).substr(size - length);
+      if (length < kPiece || is_no_text(piece)) return text;
     }
   }
 

@@ -20,9 +20,8 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 }
 
 Treatment treatment_named(std::string_view name) {
-  if (name == "refuses") return Treatment::kRefuses;
-  if (name == "changes") return Treatment::kChanges;
-  if (name == "accepts") return Treatment::kAccepts;
+  for (const Treatment treatment : {Treatment::kRefuses, Treatment::kChanges, Treatment::kAccepts})
+    if (name_of(treatment) == name) return treatment;
   throw std::logic_error("programs.tsv: no verdict " + std::string(name));
 }
 
@@ -76,6 +75,11 @@ ProgramVerdict verdict_of(const LintResult& result, const ProgramRow& program) {
 }
 
 }  // namespace
+
+std::string_view name_of(Treatment treatment) {
+  if (treatment == Treatment::kRefuses) return "refuses";
+  return treatment == Treatment::kChanges ? "changes" : "accepts";
+}
 
 std::span<const ProgramRow> program_rows() {
   static const std::vector<ProgramRow> rows = make_table();

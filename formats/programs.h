@@ -33,6 +33,9 @@ struct ProgramRow {
   std::string_view source;  ///< Where this is known from.
 };
 
+/// @return  "refuses", "changes" or "accepts".
+std::string_view name_of(Treatment treatment);
+
 /// @return  The table, sorted by program.
 std::span<const ProgramRow> program_rows();
 

@@ -228,7 +228,7 @@ std::vector<Rule> make_table() {
        "One net with the sum of the weights is worth the same and takes less time."sv,
        "--fix-merge-parallel merges them."sv, "hmetis", "2 2\n1 2\n2 1\n"sv},
       {"isolated-cell", kNote, "cells are on no net"sv,
-       "Partitioners place them anywhere; some programs lose them."sv, "--fix-compact removes them."sv,
+       "Partitioners place them anywhere; some programs lose them."sv, "Remove them, or keep a list of them."sv,
        "hmetis", "1 3\n1 2\n"sv},
       {"zero-cell-weight", kNote, "a cell has weight 0"sv,
        "Normal for the pads of a chip; one program refuses it."sv,

@@ -4,10 +4,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <numeric>
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "formats/formats.h"
+#include "formats/mend.h"
+#include "formats/programs.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/temp_folder.h"
 
@@ -357,6 +363,182 @@ TEST(Lint, ShowsLinesWithTheirPlace) {
     EXPECT_EQ(result.excerpts[k].text, "1 2 2");
     EXPECT_EQ(result.excerpts[k].caret, 4U);
   }
+}
+
+// The hmetis text of what `mend` makes of a text.
+std::string mended_text(const std::string& format, const std::string& text, const MendOptions& options = {}) {
+  const TempFolder folder;
+  const std::string file = folder.write("file", text);
+  LintOptions of_format;
+  of_format.format = format_named(format);
+  Mended mended = mend(file, lint(file, of_format), {}, options);
+  Record record;
+  to_record(std::move(mended.lists), record);
+  format_named("hmetis")->write(record.h, {}, folder.at("out").c_str());
+  return folder.contents("out");
+}
+
+TEST(Mend, ShiftsCellsAndRemovesRepeatedPins) {
+  const std::string sound = mended_text("hmetis", "2 3\n1 2\n2 3 1\n");
+  EXPECT_EQ(mended_text("hmetis", "2 3\r\n0 1\r\n% c\r\n1\t2 1 0"), sound);
+  EXPECT_EQ(mended_text("quillon", "0 3 2 7\n1 2\n2 3 1 3\n"), sound);
+  EXPECT_EQ(mended_text("kub", "3\n2\n1 2 1 2\n1 3 2 3 1\n1\n1\n1\n"), sound);
+  EXPECT_EQ(mended_text("hmetis",
+                        "\xEF\xBB\xBF"
+                        "2 3\n1 2\n2 3 1\n"),
+            sound);
+  EXPECT_EQ(mended_text("mtx", kPattern + "2 3 5\n0 0\n0 1\n1 1\n1 2\n1 0\n"), sound);
+  EXPECT_EQ(mended_text("metis", "2 1\n1\n0\n"), mended_text("metis", "2 1\n2\n1\n"));
+}
+
+TEST(Mend, DropsAndMergesNetsOnRequest) {
+  const std::string text = "6 3 1\n4 1 2\n5\n6 3\n7 2 1\n8 1 3\n1 2 1 2\n";
+  MendOptions drop;
+  drop.drop_empty_nets = true;
+  drop.drop_one_pin_nets = true;
+  EXPECT_EQ(mended_text("hmetis", text, drop), mended_text("hmetis", "4 3 1\n4 1 2\n7 2 1\n8 1 3\n1 2 1\n"));
+  MendOptions merge;
+  merge.merge_parallel_nets = true;
+  EXPECT_EQ(mended_text("hmetis", text, merge), mended_text("hmetis", "4 3 1\n12 1 2\n5\n6 3\n8 1 3\n"));
+  EXPECT_EQ(mended_text("hmetis", "2 2\n1 2\n2 1\n", merge), mended_text("hmetis", "1 2 1\n2 1 2\n"));
+}
+
+TEST(Mend, RefusesWhatHasTwoMeanings) {
+  for (const std::string text :
+       {"2 2\n1 2\n", "1 2\n1 3\n", "1 2\n1 2\n1 2\n", "1 2\n1 x\n", "2 3\n0 1\n3\n"})
+    EXPECT_NE(finding_of([&] { mended_text("hmetis", text); }).rule, kNoFinding) << text;
+  MendOptions merge;
+  merge.merge_parallel_nets = true;
+  const std::string heavy = "2 2 1\n2147483647 1 2\n1 1 2\n";
+  EXPECT_EQ(finding_of([&] { mended_text("hmetis", heavy, merge); }).rule, "total-too-large");
+}
+
+TEST(LintCompanion, ChecksFilesAgainstTheHypergraph) {
+  const TempFolder folder;
+  const LintResult hypergraph = lint_text("hmetis", "1 3 10\n1 2\n1\n1\n7\n");
+  const auto rules = [&](Companion kind, const std::string& text, int nparts) {
+    std::vector<std::string> names;
+    const LintResult result = lint_companion(folder.write("file", text), kind, hypergraph, nparts);
+    for (const RuleCount& broken : result.counts)
+      names.push_back(std::string(broken.rule->name) + " " + std::to_string(broken.count));
+    return names;
+  };
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n0\n", 1), IsEmpty());
+  EXPECT_THAT(rules(Companion::kParts, "0\n1\n0\n", 2), ElementsAre("heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n5\nx\n", 2), ElementsAre("not-a-number 1", "part-out-of-range 1"));
+  EXPECT_THAT(rules(Companion::kParts, "1\n2\n2\n", 2), ElementsAre("part-out-of-range 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n2\n", 3), ElementsAre("empty-part 1", "heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n", 1), ElementsAre("missing-part 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0 0 0 0\n", 1), ElementsAre("trailing-text 1"));
+  EXPECT_THAT(rules(Companion::kFixed, "-1\n-1\n0\n", 2), ElementsAre("overfull-part 1", "heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kFixed, "-1\n-2\n2\n", 2), ElementsAre("part-out-of-range 2"));
+  EXPECT_THAT(rules(Companion::kPermutation, "3\n1\n2\n", 0), IsEmpty());
+  EXPECT_THAT(rules(Companion::kPermutation, "3\n3\n4\n", 0),
+              ElementsAre("cell-out-of-range 1", "repeated-cell 1"));
+  EXPECT_THAT(rules(Companion::kLabels, "cell 1 7\ncell 2 7\nnet 1 1\nword\ncell 3 8\n", 0),
+              ElementsAre("bad-keyword 1", "repeated-name 1"));
+  EXPECT_THAT(rules(Companion::kLabels, "cell 1 7\nnet 1 1\n", 0), ElementsAre("missing-name 2"));
+}
+
+// A sound file by words, and which of them are cells of nets.
+struct Words {
+  std::vector<std::vector<std::string>> lines;
+  std::vector<std::pair<std::size_t, std::size_t>> cells;  // line and word, from 0
+  int ncells = 0;
+  int first = 1;
+
+  [[nodiscard]] std::string text() const {
+    std::string text;
+    for (const std::vector<std::string>& line : lines) {
+      for (std::size_t k = 0; k < line.size(); ++k) text.append(k > 0 ? " " : "").append(line[k]);
+      text += "\n";
+    }
+    return text;
+  }
+
+  [[nodiscard]] std::string place_of(std::size_t line, std::size_t word) const {
+    std::size_t column = 1;
+    for (std::size_t k = 0; k < word; ++k) column += lines[line][k].size() + 1;
+    return std::to_string(line + 1) + ":" + std::to_string(column);
+  }
+};
+
+// A hypergraph without weights in a format whose lines are nets.
+Words sound_file(const std::string& format, std::mt19937& random) {
+  const auto below = [&random](int bound) {
+    return static_cast<int>(random() % static_cast<unsigned>(bound));
+  };
+  Words words;
+  words.ncells = 5 + below(20);
+  words.first = format == "kub" ? 0 : 1;
+  const int nnets = words.ncells + 1 + below(20);
+  std::vector<int> cells(static_cast<std::size_t>(words.ncells));
+  std::iota(cells.begin(), cells.end(), words.first);
+  int npins = 0;
+  for (int j = 0; j < nnets; ++j) {
+    std::shuffle(cells.begin(), cells.end(), random);
+    const int size =
+        j == 0 ? words.ncells : 2 + below(3);  // the first net makes the numbers start and end right
+    std::vector<std::string> line;
+    if (format == "kub") line = {"1", std::to_string(size)};
+    for (int k = 0; k < size; ++k) line.push_back(std::to_string(cells[static_cast<std::size_t>(k)]));
+    npins += size;
+    words.lines.push_back(line);
+  }
+  const std::string counts[] = {std::to_string(words.ncells), std::to_string(nnets), std::to_string(npins)};
+  if (format == "hmetis") words.lines.insert(words.lines.begin(), {counts[1], counts[0]});
+  if (format == "quillon") words.lines.insert(words.lines.begin(), {"1", counts[0], counts[1], counts[2]});
+  if (format == "kub") words.lines.insert(words.lines.begin(), {{counts[0]}, {counts[1]}});
+  const std::size_t nheaders = format == "kub" ? 2 : 1;
+  for (std::size_t j = nheaders; j < words.lines.size(); ++j)
+    for (std::size_t k = format == "kub" ? 2 : 0; k < words.lines[j].size(); ++k)
+      words.cells.emplace_back(j, k);
+  if (format == "kub") words.lines.insert(words.lines.end(), static_cast<std::size_t>(words.ncells), {"1"});
+  return words;
+}
+
+TEST(Lint, FindsEveryPlantedMistakeAndNoOther) {
+  std::mt19937 random(1);
+  for (const std::string format : {"hmetis", "quillon", "kub"}) {
+    for (int round = 0; round < 40; ++round) {
+      const Words good = sound_file(format, random);
+      ASSERT_THAT(rules_of(lint_text(format, good.text()), Severity::kError), IsEmpty());
+      Words bad = good;
+      const auto [line, word] = bad.cells[random() % bad.cells.size()];
+      std::string& planted = bad.lines[line][word];
+      const std::pair<const char*, std::string> mistakes[] = {
+          {"cell-out-of-range", std::to_string(bad.ncells + 5 + bad.first)},
+          {"number-too-large", "4294967296"},
+          {"not-a-number", "x1"},
+          {"duplicate-pin", bad.lines[line][format == "kub" ? 2 : 0]}};
+      const auto& [rule, text] = mistakes[random() % (format == "quillon" ? 2 : 4)];
+      const bool repeats = rule == std::string_view("duplicate-pin");
+      if (repeats && planted == text) continue;
+      planted = text;
+      SCOPED_TRACE(format + " " + rule + "\n" + bad.text());
+      const LintResult result = lint_text(format, bad.text());
+      const std::vector<std::string> found = findings_of(result, rule);
+      ASSERT_EQ(found.size(), 1U);
+      EXPECT_EQ(found[0].substr(0, found[0].find(' ')), bad.place_of(line, word));
+      EXPECT_EQ(result.count(Severity::kError), repeats ? 0 : 1);
+    }
+  }
+}
+
+TEST(Programs, TakeRefuseOrChangeFiles) {
+  const auto verdict = [](const std::string& text, const std::string& program) {
+    const std::vector<ProgramVerdict> verdicts = verdicts_on(lint_text("hmetis", text), {program});
+    EXPECT_EQ(verdicts.size(), 1U);
+    return std::string(verdicts.front().verdict) + " " + verdicts.front().reason;
+  };
+  EXPECT_EQ(verdict("1 2\n1 2\n", "KaHyPar"), "takes ");
+  EXPECT_EQ(verdict("1 2\r\n1 2\r\n", "KaHyPar"),
+            "refuses crlf at 1:5: takes the CR for a part of the number (\"Expected positive number\")");
+  EXPECT_EQ(verdict("1 2\r\n1 2\r\n", "Mt-KaHyPar"), "takes ");
+  EXPECT_EQ(verdict("2 2\n1 2 1\n2\n", "KaHyPar"), "changes removes repeated pins: 1; drops one-pin nets: 1");
+  EXPECT_EQ(verdict("1 2\n1 3\n", "KaHyPar"), "refuses cell-out-of-range at 2:3");
+  EXPECT_EQ(verdict("1 2\n1 3\n", "gpmetis"), "other-format it reads metis");
+  EXPECT_EQ(program_names().size(), verdicts_on(lint_text("hmetis", "1 2\n1 2\n"), {}).size());
 }
 
 TEST(Lint, ReportsAFileThatCannotBeOpened) {

@@ -41,11 +41,13 @@ std::string list_of_rules() {
   return lines_of(entries);
 }
 
+std::string example_of(const formats::Rule& rule) { return rule.example.empty() ? "" : shown(rule.example); }
+
 std::string page_of(const formats::Rule& rule) {
   std::string page = std::string(rule.name) + " (" + std::string(name_of(rule.severity)) +
                      "): " + std::string(rule.summary) + "\n\n" + std::string(rule.text) + "\n";
   if (!rule.example.empty())
-    page += "\nExample (" + std::string(rule.format) + "):\n\n" + shown(rule.example);
+    page += "\nExample (" + std::string(rule.format) + "):\n\n" + example_of(rule);
   return page + "\nTo mend it: " + std::string(rule.mend) + "\n";
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 
+#include "formats/mend.h"
 #include "formats/programs.h"
 #include "formats/source.h"
 #include "tools/cli/console.h"
@@ -33,6 +34,9 @@ struct LintChoice {
   std::vector<std::string> labels;
   int nparts = 0;
   std::string programs;
+  bool fix = false;
+  std::string output;
+  formats::MendOptions mend;
   std::string rules;
   int most = 50;
   bool strict = false;
@@ -48,11 +52,15 @@ Examples:
   quillon lint circuit.hgr                       all findings, with line and column
   quillon lint --rules errors,duplicate-pin *.hgr
   quillon lint --explain duplicate-pin
+  quillon lint circuit.hgr --fix -o sound.hgr    repeated pins removed, cells counted from 1
 
 Names all that is wrong with files: errors, for which the tool refuses a file; warnings on what is allowed but likely a
 mistake; notes on what some programs treat differently. One cause gives one finding.
 
 --rules selects rules by name, or by errors, warnings and notes; a minus before a word omits them: --rules=-notes.
+--fix mends what has one meaning only: the number that cells count from, repeated pins, the announced number of pins,
+line ends, blanks and comments. A file with other errors is not written.
+
 The exit status is 1 if there are errors, with --strict also if there are warnings.)";
 
 // The rules that words select.
@@ -161,12 +169,31 @@ class FileLinter {
           companions.push_back(
               formats::lint_companion(name, files.kind, result, choice_.nparts, options.most_kept));
       }
+    if (choice_.fix) return fix(file, result);
     int status = report(std::move(result), !choice_.programs.empty());
     for (LintResult& companion : companions) status = std::max(status, report(std::move(companion), false));
     return status;
   }
 
  private:
+  // Reports on what was found, and writes the mended file. Nothing is left to find fault with then.
+  int fix(const std::string& file, const LintResult& result) {
+    formats::refuse_to_replace({file}, choice_.output);
+    formats::Mended mended = formats::mend(
+        file, result, {choice_.input.model, choice_.input.add_diagonal, choice_.input.pairs}, choice_.mend);
+    formats::Record record;
+    const formats::Labels names{std::move(mended.lists.cell_names), std::move(mended.lists.net_names)};
+    formats::to_record(std::move(mended.lists), record);
+    OutputOptions output;
+    if (formats::format_of_file(choice_.output) == nullptr) output.to = result.format;
+    output.write.model = choice_.input.model;
+    output.write.labels = &names;
+    formats::Outputs outputs(force());
+    write_output(outputs, choice_.output, record.h, output);
+    outputs.publish([&] { print_beside(choice_.output, [&] { report_.add_mended(result, mended.done); }); });
+    return kSuccess;
+  }
+
   int report(LintResult result, bool with_programs) {
     std::vector<formats::ProgramVerdict> verdicts;
     if (with_programs) verdicts = formats::verdicts_on(result, programs_);
@@ -184,6 +211,8 @@ class FileLinter {
 int lint_files(const LintChoice& choice) {
   if (choice.files.size() > 1 && has_companions(choice))
     throw UsageError("with --part, --fix-file, --perm or --labels there is one FILE");
+  if (choice.fix && (choice.files.size() > 1 || choice.files.front() == "-"))
+    throw UsageError("with --fix there is one FILE, which is not standard input");
   LintReport report({choice.json    ? LintReport::Kind::kJson
                      : choice.sarif ? LintReport::Kind::kSarif
                                     : LintReport::Kind::kText,
@@ -210,6 +239,21 @@ int run(const LintChoice& choice) {
   return lint_files(choice);
 }
 
+void add_fix(Options& options, LintChoice& chosen) {
+  Option fix = options.flag("--fix", chosen.fix, "Write a mended file");
+  Option output = options.file("-o,--output", "OUT", chosen.output, ValueKind::kHypergraphOut,
+                               "The mended file; its suffix can choose another format");
+  fix.needs(output);
+  output.needs(fix);
+  options.flag("--fix-drop-empty", chosen.mend.drop_empty_nets, "Drop nets without pins too").needs(fix);
+  options.flag("--fix-drop-one-pin", chosen.mend.drop_one_pin_nets, "Drop nets of one pin too").needs(fix);
+  options
+      .flag("--fix-merge-parallel", chosen.mend.merge_parallel_nets,
+            "Merge nets of the same cells too, and add up their weights")
+      .needs(fix);
+  add_force(options);
+}
+
 std::function<int()> declare(Options& options) {
   auto chosen = std::make_shared<LintChoice>();
   options.files("FILE", chosen->files, ValueKind::kHypergraphIn, "Hypergraph files; - is standard input");
@@ -217,6 +261,7 @@ std::function<int()> declare(Options& options) {
   options.texts("--fix-file", "FIXFILE", chosen->fixed, "Fix file of the hypergraph to check; repeatable");
   options.texts("--perm", "PERMFILE", chosen->permutations, "Permutation of the cells to check; repeatable");
   options.texts("--labels", "LABELSFILE", chosen->labels, "Labels of cells and nets to check; repeatable");
+  add_fix(options, *chosen);
   options.number("-k", "K", 1, chosen->nparts, "Number of parts (default: by the partition)");
   options.text("--for", "PROGRAMS", chosen->programs,
                "Say which programs take the files: names separated by commas, or all");

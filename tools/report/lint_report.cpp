@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "formats/notes.h"
@@ -34,6 +35,14 @@ void print_finding_text(const Finding& finding) {
 void print_excerpt(const formats::Excerpt& excerpt) {
   if (excerpt.text.empty()) return;
   uprintf("  %s\n  %s^\n", shown(excerpt.text).c_str(), std::string(excerpt.caret, ' ').c_str());
+}
+
+void print_findings(const LintResult& result) {
+  for (std::size_t k = 0; k < result.findings.size(); ++k) {
+    print_finding_text(result.findings[k]);
+    if (k < result.excerpts.size()) print_excerpt(result.excerpts[k]);
+    if (!result.findings[k].hint.empty()) uprintf("  hint: %s\n", shown(result.findings[k].hint).c_str());
+  }
 }
 
 std::string counted_all(const LintResult& result) {
@@ -92,12 +101,28 @@ void LintReport::add(const LintResult& result, const std::vector<formats::Progra
     for (const formats::ProgramVerdict& verdict : verdicts) print_verdict(verdict);
 }
 
-void LintReport::print_text(const LintResult& result) const {
-  for (std::size_t k = 0; k < result.findings.size(); ++k) {
-    print_finding_text(result.findings[k]);
-    if (k < result.excerpts.size()) print_excerpt(result.excerpts[k]);
-    if (!result.findings[k].hint.empty()) uprintf("  hint: %s\n", shown(result.findings[k].hint).c_str());
+void LintReport::add_mended(const LintResult& found, const std::vector<formats::RuleCount>& done) {
+  LintResult mended{found.file, found.format, {}, {}, done, 0, 0, {}};
+  for (const formats::RuleCount& rule : done) {
+    const auto first =
+        std::find_if(found.findings.begin(), found.findings.end(),
+                     [&rule](const Finding& finding) { return finding.rule == rule.rule->name; });
+    Finding finding = first == found.findings.end() ? Finding{} : *first;
+    finding.hint.clear();
+    finding.file = found.file;
+    finding.rule = rule.rule->name;
+    finding.severity = Severity::kNote;
+    finding.message =
+        "mended: " + std::string(rule.rule->summary) + ", " + formats::counted(rule.count, "time");
+    mended.findings.push_back(std::move(finding));
   }
+  if (options_.kind != Kind::kText || options_.only_results) return add(mended);
+  print_findings(mended);
+  uprintf("%s: %s\n", shown(found.file).c_str(), done.empty() ? "nothing to mend" : "mended");
+}
+
+void LintReport::print_text(const LintResult& result) const {
+  print_findings(result);
   if (!result.counts.empty() || !options_.is_quiet)
     uprintf("%s: %s\n", shown(result.file).c_str(),
             result.counts.empty() ? coloured(STDOUT_FILENO, Colour::kGreen, "ok").c_str()

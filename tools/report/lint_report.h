@@ -32,6 +32,9 @@ class LintReport {
 
   void add(const formats::LintResult& result, const std::vector<formats::ProgramVerdict>& verdicts = {});
 
+  /// Reports what was mended in a file.
+  void add_mended(const formats::LintResult& found, const std::vector<formats::RuleCount>& done);
+
   /// Prints what concerns all files together. Call it once.
   void finish();
 
