@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 
@@ -39,11 +40,18 @@ class Clauses {
     if (nclauses_ == header_.nclauses)
       unexpected(in, token, "trailing-text",
                  "nothing after the " + counted(header_.nclauses, "clause") + " of the header");
-    const int literal = as_number(in, token, literals_);
-    if (literal != 0)
-      clause_.push_back(literal);
-    else
-      end_clause();
+    const std::optional<int> literal = number_in(token, literals_);
+    if (clause_.empty()) locate(in, {Item::kNet, nclauses_ + 1, Item::kLine}, token.offset);
+    if (!literal) {
+      report_number(in, token, literals_, "");
+      note_damage(in, nclauses_ + 1);
+    } else if (*literal != 0) {
+      locate(in, {Item::kNet, nclauses_ + 1, Item::kFirstPin + std::ssize(clause_)}, token.offset);
+      clause_.push_back(*literal);
+      offsets_.push_back(token.offset);
+    } else {
+      end_clause(in);
+    }
   }
 
   // `token` is what stands after the last clause.
@@ -59,12 +67,13 @@ class Clauses {
   }
 
  private:
-  void end_clause() {
-    if (has_repeated_variables()) drop_repeated();
+  void end_clause(const Scanner& in) {
+    if (has_repeated_variables()) drop_repeated(in);
     for (const int literal : clause_)
       lists_.nadj.push_back(by_literal_ ? 2 * std::abs(literal) - (literal > 0 ? 1 : 0) : std::abs(literal));
     end_net(lists_);
     clause_.clear();
+    offsets_.clear();
     ++nclauses_;
   }
 
@@ -76,17 +85,25 @@ class Clauses {
   }
 
   // Keeps the first of literals, or of variables, that are given more than once.
-  void drop_repeated() {
+  void drop_repeated(const Scanner& in) {
     std::set<int> seen;
     std::size_t kept = 0;
-    for (const int literal : clause_) {
+    for (std::size_t k = 0; k < clause_.size(); ++k) {
+      const int literal = clause_[k];
       const bool is_repeated = !seen.insert(literal).second;
       const bool is_opposed = !is_repeated && !by_literal_ && seen.contains(-literal);
       nrepeated_ += is_repeated ? 1 : 0;
       nopposed_ += is_opposed ? 1 : 0;
+      if (is_repeated) note_repetition(in, k, "duplicate-pin", " stands in its clause before");
+      if (is_opposed) note_repetition(in, k, "opposed-literals", " and its negation stand in one clause");
       if (!is_repeated && !is_opposed) clause_[kept++] = literal;
     }
     clause_.resize(kept);
+  }
+
+  void note_repetition(const Scanner& in, std::size_t k, const char* rule, const char* what) const {
+    if (in.audit != nullptr)
+      note_oddity(in, place_of(in, offsets_[k]), rule, "literal " + std::to_string(clause_[k]) + what);
   }
 
   NetLists& lists_;
@@ -94,8 +111,9 @@ class Clauses {
   const bool by_literal_;
   const Range literals_;
   int nclauses_ = 0;
-  std::vector<int> clause_;     // the literals of the clause that has not ended yet
-  std::vector<int> variables_;  // scratch
+  std::vector<int> clause_;           // the literals of the clause that has not ended yet
+  std::vector<std::size_t> offsets_;  // of these literals
+  std::vector<int> variables_;        // scratch
   std::int64_t nrepeated_ = 0;
   std::int64_t nopposed_ = 0;
 };
@@ -104,6 +122,7 @@ class Clauses {
 Token begin_line(Scanner& in) {
   Token token = next_token(in);
   while (token.text.starts_with('c')) {
+    note_comment(in, token.offset);
     skip_line(in);
     token = next_token(in);
   }
@@ -111,8 +130,10 @@ Token begin_line(Scanner& in) {
 }
 
 Header read_header(Scanner& in) {
-  if (const Token p = begin_line(in); p.text != "p")
-    unexpected(in, p, "bad-banner", "a line p cnf VARIABLES CLAUSES");
+  constexpr const char* kLine = "a line p cnf VARIABLES CLAUSES";
+  const Token p = begin_line(in);
+  if (p.text != "p") unexpected(in, p, p.text.empty() ? "header-missing" : "bad-banner", kLine);
+  note_header(in, p.offset);
   if (const Token kind = next_on_line(in); kind.text != "cnf")
     unexpected(in, kind, "bad-banner", "cnf",
                kind.text == "wcnf" ? "weighted formulas are not read here" : "");

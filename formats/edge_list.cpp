@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
+#include "formats/findings.h"
 #include "formats/json_name.h"
 #include "formats/losses.h"
 #include "formats/name_bytes.h"
@@ -161,17 +163,38 @@ struct ThirdColumn {
   }
 };
 
+// Reads a line whose end is known. Returns whether there was no error.
+template <typename Read>
+bool read_whole_line(Scanner& in, Read read) try {
+  read();
+  return true;
+} catch (const BadFile& error) {
+  report(in, error.finding());
+  return false;
+}
+
+// The cells of a net, and its names. The net has not ended then.
+void read_names(Scanner& in, NetLists& lists, Names& cells, std::vector<Token>& names) {
+  Line line(in);
+  for (Token name = line.next(); !name.text.empty(); name = line.next()) {
+    if (names.empty()) locate(in, {Item::kNet, lists.nnets + 1, Item::kLine}, name.offset);
+    locate(in, {Item::kNet, lists.nnets + 1, Item::kFirstPin + std::ssize(names)}, name.offset);
+    names.push_back(name);
+    lists.nadj.push_back(cells.number_of(line.as_name(name)));
+  }
+}
+
 void read_nets(Scanner& in, NetLists& lists) {
   Names cells;
   ThirdColumn third_column;
   std::vector<Token> names;
   begin_nets(lists, 0);
   while (!at_end(in)) {
-    Line line(in);
     names.clear();
-    for (Token name = line.next(); !name.text.empty(); name = line.next()) {
-      names.push_back(name);
-      lists.nadj.push_back(cells.number_of(line.as_name(name)));
+    if (!read_whole_line(in, [&] { read_names(in, lists, cells, names); })) {
+      note_damage(in, ++lists.nnets);
+      drop_net(lists, false);
+      continue;
     }
     if (names.empty()) continue;
     third_column.look_at(names);
@@ -182,36 +205,56 @@ void read_nets(Scanner& in, NetLists& lists) {
   lists.ncells = cells.size();
   lists.cell_names = texts_of(cells);
   lists.net_names = numbers_up_to(lists.nnets);
-  if (third_column.may_be_weights)
-    lists.remarks.emplace_back(
-        "every line has three names, the last a number; weights are not read from lists");
+  if (!third_column.may_be_weights) return;
+  const char* const remark = "every line has three names, the last a number; weights are not read from lists";
+  lists.remarks.emplace_back(remark);
+  note_oddity(in, {}, "maybe-weights", remark);
 }
 
-void read_pairs(Scanner& in, NetLists& lists, Pairs order) {
+// The pins of a file, and for `lint` where they are.
+struct PinPairs {
   Names cells;
   Names nets;
   std::vector<Pin> pins;
-  while (!at_end(in)) {
-    Line line(in);
-    const Token first = line.next();
-    if (first.text.empty()) continue;
-    const Token second = line.next();
-    if (second.text.empty())
-      unexpected(in, second, "missing-pin",
-                 order == Pairs::kNetCell ? "a cell after its net" : "a net after its cell");
-    if (const Token third = line.next(); !third.text.empty())
-      unexpected(in, third, "trailing-text", "the end of the line after a pair",
-                 "weights are not read from lists");
-    const std::string names[2] = {line.as_name(first), line.as_name(second)};
-    const int net_column = order == Pairs::kNetCell ? 0 : 1;
-    pins.push_back({nets.number_of(names[net_column]), cells.number_of(names[1 - net_column])});
-  }
-  if (pins.empty()) unexpected(in, {{}, in.at}, "missing-line", "a pair of names");
-  lists.ncells = cells.size();
-  lists.nnets = nets.size();
-  group_by_net(lists, pins);
-  lists.cell_names = texts_of(cells);
-  lists.net_names = texts_of(nets);
+  std::vector<std::size_t> offsets;
+};
+
+void read_pair(Scanner& in, Pairs order, PinPairs& pairs) {
+  Line line(in);
+  const Token first = line.next();
+  if (first.text.empty()) return;
+  const Token second = line.next();
+  if (second.text.empty())
+    unexpected(in, second, "missing-pin",
+               order == Pairs::kNetCell ? "a cell after its net" : "a net after its cell");
+  if (const Token third = line.next(); !third.text.empty())
+    unexpected(in, third, "trailing-text", "the end of the line after a pair",
+               "weights are not read from lists");
+  const std::string names[2] = {line.as_name(first), line.as_name(second)};
+  const int net_column = order == Pairs::kNetCell ? 0 : 1;
+  pairs.pins.push_back(
+      {pairs.nets.number_of(names[net_column]), pairs.cells.number_of(names[1 - net_column])});
+  if (in.audit != nullptr) pairs.offsets.push_back(first.offset);
+}
+
+void give_to_audit(const Scanner& in, const PinPairs& pairs) {
+  if (in.audit == nullptr || !in.audit->pins) return;
+  std::vector<int> numbers;
+  numbers.reserve(2 * pairs.pins.size());
+  for (const Pin& pin : pairs.pins) numbers.insert(numbers.end(), {pin.net, pin.cell});
+  in.audit->pins({numbers, pairs.nets.size(), pairs.cells.size(), false, pairs.offsets});
+}
+
+void read_pairs(Scanner& in, NetLists& lists, Pairs order) {
+  PinPairs pairs;
+  while (!at_end(in)) read_whole_line(in, [&] { read_pair(in, order, pairs); });
+  if (pairs.pins.empty()) unexpected(in, {{}, in.at}, "missing-line", "a pair of names");
+  give_to_audit(in, pairs);
+  lists.ncells = pairs.cells.size();
+  lists.nnets = pairs.nets.size();
+  group_by_net(lists, pairs.pins);
+  lists.cell_names = texts_of(pairs.cells);
+  lists.net_names = texts_of(pairs.nets);
 }
 
 }  // namespace

@@ -2,10 +2,11 @@
 
 #include <utility>
 
-namespace quillon::formats {
-namespace {
+#include "formats/rules.h"
 
-const char* name_of(Severity severity) {
+namespace quillon::formats {
+
+std::string_view name_of(Severity severity) {
   switch (severity) {
     case Severity::kError:
       return "error";
@@ -16,8 +17,6 @@ const char* name_of(Severity severity) {
   }
   return "";
 }
-
-}  // namespace
 
 std::string text_of(const Finding& finding) {
   std::string text;

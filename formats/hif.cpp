@@ -12,9 +12,11 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
 #include "formats/item_names.h"
 #include "formats/json_text.h"
 #include "formats/name_bytes.h"
@@ -81,6 +83,7 @@ struct Document {
   Items nodes;
   Items edges;
   std::vector<Run> runs;
+  std::vector<std::size_t> offsets;  // of the incidences, for `lint` only
   std::int64_t nrepeated_records = 0;
   std::int64_t nincidence_weights = 0;
   std::int64_t ndirections = 0;
@@ -190,13 +193,14 @@ class Reader {
   }
 
   // Strings are shown without their quotes.
-  [[noreturn]] void bad_value(const JsonWord& word, const std::string& expected) const {
+  [[noreturn]] void bad_value(const JsonWord& word, const std::string& expected,
+                              const char* rule = "bad-json-value") const {
     check_bytes();
     const std::size_t last = json_.last_of(word);
     const std::size_t begin = json_.start_of_word(last);
     std::string_view shown = in_.text.substr(begin, last + 1 - begin);
     if (shown.size() > 2 && shown.front() == '"') shown = shown.substr(1, shown.size() - 2);
-    unexpected(in_, {shown, begin}, "bad-json-value", expected);
+    unexpected(in_, {shown, begin}, rule, expected);
   }
 
   [[noreturn]] void missing_key(const std::string& what) const {
@@ -209,8 +213,8 @@ class Reader {
     const JsonWord word = json_.key();
     const std::string_view plain = word.text().substr(1, word.text().size() - 2);
     const unsigned bit = bit_of(table, word.is_plain ? plain : std::string_view(JsonText::value_of(word)));
-    if ((bit & allowed) == 0) bad_value(word, expected);
-    if ((bit & seen) != 0) bad_value(word, "each key once");
+    if ((bit & allowed) == 0) bad_value(word, expected, "unknown-key");
+    if ((bit & seen) != 0) bad_value(word, "each key once", "repeated-key");
     seen |= bit;
     json_.expect(':');
     return bit;
@@ -238,13 +242,23 @@ class Reader {
     if (json_.accept(']')) return;
     do {
       begin_record(json_.skip_blanks());
-      if (!json_.accept('{'))
-        bad_value(json_.value(), "an object for each of the " + std::string(name_of(kSections, section_)));
-      read_record();
-      store_record();
+      read_or_skip_record();
     } while (json_.accept(','));
     json_.expect(']');
     flush();
+  }
+
+  // A record with an error is skipped if somebody listens.
+  void read_or_skip_record() try {
+    if (!json_.accept('{'))
+      bad_value(json_.value(), "an object for each of the " + std::string(name_of(kSections, section_)));
+    read_record();
+    store_record();
+  } catch (const BadFile& error) {
+    if (*record_.begin == '[') throw;
+    report(in_, error.finding());
+    json_.go_back_to(record_.begin);
+    if (is(json_.value(), '{')) json_.skip_object();
   }
 
   // To assign a new record would be slower: it stores every byte.
@@ -369,6 +383,7 @@ class Reader {
     if (!has_room) flush();
     if (edge.is_there) edges_.add(edge);
     if (node.is_there) nodes_.add(node);
+    begins_[size_] = json_.offset_of(record_.begin);
     weights_[size_++] = record_.weight;
   }
 
@@ -395,6 +410,7 @@ class Reader {
       if (runs.empty() || runs.back().net != nets[k])
         runs.push_back({nets[k], static_cast<int>(lists_.nadj.size())});
       lists_.nadj.push_back(cells[k]);
+      if (in_.audit != nullptr) document_.offsets.push_back(begins_[k]);
     }
   }
 
@@ -404,23 +420,33 @@ class Reader {
       const auto item = static_cast<std::size_t>(numbers[k]);
       if (items.is_listed[item]) {
         ++document_.nrepeated_records;
+        note_record(k, "repeated-record", "has been listed before; the first record counts");
         continue;
       }
       items.is_listed[item] = true;
       items.listed.push_back(numbers[k]);
-      if (weights_[k]) set_weight(items, item, *weights_[k]);
+      if (weights_[k] && !set_weight(items, item, *weights_[k]))
+        note_record(k, "weight-not-whole", "has a weight that is no integer of 32 bits; 1 is used");
     }
   }
 
-  void set_weight(Items& items, std::size_t item, double w) {
+  void note_record(std::size_t k, const char* rule, const char* what) const {
+    if (in_.audit != nullptr)
+      note_oddity(in_, place_of(in_, begins_[k]), rule,
+                  std::string(section_ == kNodes ? "this node " : "this edge ") + what);
+  }
+
+  // Returns whether the weight fits.
+  bool set_weight(Items& items, std::size_t item, double w) {
     constexpr double kLeast = std::numeric_limits<int>::min();
     constexpr double kLargest = std::numeric_limits<int>::max();
     if (w < kLeast || w > kLargest || w != std::floor(w)) {
       ++document_.nunfit_weights;
-      return;
+      return false;
     }
     if (item >= items.weights.size()) items.weights.resize(items.is_listed.size(), 1);
     items.weights[item] = static_cast<int>(w);
+    return true;
   }
 
   Scanner& in_;
@@ -436,7 +462,8 @@ class Reader {
   Batch nodes_;
   Batch edges_;
   std::array<std::optional<double>, kAtOnce> weights_{};
-  std::deque<std::string> texts_;  // of identifiers with escapes
+  std::array<std::size_t, kAtOnce> begins_{};  // offsets
+  std::deque<std::string> texts_;              // of identifiers with escapes
 };
 
 // Numbers of the hypergraph by those in `items.names`, entry 0 not used: listed items first, then the others
@@ -534,6 +561,65 @@ void number_nets(NetLists& lists, Items edges, std::vector<Run> runs) {
   lists.net_names = names_by_number(edges, nets);
 }
 
+// Net of each pin, in the order of the file.
+std::vector<int> nets_of_pins(const std::vector<Run>& runs, std::size_t npins) {
+  std::vector<int> nets(npins);
+  for (std::size_t r = 0; r < runs.size(); ++r) {
+    const std::size_t end = r + 1 < runs.size() ? static_cast<std::size_t>(runs[r + 1].begin) : npins;
+    std::fill(nets.begin() + runs[r].begin, nets.begin() + static_cast<std::ptrdiff_t>(end), runs[r].net);
+  }
+  return nets;
+}
+
+// Nodes, or edges, that only incidences name, though there is a list of them.
+void note_unlisted(const Scanner& in, const Items& items, std::span<const int> named,
+                   const std::vector<std::size_t>& offsets, const std::string& kind) {
+  if (items.listed.empty()) return;
+  std::vector<bool> is_known = items.is_listed;
+  is_known.resize(static_cast<std::size_t>(items.names.size()) + 1);
+  for (std::size_t k = 0; k < named.size(); ++k) {
+    const auto item = static_cast<std::size_t>(named[k]);
+    if (is_known[item]) continue;
+    is_known[item] = true;
+    note_oddity(in, place_of(in, offsets[k]), ("unlisted-" + kind).c_str(),
+                kind + " " + items.names.text_of(named[k]) + " is not in the list of " + kind + "s");
+  }
+}
+
+// Strings that spell an integer which is a name too.
+void note_mixed(const Scanner& in, const Items& items, std::span<const int> named,
+                const std::vector<std::size_t>& offsets, const std::string& kind) {
+  std::unordered_set<std::string> integers;
+  for (int item = 1; item <= items.names.size(); ++item)
+    if (std::string text = items.names.text_of(item); text.front() != '"') integers.insert(std::move(text));
+  if (integers.empty() || std::ssize(integers) == items.names.size()) return;
+  std::vector<bool> is_done(static_cast<std::size_t>(items.names.size()) + 1);
+  for (std::size_t k = 0; k < named.size(); ++k) {
+    const auto item = static_cast<std::size_t>(named[k]);
+    if (is_done[item]) continue;
+    is_done[item] = true;
+    const std::string text = items.names.text_of(named[k]);
+    if (text.front() == '"' && integers.contains(text.substr(1, text.size() - 2)))
+      note_oddity(in, place_of(in, offsets[k]), "mixed-ids",
+                  kind + " " + text + " and " + kind + " " + text.substr(1, text.size() - 2) + " differ");
+  }
+}
+
+// For `lint`.
+void audit_document(const Scanner& in, const NetLists& lists, const Document& document) {
+  const std::vector<int> nets = nets_of_pins(document.runs, lists.nadj.size());
+  const std::span<const int> cells(lists.nadj.data(), lists.nadj.size());
+  note_unlisted(in, document.nodes, cells, document.offsets, "node");
+  note_unlisted(in, document.edges, nets, document.offsets, "edge");
+  note_mixed(in, document.nodes, cells, document.offsets, "node");
+  note_mixed(in, document.edges, nets, document.offsets, "edge");
+  std::vector<int> numbers;
+  numbers.reserve(2 * nets.size());
+  for (std::size_t k = 0; k < nets.size(); ++k) numbers.insert(numbers.end(), {nets[k], cells[k]});
+  in.audit->pins(
+      {numbers, document.edges.names.size(), document.nodes.names.size(), false, document.offsets});
+}
+
 }  // namespace
 
 void read_hif(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
@@ -546,6 +632,7 @@ void read_hif(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
     bad_text(in, error.place(), "bad-json", error.what());
   }
   note_losses(lists, document);
+  if (in.audit != nullptr && in.audit->pins) audit_document(in, lists, document);
   number_cells(lists, std::move(document.nodes));  // before its pins get the order of the nets
   number_nets(lists, std::move(document.edges), std::move(document.runs));
 }

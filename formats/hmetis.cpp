@@ -1,5 +1,6 @@
 #include "formats/hmetis.h"
 
+#include "formats/audit.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mirror_sum.h"
@@ -38,52 +39,65 @@ void read_format(const Scanner& in, const Token& token, Header& header) {
 
 Header read_header(Scanner& in) {
   Header header{};
-  header.nnets = as_number(in, next_in_header(in), count_range("the number of nets"));
+  const Token nnets = next_in_header(in);
+  header.nnets = as_number(in, nnets, first_count_range("the number of nets"));
+  note_header(in, nnets.offset);
   header.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
   read_format(in, next_on_line(in), header);
   expect_line_end(in, "the header", kMayBeMetis);
   return header;
 }
 
-[[noreturn]] void bad_cell(const Scanner& in, const Token& token, const Header& header, const Range& cells) {
+void bad_cell(const Scanner& in, const Token& token, const Header& header, const Range& cells) {
   const char* hint = "";
   if (token.text == "0")
     hint = "hMETIS counts cells from 1; does this file count from 0?";
   else if (number_in(token, {cells.max + 1, header.nnets, ""}))
     hint = "the header gives the number of nets first; are its numbers swapped, or is this a METIS graph?";
-  unexpected(in, token, cells.rule, cells.meaning, hint);
+  report_number(in, token, cells, hint);
 }
 
 void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
+  const auto j = static_cast<int>(lists.xnadj.size()) - 1;
+  locate(in, {Item::kNet, j, Item::kLine}, in.at);
   if (header.net_weights) {
-    const std::string net = "the weight of net " + std::to_string(lists.xnadj.size() - 1);
-    lists.net_weights.push_back(as_number(in, next_on_line(in), weight_range(net)));
+    const Token weight = next_on_line(in);
+    locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
+    lists.net_weights.push_back(
+        as_number(in, weight, weight_range("the weight of net " + std::to_string(j))));
   }
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> cell = number_in(token, cells);
-    if (!cell) bad_cell(in, token, header, cells);
-    lists.nadj.push_back(*cell);
+    if (!cell) {
+      bad_cell(in, token, header, cells);
+      note_damage(in, j);
+      continue;
+    }
+    locate(in, {Item::kNet, j, Item::kFirstPin + pins_of_last_net(lists)}, token.offset);
+    lists.nadj.push_back(*cell + 1 - cells.min);
   }
   end_net(lists);
   skip_line(in);
 }
 
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
-  const Range cells = cell_range(header.ncells, 1);
-  const NetForm form{header.net_weights, false, 1, kMostPins};
+  const int first = first_cell_of(in, 1);
+  const Range cells = cell_range(header.ncells, first);
+  const NetForm form{header.net_weights, false, first, kMostPins};
   for (int j = 1; j <= header.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
       j += nread;
       continue;
     }
     if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, header.nnets));
-    if (!read_line(in, [&] { read_net(in, lists, header, cells); })) drop_net(lists, header.net_weights);
-    ++j;
+    read_or_drop_net(in, lists, j++, header.net_weights, [&] { read_net(in, lists, header, cells); });
   }
 }
 
 void read_cell_weight(Scanner& in, NetLists& lists, const std::string& item) {
-  lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(item)));
+  const Token weight = next_on_line(in);
+  locate(in, {Item::kCellWeight, std::ssize(lists.cell_weights), 0}, weight.offset);
+  lists.cell_weights.push_back(as_number(in, weight, weight_range(item)));
   expect_line_end(in, item);
 }
 
@@ -131,15 +145,18 @@ bool looks_like_graph(const NetLists& lists) {
 void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
   lists.ncells = header.ncells;
+  note_counts(in, header.ncells, header.nnets);
   begin_nets(lists, header.nnets);
   if (header.net_weights) lists.net_weights.push_back(0);
   begin_lines(in, {});
   read_nets(in, lists, header);
   if (header.cell_weights) read_cell_weights(in, lists, header);
   read_rest(in, header);
-  if (looks_like_graph(lists))
-    lists.remarks.emplace_back(
-        "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one");
+  if (!looks_like_graph(lists)) return;
+  const char* const remark =
+      "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one";
+  lists.remarks.emplace_back(remark);
+  note_oddity(in, {}, "looks-like-metis", remark);
 }
 
 void write_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {

@@ -122,6 +122,9 @@ class JsonText {
   /// Reads the next value. Of an object or an array, only the bracket that opens it.
   JsonWord value();
 
+  /// Reads on from a place that has been read before.
+  void go_back_to(const char* at) { at_ = at; }
+
   /// Skips the rest of an object, to any depth. One that holds itself to a depth of n needs n bits.
   void skip_object();
 

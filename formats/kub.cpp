@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "formats/audit.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -17,33 +18,42 @@
 namespace quillon::formats {
 namespace {
 
-[[noreturn]] void bad_cell(const Scanner& in, const Token& token, int nnets, const Range& cells) {
+void bad_cell(const Scanner& in, const Token& token, int nnets, const Range& cells) {
   const char* hint = "";
   if (cells.max >= 0 && number_in(token, {cells.max + 1, cells.max + 1, ""}))
     hint = "kub counts cells from 0; does this file count from 1?";
   else if (number_in(token, {cells.max + 1, nnets - 1, ""}))
     hint = "the number of cells comes first, that of nets second; are they swapped?";
-  unexpected(in, token, cells.rule, cells.meaning, hint);
+  report_number(in, token, cells, hint);
 }
 
 void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
   const std::string net = of_all("net", j, lists.nnets);
-  lists.net_weights.push_back(as_number(in, next_on_line(in), weight_range("the weight of " + net)));
-  const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net));
+  locate(in, {Item::kNet, j, Item::kLine}, in.at);
+  const Token weight = next_on_line(in);
+  locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
+  lists.net_weights.push_back(as_number(in, weight, weight_range("the weight of " + net)));
+  const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net, "bad-count"));
   for (int k = 1; k <= size; ++k) {
     const Token token = next_on_line(in);
     if (token.text.empty()) unexpected(in, token, "missing-pin", of_all("pin", k, size) + " of " + net);
     const std::optional<int> cell = number_in(token, cells);
-    if (!cell) bad_cell(in, token, lists.nnets, cells);
-    lists.nadj.push_back(*cell + 1);
+    if (!cell) {
+      bad_cell(in, token, lists.nnets, cells);
+      note_damage(in, j);
+      continue;
+    }
+    locate(in, {Item::kNet, j, Item::kFirstPin + k - 1}, token.offset);
+    lists.nadj.push_back(*cell + 1 - cells.min);
   }
   end_net(lists);
   expect_line_end(in, counted(size, "pin"));
 }
 
 void read_nets(Scanner& in, NetLists& lists) {
-  const Range cells = cell_range(lists.ncells, 0);
-  const NetForm form{true, true, 0, kMostPins};
+  const int first = first_cell_of(in, 0);
+  const Range cells = cell_range(lists.ncells, first);
+  const NetForm form{true, true, first, kMostPins};
   lists.net_weights.push_back(0);
   for (int j = 1; j <= lists.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
@@ -51,7 +61,7 @@ void read_nets(Scanner& in, NetLists& lists) {
       continue;
     }
     const bool is_missing = at_end(in);
-    if (!read_line(in, [&] { read_net(in, lists, j, cells); })) drop_net(lists, true);
+    read_or_drop_net(in, lists, j, true, [&] { read_net(in, lists, j, cells); });
     if (is_missing) return;
     ++j;
   }
@@ -59,7 +69,9 @@ void read_nets(Scanner& in, NetLists& lists) {
 
 void read_cell_weight(Scanner& in, NetLists& lists, int i) {
   const std::string weight = "the weight of " + of_all("cell", i, lists.ncells);
-  lists.cell_weights.push_back(as_number(in, next_on_line(in), weight_range(weight)));
+  const Token token = next_on_line(in);
+  locate(in, {Item::kCellWeight, i, 0}, token.offset);
+  lists.cell_weights.push_back(as_number(in, token, weight_range(weight)));
   expect_line_end(in, weight);
 }
 
@@ -97,7 +109,9 @@ std::uintmax_t kub_bytes(const Hypergraph& h) {
 }  // namespace
 
 void read_kub(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
-  lists.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
+  const Token ncells = next_on_line(in);
+  lists.ncells = as_number(in, ncells, first_count_range("the number of cells"));
+  note_header(in, ncells.offset);
   expect_line_end(in, "the number of cells");
   begin_nets(lists, as_number(in, next_on_line(in), count_range("the number of nets")));
   expect_line_end(in, "the number of nets");

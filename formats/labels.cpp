@@ -2,8 +2,10 @@
 
 #include <optional>
 
+#include "formats/findings.h"
 #include "formats/json_name.h"
 #include "formats/names.h"
+#include "formats/part_readers.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
 
@@ -54,21 +56,31 @@ void read_label(Scanner& in, Named& names) {
 
 void check_complete(const Scanner& in, const Named& names) {
   for (std::size_t k = 1; k < names.by_number.size(); ++k)
-    if (names.by_number[k].empty())
-      unexpected(in, {{}, in.at}, "missing-name", "the name of " + names.kind + " " + std::to_string(k));
+    if (names.by_number[k].empty()) {
+      const Place place = place_of(in, in.at);
+      report(in,
+             {"missing-name", Severity::kError, in.name, place.line, place.column,
+              "found the end of the file, expected the name of " + names.kind + " " + std::to_string(k), ""});
+    }
 }
 
 }  // namespace
 
 Labels read_labels(const std::string& filename, int ncells, int nnets) {
   Scanner in = open_scanner(filename);
+  return read_labels(in, ncells, nnets);
+}
+
+Labels read_labels(Scanner& in, int ncells, int nnets) {
   Labels labels{std::vector<std::string>(static_cast<std::size_t>(ncells) + 1),
                 std::vector<std::string>(static_cast<std::size_t>(nnets) + 1)};
   Named cells{labels.cells, "cell"};
   Named nets{labels.nets, "net"};
   for (Token kind = next_token(in); !kind.text.empty(); kind = next_token(in)) {
-    if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "bad-keyword", "cell or net");
-    read_label(in, kind.text == "cell" ? cells : nets);
+    read_line(in, [&] {
+      if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "bad-keyword", "cell or net");
+      read_label(in, kind.text == "cell" ? cells : nets);
+    });
   }
   check_complete(in, cells);
   check_complete(in, nets);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "formats/audit.h"
 #include "formats/stream.h"
 
 namespace quillon::formats {
@@ -18,7 +19,8 @@ bool find_run(const Scanner& in, Scanner::Stream& stream) {
 }  // namespace
 
 void begin_lines(Scanner& in, const LineShape& shape) {
-  if (in.stream == nullptr || at_end(in)) return;
+  const bool by_words = in.audit != nullptr && in.audit->is_locating();
+  if (in.stream == nullptr || by_words || at_end(in)) return;
   Scanner::Stream& stream = *in.stream;
   stream.enter(stream.queue.start(shape, in.at));
 }

@@ -10,8 +10,10 @@
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 #include "formats/text_writer.h"
@@ -28,6 +30,7 @@ struct Header {
   int nrows = 0;
   int ncolumns = 0;
   int nentries = 0;
+  int first = 1;     // number of the first row and column
   Place size_place;  // of the number of rows
 };
 
@@ -48,7 +51,9 @@ void read_banner(Scanner& in, Header& header) {
   for (const char* const word : {"%%matrixmarket", "matrix"}) {
     const Token token = next_on_line(in);
     if (lower(token.text) != word)
-      unexpected(in, token, "bad-banner", std::string("a first line ") + kBanner);
+      unexpected(in, token, token.text.empty() ? "header-missing" : "bad-banner",
+                 std::string("a first line ") + kBanner,
+                 lower(token.text) == "%matrixmarket" ? "the line begins with two percent signs" : "");
   }
   const Token layout = next_on_line(in);
   if (lower(layout.text) == "array")
@@ -87,7 +92,8 @@ Header read_header(Scanner& in) {
   read_banner(in, header);
   skip_blank_lines(in, true);
   const Token nrows = next_on_line(in);
-  header.nrows = as_number(in, nrows, count_range("the number of rows"));
+  header.nrows = as_number(in, nrows, first_count_range("the number of rows"));
+  note_header(in, nrows.offset);
   header.size_place = place_of(in, nrows.offset);
   const Token ncolumns = next_on_line(in);
   header.ncolumns = as_number(in, ncolumns, count_range("the number of columns"));
@@ -121,27 +127,36 @@ struct Ranges {
   Range columns;
 };
 
-Range index_range(const std::string& what, int count) {
-  return {
-      1, count,
-      count == 0 ? "no " + what + ", as there are none" : "a " + what + " from 1 to " + std::to_string(count),
-      "cell-out-of-range"};
+Range index_range(const std::string& what, int count, int first) {
+  const int last = count - 1 + first;
+  return {first, last,
+          count == 0 ? "no " + what + ", as there are none"
+                     : "a " + what + " from " + std::to_string(first) + " to " + std::to_string(last),
+          "cell-out-of-range"};
 }
 
+// From 1; 0 if it is out of range and somebody listens.
 int as_index(const Scanner& in, const Token& token, const Range& range) {
-  const std::optional<int> index = number_in(token, range);
-  if (!index)
-    unexpected(in, token, range.rule, range.meaning,
-               token.text == "0" ? "Matrix Market counts from 1; does this file count from 0?" : "");
-  return *index;
+  if (const std::optional<int> index = number_in(token, range)) return *index + 1 - range.min;
+  report_number(in, token, range,
+                token.text == "0" ? "Matrix Market counts from 1; does this file count from 0?" : "");
+  return 0;
 }
 
+// Without a row, there was an error that somebody listens to.
 Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k) {
   const Token row = next_on_line(in);
+  locate(in, {Item::kNet, k, Item::kLine}, row.offset);
   const Place place = header.skew ? place_of(in, row.offset) : Place{};
   Entry entry{};
   entry.row = as_index(in, row, ranges.rows);
   entry.column = as_index(in, next_on_line(in), ranges.columns);
+  if (entry.row == 0 || entry.column == 0) {
+    const bool reaches_last = entry.row == header.nrows || entry.column == header.ncolumns;
+    if (in.audit != nullptr && reaches_last) in.audit->reaches_last = true;
+    skip_line(in);
+    return {};
+  }
   if (header.skew && entry.row == entry.column)
     bad_text(in, place, "diagonal-entry",
              "found an entry on the diagonal, expected none in a skew-symmetric matrix");
@@ -156,8 +171,11 @@ Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k)
 bool is_sound(const int* pairs, int count, const Header& header) {
   unsigned outside = 0;
   for (int k = 0; k < count; k += 2) {
-    outside |= static_cast<unsigned>(pairs[k] - 1) >= static_cast<unsigned>(header.nrows) ? 1U : 0U;
-    outside |= static_cast<unsigned>(pairs[k + 1] - 1) >= static_cast<unsigned>(header.ncolumns) ? 1U : 0U;
+    outside |=
+        static_cast<unsigned>(pairs[k] - header.first) >= static_cast<unsigned>(header.nrows) ? 1U : 0U;
+    outside |= static_cast<unsigned>(pairs[k + 1] - header.first) >= static_cast<unsigned>(header.ncolumns)
+                   ? 1U
+                   : 0U;
   }
   for (int k = 0; header.skew && k < count; k += 2) outside |= pairs[k] == pairs[k + 1] ? 1U : 0U;
   return outside == 0;
@@ -172,14 +190,32 @@ bool read_plain_entries(Scanner& in, Ints& entries, const Header& header) {
   for (int k = 0; k < lines.count; ++k) odd |= lines.size(k) & ~2;  // a line has two indices, or it is blank
   if (odd != 0 || !is_sound(lines.numbers, lines.nnumbers, header)) return false;
   const auto count = static_cast<std::size_t>(lines.nnumbers);
-  std::copy_n(lines.numbers, count, entries.extend(count));
+  int* const added = entries.extend(count);
+  std::transform(lines.numbers, lines.numbers + count, added,
+                 [shift = 1 - header.first](int index) { return index + shift; });
   skip_all_lines(in);
   return true;
 }
 
+void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges, Ints& entries) {
+  const int k = static_cast<int>(entries.size() / 2) + 1;
+  Entry entry{};
+  if (skips_net(in, k))
+    skip_line(in);
+  else
+    read_line(in, [&] { entry = read_entry(in, header, ranges, k); });
+  if (entry.row == 0) {
+    note_damage(in, k);
+    entry = {1, 1};
+  }
+  entries.push_back(entry.row);
+  entries.push_back(entry.column);
+}
+
 // Row and column of each entry. With a listener there may be fewer than announced.
 Ints read_entries(Scanner& in, const Header& header) {
-  const Ranges ranges{index_range("row", header.nrows), index_range("column", header.ncolumns)};
+  const Ranges ranges{index_range("row", header.nrows, header.first),
+                      index_range("column", header.ncolumns, header.first)};
   Ints entries("matrix: entries");
   entries.reserve(2 * static_cast<std::size_t>(header.nentries));
   begin_lines(in, {.nvalues = header.values_per_entry, .whole_values = header.whole_values});
@@ -189,10 +225,7 @@ Ints read_entries(Scanner& in, const Header& header) {
     skip_blank_lines(in, false);
     if (at_end(in))
       unexpected(in, {{}, in.at}, "missing-line", of_all("entry", nread() + 1, header.nentries));
-    Entry entry{1, 1};
-    read_line(in, [&] { entry = read_entry(in, header, ranges, nread() + 1); });
-    entries.push_back(entry.row);
-    entries.push_back(entry.column);
+    read_or_drop_entry(in, header, ranges, entries);
   }
   expect_end(in, "the " + std::to_string(header.nentries) +
                      (header.nentries == 1 ? " entry of the header" : " entries of the header"));
@@ -389,9 +422,12 @@ void check_room_for(const Header& header, Model model) {
 }  // namespace
 
 void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options) {
-  const Header header = read_header(in);
+  Header header = read_header(in);
+  header.first = first_cell_of(in, 1);
   check_room_for(header, options.model);
   Ints entries = read_entries(in, header);
+  if (in.audit != nullptr && in.audit->pins)
+    in.audit->pins({{entries.data(), entries.size()}, header.nrows, header.ncolumns, header.mirrored});
   check_options(in, header, options);
   std::vector<int> diagonal;
   if (options.add_diagonal) diagonal = marks_of_diagonal(entries, header.nrows);

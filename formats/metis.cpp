@@ -4,13 +4,17 @@
 #include <cstdint>
 #include <memory>
 #include <numeric>
+#include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
 #include "formats/graph.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mirror_sum.h"
+#include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 #include "hypergraph/detail/lists.h"
@@ -26,6 +30,7 @@ struct Header {
   bool vertex_weights = false;
   bool edge_weights = false;
   int weights_per_vertex = 1;
+  int first = 1;       // number of the first vertex
   Place nedges_place;  // of the number of edges
 };
 
@@ -45,7 +50,9 @@ void read_format(const Scanner& in, const Token& token, Header& header) {
 Header read_header(Scanner& in) {
   skip_comments(in);
   Header header;
-  header.nvertices = as_number(in, next_on_line(in), count_range("the number of vertices"));
+  const Token nvertices = next_on_line(in);
+  header.nvertices = as_number(in, nvertices, first_count_range("the number of vertices"));
+  note_header(in, nvertices.offset);
   const Token nedges = next_on_line(in);
   header.nedges = as_number(in, nedges, count_range("the number of edges"));
   header.nedges_place = place_of(in, nedges.offset);
@@ -74,23 +81,41 @@ int read_vertex_weights(Scanner& in, const Header& header, const std::string& ve
   return first;
 }
 
-// Calls visit(v, w, offset) for each vertex v that vertex u names.
+void report_self_loop(const Scanner& in, const Token& token, int u) {
+  const Place place = place_of(in, token.offset);
+  report(in, {"self-loop", Severity::kError, in.name, place.line, place.column,
+              "found " + shown(in, token) + ", expected another vertex than " + std::to_string(u) + " itself",
+              ""});
+}
+
+// Calls visit(v, w, offset) for each vertex v that vertex u names. Returns whether there was no error.
 template <typename Visit>
-void read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
-  const Range vertices{1, header.nvertices, "a vertex from 1 to " + std::to_string(header.nvertices),
+bool read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
+  const int last = header.nvertices - 1 + header.first;
+  const Range vertices{header.first, last,
+                       "a vertex from " + std::to_string(header.first) + " to " + std::to_string(last),
                        "cell-out-of-range"};
+  bool sound = true;
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
-    const std::optional<int> v = number_in(token, vertices);
-    if (!v)
-      unexpected(in, token, vertices.rule, vertices.meaning,
-                 token.text == "0" ? "METIS counts vertices from 1; does this file count from 0?" : "");
-    if (*v == u) unexpected(in, token, "self-loop", "another vertex than " + std::to_string(u) + " itself");
-    const int w =
-        header.edge_weights
-            ? as_number(in, next_on_line(in), weight_range("the weight of the edge to " + std::to_string(*v)))
-            : 1;
-    visit(*v, w, token.offset);
+    const std::optional<int> number = number_in(token, vertices);
+    const int v = number ? *number + 1 - header.first : 0;
+    if (!number)
+      report_number(in, token, vertices,
+                    token.text == "0" ? "METIS counts vertices from 1; does this file count from 0?" : "");
+    if (v == u) report_self_loop(in, token, u);
+    if (!number || v == u) {
+      sound = false;
+      if (header.edge_weights) next_on_line(in);
+      continue;
+    }
+    locate(in, {Item::kNet, u, Item::kFirstPin + v}, token.offset);
+    const int w = header.edge_weights
+                      ? as_number(in, next_on_line(in),
+                                  weight_range("the weight of the edge to " + std::string(token.text)))
+                      : 1;
+    visit(v, w, token.offset);
   }
+  return sound;
 }
 
 std::string vertex_name(int u, const Header& header) { return of_all("vertex", u, header.nvertices); }
@@ -200,20 +225,21 @@ std::vector<Mention> all_mentions(Scanner& in, const Header& header) {
   return mentions;
 }
 
-// The place of a mention, counted from 0.
-Place find_mention(Scanner& in, const Header& header, std::size_t index) {
-  Place place;
+// The places of mentions, by ascending indices from 0.
+std::vector<Place> find_mentions(Scanner& in, const Header& header, const std::vector<std::size_t>& indices) {
+  std::vector<Place> places;
   skip_header(in);
   std::size_t nread = 0;
-  for (int u = 1; u <= header.nvertices && nread <= index; ++u) {
+  for (int u = 1; u <= header.nvertices && places.size() < indices.size(); ++u) {
     skip_comments(in);
     read_vertex_weights(in, header, vertex_name(u, header));
     read_mentions(in, header, u, [&](int /*v*/, int /*w*/, std::size_t offset) {
-      if (nread++ == index) place = place_of(in, offset);
+      if (places.size() < indices.size() && nread++ == indices[places.size()])
+        places.push_back(place_of(in, offset));
     });
     skip_line(in);
   }
-  return place;
+  return places;
 }
 
 // Sorts indices of mentions stably by one of their vertices.
@@ -227,36 +253,52 @@ std::vector<std::size_t> sorted_by(const std::vector<std::size_t>& order, int nv
   return sorted;
 }
 
-// The first thing that is wrong with an edge.
+// What is wrong with an edge.
 struct BadEdge {
-  std::size_t mention;  // its index
+  std::size_t mention;  // index of the one that messages point to
   const char* rule;
   std::string what;
 };
 
-// Mentions of one edge stand together in the order of the file: those by its smaller end come first.
-BadEdge find_bad_edge(const std::vector<Mention>& mentions, const std::vector<std::size_t>& order) {
+// The mentions of an edge come in the order of the file: those by its smaller end first.
+std::optional<BadEdge> bad_edge_of(const std::vector<Mention>& mentions, std::span<const std::size_t> same) {
   const char* const kOnce = "expected it there only once";
-  const auto is_same = [&](std::size_t a, std::size_t b) {
-    return b < order.size() && edge_of(mentions[order[a]]) == edge_of(mentions[order[b]]);
-  };
-  for (std::size_t k = 0; k < order.size(); k += 2) {
-    const Mention& there = mentions[order[k]];
-    if (!is_same(k, k + 1))
-      return {order[k], "asymmetric-edge",
-              "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) + " too"};
-    const Mention& back = mentions[order[k + 1]];
-    if (back.u == there.u) return {order[k + 1], "repeated-edge", kOnce};
-    if (there.w != back.w)
-      return {order[k + 1], "asymmetric-edge",
-              "with weight " + std::to_string(back.w) + ", expected " + std::to_string(there.w) +
-                  " as on the line of " + std::to_string(there.u)};
-    if (is_same(k, k + 2)) return {order[k + 2], "repeated-edge", kOnce};
-  }
-  return {order.size(), "", ""};
+  const Mention& there = mentions[same[0]];
+  if (same.size() == 1)
+    return BadEdge{
+        same[0], "asymmetric-edge",
+        "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) + " too"};
+  const Mention& back = mentions[same[1]];
+  if (back.u == there.u) return BadEdge{same[1], "repeated-edge", kOnce};
+  if (there.w != back.w)
+    return BadEdge{same[1], "asymmetric-edge",
+                   "with weight " + std::to_string(back.w) + ", expected " + std::to_string(there.w) +
+                       " as on the line of " + std::to_string(there.u)};
+  if (same.size() > 2) return BadEdge{same[2], "repeated-edge", kOnce};
+  return std::nullopt;
 }
 
-// Reads the file again to find which edge is not named once by either end, and where.
+// The edges that are not named once by either end, in the order of their mentions: the first one, or all that
+// somebody listens for.
+std::vector<BadEdge> find_bad_edges(const Scanner& in, const std::vector<Mention>& mentions,
+                                    const std::vector<std::size_t>& order) {
+  std::vector<BadEdge> bad_edges;
+  for (std::size_t begin = 0, end = 0; begin < order.size(); begin = end) {
+    while (end < order.size() && edge_of(mentions[order[end]]) == edge_of(mentions[order[begin]])) ++end;
+    std::optional<BadEdge> bad = bad_edge_of(mentions, std::span(order).subspan(begin, end - begin));
+    if (!bad) continue;
+    if (in.audit == nullptr || in.audit->wants(bad->rule))
+      bad_edges.push_back(std::move(*bad));
+    else
+      in.audit->count(bad->rule);
+    if (in.listener == nullptr) break;
+  }
+  std::sort(bad_edges.begin(), bad_edges.end(),
+            [](const BadEdge& a, const BadEdge& b) { return a.mention < b.mention; });
+  return bad_edges;
+}
+
+// Reads the file again to find which edges are not named once by either end, and where.
 void explain_edges(Scanner& in, const Header& header) {
   const std::unique_ptr<Scanner> again = read_again(in);
   const std::vector<Mention> mentions = all_mentions(*again, header);
@@ -264,14 +306,17 @@ void explain_edges(Scanner& in, const Header& header) {
   std::iota(order.begin(), order.end(), std::size_t{0});
   order = sorted_by(order, header.nvertices, [&](std::size_t k) { return edge_of(mentions[k]).second; });
   order = sorted_by(order, header.nvertices, [&](std::size_t k) { return edge_of(mentions[k]).first; });
-  const BadEdge bad = find_bad_edge(mentions, order);
-  if (bad.mention == mentions.size()) return;  // the file has changed
-
-  const Mention& mention = mentions[bad.mention];
-  const Place place = find_mention(*read_again(*again), header, bad.mention);
-  bad_text(in, place, bad.rule,
-           "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
-               std::to_string(mention.u) + ", " + bad.what);
+  const std::vector<BadEdge> bad_edges = find_bad_edges(in, mentions, order);
+  std::vector<std::size_t> indices;
+  for (const BadEdge& bad : bad_edges) indices.push_back(bad.mention);
+  const std::vector<Place> places = find_mentions(*read_again(*again), header, indices);
+  for (std::size_t k = 0; k < places.size(); ++k) {  // fewer than there are edges if the file has changed
+    const Mention& mention = mentions[bad_edges[k].mention];
+    report(in, {bad_edges[k].rule, Severity::kError, in.name, places[k].line, places[k].column,
+                "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
+                    std::to_string(mention.u) + ", " + bad_edges[k].what,
+                ""});
+  }
 }
 
 // How many numbers of a line are not about edges.
@@ -285,7 +330,8 @@ bool is_sound(const int* numbers, std::int64_t count, int u, const Header& heade
   if (count < head || (count - head) % step != 0) return false;
   bool sound = true;
   for (std::int64_t k = head; k < count; k += step)
-    sound = sound && numbers[k] >= 1 && numbers[k] <= header.nvertices && numbers[k] != u;
+    sound = sound && numbers[k] >= header.first && numbers[k] - header.first < header.nvertices &&
+            numbers[k] + 1 - header.first != u;
   return sound;
 }
 
@@ -302,25 +348,30 @@ int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, Edge
   for (int k = 0; k < count; ++k) {
     const int* const line = lines.line(k);
     if (header.vertex_weights) lists.cell_weights.push_back(line[header.vertex_sizes ? 1 : 0]);
-    if (step == 1) {
+    if (step == 1 && header.first == 1) {
       edges.add_line(u + k, line + head, lines.line(k + 1));
       continue;
     }
     edges.begin_line(u + k);
-    for (std::int64_t m = head; m < lines.size(k); m += 2) edges.add(line[m], line[m + 1]);
+    for (std::int64_t m = head; m < lines.size(k); m += step)
+      edges.add(line[m] + 1 - header.first, step == 2 ? line[m + 1] : 1);
     edges.end_line();
   }
   if (count > 0) skip_lines(in, count);
   return count;
 }
 
-void read_vertex(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u) {
+// Returns whether there was no error.
+bool read_vertex(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u) {
+  locate(in, {Item::kNet, u, Item::kLine}, in.at);
   const int weight = read_vertex_weights(in, header, vertex_name(u, header));
   if (header.vertex_weights) lists.cell_weights.push_back(weight);
   edges.begin_line(u);
-  read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) { edges.add(v, w); });
+  const bool sound =
+      read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) { edges.add(v, w); });
   edges.end_line();
   skip_line(in);
+  return sound;
 }
 
 // Returns whether no line has an error.
@@ -333,7 +384,13 @@ bool read_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReade
     }
     if (!skip_to_line(in))
       unexpected(in, {{}, in.at}, "missing-line", "the line of " + vertex_name(u, header));
-    if (!read_line(in, [&] { read_vertex(in, lists, header, edges, u); })) sound = false;
+    bool is_sound_line = false;
+    if (skips_net(in, u))
+      skip_line(in);
+    else
+      read_line(in, [&] { is_sound_line = read_vertex(in, lists, header, edges, u); });
+    sound = sound && is_sound_line;
+    if (!is_sound_line) note_damage(in, u);
     ++u;
     if (header.vertex_weights) lists.cell_weights.resize(static_cast<std::size_t>(u), 1);
   }
@@ -356,7 +413,8 @@ void note_losses(NetLists& lists, const Header& header) {
 
 void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   prepare_second_read(in);
-  const Header header = read_header(in);
+  Header header = read_header(in);
+  header.first = first_cell_of(in, 1);
   lists.ncells = header.nvertices;
   begin_nets(lists, header.nedges);
   lists.nadj.reserve(std::min(2 * static_cast<std::size_t>(header.nedges), kMostPins) + 2);
@@ -367,7 +425,10 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const bool sound = read_vertices(in, lists, header, edges);
   expect_comments(in, "the lines of " + counted_vertices(header));
   if (!sound) return;
-  if (!edges.are_sound()) explain_edges(in, header);
+  if (!edges.are_sound()) {
+    explain_edges(in, header);
+    if (in.listener != nullptr) return;
+  }
   const std::size_t nedges = edges.nmentions() / 2;
   if (nedges != static_cast<std::size_t>(header.nedges)) {
     bad_text(in, header.nedges_place, "edge-count",

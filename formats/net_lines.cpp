@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "formats/audit.h"
 #include "formats/lines.h"
 
 namespace quillon::formats {
@@ -101,6 +102,29 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   }
   skip_lines(in, count);
   return count;
+}
+
+void read_or_drop_net(Scanner& in, NetLists& lists, int net, bool has_weights,
+                      const std::function<void()>& read) {
+  if (skips_net(in, net)) {
+    skip_line(in);
+    drop_net(lists, has_weights);
+    return;
+  }
+  if (read_line(in, read)) return;
+  note_damage(in, net);
+  drop_net(lists, has_weights);
+}
+
+std::int64_t pins_of_last_net(const NetLists& lists) {
+  return static_cast<std::int64_t>(lists.nadj.size()) - lists.xnadj.back();
+}
+
+int first_cell_of(const Scanner& in, int first) {
+  if (in.audit == nullptr) return first;
+  if (in.audit->starts_from.has_value()) first = *in.audit->starts_from;
+  in.audit->first_cell = first;
+  return first;
 }
 
 int read_plain_weights(Scanner& in, std::vector<int>& weights, int count) {

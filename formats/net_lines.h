@@ -6,6 +6,8 @@
 /// and return 0 if there are none or anything is wrong with them: then lines have to be read one by one.
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "formats/net_lists.h"
@@ -28,6 +30,22 @@ struct NetForm {
 /// @param form   What lines consist of.
 /// @return       Number of nets read, up to those that `lists` still lacks.
 int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form);
+
+/// Reads the line of a net by its words. A line with an error gives a net without pins.
+///
+/// @param net          Its number.
+/// @param has_weights  Whether net weights are read.
+/// @param read         Reads to the start of the next line, and ends the net.
+/// @throws BadFile     if there is an error and nobody listens.
+void read_or_drop_net(Scanner& in, NetLists& lists, int net, bool has_weights,
+                      const std::function<void()>& read);
+
+/// @return  Pins of the net that has not ended yet.
+std::int64_t pins_of_last_net(const NetLists& lists);
+
+/// @param first  Number of the first cell by the rules of the format.
+/// @return       The number to read it as: `lint` can say otherwise.
+int first_cell_of(const Scanner& in, int first);
 
 /// Reads weights, one a line.
 ///

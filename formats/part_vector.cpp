@@ -6,8 +6,11 @@
 #include <span>
 #include <utility>
 
+#include "formats/audit.h"
+#include "formats/findings.h"
 #include "formats/lines.h"
 #include "formats/net_lists.h"
+#include "formats/part_readers.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
 
@@ -73,20 +76,26 @@ std::size_t line_of_number(Scanner& in, std::size_t index) {
   return place_of(in, token.offset).line;
 }
 
-[[noreturn]] void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int cell) {
+// Somebody who listens wants to read on: the line of the first is not looked for then.
+void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int cell) {
   const Place place = place_of(in, token.offset);
-  const std::string found = shown(in, token);
-  const auto first =
-      static_cast<std::size_t>(std::find(order.begin() + 1, order.end(), cell) - order.begin());
-  const std::string line = std::to_string(line_of_number(*read_again(in), first));
-  bad_text(in, place, "repeated-cell",
-           "found " + found + ", expected a cell not named before, which it was on line " + line);
+  std::string message = "found " + shown(in, token) + ", expected a cell not named before";
+  if (in.listener == nullptr) {
+    const auto first =
+        static_cast<std::size_t>(std::find(order.begin() + 1, order.end(), cell) - order.begin());
+    message += ", which it was on line " + std::to_string(line_of_number(*read_again(in), first));
+  }
+  report(in, {"repeated-cell", Severity::kError, in.name, place.line, place.column, message, ""});
 }
 
 }  // namespace
 
 std::vector<int> read_parts(const std::string& filename, int ncells, int nparts, int first) {
   Scanner in(filename);
+  return read_parts(in, ncells, nparts, first);
+}
+
+std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
   const bool is_bounded = nparts < kAnyNumber;
   const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
   const std::string range = ", from " + std::to_string(first) +
@@ -107,13 +116,15 @@ std::vector<int> read_parts(const std::string& filename, int ncells, int nparts,
     if (!part) {
       const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
       const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
-      unexpected(in, token, "part-out-of-range", "the part number" + range + std::to_string(parts.size()),
-                 is_large ? "if there are more parts than cells, say it with -k and --allow-empty-parts"
-                 : is_last_from_1 ? "if the parts count from 1, say it with --parts-from 1"
-                                  : "");
+      const std::string meaning = "the part number" + range + std::to_string(parts.size());
+      report_number(in, token, {first, last, meaning, "part-out-of-range", "missing-part"},
+                    is_large ? "if there are more parts than cells, say it with -k and --allow-empty-parts"
+                    : is_last_from_1 ? "if the parts count from 1, say it with --parts-from 1"
+                                     : "");
+      if (token.text.empty()) return parts;
     }
-    has_part_0 = has_part_0 || *part == 0;
-    parts.push_back(*part - first);
+    has_part_0 = has_part_0 || part == 0;
+    parts.push_back(part.value_or(first) - first);
     end_line(in);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
@@ -123,6 +134,10 @@ std::vector<int> read_parts(const std::string& filename, int ncells, int nparts,
 
 std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int nparts, int first) {
   Scanner in(filename);
+  return read_fixed_parts(in, ncells, nparts, first);
+}
+
+std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first) {
   const int last = nparts == 0 ? kAnyNumber : nparts - 1 + first;
   const std::string range = "the part number, from " + std::to_string(first) +
                             (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
@@ -136,12 +151,13 @@ std::vector<int> read_fixed_parts(const std::string& filename, int ncells, int n
       continue;
     }
     const Token token = next_token(in);
-    if (number_in(token, {-1, -1, {}}))
-      parts.push_back(-1);
-    else
-      parts.push_back(
-          as_number(in, token, {first, last, range + std::to_string(parts.size()), "part-out-of-range"}) -
-          first);
+    const Range numbers{first, last, range + std::to_string(parts.size()), "part-out-of-range",
+                        "missing-part"};
+    const std::optional<int> part = number_in(token, numbers);
+    if (!part && !number_in(token, {-1, -1, {}})) report_number(in, token, numbers, "");
+    if (token.text.empty()) return parts;
+    parts.push_back(part ? *part - first : -1);
+    end_line(in);
   }
   expect_end(in, "the parts of " + std::to_string(ncells) + " cells");
   finish(in);
@@ -174,8 +190,13 @@ void write_parts_by_line(const std::vector<int>& parts, const char* filename) {
 
 std::vector<int> read_permutation(const std::string& filename, int ncells) {
   Scanner in(filename);
+  return read_permutation(in, ncells);
+}
+
+std::vector<int> read_permutation(Scanner& in, int ncells) {
   prepare_second_read(in);
-  const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells), "cell-out-of-range"};
+  const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells), "cell-out-of-range",
+                    "missing-part"};
   std::vector<int> order{0};
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   std::vector<char> named(nwanted, 0);
@@ -188,8 +209,10 @@ std::vector<int> read_permutation(const std::string& filename, int ncells) {
       continue;
     }
     const Token token = next_token(in);
-    const int cell = as_number(in, token, cells);
-    if (std::exchange(named[static_cast<std::size_t>(cell)], char{1}) != 0)
+    const int cell = number_in(token, cells).value_or(0);
+    if (cell == 0) report_number(in, token, cells, "");
+    if (token.text.empty()) return order;
+    if (cell != 0 && std::exchange(named[static_cast<std::size_t>(cell)], char{1}) != 0)
       named_twice(in, token, order, cell);
     order.push_back(cell);
     end_line(in);

@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "formats/audit.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -39,10 +40,14 @@ void read_format(const Scanner& in, const Token& token, Header& header) {
 Header read_header(Scanner& in, NetLists& lists) {
   skip_comments(in);
   Header header;
+  const Token numbering = next_number(in);
   header.numbering = as_number(
-      in, next_number(in), {0, 1, "the number that the file's cells begin with, 0 or 1", "bad-numbering"});
+      in, numbering,
+      {0, 1, "the number that the file's cells begin with, 0 or 1", "bad-numbering", "header-missing"});
+  note_header(in, numbering.offset);
   lists.ncells = as_number(in, next_number(in), count_range("the number of cells"));
   begin_nets(lists, as_number(in, next_number(in), count_range("the number of nets")));
+  note_counts(in, lists.ncells, lists.nnets);
   const Token npins = next_number(in);
   header.npins = as_number(in, npins, count_range("the number of pins"));
   header.npins_place = place_of(in, npins.offset);
@@ -58,8 +63,8 @@ Header read_header(Scanner& in, NetLists& lists) {
   return header;
 }
 
-[[noreturn]] void bad_cell(const Scanner& in, const Token& token, const Header& header, const NetLists& lists,
-                           const Range& cells) {
+void bad_cell(const Scanner& in, const Token& token, const Header& header, const NetLists& lists,
+              const Range& cells) {
   std::string hint;
   const int other_numbering = 1 - header.numbering;
   if (number_in(token, cell_range(lists.ncells, other_numbering)))
@@ -67,7 +72,7 @@ Header read_header(Scanner& in, NetLists& lists) {
            std::to_string(other_numbering) + "?";
   else if (number_in(token, {cells.max + 1, lists.nnets, ""}))
     hint = "the header gives the number of cells first, that of nets second; are they swapped?";
-  unexpected(in, token, cells.rule, cells.meaning, hint);
+  report_number(in, token, cells, hint);
 }
 
 // Our own files can hold negative weights.
@@ -84,28 +89,49 @@ const char* hint_on_format(const Header& header) {
              : "";
 }
 
+// Text after the last number of a net line.
+void note_ignored_text(Scanner& in) {
+  if (in.audit == nullptr) return;
+  const Token token = next_on_line(in);
+  if (!token.text.empty())
+    note_oddity(in, place_of(in, token.offset), "ignored-text",
+                "text from " + shown(in, token) + " on is ignored: it is no number");
+}
+
 void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
+  const auto j = static_cast<int>(lists.xnadj.size()) - 1;
+  locate(in, {Item::kNet, j, Item::kLine}, in.at);
   if (header.net_weights) {
-    const std::string net = "the weight of net " + std::to_string(lists.xnadj.size() - 1);
-    lists.net_weights.push_back(as_number(in, next_number(in), signed_weight_range(net)));
+    const Token weight = next_number(in);
+    locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
+    lists.net_weights.push_back(
+        as_number(in, weight, signed_weight_range("the weight of net " + std::to_string(j))));
   }
   while (const std::optional<Token> token = next_integer(in)) {
-    if (lists.nadj.size() == static_cast<std::size_t>(header.npins))
+    if (in.audit == nullptr && lists.nadj.size() == static_cast<std::size_t>(header.npins))
       unexpected(in, *token, "pin-count",
                  "no more than the " + counted(header.npins, "pin") + " of the header",
                  hint_on_format(header));
     const std::optional<int> cell = number_in(*token, cells);
-    if (!cell) bad_cell(in, *token, header, lists, cells);
-    lists.nadj.push_back(*cell + 1 - header.numbering);
+    if (!cell) {
+      bad_cell(in, *token, header, lists, cells);
+      note_damage(in, j);
+      continue;
+    }
+    locate(in, {Item::kNet, j, Item::kFirstPin + pins_of_last_net(lists)}, token->offset);
+    lists.nadj.push_back(*cell + 1 - cells.min);
   }
+  note_ignored_text(in);
   end_net(lists);
   skip_line(in);
 }
 
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
-  const Range cells = cell_range(lists.ncells, header.numbering);
-  const NetForm form{header.net_weights, false, header.numbering, static_cast<std::size_t>(header.npins)};
-  lists.nadj.reserve(form.most_pins + 2);
+  const int first = first_cell_of(in, header.numbering);
+  const Range cells = cell_range(lists.ncells, first);
+  const NetForm form{header.net_weights, false, first,
+                     in.audit == nullptr ? static_cast<std::size_t>(header.npins) : kMostPins};
+  lists.nadj.reserve(static_cast<std::size_t>(header.npins) + 2);
   if (header.net_weights) lists.net_weights.push_back(0);
   for (int j = 1; j <= lists.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
@@ -113,8 +139,7 @@ void read_nets(Scanner& in, NetLists& lists, const Header& header) {
       continue;
     }
     if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, lists.nnets));
-    if (!read_line(in, [&] { read_net(in, lists, header, cells); })) drop_net(lists, header.net_weights);
-    ++j;
+    read_or_drop_net(in, lists, j++, header.net_weights, [&] { read_net(in, lists, header, cells); });
   }
 }
 
@@ -147,15 +172,21 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
       if (at_end(in)) break;
       continue;
     }
-    if (k == 0) lists.cell_weights.push_back(as_number(in, *token, weights));
+    if (k == 0) {
+      locate(in, {Item::kCellWeight, std::ssize(lists.cell_weights), 0}, token->offset);
+      lists.cell_weights.push_back(as_number(in, *token, weights));
+    }
     k = (k + 1) % weights_per_cell;
   }
   if (const std::optional<Token> surplus = next_integer(in))
     unexpected(in, *surplus, "trailing-text",
                "nothing after the weights of " + counted(lists.ncells, "cell"));
-  if (const std::size_t nmissing = wanted - lists.cell_weights.size(); nmissing > 0)
-    lists.remarks.push_back("the file ends before " +
-                            counted(static_cast<std::int64_t>(nmissing), "cell weight") + ", set to 1");
+  if (const std::size_t nmissing = wanted - lists.cell_weights.size(); nmissing > 0) {
+    const std::string remark =
+        "the file ends before " + counted(static_cast<std::int64_t>(nmissing), "cell weight") + ", set to 1";
+    lists.remarks.push_back(remark);
+    note_oddity(in, place_of(in, in.at), "missing-weights", remark);
+  }
   lists.cell_weights.resize(wanted, 1);
 }
 
@@ -169,11 +200,15 @@ void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) 
   const Header header = read_header(in, lists);
   begin_lines(in, {});
   read_nets(in, lists, header);
-  if (lists.nadj.size() != static_cast<std::size_t>(header.npins))
+  if (in.audit != nullptr) {
+    in.audit->announced_pins = header.npins;
+    in.audit->announced_pins_place = header.npins_place;
+  } else if (lists.nadj.size() != static_cast<std::size_t>(header.npins)) {
     bad_text(in, header.npins_place, "pin-count",
              "found " + counted(static_cast<std::int64_t>(lists.nadj.size()), "pin") +
                  " on the net lines, expected the " + std::to_string(header.npins) + " of the header",
              hint_on_format(header));
+  }
 
   if (header.cell_weights) {
     skip_comments(in);

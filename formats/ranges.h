@@ -13,9 +13,14 @@ namespace quillon::formats {
 inline constexpr int kMostItems = std::numeric_limits<int>::max() - 2;
 
 /// @param what  Such as "the number of nets".
-inline Range count_range(const std::string& what) {
-  return {0, kMostItems, what + ", from 0 to " + std::to_string(kMostItems), "bad-count"};
+inline Range count_range(const std::string& what, const char* if_missing = "header-short") {
+  return {0, kMostItems, what + ", from 0 to " + std::to_string(kMostItems), "bad-count", if_missing};
 }
+
+/// The first number of a header.
+///
+/// @param what  Such as "the number of nets".
+inline Range first_count_range(const std::string& what) { return count_range(what, "header-missing"); }
 
 /// @param what  Such as "the weight of net 3".
 inline Range weight_range(const std::string& what) {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <limits>
 
+#include "formats/audit.h"
 #include "formats/findings.h"
 #include "formats/source.h"
 #include "formats/stream.h"
@@ -39,6 +41,7 @@ bool next_block(Scanner& scanner) {
   scanner.columns_before = before.size() - last_line + (nlines == 0 ? scanner.columns_before : 0);
   scanner.text = {block->text.data(), block->size};
   scanner.at = 0;
+  scanner.counted = {};
   stream.enter(block);
   return true;
 }
@@ -118,6 +121,7 @@ void prepare_second_read(Scanner& scanner) {
   scanner.whole = text;
   scanner.text = {};
   scanner.at = 0;
+  scanner.counted = {};
   scanner.lines_before = 0;
   scanner.columns_before = 0;
 }
@@ -188,7 +192,10 @@ void skip_line(Scanner& scanner) {
 }
 
 void skip_comments(Scanner& scanner) {
-  while (!at_end(scanner) && scanner.text[scanner.at] == '%') skip_line(scanner);
+  while (!at_end(scanner) && scanner.text[scanner.at] == '%') {
+    note_comment(scanner, scanner.at);
+    skip_line(scanner);
+  }
 }
 
 bool skip_to_line(Scanner& scanner) {
@@ -199,10 +206,15 @@ bool skip_to_line(Scanner& scanner) {
 bool at_end(Scanner& scanner) { return scanner.at == scanner.text.size() && !next_block(scanner); }
 
 Place place_of(const Scanner& scanner, std::size_t offset) {
-  Place place = place_in(scanner.text, offset);
-  if (place.line == 1) place.column += scanner.columns_before;
-  place.line += scanner.lines_before;
-  return place;
+  Scanner::Counted& counted = scanner.counted;
+  if (offset < counted.end) counted = {};
+  const std::string_view passed = scanner.text.substr(counted.end, offset - counted.end);
+  counted.nlines += static_cast<std::size_t>(std::count(passed.begin(), passed.end(), '\n'));
+  if (const std::size_t last = passed.rfind('\n'); last != std::string_view::npos)
+    counted.line_begin = counted.end + last + 1;
+  counted.end = offset;
+  return {scanner.lines_before + counted.nlines + 1,
+          offset - counted.line_begin + 1 + (counted.nlines == 0 ? scanner.columns_before : 0)};
 }
 
 std::optional<int> number_in(const Token& token, const Range& range) {
@@ -215,9 +227,18 @@ std::optional<int> number_in(const Token& token, const Range& range) {
   return value;
 }
 
+const char* broken_rule(const Token& token, const Range& range) {
+  if (token.text.empty()) return range.if_missing;
+  const std::string_view digits = token.text.substr(token.text.starts_with('-') ? 1 : 0);
+  if (digits.empty() || !std::all_of(digits.begin(), digits.end(), is_digit)) return "not-a-number";
+  return number_in(token, {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}})
+             ? range.rule
+             : "number-too-large";
+}
+
 int as_number(const Scanner& scanner, const Token& token, const Range& range) {
   const std::optional<int> value = number_in(token, range);
-  if (!value) unexpected(scanner, token, range.rule, range.meaning);
+  if (!value) unexpected(scanner, token, broken_rule(token, range), range.meaning);
   return *value;
 }
 

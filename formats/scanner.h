@@ -19,6 +19,7 @@
 
 namespace quillon::formats {
 
+class Audit;
 struct Finding;
 
 /// A line and a column of a text, both from 1.
@@ -50,6 +51,16 @@ struct Scanner {
   /// Whether the text was only read to the end of a block that is no text. Readers need not look: `finish`
   /// does.
   bool is_cut = false;
+
+  Audit* audit = nullptr;  ///< What `lint` wants to know beside errors; null for other readers.
+
+  /// How far `place_of` has counted line ends.
+  struct Counted {
+    std::size_t end = 0;         ///< Offset in the current block.
+    std::size_t nlines = 0;      ///< Line ends before.
+    std::size_t line_begin = 0;  ///< Offset after the last of them, or 0.
+  };
+  mutable Counted counted;  ///< Makes places in ascending order cheap.
 
   struct Stream;
   std::unique_ptr<Stream> stream;  ///< The blocks; null for a whole text.
@@ -104,8 +115,13 @@ struct Range {
   int min;                          ///< Smallest value.
   int max;                          ///< Largest value.
   std::string meaning;              ///< Such as "a cell number from 1 to 9".
-  const char* rule = "bad-number";  ///< Of the finding when the number is missing or out of range.
+  const char* rule = "bad-number";  ///< Of the finding when the number is out of range.
+  const char* if_missing = rule;    ///< Of the finding when the line or the text ends instead.
 };
+
+/// @param token  A word that is no number of the range.
+/// @return       The rule that it breaks: "not-a-number", "number-too-large" beyond 32 bits, or the range's.
+const char* broken_rule(const Token& token, const Range& range);
 
 /// Reads a whole file.
 ///
@@ -172,7 +188,7 @@ inline void put_back(Scanner& scanner, const Token& token) { scanner.at = token.
 /// @param scanner  Read only.
 /// @param offset   Of the byte in the current block, up to its length.
 /// @return         Its place.
-/// @par Cost       O(offset).
+/// @par Cost       O(offset); after a smaller offset in the same block, O(difference).
 Place place_of(const Scanner& scanner, std::size_t offset);
 
 /// Makes it possible to read the text a second time. A text that comes from a pipe is read into memory.

@@ -242,15 +242,19 @@ class Reader : public nlohmann::json_sax<json> {
   }
 
   // Strings are shown without their quotes.
-  [[noreturn]] void bad_value_at(std::size_t last, const std::string& expected) const {
+  [[noreturn]] void bad_value_at(std::size_t last, const std::string& expected,
+                                 const char* rule = "bad-json-value") const {
     const std::size_t begin = start_of_word(last);
     std::string_view word = std::string_view(text_).substr(begin, last + 1 - begin);
     if (word.size() > 2 && word.front() == '"') word = word.substr(1, word.size() - 2);
-    throw_finding(begin, "bad-json-value", "found " + shown(word) + ", expected " + expected);
+    throw_finding(begin, rule, "found " + shown(word) + ", expected " + expected);
   }
 
   // The value is what the parser has read last.
   [[noreturn]] void bad_value(const std::string& expected) const { bad_value_at(offset() - 1, expected); }
+  [[noreturn]] void bad_key(const std::string& expected, const char* rule) const {
+    bad_value_at(offset() - 1, expected, rule);
+  }
 
   // The parser has read one byte after a number, if there is one.
   [[noreturn]] void bad_number(const std::string& expected) const {
@@ -293,9 +297,10 @@ class Reader : public nlohmann::json_sax<json> {
                                                          {"network-type", Section::kNetworkType},
                                                          {"metadata", Section::kMetadata}};
     const auto found = sections.find(name);
-    if (found == sections.end()) bad_value("incidences, nodes, edges, network-type or metadata");
+    if (found == sections.end()) 
+      bad_key("incidences, nodes, edges, network-type or metadata", "unknown-key");
     for (const Section seen : sections_)
-      if (seen == found->second) bad_value("each key once");
+      if (seen == found->second) bad_key("each key once", "repeated-key");
     section_ = found->second;
     sections_.push_back(section_);
     if (section_ == Section::kIncidences) has_incidences_ = true;
@@ -310,10 +315,10 @@ class Reader : public nlohmann::json_sax<json> {
       const std::string keys = section_ == Section::kNodes   ? "node, weight or attrs"
                                : section_ == Section::kEdges ? "edge, weight or attrs"
                                                              : "edge, node, weight, direction or attrs";
-      bad_value(keys);
+      bad_key(keys, "unknown-key");
     }
     for (const std::string& seen : record_.keys)
-      if (seen == name) bad_value("each key once");
+      if (seen == name) bad_key("each key once", "repeated-key");
     record_.keys.push_back(name);
   }
 

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Updates the tables between "<!-- table NAME -->" and "<!-- end of table -->" in documents, from docs/tables/.
-# Usage: tables.sh GENERATOR [DOCUMENT...], by default README.md and docs/formats.md; GENERATOR is quillon_documents.
+# Usage: tables.sh GENERATOR [DOCUMENT...], by default README.md, docs/formats.md and docs/rules.md; GENERATOR is quillon_documents.
 set -euo pipefail
 shopt -s inherit_errexit
 [ $# -ge 1 ] || { echo "usage: tables.sh GENERATOR [DOCUMENT...]" >&2; exit 2; }
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 generator=$1
 shift
-[ $# -gt 0 ] || set -- "$root/README.md" "$root/docs/formats.md"
+[ $# -gt 0 ] || set -- "$root/README.md" "$root/docs/formats.md" "$root/docs/rules.md"
 
 for document in "$@"; do
   updated=$(

@@ -109,6 +109,12 @@ check_tables() {
   done
   [ "$ntables" = 2 ] || fail "the documents have $ntables tables"
 
+  cp "$source_dir/docs/rules.md" "$place/document.md"
+  sed -i '/^| `duplicate-pin` /d; /^## isolated-cell/d' "$place/document.md"
+  ! cmp -s "$source_dir/docs/rules.md" "$place/document.md" || fail "docs/rules.md has no tables of rules"
+  "$source_dir/scripts/tables.sh" "$generator" "$place/document.md"
+  same "docs/rules.md, which scripts/tables.sh updates" "$(cat "$place/document.md")" "$(cat "$source_dir/docs/rules.md")"
+
   refused() {  # refused WHAT NAME TEXT
     printf '%s\n' "$3" >"$place/$2"
     ! "$generator" "$place/$2" 2>/dev/null || fail "$1 is not refused"

@@ -140,7 +140,7 @@ TEST(Load, LeavesABrokenFileToTheReaderOfItsSuffix) {
   EXPECT_EQ(finding_of([&] { load(record, graph, {}); }).rule,
             finding_of([&] { read_file(graph, format("metis"), {}); }).rule);
   const std::string own = folder.write("a.qhg", "words\n");
-  EXPECT_EQ(finding_of([&] { load(record, own, {}); }).rule, "bad-numbering");
+  EXPECT_EQ(finding_of([&] { load(record, own, {}); }).rule, "not-a-number");
 }
 
 TEST(Load, RefusesAFileOfNoKnownFormat) {

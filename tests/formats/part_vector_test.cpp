@@ -55,19 +55,19 @@ TEST(ReadParts, SaysWhatIsWrongWithAFile) {
         "found \"2\", expected the part number, from 0 to 1, of cell 3"},
        {"0 -1 0", 1, 3, "part-out-of-range",
         "found \"-1\", expected the part number, from 0 to 1, of cell 2"},
-       {"0\n1\n", 3, 1, "part-out-of-range",
+       {"0\n1\n", 3, 1, "missing-part",
         "found the end of the file, expected the part number, from 0 to 1, of cell 3"},
        {"0 1\n0\n1\n", 3, 1, "trailing-text", "found \"1\", expected nothing after the parts of 3 cells"}});
   expect_findings(
       [](const char* name) { read_parts(name, 2, 0); },
       {{"0 2\n", 1, 3, "part-out-of-range", "found \"2\", expected the part number, from 0 to 1, of cell 2",
         "if there are more parts than cells, say it with -k and --allow-empty-parts"},
-       {"0 x\n", 1, 3, "part-out-of-range", "found \"x\", expected the part number, from 0 to 1, of cell 2"},
-       {"0 2147483648\n", 1, 3, "part-out-of-range",
+       {"0 x\n", 1, 3, "not-a-number", "found \"x\", expected the part number, from 0 to 1, of cell 2"},
+       {"0 2147483648\n", 1, 3, "number-too-large",
         "found \"2147483648\", expected the part number, from 0 to 1, of cell 2"}});
   expect_findings(
       [](const char* name) { read_parts(name, 1, kMost); },
-      {{"x", 1, 1, "part-out-of-range", "found \"x\", expected the part number, from 0, of cell 1"}});
+      {{"x", 1, 1, "not-a-number", "found \"x\", expected the part number, from 0, of cell 1"}});
 }
 
 TEST(ReadParts, CountsFrom1WhenAskedTo) {
@@ -128,7 +128,7 @@ TEST(ReadPermutation, ReadsWhatIsWritten) {
 TEST(ReadPermutation, SaysWhatIsWrongWithAFile) {
   expect_findings(
       [](const char* name) { read_permutation(name, 3); },
-      {{"1\n2\n", 3, 1, "cell-out-of-range", "found the end of the file, expected a cell number from 1 to 3"},
+      {{"1\n2\n", 3, 1, "missing-part", "found the end of the file, expected a cell number from 1 to 3"},
        {"1\n0\n2\n", 2, 1, "cell-out-of-range", "found \"0\", expected a cell number from 1 to 3"},
        {"4\n", 1, 1, "cell-out-of-range", "found \"4\", expected a cell number from 1 to 3"},
        {"1\n2\n 1\n", 3, 2, "repeated-cell",

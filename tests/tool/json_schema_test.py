@@ -88,6 +88,17 @@ class JsonOutput(unittest.TestCase):
         VALIDATOR.validate(line)
         self.assertEqual(line["no_longer_cut"], [1, 2])
 
+    def test_findings_of_lint_are_valid(self):
+        for line in self.lines("lint", "--json", "--for", "all", *FILES):
+            VALIDATOR.validate(line)
+            for path in range(len(list(objects_in(line)))):
+                if list(objects_in(line))[path] is line["counts"]:
+                    continue
+                for member in list(list(objects_in(line))[path]):
+                    broken = copy.deepcopy(line)
+                    del list(objects_in(broken))[path][member]
+                    self.assertFalse(VALIDATOR.is_valid(broken), member)
+
     def test_every_member_is_in_the_schema_and_required(self):
         checked = set()
         for line in self.all_lines():

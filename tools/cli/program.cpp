@@ -12,6 +12,7 @@
 
 #include "tools/cli/console.h"
 #include "tools/cli/help.h"
+#include "tools/cli/rule_text.h"
 #include "tools/cli/suggestions.h"
 #include "util/util.h"
 
@@ -111,6 +112,10 @@ int print_help(const CLI::App& app, const std::string& name) {
       return kSuccess;
     }
     known.push_back(command->get_name());
+  }
+  if (const formats::Rule* const rule = formats::rule_named(name); rule != nullptr) {
+    uprintf("%s", page_of(*rule).c_str());
+    return kSuccess;
   }
   print_usage_error("there is no help on '" + name + "'" + did_you_mean(name, known) +
                     "\nTry 'quillon help'.");

@@ -11,6 +11,7 @@ namespace quillon::tool {
 Command stats_command();
 Command check_command();
 Command dump_command();
+Command lint_command();
 Command prune_command();
 Command reorder_command();
 Command convert_command();

@@ -8,9 +8,12 @@
 #include <vector>
 
 #include "formats/formats.h"
+#include "formats/programs.h"
+#include "formats/rules.h"
 #include "formats/source.h"
 #include "tools/cli/help.h"
 #include "tools/cli/program.h"
+#include "tools/cli/rule_text.h"
 
 namespace quillon::tool {
 namespace {
@@ -212,6 +215,29 @@ void set_suffixes(data& root) {
   root.set("written_suffixes", joined(written, " "));
 }
 
+data rule_data(const formats::Rule& rule) {
+  data entry(data::type::object);
+  entry.set("name", std::string(rule.name));
+  entry.set("severity", std::string(name_of(rule.severity)));
+  entry.set("summary", std::string(rule.summary));
+  entry.set("text", std::string(rule.text));
+  entry.set("mend", std::string(rule.mend));
+  entry.set("example", text_or_false(example_of(rule)));
+  entry.set("format", std::string(rule.format));
+  return entry;
+}
+
+data program_data(const formats::ProgramRow& row) {
+  data entry(data::type::object);
+  entry.set("program", std::string(row.program) + (row.version == "-" ? "" : " " + std::string(row.version)));
+  entry.set("format", std::string(row.format));
+  entry.set("rule", text_or_false(row.rule == "-" ? "" : std::string(row.rule)));
+  entry.set("verdict", std::string(name_of(row.treatment)));
+  entry.set("text", std::string(row.text));
+  entry.set("source", std::string(row.source));
+  return entry;
+}
+
 }  // namespace
 
 data template_data(std::span<const Command> commands) {
@@ -230,6 +256,8 @@ data template_data(std::span<const Command> commands) {
   root.set("formats", list_of(formats::all_formats(), [&program](const formats::Format& format) {
              return format_data(format, program);
            }));
+  root.set("rules", list_of(formats::all_rules(), rule_data));
+  root.set("programs", list_of(formats::program_rows(), program_data));
   set_suffixes(root);
   return root;
 }

@@ -1,0 +1,57 @@
+#include "formats/audit.h"
+
+#include <limits>
+
+namespace quillon::formats {
+
+bool Audit::wants_line(Item::Kind kind, std::int64_t number) {
+  while (next < wanted.size() && wanted[next].item < Item{kind, number, 0}) ++next;
+  if (next == wanted.size()) throw AllFound();
+  return wanted[next].item.kind == kind && wanted[next].item.number == number;
+}
+
+void Audit::found(const Scanner& in, const Item& item, std::size_t offset) {
+  if (!wants_line(item.kind, item.number)) return;
+  for (std::size_t k = next; k < wanted.size() && wanted[k].item.number == item.number; ++k)
+    if (wanted[k].item == item && wanted[k].place.line == 0) wanted[k].place = place_of(in, offset);
+}
+
+void note_header(const Scanner& in, std::size_t offset) {
+  if (in.audit == nullptr) return;
+  const std::size_t line_begin = in.text.rfind('\n', offset) + 1;  // 0 if there is none
+  in.audit->header = place_of(in, line_begin);
+  in.audit->header_line = in.text.substr(line_begin, in.text.find('\n', offset) - line_begin);
+}
+
+void note_comment(const Scanner& in, std::size_t offset) {
+  if (in.audit == nullptr || in.audit->is_locating()) return;
+  if (in.audit->ncomments++ == 0) in.audit->comment = place_of(in, offset);
+}
+
+void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
+                 const std::string& hint) {
+  if (in.audit == nullptr || !in.audit->oddity) return;
+  if (in.audit->wants(rule))
+    in.audit->oddity({rule, Severity::kWarning, in.name, place.line, place.column, message, hint});
+  else
+    in.audit->count(rule);
+}
+
+void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
+  const char* const rule = broken_rule(token, range);
+  if (in.audit != nullptr) {
+    constexpr int kLeast = std::numeric_limits<int>::min();
+    constexpr int kLargest = std::numeric_limits<int>::max();
+    if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
+      in.audit->add_outside(*number);
+    if (!in.audit->wants(rule)) {
+      in.audit->count(rule);
+      return;
+    }
+  }
+  const Place place = place_of(in, token.offset);
+  report(in, {rule, Severity::kError, in.name, place.line, place.column,
+              "found " + shown(in, token) + ", expected " + range.meaning, hint});
+}
+
+}  // namespace quillon::formats

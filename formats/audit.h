@@ -1,0 +1,148 @@
+#pragma once
+/// @file
+/// What a reader tells `lint` beside the errors of a text. Internal to `formats/`.
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/findings.h"
+#include "formats/hidden.h"
+#include "formats/scanner.h"
+
+namespace quillon::formats {
+
+/// Something in a text that has a place, in the order of texts.
+struct Item {
+  enum Kind : int { kNet, kCellWeight };
+  /// Indices of what stands on the line of a net, before its pins.
+  enum Index : std::int64_t { kLine, kWeight, kFirstPin };
+
+  Kind kind = kNet;
+  std::int64_t number = 0;  ///< Of the net or the cell, from 1.
+  std::int64_t index = 0;   ///< On the line of a net: `kLine`, `kWeight`, or `kFirstPin` + k.
+
+  auto operator<=>(const Item&) const = default;
+};
+
+/// Cell numbers that a file must not have.
+struct Outside {
+  std::int64_t count = 0;
+  std::int64_t smallest = 0;
+  std::int64_t largest = 0;
+};
+
+/// Nets and cells in the order of a text that does not list pins net by net.
+struct PinList {
+  std::span<const int> numbers;  ///< Two for each pin: its net, its cell.
+  int nnets;
+  int ncells;
+  bool is_mirrored;                           ///< Pin (j, i) stands for pin (i, j) too.
+  std::span<const std::size_t> offsets = {};  ///< Of each pin in the text; empty: as items `kLine`.
+};
+
+/// On the first read, a reader fills it. On a second read it looks up the places of items.
+class QUILLON_HIDDEN Audit {
+ public:
+  // First read.
+  std::function<bool(std::string_view rule)> wants;  ///< Whether it still matters where findings are.
+  std::function<void(std::string_view rule)> count;  ///< One that is not wanted.
+  std::function<void(const Finding&)> oddity;        ///< Receives warnings and notes.
+  std::function<void(const PinList&)> pins;          ///< Receives the pins in the order of the text.
+  Place header;                                      ///< Of the header, if the format has one.
+  std::string header_line;                           ///< The header without its line end.
+  int first_cell = 1;                                ///< Number of the first cell in the file.
+  std::vector<int> damaged;  ///< Nets whose lines have errors, ascending, maybe repeated.
+  Outside outside;           ///< Numbers that are no cells of the file.
+  int announced_cells = 0;   ///< By the header.
+  int announced_nets = 0;
+  std::optional<int> announced_pins;
+  Place announced_pins_place;
+  bool reaches_last = false;   ///< The last row or column of a matrix is in an entry that is left out.
+  std::int64_t ncomments = 0;      ///< Comment lines.
+  Place comment;                   ///< The first of them.
+  std::optional<int> starts_from;  ///< Number to read as the first cell, whatever the format says.
+
+  /// @param number  A cell number that is out of range.
+  void add_outside(std::int64_t number) {
+    outside.smallest = outside.count == 0 || number < outside.smallest ? number : outside.smallest;
+    outside.largest = outside.count == 0 || number > outside.largest ? number : outside.largest;
+    ++outside.count;
+  }
+
+  // Second read.
+  struct Wanted {
+    Item item;
+    Place place;
+  };
+  std::vector<Wanted> wanted;  ///< Sorted. Not empty on the second read.
+  std::size_t next = 0;        ///< Index of the first one that is not on a line before the current one.
+
+  /// Ends a second read.
+  struct AllFound {};
+
+  [[nodiscard]] bool is_locating() const { return !wanted.empty(); }
+
+  /// Moves on to a line.
+  ///
+  /// @return            Whether items of it are wanted.
+  /// @throws AllFound  if none of it, nor of any line after it, is.
+  bool wants_line(Item::Kind kind, std::int64_t number);
+
+  /// Notes the place of an item, if it is wanted.
+  ///
+  /// @param offset     Of its first byte in the current block.
+  /// @throws AllFound  as `wants_line` does.
+  void found(const Scanner& in, const Item& item, std::size_t offset);
+};
+
+/// @return  Whether `lint` looks for places, and not on the line of this net.
+inline bool skips_net(Scanner& in, std::int64_t net) {
+  return in.audit != nullptr && in.audit->is_locating() && !in.audit->wants_line(Item::kNet, net);
+}
+
+/// Tells `lint` where an item is, on the second read.
+inline void locate(const Scanner& in, const Item& item, std::size_t offset) {
+  if (in.audit != nullptr && in.audit->is_locating()) in.audit->found(in, item, offset);
+}
+
+/// Tells `lint` that a line has an error.
+inline void note_damage(const Scanner& in, int net) {
+  if (in.audit != nullptr) in.audit->damaged.push_back(net);
+}
+
+/// Tells `lint` of a header.
+///
+/// @param offset  Of its first byte, in the current block.
+void note_header(const Scanner& in, std::size_t offset);
+
+/// Tells `lint` of the counts in a header.
+inline void note_counts(const Scanner& in, int ncells, int nnets) {
+  if (in.audit == nullptr) return;
+  in.audit->announced_cells = ncells;
+  in.audit->announced_nets = nnets;
+}
+
+/// Tells `lint` of a comment line.
+///
+/// @param offset  Of its first byte, in the current block.
+void note_comment(const Scanner& in, std::size_t offset);
+
+/// Reports a warning or a note to `lint`; other readers ignore it.
+void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
+                 const std::string& hint = {});
+
+/// Reports a word that is no number of a range, and lets the reader go on with the next word.
+///
+/// @param range     Its rule holds for numbers of 32 bits.
+/// @param hint      As for `unexpected`.
+/// @throws BadFile  if nobody listens.
+void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint);
+
+}  // namespace quillon::formats

@@ -1,0 +1,146 @@
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "formats/audit.h"
+#include "formats/finding_store.h"
+#include "formats/formats.h"
+#include "formats/lint.h"
+#include "formats/notes.h"
+#include "formats/part_readers.h"
+#include "formats/source.h"
+
+namespace quillon::formats {
+namespace {
+
+// A file that belongs to a hypergraph.
+class CompanionLinter {
+ public:
+  CompanionLinter(const LintResult& hypergraph, int nparts, std::size_t most_kept)
+      : hypergraph_(hypergraph), nparts_(nparts), store_(most_kept) {}
+
+  LintResult run(const std::string& filename, Companion kind) {
+    LintResult result;
+    result.file = shown_name(filename);
+    try {
+      Scanner in = kind == Companion::kLabels ? open_scanner(filename) : Scanner(filename);
+      listen_to(in);
+      read(in, kind);
+    } catch (const BadFile& error) {
+      store_.add(error.finding());
+    }
+    store_.move_to(result);
+    return result;
+  }
+
+ private:
+  void listen_to(Scanner& in) {
+    name_ = in.name;
+    audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
+    audit_.count = [this](std::string_view rule) { store_.count(rule); };
+    audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
+    in.audit = &audit_;
+    in.listener = [this](const Finding& finding) { store_.add(finding); };
+  }
+
+  void read(Scanner& in, Companion kind) {
+    const int ncells = hypergraph_.ncells;
+    if (kind == Companion::kParts)
+      check_parts(read_parts(in, ncells, nparts_, 0));
+    else if (kind == Companion::kFixed)
+      check_fixed(read_fixed_parts(in, ncells, nparts_, 0));
+    else if (kind == Companion::kPermutation)
+      read_permutation(in, ncells);
+    else
+      read_labels(in, ncells, hypergraph_.nnets);
+  }
+
+  void warn(const char* rule, const std::string& message) {
+    store_.add({rule, Severity::kWarning, name_, 0, 0, message, ""});
+  }
+
+  [[nodiscard]] std::int64_t weight_of(std::size_t cell) const {
+    return hypergraph_.cell_weights.empty() ? 1 : hypergraph_.cell_weights[cell];
+  }
+
+  // The number of parts: given, or one more than the largest number.
+  [[nodiscard]] int count_parts(const std::vector<int>& parts) const {
+    return nparts_ > 0 ? nparts_ : *std::max_element(parts.begin(), parts.end()) + 1;
+  }
+
+  // Parts of k that all are out of range but fit when they count from 1 have one cause.
+  void check_base(const std::vector<int>& parts) {
+    const Finding* const first = store_.first_of("part-out-of-range");
+    const bool has_0 = std::find(parts.begin() + 1, parts.end(), 0) != parts.end();
+    if (first == nullptr && !has_0 && nparts_ == 0 && parts.size() > 1)
+      warn("parts-from-1", "the smallest part is " +
+                               std::to_string(*std::min_element(parts.begin() + 1, parts.end())) +
+                               ": do parts count from 1?");
+    if (first == nullptr || audit_.outside.smallest != nparts_ || audit_.outside.largest != nparts_) return;
+    // A part that is out of range is stored as 0: there is no other 0.
+    if (std::count(parts.begin() + 1, parts.end(), 0) != audit_.outside.count) return;
+    Finding finding = *first;
+    finding.message =
+        "the largest part is " + std::to_string(nparts_) + " and there is no part 0: parts count from 1";
+    finding.hint = "they count from 0 here";
+    store_.drop("part-out-of-range");
+    store_.add(std::move(finding));
+  }
+
+  void check_parts(const std::vector<int>& parts) {
+    check_base(parts);
+    if (parts.size() < 2 || store_.count_of("part-out-of-range") > 0) return;
+    const int nparts = count_parts(parts);
+    std::vector<std::int64_t> ncells(static_cast<std::size_t>(nparts));
+    for (std::size_t i = 1; i < parts.size(); ++i) ++ncells[static_cast<std::size_t>(parts[i])];
+    for (std::size_t p = 0; p < ncells.size(); ++p)
+      if (ncells[p] == 0)
+        warn("empty-part", "part " + std::to_string(p) + " of " + std::to_string(nparts) + " has no cells");
+    check_cells(nparts);
+  }
+
+  [[nodiscard]] std::int64_t average_part(int nparts) const {
+    std::int64_t total = 0;
+    for (int i = 1; i <= hypergraph_.ncells; ++i) total += weight_of(static_cast<std::size_t>(i));
+    return (total + nparts - 1) / nparts;
+  }
+
+  void check_cells(int nparts) {
+    const std::int64_t average = average_part(nparts);
+    for (int i = 1; i <= hypergraph_.ncells; ++i)
+      if (const std::int64_t w = weight_of(static_cast<std::size_t>(i)); w > average)
+        warn("heavy-cell", "cell " + std::to_string(i) + " weighs " + std::to_string(w) +
+                               ", an average part of " + std::to_string(nparts) + " weighs " +
+                               std::to_string(average));
+  }
+
+  void check_fixed(const std::vector<int>& parts) {
+    if (nparts_ == 0 || store_.count_of("part-out-of-range") > 0) return;
+    std::vector<std::int64_t> weights(static_cast<std::size_t>(nparts_));
+    for (std::size_t i = 1; i < parts.size(); ++i)
+      if (parts[i] >= 0) weights[static_cast<std::size_t>(parts[i])] += weight_of(i);
+    const std::int64_t average = average_part(nparts_);
+    for (std::size_t p = 0; p < weights.size(); ++p)
+      if (weights[p] > average)
+        warn("overfull-part", "the cells fixed to part " + std::to_string(p) + " weigh " +
+                                  std::to_string(weights[p]) + ", an average part of " +
+                                  std::to_string(nparts_) + " weighs " + std::to_string(average));
+    check_cells(nparts_);
+  }
+
+  const LintResult& hypergraph_;
+  int nparts_;
+  FindingStore store_;
+  Audit audit_;
+  std::string name_;
+};
+
+}  // namespace
+
+LintResult lint_companion(const std::string& filename, Companion kind, const LintResult& hypergraph,
+                          int nparts, std::size_t most_kept) {
+  return CompanionLinter(hypergraph, nparts, most_kept).run(filename, kind);
+}
+
+}  // namespace quillon::formats

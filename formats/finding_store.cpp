@@ -1,0 +1,59 @@
+#include "formats/finding_store.h"
+
+#include <algorithm>
+#include <cassert>
+#include <tuple>
+#include <utility>
+
+namespace quillon::formats {
+
+FindingStore::FindingStore(std::size_t most_kept)
+    : most_kept_(most_kept), counts_(all_rules().size()), nkept_(all_rules().size()) {}
+
+std::size_t FindingStore::index_of(std::string_view rule) {
+  const Rule* const found = rule_named(rule);
+  assert(found != nullptr);
+  return static_cast<std::size_t>(found - all_rules().data());
+}
+
+bool FindingStore::wants(std::string_view rule) const { return nkept_[index_of(rule)] < most_kept_; }
+
+void FindingStore::add(Finding finding, std::int64_t count) {
+  const std::size_t rule = index_of(finding.rule);
+  counts_[rule] += count;
+  if (nkept_[rule] == most_kept_) return;
+  ++nkept_[rule];
+  finding.severity = all_rules()[rule].severity;
+  findings_.push_back(std::move(finding));
+}
+
+const Finding* FindingStore::first_of(std::string_view rule) const {
+  const auto first = std::find_if(findings_.begin(), findings_.end(),
+                                  [rule](const Finding& finding) { return finding.rule == rule; });
+  return first == findings_.end() ? nullptr : &*first;
+}
+
+void FindingStore::drop(std::string_view rule) {
+  std::erase_if(findings_, [rule](const Finding& finding) { return finding.rule == rule; });
+  counts_[index_of(rule)] = 0;
+  nkept_[index_of(rule)] = 0;
+}
+
+void FindingStore::drop_on_line(std::string_view rule, std::size_t line) {
+  const auto ndropped = static_cast<std::int64_t>(std::erase_if(
+      findings_, [&](const Finding& finding) { return finding.rule == rule && finding.line == line; }));
+  counts_[index_of(rule)] -= ndropped;
+}
+
+void FindingStore::move_to(LintResult& result) {
+  const auto key = [](const Finding& finding) {
+    return std::tuple(finding.line == 0, finding.line, finding.column);
+  };
+  std::stable_sort(findings_.begin(), findings_.end(),
+                   [key](const Finding& a, const Finding& b) { return key(a) < key(b); });
+  result.findings = std::move(findings_);
+  for (std::size_t k = 0; k < counts_.size(); ++k)
+    if (counts_[k] > 0) result.counts.push_back({&all_rules()[k], counts_[k]});
+}
+
+}  // namespace quillon::formats

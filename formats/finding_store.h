@@ -1,0 +1,54 @@
+#pragma once
+/// @file
+/// Findings by rule: all counted, the first ones kept. Internal to `formats/`.
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "formats/findings.h"
+#include "formats/lint.h"
+
+namespace quillon::formats {
+
+/// Needs memory for the findings that it keeps only.
+class FindingStore {
+ public:
+  /// @param most_kept  Findings of each rule.
+  explicit FindingStore(std::size_t most_kept);
+
+  /// @return  Whether another finding of the rule would be kept.
+  [[nodiscard]] bool wants(std::string_view rule) const;
+
+  /// Adds a finding, with the severity of its rule.
+  ///
+  /// @param count  How many the finding stands for.
+  void add(Finding finding, std::int64_t count = 1);
+
+  /// Counts a finding that is not kept.
+  void count(std::string_view rule) { ++counts_[index_of(rule)]; }
+
+  [[nodiscard]] std::int64_t count_of(std::string_view rule) const { return counts_[index_of(rule)]; }
+
+  /// @return  The first finding of a rule that was added; null if there is none.
+  [[nodiscard]] const Finding* first_of(std::string_view rule) const;
+
+  void drop(std::string_view rule);
+
+  /// Drops findings of a rule on a line.
+  void drop_on_line(std::string_view rule, std::size_t line);
+
+  /// Moves the findings, sorted, and the counts to a result.
+  void move_to(LintResult& result);
+
+ private:
+  static std::size_t index_of(std::string_view rule);
+
+  std::size_t most_kept_;
+  std::vector<std::int64_t> counts_;  // by index of the table, as `nkept_`
+  std::vector<std::size_t> nkept_;
+  std::vector<Finding> findings_;
+};
+
+}  // namespace quillon::formats

@@ -1,0 +1,758 @@
+#include "formats/lint.h"
+
+#include <algorithm>
+#include <cassert>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "formats/audit.h"
+#include "formats/byte_audit.h"
+#include "formats/detect.h"
+#include "formats/finding_store.h"
+#include "formats/formats.h"
+#include "formats/net_audit.h"
+#include "formats/notes.h"
+#include "formats/source.h"
+
+namespace quillon::formats {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// Another item that a message mentions, by the column or the line of its place.
+enum class Mention { kNone, kColumn, kLine };
+
+// A finding whose place is not known yet.
+struct Pending {
+  Finding finding;
+  Item item = {};
+  Mention mention = Mention::kNone;
+  Item other = {};  // that the message mentions
+};
+
+// Whether the nets of a file are its lines, so that they and their pins have places.
+bool has_net_lines(const Format& format, const ReadOptions& read) {
+  if (format.name == "cnf") return read.model != Model::kDual;
+  if (format.name == "edges") return read.pairs == Pairs::kNone;
+  return format.name == "hmetis" || format.name == "quillon" || format.name == "kub";
+}
+
+// One file, read once or, if it counts from another number than it should, twice.
+class Linter : private NetVisitor {
+ public:
+  Linter(std::string filename, const LintOptions& options)
+      : filename_(std::move(filename)), options_(options), store_(options.most_kept) {
+    result_.file = shown_name(filename_);
+  }
+
+  LintResult run() {
+    try {
+      open();
+    } catch (const BadFile& error) {
+      store_.add(error.finding());
+    }
+    if (in_ != nullptr) {
+      read_all();
+      add_byte_findings();
+    }
+    store_.move_to(result_);
+    shift_columns_after_mark();
+    if (in_ != nullptr && options_.excerpts) add_excerpts();
+    return std::move(result_);
+  }
+
+ private:
+  [[nodiscard]] bool is_own() const { return result_.format == &own_format(); }
+  [[nodiscard]] bool is_json() const { return result_.format->name == "hif"; }
+
+  // ---- Reading ----
+
+  void open() {
+    auto source = std::make_shared<Source>(filename_);
+    const auto peek = [&source](std::size_t most) {
+      std::string_view text = source->peek(most);
+      const bool is_whole = text.size() < most;
+      if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+      return Sample{text, is_whole};
+    };
+    Choice choice{options_.format, false};
+    if (options_.format == nullptr) choice = choose_format(filename_, peek);
+    if (choice.format == nullptr)
+      throw BadFile({"unknown-format", Severity::kError, source->name(), 0, 0,
+                     "cannot tell the format of '" + source->name() + "'", "--from names it"});
+    result_.format = choice.format;
+    if (const Format* const named = format_of_file(filename_); choice.by_content && named != nullptr)
+      note("suffix-disagrees", {},
+           "the name is that of a " + std::string(named->name) + " file, the content is " +
+               std::string(choice.format->name));
+    has_mark_ = source->peek(kByteOrderMark.size()) == kByteOrderMark;
+    open_scanner_of(std::move(source));
+  }
+
+  // The bytes of the file, looked at on their way to the reader. A byte order mark is left out, except of
+  // JSON.
+  Scanner::Read reader_of(std::shared_ptr<Source> source) {
+    return [this, source = std::move(source), skip = has_mark_ && !is_json()](char* bytes,
+                                                                              std::size_t size) mutable {
+      if (std::exchange(skip, false)) source->read(bytes, std::min(size, kByteOrderMark.size()));
+      const std::size_t length = source->read(bytes, size);
+      bytes_.look_at({bytes, length});
+      return length;
+    };
+  }
+
+  void open_scanner_of(std::shared_ptr<Source> source) {
+    const bool can_reopen = source->is_regular() && filename_ != "-" && !has_mark_;
+    const Scanner::Read read = reader_of(source);
+    if (result_.format->reads_whole_text) {
+      in_ = std::make_unique<Scanner>(source->name(), read_text(read));
+      return;
+    }
+    in_ = std::make_unique<Scanner>(source->name(), read);
+    in_->source = source;
+    if (can_reopen)
+      in_->reopened_as = source->name();
+    else
+      prepare_second_read(*in_);
+  }
+
+  static std::string read_text(const Scanner::Read& read) {
+    constexpr std::size_t kPiece = std::size_t{1} << 20;
+    std::string text;
+    for (std::size_t size = 0;;) {
+      text.resize(size + kPiece);
+      const std::size_t length = read(text.data() + size, kPiece);
+      text.resize(size += length);
+      const std::string_view piece = std::string_view(text).substr(size - length);
+      if (length < kPiece || is_no_text(piece)) return text;
+    }
+  }
+
+  void read_all() {
+    read(std::nullopt);
+    if (const std::optional<int> first = other_first_cell()) {
+      restart();
+      read(first);
+      add_shift();
+    }
+    replace_swapped_header();
+    add_header_findings();
+    add_net_findings();
+    locate_pending();
+    result_.ncells = lists_.ncells;
+    result_.nnets = lists_.nnets;
+    result_.cell_weights = std::move(lists_.cell_weights);
+  }
+
+  void read(std::optional<int> first_cell) {
+    audit_ = {};
+    audit_.starts_from = first_cell;
+    audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
+    audit_.count = [this](std::string_view rule) { store_.count(rule); };
+    audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
+    audit_.pins = [this](const PinList& pins) { add_pin_findings(pins); };
+    in_->audit = &audit_;
+    in_->listener = [this](const Finding& finding) { store_.add(finding); };
+    try {
+      result_.format->read(*in_, lists_, options_.read);
+      is_complete_ = true;
+      if (in_->source != nullptr) finish(*in_);
+    } catch (const BadFile& error) {
+      add_last_error(error.finding());
+    }
+  }
+
+  // The error that ended the read.
+  void add_last_error(Finding finding) {
+    if (finding.file.empty()) finding.file = in_->name;
+    if (finding.rule == "trailing-text" &&
+        finding.message.find("expected nothing after") != std::string::npos) {
+      nsurplus_ = count_surplus_lines();
+      if (nsurplus_ > 1) finding.message += "; there are " + counted(nsurplus_, "such line");
+    }
+    store_.add(std::move(finding));
+    try {
+      if (in_->stream == nullptr) return;
+      while (!at_end(*in_)) skip_line(*in_);  // for the bytes
+      finish(*in_);
+    } catch (const BadFile& error) {
+      store_.add(error.finding());
+    }
+  }
+
+  // Lines with text, the current one too.
+  std::int64_t count_surplus_lines() {
+    std::int64_t count = 1;
+    skip_line(*in_);
+    while (skip_to_line(*in_)) {
+      count += next_on_line(*in_).text.empty() ? 0 : 1;
+      skip_line(*in_);
+    }
+    return count;
+  }
+
+  // The text from its start once more.
+  void rewind() {
+    if (result_.format->reads_whole_text) {
+      in_->at = 0;
+      in_->counted = {};
+    } else {
+      in_ = read_again(*in_);
+    }
+  }
+
+  // ---- Errors with one cause ----
+
+  // The number that cells really count from, if all errors in cell numbers have that cause. Adds the finding.
+  std::optional<int> other_first_cell() {
+    const Finding* const first_error = store_.first_of("cell-out-of-range");
+    if (first_error == nullptr || audit_.outside.smallest != audit_.outside.largest) return std::nullopt;
+    const int first = audit_.first_cell;
+    const std::int64_t outside = audit_.outside.smallest;
+    const auto [smallest, largest] = cells_named();
+    const std::int64_t last = std::int64_t{lists_.ncells} - 1 + first;
+    const bool reaches_last = audit_.reaches_last || reaches_last_.value_or(largest == last);
+    const bool from_0 = first == 1 && outside == 0 && !reaches_last;
+    const bool from_1 = first == 0 && outside == last + 1 && smallest > 0;
+    if (!from_0 && !from_1) return std::nullopt;
+    Finding finding = *first_error;
+    finding.rule = from_0 ? "counts-from-0" : "counts-from-1";
+    shift_ = std::move(finding);
+    return 1 - first;
+  }
+
+  // The smallest and the largest valid cell number, as in the file; those of a matrix are rows and columns.
+  [[nodiscard]] std::pair<std::int64_t, std::int64_t> cells_named() const {
+    if (extremes_) return *extremes_;
+    if (lists_.nadj.empty()) return {audit_.outside.smallest, audit_.outside.largest};
+    const auto [smallest, largest] = std::minmax_element(lists_.nadj.begin(), lists_.nadj.end());
+    const int shift = audit_.first_cell - 1;
+    return {*smallest + shift, *largest + shift};
+  }
+
+  // The finding on the first cell number, once all cell numbers are known.
+  void add_shift() {
+    const auto [smallest, largest] = cells_named();
+    const std::string first = shift_->rule == "counts-from-0" ? "0" : "1";
+    shift_->message = "the smallest cell number is " + std::to_string(smallest) + " and the largest " +
+                      std::to_string(largest) + ": this file counts from " + first;
+    shift_->hint = std::string(is_own() ? "its header says from " : "the format counts from ") +
+                   (first == "0" ? "1" : "0");
+    store_.add(*shift_);
+  }
+
+  void restart() {
+    store_ = FindingStore(options_.most_kept);
+    pending_.clear();
+    npending_.clear();
+    lists_ = {};
+    is_complete_ = false;
+    nsurplus_ = 0;
+    rewind();
+  }
+
+  // As many lines as the header has cells, no number above its count of nets: the counts are swapped.
+  void replace_swapped_header() {
+    const bool has_nets_and_cells = is_own() || result_.format->name == "hmetis";
+    const int ncells = audit_.announced_cells;
+    const int nnets = audit_.announced_nets;
+    if (!has_nets_and_cells || is_complete_ || lists_.xnadj.size() < 2 || ncells == nnets) return;
+    const std::int64_t nlines = std::ssize(lists_.xnadj) - 2 + nsurplus_;
+    const std::int64_t largest = std::max(cells_named().second, audit_.outside.largest);
+    if (nlines != ncells || largest > nnets - 1 + audit_.first_cell) return;
+    for (const char* const rule : {"cell-out-of-range", "missing-line", "trailing-text", "looks-like-metis"})
+      store_.drop(rule);
+    note("swapped-header", audit_.header,
+         "the header announces " + counted(nnets, "net") + " and " + counted(ncells, "cell") +
+             ", but there are " + counted(nlines, "line") + " of nets and the largest cell is " +
+             std::to_string(largest),
+         is_own() ? "the number of cells comes first" : "the number of nets comes first");
+    is_swapped_ = true;
+  }
+
+  // ---- Headers and bytes ----
+
+  void note(const char* rule, const Place& place, const std::string& message, const std::string& hint = {},
+            std::int64_t count = 1) {
+    store_.add({rule, Severity::kNote, result_.file, place.line, place.column, message, hint}, count);
+  }
+
+  void add_header_findings() {
+    const std::string& line = audit_.header_line;
+    std::size_t end = line.size();
+    if (end > 0 && line[end - 1] == '\r') --end;
+    const auto is_blank = [&line](std::size_t k) { return line[k] == ' ' || line[k] == '\t'; };
+    for (std::size_t k = 0; k < end && !is_json(); ++k) {
+      if (!is_blank(k) || (k > 0 && k + 1 < end && !is_blank(k + 1))) continue;
+      note("header-blanks", {audit_.header.line, k + 1}, "the header has surplus blanks");
+      break;
+    }
+    if (is_own()) add_weight_format_finding();
+    if (audit_.ncomments > 0)
+      note("comment", audit_.comment, counted(audit_.ncomments, "comment line") + ", the first is here", "",
+           audit_.ncomments);
+  }
+
+  // The fifth number of our header, 1 or 2.
+  void add_weight_format_finding() {
+    const std::string& line = audit_.header_line;
+    std::size_t at = 0;
+    for (int k = 0; k < 5; ++k) {
+      at = line.find_first_not_of(" \t\r", at);
+      if (at == std::string::npos) return;
+      const std::size_t end = std::min(line.find_first_of(" \t\r", at), line.size());
+      const std::string_view word = std::string_view(line).substr(at, end - at);
+      if (k == 4 && (word == "1" || word == "2"))
+        note("weight-format", {audit_.header.line, at + 1},
+             "weight format " + std::string(word) + " means " + (word == "1" ? "cell" : "net") +
+                 " weights here, " + (word == "1" ? "net weights" : "nothing") + " in hMETIS");
+      at = end;
+    }
+  }
+
+  void add_line_end_findings() {
+    const bool is_mixed = bytes_.crlf.count > 0 && bytes_.lf.count > 0;
+    const Occurrences& rare = bytes_.crlf.count < bytes_.lf.count ? bytes_.crlf : bytes_.lf;
+    if (is_mixed)
+      note("mixed-line-ends", rare.first,
+           counted(bytes_.crlf.count, "line") + " with CR LF at the end, " + std::to_string(bytes_.lf.count) +
+               " with LF; here the rarer kind begins");
+    else if (bytes_.crlf.count > 0)
+      note("crlf", bytes_.crlf.first, counted(bytes_.crlf.count, "line") + " with CR LF at the end", "",
+           bytes_.crlf.count);
+    if (bytes_.is_empty() || bytes_.ends_with_newline()) return;
+    if (is_own() && is_complete_)
+      note("lost-last-line", bytes_.end(), "no newline after the last line",
+           "the readers of the library do not read this line");
+    else
+      note("no-final-newline", bytes_.end(), "no newline after the last line");
+  }
+
+  void add_byte_findings() {
+    if (has_mark_ && !is_json()) note("byte-order-mark", {1, 1}, "the file begins with a byte order mark");
+    for (const Place& place : bytes_.nul) {
+      for (const char* const rule : {"not-a-number", "bad-json", "ignored-text", "bad-name", "bad-value"})
+        store_.drop_on_line(rule, place.line);
+      note("nul-byte", place, "found a byte of value 0");
+    }
+    if (!is_json() && bytes_.tab.count > 0)
+      note("tab", bytes_.tab.first, counted(bytes_.tab.count, "tab") + ", the first is here", "",
+           bytes_.tab.count);
+    add_line_end_findings();
+    if (is_own() && bytes_.long_line.count > 0)
+      note("long-line", bytes_.long_line.first,
+           "the line is longer than the " + std::to_string(ByteAudit::kLongLine) +
+               " bytes of the library's readers",
+           "", bytes_.long_line.count);
+    if (is_own() && bytes_.first_byte_of_last_line() == '%' && store_.count_of("missing-weights") > 0)
+      note("endless-wait", {}, "the last line is a comment, and cell weights are missing");
+  }
+
+  // ---- Nets, pins and weights ----
+
+  [[nodiscard]] bool nets_have_lines() const { return has_net_lines(*result_.format, options_.read); }
+
+  void add_net_findings() {
+    for (const std::string& loss : lists_.losses) note("data-not-kept", {}, "not read: " + loss);
+    if (lists_.xnadj.size() < 2 || is_swapped_) return;
+    check_pin_count();
+    if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
+    const std::vector<char> used = visit_nets(lists_, audit_.damaged, *this);
+    add_summaries();
+    const bool is_sound = is_complete_ && audit_.damaged.empty();
+    if (is_sound) add_isolated_cells(used);
+    add_weight_findings();
+  }
+
+  [[nodiscard]] Finding finding(const char* rule, std::string message, std::string hint = {}) const {
+    return {rule, Severity::kError, result_.file, 0, 0, std::move(message), std::move(hint)};
+  }
+
+  // Whether another finding of a rule is to be kept for the second read. If not, it is counted.
+  bool has_room_for(const char* rule) {
+    const bool has_room = npending_[rule] < options_.most_kept;
+    if (!has_room) store_.count(rule);
+    return has_room;
+  }
+
+  void add_pending(Pending pending) {
+    ++npending_[rule_named(pending.finding.rule)->name];
+    pending_.push_back(std::move(pending));
+  }
+
+  // One finding for all nets of a kind, if they have no places.
+  struct Summary {
+    std::string_view rule;
+    std::int64_t count = 0;
+    int first = 0;
+  };
+
+  // Whether a finding on a net needs its text. If not, it is counted.
+  bool counts_net(const char* rule, int j) {
+    if (nets_have_lines()) return has_room_for(rule);
+    const auto found = std::find_if(summaries_.begin(), summaries_.end(),
+                                    [rule](const Summary& summary) { return summary.rule == rule; });
+    ++(found == summaries_.end() ? summaries_.emplace_back(Summary{rule, 0, j}) : *found).count;
+    return false;
+  }
+
+  void add_net(const char* rule, int j, std::string message, Mention mention = Mention::kNone,
+               int other = 0) {
+    add_pending({finding(rule, std::move(message)),
+                 {Item::kNet, j, Item::kLine},
+                 mention,
+                 {Item::kNet, other, Item::kLine}});
+  }
+
+  void add_summaries() {
+    for (const Summary& summary : summaries_)
+      note(summary.rule.data(), {},
+           counted(summary.count, "net") + ": " + std::string(rule_named(summary.rule)->summary) +
+               "; the first is net " + std::to_string(summary.first),
+           "", summary.count);
+  }
+
+  void empty_net(int j) override {
+    if (counts_net("empty-net", j)) add_net("empty-net", j, "net " + std::to_string(j) + " has no pins");
+  }
+
+  void one_pin_net(int j) override {
+    if (counts_net("one-pin-net", j)) add_net("one-pin-net", j, "net " + std::to_string(j) + " has one pin");
+  }
+
+  void repeated_pin(const RepeatedPin& pin) override {
+    if (!nets_have_lines() || result_.format->name == "cnf") return;  // the reader reports them
+    if (!has_room_for("duplicate-pin")) return;
+    const int cell =
+        lists_.nadj[static_cast<std::size_t>(lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second)];
+    const std::string name = lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
+                                                       : lists_.cell_names[static_cast<std::size_t>(cell)];
+    add_pending({finding("duplicate-pin", "net " + std::to_string(pin.net) + " names cell " + name +
+                                              " again, first in column "),
+                 {Item::kNet, pin.net, Item::kFirstPin + pin.second},
+                 Mention::kColumn,
+                 {Item::kNet, pin.net, Item::kFirstPin + pin.first}});
+  }
+
+  void parallel_net(const ParallelNet& net) override {
+    if (!counts_net("parallel-net", net.net)) return;
+    add_net("parallel-net", net.net,
+            "net " + std::to_string(net.net) + " has the same cells as net " + std::to_string(net.earlier) +
+                " on line ",
+            Mention::kLine, net.earlier);
+  }
+
+  void add_isolated_cells(const std::vector<char>& used) {
+    const auto begin = used.begin() + 1;
+    const std::int64_t count = std::count(begin, used.end(), char{0});
+    if (count == 0) return;
+    const auto first = std::find(begin, used.end(), char{0}) - used.begin();
+    note("isolated-cell", {},
+         counted(count, "cell") + (count == 1 ? " is" : " are") + " on no net; the first is cell " +
+             std::to_string(first),
+         "", count);
+  }
+
+  // The pins of a quillon file.
+  void check_pin_count() {
+    const auto npins = static_cast<std::int64_t>(lists_.nadj.size());
+    if (!is_own() || !is_complete_ || !audit_.damaged.empty() || !audit_.announced_pins ||
+        npins == *audit_.announced_pins)
+      return;
+    Pending pending{finding("pin-count", "found " + counted(npins, "pin") +
+                                             " on the net lines, expected the " +
+                                             std::to_string(*audit_.announced_pins) + " of the header")};
+    if (npins < *audit_.announced_pins) {
+      note("pin-count", audit_.announced_pins_place, pending.finding.message);
+      return;
+    }
+    const auto net = std::upper_bound(lists_.xnadj.begin(), lists_.xnadj.end(), *audit_.announced_pins) -
+                     lists_.xnadj.begin() - 1;
+    pending.item = {Item::kNet, net,
+                    Item::kFirstPin + *audit_.announced_pins - lists_.xnadj[static_cast<std::size_t>(net)]};
+    add_pending(std::move(pending));
+  }
+
+  void add_weight_findings() {
+    add_weight_findings(lists_.net_weights, "net");
+    add_weight_findings(lists_.cell_weights, "cell");
+  }
+
+  // The place of the weight of a net or cell, if it has one.
+  [[nodiscard]] Item weight_item(bool is_net, int number) const {
+    if (result_.format->name == "metis") {
+      if (!is_net) return {Item::kNet, number, Item::kLine};
+      const int* const ends = lists_.nadj.data() + 2 * (static_cast<std::size_t>(number) - 1);
+      return {Item::kNet, ends[0], Item::kFirstPin + ends[1]};
+    }
+    return is_net ? Item{Item::kNet, number, Item::kWeight} : Item{Item::kCellWeight, number, 0};
+  }
+
+  void add_weight_findings(const std::vector<int>& weights, const std::string& kind) {
+    std::int64_t total = 0;
+    const bool is_net = kind == "net";
+    const bool has_places = nets_have_lines() || result_.format->name == "metis";
+    for (std::size_t k = 1; k < weights.size(); ++k) {
+      total += weights[k];
+      if (weights[k] > 0) continue;
+      const char* const rule = weights[k] < 0 ? "negative-weight"
+                               : is_net       ? "zero-net-weight"
+                                              : "zero-cell-weight";
+      if (!has_room_for(rule)) continue;
+      const int number = static_cast<int>(k);
+      std::string message = kind + " " + std::to_string(k) + " has weight " + std::to_string(weights[k]);
+      if (has_places)
+        add_pending({finding(rule, std::move(message)), weight_item(is_net, number)});
+      else
+        note(rule, {}, message);
+    }
+    if (total != static_cast<int>(total))
+      note("total-too-large", {},
+           "the weights of all " + kind + "s are " + std::to_string(total) +
+               " together, more than 32 bits hold");
+  }
+
+  // Pins in the order of a file that does not list them net by net.
+  void add_pin_findings(const PinList& pins);
+  [[nodiscard]] std::string pin_name(const PinList& pins, std::size_t k) const;
+  void add_pin(const char* rule, const PinList& pins, std::size_t k, std::string message,
+               std::optional<std::size_t> first = {});
+  template <typename IsDamaged>
+  void note_extremes(const PinList& pins, IsDamaged is_damaged);
+
+  // ---- Places ----
+
+  void locate_pending() {
+    std::vector<Audit::Wanted> wanted;
+    for (const Pending& pending : pending_) {
+      wanted.push_back({pending.item, {}});
+      if (pending.mention != Mention::kNone) wanted.push_back({pending.other, {}});
+    }
+    const auto by_item = [](const Audit::Wanted& a, const Audit::Wanted& b) { return a.item < b.item; };
+    std::sort(wanted.begin(), wanted.end(), by_item);
+    if (wanted.empty()) return;
+    Audit audit;
+    audit.wanted = std::move(wanted);
+    audit.starts_from = audit_.starts_from;
+    rewind();
+    in_->audit = &audit;
+    in_->listener = [](const Finding&) {};
+    audit.wants = [](std::string_view) { return false; };
+    audit.count = [](std::string_view) {};
+    NetLists lists;
+    try {
+      result_.format->read(*in_, lists, options_.read);
+    } catch (const Audit::AllFound&) {
+    } catch (const BadFile&) {
+      // reported on the first read
+    }
+    in_->audit = nullptr;
+    add_located(audit);
+  }
+
+  void add_located(const Audit& audit) {
+    const auto place_of_item = [&audit](const Item& item) {
+      const auto found =
+          std::lower_bound(audit.wanted.begin(), audit.wanted.end(), item,
+                           [](const Audit::Wanted& wanted, const Item& key) { return wanted.item < key; });
+      return found == audit.wanted.end() ? Place{} : found->place;
+    };
+    for (Pending& pending : pending_) {
+      const Place place = place_of_item(pending.item);
+      pending.finding.line = place.line;
+      pending.finding.column = place.column;
+      const Place other = pending.mention == Mention::kNone ? Place{} : place_of_item(pending.other);
+      if (pending.mention == Mention::kColumn) pending.finding.message += std::to_string(other.column);
+      if (pending.mention == Mention::kLine) pending.finding.message += std::to_string(other.line);
+      store_.add(std::move(pending.finding));
+    }
+  }
+
+  // The reader has not seen the mark.
+  void shift_columns_after_mark() {
+    if (!has_mark_ || is_json()) return;
+    for (Finding& found : result_.findings)
+      if (found.line == 1 && found.rule != "byte-order-mark") found.column += kByteOrderMark.size();
+  }
+
+  // ---- Lines for display ----
+
+  void add_excerpts() {
+    rewind();
+    in_->audit = nullptr;
+    result_.excerpts.resize(result_.findings.size());
+    std::size_t line = 1;
+    for (std::size_t k = 0; k < result_.findings.size() && result_.findings[k].line > 0; ++k) {
+      for (; line < result_.findings[k].line && !at_end(*in_); ++line) skip_line(*in_);
+      if (at_end(*in_)) break;
+      result_.excerpts[k] = excerpt_at(result_.findings[k]);
+    }
+  }
+
+  // Of the line that begins here.
+  [[nodiscard]] Excerpt excerpt_at(const Finding& found) const {
+    constexpr std::size_t kBefore = 40;
+    constexpr std::size_t kWidth = 72;
+    std::string_view line = in_->text.substr(in_->at);
+    line = line.substr(0, std::min(line.find('\n'), line.size()));
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::size_t skipped = has_mark_ && !is_json() && found.line == 1 ? kByteOrderMark.size() : 0;
+    const std::size_t at = found.column - 1 - std::min(found.column - 1, skipped);
+    if (at > line.size()) return {};
+    const std::size_t begin = line.size() <= kWidth || at <= kBefore ? 0 : at - kBefore;
+    Excerpt excerpt{std::string(line.substr(begin, kWidth)), at - begin};
+    for (char& c : excerpt.text)
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = c == '\t' ? ' ' : '?';
+    if (begin > 0) excerpt.text.insert(0, "... "), excerpt.caret += 4;
+    if (begin + kWidth < line.size()) excerpt.text += " ...";
+    return excerpt;
+  }
+
+  std::string filename_;
+  const LintOptions& options_;
+  LintResult result_;
+  FindingStore store_;
+  std::unique_ptr<Scanner> in_;
+  ByteAudit bytes_;
+  bool has_mark_ = false;  // a byte order mark
+
+  Audit audit_;
+  NetLists lists_;
+  bool is_complete_ = false;   // the reader got to the end
+  bool is_swapped_ = false;    // the counts of the header
+  std::int64_t nsurplus_ = 0;  // lines that the header does not announce
+  std::optional<Finding> shift_;
+  std::optional<std::pair<std::int64_t, std::int64_t>> extremes_;  // of rows and columns
+  std::optional<bool> reaches_last_;  // whether a matrix has an entry in its last row or column
+  std::vector<Pending> pending_;
+  std::unordered_map<std::string_view, std::size_t> npending_;  // by rule
+  std::vector<Summary> summaries_;
+};
+
+// Pairs of pins of which the second repeats the first, by second.
+std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pins) {
+  const std::size_t count = pins.numbers.size() / 2;
+  const auto net_of = [&](std::size_t k) {
+    const int net = pins.numbers[2 * k];
+    return static_cast<std::size_t>(pins.is_mirrored ? std::max(net, pins.numbers[2 * k + 1]) : net);
+  };
+  const auto cell_of = [&](std::size_t k) {
+    const int cell = pins.numbers[2 * k + 1];
+    return static_cast<std::size_t>(pins.is_mirrored ? std::min(cell, pins.numbers[2 * k]) : cell);
+  };
+  std::vector<std::size_t> ends(static_cast<std::size_t>(pins.nnets) + 2);
+  for (std::size_t k = 0; k < count; ++k) ++ends[net_of(k) + 1];
+  std::partial_sum(ends.begin(), ends.end(), ends.begin());
+  std::vector<std::size_t> by_net(count);
+  for (std::size_t k = 0; k < count; ++k) by_net[ends[net_of(k)]++] = k;
+
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  std::vector<std::size_t> last(static_cast<std::size_t>(pins.is_mirrored ? pins.nnets : pins.ncells) + 1,
+                                kNone);
+  std::vector<std::pair<std::size_t, std::size_t>> repeated;
+  for (const std::size_t k : by_net) {
+    std::size_t& first = last[cell_of(k)];
+    if (first != kNone && net_of(first) == net_of(k))
+      repeated.emplace_back(first, k);
+    else
+      first = k;
+  }
+  std::sort(repeated.begin(), repeated.end(),
+            [](const auto& a, const auto& b) { return a.second < b.second; });
+  return repeated;
+}
+
+// Whether pins ascend by net and cell, or by cell and net, so that none is there twice.
+bool ascend(const PinList& pins) {
+  bool by_net = true;
+  bool by_cell = true;
+  for (std::size_t k = 2; k < pins.numbers.size(); k += 2) {
+    const std::int64_t net_step = std::int64_t{pins.numbers[k]} - pins.numbers[k - 2];
+    const std::int64_t cell_step = std::int64_t{pins.numbers[k + 1]} - pins.numbers[k - 1];
+    by_net = by_net && (net_step > 0 || (net_step == 0 && cell_step > 0));
+    by_cell = by_cell && (cell_step > 0 || (cell_step == 0 && net_step > 0));
+  }
+  return by_net || by_cell;
+}
+
+void Linter::add_pin_findings(const PinList& pins) {
+  const bool is_matrix = result_.format->name == "mtx";
+  const std::vector<int>& damaged = audit_.damaged;
+  const auto is_damaged = [&damaged](std::size_t k) {
+    return std::binary_search(damaged.begin(), damaged.end(), static_cast<int>(k) + 1);
+  };
+  if (is_matrix) note_extremes(pins, is_damaged);
+  for (std::size_t k = 0; pins.is_mirrored && 2 * k < pins.numbers.size(); ++k)
+    if (pins.numbers[2 * k] < pins.numbers[2 * k + 1] && !is_damaged(k) &&
+        has_room_for("entry-above-diagonal"))
+      add_pin("entry-above-diagonal", pins, k, "entry " + pin_name(pins, k) + " is above the diagonal");
+  const bool is_half = pins.is_mirrored && store_.count_of("entry-above-diagonal") == 0 && pending_.empty();
+  if (ascend(pins) && (!pins.is_mirrored || is_half) && damaged.empty()) return;
+  for (const auto& [first, second] : find_repeated(pins)) {
+    if (is_damaged(first) || is_damaged(second) || !has_room_for("repeated-entry")) continue;
+    const std::string what = is_matrix   ? "entry " + pin_name(pins, second) + " is"
+                             : is_json() ? "this incidence is"
+                                         : "this pair is";
+    add_pin("repeated-entry", pins, second, what + " given before, on line ", first);
+  }
+}
+
+// The numbers of a net and a cell as in the file.
+std::string Linter::pin_name(const PinList& pins, std::size_t k) const {
+  const int shift = audit_.first_cell - 1;
+  return "(" + std::to_string(pins.numbers[2 * k] + shift) + ", " +
+         std::to_string(pins.numbers[2 * k + 1] + shift) + ")";
+}
+
+void Linter::add_pin(const char* rule, const PinList& pins, std::size_t k, std::string message,
+                     std::optional<std::size_t> first) {
+  if (pins.offsets.empty()) {
+    const Item item{Item::kNet, static_cast<std::int64_t>(k) + 1, Item::kLine};
+    const Item other{Item::kNet, static_cast<std::int64_t>(first.value_or(k)) + 1, Item::kLine};
+    add_pending({finding(rule, std::move(message)), item, first ? Mention::kLine : Mention::kNone, other});
+    return;
+  }
+  if (first) message += std::to_string(place_of(*in_, pins.offsets[*first]).line);
+  note(rule, place_of(*in_, pins.offsets[k]), message);
+}
+
+template <typename IsDamaged>
+void Linter::note_extremes(const PinList& pins, IsDamaged is_damaged) {
+  std::int64_t smallest = std::numeric_limits<int>::max();
+  std::int64_t largest = 0;
+  bool reaches_last = false;
+  for (std::size_t k = 0; 2 * k < pins.numbers.size(); ++k) {
+    if (!audit_.damaged.empty() && is_damaged(k)) continue;
+    const auto [net, cell] = std::pair(pins.numbers[2 * k], pins.numbers[2 * k + 1]);
+    smallest = std::min<std::int64_t>({smallest, net, cell});
+    largest = std::max<std::int64_t>({largest, net, cell});
+    reaches_last = reaches_last || net == pins.nnets || cell == pins.ncells;
+  }
+  const int shift = audit_.first_cell - 1;
+  extremes_ = {smallest + shift, largest + shift};
+  reaches_last_ = reaches_last;
+}
+
+}  // namespace
+
+std::int64_t LintResult::count(Severity severity) const {
+  std::int64_t total = 0;
+  for (const RuleCount& broken : counts) total += broken.rule->severity == severity ? broken.count : 0;
+  return total;
+}
+
+std::int64_t LintResult::count(std::string_view rule) const {
+  for (const RuleCount& broken : counts)
+    if (broken.rule->name == rule) return broken.count;
+  return 0;
+}
+
+LintResult lint(const std::string& filename, const LintOptions& options) {
+  return Linter(filename, options).run();
+}
+
+}  // namespace quillon::formats

@@ -1,0 +1,45 @@
+#pragma once
+/// @file
+/// What the nets of a file say of it: repeated pins, parallel nets and the like. Internal to `formats/`.
+
+#include <cstdint>
+#include <vector>
+
+#include "formats/net_lists.h"
+
+namespace quillon::formats {
+
+/// A pin that repeats a cell of its net. Pins count from 0.
+struct RepeatedPin {
+  int net;
+  int first;   ///< The pin that it repeats.
+  int second;  ///< The pin itself.
+};
+
+/// A net with the same cells as an earlier one, each counted once.
+struct ParallelNet {
+  int net;
+  int earlier;  ///< The first such net.
+};
+
+/// What to look for in nets. Each function is called for the nets in ascending order.
+class NetVisitor {
+ public:
+  virtual ~NetVisitor() = default;
+  virtual void empty_net(int j) = 0;
+  virtual void one_pin_net(int j) = 0;
+  virtual void repeated_pin(const RepeatedPin& pin) = 0;
+  virtual void parallel_net(const ParallelNet& net) = 0;
+};
+
+/// Looks at all nets.
+///
+/// @param lists    Cells and offsets are not checked; `nnets` may be more than there are nets.
+/// @param damaged  Nets to omit, ascending.
+/// @return         By cell, entry 0 not used: whether it is on a net.
+/// @par Cost       O(cells + nets + pins) time and O(cells + nets) memory, nets of more than 16 pins sorted
+/// if
+///                 they are parallel.
+std::vector<char> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
+
+}  // namespace quillon::formats

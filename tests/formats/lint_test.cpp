@@ -1,0 +1,552 @@
+// What lint finds: every rule at its place, and not in the file next to it.
+
+#include "formats/lint.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "formats/formats.h"
+#include "formats/mend.h"
+#include "formats/programs.h"
+#include "tests/formats/finding_of.h"
+#include "tests/formats/temp_folder.h"
+
+namespace quillon::formats {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+LintResult lint_text(const std::string& format, const std::string& text, const LintOptions& options = {}) {
+  const TempFolder folder;
+  LintOptions of_format = options;
+  of_format.format = format_named(format);
+  return lint(folder.write("file", text), of_format);
+}
+
+std::vector<std::string> rules_of(const LintResult& result, Severity severity) {
+  std::vector<std::string> rules;
+  for (const RuleCount& broken : result.counts)
+    if (broken.rule->severity == severity) rules.emplace_back(broken.rule->name);
+  return rules;
+}
+
+// "LINE:COLUMN MESSAGE (HINT)" of the findings of a rule.
+std::vector<std::string> findings_of(const LintResult& result, std::string_view rule) {
+  std::vector<std::string> texts;
+  for (const Finding& finding : result.findings)
+    if (finding.rule == rule)
+      texts.push_back(std::to_string(finding.line) + ":" + std::to_string(finding.column) + " " +
+                      finding.message + (finding.hint.empty() ? "" : " (" + finding.hint + ")"));
+  return texts;
+}
+
+struct Case {
+  const char* rule;
+  const char* format;
+  std::string bad;
+  std::string finding;
+  std::string good;  // breaks the rule nowhere
+};
+
+const std::string kPattern = "%%MatrixMarket matrix coordinate pattern general\n";
+const std::string kSymmetric = "%%MatrixMarket matrix coordinate pattern symmetric\n";
+const std::string kSkew = "%%MatrixMarket matrix coordinate pattern skew-symmetric\n";
+const std::string kReal = "%%MatrixMarket matrix coordinate real general\n";
+
+const std::vector<Case>& cases() {
+  static const std::vector<Case> table{
+      {"byte-order-mark", "hmetis",
+       "\xEF\xBB\xBF"
+       "1 2\n1 2\n",
+       "1:1 the file begins with a byte order mark", "1 2\n1 2\n"},
+      {"header-missing", "hmetis", "% 1\n",
+       "2:1 found the end of the file, expected the number of nets, from 0 to 2147483645", "% 1\n0 0\n"},
+      {"header-missing", "cnf", "c\n",
+       "2:1 found the end of the file, expected a line p cnf VARIABLES CLAUSES", "c\np cnf 0 0\n"},
+      {"header-short", "hmetis", "1\n",
+       "1:2 found the end of the line, expected the number of cells, from 0 to 2147483645", "0 1\n"},
+      {"header-short", "quillon", "1 0 0\n",
+       "1:6 found the end of the line, expected the number of pins, from 0 to 2147483645", "1 0 0 0\n"},
+      {"bad-count", "hmetis", "0 -1\n",
+       "1:3 found \"-1\", expected the number of cells, from 0 to 2147483645", "0 1\n"},
+      {"bad-format-code", "hmetis", "1 2 2\n1 2\n",
+       "1:5 found \"2\", expected a format: none, 0, 1, 10 or 11", "1 2 0\n1 2\n"},
+      {"bad-numbering", "quillon", "2 2 1 2\n1 2\n",
+       "1:1 found \"2\", expected the number that the file's cells begin with, 0 or 1", "1 2 1 2\n1 2\n"},
+      {"bad-banner", "mtx", "%MatrixMarket matrix coordinate pattern general\n0 0 0\n",
+       "1:1 found \"%MatrixMarket\", expected a first line %%MatrixMarket matrix coordinate FIELD SYMMETRY "
+       "(the line begins with two percent signs)",
+       kPattern + "0 0 0\n"},
+      {"bad-banner", "mtx", "%%MatrixMarket matrix coordinate patern general\n0 0 0\n",
+       "1:34 found \"patern\", expected pattern, integer, real or complex", kPattern + "0 0 0\n"},
+      {"not-square", "mtx", kSymmetric + "2 3 0\n",
+       "2:3 found \"3\", expected as many columns as the 2 rows of a symmetric matrix",
+       kSymmetric + "2 2 0\n"},
+      {"swapped-header", "hmetis", "4 2\n1 2\n3 4\n",
+       "1:1 the header announces 4 nets and 2 cells, but there are 2 lines of nets and the largest cell is 4 "
+       "(the number of nets comes first)",
+       "2 4\n1 2\n3 4\n"},
+      {"swapped-header", "hmetis", "2 3\n1 2\n1 2\n2 1\n",
+       "1:1 the header announces 2 nets and 3 cells, but there are 3 lines of nets and the largest cell is 2 "
+       "(the number of nets comes first)",
+       "3 2\n1 2\n1 2\n2 1\n"},
+      {"swapped-header", "quillon", "1 2 4 4\n1 2\n3 4\n",
+       "1:1 the header announces 4 nets and 2 cells, but there are 2 lines of nets and the largest cell is 4 "
+       "(the number of cells comes first)",
+       "1 4 2 4\n1 2\n3 4\n"},
+      {"trailing-text", "hmetis", "1 2\n1 2\n2 1\n2\n% c\n\n1\n",
+       "3:1 found \"2\", expected nothing after 1 net; there are 3 such lines", "4 2\n1 2\n2 1\n2\n% c\n\n"},
+      {"trailing-text", "kub", "1 1\n0\n1\n",
+       "1:3 found \"1\", expected the end of the line after the number of cells", "1\n0\n1\n"},
+      {"missing-line", "hmetis", "3 2\n1 2\n", "3:1 found the end of the file, expected net 2 of 3",
+       "1 2\n1 2\n"},
+      {"missing-line", "mtx", kPattern + "1 1 1\n", "3:1 found the end of the file, expected entry 1 of 1",
+       kPattern + "1 1 0\n"},
+      {"missing-line", "cnf", "p cnf 1 2\n1 0\n", "3:1 found the end of the file, expected clause 2 of 2",
+       "p cnf 1 1\n1 0\n"},
+      {"missing-pin", "kub", "2\n1\n1 2 0\n1\n1\n",
+       "3:6 found the end of the line, expected pin 2 of 2 of net 1 of 1", "2\n1\n1 1 0\n1\n1\n"},
+      {"missing-zero", "cnf", "p cnf 2 1\n1 2\n",
+       "3:1 found the end of the file, expected the 0 that ends clause 1 of 1", "p cnf 2 1\n1 2 0\n"},
+      {"pin-count", "quillon", "1 2 1 3\n1 2\n",
+       "1:7 found 2 pins on the net lines, expected the 3 of the header", "1 2 1 2\n1 2\n"},
+      {"pin-count", "quillon", "1 3 2 3\n1 2\n2 3\n",
+       "3:3 found 4 pins on the net lines, expected the 3 of the header", "1 3 2 4\n1 2\n2 3\n"},
+      {"edge-count", "metis", "2 2\n2\n1\n",
+       "1:3 found 1 edge on the lines of the vertices, expected the 2 of the header (an edge stands on two "
+       "lines and counts once)",
+       "2 1\n2\n1\n"},
+      {"cell-out-of-range", "hmetis", "1 2\n1 3\n", "2:3 found \"3\", expected a cell number from 1 to 2",
+       "1 3\n1 3\n"},
+      {"cell-out-of-range", "kub", "2\n1\n1 2 -1 1\n1\n1\n",
+       "3:5 found \"-1\", expected a cell number from 0 to 1", "2\n1\n1 2 0 1\n1\n1\n"},
+      {"cell-out-of-range", "cnf", "p cnf 1 1\n-2 0\n",
+       "2:1 found \"-2\", expected a literal from -1 to 1, or the 0 that ends the clause",
+       "p cnf 2 1\n-2 0\n"},
+      {"counts-from-0", "hmetis", "2 3\n1 2\n0 1\n",
+       "3:1 the smallest cell number is 0 and the largest 2: this file counts from 0 (the format counts from "
+       "1)",
+       "2 3\n1 2\n3 1\n"},
+      {"counts-from-0", "mtx", kPattern + "2 2 2\n0 1\n1 0\n",
+       "3:1 the smallest cell number is 0 and the largest 1: this file counts from 0 (the format counts from "
+       "1)",
+       kPattern + "2 2 2\n1 2\n2 1\n"},
+      {"counts-from-0", "metis", "2 1\n1\n0\n",
+       "3:1 the smallest cell number is 0 and the largest 1: this file counts from 0 (the format counts from "
+       "1)",
+       "2 1\n2\n1\n"},
+      {"counts-from-1", "quillon", "0 2 1 2\n1 2\n",
+       "2:3 the smallest cell number is 1 and the largest 2: this file counts from 1 (its header says from "
+       "0)",
+       "0 2 1 2\n0 1\n"},
+      {"counts-from-1", "kub", "2\n1\n1 2 1 2\n1\n1\n",
+       "3:7 the smallest cell number is 1 and the largest 2: this file counts from 1 (the format counts from "
+       "0)",
+       "2\n1\n1 2 1 0\n1\n1\n"},
+      {"not-a-number", "hmetis", "1 2\n1 b\n", "2:3 found \"b\", expected a cell number from 1 to 2",
+       "1 2\n1 2\n"},
+      {"number-too-large", "hmetis", "1 2\n1 2147483648\n",
+       "2:3 found \"2147483648\", expected a cell number from 1 to 2", "1 2\n1 2\n"},
+      {"bad-weight", "hmetis", "1 2 1\n-1 1 2\n",
+       "2:1 found \"-1\", expected the weight of net 1, from 0 to 2147483647", "1 2 1\n1 1 2\n"},
+      {"bad-value", "mtx", kReal + "1 1 1\n1 1\n",
+       "3:4 found the end of the line, expected the value of entry 1 of 1", kReal + "1 1 1\n1 1 1\n"},
+      {"diagonal-entry", "mtx", kSkew + "2 2 1\n2 2\n",
+       "3:1 found an entry on the diagonal, expected none in a skew-symmetric matrix",
+       kSkew + "2 2 1\n2 1\n"},
+      {"self-loop", "metis", "2 1\n2\n1 2\n", "3:3 found \"2\", expected another vertex than 2 itself",
+       "2 1\n2\n1\n"},
+      {"asymmetric-edge", "metis", "3 2\n2 3\n1\n\n",
+       "2:3 found vertex 3 on the line of vertex 1, expected 1 on the line of 3 too", "3 2\n2 3\n1\n1\n"},
+      {"asymmetric-edge", "metis", "2 1 1\n2 5\n1 6\n",
+       "3:1 found vertex 1 on the line of vertex 2, with weight 6, expected 5 as on the line of 1",
+       "2 1 1\n2 5\n1 5\n"},
+      {"repeated-edge", "metis", "2 1\n2 2\n1\n",
+       "2:3 found vertex 2 on the line of vertex 1, expected it there only once", "2 1\n2\n1\n"},
+      {"bad-name", "edges", "a b\nb 0.5\n",
+       "2:3 found \"0.5\", expected a name (weights are not read; a name that looks like one needs double "
+       "quotes)",
+       "a b\nb 5\n"},
+      {"bad-json", "hif", "{\"incidences\": [}\n", "1:17 found '}', expected '[', '{', or a literal",
+       "{\"incidences\": []}\n"},
+      {"bad-json-value", "hif",
+       "{\"incidences\": [{\"edge\": 1.5, \"node\": 2}, {\"edge\": 1, \"node\": 2}]}\n",
+       "1:26 found \"1.5\", expected a string or an integer for \"edge\"",
+       "{\"incidences\": [{\"edge\": 15, \"node\": 2}, {\"edge\": 1, \"node\": 2}]}\n"},
+      {"unknown-key", "hif", "{\"incidences\": [], \"name\": 1}\n",
+       "1:20 found \"name\", expected incidences, nodes, edges, network-type or metadata",
+       "{\"incidences\": [], \"metadata\": {}}\n"},
+      {"repeated-key", "hif", "{\"incidences\": [{\"edge\": 1, \"edge\": 1, \"node\": 2}]}\n",
+       "1:29 found \"edge\", expected each key once", "{\"incidences\": [{\"edge\": 1, \"node\": 2}]}\n"},
+      {"missing-key", "hif", "{\"incidences\": [{\"edge\": 1}]}\n",
+       "1:17 found an incidence without node, expected both edge and node",
+       "{\"incidences\": [{\"edge\": 1, \"node\": 1}]}\n"},
+      {"missing-incidences", "hif", "{}\n", "2:1 found no \"incidences\", expected an array of that name",
+       "{\"incidences\": []}\n"},
+      {"duplicate-pin", "hmetis", "2 3\n1 2\n3 1  3\n", "3:6 net 2 names cell 3 again, first in column 1",
+       "2 3\n1 2\n3 1  2\n"},
+      {"duplicate-pin", "quillon", "0 3 1 3 2\n7 1 0 1\n", "2:7 net 1 names cell 1 again, first in column 3",
+       "0 3 1 3 2\n1 1 0 2\n"},
+      {"duplicate-pin", "kub", "2\n1\n3 3 0 1 1\n1\n1\n", "3:9 net 1 names cell 1 again, first in column 7",
+       "2\n1\n3 2 0 1\n1\n1\n"},
+      {"duplicate-pin", "edges", "a b\n# c\nb, b\n", "3:4 net 2 names cell \"b\" again, first in column 1",
+       "a b\n# c\nb, c\n"},
+      {"duplicate-pin", "cnf", "p cnf 2 1\n1 2\n1 0\n", "3:1 literal 1 stands in its clause before",
+       "p cnf 2 1\n1 2\n 0\n"},
+      {"repeated-entry", "mtx", kPattern + "2 2 2\n2 1\n2 1\n", "4:1 entry (2, 1) is given before, on line 3",
+       kPattern + "2 2 2\n2 1\n2 2\n"},
+      {"repeated-entry", "mtx", kSymmetric + "2 2 2\n2 1\n1 2\n",
+       "4:1 entry (1, 2) is given before, on line 3", kSymmetric + "2 2 2\n2 1\n1 1\n"},
+      {"repeated-entry", "hif",
+       "{\"incidences\": [{\"edge\": 1, \"node\": 2},\n{\"edge\": 1, \"node\": 2}]}\n",
+       "2:1 this incidence is given before, on line 1",
+       "{\"incidences\": [{\"edge\": 1, \"node\": 2},\n{\"edge\": 1, \"node\": 3}]}\n"},
+      {"entry-above-diagonal", "mtx", kSymmetric + "2 2 1\n1 2\n", "3:1 entry (1, 2) is above the diagonal",
+       kSymmetric + "2 2 1\n2 1\n"},
+      {"opposed-literals", "cnf", "p cnf 2 1\n1 -1 2 0\n",
+       "2:3 literal -1 and its negation stand in one clause", "p cnf 2 1\n1 2 0\n"},
+      {"empty-net", "hmetis", "2 2\n\n1 2\n", "2:1 net 1 has no pins", "1 2\n1 2\n\n"},
+      {"zero-net-weight", "hmetis", "2 2 1\n1 1 2\n 0 1 2\n", "3:2 net 2 has weight 0",
+       "2 2 1\n1 1 2\n 1 1 2\n"},
+      {"zero-net-weight", "metis", "2 1 1\n2 0\n1 0\n", "2:1 net 1 has weight 0", "2 1 1\n2 1\n1 1\n"},
+      {"negative-weight", "quillon", "1 2 1 2 1\n1 2\n5 -3\n", "3:3 cell 2 has weight -3",
+       "1 2 1 2 1\n1 2\n5 3\n"},
+      {"missing-weights", "quillon", "1 2 1 2 1\n1 2\n5\n",
+       "4:1 the file ends before 1 cell weight, set to 1", "1 2 1 2 1\n1 2\n5 1\n"},
+      {"ignored-text", "quillon", "1 3 1 2\n1 2 x 3\n", "2:5 text from \"x\" on is ignored: it is no number",
+       "1 3 1 3\n1 2 3\n"},
+      {"total-too-large", "hmetis", "2 2 1\n2147483647 1 2\n1 1 2\n",
+       "0:0 the weights of all nets are 2147483648 together, more than 32 bits hold",
+       "2 2 1\n2147483646 1 2\n1 1 2\n"},
+      {"looks-like-metis", "hmetis", "4 4\n2 4\n1 3\n2 4\n3 1\n",
+       "0:0 line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one",
+       "4 4\n2 4\n1 3\n2 4\n3 2\n"},
+      {"maybe-weights", "edges", "a b 3\nb c 5\n",
+       "0:0 every line has three names, the last a number; weights are not read from lists",
+       "a b 3\nb c d\n"},
+      {"repeated-record", "hif", "{\"nodes\": [{\"node\": 1}, {\"node\": 1}], \"incidences\": []}\n",
+       "1:25 this node has been listed before; the first record counts",
+       "{\"nodes\": [{\"node\": 1}, {\"node\": 2}], \"incidences\": []}\n"},
+      {"mixed-ids", "hif", "{\"incidences\": [{\"edge\": 1, \"node\": 2}, {\"edge\": 1, \"node\": \"2\"}]}\n",
+       "1:41 node \"2\" and node 2 differ",
+       "{\"incidences\": [{\"edge\": 1, \"node\": 2}, {\"edge\": 1, \"node\": \"3\"}]}\n"},
+      {"weight-not-whole", "hif", "{\"edges\": [{\"edge\": 1, \"weight\": 1.5}], \"incidences\": []}\n",
+       "1:12 this edge has a weight that is no integer of 32 bits; 1 is used",
+       "{\"edges\": [{\"edge\": 1, \"weight\": 1.0}], \"incidences\": []}\n"},
+      {"nul-byte", "quillon", std::string("1 2 1 2\n1 2 \0\n", 14), "2:5 found a byte of value 0",
+       "1 2 1 2\n1 2  \n"},
+      {"mixed-line-ends", "hmetis", "2 2\r\n1 2\r\n2 1\n",
+       "3:4 2 lines with CR LF at the end, 1 with LF; here the rarer kind begins", "2 2\r\n1 2\r\n2 1\r\n"},
+      {"lost-last-line", "quillon", "1 2 1 2\n1 2",
+       "2:4 no newline after the last line (the readers of the library do not read this line)",
+       "1 2 1 2\n1 2\n"},
+      {"endless-wait", "quillon", "1 2 1 2 1\n1 2\n5\n% end\n",
+       "0:0 the last line is a comment, and cell weights are missing", "1 2 1 2 1\n1 2\n5 1\n% end\n"},
+      {"one-pin-net", "hmetis", "2 2\n1 2\n 1\n", "3:1 net 2 has one pin", "2 2\n1 2\n 1 2\n"},
+      {"one-pin-net", "mtx", kPattern + "1 2 1\n1 1\n", "0:0 1 net: a net has one pin; the first is net 1",
+       kPattern + "1 2 2\n1 1\n1 2\n"},
+      {"parallel-net", "hmetis", "3 2\n1 2\n1\n2 1 2\n", "4:1 net 3 has the same cells as net 1 on line 2",
+       "2 2\n1 2\n1\n"},
+      {"isolated-cell", "hmetis", "1 4\n2 3\n", "0:0 2 cells are on no net; the first is cell 1",
+       "1 2\n1 2\n"},
+      {"zero-cell-weight", "hmetis", "1 2 10\n1 2\n1\n0\n", "4:1 cell 2 has weight 0", "1 2 10\n1 2\n1\n1\n"},
+      {"zero-cell-weight", "kub", "2\n1\n1 2 0 1\n1\n0\n", "5:1 cell 2 has weight 0",
+       "2\n1\n1 2 0 1\n1\n1\n"},
+      {"weight-format", "quillon", "1 2 1 2 1\n1 2\n1\n1\n",
+       "1:9 weight format 1 means cell weights here, net weights in hMETIS", "1 2 1 2 0\n1 2\n"},
+      {"unlisted-node", "hif", "{\"nodes\": [{\"node\": 1}], \"incidences\": [{\"edge\": 1, \"node\": 2}]}\n",
+       "1:41 node 2 is not in the list of nodes",
+       "{\"nodes\": [{\"node\": 2}], \"incidences\": [{\"edge\": 1, \"node\": 2}]}\n"},
+      {"unlisted-edge", "hif", "{\"edges\": [{\"edge\": 1}], \"incidences\": [{\"edge\": 2, \"node\": 1}]}\n",
+       "1:41 edge 2 is not in the list of edges",
+       "{\"edges\": [{\"edge\": 2}], \"incidences\": [{\"edge\": 2, \"node\": 1}]}\n"},
+      {"data-not-kept", "hif", "{\"metadata\": {}, \"incidences\": []}\n", "0:0 not read: the metadata",
+       "{\"incidences\": []}\n"},
+      {"comment", "hmetis", "1 2\n%\n1 2\n% x\n", "2:1 2 comment lines, the first is here", "1 2\n1 2\n\n"},
+      {"crlf", "hmetis", "1 2\r\n1 2\r\n", "1:5 2 lines with CR LF at the end", "1 2\n1 2\n"},
+      {"tab", "hmetis", "1 2\n1\t2\n", "2:2 1 tab, the first is here", "1 2\n1 2\n"},
+      {"header-blanks", "hmetis", "1 2 \n1 2\n", "1:4 the header has surplus blanks", "1 2\n1 2\n"},
+      {"header-blanks", "hmetis", "1  2\n1 2\n", "1:2 the header has surplus blanks", "1 2\n1 2\n"},
+      {"no-final-newline", "hmetis", "1 2\n1 2", "2:4 no newline after the last line", "1 2\n1 2\n"},
+  };
+  return table;
+}
+
+TEST(Lint, FindsEachRuleAtItsPlaceAndNotInTheFileNextToIt) {
+  for (const Case& each : cases()) {
+    SCOPED_TRACE(std::string(each.rule) + " " + testing::PrintToString(each.bad));
+    const LintResult bad = lint_text(each.format, each.bad);
+    EXPECT_THAT(findings_of(bad, each.rule), ElementsAre(each.finding));
+    for (const Finding& finding : bad.findings)
+      EXPECT_EQ(finding.severity, rule_named(finding.rule)->severity);
+    if (rule_named(each.rule)->severity == Severity::kError)
+      EXPECT_THAT(rules_of(bad, Severity::kError), ElementsAre(each.rule));
+    else
+      EXPECT_THAT(rules_of(bad, Severity::kError), IsEmpty());
+    const LintResult good = lint_text(each.format, each.good);
+    EXPECT_THAT(findings_of(good, each.rule), IsEmpty());
+    EXPECT_THAT(rules_of(good, Severity::kError), IsEmpty());
+  }
+}
+
+TEST(Rules, HaveExamplesThatShowThem) {
+  for (const Rule& rule : all_rules()) {
+    if (rule.example.empty()) continue;
+    SCOPED_TRACE(rule.name);
+    const LintResult result = lint_text(std::string(rule.format), std::string(rule.example));
+    EXPECT_GT(result.count(rule.name), 0);
+    if (rule.severity == Severity::kError)
+      EXPECT_THAT(rules_of(result, Severity::kError), ElementsAre(std::string(rule.name)));
+    else
+      EXPECT_THAT(rules_of(result, Severity::kError), IsEmpty());
+  }
+}
+
+TEST(Rules, AreSortedBySeverityAndNamedOnce) {
+  for (std::size_t k = 1; k < all_rules().size(); ++k)
+    EXPECT_LE(all_rules()[k - 1].severity, all_rules()[k].severity);
+  for (const Rule& rule : all_rules()) EXPECT_EQ(rule_named(rule.name), &rule);
+  EXPECT_EQ(rule_named("no-such-rule"), nullptr);
+}
+
+TEST(Lint, CountsFindingsThatItDoesNotKeep) {
+  std::string text = "1000 4\n";
+  for (int j = 0; j < 1000; ++j) text += "1 2 2 7\n";
+  LintOptions options;
+  options.most_kept = 3;
+  const LintResult result = lint_text("hmetis", text, options);
+  EXPECT_EQ(result.count("cell-out-of-range"), 1000);
+  EXPECT_EQ(findings_of(result, "cell-out-of-range").size(), 3U);
+  const LintResult repeated = lint_text("hmetis", "2 3\n1 2 2 2\n3 3\n", options);
+  EXPECT_EQ(repeated.count("duplicate-pin"), 3);
+  options.most_kept = 0;
+  const LintResult counted = lint_text("hmetis", text, options);
+  EXPECT_EQ(counted.count("cell-out-of-range"), 1000);
+  EXPECT_THAT(counted.findings, IsEmpty());
+}
+
+TEST(Lint, GoesOnAfterErrorsInNetsAndWeights) {
+  const LintResult result = lint_text("hmetis", "3 3 11\n1 1 9 x\n-2 1 2\n1 2 3\n1\n-7\n1 1\n");
+  EXPECT_THAT(findings_of(result, "cell-out-of-range"),
+              ElementsAre("2:5 found \"9\", expected a cell number from 1 to 3"));
+  EXPECT_THAT(findings_of(result, "not-a-number"),
+              ElementsAre("2:7 found \"x\", expected a cell number from 1 to 3"));
+  EXPECT_EQ(result.count("bad-weight"), 2);
+  EXPECT_EQ(result.count("trailing-text"), 1);
+}
+
+TEST(Lint, ReportsTheSameThroughManyBlocks) {
+  std::string text = "60000 60001\n";
+  for (int j = 1; j <= 60000; ++j) text += std::to_string(j) + " " + std::to_string(j + 1) + "\n";
+  const LintResult clean = lint_text("hmetis", text);
+  EXPECT_THAT(clean.findings, IsEmpty());
+  const std::size_t line = text.find("\n59990 ") + 1;
+  const LintResult result = lint_text("hmetis", std::string(text).replace(line, 11, "59990 59990"));
+  EXPECT_THAT(findings_of(result, "duplicate-pin"),
+              ElementsAre("59991:7 net 59990 names cell 59990 again, first in column 1"));
+}
+
+TEST(Lint, ShowsLinesWithTheirPlace) {
+  LintOptions options;
+  options.excerpts = true;
+  const LintResult result = lint_text("hmetis", "1 2\n1\t2 2\n", options);
+  ASSERT_EQ(result.findings.size(), result.excerpts.size());
+  for (std::size_t k = 0; k < result.findings.size(); ++k) {
+    if (result.findings[k].rule != "duplicate-pin") continue;
+    EXPECT_EQ(result.excerpts[k].text, "1 2 2");
+    EXPECT_EQ(result.excerpts[k].caret, 4U);
+  }
+}
+
+// The hmetis text of what `mend` makes of a text.
+std::string mended_text(const std::string& format, const std::string& text, const MendOptions& options = {}) {
+  const TempFolder folder;
+  const std::string file = folder.write("file", text);
+  LintOptions of_format;
+  of_format.format = format_named(format);
+  Mended mended = mend(file, lint(file, of_format), {}, options);
+  Record record;
+  to_record(std::move(mended.lists), record);
+  format_named("hmetis")->write(record.h, {}, folder.at("out").c_str());
+  return folder.contents("out");
+}
+
+TEST(Mend, ShiftsCellsAndRemovesRepeatedPins) {
+  const std::string sound = mended_text("hmetis", "2 3\n1 2\n2 3 1\n");
+  EXPECT_EQ(mended_text("hmetis", "2 3\r\n0 1\r\n% c\r\n1\t2 1 0"), sound);
+  EXPECT_EQ(mended_text("quillon", "0 3 2 7\n1 2\n2 3 1 3\n"), sound);
+  EXPECT_EQ(mended_text("kub", "3\n2\n1 2 1 2\n1 3 2 3 1\n1\n1\n1\n"), sound);
+  EXPECT_EQ(mended_text("hmetis",
+                        "\xEF\xBB\xBF"
+                        "2 3\n1 2\n2 3 1\n"),
+            sound);
+  EXPECT_EQ(mended_text("mtx", kPattern + "2 3 5\n0 0\n0 1\n1 1\n1 2\n1 0\n"), sound);
+  EXPECT_EQ(mended_text("metis", "2 1\n1\n0\n"), mended_text("metis", "2 1\n2\n1\n"));
+}
+
+TEST(Mend, DropsAndMergesNetsOnRequest) {
+  const std::string text = "6 3 1\n4 1 2\n5\n6 3\n7 2 1\n8 1 3\n1 2 1 2\n";
+  MendOptions drop;
+  drop.drop_empty_nets = true;
+  drop.drop_one_pin_nets = true;
+  EXPECT_EQ(mended_text("hmetis", text, drop), mended_text("hmetis", "4 3 1\n4 1 2\n7 2 1\n8 1 3\n1 2 1\n"));
+  MendOptions merge;
+  merge.merge_parallel_nets = true;
+  EXPECT_EQ(mended_text("hmetis", text, merge), mended_text("hmetis", "4 3 1\n12 1 2\n5\n6 3\n8 1 3\n"));
+  EXPECT_EQ(mended_text("hmetis", "2 2\n1 2\n2 1\n", merge), mended_text("hmetis", "1 2 1\n2 1 2\n"));
+}
+
+TEST(Mend, RefusesWhatHasTwoMeanings) {
+  for (const std::string text :
+       {"2 2\n1 2\n", "1 2\n1 3\n", "1 2\n1 2\n1 2\n", "1 2\n1 x\n", "2 3\n0 1\n3\n"})
+    EXPECT_NE(finding_of([&] { mended_text("hmetis", text); }).rule, kNoFinding) << text;
+  MendOptions merge;
+  merge.merge_parallel_nets = true;
+  const std::string heavy = "2 2 1\n2147483647 1 2\n1 1 2\n";
+  EXPECT_EQ(finding_of([&] { mended_text("hmetis", heavy, merge); }).rule, "total-too-large");
+}
+
+TEST(LintCompanion, ChecksFilesAgainstTheHypergraph) {
+  const TempFolder folder;
+  const LintResult hypergraph = lint_text("hmetis", "1 3 10\n1 2\n1\n1\n7\n");
+  const auto rules = [&](Companion kind, const std::string& text, int nparts) {
+    std::vector<std::string> names;
+    const LintResult result = lint_companion(folder.write("file", text), kind, hypergraph, nparts);
+    for (const RuleCount& broken : result.counts)
+      names.push_back(std::string(broken.rule->name) + " " + std::to_string(broken.count));
+    return names;
+  };
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n0\n", 1), IsEmpty());
+  EXPECT_THAT(rules(Companion::kParts, "0\n1\n0\n", 2), ElementsAre("heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n5\nx\n", 2), ElementsAre("not-a-number 1", "part-out-of-range 1"));
+  EXPECT_THAT(rules(Companion::kParts, "1\n2\n2\n", 2), ElementsAre("part-out-of-range 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n2\n", 3), ElementsAre("empty-part 1", "heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n", 1), ElementsAre("missing-part 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0 0 0 0\n", 1), ElementsAre("trailing-text 1"));
+  EXPECT_THAT(rules(Companion::kFixed, "-1\n-1\n0\n", 2), ElementsAre("overfull-part 1", "heavy-cell 1"));
+  EXPECT_THAT(rules(Companion::kFixed, "-1\n-2\n2\n", 2), ElementsAre("part-out-of-range 2"));
+  EXPECT_THAT(rules(Companion::kPermutation, "3\n1\n2\n", 0), IsEmpty());
+  EXPECT_THAT(rules(Companion::kPermutation, "3\n3\n4\n", 0),
+              ElementsAre("cell-out-of-range 1", "repeated-cell 1"));
+  EXPECT_THAT(rules(Companion::kLabels, "cell 1 7\ncell 2 7\nnet 1 1\nword\ncell 3 8\n", 0),
+              ElementsAre("bad-keyword 1", "repeated-name 1"));
+  EXPECT_THAT(rules(Companion::kLabels, "cell 1 7\nnet 1 1\n", 0), ElementsAre("missing-name 2"));
+}
+
+// A sound file by words, and which of them are cells of nets.
+struct Words {
+  std::vector<std::vector<std::string>> lines;
+  std::vector<std::pair<std::size_t, std::size_t>> cells;  // line and word, from 0
+  int ncells = 0;
+  int first = 1;
+
+  [[nodiscard]] std::string text() const {
+    std::string text;
+    for (const std::vector<std::string>& line : lines) {
+      for (std::size_t k = 0; k < line.size(); ++k) text.append(k > 0 ? " " : "").append(line[k]);
+      text += "\n";
+    }
+    return text;
+  }
+
+  [[nodiscard]] std::string place_of(std::size_t line, std::size_t word) const {
+    std::size_t column = 1;
+    for (std::size_t k = 0; k < word; ++k) column += lines[line][k].size() + 1;
+    return std::to_string(line + 1) + ":" + std::to_string(column);
+  }
+};
+
+// A hypergraph without weights in a format whose lines are nets.
+Words sound_file(const std::string& format, std::mt19937& random) {
+  const auto below = [&random](int bound) {
+    return static_cast<int>(random() % static_cast<unsigned>(bound));
+  };
+  Words words;
+  words.ncells = 5 + below(20);
+  words.first = format == "kub" ? 0 : 1;
+  const int nnets = words.ncells + 1 + below(20);
+  std::vector<int> cells(static_cast<std::size_t>(words.ncells));
+  std::iota(cells.begin(), cells.end(), words.first);
+  int npins = 0;
+  for (int j = 0; j < nnets; ++j) {
+    std::shuffle(cells.begin(), cells.end(), random);
+    const int size =
+        j == 0 ? words.ncells : 2 + below(3);  // the first net makes the numbers start and end right
+    std::vector<std::string> line;
+    if (format == "kub") line = {"1", std::to_string(size)};
+    for (int k = 0; k < size; ++k) line.push_back(std::to_string(cells[static_cast<std::size_t>(k)]));
+    npins += size;
+    words.lines.push_back(line);
+  }
+  const std::string counts[] = {std::to_string(words.ncells), std::to_string(nnets), std::to_string(npins)};
+  if (format == "hmetis") words.lines.insert(words.lines.begin(), {counts[1], counts[0]});
+  if (format == "quillon") words.lines.insert(words.lines.begin(), {"1", counts[0], counts[1], counts[2]});
+  if (format == "kub") words.lines.insert(words.lines.begin(), {{counts[0]}, {counts[1]}});
+  const std::size_t nheaders = format == "kub" ? 2 : 1;
+  for (std::size_t j = nheaders; j < words.lines.size(); ++j)
+    for (std::size_t k = format == "kub" ? 2 : 0; k < words.lines[j].size(); ++k)
+      words.cells.emplace_back(j, k);
+  if (format == "kub") words.lines.insert(words.lines.end(), static_cast<std::size_t>(words.ncells), {"1"});
+  return words;
+}
+
+TEST(Lint, FindsEveryPlantedMistakeAndNoOther) {
+  std::mt19937 random(1);
+  for (const std::string format : {"hmetis", "quillon", "kub"}) {
+    for (int round = 0; round < 40; ++round) {
+      const Words good = sound_file(format, random);
+      ASSERT_THAT(rules_of(lint_text(format, good.text()), Severity::kError), IsEmpty());
+      Words bad = good;
+      const auto [line, word] = bad.cells[random() % bad.cells.size()];
+      std::string& planted = bad.lines[line][word];
+      const std::pair<const char*, std::string> mistakes[] = {
+          {"cell-out-of-range", std::to_string(bad.ncells + 5 + bad.first)},
+          {"number-too-large", "4294967296"},
+          {"not-a-number", "x1"},
+          {"duplicate-pin", bad.lines[line][format == "kub" ? 2 : 0]}};
+      const auto& [rule, text] = mistakes[random() % (format == "quillon" ? 2 : 4)];
+      const bool repeats = rule == std::string_view("duplicate-pin");
+      if (repeats && planted == text) continue;
+      planted = text;
+      SCOPED_TRACE(format + " " + rule + "\n" + bad.text());
+      const LintResult result = lint_text(format, bad.text());
+      const std::vector<std::string> found = findings_of(result, rule);
+      ASSERT_EQ(found.size(), 1U);
+      EXPECT_EQ(found[0].substr(0, found[0].find(' ')), bad.place_of(line, word));
+      EXPECT_EQ(result.count(Severity::kError), repeats ? 0 : 1);
+    }
+  }
+}
+
+TEST(Programs, TakeRefuseOrChangeFiles) {
+  const auto verdict = [](const std::string& text, const std::string& program) {
+    const std::vector<ProgramVerdict> verdicts = verdicts_on(lint_text("hmetis", text), {program});
+    EXPECT_EQ(verdicts.size(), 1U);
+    return std::string(verdicts.front().verdict) + " " + verdicts.front().reason;
+  };
+  EXPECT_EQ(verdict("1 2\n1 2\n", "KaHyPar"), "takes ");
+  EXPECT_EQ(verdict("1 2\r\n1 2\r\n", "KaHyPar"),
+            "refuses crlf at 1:5: takes the CR for a part of the number (\"Expected positive number\")");
+  EXPECT_EQ(verdict("1 2\r\n1 2\r\n", "Mt-KaHyPar"), "takes ");
+  EXPECT_EQ(verdict("2 2\n1 2 1\n2\n", "KaHyPar"), "changes removes repeated pins: 1; drops one-pin nets: 1");
+  EXPECT_EQ(verdict("1 2\n1 3\n", "KaHyPar"), "refuses cell-out-of-range at 2:3");
+  EXPECT_EQ(verdict("1 2\n1 3\n", "gpmetis"), "other-format it reads metis");
+  EXPECT_EQ(program_names().size(), verdicts_on(lint_text("hmetis", "1 2\n1 2\n"), {}).size());
+}
+
+TEST(Lint, ReportsAFileThatCannotBeOpened) {
+  const LintResult result = lint("/nonexistent/file.hgr");
+  ASSERT_EQ(result.findings.size(), 1U);
+  EXPECT_EQ(result.findings[0].rule, "cannot-open");
+  EXPECT_EQ(result.format, nullptr);
+}
+
+}  // namespace
+}  // namespace quillon::formats
