@@ -1,12 +1,12 @@
 #pragma once
 // Runs the work of commands so that an error ends one file, and not the program.
 
-#include <exception>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tools/operations/fatal_error.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -14,18 +14,6 @@ namespace quillon::tool {
 inline constexpr int kSuccess = 0;
 inline constexpr int kFinding = 1;
 inline constexpr int kUsage = 2;
-
-/// A fatal error of the libraries.
-class FatalError : public std::exception {
- public:
-  /// @param message  Cut to what fits into the object if there is no memory for it.
-  explicit FatalError(const char* message) noexcept;
-  [[nodiscard]] const char* what() const noexcept override;
-
- private:
-  std::string message_;
-  char short_message_[256];
-};
 
 /// Wrong usage that shows only when the options are seen together.
 struct UsageError : std::runtime_error {

@@ -1,0 +1,84 @@
+// The functions of the extension. The modules in python/quillon give them their public names, arguments and
+// docstrings.
+
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <string>
+#include <vector>
+
+#include "formats/formats.h"
+#include "python/core/build.h"
+#include "python/core/call.h"
+#include "python/core/errors.h"
+#include "python/core/graph.h"
+#include "python/core/save.h"
+
+namespace quillon::python {
+namespace {
+
+SharedGraph read_path(const py::bytes& path, int descriptor, const std::string& format,
+                      const std::string& model, const std::string& pairs, bool fold_small_nets,
+                      bool add_diagonal, int nthreads) {
+  return read({path, descriptor, format, model, pairs, fold_small_nets, add_diagonal, nthreads});
+}
+
+void add_names(std::vector<std::string>& by_number, const std::vector<std::string>& names) {
+  if (names.empty()) return;
+  by_number.assign(1, "");
+  by_number.insert(by_number.end(), names.begin(), names.end());
+}
+
+SharedGraph from_csr(const py::array& offsets, const py::array& pins, int ncells,
+                     const std::optional<py::array>& cell_weights,
+                     const std::optional<py::array>& net_weights, const std::vector<std::string>& cell_names,
+                     const std::vector<std::string>& net_names, bool add_diagonal) {
+  ArrayRequest request{offsets, pins, ncells, cell_weights, net_weights};
+  add_names(request.names.cells, cell_names);
+  add_names(request.names.nets, net_names);
+  request.add_diagonal = add_diagonal;
+  return from_arrays(request);
+}
+
+std::vector<std::string> without_entry_0(const std::vector<std::string>& by_number) {
+  return by_number.empty() ? by_number : std::vector<std::string>(by_number.begin() + 1, by_number.end());
+}
+
+void define_graph(py::module_& m) {
+  py::class_<Graph, SharedGraph>(m, "Graph")
+      .def_property_readonly("num_cells", [](const Graph& graph) { return graph.h()._c; })
+      .def_property_readonly("num_nets", [](const Graph& graph) { return graph.h()._n; })
+      .def_property_readonly("num_pins", [](const Graph& graph) { return graph.h()._p; })
+      .def_property_readonly("num_folded", [](const Graph& graph) { return graph.record.nfolded; })
+      .def_property_readonly("weights", [](const Graph& graph) { return graph.weights; })
+      .def_property_readonly("has_cell_side", [](const Graph& graph) { return graph.has_cell_side; })
+      .def_property_readonly("cell_names",
+                             [](const Graph& graph) { return without_entry_0(graph.names.cells); })
+      .def_property_readonly("net_names",
+                             [](const Graph& graph) { return without_entry_0(graph.names.nets); })
+      .def_property_readonly("cell_weights", cell_weights)
+      .def_property_readonly("net_weights", net_weights)
+      .def_property_readonly("net_offsets", net_offsets)
+      .def_property_readonly("net_pins", net_pins)
+      .def_property_readonly("cell_offsets", cell_offsets)
+      .def_property_readonly("cell_nets", cell_nets)
+      .def("equals", [](const SharedGraph& a, const SharedGraph& b) { return are_equal(*a, *b); })
+      .def("write",
+           [](const SharedGraph& graph, const py::bytes& path, const std::string& format,
+              std::optional<int> weights, int numbering, const std::string& model, bool replace_protected) {
+             write(*graph, {path, format, weights, numbering, model, replace_protected});
+           });
+}
+
+}  // namespace
+}  // namespace quillon::python
+
+PYBIND11_MODULE(_core, m) {
+  using namespace quillon::python;
+  install_handlers();
+  register_errors();
+  m.attr("__version__") = QUILLON_VERSION;
+  define_graph(m);
+  m.def("read", read_path);
+  m.def("from_csr", from_csr);
+}

@@ -1,0 +1,26 @@
+"""Hypergraphs of cells and nets: read, build, prune, renumber, measure and write them.
+
+A net is a set of cells, its pins. Cells and nets are counted from 0, in arrays of compressed rows as in
+scipy.sparse. A hypergraph does not change once it is made.
+
+>>> import quillon
+>>> h = quillon.from_nets([[0, 1], [1, 2, 0]], num_cells=3)
+>>> h.num_pins
+5
+"""
+
+from ._build import from_csr, from_nets, read
+from ._core import __version__
+from ._errors import BadFile, Error, Finding
+from ._hypergraph import Hypergraph
+
+__all__ = [
+    "BadFile",
+    "Error",
+    "Finding",
+    "Hypergraph",
+    "__version__",
+    "from_csr",
+    "from_nets",
+    "read",
+]
