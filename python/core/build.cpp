@@ -15,6 +15,7 @@
 #include "formats/threads.h"
 #include "hypergraph/detail/lists.h"
 #include "python/core/call.h"
+#include "python/core/integers.h"
 #include "util/util.h"
 
 namespace quillon::python {
@@ -23,59 +24,9 @@ namespace {
 using formats::Model;
 using formats::NetLists;
 
-// What the integers of an argument may be.
-struct Range {
-  std::string name;
-  std::int64_t least;
-  std::int64_t most;
-};
-
-constexpr std::int64_t kLeastInt = std::numeric_limits<int>::min();
-constexpr std::int64_t kMostInt = std::numeric_limits<int>::max();
-
-// The memory of an array, for use without the interpreter.
-struct Integers {
-  const void* data = nullptr;
-  std::size_t size = 0;
-  bool are_wide = false;
-
-  Integers() = default;
-  explicit Integers(const py::array& array)
-      : data(array.data()), size(static_cast<std::size_t>(array.size())), are_wide(array.itemsize() == 8) {}
-};
-
-template <typename Work>
-void visit(const Integers& integers, const Work& work) {
-  if (integers.are_wide)
-    work(std::span(static_cast<const std::int64_t*>(integers.data), integers.size));
-  else
-    work(std::span(static_cast<const std::int32_t*>(integers.data), integers.size));
-}
-
-[[noreturn]] void refuse(const Range& range, std::size_t position, std::int64_t value) {
-  std::string expected = std::to_string(range.least) + " to " + std::to_string(range.most);
-  if (range.most < range.least) expected = "none, as there are no cells";
-  throw std::invalid_argument(range.name + "[" + std::to_string(position) + "] is " + std::to_string(value) +
-                              ", expected " + expected);
-}
-
-// Copies the integers, each increased by `shift`.
-void copy_in_range(const Integers& integers, const Range& range, int shift, int* copy) {
-  visit(integers, [&](const auto values) {
-    bool is_any_outside = false;
-    for (std::size_t k = 0; k < values.size(); ++k) {
-      is_any_outside |= values[k] < range.least || values[k] > range.most;
-      copy[k] = static_cast<int>(static_cast<unsigned>(values[k]) + static_cast<unsigned>(shift));
-    }
-    if (!is_any_outside) return;
-    for (std::size_t k = 0; k < values.size(); ++k)
-      if (values[k] < range.least || values[k] > range.most) refuse(range, k, values[k]);
-  });
-}
-
 void copy_offsets(const Integers& integers, std::size_t npins, formats::Ints& starts) {
   if (integers.size == 0) throw std::invalid_argument("offsets is empty, expected one more than nets");
-  if (integers.size - 1 > static_cast<std::size_t>(kMostInt) - 2)
+  if (integers.size - 1 > static_cast<std::size_t>(std::numeric_limits<int>::max()) - 2)
     throw std::invalid_argument("there are " + std::to_string(integers.size - 1) + " nets, too many");
   const Range range{"offsets", 0, static_cast<std::int64_t>(npins)};
   starts.extend(1)[0] = 0;  // net 0 does not exist
@@ -92,13 +43,7 @@ void copy_offsets(const Integers& integers, std::size_t npins, formats::Ints& st
 }
 
 std::vector<int> weights_of(const Integers& integers, int count, const char* name) {
-  if (integers.data == nullptr) return {};
-  if (integers.size != static_cast<std::size_t>(count))
-    throw std::invalid_argument(std::string(name) + " has " + std::to_string(integers.size) +
-                                " entries, expected " + std::to_string(count));
-  std::vector<int> weights(integers.size + 1);
-  copy_in_range(integers, {name, kLeastInt, kMostInt}, 0, weights.data() + 1);
-  return weights;
+  return integers.data == nullptr ? std::vector<int>() : by_number(integers, count, {name});
 }
 
 // By net: whether it has the cell of its number.
@@ -111,8 +56,6 @@ std::vector<int> diagonal_of(const NetLists& lists) {
   }
   return diagonal;
 }
-
-Integers integers_of(const std::optional<py::array>& array) { return array ? Integers(*array) : Integers(); }
 
 // What reading of small nets left in the record.
 void restore_folded(Graph& graph, const Integers& folded_weights, const ArrayRequest& request) {
@@ -197,9 +140,9 @@ SharedGraph read(const ReadRequest& request) {
 SharedGraph from_arrays(const ArrayRequest& request) {
   const Integers offsets(request.offsets);
   const Integers pins(request.pins);
-  const Integers cell_weights = integers_of(request.cell_weights);
-  const Integers net_weights = integers_of(request.net_weights);
-  const Integers folded_weights = integers_of(request.folded_weights);
+  const Integers cell_weights(request.cell_weights);
+  const Integers net_weights(request.net_weights);
+  const Integers folded_weights(request.folded_weights);
   return share(call([&] {
     formats::check_pins(pins.size);
     NetLists lists;

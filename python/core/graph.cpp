@@ -95,6 +95,11 @@ py::array net_weights(const py::object& self) {
   return view(self, &h._nlst[1].w, static_cast<std::size_t>(h._n), sizeof(Net));
 }
 
+py::array folded_weights(const py::object& self) {
+  const auto& h = self.cast<Graph&>().h();
+  return view(self, &h._clst[1].inw, static_cast<std::size_t>(h._c), sizeof(Cell));
+}
+
 py::array net_offsets(const py::object& self) {
   return view(self, rows_of_nets(self.cast<Graph&>()).offsets);
 }

@@ -47,6 +47,7 @@ SharedGraph share(std::unique_ptr<Graph> graph);
 /// @{
 py::array cell_weights(const py::object& self);
 py::array net_weights(const py::object& self);
+py::array folded_weights(const py::object& self);  // of folded one-pin nets, by cell
 py::array net_offsets(const py::object& self);
 py::array net_pins(const py::object& self);
 py::array cell_offsets(const py::object& self);

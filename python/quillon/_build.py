@@ -157,6 +157,7 @@ def from_csr(
         [],
         [],
         False,
+        None,
     )
     return Hypergraph._of(graph)
 

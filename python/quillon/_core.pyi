@@ -1,4 +1,4 @@
-from typing import Any, List, Optional
+from typing import Any, List, Optional, Tuple
 
 import numpy as np
 import numpy.typing as npt
@@ -34,6 +34,37 @@ class Graph:
     def cell_offsets(self) -> npt.NDArray[np.int32]: ...
     @property
     def cell_nets(self) -> npt.NDArray[np.int32]: ...
+    @property
+    def folded_weights(self) -> npt.NDArray[np.int32]: ...
+    @property
+    def pinless_weight(self) -> int: ...
+    def num_repeated_pins(self) -> int: ...
+    def broken_rule(self) -> Optional[str]: ...
+    def prune(
+        self, max_size: int, shuffle: bool, seed: int
+    ) -> Tuple[Graph, Graph, npt.NDArray[np.int32], npt.NDArray[np.int32], npt.NDArray[np.int32]]: ...
+    def permute(
+        self, cells: npt.NDArray[Any], nets: npt.NDArray[Any]
+    ) -> Tuple[Graph, npt.NDArray[np.int32], npt.NDArray[np.int32]]: ...
+    def reorder_by_part(
+        self, parts: npt.NDArray[Any]
+    ) -> Tuple[Graph, npt.NDArray[np.int32], npt.NDArray[np.int32]]: ...
+    def stats_json(self, file: str) -> str: ...
+    def evaluation_json(
+        self,
+        parts: npt.NDArray[Any],
+        nparts: int,
+        limits: List[Tuple[str, str]],
+        fixed: Optional[npt.NDArray[Any]],
+        targets: List[str],
+        are_shares: bool,
+        details: bool,
+        matrix: bool,
+        nnets: int,
+    ) -> str: ...
+    def comparison_json(
+        self, first: npt.NDArray[Any], second: npt.NDArray[Any], nparts_first: int, nparts_second: int
+    ) -> str: ...
     def equals(self, other: Graph) -> bool: ...
     def write(
         self,
@@ -64,4 +95,5 @@ def from_csr(
     cell_names: List[str],
     net_names: List[str],
     add_diagonal: bool,
+    folded: Optional[Tuple[npt.NDArray[Any], int, int]],
 ) -> Graph: ...

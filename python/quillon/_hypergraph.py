@@ -3,14 +3,18 @@
 from __future__ import annotations
 
 import json
+import math
 import os
 import tempfile
-from typing import TYPE_CHECKING, Any, List, Optional, Union
+from typing import TYPE_CHECKING, Any, Dict, List, Mapping, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
+from ._arrays import INT_MAX, INT_MIN, Integers, count, integers
+from ._errors import Finding
+from ._results import Comparison, Evaluation, Pruned, Reordered
 
 if TYPE_CHECKING:
     import io
@@ -171,6 +175,169 @@ class Hypergraph:
             file.seek(0)
             return file.read()
 
+    def prune(self, max_size: int, shuffle: bool = False, seed: int = 0) -> Pruned:
+        """Drops nets of fewer than two pins, and sets large ones aside.
+
+        Parameters
+        ----------
+        max_size : int
+            Nets of so many pins or more are set aside.
+        shuffle : bool
+            Whether nets, cells and the pins of each net are put in random order.
+        seed : int
+            Of the random order. The same seed always gives the same order.
+
+        Returns
+        -------
+        Pruned
+        """
+        max_size = count(max_size, "max_size")
+        if not 0 <= seed < 2**64:
+            raise ValueError(f"seed is {seed}, expected 0 to {2**64 - 1}")
+        kept, set_aside, cells, nets, nets_set_aside = self._graph.prune(max_size, shuffle, seed)
+        return Pruned(Hypergraph._of(kept), cells, nets, Hypergraph._of(set_aside), nets_set_aside)
+
+    def permute(self, cell_order: Optional[Any] = None, net_order: Optional[Any] = None) -> Reordered:
+        """Renumbers cells and nets.
+
+        Parameters
+        ----------
+        cell_order, net_order : array_like of int, optional
+            The old number of each new cell or net; by default they keep their numbers.
+
+        Returns
+        -------
+        Reordered
+
+        Raises
+        ------
+        ValueError
+            If an order does not name each cell or net once; the message names the position.
+        """
+        cells = _order(cell_order, "cell_order", self.num_cells)
+        nets = _order(net_order, "net_order", self.num_nets)
+        return _reordered(self._graph.permute(cells, nets))
+
+    def reorder_by_part(self, parts: Any) -> Reordered:
+        """Sorts cells by part, and nets by the lowest part that they touch.
+
+        Nets of one part come before those that touch others too, nets without pins last. If the hypergraph
+        is symmetric, nets are renumbered like the cells instead.
+
+        Parameters
+        ----------
+        parts : array_like of int
+            Part of each cell.
+
+        Returns
+        -------
+        Reordered
+        """
+        return _reordered(self._graph.reorder_by_part(integers(parts, "parts", INT_MIN, INT_MAX)))
+
+    def stats(self) -> Dict[str, Any]:
+        """Counts, degrees, net sizes and weights: the object of ``quillon stats --json``."""
+        members: Dict[str, Any] = json.loads(self._graph.stats_json(self._file))
+        return members
+
+    def check(self) -> List[Finding]:
+        """Verifies the hypergraph, and looks for what other programs refuse or treat differently.
+
+        Returns
+        -------
+        list of Finding
+            Without errors; warnings and notes are allowed in every hypergraph.
+        """
+        broken = self._graph.broken_rule()
+        if broken is not None:
+            return [Finding("broken-record", "error", self._file, None, None, broken)]
+        sizes = np.diff(self.net_offsets)
+        degrees = np.diff(self.cell_offsets)
+        found = []
+        for rule, severity, number, what in (
+            ("repeated-pin", "warning", self._graph.num_repeated_pins(), "pin that repeats a cell of its net"),
+            ("negative-weight", "warning", _negative(self.cell_weights, self.net_weights), "weight below 0"),
+            ("pinless-net", "note", int((sizes == 0).sum()), "net without pins"),
+            ("one-pin-net", "note", int((sizes == 1).sum()), "net with one pin"),
+            ("isolated-cell", "note", int((degrees == 0).sum()), "cell on no net"),
+        ):
+            if number > 0:
+                message = f"{number} {what if number == 1 else _plural(what)}"
+                found.append(Finding(rule, severity, self._file, None, None, message))
+        return found
+
+    def evaluate(
+        self,
+        parts: Any,
+        k: Optional[int] = None,
+        limits: Union[None, str, Sequence[str], Mapping[str, float]] = None,
+        fixed: Union[None, Any, Mapping[int, int]] = None,
+        targets: Optional[Sequence[float]] = None,
+        details: bool = False,
+        matrix: bool = False,
+        nets: int = 0,
+    ) -> Evaluation:
+        """Measures a partition.
+
+        Parameters
+        ----------
+        parts : array_like of int
+            Part of each cell, from 0.
+        k : int, optional
+            Number of parts; by default one more than the largest in `parts`.
+        limits : dict, str or list of str, optional
+            Limits on the balance, such as ``{"epsilon": 0.03}`` or ``"epsilon=0.03"``. Their names are
+            ``epsilon``, ``ufactor``, ``ubfactor``, ``share`` and ``mondriaan``.
+        fixed : array_like of int or dict, optional
+            The part that each cell is fixed to, or -1; or a dict of the parts of the fixed cells.
+        targets : sequence of float, optional
+            What each part should weigh, as weights, or as shares if they add up to at most 1.
+        details : bool
+            Whether boundary cells, internal nets and volumes of each part are found.
+        matrix : bool
+            Whether the nets between each two parts are weighed.
+        nets : int
+            How many of the nets that cost most are listed.
+
+        Returns
+        -------
+        Evaluation
+        """
+        part_array = integers(parts, "parts", 0, INT_MAX)
+        if k is None:
+            k = int(part_array.max()) + 1 if part_array.size else 1
+        if not 1 <= k <= INT_MAX:
+            raise ValueError(f"k is {k}, expected at least 1")
+        if targets is not None and len(targets) != k:
+            raise ValueError(f"targets has {len(targets)} entries, expected {k}")
+        target_list = [] if targets is None else [float(target) for target in targets]
+        text = self._graph.evaluation_json(
+            part_array,
+            k,
+            _limits(limits),
+            self._fixed(fixed, k),
+            [_decimal(target) for target in target_list],
+            math.fsum(target_list) <= 1 + 1e-9,
+            details,
+            matrix,
+            count(nets, "nets"),
+        )
+        return Evaluation._of(json.loads(text))
+
+    def _fixed(self, fixed: Any, k: int) -> Optional[Integers]:
+        if fixed is None:
+            return None
+        if not isinstance(fixed, Mapping):
+            return integers(fixed, "fixed", -1, k - 1)
+        array = np.full(self.num_cells, -1, np.int32)
+        for cell, part in fixed.items():
+            if not 0 <= cell < self.num_cells:
+                raise ValueError(f"fixed names cell {cell}, expected 0 to {self.num_cells - 1}")
+            if not 0 <= part < k:
+                raise ValueError(f"fixed[{cell}] is {part}, expected 0 to {k - 1}")
+            array[cell] = part
+        return array
+
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Hypergraph):
             return NotImplemented
@@ -184,6 +351,75 @@ class Hypergraph:
 
     def __deepcopy__(self, memo: Any) -> Hypergraph:
         return self
+
+    def __reduce__(self) -> "tuple[Any, ...]":
+        graph = self._graph
+        folded = None
+        if graph.num_folded > 0:
+            folded = (np.array(graph.folded_weights), graph.num_folded, graph.pinless_weight)
+        arrays = (self.net_offsets, self.net_pins, self.num_cells, np.array(self.cell_weights), np.array(self.net_weights))
+        return _restored, (self._file, *arrays, graph.cell_names, graph.net_names, False, folded)
+
+
+def compare(h: Hypergraph, parts1: Any, parts2: Any) -> Comparison:
+    """Compares two partitions of the same cells, whatever their parts are called.
+
+    Parameters
+    ----------
+    h : Hypergraph
+    parts1, parts2 : array_like of int
+        Part of each cell, from 0.
+
+    Returns
+    -------
+    Comparison
+    """
+    first = integers(parts1, "parts1", 0, INT_MAX)
+    second = integers(parts2, "parts2", 0, INT_MAX)
+    counts = [int(parts.max()) + 1 if parts.size else 1 for parts in (first, second)]
+    return Comparison._of(json.loads(h._graph.comparison_json(first, second, *counts)))
+
+
+def _restored(file: str, *arguments: Any) -> Hypergraph:
+    """What pickle calls."""
+    return Hypergraph._of(_core.from_csr(*arguments), file)
+
+
+def _order(order: Optional[Any], name: str, number: int) -> Integers:
+    return np.arange(number, dtype=np.int32) if order is None else integers(order, name, 0, number - 1)
+
+
+def _reordered(made: Tuple[_core.Graph, Ints, Ints]) -> Reordered:
+    graph, cells, nets = made
+    return Reordered(Hypergraph._of(graph), cells, nets)
+
+
+def _decimal(value: float) -> str:
+    """The shortest text of a number, without an exponent if it can be."""
+    return np.format_float_positional(value, trim="-") if 1e-12 < value < 1e15 else repr(value)
+
+
+def _limits(limits: Union[None, str, Sequence[str], Mapping[str, float]]) -> List[Tuple[str, str]]:
+    if limits is None:
+        return []
+    if isinstance(limits, Mapping):
+        return [(name, _decimal(float(value))) for name, value in limits.items()]
+    pairs = []
+    for limit in [limits] if isinstance(limits, str) else limits:
+        name, sign, value = limit.partition("=")
+        if not sign:
+            raise ValueError(f"limit '{limit}' is not NAME=VALUE")
+        pairs.append((name, value))
+    return pairs
+
+
+def _negative(*arrays: Ints) -> int:
+    return sum(int((array < 0).sum()) for array in arrays)
+
+
+def _plural(what: str) -> str:
+    first, rest = what.split(" ", 1)
+    return f"{first}s {rest}".replace("that repeats a cell of its net", "that repeat cells of their nets")
 
 
 def _texts(names: List[str]) -> List[str]:

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tools/operations/fatal_error.h"
-#include "util/util.h"
+#include "tools/operations/output.h"
 
 namespace quillon::tool {
 
@@ -43,18 +43,6 @@ int run_guarded(const std::function<int()>& work);
 /// @return        The largest status.
 int for_each_file(const std::vector<std::string>& files, const std::function<int(const std::string&)>& work,
                   const std::function<void(const std::string&)>& failed);
-
-/// Redirects `uprintf` for as long as it lives.
-class DivertedOutput {
- public:
-  explicit DivertedOutput(TextHandler to) : previous_(set_output_handler(to)) {}
-  ~DivertedOutput() { set_output_handler(previous_); }
-  DivertedOutput(const DivertedOutput&) = delete;
-  DivertedOutput& operator=(const DivertedOutput&) = delete;
-
- private:
-  TextHandler previous_;
-};
 
 /// Calls `print`, whose `uprintf` goes to standard output, or to standard error if `target` is standard
 /// output.
