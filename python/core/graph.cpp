@@ -19,10 +19,7 @@ py::array view(const py::object& self, const int* first, std::size_t count, std:
 }
 
 template <typename Owner>
-Rows rows_of(const Owner* owners, int count, int npins) {
-  Rows rows;
-  int* const offsets = rows.offsets.extend(static_cast<std::size_t>(count) + 1);
-  int* const entries = rows.entries.extend(static_cast<std::size_t>(npins));
+void fill_rows(const Owner* owners, int count, int* offsets, int* entries) {
   int end = 0;
   offsets[0] = 0;
   for (int k = 1; k <= count; ++k) {
@@ -31,6 +28,13 @@ Rows rows_of(const Owner* owners, int count, int npins) {
     end += static_cast<int>(list.size());
     offsets[k] = end;
   }
+}
+
+template <typename Owner>
+Rows rows_of(const Owner* owners, int count, int npins) {
+  Rows rows;
+  int* const offsets = rows.offsets.extend(static_cast<std::size_t>(count) + 1);
+  fill_rows(owners, count, offsets, rows.entries.extend(static_cast<std::size_t>(npins)));
   rows.are_made = true;
   return rows;
 }
@@ -111,6 +115,14 @@ py::array cell_offsets(const py::object& self) {
 }
 
 py::array cell_nets(const py::object& self) { return view(self, rows_of_cells(self.cast<Graph&>()).entries); }
+
+std::pair<py::array_t<int>, py::array_t<int>> net_rows(const Graph& graph) {
+  const Hypergraph& h = graph.h();
+  py::array_t<int> offsets(static_cast<py::ssize_t>(h._n) + 1);
+  py::array_t<int> pins(static_cast<py::ssize_t>(h._p));
+  fill_rows(h._nlst, h._n, offsets.mutable_data(), pins.mutable_data());
+  return {std::move(offsets), std::move(pins)};
+}
 
 bool are_equal(Graph& a, Graph& b) {
   return call([&a, &b] {

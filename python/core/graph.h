@@ -4,7 +4,7 @@
 #include <pybind11/numpy.h>
 
 #include <memory>
-#include <string>
+#include <utility>
 
 #include "formats/format.h"
 #include "formats/ints.h"
@@ -53,6 +53,9 @@ py::array net_pins(const py::object& self);
 py::array cell_offsets(const py::object& self);
 py::array cell_nets(const py::object& self);
 /// @}
+
+/// New arrays of offsets and pins, for the caller to change.
+std::pair<py::array_t<int>, py::array_t<int>> net_rows(const Graph& graph);
 
 /// Whether both have the same cells, nets, pins in order, weights and names.
 bool are_equal(Graph& a, Graph& b);

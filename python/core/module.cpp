@@ -5,6 +5,7 @@
 #include <pybind11/stl.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "formats/formats.h"
@@ -13,6 +14,7 @@
 #include "python/core/errors.h"
 #include "python/core/graph.h"
 #include "python/core/measure.h"
+#include "python/core/pages.h"
 #include "python/core/save.h"
 #include "python/core/transform.h"
 
@@ -34,8 +36,10 @@ void add_names(std::vector<std::string>& by_number, const std::vector<std::strin
 SharedGraph from_csr(const py::array& offsets, const py::array& pins, int ncells,
                      const std::optional<py::array>& cell_weights,
                      const std::optional<py::array>& net_weights, const std::vector<std::string>& cell_names,
-                     const std::vector<std::string>& net_names, bool add_diagonal) {
+                     const std::vector<std::string>& net_names, bool add_diagonal,
+                     const std::optional<std::tuple<py::array, int, int>>& folded) {
   ArrayRequest request{offsets, pins, ncells, cell_weights, net_weights};
+  if (folded) std::tie(request.folded_weights, request.nfolded, request.pinless_weight) = *folded;
   add_names(request.names.cells, cell_names);
   add_names(request.names.nets, net_names);
   request.add_diagonal = add_diagonal;
@@ -62,6 +66,20 @@ std::string evaluate(const SharedGraph& graph, const py::array& parts, int npart
   return evaluation_json(*graph, {parts, nparts, limits, fixed, targets, are_shares, details, matrix, nnets});
 }
 
+py::bytes page_of(const SharedGraph& graph, const std::string& title,
+                  const std::vector<std::tuple<std::string, py::array, int>>& partitions) {
+  std::vector<ShownPartition> shown;
+  for (const auto& [heading, parts, nparts] : partitions) shown.push_back({heading, parts, nparts});
+  return html_page(*graph, title, shown);
+}
+
+py::list lint_path(const py::bytes& path, const std::string& format, const std::string& model) {
+  py::list found;
+  for (const formats::Finding& finding : lint({path, -1, format, model, "", false, false, 0}))
+    found.append(finding_object(finding));
+  return found;
+}
+
 void define_functions(py::class_<Graph, SharedGraph>& graph) {
   graph.def("equals", [](const SharedGraph& a, const SharedGraph& b) { return are_equal(*a, *b); })
       .def("write",
@@ -69,6 +87,7 @@ void define_functions(py::class_<Graph, SharedGraph>& graph) {
               std::optional<int> weights, int numbering, const std::string& model, bool replace_protected) {
              write(*self, {path, format, weights, numbering, model, replace_protected});
            })
+      .def("net_rows", [](const SharedGraph& self) { return net_rows(*self); })
       .def("prune", prune_graph)
       .def("permute", [](const SharedGraph& self, const py::array& cells,
                          const py::array& nets) { return tuple_of(permute(*self, cells, nets)); })
@@ -83,6 +102,7 @@ void define_functions(py::class_<Graph, SharedGraph>& graph) {
              return comparison_json(*self, first, second, nparts_first, nparts_second);
            })
       .def("num_repeated_pins", [](const SharedGraph& self) { return count_repeated_pins(*self); })
+      .def("html_page", page_of)
       .def("broken_rule", [](const SharedGraph& self) { return broken_rule(*self); });
 }
 
@@ -119,4 +139,5 @@ PYBIND11_MODULE(_core, m) {
   define_graph(m);
   m.def("read", read_path);
   m.def("from_csr", from_csr);
+  m.def("lint", lint_path);
 }

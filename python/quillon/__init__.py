@@ -9,18 +9,29 @@ scipy.sparse. A hypergraph does not change once it is made.
 5
 """
 
-from ._build import from_csr, from_nets, read
+from ._build import from_csr, from_nets, lint, read
+from ._convert import from_hif, from_networkx, from_scipy
 from ._core import __version__
 from ._errors import BadFile, Error, Finding
-from ._hypergraph import Hypergraph
+from ._hypergraph import Hypergraph, compare
+from ._results import Comparison, Evaluation, Pruned, Reordered
 
 __all__ = [
     "BadFile",
+    "Comparison",
     "Error",
+    "Evaluation",
     "Finding",
     "Hypergraph",
+    "Pruned",
+    "Reordered",
     "__version__",
+    "compare",
     "from_csr",
+    "from_hif",
+    "from_networkx",
     "from_nets",
+    "from_scipy",
+    "lint",
     "read",
 ]

@@ -5,12 +5,13 @@ from __future__ import annotations
 import io
 import itertools
 import os
-from typing import Any, Iterable, Optional, Sequence, Union
+from typing import Any, Iterable, List, Optional, Sequence, Union
 
 import numpy as np
 
 from . import _core
 from ._arrays import INT_MAX, count, integers, optional_integers, out_of_range
+from ._errors import Finding
 from ._hypergraph import Hypergraph
 
 Readable = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview, io.IOBase]
@@ -74,13 +75,9 @@ def read(
         bool(diagonal),
         threads or 0,
     )
-    if _is_seekable_file(source):
+    if isinstance(source, (io.BufferedReader, io.FileIO)) and source.seekable():
         source.seek(0, os.SEEK_END)
     return Hypergraph._of(graph, name)
-
-
-def _is_seekable_file(source: Any) -> bool:
-    return isinstance(source, (io.BufferedReader, io.FileIO)) and source.seekable()
 
 
 def _opened(source: Any) -> "tuple[str, int]":
@@ -90,7 +87,7 @@ def _opened(source: Any) -> "tuple[str, int]":
     if hasattr(source, "read"):
         name = getattr(source, "name", None)
         name = name if isinstance(name, str) else f"<{type(source).__name__}>"
-        if _is_seekable_file(source):
+        if isinstance(source, (io.BufferedReader, io.FileIO)) and source.seekable():
             descriptor = os.dup(source.fileno())
             os.lseek(descriptor, source.tell(), os.SEEK_SET)
             return name, descriptor
@@ -196,7 +193,8 @@ def from_nets(
     """
     lists = [net if isinstance(net, (list, tuple, np.ndarray)) else list(net) for net in nets]
     sizes = np.fromiter(map(len, lists), np.int64, len(lists))
-    offsets = np.concatenate(([0], np.cumsum(sizes)))
+    offsets = np.zeros(len(lists) + 1, np.int64)
+    np.cumsum(sizes, out=offsets[1:])
     most = INT_MAX - 3 if num_cells is None else count(num_cells, "num_cells") - 1
     if lists and all(isinstance(net, np.ndarray) for net in lists):
         values: Any = np.concatenate(lists)
@@ -225,3 +223,25 @@ def _placed(message: str, offsets: Any) -> str:
     position, rest = message[len("nets[") :].split("]", 1)
     net = int(np.searchsorted(offsets, int(position), side="right")) - 1
     return f"nets[{net}][{int(position) - offsets[net]}]{rest}"
+
+
+def lint(
+    path: Union[str, "os.PathLike[str]"],
+    format: Optional[str] = None,
+    model: str = "row-net",
+) -> List[Finding]:
+    """Finds all that is wrong with a file.
+
+    Parameters
+    ----------
+    path : path
+        The file, compressed or not.
+    format, model : str, optional
+        As for `read`.
+
+    Returns
+    -------
+    list of Finding
+        In the order of the file; none if it can be read.
+    """
+    return _core.lint(os.fsencode(_opened(os.fspath(path))[0]), format or "", model)

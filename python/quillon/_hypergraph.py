@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import html
 import json
 import math
 import os
@@ -167,6 +168,107 @@ class Hypergraph:
         path = path if path != b"-" else b"./-"  # to the extension, - is standard output
         self._graph.write(path, format or "", number, numbering, model, force)
 
+    def report(
+        self,
+        path: Union[str, "os.PathLike[str]"],
+        parts: Union[None, Any, Mapping[str, Any]] = None,
+        title: Optional[str] = None,
+    ) -> None:
+        """Writes an HTML page with charts, which needs no network.
+
+        Parameters
+        ----------
+        path : path
+            The file, which is replaced.
+        parts : array_like of int, or dict of them, optional
+            Part of each cell; a dict has several partitions by their headings.
+        title : str, optional
+            Heading of the page; by default the name of the file that was read.
+        """
+        page = self._page(parts, title or os.path.basename(self._file) or "hypergraph")
+        with open(path, "wb") as file:
+            file.write(page)
+
+    def _page(self, parts: Union[None, Any, Mapping[str, Any]], title: str) -> bytes:
+        named = parts if isinstance(parts, Mapping) else {} if parts is None else {"partition": parts}
+        shown = []
+        for heading, numbers in named.items():
+            array = integers(numbers, "parts", 0, INT_MAX)
+            shown.append((str(heading), array, int(array.max()) + 1 if array.size else 1))
+        return self._graph.html_page(title, shown)
+
+    def _repr_html_(self) -> str:
+        """The page of `report`, for notebooks."""
+        page = html.escape(self._page(None, repr(self).strip("<>")).decode())
+        return f'<iframe srcdoc="{page}" style="width: 100%; height: 40em; border: 0"></iframe>'
+
+    def partition(
+        self, k: int, engine: str = "ptscotch", seed: int = 0, epsilon: float = 0.03
+    ) -> "npt.NDArray[np.int32]":
+        """Makes a partition with a partitioner that is installed separately.
+
+        Parameters
+        ----------
+        k : int
+            Number of parts.
+        engine : {"ptscotch", "metis"}
+            Which one: the Debian packages ``quillon-ptscotch`` and ``quillon-metis``.
+        seed : int
+            The same seed gives the same partition.
+        epsilon : float
+            A part may weigh (1 + epsilon) times the average. The engine may exceed it: see `evaluate`.
+
+        Returns
+        -------
+        numpy.ndarray
+            Part of each cell, from 0.
+
+        Raises
+        ------
+        Error
+            If the command ``quillon`` or the engine is not installed, or fails.
+        """
+        from ._partition import partition
+
+        return partition(self, k, engine, seed, epsilon)
+
+    def to_scipy(self) -> Any:
+        """The matrix of nets by cells.
+
+        Returns
+        -------
+        scipy.sparse.csr_array
+            Ones, one for each pin.
+        """
+        from ._convert import to_scipy
+
+        return to_scipy(self)
+
+    def to_networkx(self) -> Any:
+        """The graph with a node for each cell and net, and an edge for each pin.
+
+        Returns
+        -------
+        networkx.Graph
+            Nodes have the attributes ``bipartite``, 0 for cells and 1 for nets, and ``weight``. They are names, if
+            all are different; else numbers from 0, those of nets after those of cells.
+        """
+        from ._convert import to_networkx
+
+        return to_networkx(self)
+
+    def to_hif(self) -> Dict[str, Any]:
+        """The object of the Hypergraph Interchange Format.
+
+        Returns
+        -------
+        dict
+            With names of cells and nets, or else their numbers from 1.
+        """
+        from ._convert import to_hif
+
+        return to_hif(self)
+
     def _written(self, format: str, weights: Optional[int] = None, numbering: int = 1, model: str = "row-net") -> bytes:
         """The bytes of a file."""
         with tempfile.TemporaryFile() as file:
@@ -248,14 +350,15 @@ class Hypergraph:
         list of Finding
             Without errors; warnings and notes are allowed in every hypergraph.
         """
-        broken = self._graph.broken_rule()
+        repeated = self._graph.num_repeated_pins()  # at which the checks of the module would stop
+        broken = None if repeated else self._graph.broken_rule()
         if broken is not None:
-            return [Finding("broken-record", "error", self._file, None, None, broken)]
+            return [Finding("broken-record", "error", self._file, None, None, broken.strip())]
         sizes = np.diff(self.net_offsets)
         degrees = np.diff(self.cell_offsets)
         found = []
         for rule, severity, number, what in (
-            ("repeated-pin", "warning", self._graph.num_repeated_pins(), "pin that repeats a cell of its net"),
+            ("repeated-pin", "warning", repeated, "pin that repeats a cell of its net"),
             ("negative-weight", "warning", _negative(self.cell_weights, self.net_weights), "weight below 0"),
             ("pinless-net", "note", int((sizes == 0).sum()), "net without pins"),
             ("one-pin-net", "note", int((sizes == 1).sum()), "net with one pin"),

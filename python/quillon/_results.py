@@ -57,10 +57,12 @@ class Reordered:
 
     @property
     def cell_inverse(self) -> Ints:
+        """The new number of each old cell."""
         return _inverse(self.cell_order)
 
     @property
     def net_inverse(self) -> Ints:
+        """The new number of each old net."""
         return _inverse(self.net_order)
 
 
