@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "formats/source.h"
 #include "formats/threads.h"
 #include "hypergraph/detail/scan.h"
 
@@ -113,6 +114,7 @@ void BlockQueue::release_current() {
 }
 
 const Block* BlockQueue::next() {
+  poll_watcher();
   std::unique_lock lock(mutex_);
   if (ended_ && nconsumed_ == nfilled_) return nullptr;
   release_current();

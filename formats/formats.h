@@ -81,6 +81,9 @@ struct LoadOptions {
   ReadOptions read = {};                    ///< Those without meaning to the format are ignored.
   SmallNets small_nets = SmallNets::kKeep;  ///< Whether to fold nets of one pin or none.
 
+  /// How users choose a format, in the message that none was found.
+  std::string advice = "use --from";
+
   /// Called before the file is read if its content, not its name, chose the format. May be empty.
   std::function<void(const Format& chosen)> on_choice = {};
 };
@@ -104,6 +107,11 @@ struct Loaded {
 /// weighs 2 or more is to be folded.
 /// @par Errors      Out of memory is fatal (util/util.h).
 Loaded load(Record& record, const std::string& filename, const LoadOptions& options);
+
+/// Reads an open file of any format into a record, like the function above.
+///
+/// @param source   At its start; closed at the end. The suffix of its name tells the format.
+Loaded load(Record& record, std::unique_ptr<Source> source, const LoadOptions& options);
 
 }  // namespace quillon::formats
 

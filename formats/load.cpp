@@ -11,15 +11,16 @@
 namespace quillon::formats {
 namespace {
 
-const Format* find_format(Source& source, const std::string& filename, const LoadOptions& options) {
-  const Choice choice = choose_format(filename, [&source](std::size_t most) {
+const Format* find_format(Source& source, const LoadOptions& options) {
+  const std::string& name = source.name();
+  const Choice choice = choose_format(name, [&source](std::size_t most) {
     const std::string_view text = source.peek(most);
     return Sample{text, text.size() < most};
   });
   if (choice.format == nullptr)
-    throw BadFile({"unknown-format", Severity::kError, source.name(), 0, 0,
-                   "cannot tell the format of " + (filename == "-" ? source.name() : "'" + filename + "'") +
-                       (source.peek(1).empty() ? ", which is empty" : "") + "; use --from",
+    throw BadFile({"unknown-format", Severity::kError, name, 0, 0,
+                   "cannot tell the format of " + (name == shown_name("-") ? name : "'" + name + "'") +
+                       (source.peek(1).empty() ? ", which is empty" : "") + "; " + options.advice,
                    ""});
   if (choice.by_content && options.on_choice) options.on_choice(*choice.format);
   return choice.format;
@@ -40,12 +41,15 @@ void make_record(Record& record, NetLists&& lists, SmallNets small_nets, const s
 }  // namespace
 
 Loaded load(Record& record, const std::string& filename, const LoadOptions& options) {
-  auto source = std::make_unique<Source>(filename);
-  const Format* const format =
-      options.format != nullptr ? options.format : find_format(*source, filename, options);
+  return load(record, std::make_unique<Source>(filename), options);
+}
+
+Loaded load(Record& record, std::unique_ptr<Source> source, const LoadOptions& options) {
+  const Format* const format = options.format != nullptr ? options.format : find_format(*source, options);
+  const std::string name = source->name();
   NetLists lists = read_source(std::move(source), *format, options.read);
   const int weights = (lists.cell_weights.empty() ? 0 : 1) | (lists.net_weights.empty() ? 0 : 2);
-  make_record(record, std::move(lists), options.small_nets, shown_name(filename));
+  make_record(record, std::move(lists), options.small_nets, name);
   // What is not of the record is still there.
   // NOLINTBEGIN(bugprone-use-after-move)
   return {format,

@@ -80,6 +80,8 @@ void fill_cells(const Hypergraph& h, const std::vector<int>& weights) {
     cell.w = weight_of(weights, i);
     cell.inw = 0;
     cell.pno = -1;
+    cell.nets = nullptr;
+    cell.netsend = nullptr;
   }
 }
 
@@ -149,11 +151,6 @@ bool is_short_and_distinct(std::span<const int> pins) {
   return true;
 }
 
-void build_cell_side(Hypergraph& h) {
-  const Block<int> work = allocate<int>(h._c, "to_record: work");
-  construct_net_list(&h, work.get());
-}
-
 }  // namespace
 
 void check_room(int ncells, int nnets) {
@@ -215,13 +212,13 @@ std::int64_t count_repeated_pins(const Hypergraph& h) {
   return count;
 }
 
-void to_record(NetLists&& lists, Record& record, SmallNets small_nets) {
+void to_net_side(NetLists&& lists, Record& record, SmallNets small_nets) {
   if (!lists.diagonal.empty()) insert_diagonal(lists);
   Hypergraph h{};
   h._c = lists.ncells;
   h._n = lists.nnets;
   h._p = static_cast<int>(lists.nadj.size());
-  const int fmt = weight_bit(lists.cell_weights, 1) | weight_bit(lists.net_weights, 2);
+  h._fmt = weight_bit(lists.cell_weights, 1) | weight_bit(lists.net_weights, 2);
   Block<Cell> cells = allocate<Cell>(h._c, "to_record: clst");
   Block<Net> nets = allocate<Net>(h._n, "to_record: nlst");
   Block<int> pins(lists.nadj.release(2));
@@ -237,18 +234,31 @@ void to_record(NetLists&& lists, Record& record, SmallNets small_nets) {
   lists.net_weights = {};
   const int nfolded = small_nets == SmallNets::kFold ? fold_small_nets(h, lists.net_names) : 0;
   h._nlst[h._n + 1].pins = h._cell_list + h._p;
-
-  Block<int> net_list = allocate<int>(h._p, "to_record: net_list");
-  h._net_list = net_list.get();
-  build_cell_side(h);
-  if (small_nets == SmallNets::kKeep) set_hypergraph_infos(&h);
-  h._fmt = fmt;
   record.h = h;
   record.nfolded = nfolded;
   (void)cells.release();  // the record owns the arrays now
   (void)nets.release();
   (void)pins.release();
-  (void)net_list.release();
+}
+
+void add_cell_side(Record& record, SmallNets small_nets) {
+  Hypergraph& h = record.h;
+  Block<int> net_list = allocate<int>(h._p, "to_record: net_list");
+  const Block<int> work = allocate<int>(h._c, "to_record: work");
+  h._net_list = net_list.release();
+  construct_net_list(&h, work.get());
+  if (small_nets != SmallNets::kKeep) return;
+  const int fmt = h._fmt;
+  set_hypergraph_infos(&h);
+  h._fmt = fmt;
+}
+
+void to_record(NetLists&& lists, Record& record, SmallNets small_nets) {
+  Record made;
+  to_net_side(std::move(lists), made, small_nets);
+  add_cell_side(made, small_nets);
+  std::swap(record.h, made.h);
+  record.nfolded = made.nfolded;
 }
 
 }  // namespace quillon::formats

@@ -107,6 +107,20 @@ enum class SmallNets {
 /// @par Cost          The record, and an int for each cell, at the peak.
 void to_record(NetLists&& lists, Record& record, SmallNets small_nets = SmallNets::kKeep);
 
+/// The first half of `to_record`: makes the record without its cell side and the summaries of cells.
+///
+/// @param lists,record,small_nets  As for `to_record`.
+/// @throws BadFile                 as `to_record` does.
+/// @par Errors                     Those of `to_record`.
+void to_net_side(NetLists&& lists, Record& record, SmallNets small_nets = SmallNets::kKeep);
+
+/// The second half of `to_record`: builds the cell side and the summaries of cells.
+///
+/// @param record      Made by `to_net_side`. Unchanged after an error.
+/// @param small_nets  As given to `to_net_side`.
+/// @par Errors        Out of memory is fatal (util/util.h).
+void add_cell_side(Record& record, SmallNets small_nets = SmallNets::kKeep);
+
 /// Counts pins that repeat a cell of their net.
 ///
 /// @param h   Read only. Needs the pins of its nets.

@@ -87,7 +87,7 @@ Place place_in(std::string_view text, std::size_t offset) {
 Scanner::Scanner(std::unique_ptr<Source> its_source) : source(std::move(its_source)) {
   name = source->name();
   stream = std::make_unique<Stream>(reader_of(source));
-  if (source->is_regular() && name != shown_name("-")) reopened_as = name;
+  if (source->can_be_reopened()) reopened_as = name;
 }
 
 Scanner::Scanner(std::string its_name, Text its_text, bool is_its_text_cut)

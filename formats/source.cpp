@@ -46,6 +46,10 @@ Watcher::~Watcher() = default;
 
 Watcher* set_watcher(Watcher* watcher) { return std::exchange(current_watcher, watcher); }
 
+void poll_watcher() {
+  if (current_watcher != nullptr) current_watcher->poll();
+}
+
 Watch::Watch(const std::string& what, std::uint64_t total, std::function<std::uint64_t()> done)
     : watcher_(current_watcher) {
   if (watcher_ != nullptr) watcher_->begin(what, total, std::move(done));
@@ -76,6 +80,7 @@ struct QUILLON_HIDDEN Source::State {
   std::string name;
   Descriptor file;
   bool is_regular = false;
+  bool has_path = false;
   bool has_begun = false;                      // the first bytes have been read
   bool has_ended = false;                      // nothing is read again: a terminal could go on
   std::unique_ptr<Stop> stop;                  // for the thread
@@ -86,7 +91,7 @@ struct QUILLON_HIDDEN Source::State {
   std::shared_ptr<std::atomic<std::uint64_t>> nread = std::make_shared<std::atomic<std::uint64_t>>(0);
   std::unique_ptr<Watch> watch;
 
-  explicit State(const std::string& file_name);
+  State(int descriptor, std::string shown);
   [[noreturn]] void fail(const char* rule, const std::string& reason) const;
   std::size_t read_file(char* bytes, std::size_t size);
   void begin();
@@ -96,9 +101,7 @@ struct QUILLON_HIDDEN Source::State {
   std::size_t decompress(char* bytes, std::size_t size);
 };
 
-Source::State::State(const std::string& file_name)
-    : name(shown_name(file_name)),
-      file(file_name == "-" ? duplicate(STDIN_FILENO) : open(file_name.c_str(), O_RDONLY | O_CLOEXEC)) {
+Source::State::State(int descriptor, std::string shown) : name(std::move(shown)), file(descriptor) {
   if (!file.is_open())
     throw BadFile({"cannot-open", Severity::kError, name, 0, 0,
                    "cannot open '" + name + "': " + std::strerror(errno), ""});
@@ -177,13 +180,21 @@ std::size_t Source::State::decompress(char* bytes, std::size_t size) {
   return filled;
 }
 
-Source::Source(const std::string& name) : state_(std::make_unique<State>(name)) {}
+Source::Source(const std::string& name)
+    : Source(name == "-" ? duplicate(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC),
+             shown_name(name)) {
+  state_->has_path = name != "-";
+}
+
+Source::Source(int descriptor, const std::string& name) : state_(std::make_unique<State>(descriptor, name)) {}
 
 Source::~Source() = default;
 
 const std::string& Source::name() const { return state_->name; }
 
 bool Source::is_regular() const { return state_->is_regular; }
+
+bool Source::can_be_reopened() const { return state_->is_regular && state_->has_path; }
 
 bool Source::is_compressed() {
   state_->begin();
@@ -261,6 +272,7 @@ std::string read_all(const std::string& name) {
   return std::string(text.view());
 }
 
+<<<<<<< HEAD
 bool read_text(Source& source, Text& text) {
   bool is_text = true;
   for (std::string_view block = " "; is_text && !block.empty();) {
@@ -268,6 +280,20 @@ bool read_text(Source& source, Text& text) {
     is_text = !is_no_text(block);
   }
   return is_text;
+=======
+// In pieces, so that a watcher sees progress.
+Text read_rest(Source& source) {
+  Text text;
+  text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
+  std::size_t length = 0;
+  do {
+    poll_watcher();
+    const std::size_t size = text.view().size();
+    length = source.read(text.extend(kReadAtOnce), kReadAtOnce);
+    text.cut(size + length);
+  } while (length == kReadAtOnce);
+  return text;
+>>>>>>> e9f50dd (Load open files, build the cell side later, let watchers end a read)
 }
 
 }  // namespace quillon::formats

@@ -32,6 +32,9 @@ class Watcher {
 
   /// The read that began last ends, well or not.
   virtual void end() = 0;
+
+  /// Called now and then by the thread that asked for the read. May throw, which ends the read.
+  virtual void poll() {}
 };
 
 /// Sets the watcher of all reads.
@@ -39,6 +42,9 @@ class Watcher {
 /// @param watcher  The caller's, alive until it is replaced; null for none.
 /// @return         The previous one.
 Watcher* set_watcher(Watcher* watcher);
+
+/// Calls `Watcher::poll` of the watcher, if there is one.
+void poll_watcher();
 
 /// Tells the watcher, if there is one, of a read that lasts as long as this object.
 class Watch {
@@ -72,6 +78,10 @@ class Source {
   /// @param name  File name, or - for standard input.
   /// @throws BadFile if it cannot be opened.
   explicit Source(const std::string& name);
+
+  /// @param descriptor  Open for reading; the source closes it.
+  /// @param name        As messages name it.
+  Source(int descriptor, const std::string& name);
   ~Source();
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
@@ -81,6 +91,9 @@ class Source {
 
   /// @return  False for pipes, devices and the like. Standard input can be a regular file too.
   [[nodiscard]] bool is_regular() const;
+
+  /// @return  Whether its name opens the same file again.
+  [[nodiscard]] bool can_be_reopened() const;
 
   /// Reads the first bytes of the input, without consuming them.
   ///

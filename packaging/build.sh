@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the Debian packages. Needs dpkg-dev, file and the packages that "scripts/setup.sh build engines" installs.
+# Builds the Debian packages. Needs dpkg-dev, file and the packages that "scripts/setup.sh build engines python" installs.
 # Usage: build.sh OUTPUT_FOLDER [BUILD_FOLDER]; with a build folder that is kept, the next build is faster.
 set -euo pipefail
 [ $# -ge 1 ] || { echo "usage: build.sh OUTPUT_FOLDER [BUILD_FOLDER]" >&2; exit 2; }
@@ -23,11 +23,11 @@ export CXXFLAGS LDFLAGS
 
 cmake -G Ninja -S "$source_dir" -B "$build" -D CMAKE_BUILD_TYPE=Release -D CMAKE_INSTALL_PREFIX=/usr \
   -D CMAKE_SKIP_INSTALL_RPATH=ON -D BUILD_SHARED_LIBS=ON -D QUILLON_STATIC_AND_SHARED=ON -D QUILLON_DEBIAN=ON \
-  -D QUILLON_TOOLS=ON -D QUILLON_ENGINES=ON -D QUILLON_TESTS=OFF -D QUILLON_EXAMPLES=OFF -D QUILLON_BENCHMARKS=OFF >/dev/null
+  -D QUILLON_TOOLS=ON -D QUILLON_PYTHON=ON -D QUILLON_ENGINES=ON -D QUILLON_TESTS=OFF -D QUILLON_EXAMPLES=OFF -D QUILLON_BENCHMARKS=OFF >/dev/null
 cmake --build "$build" ${JOBS:+-j "$JOBS"}
 rm -rf "$build/packages"
 cpack --config "$build/CPackConfig.cmake" -G DEB -B "$build/packages" >"$build/cpack.log" ||
   { cat "$build/cpack.log"; exit 1; }
-rm -f "$output"/{libquillon,libquillon-dev,quillon,quillon-ptscotch,quillon-metis}_*.deb
+rm -f "$output"/{libquillon,libquillon-dev,quillon,quillon-ptscotch,quillon-metis,python3-quillon}_*.deb
 cp "$build"/packages/*.deb "$output"
 ls "$output"/*.deb

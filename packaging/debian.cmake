@@ -1,5 +1,5 @@
 # Debian packages: libquillon (shared libraries), libquillon-dev (headers, static libraries, package files), quillon (the
-# tool), and for each engine that is built its own, which needs libraries that the tool does not. packaging/build.sh
+# tool), python3-quillon if QUILLON_PYTHON is ON, and for each engine that is built its own, which needs libraries that the tool does not. packaging/build.sh
 # configures a build for these packages and calls CPack.
 
 if(QUILLON_DEBIAN)
@@ -25,6 +25,9 @@ if(QUILLON_DEBIAN)
   quillon_package_documents(libquillon quillon_runtime)
   quillon_package_documents(libquillon-dev quillon_development)
   quillon_package_documents(quillon quillon_tool)
+  if(QUILLON_PYTHON STREQUAL "ON")
+    quillon_package_documents(python3-quillon quillon_python)
+  endif()
   foreach(engine IN LISTS quillon_engines)
     quillon_package_documents(quillon-${engine} quillon_${engine})
   endforeach()
@@ -47,6 +50,9 @@ endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Quillon maintainers <maintainers@quillon.invalid>")
 set(CPACK_COMPONENTS_ALL quillon_runtime quillon_development quillon_tool)
+if(QUILLON_PYTHON STREQUAL "ON")
+  list(APPEND CPACK_COMPONENTS_ALL quillon_python)
+endif()
 foreach(engine IN LISTS quillon_engines)
   list(APPEND CPACK_COMPONENTS_ALL quillon_${engine})
 endforeach()
@@ -112,5 +118,15 @@ set(CPACK_DEBIAN_QUILLON_METIS_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_QUILLON_METIS_PACKAGE_DEPENDS "quillon ${this_version}")
 set(CPACK_DEBIAN_QUILLON_METIS_DESCRIPTION "partitions hypergraphs with METIS
 The engine of \"quillon partition\" that runs in one process, without MPI.")
+
+set(CPACK_DEBIAN_QUILLON_PYTHON_PACKAGE_NAME python3-quillon)
+set(CPACK_DEBIAN_QUILLON_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_QUILLON_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+set(CPACK_DEBIAN_QUILLON_PYTHON_PACKAGE_SUGGESTS "python3-scipy, python3-networkx, python3-matplotlib")
+set(CPACK_DEBIAN_QUILLON_PYTHON_DESCRIPTION "hypergraph module of a partitioning library - Python package
+${purpose}
+
+This package contains the module quillon for Python 3, which exchanges data
+with scipy and networkx.")
 
 include(CPack)

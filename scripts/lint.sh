@@ -6,21 +6,21 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/setup.sh build test bench lint
+scripts/setup.sh build test bench lint python
 mapfile -t sources < <(git ls-files '*.cpp')
 mapfile -t headers < <(git ls-files '*.h')
 scripts/stage.sh clang-format clang-format --dry-run --Werror "${sources[@]}" "${headers[@]}"
 
 # Raw loops are as welcome as algorithms, and members that only an aggregate sets and reads are used. Compilers warn of
 # what is shadowed, functions aside.
-mapfile -t folders < <(ls -d hypergraph util formats measures tools)
+mapfile -t folders < <(ls -d hypergraph util formats measures tools python)
 scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=c++ \
   --enable=warning,style,performance,portability --inline-suppr -I. --suppress=missingIncludeSystem \
   --suppress=useStlAlgorithm --suppress=shadowFunction --suppress=unusedStructMember --error-exitcode=1 "${folders[@]}"
 
 # A build only for its list of commands: clang cannot read the precompiled headers of gcc.
 build=build/lint
-cmake --preset dev -B $build -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+cmake --preset dev -B $build -D QUILLON_PYTHON=ON -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
 skipped=$(mktemp)
 trap 'rm -f "$skipped"' EXIT

@@ -12,6 +12,10 @@ for job in "$@"; do
       ;;
     test) packages+=(libgtest-dev libgmock-dev clang gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
     partners) packages+=(python3-scipy python3-jsonschema python3-networkx metis) ;;
+    python)
+      packages+=(python3-dev pybind11-dev python3-numpy python3-scipy python3-networkx)
+      packages+=(python3-pytest python3-hypothesis mypy python3-pip python3-setuptools python3-wheel)
+      ;;
     engines) packages+=(libptscotch-dev libopenmpi-dev openmpi-bin libmetis-dev zlib1g-dev) ;;
     lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
     bench) packages+=(libbenchmark-dev python3) ;;

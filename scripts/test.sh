@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/stage.sh setup scripts/setup.sh build test bench docs
+scripts/stage.sh setup scripts/setup.sh build test bench docs python
 cmake --preset test >/dev/null
 scripts/stage.sh build cmake --build --preset test
 exec scripts/ctest.sh test

@@ -9,8 +9,8 @@ import sys
 from pathlib import Path
 
 # A source may include headers of its own layer and of the layers before it.
-LAYERS = ["util", "hypergraph", "formats", "measures", "engines", "tools/cli", "tools/report", "tools/commands", "tools",
-          "oracle", "examples", "tests", "bench", "fuzz"]
+LAYERS = ["util", "hypergraph", "formats", "measures", "engines", "tools/operations", "tools/cli", "tools/report",
+          "tools/commands", "tools", "python", "oracle", "examples", "tests", "bench", "fuzz"]
 
 # Headers of libraries that only some sources may include.
 CONFINED = {

@@ -75,3 +75,11 @@ for program in quillon-ptscotch quillon-ptscotch64; do
 done
 inside which mpirun >/dev/null || fail "there is no mpirun"
 echo "quillon-ptscotch, quillon-metis: installed, METIS ran"
+
+# The Python package, imported from a folder that does not hold it.
+inside bash -c 'apt-get install -y -qq --no-install-recommends /quillon/packages/python3-quillon_*.deb' \
+  >"$place/log" 2>&1 || { cat "$place/log"; fail "the Python package does not install"; }
+[ "$(inside bash -c 'cd /tmp && python3 -c "import quillon; print(quillon.read(\"/quillon/data/davis.qhg\"))"')" = \
+  "<Hypergraph: 18 cells, 14 nets, 89 pins>" ] || fail "the Python package does not work"
+inside dpkg --purge python3-quillon >"$place/log" 2>&1 || { cat "$place/log"; fail "the Python package does not go"; }
+echo "python3-quillon: installed, ran, removed"

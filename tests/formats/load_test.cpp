@@ -181,6 +181,26 @@ TEST(Load, GoesByTheSuffixUnlessTold) {
   EXPECT_EQ(pins(folder.write("b.qhg.gz", gzipped("1 2 2 1\n2\n\n")), nullptr), expected);
 }
 
+// Files of METIS are read twice: the first time for the sizes of the nets.
+TEST(Load, ReadsOpenFilesOfEveryName) {
+  const TempFolder folder;
+  const std::string file = folder.write("a", "3 2\n2\n1 3\n2\n");
+  Record record;
+  load(record, std::make_unique<Source>(open(file.c_str(), O_RDONLY | O_CLOEXEC), "no/such/file.graph"), {});
+  EXPECT_EQ(pins_of_nets(record.h), (Lists{{1, 2}, {2, 3}}));
+}
+
+TEST(Load, AdvisesHowToNameAFormat) {
+  const TempFolder folder;
+  const std::string file = folder.write("a", "");
+  Record record;
+  const auto message = [&](const LoadOptions& options) {
+    return finding_of([&] { load(record, file, options); }).message;
+  };
+  EXPECT_EQ(message({}), "cannot tell the format of '" + file + "', which is empty; use --from");
+  EXPECT_EQ(message({.advice = "ask"}), "cannot tell the format of '" + file + "', which is empty; ask");
+}
+
 TEST(Load, ReturnsWhatTheRecordCannotHold) {
   const TempFolder folder;
   Record record;

@@ -166,6 +166,26 @@ TEST(ToRecord, MakesTheRecordThatTheModuleMakesOfArrays) {
   }
 }
 
+TEST(ToNetSide, LeavesTheCellSideToAddCellSide) {
+  for (unsigned seed = 1; seed <= 300; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    const Shape shape = shape_for(seed);
+    Record expected;
+    load_slowly(shape, {}, expected.h);
+
+    Record record;
+    to_net_side(lists_of(shape), record);
+    EXPECT_EQ(pins_of_nets(record.h), pins_of_nets(expected.h));
+    EXPECT_EQ(nets_of_cells(record.h), Lists(static_cast<std::size_t>(shape.ncells)));
+    EXPECT_EQ(record.h._net_list, nullptr);
+    EXPECT_EQ(record.h._fmt, fmt_of(shape));
+
+    add_cell_side(record);
+    expect_same(record.h, expected.h);
+    if (HasFailure()) return;
+  }
+}
+
 TEST(ToRecord, AddsAnyMissingDiagonal) {
   for (unsigned seed = 1; seed <= 300; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);

@@ -322,8 +322,15 @@ class Recorder : public Watcher {
     done_ = nullptr;
   }
 
+  void poll() override {
+    ++npolls;
+    if (npolls == fails_at_poll) throw std::runtime_error("interrupted");
+  }
+
   std::vector<std::string> events;
   bool fails = false;
+  int npolls = 0;
+  int fails_at_poll = 0;
 
  private:
   Watcher* previous_;
@@ -352,6 +359,40 @@ TEST(Watcher, IsToldOfEachReadAndItsEndAlsoWhenItFails) {
   EXPECT_EQ(finding_of([&] { read_file(text, format("hif"), {}); }).rule, "missing-incidences");
   EXPECT_THAT(watcher.events, ElementsAre("reading " + text + " of 2", "read 2", "parsing " + text + " of 2",
                                           testing::StartsWith("read ")));
+}
+
+TEST(Watcher, EndsAReadWhenItsPollThrows) {
+  const TempFolder folder;
+  Recorder watcher;
+  std::string hif = R"({"incidences": [)";
+  for (int k = 0; k < 200000; ++k) hif += R"({"edge": 1, "node": 2},)";
+  hif.back() = ']';
+  const std::string lines = folder.write("a.hgr", "200000 9\n" + std::string(400000, '\n'));
+  const std::string whole = folder.write("a.json", hif + "}");
+  const int before = open_descriptors();
+  for (const auto& [file, name] : {std::pair{lines, "hmetis"}, std::pair{whole, "hif"}}) {
+    watcher.npolls = 0;
+    watcher.fails_at_poll = 2;
+    EXPECT_THROW(read_file(file, format(name), {}), std::runtime_error) << name;
+    EXPECT_EQ(open_descriptors(), before);
+  }
+}
+
+TEST(Source, ReadsAnOpenFileUnderAnyNameAndClosesIt) {
+  const TempFolder folder;
+  const std::string file = folder.write("a", "1234567");
+  const int before = open_descriptors();
+  {
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(lseek(descriptor, 2, SEEK_SET), 2);
+    Source source(descriptor, "some name");
+    EXPECT_EQ(source.name(), "some name");
+    EXPECT_FALSE(source.can_be_reopened());
+    EXPECT_EQ(source.peek(9), "34567");
+  }
+  EXPECT_EQ(open_descriptors(), before);
+  EXPECT_TRUE(Source(file).can_be_reopened());
+  EXPECT_FALSE(Source("/dev/null").can_be_reopened());
 }
 
 TEST(Source, ClosesItsFileWhenTheWatcherFails) {

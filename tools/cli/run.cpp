@@ -21,8 +21,6 @@ namespace {
 
 constexpr const char* kOutOfMemory = "out of memory";
 
-[[noreturn]] void throw_fatal_error(const char* message) { throw FatalError(message); }
-
 // For exceptions that nobody can catch: out of memory in a function that must not throw.
 [[noreturn]] void end_program() {
   formats::remove_temporary_files();
@@ -78,17 +76,6 @@ void print_with_causes(const std::exception& error) {
 }
 
 }  // namespace
-
-FatalError::FatalError(const char* message) noexcept : short_message_{} {
-  std::strncpy(short_message_, message, sizeof short_message_ - 1);
-  try {
-    message_ = message;
-  } catch (const std::bad_alloc&) {
-    message_.clear();
-  }
-}
-
-const char* FatalError::what() const noexcept { return message_.empty() ? short_message_ : message_.c_str(); }
 
 void install_handlers() {
   static ProgressWatcher watcher;

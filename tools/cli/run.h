@@ -1,31 +1,19 @@
 #pragma once
 // Runs the work of commands so that an error ends one file, and not the program.
 
-#include <exception>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "util/util.h"
+#include "tools/operations/fatal_error.h"
+#include "tools/operations/output.h"
 
 namespace quillon::tool {
 
 inline constexpr int kSuccess = 0;
 inline constexpr int kFinding = 1;
 inline constexpr int kUsage = 2;
-
-/// A fatal error of the libraries.
-class FatalError : public std::exception {
- public:
-  /// @param message  Cut to what fits into the object if there is no memory for it.
-  explicit FatalError(const char* message) noexcept;
-  [[nodiscard]] const char* what() const noexcept override;
-
- private:
-  std::string message_;
-  char short_message_[256];
-};
 
 /// Wrong usage that shows only when the options are seen together.
 struct UsageError : std::runtime_error {
@@ -55,18 +43,6 @@ int run_guarded(const std::function<int()>& work);
 /// @return        The largest status.
 int for_each_file(const std::vector<std::string>& files, const std::function<int(const std::string&)>& work,
                   const std::function<void(const std::string&)>& failed);
-
-/// Redirects `uprintf` for as long as it lives.
-class DivertedOutput {
- public:
-  explicit DivertedOutput(TextHandler to) : previous_(set_output_handler(to)) {}
-  ~DivertedOutput() { set_output_handler(previous_); }
-  DivertedOutput(const DivertedOutput&) = delete;
-  DivertedOutput& operator=(const DivertedOutput&) = delete;
-
- private:
-  TextHandler previous_;
-};
 
 /// Calls `print`, whose `uprintf` goes to standard output, or to standard error if `target` is standard
 /// output.

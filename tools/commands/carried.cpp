@@ -25,15 +25,6 @@ bool has_labels(const std::string& file) {
   return begin == "c" || begin == "n";
 }
 
-// By new number; empty if there are no values.
-template <typename Value>
-std::vector<Value> renumbered(const std::vector<Value>& values, const std::vector<int>& numbers) {
-  if (values.empty()) return {};
-  std::vector<Value> result(numbers.size());
-  for (std::size_t k = 1; k < numbers.size(); ++k) result[k] = values[static_cast<std::size_t>(numbers[k])];
-  return result;
-}
-
 }  // namespace
 
 void add_carry(Options& options, std::vector<std::string>& carry) {
@@ -58,10 +49,6 @@ void refuse_outputs_beside(const std::string& in, const std::string& out, std::v
   outputs.insert(outputs.begin(), out);
   for (const Carried& file : carried) outputs.push_back(file.out);
   formats::refuse_named_twice(outputs);
-}
-
-formats::Labels renumbered(const formats::Labels& labels, const OldNumbers& numbers) {
-  return {renumbered(labels.cells, numbers.cells), renumbered(labels.nets, numbers.nets)};
 }
 
 void carry(formats::Outputs& outputs, const std::vector<Carried>& carried, const OldNumbers& numbers,

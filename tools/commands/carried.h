@@ -4,18 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "formats/format.h"
 #include "formats/sink.h"
 #include "tools/cli/options.h"
+#include "tools/operations/order.h"
 
 namespace quillon::tool {
-
-/// Where the items of a new hypergraph come from: by new number, the old number of a cell or net. Entry 0 is
-/// not used. A new hypergraph may have fewer items than the old one.
-struct OldNumbers {
-  std::vector<int> cells;
-  std::vector<int> nets;
-};
 
 /// A file to renumber, and where to write the result.
 struct Carried {
@@ -41,9 +34,6 @@ std::vector<Carried> carried_files(const std::vector<std::string>& carry);
 /// @par Errors     Fatal.
 void refuse_outputs_beside(const std::string& in, const std::string& out, std::vector<std::string> inputs,
                            std::vector<std::string> outputs, const std::vector<Carried>& carried);
-
-/// The names of the new items; empty where there are none.
-formats::Labels renumbered(const formats::Labels& labels, const OldNumbers& numbers);
 
 /// Reads partition files and files of labels of the old hypergraph, and writes those of the new one.
 ///

@@ -8,7 +8,7 @@
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
-#include "tools/commands/symmetry.h"
+#include "tools/operations/symmetry.h"
 #include "tools/report/json_report.h"
 #include "util/util.h"
 

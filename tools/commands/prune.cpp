@@ -8,6 +8,7 @@
 #include "hypergraph/hypergraph.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/operations/pruning.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -18,9 +19,7 @@ struct PruneOptions {
   std::string out;
   InputOptions input;
   OutputOptions output;
-  int max_size = 0;
-  bool shuffle = false;
-  std::uint64_t seed = 0;
+  PruneChoice choice;
   std::string map;
   std::string set_aside;
 };
@@ -35,42 +34,11 @@ Nets of 2 to N - 1 pins are kept. Nets of one pin or none are dropped.
 --map writes a line for each kept net ("net NEW OLD"), each net set aside ("aside NEW OLD") and each cell
 ("cell NEW OLD"). Numbers are counted from 1.)";
 
-// A pruning copy and what comes with it. The record is in the pools.
-struct Pruned {
-  Hypergraph* h;
-  int nkept;
-  int ncopied;  // kept and set aside
-  std::vector<int> netorder;
-};
-
 struct Tally {
   int nnets = 0;
   std::int64_t npins = 0;
   std::int64_t weight = 0;
 };
-
-Pruned prune(Hypergraph& source, const PruneOptions& options) {
-  Pruned pruned{create_hypergraph(0), 0, 0, std::vector<int>(static_cast<std::size_t>(source._n) + 1)};
-  pruned.h->_c = source._c;
-  pruned.h->_n = source._n;
-  pruned.h->_p = source._p;
-  create_hypergraph_data(pruned.h, 1, 0, 1);
-
-  std::vector<int> celldeg(static_cast<std::size_t>(source._c) + 1);
-  std::vector<int*> cellend(celldeg.size());
-  constexpr int kAccountForPruned = 2;
-  if (options.shuffle) {
-    std::vector<int> cellperm(celldeg.size());
-    uSeed(options.seed);
-    CopyPermConsHypergraph(&source, pruned.h, pruned.netorder.data(), cellperm.data(), celldeg.data(),
-                           cellend.data(), options.max_size, &pruned.ncopied, kAccountForPruned);
-  } else {
-    CopyConsHypergraph(&source, pruned.h, pruned.netorder.data(), celldeg.data(), cellend.data(),
-                       options.max_size, &pruned.ncopied, kAccountForPruned);
-  }
-  pruned.nkept = pruned.h->_n;
-  return pruned;
-}
 
 // Tally of the nets at first .. last of the order that have pins, or that have none.
 Tally tally(const Hypergraph& source, const Pruned& pruned, int first, int last, bool with_pins) {
@@ -109,21 +77,6 @@ void write_map(const Pruned& pruned, const char* filename) {
   ufclose(file);
 }
 
-// Of the names of the source, those of the nets first .. last of the copy.
-formats::Labels names_of_copy(const formats::Labels& names, const Hypergraph& copy, int first, int last) {
-  formats::Labels copied;
-  const auto select = [](const std::vector<std::string>& all, const int* labels, int from, int to) {
-    std::vector<std::string> selected;
-    if (all.empty()) return selected;
-    selected.emplace_back();
-    for (int k = from; k <= to; ++k) selected.push_back(all[static_cast<std::size_t>(labels[k])]);
-    return selected;
-  };
-  copied.cells = select(names.cells, copy._clabel, 1, copy._c);
-  copied.nets = select(names.nets, copy._nlabel, first, last);
-  return copied;
-}
-
 void write_kept(formats::Outputs& outputs, const Pruned& pruned, const PruneOptions& options,
                 const formats::Labels& names) {
   OutputOptions output = options.output;
@@ -150,7 +103,8 @@ int run(PruneOptions options) {
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   options.output.write.weights = written_weights(source.h, loaded);
-  const Pruned pruned = prune(source.h, options);
+  Pruned pruned;
+  prune(source.h, options.choice, pruned);
 
   formats::Outputs outputs(force());
   write_kept(outputs, pruned, options, loaded.names);
@@ -159,8 +113,6 @@ int run(PruneOptions options) {
     outputs.write(options.map, [&](const char* filename) { write_map(pruned, filename); });
   outputs.publish([&] { print_beside(options.out, [&] { report(source.h, pruned); }); });
 
-  destroy_hypergraph_data(pruned.h);
-  destroy_hypergraph(pruned.h);
   return kSuccess;
 }
 
@@ -169,10 +121,11 @@ std::function<int()> declare(Options& options) {
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file for the kept nets")
       .required();
-  options.number("--max-size", "N", 1, chosen->max_size, "Set aside nets of N pins or more").required();
-  const Option shuffle =
-      options.flag("--shuffle", chosen->shuffle, "Put nets, cells and the pins of each net in random order");
-  add_seed(options, chosen->seed, shuffle);
+  options.number("--max-size", "N", 1, chosen->choice.max_size, "Set aside nets of N pins or more")
+      .required();
+  const Option shuffle = options.flag("--shuffle", chosen->choice.shuffle,
+                                      "Put nets, cells and the pins of each net in random order");
+  add_seed(options, chosen->choice.seed, shuffle);
   options.file("--map", "FILE", chosen->map, ValueKind::kFile,
                "Write the old number of each net and cell to FILE");
   options.file("--set-aside", "FILE", chosen->set_aside, ValueKind::kHypergraphOut,

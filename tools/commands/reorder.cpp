@@ -1,19 +1,15 @@
-#include <algorithm>
 #include <limits>
 #include <memory>
-#include <numeric>
 #include <optional>
 
 #include "formats/formats.h"
 #include "formats/part_vector.h"
 #include "formats/sink.h"
-#include "hypergraph/detail/lists.h"
 #include "hypergraph/hypergraph.h"
-#include "tools/cli/run.h"
 #include "tools/commands/carried.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
-#include "tools/commands/symmetry.h"
+#include "tools/operations/order.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -54,107 +50,28 @@ An order file has one number per line, counted from 1. If old cell 3 comes first
 
 --carry FILE:OUT renumbers a partition file, or a file of convert --labels, in the same way.)";
 
-// The old number of each new item, as arrays of the module: entry 0 is not used.
-using Order = std::vector<int>;
-using Orders = OldNumbers;
-
-Order identity(int count) {
-  Order order(static_cast<std::size_t>(count) + 1);
-  std::iota(order.begin(), order.end(), 0);
-  return order;
-}
-
-// Part numbers are replaced by their ranks, so that allocations depend on the number of parts.
-int assign_parts(const std::string& file, Hypergraph& h) {
-  const Order part_of = formats::read_parts(file, h._c, std::numeric_limits<int>::max());
-  std::vector<int> parts(part_of.begin() + 1, part_of.end());
-  std::sort(parts.begin(), parts.end());
-  parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
-  for (int i = 1; i <= h._c; ++i) {
-    const auto rank = std::lower_bound(parts.begin(), parts.end(), part_of[static_cast<std::size_t>(i)]);
-    h._clst[i].pno = static_cast<int>(rank - parts.begin());
-  }
-  return static_cast<int>(parts.size());
-}
-
-Order cells_by_part(const Hypergraph& h) {
-  Order order = identity(h._c);
-  std::stable_sort(order.begin() + 1, order.end(),
-                   [&h](int a, int b) { return h._clst[a].pno < h._clst[b].pno; });
-  return order;
-}
-
-// The lowest part of a net, and whether it touches others.
-std::pair<int, bool> place_by_part(const Hypergraph& h, const Net& net) {
-  int lowest = std::numeric_limits<int>::max();
-  int highest = -1;
-  for (const int i : pins_of(net)) {
-    lowest = std::min(lowest, h._clst[i].pno);
-    highest = std::max(highest, h._clst[i].pno);
-  }
-  return {lowest, lowest < highest};
-}
-
-Order nets_by_part(const Hypergraph& h) {
-  std::vector<std::pair<int, bool>> places(static_cast<std::size_t>(h._n) + 1);
-  for (int j = 1; j <= h._n; ++j) places[static_cast<std::size_t>(j)] = place_by_part(h, h._nlst[j]);
-  Order order = identity(h._n);
-  std::stable_sort(order.begin() + 1, order.end(), [&places](int a, int b) {
-    return places[static_cast<std::size_t>(a)] < places[static_cast<std::size_t>(b)];
-  });
-  return order;
-}
-
-Order inverse_of(const Order& order) {
-  Order inverse(order.size());
-  for (std::size_t i = 1; i < order.size(); ++i)
-    inverse[static_cast<std::size_t>(order[i])] = static_cast<int>(i);
-  return inverse;
-}
-
-Orders undone(const Hypergraph& h, const ReorderOptions& options) {
+OldNumbers undone(const Hypergraph& h, const ReorderOptions& options) {
   return {inverse_of(formats::read_permutation(*options.undo, h._c)),
           options.undo_nets.empty() ? identity(h._n)
                                     : inverse_of(formats::read_permutation(options.undo_nets, h._n))};
 }
 
-Order random_order(int count, std::uint64_t seed) {
-  Order order = identity(count);
+std::vector<int> random_order(int count, std::uint64_t seed) {
+  std::vector<int> order = identity(count);
   uSeed(seed);
   PermuteInPlace(order.data() + 1, count);
   return order;
 }
 
-void permute(const Hypergraph& h, Hypergraph& reordered, const Orders& orders) {
-  Order work = orders.cells;
-  PermuteHypergraph(&h, &reordered, orders.nets.data(), work.data());
-}
-
-Orders reorder_by_part(Hypergraph& h, const std::string& part_file, Hypergraph& reordered) {
-  const int nparts = assign_parts(part_file, h);
-  Orders orders{cells_by_part(h), {}};
-  if (h._n == h._c && is_symmetric(h)) {
-    orders.nets = orders.cells;
-    SymmetricPermute(&h, nparts, &reordered);
-  } else {
-    orders.nets = nets_by_part(h);
-    permute(h, reordered, orders);
-  }
-  return orders;
-}
-
-Orders reorder(Hypergraph& h, const ReorderOptions& options, Hypergraph& reordered) {
-  reordered._c = h._c;
-  reordered._n = h._n;
-  reordered._p = h._p;
-  malloc_hypergraph(&reordered);
-  if (options.by_part) return reorder_by_part(h, *options.by_part, reordered);
-
-  const Orders orders = options.undo ? undone(h, options)
-                                     : Orders{options.perm ? formats::read_permutation(*options.perm, h._c)
-                                                           : random_order(h._c, options.seed),
-                                              identity(h._n)};
-  permute(h, reordered, orders);
+OldNumbers reorder(Hypergraph& h, const ReorderOptions& options, Hypergraph& reordered) {
+  if (options.by_part)
+    return reorder_by_part(h, formats::read_parts(*options.by_part, h._c, std::numeric_limits<int>::max()),
+                           reordered);
+  OldNumbers orders = options.undo ? undone(h, options)
+                                   : OldNumbers{options.perm ? formats::read_permutation(*options.perm, h._c)
+                                                             : random_order(h._c, options.seed),
+                                                identity(h._n)};
+  permute(h, orders, reordered);
   return orders;
 }
 
@@ -173,7 +90,7 @@ int run(ReorderOptions options) {
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   formats::Record reordered;
-  const Orders orders = reorder(source.h, options, reordered.h);
+  const OldNumbers orders = reorder(source.h, options, reordered.h);
 
   const formats::Labels names = renumbered(loaded.names, orders);
   options.output.write.weights = written_weights(source.h, loaded);

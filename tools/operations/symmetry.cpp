@@ -1,6 +1,7 @@
-#include "tools/commands/symmetry.h"
+#include "tools/operations/symmetry.h"
 
-#include "tools/cli/run.h"
+#include "tools/operations/fatal_error.h"
+#include "tools/operations/output.h"
 
 namespace quillon::tool {
 

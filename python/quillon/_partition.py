@@ -1,0 +1,54 @@
+"""Partitions made by the command quillon, which runs the engines."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import subprocess
+import tempfile
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+import numpy.typing as npt
+
+from ._arrays import INT_MAX
+from ._errors import Error
+
+if TYPE_CHECKING:
+    from ._hypergraph import Hypergraph
+
+ENGINES = ("ptscotch", "metis")
+
+
+def partition(h: Hypergraph, k: int, engine: str, seed: int, epsilon: float) -> npt.NDArray[np.int32]:
+    if engine not in ENGINES:
+        raise ValueError(f"engine is {engine!r}, expected 'ptscotch' or 'metis'")
+    if not 1 <= k <= INT_MAX:
+        raise ValueError(f"k is {k}, expected at least 1")
+    if not 0 <= seed <= INT_MAX:
+        raise ValueError(f"seed is {seed}, expected 0 to {INT_MAX}")
+    if not 0 <= epsilon < float("inf"):
+        raise ValueError(f"epsilon is {epsilon}, expected a number from 0")
+    with tempfile.TemporaryDirectory(prefix="quillon-") as folder:
+        source, target = os.path.join(folder, "h.qhg"), os.path.join(folder, "parts")
+        h.write(source, format="quillon")
+        limit = f"epsilon={np.format_float_positional(epsilon, trim='-')}"
+        _run([_tool(), "partition", source, "-k", str(k), "-o", target, "--no-eval", "--engine", engine]
+             + ["--seed", str(seed), "--limit", limit])  # fmt: skip
+        with open(target, encoding="ascii") as file:
+            return np.array(file.read().split(), np.int32)
+
+
+def _tool() -> str:
+    """The command of QUILLON, or the one that is installed."""
+    tool = os.environ.get("QUILLON") or shutil.which("quillon")
+    if tool is None:
+        raise Error("there is no command quillon; install the package quillon, or name its path in QUILLON")
+    return tool
+
+
+def _run(command: Any) -> None:
+    result = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, errors="replace", check=False)
+    if result.returncode != 0:
+        lines = [line for line in result.stderr.splitlines() if line.strip()]
+        raise Error(lines[-1] if lines else f"quillon partition exited with status {result.returncode}")
