@@ -29,6 +29,7 @@ Watcher* current_watcher = nullptr;
 
 // Adds the next block to the text; returns it, empty at the end. In blocks, so that a watcher sees progress.
 std::string_view read_block(Source& source, Text& text) {
+  poll_watcher();
   const std::size_t size = text.view().size();
   if (size == 0)
     text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
@@ -272,7 +273,6 @@ std::string read_all(const std::string& name) {
   return std::string(text.view());
 }
 
-<<<<<<< HEAD
 bool read_text(Source& source, Text& text) {
   bool is_text = true;
   for (std::string_view block = " "; is_text && !block.empty();) {
@@ -280,20 +280,6 @@ bool read_text(Source& source, Text& text) {
     is_text = !is_no_text(block);
   }
   return is_text;
-=======
-// In pieces, so that a watcher sees progress.
-Text read_rest(Source& source) {
-  Text text;
-  text.reserve(source.bytes_left() + kReadAtOnce);  // with room for the read that finds the end
-  std::size_t length = 0;
-  do {
-    poll_watcher();
-    const std::size_t size = text.view().size();
-    length = source.read(text.extend(kReadAtOnce), kReadAtOnce);
-    text.cut(size + length);
-  } while (length == kReadAtOnce);
-  return text;
->>>>>>> e9f50dd (Load open files, build the cell side later, let watchers end a read)
 }
 
 }  // namespace quillon::formats
