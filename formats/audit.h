@@ -28,6 +28,7 @@ struct Item {
   std::int64_t number = 0;  ///< Of the net or the cell, from 1.
   std::int64_t index = 0;   ///< On the line of a net: `kLine`, `kWeight`, or `kFirstPin` + k.
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): there is no null pointer
   auto operator<=>(const Item&) const = default;
 };
 

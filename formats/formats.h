@@ -110,7 +110,12 @@ Loaded load(Record& record, const std::string& filename, const LoadOptions& opti
 
 /// Reads an open file of any format into a record, like the function above.
 ///
-/// @param source   At its start; closed at the end. The suffix of its name tells the format.
+/// @param record    Out, fresh.
+/// @param source    At its start; closed at the end. The suffix of its name tells the format.
+/// @param options   How to read it.
+/// @return          What else is to be known of the file.
+/// @throws BadFile  as the function above does.
+/// @par Errors      As there.
 Loaded load(Record& record, std::unique_ptr<Source> source, const LoadOptions& options);
 
 }  // namespace quillon::formats

@@ -427,8 +427,7 @@ class Linter : private NetVisitor {
   void repeated_pin(const RepeatedPin& pin) override {
     if (!nets_have_lines() || result_.format->name == "cnf") return;  // the reader reports them
     if (!has_room_for("duplicate-pin")) return;
-    const int cell =
-        lists_.nadj[static_cast<std::size_t>(lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second)];
+    const int cell = lists_.nadj.data()[lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second];
     const std::string name = lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
                                                        : lists_.cell_names[static_cast<std::size_t>(cell)];
     add_pending({finding("duplicate-pin", "net " + std::to_string(pin.net) + " names cell " + name +

@@ -119,7 +119,10 @@ struct Range {
   const char* if_missing = rule;    ///< Of the finding when the line or the text ends instead.
 };
 
+/// Says why a word is refused.
+///
 /// @param token  A word that is no number of the range.
+/// @param range  The range.
 /// @return       The rule that it breaks: "not-a-number", "number-too-large" beyond 32 bits, or the range's.
 const char* broken_rule(const Token& token, const Range& range);
 

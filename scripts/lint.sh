@@ -20,7 +20,7 @@ scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=
 
 # A build only for its list of commands: clang cannot read the precompiled headers of gcc.
 build=build/lint
-cmake --preset dev -B $build -D QUILLON_PYTHON=ON -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+cmake --preset dev -B $build -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
 skipped=$(mktemp)
 trap 'rm -f "$skipped"' EXIT

@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <exception>
-#include <new>
 #include <utility>
 
 #include "formats/source.h"
@@ -98,12 +97,13 @@ void install_handlers() {
   set_output_handler(drop);
 }
 
-Call::Call() : thread_(PyEval_SaveThread()), lock_(module_lock()), scope_(new (place_) Scope) {
+Call::Call() : thread_(PyEval_SaveThread()), lock_(module_lock()) {
+  scope_.emplace();
   warnings_so_far().clear();
 }
 
 Call::~Call() {
-  scope_->~Scope();
+  scope_.reset();
   free_waiting();
   lock_.unlock();
   free_if_idle();

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,8 +38,7 @@ class Call {
  private:
   void* thread_;  // state of this thread in the interpreter
   std::unique_lock<std::mutex> lock_;
-  alignas(Scope) unsigned char place_[sizeof(Scope)];
-  Scope* scope_;
+  std::optional<Scope> scope_;
 };
 
 /// Issues each text by `warnings.warn`, for the caller of the package.

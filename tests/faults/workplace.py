@@ -76,8 +76,8 @@ WRITERS = [
         ["out.hgr", "out.part"],
     ),
     Command(
-        "extract in.qhg -o out.qhg --part 1 --parts in.part --cell-map map --carry in.part:out.part",
-        ["out.qhg", "map", "out.part"],
+        "extract in.qhg -o out.qhg --part 1 --parts in.part --cell-map map",
+        ["out.qhg", "map"],
     ),
     Command("expand in.qhg -o out.graph --to clique --clique-weight size", ["out.graph"]),
     Command("expand in.qhg -o out.json --to dual", ["out.json"]),
