@@ -65,7 +65,7 @@ class QUILLON_HIDDEN Audit {
   int announced_nets = 0;
   std::optional<int> announced_pins;
   Place announced_pins_place;
-  bool reaches_last = false;   ///< The last row or column of a matrix is in an entry that is left out.
+  bool reaches_last = false;       ///< The last row or column of a matrix is in an entry that is left out.
   std::int64_t ncomments = 0;      ///< Comment lines.
   Place comment;                   ///< The first of them.
   std::optional<int> starts_from;  ///< Number to read as the first cell, whatever the format says.

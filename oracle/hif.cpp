@@ -297,8 +297,7 @@ class Reader : public nlohmann::json_sax<json> {
                                                          {"network-type", Section::kNetworkType},
                                                          {"metadata", Section::kMetadata}};
     const auto found = sections.find(name);
-    if (found == sections.end()) 
-      bad_key("incidences, nodes, edges, network-type or metadata", "unknown-key");
+    if (found == sections.end()) bad_key("incidences, nodes, edges, network-type or metadata", "unknown-key");
     for (const Section seen : sections_)
       if (seen == found->second) bad_key("each key once", "repeated-key");
     section_ = found->second;

@@ -219,8 +219,8 @@ std::vector<std::string> places_of_errors(const char* name, const std::string& t
 
 TEST(FindingsIn, GoOnAtTheNextLine) {
   EXPECT_THAT(places_of_errors("hmetis", "5 3 11\n1 2\n1 4\nx 1\n2 3\n1 1 y 2\n1\n-2\n3 3\n7\n"),
-              ElementsAre("3:3 cell-out-of-range", "4:1 not-a-number", "6:5 not-a-number",
-                          "8:1 bad-weight", "9:3 trailing-text", "10:1 trailing-text"));
+              ElementsAre("3:3 cell-out-of-range", "4:1 not-a-number", "6:5 not-a-number", "8:1 bad-weight",
+                          "9:3 trailing-text", "10:1 trailing-text"));
   EXPECT_THAT(places_of_errors("quillon", "1 3 4 4\n1 2\n0\n4 1\n"),
               ElementsAre("3:1 cell-out-of-range", "4:1 cell-out-of-range", "5:1 missing-line"));
   EXPECT_THAT(places_of_errors("kub", "3\n3\n1 1 3\n1 2 1\n1 1 0\n1\nx\n1\n"),

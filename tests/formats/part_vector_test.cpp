@@ -65,9 +65,8 @@ TEST(ReadParts, SaysWhatIsWrongWithAFile) {
        {"0 x\n", 1, 3, "not-a-number", "found \"x\", expected the part number, from 0 to 1, of cell 2"},
        {"0 2147483648\n", 1, 3, "number-too-large",
         "found \"2147483648\", expected the part number, from 0 to 1, of cell 2"}});
-  expect_findings(
-      [](const char* name) { read_parts(name, 1, kMost); },
-      {{"x", 1, 1, "not-a-number", "found \"x\", expected the part number, from 0, of cell 1"}});
+  expect_findings([](const char* name) { read_parts(name, 1, kMost); },
+                  {{"x", 1, 1, "not-a-number", "found \"x\", expected the part number, from 0, of cell 1"}});
 }
 
 TEST(ReadParts, CountsFrom1WhenAskedTo) {

@@ -46,8 +46,7 @@ std::string example_of(const formats::Rule& rule) { return rule.example.empty() 
 std::string page_of(const formats::Rule& rule) {
   std::string page = std::string(rule.name) + " (" + std::string(name_of(rule.severity)) +
                      "): " + std::string(rule.summary) + "\n\n" + std::string(rule.text) + "\n";
-  if (!rule.example.empty())
-    page += "\nExample (" + std::string(rule.format) + "):\n\n" + example_of(rule);
+  if (!rule.example.empty()) page += "\nExample (" + std::string(rule.format) + "):\n\n" + example_of(rule);
   return page + "\nTo mend it: " + std::string(rule.mend) + "\n";
 }
 
