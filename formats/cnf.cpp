@@ -130,9 +130,9 @@ Token begin_line(Scanner& in) {
 }
 
 Header read_header(Scanner& in) {
-  constexpr const char* kLine = "a line p cnf VARIABLES CLAUSES";
   const Token p = begin_line(in);
-  if (p.text != "p") unexpected(in, p, p.text.empty() ? "header-missing" : "bad-banner", kLine);
+  if (p.text != "p")
+    unexpected(in, p, p.text.empty() ? "header-missing" : "bad-banner", "a line p cnf VARIABLES CLAUSES");
   note_header(in, p.offset);
   if (const Token kind = next_on_line(in); kind.text != "cnf")
     unexpected(in, kind, "bad-banner", "cnf",

@@ -538,6 +538,8 @@ class Linter : private NetVisitor {
     audit.wanted = std::move(wanted);
     audit.starts_from = audit_.starts_from;
     rewind();
+    // Reset below; an exception ends this object too.
+    // cppcheck-suppress danglingLifetime
     in_->audit = &audit;
     in_->listener = [](const Finding&) {};
     audit.wants = [](std::string_view) { return false; };
