@@ -14,6 +14,7 @@
 #include "formats/metis.h"
 #include "formats/quillon.h"
 #include "formats/source.h"
+#include "formats/stream.h"
 
 namespace quillon::formats {
 namespace {
@@ -125,6 +126,7 @@ const std::vector<Format>& table() {
 
 // Errors of `check_pins` do not know the file.
 void read_lists(Scanner& in, NetLists& lists, const Format& format, const ReadOptions& options) {
+  if (format.reads_whole_text) read_whole(in);
   try {
     format.read(in, lists, options);
   } catch (const BadFile& error) {

@@ -110,20 +110,29 @@ Scanner open_scanner(std::unique_ptr<Source> source) {
   return Scanner(source->name(), std::move(text), is_cut);
 }
 
-void prepare_second_read(Scanner& scanner) {
-  if (scanner.whole != nullptr || !scanner.reopened_as.empty()) return;
-  auto text = std::make_shared<Text>();
-  while (!scanner.is_cut && next_block(scanner)) {
-    scanner.text.copy(text->extend(scanner.text.size()), scanner.text.size());
-    scanner.is_cut = is_no_text(scanner.text);
+void read_whole(Scanner& scanner) {
+  if (scanner.stream == nullptr) return;
+  if (scanner.whole == nullptr) {
+    auto text = std::make_shared<Text>();
+    while (!scanner.is_cut && next_block(scanner)) {
+      scanner.text.copy(text->extend(scanner.text.size()), scanner.text.size());
+      scanner.is_cut = is_no_text(scanner.text);
+    }
+    scanner.whole = text;
   }
-  scanner.stream = std::make_unique<Scanner::Stream>(reader_of(std::shared_ptr<const Text>(text)));
-  scanner.whole = text;
-  scanner.text = {};
+  scanner.stream.reset();
+  scanner.text = scanner.whole->view();
   scanner.at = 0;
   scanner.counted = {};
   scanner.lines_before = 0;
   scanner.columns_before = 0;
+}
+
+void prepare_second_read(Scanner& scanner) {
+  if (scanner.whole != nullptr || !scanner.reopened_as.empty()) return;
+  read_whole(scanner);
+  scanner.stream = std::make_unique<Scanner::Stream>(reader_of(scanner.whole));
+  scanner.text = {};
 }
 
 std::unique_ptr<Scanner> read_again(Scanner& scanner) {

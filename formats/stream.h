@@ -34,4 +34,9 @@ struct Scanner::Stream {
   }
 };
 
+/// Reads a text that is read in blocks into memory.
+///
+/// @param scanner  At the start of the text; afterwards at that of a whole text.
+void read_whole(Scanner& scanner);
+
 }  // namespace quillon::formats
