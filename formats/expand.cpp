@@ -159,12 +159,13 @@ GraphSize size_of_graph(const Hypergraph& h, GraphKind kind) {
     size.nvertices += h._n;
     size.nedges = h._p;
   }
-  if (kind == GraphKind::kStar)
+  if (kind == GraphKind::kStar) {
     for (int j = 1; j <= h._n; ++j) {
       const int npins = net_size(h._nlst[j]);
       if (npins >= kSmallestStar) ++size.nvertices;
       if (npins >= 2) size.nedges += npins == 2 ? 1 : npins;
     }
+  }
   return size;
 }
 

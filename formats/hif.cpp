@@ -581,8 +581,10 @@ void note_unlisted(const Scanner& in, const Items& items, std::span<const int> n
     const auto item = static_cast<std::size_t>(named[k]);
     if (is_known[item]) continue;
     is_known[item] = true;
-    note_oddity(in, place_of(in, offsets[k]), ("unlisted-" + kind).c_str(),
-                kind + " " + items.names.text_of(named[k]) + " is not in the list of " + kind + "s");
+    std::string message = kind;
+    message.append(" ").append(items.names.text_of(named[k]));
+    message.append(" is not in the list of ").append(kind).append("s");
+    note_oddity(in, place_of(in, offsets[k]), ("unlisted-" + kind).c_str(), message);
   }
 }
 
@@ -599,9 +601,13 @@ void note_mixed(const Scanner& in, const Items& items, std::span<const int> name
     if (is_done[item]) continue;
     is_done[item] = true;
     const std::string text = items.names.text_of(named[k]);
-    if (text.front() == '"' && integers.contains(text.substr(1, text.size() - 2)))
-      note_oddity(in, place_of(in, offsets[k]), "mixed-ids",
-                  kind + " " + text + " and " + kind + " " + text.substr(1, text.size() - 2) + " differ");
+    if (text.front() != '"') continue;
+    const std::string integer = text.substr(1, text.size() - 2);
+    if (!integers.contains(integer)) continue;
+    std::string message = kind;
+    message.append(" ").append(text).append(" and ").append(kind).append(" ").append(integer).append(
+        " differ");
+    note_oddity(in, place_of(in, offsets[k]), "mixed-ids", message);
   }
 }
 

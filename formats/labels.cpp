@@ -55,13 +55,14 @@ void read_label(Scanner& in, Named& names) {
 }
 
 void check_complete(const Scanner& in, const Named& names) {
-  for (std::size_t k = 1; k < names.by_number.size(); ++k)
+  for (std::size_t k = 1; k < names.by_number.size(); ++k) {
     if (names.by_number[k].empty()) {
       const Place place = place_of(in, in.at);
       report(in,
              {"missing-name", Severity::kError, in.name, place.line, place.column,
               "found the end of the file, expected the name of " + names.kind + " " + std::to_string(k), ""});
     }
+  }
 }
 
 }  // namespace

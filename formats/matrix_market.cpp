@@ -506,12 +506,13 @@ void write_matrix_market_stream(NetStream& nets, const char* filename) {
   if (!nets.comment.empty()) out.text("% " + nets.comment + "\n");
   out.text(std::to_string(nets.nnets) + " " + std::to_string(nets.ncells) + " " + std::to_string(nets.npins) +
            "\n");
-  for (int j = 1; j <= nets.nnets; ++j)
+  for (int j = 1; j <= nets.nnets; ++j) {
     for (const int i : nets.next_net()) {
       write_with_blank(out, j);
       out.number(i);
       out.character('\n');
     }
+  }
   out.close();
 }
 

@@ -308,6 +308,7 @@ void explain_edges(Scanner& in, const Header& header) {
   order = sorted_by(order, header.nvertices, [&](std::size_t k) { return edge_of(mentions[k]).first; });
   const std::vector<BadEdge> bad_edges = find_bad_edges(in, mentions, order);
   std::vector<std::size_t> indices;
+  indices.reserve(bad_edges.size());
   for (const BadEdge& bad : bad_edges) indices.push_back(bad.mention);
   const std::vector<Place> places = find_mentions(*read_again(*again), header, indices);
   for (std::size_t k = 0; k < places.size(); ++k) {  // fewer than there are edges if the file has changed
