@@ -91,6 +91,7 @@ class Ints {
 };
 
 bool operator==(const Ints& a, std::span<const int> b);
+inline bool operator==(const Ints& a, const Ints& b) { return a == std::span<const int>(b); }
 
 }  // namespace quillon::formats
 
