@@ -20,17 +20,22 @@ py::str text_of(const std::string& bytes) {
   return py::reinterpret_steal<py::str>(text);
 }
 
+py::object errors() { return py::module_::import("quillon._errors"); }
+
+// A message or hint, which may name options of the tool.
+py::object words_of(const std::string& bytes) { return errors().attr("in_python")(text_of(bytes)); }
+
 py::object number_of(std::size_t number) { return number == 0 ? py::object(py::none()) : py::int_(number); }
 
 void raise(const char* name, const py::tuple& arguments) {
-  const py::object type = py::module_::import("quillon._errors").attr(name);
+  const py::object type = errors().attr(name);
   PyErr_SetObject(type.ptr(), arguments.ptr());
 }
 
 void raise_bad_file(const formats::Finding& finding) {
   raise("BadFile",
         py::make_tuple(text_of(finding.rule), text_of(finding.file), number_of(finding.line),
-                       number_of(finding.column), text_of(finding.message), text_of(finding.hint)));
+                       number_of(finding.column), words_of(finding.message), words_of(finding.hint)));
 }
 
 // The cause of a file that is not written, else the error itself.
@@ -61,10 +66,9 @@ void register_errors() { py::register_local_exception_translator(translate); }
 
 py::object finding_object(const formats::Finding& finding) {
   static constexpr const char* kSeverities[] = {"error", "warning", "note"};
-  return py::module_::import("quillon._errors")
-      .attr("Finding")(text_of(finding.rule), kSeverities[static_cast<int>(finding.severity)],
-                       text_of(finding.file), number_of(finding.line), number_of(finding.column),
-                       text_of(finding.message), text_of(finding.hint));
+  return errors().attr("Finding")(text_of(finding.rule), kSeverities[static_cast<int>(finding.severity)],
+                                  text_of(finding.file), number_of(finding.line), number_of(finding.column),
+                                  words_of(finding.message), words_of(finding.hint));
 }
 
 }  // namespace quillon::python

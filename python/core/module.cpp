@@ -73,9 +73,10 @@ py::bytes page_of(const SharedGraph& graph, const std::string& title,
   return html_page(*graph, title, shown);
 }
 
-py::list lint_path(const py::bytes& path, const std::string& format, const std::string& model) {
+py::list lint_path(const py::bytes& path, const std::string& format, const std::string& model,
+                   std::size_t most_kept) {
   py::list found;
-  for (const formats::Finding& finding : lint({path, -1, format, model, "", false, false, 0}))
+  for (const formats::Finding& finding : lint({path, format, model, most_kept}))
     found.append(finding_object(finding));
   return found;
 }

@@ -3,38 +3,14 @@
 #include <memory>
 #include <utility>
 
-#include "formats/formats.h"
-#include "formats/scanner.h"
-#include "formats/source.h"
+#include "formats/lint.h"
+#include "python/core/build.h"
 #include "python/core/call.h"
 #include "python/core/integers.h"
 #include "tools/report/html_report.h"
 #include "tools/report/model.h"
 
 namespace quillon::python {
-namespace {
-
-const formats::Format* format_of(const ReadRequest& request, const formats::Scanner& in) {
-  if (!request.format.empty()) return &known_format(request.format);
-  const formats::Format* const named = formats::format_of_file(request.file);
-  return named != nullptr ? named : formats::format_of_text({in.text, true});
-}
-
-std::vector<formats::Finding> findings_of(const ReadRequest& request) {
-  try {
-    formats::Scanner in = formats::open_scanner(request.file);
-    if (const formats::Format* const format = format_of(request, in))
-      return formats::findings_in(in, *format, {known_model(request.model)});
-    const std::string message =
-        "cannot tell the format of '" + request.file + "'; name it by the argument format";
-    return {{"unknown-format", formats::Severity::kError, request.file, 0, 0, message, ""}};
-  } catch (const formats::BadFile& error) {
-    return {error.finding()};
-  }
-}
-
-}  // namespace
-
 std::string html_page(Graph& graph, const std::string& title, const std::vector<ShownPartition>& partitions) {
   need_cell_side(graph);
   std::vector<Integers> arrays;
@@ -50,8 +26,12 @@ std::string html_page(Graph& graph, const std::string& title, const std::vector<
   });
 }
 
-std::vector<formats::Finding> lint(const ReadRequest& request) {
-  return call([&request] { return findings_of(request); });
+std::vector<formats::Finding> lint(const LintRequest& request) {
+  formats::LintOptions options;
+  if (!request.format.empty()) options.format = &known_format(request.format);
+  options.read.model = known_model(request.model);
+  options.most_kept = request.most_kept;
+  return call([&] { return formats::lint(request.file, options).findings; });
 }
 
 }  // namespace quillon::python

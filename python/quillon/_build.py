@@ -229,8 +229,9 @@ def lint(
     path: Union[str, "os.PathLike[str]"],
     format: Optional[str] = None,
     model: str = "row-net",
+    max_per_rule: Optional[int] = None,
 ) -> List[Finding]:
-    """Finds all that is wrong with a file.
+    """Finds all that is wrong with a file, or odd about it: what ``quillon lint`` prints.
 
     Parameters
     ----------
@@ -238,10 +239,14 @@ def lint(
         The file, compressed or not.
     format, model : str, optional
         As for `read`.
+    max_per_rule : int, optional
+        How many findings of each rule are listed, the first ones; by default all.
 
     Returns
     -------
     list of Finding
-        In the order of the file; none if it can be read.
+        By line and column; those of the whole file come last. A file with a finding of the severity ``"error"``
+        cannot be read.
     """
-    return _core.lint(os.fsencode(_opened(os.fspath(path))[0]), format or "", model)
+    most = INT_MAX if max_per_rule is None else count(max_per_rule, "max_per_rule")
+    return _core.lint(os.fsencode(_opened(os.fspath(path))[0]), format or "", model, most)

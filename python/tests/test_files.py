@@ -139,6 +139,16 @@ def test_errors_name_their_place():
     assert (str(again), again.line) == (str(error), 2)
 
 
+def test_errors_name_arguments_not_options():
+    for text, arguments, words in [
+        (b"3 3 110\n", {"format": "hmetis"}, "is this a METIS graph? format='metis' reads those"),
+        (b"%%MatrixMarket matrix coordinate pattern general\n2 3 0\n", {"diagonal": True}, "for diagonal=True"),
+    ]:
+        with pytest.raises(quillon.BadFile) as info:
+            quillon.read(text, **arguments)
+        assert words in str(info.value)
+
+
 def test_errors_of_a_whole_file():
     with pytest.raises(quillon.BadFile) as info:
         quillon.read("/no/such/file.hgr")

@@ -28,17 +28,34 @@ def test_notebooks_show_the_page(small):
     assert "&lt;svg" in text and "<svg" not in text
 
 
-def test_lint_lists_all_errors(tmp_path):
+def test_lint_lists_errors_warnings_and_notes(tmp_path):
     path = tmp_path / "a.hgr"
     path.write_text("2 3\n1 9\n2 x\n")
-    found = [(finding.rule, finding.severity, finding.line) for finding in quillon.lint(path)]
-    assert [item[1:] for item in found] == [("error", 2), ("error", 3)]
-    assert found[0][0] == "cell-out-of-range"
+    found = [(finding.rule, finding.severity, finding.line, finding.column) for finding in quillon.lint(path)]
+    assert found == [("cell-out-of-range", "error", 2, 3), ("not-a-number", "error", 3, 3)]
+    path.write_text("3 3\n1 2 1\n3\n2\n")
+    found = {(finding.rule, finding.severity, finding.line): finding for finding in quillon.lint(path)}
+    assert {("duplicate-pin", "warning", 2), ("one-pin-net", "note", 3), ("one-pin-net", "note", 4)} <= set(found)
+    assert found["duplicate-pin", "warning", 2].column == 5
+    assert len(quillon.lint(path, max_per_rule=1)) == len(found) - 1
+    assert quillon.lint(path, max_per_rule=0) == []
+
+
+def test_lint_finds_nothing_wrong_with_good_files(tmp_path):
+    path = tmp_path / "a.hgr"
     path.write_text("1 2\n1 2\n")
-    assert [finding for finding in quillon.lint(path) if finding.severity == "error"] == []
+    assert quillon.lint(path) == []
+
+
+def test_lint_says_why_a_file_cannot_be_read(tmp_path):
     assert [finding.rule for finding in quillon.lint(tmp_path / "missing")] == ["cannot-open"]
-    with pytest.raises(ValueError):
-        quillon.lint(path, format="x")
+    path = tmp_path / "text"
+    path.write_text("what is this")
+    (unknown,) = quillon.lint(path)
+    assert (unknown.rule, unknown.hint) == ("unknown-format", "name it by the argument format")
+    for arguments in ({"format": "x"}, {"model": "x"}, {"max_per_rule": -1}):
+        with pytest.raises(ValueError):
+            quillon.lint(path, **arguments)
 
 
 def engine_is_there(name):

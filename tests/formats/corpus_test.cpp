@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/lint.h"
 #include "hypergraph/detail/lists.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/temp_folder.h"
@@ -106,6 +107,30 @@ TEST(Corpus, IsRefusedAtThePlaceThatItsIndexNames) {
     ++nrefused;
   }
   EXPECT_GT(nrefused, 50);
+}
+
+// Where all cells fit if they count from another number, lint says so in place of the first that does not.
+bool is_in_place_of(const Finding& finding, const std::string& rule) {
+  return finding.rule == rule || finding.rule == "counts-from-0" || finding.rule == "counts-from-1";
+}
+
+TEST(Corpus, IsLintedAsItsIndexSays) {
+  for (const Json& file : index_files()) {
+    SCOPED_TRACE(file.at("file"));
+    const LintResult result =
+        lint(path_of(file), {&format(file.at("format").get<std::string>()), options_of(file)});
+    if (!file.contains("error")) {
+      EXPECT_EQ(result.count(Severity::kError), 0);
+      continue;
+    }
+    const Json& error = file.at("error");
+    const bool is_found =
+        std::any_of(result.findings.begin(), result.findings.end(), [&error](const Finding& finding) {
+          return finding.line == error.at("line") && finding.column == error.at("column") &&
+                 finding.severity == Severity::kError && is_in_place_of(finding, error.at("rule"));
+        });
+    EXPECT_TRUE(is_found);
+  }
 }
 
 // A hypergraph as a file of the format holds it: without what it has no room for.
