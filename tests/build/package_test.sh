@@ -3,19 +3,7 @@
 # hand, as root: it needs a mirror, debootstrap and lintian, in addition to the needs of packaging/build.sh.
 # Usage: package_test.sh [BUILD_FOLDER]; the folder as for packaging/build.sh
 set -euo pipefail
-source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-place=$(mktemp -d)
-root=$place/root
-trap 'rm -rf --one-file-system "$place"' EXIT
-
-fail() {
-  echo "package_test: $*" >&2
-  exit 1
-}
-
-inside() {
-  chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
-}
+source "$(dirname "${BASH_SOURCE[0]}")/fresh_root.sh"
 
 files() {  # every file of the root except the data of dpkg, apt and ldconfig, and our own folder
   (cd "$root" && find . -xdev \( -path ./proc -o -path ./var -o -path ./quillon -o -path ./tmp -o \
@@ -23,63 +11,68 @@ files() {  # every file of the root except the data of dpkg, apt and ldconfig, a
 }
 
 "$source_dir/packaging/build.sh" "$place/packages" "$@"
-lintian --fail-on error "$place"/packages/*.deb
+lintian --fail-on error,warning "$place"/packages/*.deb
 packages=(libquillon libquillon-dev quillon)
 
-debootstrap --variant=minbase bookworm "$root" >"$place/log" || { cat "$place/log"; fail "there is no root"; }
+make_root
 mkdir -p "$root/quillon/tests/build"
-cp -r "$place/packages" "$source_dir"/{data,examples,README.md} "$root/quillon"
+cp -r "$place/packages" "$source_dir"/{data,examples,README.md,docs,python} "$root/quillon"
 cp "$source_dir/tests/build/run_examples.sh" "$root/quillon/tests/build"
 
 # The tool and the libraries it links, on a system without the others.
-inside bash -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends libfmt9 libpng16-16 libzstd1 zlib1g' \
-  >"$place/log" 2>&1 || { cat "$place/log"; fail "the libraries that the tool needs do not install"; }
+quietly "there is no mirror" inside apt-get update -qq
+apt_install libfmt9 libpng16-16 libzstd1 zlib1g
 files >"$place/before"
-inside bash -c 'dpkg -i /quillon/packages/libquillon_*.deb /quillon/packages/quillon_*.deb' >"$place/log" 2>&1 ||
-  { cat "$place/log"; fail "the tool does not install"; }
+quietly "the tool does not install" inside bash -c 'dpkg -i /quillon/packages/{libquillon,quillon}_*.deb'
 [ "$(inside quillon check /quillon/data/davis.qhg)" = \
   "/quillon/data/davis.qhg: ok, 18 cells, 14 nets, 89 pins, not symmetric" ] || fail "the installed tool does not work"
 inside ldd /usr/bin/quillon | grep '=> /lib/x86_64-linux-gnu/libquillon_hypergraph\.so\.1 ' >/dev/null ||
   fail "the tool uses other libraries"
-inside dpkg --purge quillon libquillon >"$place/log" 2>&1 || { cat "$place/log"; fail "the tool does not go"; }
+quietly "the tool does not go" inside dpkg --purge quillon libquillon
 files | diff "$place/before" - || fail "something is left of the tool"
 echo "quillon: installed, ran, removed"
 
 # The library, for programs.
-inside bash -c 'apt-get update -qq && apt-get install -y -qq --no-install-recommends g++ cmake make pkg-config' \
-  >"$place/log" 2>&1 || { cat "$place/log"; fail "there is no compiler"; }
+apt_install g++ cmake make pkg-config
 files >"$place/before"
-inside bash -c 'dpkg -i /quillon/packages/{libquillon,libquillon-dev,quillon}_*.deb' >"$place/log" 2>&1 || { cat "$place/log"; fail "not all installs"; }
-inside bash -c 'set -e
+quietly "not all installs" inside bash -c 'dpkg -i /quillon/packages/{libquillon,libquillon-dev,quillon}_*.deb'
+quietly "the examples do not build" inside bash -c 'set -e
   cmake -S /usr/share/doc/libquillon-dev/examples -B /quillon/build
-  cmake --build /quillon/build' >"$place/log" 2>&1 || { cat "$place/log"; fail "the examples do not build"; }
+  cmake --build /quillon/build'
 inside bash /quillon/tests/build/run_examples.sh /quillon /quillon/build
-inside bash -c 'set -e
+quietly "the README's program" inside bash -c 'set -e
   awk "/^\`\`\`cpp\$/ { inside = 1; next } /^\`\`\`\$/ { inside = 0 } inside" /quillon/README.md >/quillon/readme.cpp
   g++ -std=c++20 $(pkg-config --cflags quillon) /quillon/readme.cpp -o /quillon/readme $(pkg-config --libs quillon)
-  /quillon/readme /quillon/data/davis.qhg' >"$place/log" 2>&1 || { cat "$place/log"; fail "the README's program"; }
+  /quillon/readme /quillon/data/davis.qhg'
 grep -q '^H(18, 14, 89) ' "$place/log" || fail "the README's program prints something else"
-inside dpkg --purge "${packages[@]}" >"$place/log" 2>&1 || { cat "$place/log"; fail "not all goes"; }
+quietly "not all goes" inside dpkg --purge "${packages[@]}"
 files | diff "$place/before" - || fail "something is left of the packages"
 echo "libquillon-dev: installed, built the examples, removed"
 
-# The engines, with the libraries that they name. Without /proc, the tool cannot find its own folder, nor mpirun start.
-inside bash -c 'apt-get install -y -qq --no-install-recommends /quillon/packages/{libquillon,quillon,quillon-*}_*.deb' \
-  >"$place/log" 2>&1 || { cat "$place/log"; fail "the engines do not install"; }
-inside env QUILLON_ENGINES=/usr/libexec/quillon quillon partition /quillon/data/davis.qhg -k 2 -o /quillon/parts \
-  --engine metis >"$place/log" 2>&1 || { cat "$place/log"; fail "METIS does not partition"; }
-grep -q '^cut  ' "$place/log" || { cat "$place/log"; fail "METIS makes no partition"; }
-for program in quillon-ptscotch quillon-ptscotch64; do
-  inside ldd /usr/libexec/quillon/$program >"$place/log" || fail "there is no $program"
-  ! grep 'not found' "$place/log" || fail "$program misses libraries"
+# The engines, with the libraries that they name, run by the tool that finds them where they are installed.
+apt_install /quillon/packages/{libquillon,quillon,quillon-metis,quillon-ptscotch}_*.deb
+for engine in metis ptscotch; do
+  quietly "$engine makes no partition" inside quillon partition /quillon/data/davis.qhg -k 2 -o /tmp/parts \
+    --engine $engine --limit epsilon=0.12
+  grep -q '^cut  ' "$place/log" || fail "$engine is not evaluated"
+  [ "$(wc -l <"$root/tmp/parts")" -eq 18 ] || fail "$engine gives no part for each cell"
 done
-inside which mpirun >/dev/null || fail "there is no mpirun"
-echo "quillon-ptscotch, quillon-metis: installed, METIS ran"
+quietly "PT-Scotch does not run on two ranks" inside quillon partition /quillon/data/lesmis.qhg -k 2 -o /tmp/parts \
+  --ranks 2
+quietly "quillon-ptscotch64 misses libraries" inside ldd /usr/libexec/quillon/quillon-ptscotch64
+! grep 'not found' "$place/log" || fail "quillon-ptscotch64 misses libraries"
+echo "quillon-ptscotch, quillon-metis: installed, ran"
 
-# The Python package, imported from a folder that does not hold it.
-inside bash -c 'apt-get install -y -qq --no-install-recommends /quillon/packages/python3-quillon_*.deb' \
-  >"$place/log" 2>&1 || { cat "$place/log"; fail "the Python package does not install"; }
+# The Python package: imported from a folder that does not hold it, and then as its document shows it.
+apt_install /quillon/packages/python3-quillon_*.deb
 [ "$(inside bash -c 'cd /tmp && python3 -c "import quillon; print(quillon.read(\"/quillon/data/davis.qhg\"))"')" = \
   "<Hypergraph: 18 cells, 14 nets, 89 pins>" ] || fail "the Python package does not work"
-inside dpkg --purge python3-quillon >"$place/log" 2>&1 || { cat "$place/log"; fail "the Python package does not go"; }
+apt_install python3-scipy python3-networkx
+quietly "docs/python.md is wrong" inside bash -c 'cd /quillon && python3 -m doctest docs/python.md'
+quietly "Python makes no partition" inside python3 -c '
+import quillon
+h = quillon.read("/quillon/data/lesmis.qhg")
+for engine in ("metis", "ptscotch"):
+    assert h.evaluate(h.partition(2, engine=engine), k=2).within_limits'
+quietly "the Python package does not go" inside dpkg --purge python3-quillon
 echo "python3-quillon: installed, ran, removed"
