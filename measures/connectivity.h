@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "hypergraph/detail/lists.h"
@@ -67,45 +68,87 @@ class PartsAsStamps {
   std::vector<int> last_net_;  // nets count from 1
 };
 
-/// Any number of parts: a table of the parts seen, small enough for the first-level cache, with linear
-/// probing; and stamps for the few nets that would fill it.
+/// Any number of parts, for nets of at most `kMostPins` pins, many nets at a time: a table of the parts seen,
+/// small enough for the first-level cache, with linear probing. Each loop goes over the pins of all these
+/// nets, since the end of a net is hard to predict; and the one that reads the parts does nothing else, so
+/// that the processor waits for many cache misses at a time.
 class PartsAsTable {
  public:
-  explicit PartsAsTable(const Partition& partition) : partition_(partition) {}
+  PartsAsTable(const Hypergraph& h, const Partition& partition)
+      : h_(h), parts_of_cells_(partition.parts.data()) {}
 
-  int count(const Net& net, int j) {
-    const auto pins = pins_of(net);
-    if (pins.size() > kMostPins) return count_by_stamps(net, j);
-    constexpr std::uint64_t kPart = 0xFFFFFFFFU;
-    const std::uint64_t stamp = static_cast<std::uint64_t>(j) << 32U;
-    int nparts = 0;
-    for (const int i : pins) {
-      const std::uint64_t seen =
-          stamp | static_cast<std::uint32_t>(partition_.parts[static_cast<std::size_t>(i)]);
-      std::size_t slot = seen % kSlots;
-      std::uint64_t difference = table_[slot] ^ seen;
-      while (difference - 1 < kPart) {  // another part of this net
-        slot = (slot + 1) % kSlots;
-        difference = table_[slot] ^ seen;
-      }
-      nparts += static_cast<int>(difference != 0);
-      table_[slot] = seen;
-    }
-    return nparts;
+  /// Counts the parts of nets until the next one does not fit.
+  ///
+  /// @param first  Number of the first net, 1 .. _n.
+  /// @return       Number of the last one; `first - 1` if the first one has too many pins.
+  int count(int first) {
+    npins_ = 0;
+    begins_net_.fill(0);
+    const int last = fetch(first);
+    mark_first_touches();
+    return last;
+  }
+
+  /// The connectivity of a net whose pins are these in the order of all pins counted.
+  [[nodiscard]] int connectivity(std::size_t begin, std::size_t end) const {
+    return ntouches_[end] - ntouches_[begin];
   }
 
  private:
   static constexpr std::size_t kSlots = 2048;
   static constexpr std::size_t kMostPins = kSlots / 4;
 
-  int count_by_stamps(const Net& net, int j) {
-    if (!stamps_) stamps_.emplace(partition_);
-    return stamps_->count(net, j);
+  int fetch(int first) {
+    std::span<const int> run;  // pins that follow each other in memory, as those of most nets do
+    int last = first - 1;
+    for (; last < h_._n; ++last) {
+      const std::span<const int> pins = pins_of(h_._nlst[last + 1]);
+      const std::size_t begin = npins_ + run.size();
+      if (begin + pins.size() > kMostPins) break;
+      begins_net_[begin] = 1;
+      if (pins.data() == run.data() + run.size()) {
+        run = {run.data(), run.size() + pins.size()};
+      } else {
+        append(run);
+        run = pins;
+      }
+    }
+    append(run);
+    return last;
   }
 
-  const Partition& partition_;
-  std::optional<PartsAsStamps> stamps_;
-  std::array<std::uint64_t, kSlots> table_{};  // net and part; nets count from 1
+  void append(std::span<const int> pins) {
+    int* const parts = parts_.data() + npins_;
+    for (std::size_t k = 0; k < pins.size(); ++k) parts[k] = parts_of_cells_[pins[k]];
+    npins_ += pins.size();
+  }
+
+  void mark_first_touches() {
+    constexpr std::uint64_t kPart = 0xFFFFFFFFU;
+    int ntouches = 0;
+    for (std::size_t k = 0; k < npins_; ++k) {
+      stamp_ += std::uint64_t{begins_net_[k]} << 32U;
+      const std::uint64_t seen = stamp_ | static_cast<std::uint32_t>(parts_[k]);
+      std::size_t slot = seen % kSlots;
+      std::uint64_t difference = table_[slot] ^ seen;
+      while (difference - 1 < kPart) {  // another part of this net
+        slot = (slot + 1) % kSlots;
+        difference = table_[slot] ^ seen;
+      }
+      ntouches += static_cast<int>(difference != 0);
+      table_[slot] = seen;
+      ntouches_[k + 1] = ntouches;
+    }
+  }
+
+  const Hypergraph& h_;
+  const int* parts_of_cells_;
+  std::size_t npins_ = 0;
+  std::uint64_t stamp_ = 0;                                // of the last net, in the upper half
+  std::array<std::uint64_t, kSlots> table_{};              // net and part
+  std::array<int, kMostPins> parts_{};                     // by pin
+  std::array<unsigned char, kMostPins + 1> begins_net_{};  // by pin, and after the last
+  std::array<int, kMostPins + 1> ntouches_{};  // by pin: parts that the nets touch with the pins before it
 };
 
 /// Sums over cut nets. Without branches, since whether a net is cut is hard to predict.
@@ -159,6 +202,25 @@ void visit_connectivities(const Hypergraph& h, Parts parts, Visit& visit) {
   for (int j = 1; j <= h._n; ++j) visit(j, parts.count(h._nlst[j], j));
 }
 
+template <typename Visit>
+void visit_connectivities_by_table(const Hypergraph& h, const Partition& partition, Visit& visit) {
+  PartsAsTable table(h, partition);
+  std::optional<PartsAsStamps> stamps;  // for the few nets with too many pins
+  for (int j = 1; j <= h._n;) {
+    const int last = table.count(j);
+    if (last < j) {
+      if (!stamps) stamps.emplace(partition);
+      visit(j, stamps->count(h._nlst[j], j));
+      ++j;
+    }
+    for (std::size_t begin = 0; j <= last; ++j) {
+      const std::size_t end = begin + pins_of(h._nlst[j]).size();
+      visit(j, table.connectivity(begin, end));
+      begin = end;
+    }
+  }
+}
+
 /// Calls `visit(j, L)` for each net j in turn; L is its connectivity, 0 without pins.
 ///
 /// @param partition  Checked.
@@ -169,7 +231,7 @@ void for_each_connectivity(const Hypergraph& h, const Partition& partition, Visi
   else if (partition.nparts <= PartsAsStamps::kMostParts)
     visit_connectivities(h, PartsAsStamps(partition), visit);
   else
-    visit_connectivities(h, PartsAsTable(partition), visit);
+    visit_connectivities_by_table(h, partition, visit);
 }
 
 }  // namespace quillon::measures

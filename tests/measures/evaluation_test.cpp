@@ -150,9 +150,12 @@ TEST(Measures, AreTheSameForEveryNumberOfParts) {
     SCOPED_TRACE(testing::Message() << nparts << " parts");
     for (unsigned seed = 1; seed <= 20; ++seed) {
       Shape shape = random_shape(seed, {.ncells = 60, .nnets = 40, .duplicates = true});
-      shape.pins.emplace_back();
-      for (int k = 0; shape.ncells > 0 && k < 1000; ++k) shape.pins.back().push_back(k % shape.ncells + 1);
-      shape.net_weights.push_back(3);
+      for (const int size : {1000, 512, 513, 300}) {
+        std::vector<int> pins;
+        for (int k = 0; shape.ncells > 0 && k < size; ++k) pins.push_back(k % shape.ncells + 1);
+        shape.pins.insert(shape.pins.begin() + std::ssize(shape.pins) / 2, pins);
+        shape.net_weights.push_back(3);
+      }
       // Parts that share a slot of any table of a power of two.
       Partition partition{{0}, nparts};
       for (int i = 0; i < shape.ncells; ++i) partition.parts.push_back((i * 2048 + i % 3) % nparts);
