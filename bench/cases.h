@@ -22,6 +22,8 @@ struct Options {
 using Inputs = std::vector<std::unique_ptr<Input>>;
 
 void add_reading(Input& input, const Options& options);
+/// A stream of small records, read one after another.
+void add_small_records(const Options& options);
 void add_writing(Input& input, const Options& options);
 void add_incidence(Input& input, const Options& options);
 void add_copies(Input& input, const Options& options);

@@ -43,6 +43,58 @@ void run_reader(benchmark::State& state, Input& input, Reader oracle_reader, Rea
   measure(state, comparison, {input.record()._p, input.bytes()});
 }
 
+// Reads the records of a file one after another with `read`, which returns their pins. Returns all pins.
+template <typename Read>
+std::int64_t read_all(const std::string& path, const Read& read) {
+  std::FILE* const stream = ufopen(path.c_str(), "r", "bench: records");
+  std::int64_t npins = 0;
+  for (int next = std::getc(stream); next != EOF; next = std::getc(stream)) {
+    std::ungetc(next, stream);
+    Hypergraph h = {};
+    npins += read(h, stream);
+  }
+  ufclose(stream);
+  return npins;
+}
+
+// A stream of many small records: what each call costs before and after its lines.
+void run_small_records(benchmark::State& state, const Options& options) {
+  constexpr int kRecords = 20000;
+  const std::string path = options.folder + "/records";
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: records");
+  for (int k = 0; k < kRecords; ++k) std::fputs("1 4 3 6\n1 2\n2 3\n3 4\n", file);
+  ufclose(file);
+
+  std::int64_t npins_a = 0;
+  std::int64_t npins_b = 0;
+  Comparison comparison;
+  comparison.baseline.run = [&] {
+    npins_a = read_all(path, [](Hypergraph& h, std::FILE* stream) {
+      oracle::read_hypergraphFromFile(&h, stream, 0);
+      const int npins = h._p;
+      oracle::free_hypergraph(&h);
+      return npins;
+    });
+  };
+  comparison.measured.run = [&] {
+    npins_b = read_all(path, [](Hypergraph& h, std::FILE* stream) {
+      read_hypergraphFromFile(&h, stream, 0);
+      const int npins = h._p;
+      free_hypergraph(&h);
+      return npins;
+    });
+  };
+  comparison.difference = [&] {
+    Differences differences;
+    differences.values("pins read", npins_a, npins_b);
+    return differences.first();
+  };
+  const Medians medians = run_rounds(state, comparison);
+  state.counters["times_obvious"] = 1 / medians.ratio;
+  state.counters["ns_per_record"] = 1e9 * medians.measured / kRecords;
+  std::filesystem::remove(path);
+}
+
 struct NetArrays {
   int ncells = 0;
   int nnets = 0;
@@ -183,6 +235,11 @@ void add_reading(Input& input, const Options& options) {
                 [&input](benchmark::State& state) { run_net_array_reader(state, input); });
   add_benchmark("read_part_info/" + input.name(), options.nrounds,
                 [&input, &options](benchmark::State& state) { run_part_reader(state, input, options); });
+}
+
+void add_small_records(const Options& options) {
+  add_benchmark("records/read_hypergraphFromFile", options.nrounds,
+                [&options](benchmark::State& state) { run_small_records(state, options); });
 }
 
 void add_writing(Input& input, const Options& options) {

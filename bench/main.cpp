@@ -142,6 +142,7 @@ int run(int argc, char** argv) {
   }
   add_hif(*inputs[0], options);  // random
   add_hif(*inputs[1], options);  // local
+  add_small_records(options);
   if (!options.tool.empty()) add_tool(*inputs.front(), options);
   add_growth(options);
   add_context(options);

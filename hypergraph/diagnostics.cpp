@@ -91,14 +91,22 @@ std::span<const int> pins_until_next(const Hypergraph* h, std::int64_t last, int
   return net == nullptr ? std::span<const int>() : entries_between(net[0].pins, net[1].pins);
 }
 
-// An upper limit for the numbers of the nets, set-aside ones included: each of these has entries in the
-// cells' regions besides those of the nets up to _n.
+// Whether a net may be one that a pruning copy set aside, by its size. The end pointer of a sentinel is
+// mostly null or uninitialised.
+bool may_be_set_aside(const Hypergraph* h, const Net& net) {
+  const std::ptrdiff_t size = std::ssize(pins_of(net));
+  return size >= 2 && size <= h->_c;
+}
+
+// The number of the last net, `nnets` at least. Set-aside nets follow net _n as long as the cells' regions
+// have more entries than the nets before.
 std::int64_t last_net_of(const Hypergraph* h, int nnets) {
-  const std::int64_t nentries =
-      h->_c < 1 ? 0 : std::ssize(entries_between(h->_clst[1].nets, h->_clst[h->_c + 1].nets));
-  const std::int64_t npins =
-      h->_n < 1 ? 0 : std::ssize(entries_between(h->_nlst[1].pins, h->_nlst[h->_n + 1].pins));
-  return std::max<std::int64_t>(nnets, h->_n + std::max<std::int64_t>(0, nentries - npins));
+  std::int64_t last = h->_n;
+  if (h->_c < 1 || h->_nlst == nullptr) return std::max<std::int64_t>(last, nnets);
+  std::ptrdiff_t nleft = std::ssize(entries_between(h->_clst[1].nets, h->_clst[h->_c + 1].nets));
+  if (last >= 1) nleft -= std::ssize(entries_between(h->_nlst[1].pins, h->_nlst[last + 1].pins));
+  while (nleft > 0 && may_be_set_aside(h, h->_nlst[last + 1])) nleft -= std::ssize(pins_of(h->_nlst[++last]));
+  return std::max<std::int64_t>(last, nnets);
 }
 
 struct NetTotals {

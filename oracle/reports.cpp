@@ -171,14 +171,23 @@ void check_totals(const Hypergraph* h) {
         totnw, h->_totnw, weight_without_pins(h), h->_virtualnets, totinw, h->_totinw);
 }
 
-// The numbers of nets that a record can have, with those set aside.
+// The number of the last net. Set-aside nets, of 2 to _c pins, follow net _n while the cells have more
+// entries than the nets before.
 std::int64_t last_net(const Hypergraph* h, int nnets) {
   std::int64_t last = h->_n;
+  std::ptrdiff_t npins = 0;
+  std::ptrdiff_t nentries = 0;
   if (h->_c > 0 && h->_clst[1].nets != nullptr && h->_clst[h->_c + 1].nets != nullptr)
-    last += std::max<std::ptrdiff_t>(0, h->_clst[h->_c + 1].nets - h->_clst[1].nets);
+    nentries = std::max<std::ptrdiff_t>(0, h->_clst[h->_c + 1].nets - h->_clst[1].nets);
   if (h->_n > 0 && h->_nlst[1].pins != nullptr && h->_nlst[h->_n + 1].pins != nullptr)
-    last -= std::max<std::ptrdiff_t>(0, h->_nlst[h->_n + 1].pins - h->_nlst[1].pins);
-  return std::max<std::int64_t>({last, std::int64_t{h->_n}, std::int64_t{nnets}});
+    npins = std::max<std::ptrdiff_t>(0, h->_nlst[h->_n + 1].pins - h->_nlst[1].pins);
+  for (; npins < nentries; ++last) {
+    const Net& net = h->_nlst[last + 1];
+    const std::ptrdiff_t size = net.pins == nullptr ? 0 : net.pinsend - net.pins + 1;
+    if (size < 2 || size > h->_c) break;
+    npins += size;
+  }
+  return std::max(last, std::int64_t{nnets});
 }
 
 // Occurrences of a value between one start and the next; 0 if either is null or they are not in order.

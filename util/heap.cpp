@@ -13,6 +13,9 @@ namespace quillon {
 namespace {
 
 constexpr std::uint64_t kHugePagesFrom = std::uint64_t{4} << 20;
+// The line buffers of readers, of which mostly only the start is used: clearing a huge page for it costs more
+// than reading a small file, and the advice more than reading a small record.
+constexpr std::uint64_t kLineBuffer = std::uint64_t{16} << 20;
 constexpr std::uint64_t kLargest = std::numeric_limits<std::ptrdiff_t>::max();
 
 // Blocks allocated while a scope exists and not yet freed, each with its serial number.
@@ -64,7 +67,7 @@ void* resized(void* block, std::uint64_t bytes, const char* function, const char
     result = nscopes == 0 ? std::realloc(block, requested) : noted_realloc(block, requested);
   }
   if (result == nullptr) errexit("%s: cannot allocate %" PRIu64 " bytes for \"%s\"", function, bytes, tag);
-  if (bytes >= kHugePagesFrom) os::advise_huge_pages(result, bytes);
+  if (bytes >= kHugePagesFrom && bytes != kLineBuffer) os::advise_huge_pages(result, bytes);
   return result;
 }
 

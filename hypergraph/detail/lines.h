@@ -58,16 +58,17 @@ inline const char* whole_lines_end(const Lines& lines) {
 }
 
 /// Starts to read the stream ahead if it can be set back, which is tried: some streams only tell their
-/// position.
+/// position. Setting back costs two system calls and a buffer, more than a few lines fetched one by one.
 ///
 /// @param expected  About how many bytes will be needed: what is read in vain must be read again.
 inline void begin_reading_ahead(Lines& lines, std::int64_t expected) {
-  constexpr std::int64_t kSmallestPiece = 256;
-  const long position = lines.at_end ? -1 : std::ftell(lines.stream);
+  constexpr std::int64_t kWorthwhile = 256;
+  if (expected < kWorthwhile || lines.at_end) return;
+  const long position = std::ftell(lines.stream);
   lines.reads_ahead = position >= 0 && std::fseek(lines.stream, position, SEEK_SET) == 0;
   lines.had_failed = std::ferror(lines.stream) != 0;
   lines.filled = lines.lines_end = lines.end;
-  lines.next_piece = std::min(kLargestPiece, static_cast<std::size_t>(std::max(kSmallestPiece, expected)));
+  lines.next_piece = std::min(kLargestPiece, static_cast<std::size_t>(expected));
 }
 
 /// Moves the text from `start`, which holds no line end, to the front of the buffer and reads more.

@@ -171,14 +171,16 @@ inline bool NetReader::fetch() {
   return true;
 }
 
-/// Lines that were not buffered go through the fast path here.
+/// Long lines that were not buffered go through the fast path here.
 inline void NetReader::read_line(const char* at) {
-  const std::size_t end = lines_.end;
-  const int nread = j_ + nremoved_nets_;
-  lines_.end = lines_.begin;  // the fast path moves on to this line when it completes it
-  at = read_fast(at, lines_.text + end);
-  lines_.end = end;
-  if (j_ + nremoved_nets_ != nread) return;
+  if (line_end(lines_) - at >= kRunText) {
+    const std::size_t end = lines_.end;
+    const int nread = j_ + nremoved_nets_;
+    lines_.end = lines_.begin;  // the fast path moves on to this line when it completes it
+    at = read_fast(at, lines_.text + end);
+    lines_.end = end;
+    if (j_ + nremoved_nets_ != nread) return;
+  }
 
   for (int number = 0; scan_int(at, line_end(lines_), number);) append(&number, 1);
   store_after_pins();

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <utility>
@@ -440,6 +441,25 @@ TEST_F(CheckListsOfContinues, AnEntryThatNamesNoItemIsNamedBackNoTimes) {
     EXPECT_EQ(check_continues(r, 2),
               " CheckListsofContinuesHypergraph: net 1 occurs 0 times in the net list of cell " +
                   std::to_string(wild));
+  }
+}
+
+// The cells have more entries than the nets, but the record has no more nets.
+TEST_F(CheckListsOfContinues, AnEntryThatNamesNoNetIsNamedBackNoTimesBesideSurplusEntries) {
+  for (const int wild : {0, -1, 3, 4, 5, 6, 2000000000}) {
+    Record r(mismatched(row_of_cells(), {{1, 1, 1}, {1, 2}, {2, wild, 2, 2}}));
+    r.net_list[0] = wild;
+    const std::string expected =
+        " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net " +
+        std::to_string(wild);
+    EXPECT_EQ(check_continues(r, 2), expected);
+
+    for (const int uninitialised : {0x3e, 0xbe}) {
+      std::memset(&r.nets[3].pinsend, uninitialised, sizeof(int*));
+      EXPECT_EQ(check_continues(r, 0), expected);
+    }
+    r.nets[3].pinsend = r.nets[3].pins;
+    EXPECT_EQ(check_continues(r, 0), expected);
   }
 }
 

@@ -957,17 +957,21 @@ class FailingText {
   int nfailed_ = 0;
 };
 
+// Lines of nets without pins: a record of few bytes is not read ahead.
+const std::string kPinless(198, '\n');
+
 TEST_P(BothReaders, ParseTheLineBeforeOnceMoreAlsoWhenTheyReadAhead) {
-  const std::string text = "1 2 2 4\n1 2\n";
+  const std::string text = "1 2 200 4\n" + kPinless + "1 2\n";
   FailingText failing(text + "2 1\n", text.size());
   const Stream stream = failing.open();
+  const Filled filled(reader, stream.get(), 0);
 
-  EXPECT_THAT(pins(Filled(reader, stream.get(), 0).h, 2), ElementsAre(1, 2));
+  EXPECT_THAT(pins(filled.h, filled.h._n), ElementsAre(1, 2));
   EXPECT_NE(std::ferror(stream.get()), 0);
 }
 
 TEST_P(BothReaders, HideAnErrorAfterWhatTheyNeed) {
-  const std::string text = "1 2 1 2\n1 2\n";
+  const std::string text = "1 2 199 2\n1 2\n" + kPinless;
   FailingText failing(text + "never read\n", text.size() + 3);
   const Stream stream = failing.open();
 
@@ -978,7 +982,7 @@ TEST_P(BothReaders, HideAnErrorAfterWhatTheyNeed) {
 }
 
 TEST_P(BothReaders, ReadAStreamThatHasFailedBefore) {
-  const std::string text = "1 2 2 4\n1 2\n2 1\n";
+  const std::string text = "1 2 200 4\n1 2\n2 1\n" + kPinless;
   FailingText whole(text, 1000);
   for (const bool is_pipe : {false, true}) {
     const Stream stream = is_pipe ? pipe_of(text) : whole.open();
@@ -991,12 +995,22 @@ TEST_P(BothReaders, ReadAStreamThatHasFailedBefore) {
 }
 
 TEST_P(BothReaders, ReadAStreamLineByLineThatTellsItsPositionAndCannotBeMoved) {
-  FailingText still("1 2 1 2 1\n1 2\n3 4\nnext\n", 1000, false);
+  FailingText still("1 2 199 2 1\n1 2\n" + kPinless + "3 4\nnext\n", 1000, false);
   const Stream stream = still.open();
   ASSERT_GE(std::ftell(stream.get()), 0);
 
   EXPECT_THAT(cell_weights(Filled(reader, stream.get(), 0).h), ElementsAre(3, 4));
   EXPECT_EQ(rest_of(stream.get()), "next\n");
+}
+
+// They go on where the stream is, and leave it at the next record.
+TEST_P(BothReaders, ReadRecordAfterRecordFromAStream) {
+  const std::string small = "1 2 1 2\n1 2\n";
+  const std::string large = "1 2 200 4\n1 2\n2 1\n" + kPinless;
+  FailingText records(small + large + small + small + large, 2000);
+  const Stream stream = records.open();
+  for (const int npins : {2, 4, 2, 2, 4}) EXPECT_EQ(Filled(reader, stream.get(), 0).h._p, npins);
+  EXPECT_EQ(rest_of(stream.get()), "");
 }
 
 // ---- Named files

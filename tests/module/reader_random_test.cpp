@@ -249,6 +249,12 @@ std::string random_text(std::uint32_t seed) {
 
   std::string nets;
   for (int j = 0; j < plan.nnets; ++j) nets += comments(draw, plan) + net_line(draw, plan);
+  if (draw.once_in(2)) {  // enough lines that the record is read ahead, in pieces smaller than the blanks
+    const int nlines = 130;
+    for (int k = 0; k < nlines; ++k) nets += std::string(draw.once_in(40) ? 300 : 0, ' ') + "\n";
+    for (int j = 0; j < plan.nnets; ++j) nets += comments(draw, plan) + net_line(draw, plan);
+    plan.nnets = 2 * plan.nnets + nlines;
+  }
   std::string text = comments(draw, plan) + header(draw, plan) + nets;
   if (plan.fmt == 1 || plan.fmt == 3) text += weight_block(draw, plan);
   if (draw.once_in(plan.odd)) text += "% ---\n 12 34\n";
@@ -301,7 +307,8 @@ TEST_F(ReadersOnAnyInput, AgreeOnEveryPrefixOfEveryGoodFile) {
 
 TEST_F(ReadersOnAnyInput, AgreeWithAnyByteReplaced) {
   const std::vector<std::string> texts = {
-      "%a\n1 3 4 8 3 2\n5 1 2\n%\n1\n-4 2\n6 3 1 2 1 3\n2 0 3\n0 4 0\nend\n", "0 2 2 4\n0 1\n1 0\n"};
+      "%a\n1 3 4 8 3 2\n5 1 2\n%\n1\n-4 2\n6 3 1 2 1 3\n2 0 3\n0 4 0\nend\n", "0 2 2 4\n0 1\n1 0\n",
+      "0 2 130 4\n0 1\n" + std::string(128, '\n') + "1 0\n"};
   const std::string replacements("\0\xff \n%-+07x\r\t", 12);
 
   for (const std::string& text : texts) {
