@@ -39,6 +39,15 @@ struct Outside {
   std::int64_t largest = 0;
 };
 
+/// The counts of a header, and which weights it announces.
+struct Counts {
+  int ncells = 0;
+  int nnets = 0;    ///< Of a matrix: entries.
+  int weights = 0;  ///< 0 none, 1 cells, 2 nets, 3 both.
+
+  bool operator==(const Counts&) const = default;
+};
+
 /// Nets and cells in the order of a text that does not list pins net by net.
 struct PinList {
   std::span<const int> numbers;  ///< Two for each pin: its net, its cell.
@@ -59,16 +68,18 @@ class QUILLON_HIDDEN Audit {
   Place header;                                      ///< Of the header, if the format has one.
   std::string header_line;                           ///< The header without its line end.
   int first_cell = 1;                                ///< Number of the first cell in the file.
-  std::vector<int> damaged;  ///< Nets whose lines have errors, ascending, maybe repeated.
-  Outside outside;           ///< Numbers that are no cells of the file.
-  int announced_cells = 0;   ///< By the header.
-  int announced_nets = 0;
+  std::vector<int> damaged;         ///< Nets whose lines have errors, ascending, maybe repeated.
+  Outside outside;                  ///< Numbers that are no cells of the file.
+  std::optional<Counts> announced;  ///< By the header, once it was read.
   std::optional<int> announced_pins;
   Place announced_pins_place;
-  bool reaches_last = false;       ///< The last row or column of a matrix is in an entry that is left out.
-  std::int64_t ncomments = 0;      ///< Comment lines.
-  Place comment;                   ///< The first of them.
-  std::optional<int> starts_from;  ///< Number to read as the first cell, whatever the format says.
+  std::int64_t nignored_lines = 0;  ///< With text after all that the header announces.
+  Place ignored_line;               ///< The text of the first of them.
+  bool reaches_last = false;        ///< The last row or column of a matrix is in an entry that is left out.
+  std::int64_t ncomments = 0;       ///< Comment lines.
+  Place comment;                    ///< The first of them.
+  std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
+  std::optional<Counts> corrected;  ///< Counts to read instead of those of the header.
 
   /// @param number  A cell number that is out of range.
   void add_outside(std::int64_t number) {
@@ -124,10 +135,12 @@ inline void note_damage(const Scanner& in, int net) {
 void note_header(const Scanner& in, std::size_t offset);
 
 /// Tells `lint` of the counts in a header.
-inline void note_counts(const Scanner& in, int ncells, int nnets) {
-  if (in.audit == nullptr) return;
-  in.audit->announced_cells = ncells;
-  in.audit->announced_nets = nnets;
+///
+/// @return  The counts to read by: the announced ones, unless `lint` corrects them.
+inline Counts settled_counts(const Scanner& in, const Counts& announced) {
+  if (in.audit == nullptr) return announced;
+  in.audit->announced = announced;
+  return in.audit->corrected.value_or(announced);
 }
 
 /// Tells `lint` of a comment line.

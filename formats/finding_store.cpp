@@ -27,6 +27,12 @@ void FindingStore::add(Finding finding, std::int64_t count) {
   findings_.push_back(std::move(finding));
 }
 
+bool FindingStore::has_errors() const {
+  for (std::size_t k = 0; k < counts_.size(); ++k)
+    if (counts_[k] > 0 && all_rules()[k].severity == Severity::kError) return true;
+  return false;
+}
+
 const Finding* FindingStore::first_of(std::string_view rule) const {
   const auto first = std::find_if(findings_.begin(), findings_.end(),
                                   [rule](const Finding& finding) { return finding.rule == rule; });
@@ -43,6 +49,16 @@ void FindingStore::drop_on_line(std::string_view rule, std::size_t line) {
   const auto ndropped = static_cast<std::int64_t>(std::erase_if(
       findings_, [&](const Finding& finding) { return finding.rule == rule && finding.line == line; }));
   counts_[index_of(rule)] -= ndropped;
+}
+
+bool FindingStore::add_hint_on_line(std::size_t line, const char* hint) {
+  bool has_errors = false;
+  for (Finding& finding : findings_) {
+    if (finding.line != line || finding.severity != Severity::kError) continue;
+    has_errors = true;
+    if (finding.hint.empty()) finding.hint = hint;
+  }
+  return has_errors;
 }
 
 void FindingStore::move_to(LintResult& result) {

@@ -31,6 +31,8 @@ class FindingStore {
 
   [[nodiscard]] std::int64_t count_of(std::string_view rule) const { return counts_[index_of(rule)]; }
 
+  [[nodiscard]] bool has_errors() const;
+
   /// @return  The first finding of a rule that was added; null if there is none.
   [[nodiscard]] const Finding* first_of(std::string_view rule) const;
 
@@ -38,6 +40,11 @@ class FindingStore {
 
   /// Drops findings of a rule on a line.
   void drop_on_line(std::string_view rule, std::size_t line);
+
+  /// Adds a hint to the errors on a line that have none.
+  ///
+  /// @return  Whether there are errors on the line.
+  bool add_hint_on_line(std::size_t line, const char* hint);
 
   /// Moves the findings, sorted, and the counts to a result.
   void move_to(LintResult& result);

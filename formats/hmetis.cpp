@@ -45,7 +45,9 @@ Header read_header(Scanner& in) {
   header.ncells = as_number(in, next_on_line(in), count_range("the number of cells"));
   read_format(in, next_on_line(in), header);
   expect_line_end(in, "the header", kMayBeMetis);
-  return header;
+  const Counts counts = settled_counts(
+      in, {header.ncells, header.nnets, (header.cell_weights ? 1 : 0) + (header.net_weights ? 2 : 0)});
+  return {counts.nnets, counts.ncells, (counts.weights & 2) != 0, (counts.weights & 1) != 0};
 }
 
 void bad_cell(const Scanner& in, const Token& token, const Header& header, const Range& cells) {
@@ -145,7 +147,6 @@ bool looks_like_graph(const NetLists& lists) {
 void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   const Header header = read_header(in);
   lists.ncells = header.ncells;
-  note_counts(in, header.ncells, header.nnets);
   begin_nets(lists, header.nnets);
   if (header.net_weights) lists.net_weights.push_back(0);
   begin_lines(in, {});

@@ -113,8 +113,11 @@ void read_kub(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   lists.ncells = as_number(in, ncells, first_count_range("the number of cells"));
   note_header(in, ncells.offset);
   expect_line_end(in, "the number of cells");
-  begin_nets(lists, as_number(in, next_on_line(in), count_range("the number of nets")));
+  const int nnets = as_number(in, next_on_line(in), count_range("the number of nets"));
   expect_line_end(in, "the number of nets");
+  const Counts counts = settled_counts(in, {lists.ncells, nnets, 3});
+  lists.ncells = counts.ncells;
+  begin_nets(lists, counts.nnets);
 
   begin_lines(in, {});
   read_nets(in, lists);

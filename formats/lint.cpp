@@ -14,6 +14,7 @@
 #include "formats/detect.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
+#include "formats/lint_as.h"
 #include "formats/net_audit.h"
 #include "formats/notes.h"
 #include "formats/source.h"
@@ -41,11 +42,12 @@ bool has_net_lines(const Format& format, const ReadOptions& read) {
   return format.name == "hmetis" || format.name == "quillon" || format.name == "kub";
 }
 
-// One file, read once or, if it counts from another number than it should, twice.
+// One file, read once; again if its cells count from another number than they should, or the counts of its
+// header are swapped.
 class Linter : private NetVisitor {
  public:
-  Linter(std::string filename, const LintOptions& options)
-      : filename_(std::move(filename)), options_(options), store_(options.most_kept) {
+  Linter(std::string filename, const LintOptions& options, const std::optional<Counts>& corrected)
+      : filename_(std::move(filename)), options_(options), corrected_(corrected), store_(options.most_kept) {
     result_.file = shown_name(filename_);
   }
 
@@ -58,6 +60,7 @@ class Linter : private NetVisitor {
     if (in_ != nullptr) {
       read_all();
       add_byte_findings();
+      add_suffix_finding();
     }
     store_.move_to(result_);
     shift_columns_after_mark();
@@ -85,10 +88,7 @@ class Linter : private NetVisitor {
       throw BadFile({"unknown-format", Severity::kError, source->name(), 0, 0,
                      "cannot tell the format of '" + source->name() + "'", "--from names it"});
     result_.format = choice.format;
-    if (const Format* const named = format_of_file(filename_); choice.by_content && named != nullptr)
-      note("suffix-disagrees", {},
-           "the name is that of a " + std::string(named->name) + " file, the content is " +
-               std::string(choice.format->name));
+    is_by_content_ = choice.by_content;
     has_mark_ = source->peek(kByteOrderMark.size()) == kByteOrderMark;
     open_scanner_of(std::move(source));
   }
@@ -133,13 +133,23 @@ class Linter : private NetVisitor {
   }
 
   void read_all() {
-    read(std::nullopt);
-    if (const std::optional<int> first = other_first_cell()) {
+    std::optional<int> first;
+    read(first);
+    if ((first = other_first_cell())) {
       restart();
       read(first);
-      add_shift();
     }
-    replace_swapped_header();
+    if (std::optional<Finding> swapped = swapped_header()) {
+      swap_counts(first);
+      store_.add(std::move(*swapped));
+    } else if (may_be_swapped()) {
+      swap_counts(first);
+      if (store_.has_errors())
+        undo_swap(first);
+      else
+        add_swap_with_weights();
+    }
+    if (shift_) add_shift();
     add_header_findings();
     add_net_findings();
     locate_pending();
@@ -151,6 +161,7 @@ class Linter : private NetVisitor {
   void read(std::optional<int> first_cell) {
     audit_ = {};
     audit_.starts_from = first_cell;
+    audit_.corrected = corrected_;
     audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
     audit_.count = [this](std::string_view rule) { store_.count(rule); };
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
@@ -256,22 +267,52 @@ class Linter : private NetVisitor {
   }
 
   // As many lines as the header has cells, no number above its count of nets: the counts are swapped.
-  void replace_swapped_header() {
+  [[nodiscard]] std::optional<Finding> swapped_header() const {
     const bool has_nets_and_cells = is_own() || result_.format->name == "hmetis";
-    const int ncells = audit_.announced_cells;
-    const int nnets = audit_.announced_nets;
-    if (!has_nets_and_cells || is_complete_ || lists_.xnadj.size() < 2 || ncells == nnets) return;
-    const std::int64_t nlines = std::ssize(lists_.xnadj) - 2 + nsurplus_;
+    if (!has_nets_and_cells || corrected_ || !audit_.announced || lists_.xnadj.size() < 2)
+      return std::nullopt;
+    const auto [ncells, nnets, weights] = *audit_.announced;
+    const std::int64_t nsurplus = nsurplus_ + audit_.nignored_lines;
+    if (is_complete_ && nsurplus == 0) return std::nullopt;
+    const std::int64_t nlines = std::ssize(lists_.xnadj) - 2 + nsurplus;
     const std::int64_t largest = std::max(cells_named().second, audit_.outside.largest);
-    if (nlines != ncells || largest > nnets - 1 + audit_.first_cell) return;
-    for (const char* const rule : {"cell-out-of-range", "missing-line", "trailing-text", "looks-like-metis"})
-      store_.drop(rule);
+    if (ncells == nnets || nlines != ncells || largest > nnets - 1 + audit_.first_cell) return std::nullopt;
+    return Finding{"swapped-header",
+                   Severity::kError,
+                   result_.file,
+                   audit_.header.line,
+                   audit_.header.column,
+                   "the header announces " + counted(nnets, "net") + " and " + counted(ncells, "cell") +
+                       ", but there are " + counted(nlines, "line") + " of nets and the largest cell is " +
+                       std::to_string(largest),
+                   is_own() ? "the number of cells comes first" : "the number of nets comes first"};
+  }
+
+  // Whether each line of a file with cell weights has been read, some by the wrong half of the header.
+  [[nodiscard]] bool may_be_swapped() const {
+    return result_.format->name == "hmetis" && is_complete_ && !corrected_ &&
+           (audit_.announced->weights & 1) != 0 && audit_.announced->ncells != audit_.announced->nnets &&
+           store_.count_of("trailing-text") + store_.count_of("cell-out-of-range") > 0;
+  }
+
+  void swap_counts(std::optional<int> first) {
+    const auto [ncells, nnets, weights] = *audit_.announced;
+    corrected_ = {nnets, ncells, weights};
+    restart();
+    read(first);
+  }
+
+  void undo_swap(std::optional<int> first) {
+    corrected_.reset();
+    restart();
+    read(first);
+  }
+
+  void add_swap_with_weights() {
     note("swapped-header", audit_.header,
-         "the header announces " + counted(nnets, "net") + " and " + counted(ncells, "cell") +
-             ", but there are " + counted(nlines, "line") + " of nets and the largest cell is " +
-             std::to_string(largest),
-         is_own() ? "the number of cells comes first" : "the number of nets comes first");
-    is_swapped_ = true;
+         "the header announces " + counted(audit_.announced->nnets, "net") + " and " +
+             counted(audit_.announced->ncells, "cell") + ", but the lines fit the counts in the other order",
+         "the number of nets comes first");
   }
 
   // ---- Headers and bytes ----
@@ -292,6 +333,10 @@ class Linter : private NetVisitor {
       break;
     }
     if (is_own()) add_weight_format_finding();
+    if (audit_.nignored_lines > 0)
+      note("ignored-lines", audit_.ignored_line,
+           counted(audit_.nignored_lines, "line") + " after all that the header announces, not read", "",
+           audit_.nignored_lines);
     if (audit_.ncomments > 0)
       note("comment", audit_.comment, counted(audit_.ncomments, "comment line") + ", the first is here", "",
            audit_.ncomments);
@@ -332,12 +377,19 @@ class Linter : private NetVisitor {
       note("no-final-newline", bytes_.end(), "no newline after the last line");
   }
 
+  void add_suffix_finding() {
+    if (const Format* const named = format_of_file(filename_); is_by_content_ && named != nullptr)
+      note("suffix-disagrees", {},
+           "the name is that of a " + std::string(named->name) + " file, the content is " +
+               std::string(result_.format->name));
+  }
+
   void add_byte_findings() {
     if (has_mark_ && !is_json()) note("byte-order-mark", {1, 1}, "the file begins with a byte order mark");
     for (const Place& place : bytes_.nul) {
-      for (const char* const rule : {"not-a-number", "bad-json", "ignored-text", "bad-name", "bad-value"})
-        store_.drop_on_line(rule, place.line);
-      note("nul-byte", place, "found a byte of value 0");
+      store_.drop_on_line("ignored-text", place.line);
+      if (!store_.add_hint_on_line(place.line, "the line has a byte of value 0"))
+        note("nul-byte", place, "found a byte of value 0");
     }
     if (!is_json() && bytes_.tab.count > 0)
       note("tab", bytes_.tab.first, counted(bytes_.tab.count, "tab") + ", the first is here", "",
@@ -358,7 +410,7 @@ class Linter : private NetVisitor {
 
   void add_net_findings() {
     for (const std::string& loss : lists_.losses) note("data-not-kept", {}, "not read: " + loss);
-    if (lists_.xnadj.size() < 2 || is_swapped_) return;
+    if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
     const std::vector<char> used = visit_nets(lists_, audit_.damaged, *this);
@@ -537,6 +589,7 @@ class Linter : private NetVisitor {
     Audit audit;
     audit.wanted = std::move(wanted);
     audit.starts_from = audit_.starts_from;
+    audit.corrected = corrected_;
     rewind();
     // Reset below; an exception ends this object too.
     // cppcheck-suppress danglingLifetime
@@ -605,7 +658,11 @@ class Linter : private NetVisitor {
     const std::size_t at = found.column - 1 - std::min(found.column - 1, skipped);
     if (at > line.size()) return {};
     const std::size_t begin = line.size() <= kWidth || at <= kBefore ? 0 : at - kBefore;
-    Excerpt excerpt{std::string(line.substr(begin, kWidth)), at - begin};
+    const auto is_start = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
+    const auto character = static_cast<std::size_t>(std::count_if(
+                               line.begin(), line.begin() + static_cast<std::ptrdiff_t>(at), is_start)) +
+                           1;
+    Excerpt excerpt{std::string(line.substr(begin, kWidth)), at - begin, character};
     for (char& c : excerpt.text)
       if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = c == '\t' ? ' ' : '?';
     if (begin > 0) excerpt.text.insert(0, "... "), excerpt.caret += 4;
@@ -615,16 +672,17 @@ class Linter : private NetVisitor {
 
   std::string filename_;
   const LintOptions& options_;
+  std::optional<Counts> corrected_;
   LintResult result_;
   FindingStore store_;
   std::unique_ptr<Scanner> in_;
   ByteAudit bytes_;
-  bool has_mark_ = false;  // a byte order mark
+  bool has_mark_ = false;       // a byte order mark
+  bool is_by_content_ = false;  // the suffix of the name was not believed
 
   Audit audit_;
   NetLists lists_;
   bool is_complete_ = false;   // the reader got to the end
-  bool is_swapped_ = false;    // the counts of the header
   std::int64_t nsurplus_ = 0;  // lines that the header does not announce
   std::optional<Finding> shift_;
   std::optional<std::pair<std::int64_t, std::int64_t>> extremes_;  // of rows and columns
@@ -753,7 +811,11 @@ std::int64_t LintResult::count(std::string_view rule) const {
 }
 
 LintResult lint(const std::string& filename, const LintOptions& options) {
-  return Linter(filename, options).run();
+  return Linter(filename, options, std::nullopt).run();
+}
+
+LintResult lint_as(const std::string& filename, const LintOptions& options, const Counts& counts) {
+  return Linter(filename, options, counts).run();
 }
 
 }  // namespace quillon::formats

@@ -30,6 +30,8 @@ struct LintOptions {
 struct Excerpt {
   std::string text;       ///< Without line end; tabs are blanks. Empty if there is none.
   std::size_t caret = 0;  ///< Index in `text` of the byte that the finding points to.
+  std::size_t character =
+      0;  ///< Column of the finding in characters of UTF-8, from 1; 0 if there is no line.
 };
 
 /// How often a rule is broken.

@@ -102,6 +102,7 @@ Header read_header(Scanner& in) {
                "as many columns as the " + std::to_string(header.nrows) + " rows of a symmetric matrix");
   header.nentries = as_number(in, next_on_line(in), count_range("the number of entries"));
   expect_line_end(in, "the number of entries");
+  header.nentries = settled_counts(in, {header.ncolumns, header.nentries, 0}).nnets;
   return header;
 }
 

@@ -11,62 +11,39 @@
 #include "formats/audit.h"
 #include "formats/formats.h"
 #include "formats/net_audit.h"
+#include "formats/readings.h"
 #include "formats/source.h"
 
 namespace quillon::formats {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-// Errors that are gone once the nets are written again.
-constexpr std::array<std::string_view, 4> kMendable{"byte-order-mark", "counts-from-0", "counts-from-1",
-                                                    "pin-count"};
-
-// What is odd, and gone then too.
-constexpr std::array<std::string_view, 10> kRewritten{
-    "comment",        "crlf",         "mixed-line-ends", "tab",           "header-blanks", "no-final-newline",
-    "lost-last-line", "ignored-text", "missing-weights", "repeated-entry"};
+// What is odd, and gone once the nets are written again.
+constexpr std::array<std::string_view, 13> kRewritten{"comment",
+                                                      "crlf",
+                                                      "mixed-line-ends",
+                                                      "tab",
+                                                      "header-blanks",
+                                                      "lost-last-line",
+                                                      "ignored-text",
+                                                      "missing-weights",
+                                                      "repeated-entry",
+                                                      "no-final-newline",
+                                                      "ignored-lines",
+                                                      "nul-byte",
+                                                      "entry-above-diagonal"};
 
 template <std::size_t N>
 bool is_among(const std::array<std::string_view, N>& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-void refuse_other_errors(const LintResult& found) {
-  for (const Finding& finding : found.findings)
-    if (finding.severity == Severity::kError && !is_among(kMendable, finding.rule)) throw BadFile(finding);
-  for (const RuleCount& broken : found.counts)
-    if (broken.rule->severity == Severity::kError && !is_among(kMendable, broken.rule->name))
-      throw BadFile(
-          {std::string(broken.rule->name), Severity::kError, found.file, 0, 0,
-           found.file + " has an error that cannot be mended safely: " + std::string(broken.rule->name), ""});
-}
-
-NetLists read_again(const std::string& filename, const LintResult& found, const ReadOptions& read) {
-  auto source = std::make_unique<Source>(filename);
-  if (found.count("byte-order-mark") > 0) {
-    char mark[kByteOrderMark.size()];
-    source->read(mark, sizeof mark);
-  }
+NetLists read_again(const std::string& filename, const Reading& reading, const ReadOptions& read) {
   Audit audit;
-  audit.wants = [](std::string_view) { return true; };
-  if (found.count("counts-from-0") > 0) audit.starts_from = 0;
-  if (found.count("counts-from-1") > 0) audit.starts_from = 1;
+  const std::unique_ptr<Scanner> in = open_audited(filename, reading.found, audit);
+  audit.corrected = reading.counts;
   NetLists lists;
-  if (found.format->reads_whole_text) {
-    Scanner in = open_scanner(std::move(source));
-    in.audit = &audit;
-    found.format->read(in, lists, read);
-  } else {
-    Scanner in(std::move(source));
-    in.audit = &audit;
-    if (found.count("byte-order-mark") > 0) {
-      in.reopened_as.clear();  // the mark would be there again
-      prepare_second_read(in);
-    }
-    found.format->read(in, lists, read);
-    finish(in);
-  }
+  reading.found.format->read(*in, lists, read);
+  if (in->source != nullptr) finish(*in);
   return lists;
 }
 
@@ -162,22 +139,71 @@ class NetMender : private NetVisitor {
   std::array<std::int64_t, 4> counts_{};
 };
 
+// Drops cells on no net. Returns the old number of each new cell, entry 0 not used.
+std::vector<int> drop_isolated_cells(NetLists& lists) {
+  std::vector<int> new_numbers(static_cast<std::size_t>(lists.ncells) + 1);
+  for (const int i : lists.nadj) new_numbers[static_cast<std::size_t>(i)] = 1;
+  std::vector<int> old_numbers{0};
+  for (std::size_t i = 1; i < new_numbers.size(); ++i) {
+    if (new_numbers[i] == 0) continue;
+    const std::size_t to = old_numbers.size();
+    new_numbers[i] = static_cast<int>(to);
+    old_numbers.push_back(static_cast<int>(i));
+    if (!lists.cell_weights.empty()) lists.cell_weights[to] = lists.cell_weights[i];
+    if (!lists.cell_names.empty()) std::swap(lists.cell_names[to], lists.cell_names[i]);
+  }
+  for (int& i : lists.nadj) i = new_numbers[static_cast<std::size_t>(i)];
+  lists.ncells = static_cast<int>(old_numbers.size()) - 1;
+  if (!lists.cell_weights.empty()) lists.cell_weights.resize(old_numbers.size());
+  if (!lists.cell_names.empty()) lists.cell_names.resize(old_numbers.size());
+  return old_numbers;
+}
+
+void add_done(Mended& mended, const LintResult& found, std::string_view rule, std::int64_t count) {
+  if (count == 0) return;
+  mended.done.push_back({rule_named(rule), count});
+  for (const Finding& finding : found.findings) {
+    if (finding.rule != rule) continue;
+    mended.findings.push_back(finding);
+    mended.findings.back().severity = Severity::kNote;
+    mended.findings.back().message.insert(0, "mended: ");
+    mended.findings.back().hint.clear();
+  }
+}
+
+// The finding on a header that was corrected, under the rule that it broke.
+void add_correction(Mended& mended, const LintResult& found, const Reading& reading) {
+  if (reading.change.empty()) return;
+  const auto error = std::find_if(found.counts.begin(), found.counts.end(), [](const RuleCount& broken) {
+    return broken.rule->severity == Severity::kError;
+  });
+  mended.done.insert(mended.done.begin(), {error->rule, 1});
+  mended.findings.insert(mended.findings.begin(),
+                         {std::string(error->rule->name), Severity::kNote, found.file, reading.header.line,
+                          reading.header.column, "mended: the header says " + reading.change, ""});
+}
+
 }  // namespace
 
-Mended mend(const std::string& filename, const LintResult& found, const ReadOptions& read,
+Mended mend(const std::string& filename, const LintResult& found, const LintOptions& lint,
             const MendOptions& options) {
-  refuse_other_errors(found);
-  Mended mended{read_again(filename, found, read), {}};
-  const std::array<std::int64_t, 4> counts = NetMender(mended.lists, options).run();
+  const Reading reading = only_reading(filename, found, lint);
+  Mended mended{read_again(filename, reading, lint.read), {}, {}, {}};
+  NetLists& lists = mended.lists;
+  const std::array<std::int64_t, 4> counts = NetMender(lists, options).run();
+  const int ncells = lists.ncells;
+  if (options.drop_isolated_cells) mended.cells = drop_isolated_cells(lists);
   constexpr std::array<std::string_view, 4> kOfNets{"duplicate-pin", "empty-net", "one-pin-net",
                                                     "parallel-net"};
   for (const Rule& rule : all_rules()) {
-    std::int64_t count =
-        is_among(kMendable, rule.name) || is_among(kRewritten, rule.name) ? found.count(rule.name) : 0;
+    const bool is_rewritten = is_mended_by_writing(rule.name) || is_among(kRewritten, rule.name);
+    std::int64_t count = is_rewritten ? reading.found.count(rule.name) : 0;
     for (std::size_t k = 0; k < kOfNets.size(); ++k)
       if (kOfNets[k] == rule.name) count = counts[k];
-    if (count > 0) mended.done.push_back({&rule, count});
+    if (rule.name == "isolated-cell") count = ncells - lists.ncells;
+    add_done(mended, reading.found, rule.name, count);
   }
+  add_correction(mended, found, reading);
   return mended;
 }
 

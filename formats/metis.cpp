@@ -68,6 +68,8 @@ Header read_header(Scanner& in) {
         as_number(in, weights_per_vertex, {1, kMostItems, "the number of weights, from 1", "bad-count"});
   }
   expect_line_end(in, "the header");
+  const int weights = (header.vertex_weights ? 1 : 0) + (header.edge_weights ? 2 : 0);
+  header.nvertices = settled_counts(in, {header.nvertices, header.nedges, weights}).ncells;
   return header;
 }
 
@@ -431,7 +433,9 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
     if (in.listener != nullptr) return;
   }
   const std::size_t nedges = edges.nmentions() / 2;
-  if (nedges != static_cast<std::size_t>(header.nedges)) {
+  const bool is_corrected = in.audit != nullptr && in.audit->corrected.has_value();
+  lists.nnets = static_cast<int>(nedges);
+  if (nedges != static_cast<std::size_t>(header.nedges) && !is_corrected) {
     bad_text(in, header.nedges_place, "edge-count",
              "found " + counted(static_cast<std::int64_t>(nedges), "edge") +
                  " on the lines of the vertices, expected the " + std::to_string(header.nedges) +
@@ -440,6 +444,9 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
                  ? "an edge stands on two lines and counts once"
                  : "");
   }
+  if (header.nvertices == 0 || nedges == 0)
+    note_oddity(in, header.nedges_place, "no-edges",
+                header.nvertices == 0 ? "the graph has no vertices" : "the graph has no edges");
   note_losses(lists, header);
 }
 

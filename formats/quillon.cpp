@@ -46,8 +46,7 @@ Header read_header(Scanner& in, NetLists& lists) {
       {0, 1, "the number that the file's cells begin with, 0 or 1", "bad-numbering", "header-missing"});
   note_header(in, numbering.offset);
   lists.ncells = as_number(in, next_number(in), count_range("the number of cells"));
-  begin_nets(lists, as_number(in, next_number(in), count_range("the number of nets")));
-  note_counts(in, lists.ncells, lists.nnets);
+  const int nnets = as_number(in, next_number(in), count_range("the number of nets"));
   const Token npins = next_number(in);
   header.npins = as_number(in, npins, count_range("the number of pins"));
   header.npins_place = place_of(in, npins.offset);
@@ -60,6 +59,12 @@ Header read_header(Scanner& in, NetLists& lists) {
           {1, std::numeric_limits<int>::max(), "the number of weights per cell, from 1", "bad-count"});
   }
   skip_line(in);
+  const Counts counts =
+      settled_counts(in, {lists.ncells, nnets, (header.cell_weights ? 1 : 0) + (header.net_weights ? 2 : 0)});
+  header.cell_weights = (counts.weights & 1) != 0;
+  header.net_weights = (counts.weights & 2) != 0;
+  lists.ncells = counts.ncells;
+  begin_nets(lists, counts.nnets);
   return header;
 }
 
@@ -190,6 +195,17 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
   lists.cell_weights.resize(wanted, 1);
 }
 
+// Lines after all that the header announces are not read.
+void note_ignored_lines(Scanner& in) {
+  if (in.audit->is_locating()) return;
+  skip_comments(in);
+  for (; !at_end(in); skip_line(in), skip_comments(in)) {
+    const Token token = next_on_line(in);
+    if (!token.text.empty() && in.audit->nignored_lines++ == 0)
+      in.audit->ignored_line = place_of(in, token.offset);
+  }
+}
+
 int weights_to_write(const Hypergraph& h, const WriteOptions& options) {
   return options.weights.value_or(h._fmt);
 }
@@ -214,6 +230,7 @@ void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) 
     skip_comments(in);
     read_cell_weights(in, lists, header.weights_per_cell);
   }
+  if (in.audit != nullptr) note_ignored_lines(in);
 }
 
 void write_quillon(const Hypergraph& h, const WriteOptions& options, const char* filename) {

@@ -13,6 +13,7 @@
 #include "tools/cli/console.h"
 #include "tools/cli/rule_text.h"
 #include "tools/cli/suggestions.h"
+#include "tools/commands/carried.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "tools/report/lint_report.h"
@@ -36,6 +37,7 @@ struct LintChoice {
   std::string programs;
   bool fix = false;
   std::string output;
+  std::string cell_map;
   formats::MendOptions mend;
   std::string rules;
   int most = 50;
@@ -58,8 +60,9 @@ Names all that is wrong with files: errors, for which the tool refuses a file; w
 mistake; notes on what some programs treat differently. One cause gives one finding.
 
 --rules selects rules by name, or by errors, warnings and notes; a minus before a word omits them: --rules=-notes.
---fix mends what has one meaning only: the number that cells count from, repeated pins, the announced number of pins,
-line ends, blanks and comments. A file with other errors is not written.
+--fix mends what has one meaning only: the number that cells count from, counts and weight format of the header, repeated
+pins, line ends, blanks and comments. A file with other errors, or with two meanings, is not written. --cell-map writes a
+line for each cell that --fix-compact keeps: its old number.
 
 The exit status is 1 if there are errors, with --strict also if there are warnings.)";
 
@@ -158,7 +161,7 @@ class FileLinter {
     const formats::LintOptions options{choice_.input.from,
                                        {choice_.input.model, choice_.input.add_diagonal, choice_.input.pairs},
                                        static_cast<std::size_t>(choice_.most),
-                                       !choice_.json && !choice_.sarif};
+                                       !choice_.json && !choice_.summary};
     LintResult result = formats::lint(file, options);
     std::vector<LintResult> companions;
     for (const CompanionFiles& files : kCompanions)
@@ -169,7 +172,7 @@ class FileLinter {
           companions.push_back(
               formats::lint_companion(name, files.kind, result, choice_.nparts, options.most_kept));
       }
-    if (choice_.fix) return fix(file, result);
+    if (choice_.fix) return fix(file, result, options);
     int status = report(std::move(result), !choice_.programs.empty());
     for (LintResult& companion : companions) status = std::max(status, report(std::move(companion), false));
     return status;
@@ -177,10 +180,11 @@ class FileLinter {
 
  private:
   // Reports on what was found, and writes the mended file. Nothing is left to find fault with then.
-  int fix(const std::string& file, const LintResult& result) {
-    formats::refuse_to_replace({file}, choice_.output);
-    formats::Mended mended = formats::mend(
-        file, result, {choice_.input.model, choice_.input.add_diagonal, choice_.input.pairs}, choice_.mend);
+  int fix(const std::string& file, const LintResult& result, const formats::LintOptions& options) {
+    for (const std::string& output : {choice_.output, choice_.cell_map})
+      formats::refuse_to_replace({file}, output);
+    formats::refuse_named_twice({choice_.output, choice_.cell_map});
+    formats::Mended mended = formats::mend(file, result, options, choice_.mend);
     formats::Record record;
     const formats::Labels names{std::move(mended.lists.cell_names), std::move(mended.lists.net_names)};
     formats::to_record(std::move(mended.lists), record);
@@ -190,7 +194,8 @@ class FileLinter {
     output.write.labels = &names;
     formats::Outputs outputs(force());
     write_output(outputs, choice_.output, record.h, output);
-    outputs.publish([&] { print_beside(choice_.output, [&] { report_.add_mended(result, mended.done); }); });
+    write_numbers(outputs, choice_.cell_map, mended.cells);
+    outputs.publish([&] { print_beside(choice_.output, [&] { report_.add_mended(result, mended); }); });
     return kSuccess;
   }
 
@@ -251,6 +256,12 @@ void add_fix(Options& options, LintChoice& chosen) {
       .flag("--fix-merge-parallel", chosen.mend.merge_parallel_nets,
             "Merge nets of the same cells too, and add up their weights")
       .needs(fix);
+  Option compact =
+      options.flag("--fix-compact", chosen.mend.drop_isolated_cells, "Drop cells on no net too").needs(fix);
+  options
+      .file("--cell-map", "FILE", chosen.cell_map, ValueKind::kFile,
+            "Write the old number of each new cell to FILE")
+      .needs(compact);
   add_force(options);
 }
 

@@ -229,7 +229,9 @@ data rule_data(const formats::Rule& rule) {
 
 data program_data(const formats::ProgramRow& row) {
   data entry(data::type::object);
-  entry.set("program", std::string(row.program) + (row.version == "-" ? "" : " " + std::string(row.version)));
+  entry.set("program",
+            std::string(row.program) +
+                (row.version == "unknown" ? " (version unknown)" : " " + std::string(row.version)));
   entry.set("format", std::string(row.format));
   entry.set("rule", text_or_false(row.rule == "-" ? "" : std::string(row.rule)));
   entry.set("verdict", std::string(name_of(row.treatment)));

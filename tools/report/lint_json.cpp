@@ -47,9 +47,12 @@ Json rule_json(const Rule& rule) {
           {"defaultConfiguration", {{"level", name_of(rule.severity)}}}};
 }
 
-Json result_json(const Finding& finding) {
+// Columns of SARIF count characters, ours bytes.
+Json result_json(const Finding& finding, std::size_t character) {
   Json location{{"artifactLocation", {{"uri", uri_of(finding.file)}}}};
-  if (finding.line > 0) location["region"] = {{"startLine", finding.line}, {"startColumn", finding.column}};
+  if (finding.line > 0)
+    location["region"] = {{"startLine", finding.line},
+                          {"startColumn", character == 0 ? finding.column : character}};
   const Rule* const rule = formats::rule_named(finding.rule);
   return {{"ruleId", finding.rule},
           {"ruleIndex", rule - formats::all_rules().data()},
@@ -91,7 +94,9 @@ SarifLog::SarifLog() : state_(std::make_unique<State>()) {}
 SarifLog::~SarifLog() = default;
 
 void SarifLog::add(const LintResult& result) {
-  for (const Finding& finding : result.findings) state_->results.push_back(result_json(finding));
+  for (std::size_t k = 0; k < result.findings.size(); ++k)
+    state_->results.push_back(
+        result_json(result.findings[k], k < result.excerpts.size() ? result.excerpts[k].character : 0));
 }
 
 std::string SarifLog::text() const {

@@ -65,7 +65,7 @@ void print_result_line(const LintResult& result) {
 
 void print_verdict(const formats::ProgramVerdict& verdict) {
   const std::string program =
-      std::string(verdict.program) + (verdict.version == "-" ? "" : " " + std::string(verdict.version));
+      std::string(verdict.program) + (verdict.version == "unknown" ? "" : " " + std::string(verdict.version));
   const std::string text = verdict.verdict == "takes"     ? "takes it"
                            : verdict.verdict == "changes" ? "takes it, but " + verdict.reason
                            : verdict.verdict == "refuses" ? "refuses it: " + verdict.reason
@@ -101,24 +101,15 @@ void LintReport::add(const LintResult& result, const std::vector<formats::Progra
     for (const formats::ProgramVerdict& verdict : verdicts) print_verdict(verdict);
 }
 
-void LintReport::add_mended(const LintResult& found, const std::vector<formats::RuleCount>& done) {
-  LintResult mended{found.file, found.format, {}, {}, done, 0, 0, {}};
-  for (const formats::RuleCount& rule : done) {
-    const auto first =
-        std::find_if(found.findings.begin(), found.findings.end(),
-                     [&rule](const Finding& finding) { return finding.rule == rule.rule->name; });
-    Finding finding = first == found.findings.end() ? Finding{} : *first;
-    finding.hint.clear();
-    finding.file = found.file;
-    finding.rule = rule.rule->name;
-    finding.severity = Severity::kNote;
-    finding.message =
-        "mended: " + std::string(rule.rule->summary) + ", " + formats::counted(rule.count, "time");
-    mended.findings.push_back(std::move(finding));
-  }
-  if (options_.kind != Kind::kText || options_.only_results) return add(mended);
-  print_findings(mended);
-  uprintf("%s: %s\n", shown(found.file).c_str(), done.empty() ? "nothing to mend" : "mended");
+void LintReport::add_mended(const LintResult& found, const formats::Mended& mended) {
+  const LintResult notes{found.file, found.format, mended.findings, {}, mended.done, 0, 0, {}};
+  if (options_.kind != Kind::kText || options_.only_results) return add(notes);
+  print_findings(notes);
+  std::string text;
+  for (const formats::RuleCount& rule : mended.done)
+    text +=
+        (text.empty() ? "mended: " : ", ") + std::string(rule.rule->name) + " " + std::to_string(rule.count);
+  uprintf("%s: %s\n", shown(found.file).c_str(), text.empty() ? "nothing to mend" : text.c_str());
 }
 
 void LintReport::print_text(const LintResult& result) const {

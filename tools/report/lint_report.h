@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "formats/lint.h"
+#include "formats/mend.h"
 #include "formats/programs.h"
 
 namespace quillon::tool {
@@ -33,7 +34,7 @@ class LintReport {
   void add(const formats::LintResult& result, const std::vector<formats::ProgramVerdict>& verdicts = {});
 
   /// Reports what was mended in a file.
-  void add_mended(const formats::LintResult& found, const std::vector<formats::RuleCount>& done);
+  void add_mended(const formats::LintResult& found, const formats::Mended& mended);
 
   /// Prints what concerns all files together. Call it once.
   void finish();
