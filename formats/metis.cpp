@@ -418,6 +418,9 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   prepare_second_read(in);
   Header header = read_header(in);
   header.first = first_cell_of(in, 1);
+  if (header.nvertices == 0 || header.nedges == 0)
+    note_oddity(in, header.nedges_place, "no-edges",
+                header.nvertices == 0 ? "the header announces no vertices" : "the header announces no edges");
   lists.ncells = header.nvertices;
   begin_nets(lists, header.nedges);
   lists.nadj.reserve(std::min(2 * static_cast<std::size_t>(header.nedges), kMostPins) + 2);
@@ -444,9 +447,6 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
                  ? "an edge stands on two lines and counts once"
                  : "");
   }
-  if (header.nvertices == 0 || nedges == 0)
-    note_oddity(in, header.nedges_place, "no-edges",
-                header.nvertices == 0 ? "the graph has no vertices" : "the graph has no edges");
   note_losses(lists, header);
 }
 

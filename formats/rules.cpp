@@ -173,7 +173,7 @@ std::vector<Rule> make_table() {
       {"negative-weight", kWarning, "a weight is negative"sv,
        "Partitioners expect weights from 0 on; bounds on parts have no meaning then."sv,
        "Correct the weight."sv, "quillon", "1 2 1 2 2\n-1 1 2\n"sv},
-      {"no-edges", kWarning, "a graph has no vertices or no edges"sv,
+      {"no-edges", kWarning, "the header of a graph announces no vertices or no edges"sv,
        "METIS and graphchk refuse a header with a count of 0."sv,
        "Nothing, if no program of METIS reads the file."sv, "metis", "2 0\n\n\n"sv},
       {"missing-weights", kWarning, "the file ends before the weights of all cells"sv,

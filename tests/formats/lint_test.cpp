@@ -210,7 +210,7 @@ const std::vector<Case>& cases() {
        "3:1 2 lines after all that the header announces, not read", "1 2 1 2\n1 2\n% 2 1\n"},
       {"ignored-lines", "quillon", "1 2 1 2 1\n1 2\n5 6\n7\n",
        "4:1 1 line after all that the header announces, not read", "1 2 1 2 1\n1 2\n5 6\n%7\n"},
-      {"no-edges", "metis", "2 0\n\n\n", "1:3 the graph has no edges", "2 1\n2\n1\n"},
+      {"no-edges", "metis", "2 0\n\n\n", "1:3 the header announces no edges", "2 1\n2\n1\n"},
       {"swapped-header", "hmetis", "3 1 10\n1 2\n5\n6\n7\n",
        "1:1 the header announces 3 nets and 1 cell, but the lines fit the counts in the other order (the "
        "number of nets comes first)",
