@@ -30,10 +30,14 @@ Number number_in(std::string_view option, std::string_view text, Number least) {
   return number;
 }
 
-measures::Decimal decimal_in(std::string_view option, std::string_view text) {
-  const std::optional<measures::Decimal> number = measures::decimal_of(text);
-  if (!number) throw BadUsage(std::string(option) + ": '" + std::string(text) + "' is not a number from 0");
-  return *number;
+measures::Limit limit_in(std::string_view option, std::string_view text) {
+  const std::size_t sign = std::min(text.find('='), text.size());
+  const std::optional<measures::BalanceRule> rule = measures::balance_rule_named(text.substr(0, sign));
+  const auto value = measures::decimal_of(text.substr(std::min(sign + 1, text.size())));
+  if (!rule || !value)
+    throw BadUsage(std::string(option) + ": '" + std::string(text) +
+                   "' is not RULE=VALUE with a number from 0");
+  return {*rule, *value};
 }
 
 FileFormat format_named(std::string_view name) {
@@ -55,8 +59,8 @@ void set_option(EngineOptions& options, std::string_view name, std::string_view 
     options.expand.expansion = expansion_named(value);
   else if (name == "--largest-clique")
     options.expand.largest_clique = number_in<std::int64_t>(name, value, 2);
-  else if (name == "--epsilon")
-    options.epsilon = decimal_in(name, value);
+  else if (name == "--limit")
+    options.limit = limit_in(name, value);
   else if (name == "--seed")
     options.seed = number_in<int>(name, value, 0);
   else if (name == "--threads")
@@ -65,6 +69,39 @@ void set_option(EngineOptions& options, std::string_view name, std::string_view 
     options.fixed = value;
   else
     throw BadUsage("there is no option " + std::string(name));
+}
+
+// What a limit means for parts that should all weigh the same.
+struct Bounds {
+  std::int64_t least = 0;
+  std::int64_t most = 0;
+  double imbalance = 0;  // to ask for
+
+  // By how much a part is outside at most.
+  [[nodiscard]] std::int64_t miss_of(const std::vector<std::int64_t>& weights) const {
+    const auto [lightest, heaviest] = std::minmax_element(weights.begin(), weights.end());
+    return std::max({std::int64_t{0}, *heaviest - most, least - *lightest});
+  }
+};
+
+Bounds bounds_of(const EngineOptions& options, std::int64_t total_weight) {
+  const measures::Bounds bounds = measures::bounds_of(options.limit, total_weight, options.nparts, {});
+  const measures::Decimal value = options.limit.value;
+  const double average = static_cast<double>(total_weight) / options.nparts;
+  Bounds result{bounds.least.front(), bounds.most.front(), 0};
+  if (options.limit.rule == measures::BalanceRule::kEpsilon)
+    result.imbalance = static_cast<double>(value.digits) * std::pow(10.0, -value.places);
+  else if (total_weight > 0)
+    result.imbalance = std::max(0.0, static_cast<double>(result.most) / average - 1);
+  return result;
+}
+
+void print_miss(double imbalance, const std::vector<std::int64_t>& weights, const Bounds& bounds) {
+  const auto [lightest, heaviest] = std::minmax_element(weights.begin(), weights.end());
+  std::fprintf(stderr,
+               "asked for an imbalance of %g, got parts of weight %lld to %lld, expected %lld to %lld\n",
+               imbalance, static_cast<long long>(*lightest), static_cast<long long>(*heaviest),
+               static_cast<long long>(bounds.least), static_cast<long long>(bounds.most));
 }
 
 // Of this process, in bytes.
@@ -177,21 +214,16 @@ std::vector<Number> partition_within(const Graph<Number>& graph, const EngineOpt
     return best;
   }
   constexpr int kMostTries = 4;
-  const std::int64_t limit = measures::bounds_of({measures::BalanceRule::kEpsilon, options.epsilon},
-                                                 graph.total_weight, options.nparts, {})
-                                 .most.front();
-  std::int64_t lightest = std::numeric_limits<std::int64_t>::max();
-  double imbalance = static_cast<double>(options.epsilon.digits) * std::pow(10.0, -options.epsilon.places);
-  for (int attempt = 0; attempt < kMostTries && lightest > limit; ++attempt, imbalance /= 2) {
+  const Bounds bounds = bounds_of(options, graph.total_weight);
+  std::int64_t least_miss = std::numeric_limits<std::int64_t>::max();
+  double imbalance = bounds.imbalance;
+  for (int attempt = 0; attempt < kMostTries && least_miss > 0; ++attempt, imbalance /= 2) {
     std::vector<Number> parts = partition(imbalance);
     const std::vector<std::int64_t> weights = part_weights(graph, parts, options.nparts, ranks);
-    const std::int64_t heaviest = *std::max_element(weights.begin(), weights.end());
-    if (heaviest > limit && !options.quiet && ranks.rank() == 0)
-      std::fprintf(stderr,
-                   "asked for an imbalance of %g, got a part of weight %lld above the limit of %lld\n",
-                   imbalance, static_cast<long long>(heaviest), static_cast<long long>(limit));
-    if (heaviest >= lightest) continue;
-    lightest = heaviest;
+    const std::int64_t miss = bounds.miss_of(weights);
+    if (miss > 0 && !options.quiet && ranks.rank() == 0) print_miss(imbalance, weights, bounds);
+    if (miss >= least_miss) continue;
+    least_miss = miss;
     parts.resize(best.size());
     best = std::move(parts);
   }

@@ -30,11 +30,12 @@ struct EngineOptions {
   int nparts = 0;                              ///< K, from 1.
   FileFormat format = FileFormat::kQuillon;    ///< --format quillon|hmetis
   ExpandOptions expand{Expansion::kStar, 32};  ///< --expand star|clique, --largest-clique SIZE
-  measures::Decimal epsilon{3, 2};             ///< --epsilon E
-  int seed = 0;                                ///< --seed S
-  int threads = 1;                             ///< --threads N, of each rank
-  std::string fixed;                           ///< --fixed FILE; empty: none
-  bool quiet = false;                          ///< --quiet
+  /// --limit RULE=VALUE
+  measures::Limit limit{measures::BalanceRule::kEpsilon, {3, 2}};
+  int seed = 0;        ///< --seed S
+  int threads = 1;     ///< --threads N, of each rank
+  std::string fixed;   ///< --fixed FILE; empty: none
+  bool quiet = false;  ///< --quiet
 };
 
 /// Something is wrong with the command line, or asks for what the engine cannot do.
@@ -74,8 +75,8 @@ std::vector<std::int64_t> part_weights(const Graph<Number>& graph, const std::ve
 
 /// Partitions until a partition keeps the limit of the options: engines exceed the imbalance that they are
 /// asked for now and then. Asks for half the imbalance each time, four times at most, and returns the
-/// partition with the lightest heaviest part if none keeps the limit. A single part, or one for each cell,
-/// needs no engine.
+/// partition that misses the limit least if none keeps it. A single part, or one for each cell, needs no
+/// engine.
 ///
 /// @param partition  Returns the parts of the vertices of this rank for an imbalance.
 /// @return           The parts of the cells of this rank.

@@ -40,6 +40,13 @@ inline constexpr std::array<std::pair<BalanceRule, std::string_view>, 5> kBalanc
     {BalanceRule::kMondriaan, "mondriaan"},
 }};
 
+/// The rule of this name; nothing if there is none.
+constexpr std::optional<BalanceRule> balance_rule_named(std::string_view name) {
+  for (const auto& [rule, known] : kBalanceRules)
+    if (known == name) return rule;
+  return std::nullopt;
+}
+
 /// A number as it was written: digits / 10^places.
 struct Decimal {
   std::int64_t digits = 0;  ///< 0 .. 10^18 - 1.

@@ -51,9 +51,8 @@ measures::Decimal decimal_of(const std::string& text, const std::string& name) {
 }
 
 tool::NamedLimit limit_of(const LimitText& text) {
-  for (const auto& [rule, name] : measures::kBalanceRules)
-    if (name == text.first)
-      return {text.first + "=" + text.second, {rule, decimal_of(text.second, "limit " + text.first)}};
+  if (const auto rule = measures::balance_rule_named(text.first))
+    return {text.first + "=" + text.second, {*rule, decimal_of(text.second, "limit " + text.first)}};
   throw std::invalid_argument("limit '" + text.first +
                               "', expected epsilon, ufactor, ubfactor, share or mondriaan");
 }

@@ -16,6 +16,7 @@
 #include "tests/formats/temp_folder.h"
 
 using namespace quillon::engines;
+namespace measures = quillon::measures;
 using testing::DoubleEq;
 using testing::ElementsAre;
 
@@ -238,7 +239,7 @@ Tries four_cells(int nparts) {
   tries.graph.cells = {0, 4};
   tries.graph.weights = {1, 1, 1, 1, 0};
   tries.options.nparts = nparts;
-  tries.options.epsilon = {4, 1};
+  tries.options.limit.value = {4, 1};
   return tries;
 }
 
@@ -255,6 +256,28 @@ TEST(PartitionWithin, ReturnsTheBestOfFourIfNoneKeepsTheLimit) {
   EXPECT_EQ(tries.imbalances.size(), 4);
 }
 
+TEST(PartitionWithin, KeepsLowerBoundsToo) {
+  Tries tries = four_cells(2);
+  tries.graph.total_weight = 8;
+  tries.graph.weights = {1, 1, 2, 4, 0};
+  tries.options.limit = {measures::BalanceRule::kShare, {125, 1}};  // 3 to 5
+  EXPECT_THAT(tries.run({{0, 0, 0, 0, 0}, {0, 1, 1, 1, 0}, {0, 0, 0, 1, 0}}), ElementsAre(0, 0, 0, 1));
+  EXPECT_THAT(tries.imbalances, ElementsAre(DoubleEq(0.25), DoubleEq(0.125), DoubleEq(0.0625)));
+}
+
+TEST(PartitionWithin, AsksForTheImbalanceThatALimitAllows) {
+  const auto asked = [](measures::BalanceRule rule, measures::Decimal value) {
+    Tries tries = four_cells(2);
+    tries.options.limit = {rule, value};
+    tries.run({{0, 0, 1, 1, 0}});
+    return tries.imbalances.front();
+  };
+  using measures::BalanceRule;
+  EXPECT_DOUBLE_EQ(asked(BalanceRule::kMondriaan, {6, 1}), 0.5);  // 3 cells of 4
+  EXPECT_DOUBLE_EQ(asked(BalanceRule::kUfactor, {30, 0}), 0);
+  EXPECT_DOUBLE_EQ(asked(BalanceRule::kUbfactor, {50, 0}), 1);
+}
+
 TEST(PartitionWithin, NeedsNoEngineForOnePartOrOneForEachCell) {
   EXPECT_THAT(four_cells(1).run({}), ElementsAre(0, 0, 0, 0));
   EXPECT_THAT(four_cells(4).run({}), ElementsAre(0, 1, 2, 3));
@@ -268,15 +291,16 @@ EngineOptions parsed(std::vector<const char*> words) {
 
 TEST(ParseOptions, ReadsAllOptions) {
   const EngineOptions options =
-      parsed({"--format", "hmetis", "--epsilon", "0.1", "--seed", "7", "f.hgr", "--expand", "clique",
+      parsed({"--format", "hmetis", "--limit", "share=0.1", "--seed", "7", "f.hgr", "--expand", "clique",
               "--largest-clique", "9", "--threads", "2", "--fixed", "f.fix", "--quiet", "12"});
   EXPECT_EQ(options.file, "f.hgr");
   EXPECT_EQ(options.nparts, 12);
   EXPECT_EQ(options.format, FileFormat::kHmetis);
   EXPECT_EQ(options.expand.expansion, Expansion::kClique);
   EXPECT_EQ(options.expand.largest_clique, 9);
-  EXPECT_EQ(options.epsilon.digits, 1);
-  EXPECT_EQ(options.epsilon.places, 1);
+  EXPECT_EQ(options.limit.rule, measures::BalanceRule::kShare);
+  EXPECT_EQ(options.limit.value.digits, 1);
+  EXPECT_EQ(options.limit.value.places, 1);
   EXPECT_EQ(options.seed, 7);
   EXPECT_EQ(options.threads, 2);
   EXPECT_EQ(options.fixed, "f.fix");
@@ -291,6 +315,8 @@ TEST(ParseOptions, RefusesOthers) {
   EXPECT_THROW(parsed({"f", "2", "--seed", "x"}), BadUsage);
   EXPECT_THROW(parsed({"f", "2", "--expand", "both"}), BadUsage);
   EXPECT_THROW(parsed({"f", "2", "--other", "1"}), BadUsage);
+  for (const char* const limit : {"epsilon", "epsilon=", "epsilon=-1", "=1", "other=1", ""})
+    EXPECT_THROW(parsed({"f", "2", "--limit", limit}), BadUsage) << limit;
 }
 
 }  // namespace

@@ -35,8 +35,9 @@ Examples:
   quillon compare circuit.hgr a.part b.part --json | jq .cells_moved
 
 Parts are matched so that as many cells as possible stay where they are; all other cells have moved. The matching is
-exact.
-The mutual information is divided by the mean of both entropies.)";
+exact. The mutual information is divided by the mean of both entropies.
+
+The exit status is 0 however much the partitions differ, and 1 if a file cannot be read or written.)";
 
 int compare(const CompareOptions& options) {
   formats::Record record;

@@ -69,7 +69,7 @@ std::vector<std::string> command_of(const EngineRequest& request, const std::str
   if (request.engine == Engine::kPtscotch) command = mpi_command(request);
   command.push_back(program);
   command.insert(command.end(), {"--format", std::string(request.format)});
-  command.insert(command.end(), {"--epsilon", request.epsilon, "--seed", std::to_string(request.seed)});
+  command.insert(command.end(), {"--limit", request.limit, "--seed", std::to_string(request.seed)});
   command.insert(command.end(), {"--expand", std::string(request.expansion)});
   command.insert(command.end(), {"--largest-clique", std::to_string(request.largest_clique)});
   command.insert(command.end(), {"--threads", std::to_string(request.threads)});

@@ -16,7 +16,7 @@ struct EngineRequest {
   std::string file;         // plain, on every machine that runs a rank
   std::string_view format;  // quillon or hmetis
   int nparts = 0;
-  std::string epsilon;
+  std::string limit;  // on the balance, as eval has them
   int seed = 0;
   std::string_view expansion = "star";  // star or clique
   int largest_clique = 32;

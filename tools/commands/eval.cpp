@@ -62,12 +62,16 @@ part, a part that weighs p is within the limit if
   ubfactor=X   W (1/2 - X/100)^l <= p <= W (1/2 + X/100)^l, where l = log2(W / t)
   share=X      t - W X / 100 <= p <= t + W X / 100
   mondriaan=X  p <= (1 + X) t
-The imbalance is the weight of the heaviest part divided by the average, minus 1. The exit status is 1 if a limit does
-not hold or a fixed cell has moved.
+The imbalance is the weight of the heaviest part divided by the average, minus 1.
 
 --matrix, --parts and --nets print tab-separated tables instead of the measures. An entry of the matrix is the weight
 of the nets that touch both parts. With more than 256 parts, or several files, the matrix is a list of its entries that
-are not 0. A part sends and receives volume as if the part of a net's first pin sent w to all others that it touches.)";
+are not 0. A part sends and receives volume as if the part of a net's first pin sent w to all others that it touches.
+
+--summary prints a line for scripts: RESULT, then KEY=VALUE for each column of --table, the name of PARTFILE last.
+
+The exit status is 1 if a limit does not hold, a fixed cell has moved, or a file cannot be read; with several files, the
+others are still evaluated.)";
 
 constexpr const char* kOldNotes = R"(
 The old name of eval; only the text for a single PARTFILE differs.
@@ -92,7 +96,7 @@ std::string name_for(const EvalOptions& options, const std::string& file) {
 
 PartitionWishes wishes_of(const EvalOptions& options) {
   PartitionWishes wishes;
-  wishes.limits = limits_of(options.balance);
+  for (const std::string& limit : options.balance.limits) wishes.limits.push_back(limit_of(limit));
   wishes.details = options.details;
   wishes.matrix = options.matrix;
   wishes.nnets = options.nnets;

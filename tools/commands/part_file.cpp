@@ -189,21 +189,15 @@ void add_balance(Options& options, BalanceOptions& balance) {
                "The part that each cell is fixed to, or -1: a number per line");
 }
 
-std::vector<NamedLimit> limits_of(const BalanceOptions& balance) {
-  std::vector<NamedLimit> limits;
-  for (const std::string& text : balance.limits) {
-    const std::size_t sign = text.find('=');
-    const std::string name = text.substr(0, sign);
-    const auto* const rule = std::find_if(measures::kBalanceRules.begin(), measures::kBalanceRules.end(),
-                                          [&name](const auto& known) { return known.second == name; });
-    if (sign == std::string::npos || rule == measures::kBalanceRules.end())
-      throw UsageError("--limit: '" + text +
-                       "' is not epsilon, ufactor, ubfactor, share or mondriaan, followed by =VALUE");
-    const std::optional<Decimal> value = measures::decimal_of(std::string_view(text).substr(sign + 1));
-    if (!value) throw UsageError("--limit: '" + text.substr(sign + 1) + "' is not a number from 0 on");
-    limits.push_back({text, {rule->first, *value}});
-  }
-  return limits;
+NamedLimit limit_of(const std::string& text) {
+  const std::size_t sign = text.find('=');
+  const std::optional<measures::BalanceRule> rule = measures::balance_rule_named(text.substr(0, sign));
+  if (sign == std::string::npos || !rule)
+    throw UsageError("--limit: '" + text +
+                     "' is not epsilon, ufactor, ubfactor, share or mondriaan, followed by =VALUE");
+  const std::optional<Decimal> value = measures::decimal_of(std::string_view(text).substr(sign + 1));
+  if (!value) throw UsageError("--limit: '" + text.substr(sign + 1) + "' is not a number from 0 on");
+  return {text, {*rule, *value}};
 }
 
 Targets read_targets(const std::string& file, int nparts) {

@@ -38,8 +38,10 @@ struct BalanceOptions {
 
 void add_balance(Options& options, BalanceOptions& balance);
 
-/// @throws UsageError  if one is not DEFINITION=VALUE.
-std::vector<NamedLimit> limits_of(const BalanceOptions& balance);
+/// Reads RULE=VALUE.
+///
+/// @throws UsageError  if the text is something else.
+NamedLimit limit_of(const std::string& text);
 
 /// Reads a file of a share or weight a line, or of lines like "0-3 = 0.1"; parts that no such line names
 /// share what is left. Values that add up to at most 1 are shares.

@@ -6,23 +6,24 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "engines/slice.h"
 #include "formats/formats.h"
+#include "formats/part_vector.h"
 #include "formats/sink.h"
 #include "formats/source.h"
-#include "measures/balance.h"
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
 #include "tools/commands/engine.h"
 #include "tools/commands/page_file.h"
+#include "tools/commands/part_file.h"
 #include "tools/report/evaluation_report.h"
 #include "tools/report/json_report.h"
+#include "tools/report/model.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -32,7 +33,7 @@ struct PartitionOptions {
   std::string hypergraph;
   std::string out;
   std::string report;
-  measures::Limit limit{measures::BalanceRule::kEpsilon, {3, 2}};
+  std::string limit = "epsilon=0.03";
   InputOptions input;
   bool skips_evaluation = false;
   bool json = false;
@@ -54,17 +55,11 @@ same seed, ranks and threads give the same partition.
 The engine partitions a graph. A net of two pins is an edge; a larger one is a vertex without weight and an edge to
 each of its cells (star), or an edge of weight w / (size - 1) between each two of its cells (clique).
 
-Exit status 1 if a part is heavier than the limit floor((1 + E) * ceil(weight / K)); PARTFILE is written even so.)";
+--limit is one of those of eval: epsilon=X, ufactor=X, ubfactor=X, share=X or mondriaan=X. Engines know upper bounds
+only; they are asked again for a better balance if a part is too light.
 
-// "epsilon=E"; the engine gets E as it is written.
-void set_limit(PartitionOptions& options, const std::string& text) {
-  constexpr std::string_view kName = "epsilon=";
-  options.engine.epsilon = text.substr(std::min(text.size(), kName.size()));
-  const std::optional<measures::Decimal> epsilon = measures::decimal_of(options.engine.epsilon);
-  if (!text.starts_with(kName) || !epsilon)
-    throw UsageError("--limit: '" + text + "' is not epsilon=E with a number E from 0");
-  options.limit.value = *epsilon;
-}
+The exit status is 1 if the limit does not hold, although PARTFILE is written, and if the engine fails or a file cannot
+be read or written: then no file is.)";
 
 void check_usage(const PartitionOptions& options) {
   const EngineRequest& engine = options.engine;
@@ -209,40 +204,56 @@ void prepare(Input& input, const PartitionOptions& options, EngineRequest& reque
   input.ncells = input.record.h._c;
 }
 
-// Returns the exit status: whether the limit holds.
-int check_limit(const measures::Limit& limit, const measures::PartSizes& sizes) {
-  const std::int64_t total = std::accumulate(sizes.weights.begin(), sizes.weights.end(), std::int64_t{0});
-  const measures::Bounds bounds =
-      measures::bounds_of(limit, total, static_cast<int>(sizes.weights.size()), {});
-  if (measures::parts_outside(sizes, bounds).empty()) return kSuccess;
-  print_error(fmt::format("the heaviest part weighs {}, more than the limit of {}",
-                          *std::max_element(sizes.weights.begin(), sizes.weights.end()),
-                          bounds.most.front()));
-  return kFinding;
+// Says what is wrong with the balance, and returns the exit status.
+int report_balance(const PartitionModel& model) {
+  const std::vector<BrokenPart>& broken = model.limits.front().broken;
+  if (!broken.empty()) {
+    const auto [light, heavy] = std::minmax_element(
+        broken.begin(), broken.end(), [](const auto& a, const auto& b) { return a.weight < b.weight; });
+    if (heavy->weight > heavy->most)
+      print_error(
+          fmt::format("the heaviest part weighs {}, more than the limit of {}", heavy->weight, heavy->most));
+    if (light->weight < light->least)
+      print_error(
+          fmt::format("the lightest part weighs {}, less than the limit of {}", light->weight, light->least));
+  }
+  return model.is_within_limits() ? kSuccess : kFinding;
 }
 
-// Measures the partition, and publishes it. Returns the exit status.
+PartitionWishes wishes_of(const Input& input, const PartitionOptions& options) {
+  PartitionWishes wishes;
+  wishes.limits.push_back(limit_of(options.limit));
+  if (!options.engine.fixed.empty())
+    wishes.fixed = formats::read_fixed_parts(options.engine.fixed, input.record.h._c, options.engine.nparts);
+  wishes.names = &input.names;
+  return wishes;
+}
+
+// Measures the partition, and publishes all files. Returns the exit status.
 int evaluate(Input& input, const PartitionOptions& options, const measures::Partition& partition,
              formats::Outputs& outputs) {
-  PartitionModel model;
-  try {
-    load(input, options);
-    const std::string part_file = formats::is_standard_output(options.out) ? "standard output" : options.out;
-    const Hypergraph& h = input.record.h;
-    model = partition_model(formats::shown_name(options.hypergraph), part_file, h, partition);
-    if (!options.report.empty()) {
-      const NamedPartition named{heading_of(options.out), partition};
-      write_page(outputs, options.report,
-                 page_model(heading_of(options.hypergraph), h, {&named, 1}, input.names));
-    }
-  } catch (...) {
-    outputs.publish();  // the partition is whole
-    throw;
+  load(input, options);
+  const std::string part_file = formats::is_standard_output(options.out) ? "standard output" : options.out;
+  const Hypergraph& h = input.record.h;
+  const PartitionModel model = partition_model(formats::shown_name(options.hypergraph), part_file, h,
+                                               partition, wishes_of(input, options));
+  if (!options.report.empty()) {
+    const NamedPartition named{heading_of(options.out), partition};
+    write_page(outputs, options.report,
+               page_model(heading_of(options.hypergraph), h, {&named, 1}, input.names));
   }
-  outputs.publish();
-  print_beside(options.out,
-               [&] { options.json ? print_partition_json("eval", model) : print_evaluation_text(model); });
-  return check_limit(options.limit, model.sizes);
+  outputs.publish([&] {
+    print_beside(options.out,
+                 [&] { options.json ? print_partition_json("eval", model) : print_evaluation_text(model); });
+  });
+  return report_balance(model);
+}
+
+// Before an engine runs for long: fails if the page could not be written.
+void check_target(const std::string& target) {
+  formats::Outputs trial(force());
+  trial.write(target,
+              [](const char* filename) { ufclose(ufopen(filename, "w", "quillon partition: page")); });
 }
 
 int run(const PartitionOptions& options) {
@@ -250,8 +261,11 @@ int run(const PartitionOptions& options) {
                              options.out);
   formats::refuse_to_replace({options.hypergraph, options.engine.fixed, options.engine.hostfile},
                              options.report);
+  formats::refuse_named_twice({options.out, options.report});
+  if (!options.report.empty()) check_target(options.report);
   Input input;
   EngineRequest request = options.engine;
+  request.limit = options.limit;
   prepare(input, options, request);
 
   formats::Outputs outputs(force());
@@ -298,16 +312,15 @@ std::function<int()> declare(Options& options) {
       .required();
   options.file("--report", "PAGE", chosen->report, ValueKind::kPageOut,
                "Write an HTML page of the partition, too");
-  const auto limit = std::make_shared<std::string>("epsilon=0.03");
-  options.text("--limit", "LIMIT", *limit, "Balance, as epsilon=E (default: epsilon=0.03)");
+  options.text("--limit", "RULE=VALUE", chosen->limit, "Limit on the balance (default: epsilon=0.03)");
   add_engine_options(options, *chosen);
   add_input(options, chosen->input);
   options.flag("--no-eval", chosen->skips_evaluation,
                "Do not load the hypergraph to measure the partition; it may be larger than memory");
   add_force(options);
   add_json(options, chosen->json);
-  return [chosen, limit] {
-    set_limit(*chosen, *limit);
+  return [chosen] {
+    limit_of(chosen->limit);
     check_usage(*chosen);
     return run(*chosen);
   };
