@@ -1,7 +1,11 @@
 """Pruning, renumbering, figures, checks and partitions."""
 
+import dataclasses
+import json
 import math
+import os
 import pathlib
+import subprocess
 import threading
 
 import numpy as np
@@ -115,6 +119,27 @@ def test_stats_are_those_of_the_arrays(shape):
             assert stats[member]["maximum"] == lengths.max()
             assert stats[member]["average"] == pytest.approx(lengths.mean())
         assert sum(number for _, number in stats[member]["distribution"]) == lengths.size
+
+
+@pytest.mark.skipif("QUILLON" not in os.environ, reason="QUILLON does not name the tool")
+@pytest.mark.parametrize("name", ["davis", "lesmis", "mesh24"])
+def test_figures_are_those_of_the_tool(name, tmp_path):
+    def printed(*arguments):
+        command = [os.environ["QUILLON"], *map(str, arguments), "--json"]
+        return json.loads(subprocess.run(command, capture_output=True, text=True, check=True).stdout)
+
+    path = DATA / f"{name}.qhg"
+    h = quillon.read(path)
+    stats = printed("stats", "--keep-small-nets", path)
+    assert h.stats() == stats
+    parts = [7 * i % 3 for i in range(h.num_cells)]
+    (tmp_path / "parts").write_text("\n".join(map(str, parts)))
+    evaluation = dataclasses.asdict(h.evaluate(parts, limits={"epsilon": 0.9}))
+    tool = printed("eval", path, tmp_path / "parts", "--limit", "epsilon=0.9")
+    assert {member: value for member, value in evaluation.items() if member in tool} == {
+        member: value for member, value in tool.items() if member in evaluation
+    }
+    assert evaluation.keys() - tool.keys() == {"moved_fixed_cells", "matrix", "costliest_nets"}
 
 
 def test_stats_of_a_folded_hypergraph():

@@ -64,17 +64,19 @@ def engine_is_there(name):
     return tool is not None and any(os.path.exists(os.path.join(folder, f"quillon-{name}")) for folder in folders)
 
 
-@pytest.mark.skipif(not engine_is_there("metis"), reason="the engine metis is not built")
-def test_partition_balances_a_grid():
+@pytest.mark.parametrize("engine", ["metis", "ptscotch"])
+def test_partition_balances_a_grid(engine):
+    if not engine_is_there(engine):
+        pytest.skip(f"the engine {engine} is not built")
     side = 16
     nets = [[r * side + c, r * side + c + 1] for r in range(side) for c in range(side - 1)]
     nets += [[r * side + c, (r + 1) * side + c] for r in range(side - 1) for c in range(side)]
     h = quillon.from_nets(nets)
-    parts = h.partition(4, engine="metis", seed=3)
+    parts = h.partition(4, engine=engine, seed=3, epsilon=0.1)
     assert parts.dtype == np.int32
     assert h.evaluate(parts, k=4, limits={"epsilon": 0.1}).within_limits
     assert h.evaluate(parts, k=4).cut < 64
-    assert h.partition(4, engine="metis", seed=3).tolist() == parts.tolist()
+    assert h.partition(4, engine=engine, seed=3, epsilon=0.1).tolist() == parts.tolist()
 
 
 def test_partition_says_what_is_missing(small, monkeypatch, tmp_path):

@@ -3,6 +3,7 @@
 import importlib.util
 import inspect
 import pathlib
+import re
 import subprocess
 import sys
 
@@ -22,6 +23,14 @@ def test_exports_what_it_lists():
     exec("from quillon import *", names)
     exported = {name for name in names if is_public(name)}
     assert exported == set(quillon.__all__)
+
+
+def test_the_document_lists_all_names():
+    text = (PACKAGE.parents[1] / "docs" / "python.md").read_text(encoding="utf-8").split("## All names")[1]
+    rows = [line.split("|")[1] for line in text.splitlines() if line.startswith("| `")]
+    listed = set(re.findall(r"`(\w+)`", " ".join(rows)))
+    members = {name for name in vars(quillon.Hypergraph) if is_public(name)}
+    assert listed == set(quillon.__all__) | members
 
 
 def test_everything_public_has_a_docstring():
