@@ -184,10 +184,9 @@ std::vector<Number> exchange_cell_weights(const std::string& filename, const Fil
         visit(Item{static_cast<Number>(cell), numbers[k]});
     }
   };
-  Parcels<Item> parcels =
-      pack<Item>(ranks.count(), for_each, [&](const Item& item) { return numbering.rank_of(item.cell); });
-  for (const Item& item : ranks.exchange(std::move(parcels)))
-    weights[static_cast<std::size_t>(item.cell - mine.begin)] = item.weight;
+  const std::vector<Item> items = ranks.exchange(
+      pack<Item>(ranks.count(), for_each, [&](const Item& item) { return numbering.rank_of(item.cell); }));
+  for (const Item& item : items) weights[static_cast<std::size_t>(item.cell - mine.begin)] = item.weight;
   return weights;
 }
 

@@ -13,14 +13,16 @@ scripts/stage.sh clang-format clang-format --dry-run --Werror "${sources[@]}" "$
 
 # Raw loops are as welcome as algorithms, and members that only an aggregate sets and reads are used. Compilers warn of
 # what is shadowed, functions aside.
-mapfile -t folders < <(ls -d hypergraph util formats measures tools python)
+mapfile -t folders < <(ls -d hypergraph util formats measures tools python engines)
 scripts/stage.sh cppcheck cppcheck -j "$(nproc)" --quiet --std=c++20 --language=c++ \
   --enable=warning,style,performance,portability --inline-suppr -I. --suppress=missingIncludeSystem \
   --suppress=useStlAlgorithm --suppress=shadowFunction --suppress=unusedStructMember --error-exitcode=1 "${folders[@]}"
 
-# A build only for its list of commands: clang cannot read the precompiled headers of gcc.
+# A build only for its list of commands: clang cannot read the precompiled headers of gcc, and the engines and the Python
+# package are not built with sanitizers.
 build=build/lint
-cmake --preset dev -B $build -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+cmake --preset dev -B $build -D QUILLON_SANITIZE= -D QUILLON_PYTHON=AUTO \
+  -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
 
 skipped=$(mktemp)
 trap 'rm -f "$skipped"' EXIT
