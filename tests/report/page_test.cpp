@@ -128,6 +128,26 @@ TEST(HtmlPage, ShowsVolumesAndTheNetsThatCostMost) {
                     "<td>7</td></tr>\n")));
 }
 
+TEST(HtmlPage, ShowsTheFirstFindingOfEachRule) {
+  PageModel model = page_model("t", five_cells().h, {}, {});
+  EXPECT_THAT(html_page(model), Not(HasSubstr("Findings")));
+
+  model.lint.emplace();
+  EXPECT_THAT(html_page(model), HasSubstr("<p class=\"note\">Lint finds nothing wrong"));
+
+  model.lint->counts = {{formats::rule_named("duplicate-pin"), 1234},
+                        {formats::rule_named("isolated-cell"), 1}};
+  model.lint->findings = {
+      {"duplicate-pin", formats::Severity::kWarning, "f", 7, 2, "cell <3> is named twice", ""},
+      {"isolated-cell", formats::Severity::kNote, "f", 0, 0, "cell 4 is on no net", ""}};
+  EXPECT_THAT(
+      html_page(model),
+      AllOf(HasSubstr("<tr><th scope=\"row\">duplicate-pin</th><td>warning</td><td>1,234</td><td>7:2</td>"
+                      "<td class=\"name\">cell &lt;3&gt; is named twice</td></tr>\n"),
+            HasSubstr("<tr><th scope=\"row\">isolated-cell</th><td>note</td><td>1</td><td>\u2013</td>"
+                      "<td class=\"name\">cell 4 is on no net</td></tr>\n")));
+}
+
 TEST(HtmlPage, LeavesNoTagOfTheTemplateAndNoEmptyLine) {
   std::vector<int> parts{0, 0, 1, 2, 3, 4};
   for (const int nparts : {5, 12, 13, 16, 17, 2000}) {

@@ -239,8 +239,9 @@ int evaluate(Input& input, const PartitionOptions& options, const measures::Part
                                                partition, wishes_of(input, options));
   if (!options.report.empty()) {
     const NamedPartition named{heading_of(options.out), partition};
-    write_page(outputs, options.report,
-               page_model(heading_of(options.hypergraph), h, {&named, 1}, input.names));
+    PageModel page = page_model(heading_of(options.hypergraph), h, {&named, 1}, input.names);
+    page.lint = lint_for_page(options.hypergraph, options.input);
+    write_page(outputs, options.report, page);
   }
   outputs.publish([&] {
     print_beside(options.out,

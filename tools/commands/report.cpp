@@ -29,8 +29,9 @@ Examples:
 
 The page shows counts, distributions, weights, a picture of the pins, the largest nets and, for each partition, its
 measures, its balance, the nets between its parts, the volume that each part sends and receives, and the nets that cost
-most. Several partitions are also shown side by side. It has no scripts and loads nothing from the network. Nets of one pin
-or none are kept. The hypergraph can have any format that convert reads.)";
+most. Several partitions are also shown side by side. Unless the input is a pipe, the findings of lint follow. The page
+has no scripts and loads nothing from the network. Nets of one pin or none are kept. The hypergraph can have any format
+that convert reads.)";
 
 int run(const ReportOptions& options) {
   std::vector<std::string> inputs = options.part_files;
@@ -43,7 +44,9 @@ int run(const ReportOptions& options) {
     partitions.push_back({heading_of(file), read_partition(file, record.h._c, options.parts)});
   const std::string title = options.title.empty() ? heading_of(options.hypergraph) : options.title;
   formats::Outputs outputs(force());
-  write_page(outputs, options.out, page_model(title, record.h, partitions, loaded.names));
+  PageModel page = page_model(title, record.h, partitions, loaded.names);
+  page.lint = lint_for_page(options.hypergraph, options.input);
+  write_page(outputs, options.out, page);
   outputs.publish();
   return kSuccess;
 }

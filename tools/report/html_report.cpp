@@ -167,6 +167,26 @@ void add_busiest_cells(object& page, const PageModel& model) {
   page["busiest_cells"] = table_unless_empty("Cells of the highest degree", head, rows);
 }
 
+std::string place_of(const formats::Finding& finding) {
+  if (finding.line == 0) return kDash;
+  return std::to_string(finding.line) + ":" + std::to_string(finding.column);
+}
+
+void add_findings(object& page, const formats::LintResult& lint) {
+  list rows;
+  for (const formats::RuleCount& broken : lint.counts) {
+    const auto is_of_rule = [&broken](const auto& finding) { return finding.rule == broken.rule->name; };
+    const auto first = std::find_if(lint.findings.begin(), lint.findings.end(), is_of_rule);
+    if (first == lint.findings.end()) continue;
+    rows.push_back(
+        row(first->rule, {figure(std::string(formats::name_of(broken.rule->severity))), figure(broken.count),
+                          figure(place_of(*first)), name_cell(first->message)}));
+  }
+  page["findings"] =
+      object{{"rules", table_unless_empty("What lint finds in the file",
+                                          {"rule", "severity", "count", "first at", ""}, rows)}};
+}
+
 // The sizes of the hypergraph, and the files of its partitions.
 std::string subtitle(const PageModel& model) {
   const measures::Figures& figures = model.figures;
@@ -198,6 +218,8 @@ std::string html_page(const PageModel& model) {
   add_density(page, model);
   add_largest_nets(page, model);
   add_busiest_cells(page, model);
+  page["findings"] = false;
+  if (model.lint) add_findings(page, *model.lint);
 
   kainjow::mustache::mustache view(page::page_mustache);
   view.set_custom_escape(escaped);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "formats/format.h"
+#include "formats/lint.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/balance.h"
 #include "measures/figures.h"
@@ -128,6 +129,7 @@ struct PageModel {
   std::vector<ListedNet> largest_nets;
   std::vector<ListedCell> busiest_cells;
   std::vector<PagePartition> partitions;
+  std::optional<formats::LintResult> lint;  // with the first finding of each rule; none: not looked for
 };
 
 /// A partition under the file name that the page gives it.
