@@ -37,6 +37,12 @@ function(quillon_objects name)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE quillon_flags)
   quillon_hide_internals(${target})
+  quillon_short_build(${target})
+endfunction()
+
+# quillon_short_build(TARGET) compiles several sources of a target at a time if QUILLON_SHORT_BUILD says so.
+function(quillon_short_build target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ${QUILLON_SHORT_BUILD} UNITY_BUILD_BATCH_SIZE 8)
 endfunction()
 
 function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)

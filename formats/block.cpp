@@ -10,12 +10,12 @@ namespace quillon::formats {
 namespace {
 
 // The text to scan: it ends in white space, and bytes that are no text follow.
-struct Text {
+struct Extent {
   const char* begin;  // of the block
   const char* end;
 };
 
-Text closed_text(Block& block) {
+Extent closed_text(Block& block) {
   char* const end = block.text.data() + block.size;
   std::memset(end, 0, kSpareBytes);
   const bool is_closed = !block.is_last || (block.size > 0 && end[-1] == '\n');
@@ -80,7 +80,7 @@ int append(Block& block, const Scanned& scanned, int nnumbers, Mark& mark, bool 
   return nnumbers + scanned.count;
 }
 
-void scan_lines(Block& block, const Text& text, const char* at, bool by_line) {
+void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) {
   Scanned scanned;
   int nnumbers = 0;
   std::size_t nline_ends = 0;
@@ -166,7 +166,7 @@ bool scan_entry(const char*& at, const LineShape& shape, int* indices, int& coun
   return true;
 }
 
-void scan_entries(Block& block, const Text& text, const char* at, const LineShape& shape) {
+void scan_entries(Block& block, const Extent& text, const char* at, const LineShape& shape) {
   int* const numbers = block.numbers.data();
   int* const starts = block.starts.data();
   int nodd = 0;
@@ -195,7 +195,7 @@ void count_line_ends(Block& block) {
 }
 
 void scan(Block& block, std::size_t from, const LineShape& shape) {
-  const Text text = closed_text(block);
+  const Extent text = closed_text(block);
   const std::size_t bytes = block.size - from + 1;
   block.numbers.make_room(bytes / 2 + 1);
   block.starts.make_room(bytes + 2);

@@ -10,11 +10,10 @@
 #endif
 
 #include "formats/json_name.h"
+#include "formats/source.h"
 
 namespace quillon::formats {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 // Inside a string: neither its end nor anything that must be looked at.
 bool is_plain_byte(char c) { return static_cast<signed char>(c) >= 0x20 && c != '"' && c != '\\'; }

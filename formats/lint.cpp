@@ -22,8 +22,6 @@
 namespace quillon::formats {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 // Another item that a message mentions, by the column or the line of its place.
 enum class Mention { kNone, kColumn, kLine };
 

@@ -18,13 +18,13 @@ struct Free {
 };
 
 template <typename Entry>
-using Block = std::unique_ptr<Entry[], Free>;
+using Allocation = std::unique_ptr<Entry[], Free>;
 
 // Room for items 1 .. count and two more, as records have.
 template <typename Entry>
-Block<Entry> allocate(int count, const char* tag) {
+Allocation<Entry> allocate(int count, const char* tag) {
   const std::uint64_t entries = static_cast<std::uint64_t>(count) + 2;
-  return Block<Entry>(static_cast<Entry*>(umalloc(entries * sizeof(Entry), tag)));
+  return Allocation<Entry>(static_cast<Entry*>(umalloc(entries * sizeof(Entry), tag)));
 }
 
 int weight_of(const std::vector<int>& weights, int item) {
@@ -155,9 +155,9 @@ bool is_short_and_distinct(std::span<const int> pins) {
 
 void check_room(int ncells, int nnets) {
   // cppcheck-suppress unreadVariable
-  const Block<Cell> cells = allocate<Cell>(ncells, "to_record: clst");
+  const Allocation<Cell> cells = allocate<Cell>(ncells, "to_record: clst");
   // cppcheck-suppress unreadVariable
-  const Block<Net> nets = allocate<Net>(nnets, "to_record: nlst");
+  const Allocation<Net> nets = allocate<Net>(nnets, "to_record: nlst");
 }
 
 void begin_nets(NetLists& lists, int nnets) {
@@ -219,9 +219,9 @@ void to_net_side(NetLists&& lists, Record& record, SmallNets small_nets) {
   h._n = lists.nnets;
   h._p = static_cast<int>(lists.nadj.size());
   h._fmt = weight_bit(lists.cell_weights, 1) | weight_bit(lists.net_weights, 2);
-  Block<Cell> cells = allocate<Cell>(h._c, "to_record: clst");
-  Block<Net> nets = allocate<Net>(h._n, "to_record: nlst");
-  Block<int> pins(lists.nadj.release(2));
+  Allocation<Cell> cells = allocate<Cell>(h._c, "to_record: clst");
+  Allocation<Net> nets = allocate<Net>(h._n, "to_record: nlst");
+  Allocation<int> pins(lists.nadj.release(2));
   h._clst = cells.get();
   h._nlst = nets.get();
   h._cell_list = pins.get();
@@ -243,8 +243,8 @@ void to_net_side(NetLists&& lists, Record& record, SmallNets small_nets) {
 
 void add_cell_side(Record& record, SmallNets small_nets) {
   Hypergraph& h = record.h;
-  Block<int> net_list = allocate<int>(h._p, "to_record: net_list");
-  const Block<int> work = allocate<int>(h._c, "to_record: work");
+  Allocation<int> net_list = allocate<int>(h._p, "to_record: net_list");
+  const Allocation<int> work = allocate<int>(h._c, "to_record: work");
   h._net_list = net_list.release();
   construct_net_list(&h, work.get());
   if (small_nets != SmallNets::kKeep) return;

@@ -131,6 +131,9 @@ class Source {
   std::unique_ptr<State> state_;
 };
 
+/// A text in UTF-8 may begin with it.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 /// Bytes in heap memory of the utility layer, followed by a byte of value 0: huge pages for large texts, and
 /// growth without a copy.
 ///

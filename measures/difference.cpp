@@ -36,9 +36,9 @@ struct Partners {
 
 // The entries of an increasing subsequence that is as long as any, by index.
 std::vector<bool> longest_increasing(const std::vector<NetPair>& pairs) {
-  constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+  constexpr std::size_t kNoPair = std::numeric_limits<std::size_t>::max();
   std::vector<std::size_t> ends;  // by length - 1: the entry with the smallest value that ends one so long
-  std::vector<std::size_t> before(pairs.size(), kNone);
+  std::vector<std::size_t> before(pairs.size(), kNoPair);
   for (std::size_t k = 0; k < pairs.size(); ++k) {
     auto place = ends.end();
     if (!ends.empty() && pairs[ends.back()].second > pairs[k].second)
@@ -51,7 +51,7 @@ std::vector<bool> longest_increasing(const std::vector<NetPair>& pairs) {
       *place = k;
   }
   std::vector<bool> is_in(pairs.size(), false);
-  for (std::size_t k = ends.empty() ? kNone : ends.back(); k != kNone; k = before[k]) is_in[k] = true;
+  for (std::size_t k = ends.empty() ? kNoPair : ends.back(); k != kNoPair; k = before[k]) is_in[k] = true;
   return is_in;
 }
 

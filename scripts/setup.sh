@@ -10,7 +10,7 @@ for job in "$@"; do
       packages+=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev)
       packages+=(libpng-dev libfmt-dev libkainjow-mustache-dev libzstd-dev)
       ;;
-    test) packages+=(libgtest-dev libgmock-dev clang gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
+    test) packages+=(libgtest-dev libgmock-dev gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
     partners) packages+=(python3-scipy python3-jsonschema python3-networkx metis) ;;
     python)
       packages+=(python3-dev pybind11-dev python3-numpy python3-scipy python3-networkx)

@@ -3,14 +3,13 @@
 #include <fmt/format.h>
 
 #include "tools/report/evaluation_report.h"
+#include "tools/report/text.h"
 #include "util/util.h"
 
 namespace quillon::tool {
 namespace {
 
-void print_line(const std::string& label, const std::string& value) {
-  uprintf("%s\n", fmt::format("{:<30} {}", label, value).c_str());
-}
+void print_figure(const std::string& label, const std::string& value) { print_row(label, value, 30); }
 
 std::string share_of(std::int64_t part, std::int64_t whole) {
   if (whole == 0) return {};
@@ -53,19 +52,19 @@ void print_comparison_text(const ComparisonModel& model) {
   uprintf("%s: %d cells, %d nets, %d pins; %s and %s\n", model.first.hypergraph.c_str(), model.first.ncells,
           model.first.nnets, model.first.npins, model.first.part_file.c_str(),
           model.second.part_file.c_str());
-  print_line("parts with another name", renamed_parts(comparison));
-  print_line("cells moved",
-             std::to_string(comparison.ncells_moved) + share_of(comparison.ncells_moved, model.first.ncells));
-  print_line("weight moved",
-             std::to_string(comparison.weight_moved) + share_of(comparison.weight_moved, weight));
-  print_line("normalised mutual information",
-             fmt::format("{:.6f}", comparison.normalised_mutual_information));
-  print_line("adjusted Rand index", fmt::format("{:.6f}", comparison.adjusted_rand_index));
+  print_figure("parts with another name", renamed_parts(comparison));
+  print_figure("cells moved", std::to_string(comparison.ncells_moved) +
+                                  share_of(comparison.ncells_moved, model.first.ncells));
+  print_figure("weight moved",
+               std::to_string(comparison.weight_moved) + share_of(comparison.weight_moved, weight));
+  print_figure("normalised mutual information",
+               fmt::format("{:.6f}", comparison.normalised_mutual_information));
+  print_figure("adjusted Rand index", fmt::format("{:.6f}", comparison.adjusted_rand_index));
   const auto nets = [&model](const std::vector<int>& list) {
     return model.lists_nets ? listed(list) : std::to_string(list.size());
   };
-  print_line("nets newly cut", nets(model.nets.newly_cut));
-  print_line("nets no longer cut", nets(model.nets.no_longer_cut));
+  print_figure("nets newly cut", nets(model.nets.newly_cut));
+  print_figure("nets no longer cut", nets(model.nets.no_longer_cut));
   uprintf("%s\n", fmt::format("{:<24} {:>18} {:>18} {:>18}", "", "first", "second", "difference").c_str());
   for (const Measure& measure : all_measures()) {
     const MeasureValue a = measure.value(model.first);

@@ -53,12 +53,8 @@ std::string plural(std::size_t count, const char* what) {
 
 constexpr std::size_t kMostNamed = 20;
 
-void print_line(const std::string& label, const std::string& value) {
-  uprintf("%s\n", fmt::format("{:<24} {}", label, value).c_str());
-}
-
 void print_broken(const LimitModel& limit) {
-  print_line("limit " + limit.text, "broken by " + plural(limit.broken.size(), "part"));
+  print_row("limit " + limit.text, "broken by " + plural(limit.broken.size(), "part"));
   for (std::size_t k = 0; k < std::min(kMostNamed, limit.broken.size()); ++k) {
     const BrokenPart& broken = limit.broken[k];
     const bool is_heavy = broken.weight > broken.most;
@@ -75,7 +71,7 @@ std::string shown_cell(const MovedCell& moved) {
 }
 
 void print_moved(const std::vector<MovedCell>& moved) {
-  print_line("fixed cells moved", std::to_string(moved.size()));
+  print_row("fixed cells moved", std::to_string(moved.size()));
   for (std::size_t k = 0; k < std::min(kMostNamed, moved.size()); ++k)
     uprintf("  cell %s is fixed to part %d and in part %d\n", shown_cell(moved[k]).c_str(), moved[k].fixed_to,
             moved[k].part);
@@ -177,7 +173,7 @@ bool is_better(const Measure& measure, const PartitionModel& a, const PartitionM
 void print_limits_text(const PartitionModel& model) {
   for (const LimitModel& limit : model.limits) {
     if (limit.broken.empty())
-      print_line("limit " + limit.text, "holds");
+      print_row("limit " + limit.text, "holds");
     else
       print_broken(limit);
   }
@@ -193,9 +189,9 @@ void print_evaluation_text(const PartitionModel& model) {
     std::string text = rounded_text(measure.value(model));
     if (key == "heaviest_weight") text = fmt::format("{}, weight {}", model.heaviest, text);
     if (key == "lightest_weight") text = fmt::format("{}, weight {}", model.lightest, text);
-    print_line(measure.label, text);
+    print_row(measure.label, text);
   }
-  print_line("empty parts", std::to_string(model.nempty));
+  print_row("empty parts", std::to_string(model.nempty));
   print_limits_text(model);
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tools/report/text.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -25,10 +26,6 @@ FeasibilityLimit limit_model(const NamedLimit& named, const measures::CellWeight
     limit.capacity = most > kMost - limit.capacity ? kMost : limit.capacity + most;
   limit.obstacles = measures::obstacles(weights, bounds);
   return limit;
-}
-
-void print_line(const std::string& label, const std::string& value) {
-  uprintf("%s\n", fmt::format("{:<24} {}", label, value).c_str());
 }
 
 }  // namespace
@@ -101,19 +98,19 @@ void print_feasibility_text(const FeasibilityModel& model) {
   uprintf("%s: %d cells of total weight %lld into %d %s\n", model.hypergraph.c_str(), model.ncells,
           static_cast<long long>(model.weights.total), model.nparts, model.nparts == 1 ? "part" : "parts");
   if (model.weights.heaviest != 0)
-    print_line("heaviest cell",
-               fmt::format("{}, weight {}", model.weights.heaviest, model.weights.sorted.front()));
+    print_row("heaviest cell",
+              fmt::format("{}, weight {}", model.weights.heaviest, model.weights.sorted.front()));
   for (std::size_t part = 0; part < model.weights.fixed_weights.size(); ++part)
     if (model.weights.fixed_weights[part] > 0)
-      print_line(fmt::format("fixed to part {}", part), std::to_string(model.weights.fixed_weights[part]));
-  print_line("heaviest part, at least",
-             fmt::format("{} ({})", model.bound.weight, reason_of(model.bound, model.nparts)));
-  if (!model.has_targets) print_line("imbalance, at least", fmt::format("{:.6f}", model.least_imbalance()));
+      print_row(fmt::format("fixed to part {}", part), std::to_string(model.weights.fixed_weights[part]));
+  print_row("heaviest part, at least",
+            fmt::format("{} ({})", model.bound.weight, reason_of(model.bound, model.nparts)));
+  if (!model.has_targets) print_row("imbalance, at least", fmt::format("{:.6f}", model.least_imbalance()));
   for (const FeasibilityLimit& limit : model.limits) {
-    print_line("limit " + limit.text,
-               fmt::format("{}: parts of {} to {}, together up to {}",
-                           limit.obstacles.empty() ? "no obstacle found" : "cannot hold", limit.least,
-                           limit.most, limit.capacity));
+    print_row("limit " + limit.text,
+              fmt::format("{}: parts of {} to {}, together up to {}",
+                          limit.obstacles.empty() ? "no obstacle found" : "cannot hold", limit.least,
+                          limit.most, limit.capacity));
     for (const Obstacle& obstacle : limit.obstacles) uprintf("  %s\n", reason_of(obstacle).c_str());
   }
 }

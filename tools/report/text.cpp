@@ -6,6 +6,8 @@
 #include <cmath>
 #include <string_view>
 
+#include "util/util.h"
+
 namespace quillon::tool {
 namespace {
 
@@ -129,6 +131,10 @@ std::string escaped(const std::string& text) {
     rest.remove_prefix(length == 0 ? 1 : length);
   }
   return safe;
+}
+
+void print_row(const std::string& label, const std::string& value, int width) {
+  uprintf("%s\n", fmt::format("{:<{}} {}", label, width, value).c_str());
 }
 
 }  // namespace quillon::tool

@@ -29,4 +29,9 @@ std::string in_one_line(const std::string& text);
 /// allowed in XML become U+FFFD.
 std::string escaped(const std::string& text);
 
+/// Prints a row of two columns to the output of the utility layer.
+///
+/// @param width  Of the first column, in characters.
+void print_row(const std::string& label, const std::string& value, int width = 24);
+
 }  // namespace quillon::tool
