@@ -59,8 +59,7 @@ consumer default static "${package[@]}"
 consumer build_shared_libs shared "${package[@]}" -D BUILD_SHARED_LIBS=ON
 consumer component_static static "${package[@]}" -D CONSUMER_COMPONENT=static -D BUILD_SHARED_LIBS=ON
 consumer component_shared shared "${package[@]}" -D CONSUMER_COMPONENT=shared
-sources=(-D CONSUMER_QUILLON_SOURCE="$source_dir" -D CMAKE_PREFIX_PATH=)
-consumer add_subdirectory static "${sources[@]}" -D CONSUMER_QUILLON=add_subdirectory
+sources=(-D CONSUMER_QUILLON_SOURCE="$source_dir" -D CMAKE_PREFIX_PATH= -D QUILLON_SHORT_BUILD=ON)
 consumer fetch_content shared "${sources[@]}" -D CONSUMER_QUILLON=FetchContent -D BUILD_SHARED_LIBS=ON
 
 program_in docs/library.md Errors "$place/errors.cpp"

@@ -28,7 +28,7 @@ using testing::SizeIs;
 
 constexpr int kFiles = 10'000;
 constexpr int kWarmedUp = 1'000;
-constexpr std::uint64_t kTolerance = 4 << 20;  // bytes of resident memory
+constexpr std::uint64_t kTolerance = 3 << 20;  // bytes of resident memory
 
 // Whether the readers of hypergraphs get a text. They never return if its last line is a comment, and a
 // header of large numbers makes them fill large arrays.
@@ -128,6 +128,8 @@ TEST_F(BrokenFiles, LeaveNothingBehind) {
   BrokenTexts hypergraphs(hypergraph_texts(), 1);
   BrokenTexts parts(part_texts(), 2);
   const std::vector<Reader> readers = {read_standard, read_one_pin, read_net_arrays, read_parts};
+  // Touches the pages of the line buffer that longer lines, which are rare, would touch later.
+  read(std::string(8 << 20, '%') + "\n0 0 0 0\n", {read_standard});
   std::uint64_t warmed_up = 0;
   for (int nfiles = 1; nfiles <= kFiles && !HasFatalFailure(); ++nfiles) {
     if (nfiles % 10 == 0) {

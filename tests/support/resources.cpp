@@ -98,11 +98,12 @@ int open_descriptors() {
 }
 
 std::uint64_t resident_bytes() {
-  std::ifstream statm("/proc/self/statm");
-  std::uint64_t total = 0;
-  std::uint64_t pages = 0;
-  statm >> total >> pages;
-  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    std::uint64_t kib = 0;
+    if (word == "RssAnon:" && status >> kib) return kib << 10;
+  }
+  return 0;
 }
 
 Held::Held() : bytes_(held_bytes()), descriptors_(open_descriptors()), pool_tops_{top_of(0), top_of(1)} {}

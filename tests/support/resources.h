@@ -17,7 +17,7 @@ bool heap_is_counted();
 /// Number of open descriptors, or -1 if the system does not tell.
 int open_descriptors();
 
-/// Memory of this process that has pages, in bytes; 0 if the system does not tell.
+/// Memory of this process that has pages, without files, in bytes; 0 if the system does not tell.
 std::uint64_t resident_bytes();
 
 /// What the process holds at the time of construction.

@@ -6,8 +6,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
+#include <cstddef>
+#include <functional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/cli/console.h"
@@ -129,7 +133,8 @@ void hold_standard_streams() {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
-// The application with all commands; the one that is chosen stores its work.
+// The application with all commands; the one that is chosen stores its work. To declare the options of all
+// takes longer than the work on a small file.
 struct Application {
   CLI::App app{
       "Reads, checks and reports hypergraphs: cells (vertices) and nets (hyperedges) with their pins.",
@@ -137,12 +142,16 @@ struct Application {
   std::function<int()> chosen;
   std::string topic;
 
-  explicit Application(std::span<const Command> commands) {
+  /// @param is_wanted  Whether the options of a command are declared, by its name.
+  Application(std::span<const Command> commands, const std::function<bool(std::string_view)>& is_wanted) {
     app.set_version_flag("--version", "quillon " QUILLON_VERSION);
     app.footer(kExamples);
     app.require_subcommand(1);
     app.failure_message(usage_error);
-    for (const Command& command : commands) add(command);
+    for (const Command& command : commands) {
+      CLI::App* const added = app.add_subcommand(std::string(command.name), std::string(command.summary));
+      if (is_wanted(command.name)) declare(command, added);
+    }
     add_quiet(app);
     add_help_command();
   }
@@ -156,8 +165,7 @@ struct Application {
   }
 
  private:
-  void add(const Command& command) {
-    CLI::App* const added = app.add_subcommand(std::string(command.name), std::string(command.summary));
+  void declare(const Command& command, CLI::App* added) {
     Options& options = declared_.emplace_back(added, Options(*added)).second;
     const std::function<int()> work = command.declare(options);
     added->footer(command.notes);
@@ -188,13 +196,18 @@ int run_chosen(Application& application) {
 
 }  // namespace
 
-ProgramDescription describe(std::span<const Command> commands) { return Application(commands).description(); }
+ProgramDescription describe(std::span<const Command> commands) {
+  return Application(commands, [](std::string_view) { return true; }).description();
+}
 
 int run_program(std::span<const Command> (*commands)(), int argc, char** argv) {
   hold_standard_streams();
   install_handlers();
   try {
-    Application application(commands());
+    const std::span<char* const> words(argv, static_cast<std::size_t>(argc));
+    Application application(commands(), [words](std::string_view name) {
+      return std::any_of(words.begin(), words.end(), [name](const char* word) { return name == word; });
+    });
     try {
       application.app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
