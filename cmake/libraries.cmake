@@ -40,9 +40,16 @@ function(quillon_objects name)
   quillon_short_build(${target})
 endfunction()
 
-# quillon_short_build(TARGET) compiles several sources of a target at a time if QUILLON_SHORT_BUILD says so.
+# quillon_short_build(TARGET [HEADER...]) reads the headers of the standard library, and others, once for all sources of a
+# target if QUILLON_SHORT_BUILD is on; quillon_short_build(TARGET TOGETHER) compiles several sources at a time, for few
+# sources that share large templates.
 function(quillon_short_build target)
-  set_target_properties(${target} PROPERTIES UNITY_BUILD ${QUILLON_SHORT_BUILD} UNITY_BUILD_BATCH_SIZE 8)
+  if(QUILLON_SHORT_BUILD AND "TOGETHER" IN_LIST ARGN)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+  elseif(QUILLON_SHORT_BUILD)
+    target_precompile_headers(${target} PRIVATE <algorithm> <array> <charconv> <cstdint> <cstring> <functional> <memory>
+      <numeric> <optional> <span> <string> <string_view> <utility> <vector> ${ARGN})
+  endif()
 endfunction()
 
 function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)

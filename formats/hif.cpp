@@ -431,9 +431,10 @@ class Reader {
   }
 
   void note_record(std::size_t k, const char* rule, const char* what) const {
-    if (in_.audit != nullptr)
-      note_oddity(in_, place_of(in_, begins_[k]), rule,
-                  std::string(section_ == kNodes ? "this node " : "this edge ") + what);
+    if (in_.audit == nullptr) return;
+    std::string message = section_ == kNodes ? "this node " : "this edge ";
+    message += what;
+    note_oddity(in_, place_of(in_, begins_[k]), rule, message);
   }
 
   // Returns whether the weight fits.

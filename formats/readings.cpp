@@ -19,7 +19,6 @@
 namespace quillon::formats {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::array<std::string_view, 6> kMendable{"byte-order-mark", "counts-from-0",  "counts-from-1",
                                                     "pin-count",       "swapped-header", "edge-count"};
