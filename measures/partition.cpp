@@ -126,7 +126,7 @@ Evaluation evaluate(const Hypergraph& h, const Partition& partition) {
     const std::int64_t w = h._nlst[j].w;
     cut.add(w, connectivity);
     absorption.add(pins_of(h._nlst[j]).size(), connectivity, w);
-    pairs += Wide{w * (connectivity - 1)} * connectivity;
+    pairs += Wide{w} * connectivity * (connectivity - 1);
   });
   evaluation.cut = cut.sizes();
   evaluation.absorption = absorption.sum();

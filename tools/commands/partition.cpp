@@ -116,7 +116,7 @@ class PartWriter {
     if (c >= '0' && c <= '9') {
       number_ = 10 * std::max<std::int64_t>(number_, 0) + (c - '0');
       if (number_ >= nparts_)
-        errexit("the engine gave cell %lld a part above %d", static_cast<long long>(count_ + 1), nparts_ - 1);
+        errexit("the engine gave cell %lld a part above %d", static_cast<long long>(count_) + 1, nparts_ - 1);
       return;
     }
     if (c != '\n') errexit("the engine printed something else than parts");
