@@ -38,14 +38,23 @@ void raise_bad_file(const formats::Finding& finding) {
                        number_of(finding.column), words_of(finding.message), words_of(finding.hint)));
 }
 
-// The cause of a file that is not written, else the error itself.
+std::exception_ptr cause_of(const std::exception& error) {
+  const auto* const nested = dynamic_cast<const std::nested_exception*>(&error);
+  return nested == nullptr ? nullptr : nested->nested_ptr();
+}
+
+// The first cause of an error, such as that of a file that is not written; else the error itself.
 void raise_cause(const std::exception& error) {
-  try {
-    std::rethrow_if_nested(error);
-  } catch (const std::exception& cause) {
-    return raise_cause(cause);
+  std::string text = error.what();
+  for (std::exception_ptr cause = cause_of(error); cause != nullptr;) {
+    try {
+      std::rethrow_exception(cause);
+    } catch (const std::exception& inner) {
+      text = inner.what();
+      cause = cause_of(inner);
+    }
   }
-  raise("Error", py::make_tuple(text_of(error.what())));
+  raise("Error", py::make_tuple(text_of(text)));
 }
 
 void translate(std::exception_ptr pointer) {
