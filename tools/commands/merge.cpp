@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <cstdio>
 #include <limits>
 #include <memory>
 #include <numeric>
@@ -11,7 +12,6 @@
 #include "formats/notes.h"
 #include "formats/sink.h"
 #include "formats/source.h"
-#include "formats/text_writer.h"
 #include "hypergraph/hypergraph.h"
 #include "measures/union.h"
 #include "tools/cli/run.h"
@@ -142,14 +142,10 @@ void write_origins(formats::Outputs& outputs, const std::string& file,
                    const std::vector<measures::Origin>& origins) {
   if (file.empty()) return;
   outputs.write(file, [&](const char* filename) {
-    formats::TextWriter out(filename, "quillon merge: map");
-    for (std::size_t k = 1; k < origins.size(); ++k) {
-      out.number(origins[k].operand + 1);
-      out.character(' ');
-      out.number(origins[k].net);
-      out.character('\n');
-    }
-    out.close();
+    std::FILE* const out = ufopen(filename, "w", "quillon merge: map");
+    for (std::size_t k = 1; k < origins.size(); ++k)
+      std::fprintf(out, "%d %d\n", origins[k].operand + 1, origins[k].net);
+    ufclose(out);
   });
 }
 
