@@ -34,7 +34,7 @@ def random_matrix(npins):
     steps = rng.integers(1, gap + 1, offsets[-1], dtype=np.int64)
     steps[offsets[1:-1]] -= np.add.reduceat(steps, offsets[:-1])[:-1]  # each row begins at its first step
     pins = np.cumsum(steps).astype(np.int32) - 1
-    return scipy.sparse.csr_array((np.ones(pins.size, np.int32), pins, offsets), shape=(nnets, nnets))
+    return scipy.sparse.csr_array((np.ones(pins.size), pins, offsets), shape=(nnets, nnets))
 
 
 def copied(matrix):
