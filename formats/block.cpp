@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "hypergraph/detail/digits.h"
 #include "hypergraph/detail/scan.h"
+#include "util/digits.h"
 
 namespace quillon::formats {
 namespace {

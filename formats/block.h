@@ -2,7 +2,7 @@
 /// @file
 /// A piece of a text and the numbers in it. Internal to `formats/`.
 ///
-/// Numbers are found many at a time, by `hypergraph/detail/digits.h`, on lines that hold nothing else. All
+/// Numbers are found many at a time, by `util/digits.h`, on lines that hold nothing else. All
 /// other lines are odd: those with comments, signs, words, numbers of more than nine digits and the like.
 /// They are left to the functions of `formats/scanner.h`, which know how to say what is wrong and where.
 

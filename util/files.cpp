@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <bit>
 #include <cctype>
 #include <cerrno>
 #include <cinttypes>
@@ -11,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "util/digits.h"
 #include "util/os.h"
 #include "util/scope_internal.h"
 #include "util/util.h"
@@ -217,37 +217,21 @@ void read_word(ByteSource& source, Word& word) {
   word.verdict = !only_digits ? Verdict::kNotAnInteger : fits ? Verdict::kInteger : Verdict::kOutOfRange;
 }
 
-// The value of one to seven digits, given as eight bytes that end in them, with leading zeros.
-std::uint32_t value_of(std::uint64_t digits) {
-  const std::uint64_t pairs = (digits * 10 + (digits >> 8)) & 0x00FF00FF00FF00FFU;
-  const std::uint64_t fours = (pairs * 100 + (pairs >> 16)) & 0x0000FFFF0000FFFFU;
-  return static_cast<std::uint32_t>(fours * 10000 + (fours >> 32));
-}
-
-// Reads a word of one to seven digits whose end is in the block too; a test of eight bytes at once finds the
-// end. Consumes nothing and returns false for any other word.
-bool read_short_number(ByteSource& source, std::int32_t& value) {
-  constexpr std::size_t kBytes = sizeof(std::uint64_t);
-  std::size_t at = source.at;
-  int nlines = 0;
-  for (; source.end - at >= kBytes && is_space(source.block[at]); ++at)
-    nlines += source.block[at] == '\n' ? 1 : 0;
-  if (source.end - at < kBytes) return false;
-
-  std::uint64_t digits = 0;
-  std::memcpy(&digits, source.block + at, kBytes);
-  if constexpr (std::endian::native == std::endian::big) digits = __builtin_bswap64(digits);
-  digits ^= 0x3030303030303030U;
-  const std::uint64_t others =
-      (digits | ((digits & 0x7F7F7F7F7F7F7F7FU) + 0x7676767676767676U)) & 0x8080808080808080U;
-  const int ndigits = std::countr_zero(others) / 8;
-  // With no digit at all, the byte tested here is the word's first, which is no white space.
-  if (ndigits == 8 || !is_space(source.block[at + static_cast<unsigned>(ndigits)])) return false;
-
-  value = static_cast<std::int32_t>(value_of(digits << (64 - 8 * ndigits)));
-  source.at = at + static_cast<unsigned>(ndigits);
-  source.line += nlines;
-  return true;
+// Reads at most `count` numbers without a sign that stand in the block, many at a time. Returns how many; the
+// word after them may be anything.
+int read_plain_numbers(ByteSource& source, Scanned& scanned, std::int32_t* array, int count) {
+  int ndone = 0;
+  while (ndone < count) {
+    const char* const text = reinterpret_cast<const char*>(source.block + source.at);
+    scan_numbers(text, reinterpret_cast<const char*>(source.block + source.end), scanned);
+    if (scanned.size == 0) break;
+    const int nused = std::min(count - ndone, scanned.count);
+    std::copy_n(scanned.numbers, nused, array + ndone);
+    ndone += nused;
+    source.at += static_cast<std::size_t>(scanned.size);
+    source.line += scanned.nlines;
+  }
+  return ndone;
 }
 
 }  // namespace
@@ -255,15 +239,17 @@ bool read_short_number(ByteSource& source, std::int32_t& value) {
 void read_array(const char* filename, std::int32_t* array, int count, int first) {
   InputFile file(filename);
   ByteSource source{file.stream};
+  Scanned scanned;
   Word word;
   array += first;
-  for (int ndone = 0; ndone < count; ++ndone, ++array) {
-    if (read_short_number(source, *array)) continue;
+  for (int ndone = 0; ndone < count; ++ndone) {
+    ndone += read_plain_numbers(source, scanned, array + ndone, count - ndone);
+    if (ndone == count) break;
     read_word(source, word);
     const int entry = ndone + 1;
     switch (word.verdict) {
       case Verdict::kInteger:
-        *array = static_cast<std::int32_t>(word.value);
+        array[ndone] = static_cast<std::int32_t>(word.value);
         break;
       case Verdict::kMissing:
         if (source.failed)

@@ -5,12 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "hypergraph/detail/digits.h"
 #include "hypergraph/detail/header.h"
 #include "hypergraph/detail/lines.h"
 #include "hypergraph/detail/lists.h"
 #include "hypergraph/detail/scan.h"
 #include "hypergraph/hypergraph.h"
+#include "util/digits.h"
 #include "util/util.h"
 
 namespace quillon {

@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "hypergraph/detail/digits.h"
 #include "hypergraph/detail/printer.h"
 #include "tests/support/temp_file.h"
+#include "util/digits.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Scans text for unsigned decimal numbers, many at a time. Internal to `hypergraph/`.
+/// Scans text for unsigned decimal numbers, many at a time. Not installed.
 ///
 /// Parsing numbers one by one is slow because of the call for each and the unpredictable branch at the end of
 /// each. Here 64 bytes are classified at once, and a number of up to eight digits is converted without a
