@@ -56,13 +56,13 @@ void generate_random(Nets& nets) {
     add_net(nets, 2 + dice.below(13), last_net_of, [&] { return 1 + dice.below(nets.ncells); });
 }
 
-void generate_local(Nets& nets) {
-  constexpr int kReach = 200;
+// The pins of a net are within `reach` cells around a centre that moves along.
+void generate_local(Nets& nets, int reach) {
   Dice dice(2);
   std::vector<int> last_net_of(nets.ncells + 1);
-  const int window = std::min(2 * kReach + 1, nets.ncells);
+  const int window = std::min(2 * reach + 1, nets.ncells);
   for (int j = 1; j <= nets.ncells; ++j) {
-    const int first = std::clamp(j - kReach, 1, nets.ncells - window + 1);
+    const int first = std::clamp(j - reach, 1, nets.ncells - window + 1);
     add_net(nets, 2 + dice.below(13), last_net_of, [&] { return first + dice.below(window); });
   }
 }
@@ -154,7 +154,10 @@ Nets generate(Shape shape, int ncells) {
       generate_random(nets);
       break;
     case Shape::kLocal:
-      generate_local(nets);
+      generate_local(nets, 200);
+      break;
+    case Shape::kWide:
+      generate_local(nets, 1500);
       break;
     case Shape::kMesh:
       generate_mesh(nets);

@@ -13,6 +13,7 @@ namespace quillon::bench {
 enum class Shape {
   kRandom,  ///< As many nets as cells, 2 to 14 pins each, all cells alike.
   kLocal,   ///< As kRandom, the pins of a net within 401 cells around a centre that moves along.
+  kWide,    ///< As kLocal, within 3,001 cells.
   kMesh,    ///< Rows of the matrix of a square mesh, each point joined with its four neighbours.
   kPower,   ///< Net sizes and cell degrees follow power laws; nets and cells carry weights.
 };

@@ -1,4 +1,7 @@
 #include <stdlib.h>
+#if __has_include(<malloc.h>)
+#include <malloc.h>
+#endif
 
 #include <charconv>
 #include <cstdio>
@@ -21,6 +24,7 @@ Compares the functions of the module with their obvious twins, on generated hype
   --cells N    cells of the generated hypergraphs (2000000)
   --rounds N   times each benchmark alternates between the two sides (5)
   --growth N   also measures local hypergraphs of 1, 2, 4, .. up to N million pins
+  --reuse      keeps freed memory for later runs: by default every run gets fresh pages from the system
   --tool PATH  also measures "stats" of the command-line tool at PATH
 
 Options of the benchmark library, such as --benchmark_filter=REGEX, work as well.)";
@@ -55,6 +59,14 @@ int number_of(const char* option, const char* text, int least) {
   return value;
 }
 
+// Has freed memory stay in the heap of the C library, for both sides.
+void reuse_memory() {
+#ifdef M_MMAP_MAX
+  if (mallopt(M_MMAP_MAX, 0) == 1 && mallopt(M_TRIM_THRESHOLD, -1) == 1) return;
+#endif
+  errexit("this C library cannot be told to keep freed memory");
+}
+
 Options parse(int argc, char** argv) {
   Options options;
   for (int k = 1; k < argc; ++k) {
@@ -69,6 +81,8 @@ Options parse(int argc, char** argv) {
       options.nrounds = number_of(word, value(), 1);
     else if (std::strcmp(word, "--growth") == 0)
       options.growth = number_of(word, value(), 1);
+    else if (std::strcmp(word, "--reuse") == 0)
+      reuse_memory();
     else if (std::strcmp(word, "--tool") == 0)
       options.tool = value();
     else if (word[0] == '-')
@@ -86,6 +100,7 @@ Inputs make_inputs(const Options& options) {
   };
   generated("random", Shape::kRandom);
   generated("local", Shape::kLocal);
+  generated("wide", Shape::kWide);
   generated("mesh", Shape::kMesh);
   generated("power", Shape::kPower);
   for (const std::string& file : options.files) inputs.push_back(std::make_unique<Input>(file));
