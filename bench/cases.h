@@ -38,11 +38,17 @@ void add_bounds(Input& input, const Options& options);
 void add_hif(Input& input, const Options& options);
 /// The command-line tool against the library calls in it.
 void add_tool(Input& input, const Options& options);
+/// Commands as wholes against calls of the library, and a compressed file against zcat.
+void add_commands(Input& input, const Options& options);
+/// The command-line tool against other programs that read the same file, those that are installed.
+void add_peers(const Options& options);
 void add_growth(const Options& options);
 
 /// Runs in a child process of the benchmark program: reads the file, if any, and prints the peak memory of
 /// the process in KiB. Returns the exit status.
-int print_peak_of_read(const char* file);
+///
+/// @param format  Of the file, to import it; null: reads it by the module.
+int print_peak_of_read(const char* file, const char* format);
 
 /// The first argument of such a child process.
 constexpr const char* kPeakOfRead = "--peak-of-read";

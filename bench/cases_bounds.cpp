@@ -7,6 +7,7 @@
 #include "bench/differences.h"
 #include "bench/rounds.h"
 #include "bench/system.h"
+#include "formats/formats.h"
 #include "util/util.h"
 
 namespace quillon::bench {
@@ -127,6 +128,26 @@ void run_peak_of_read(benchmark::State& state, Input& input, const Options& opti
   state.counters["of_allowance"] = median(peaks) / allowed;
 }
 
+// The allowance is the arrays of the record and 64 MiB.
+void run_peak_of_import(benchmark::State& state, Input& input, const Options& options,
+                        const std::string& format) {
+  const std::string path = options.folder + "/peak." + format;
+  formats::format_named(format)->write(input.record(), {}, path.c_str());
+  const std::vector<Block> blocks = blocks_of(input.record());
+  const auto arrays = static_cast<double>(blocks[0].bytes + blocks[1].bytes + blocks[2].bytes);
+  std::vector<double> peaks;
+  for ([[maybe_unused]] const auto& round : state) {
+    const double empty = peak_of_child(options, {});
+    double peak = 0;
+    state.SetIterationTime(timed([&] { peak = peak_of_child(options, {path, format}); }).wall);
+    peaks.push_back(peak - empty);
+  }
+  state.counters["peak_bytes"] = median(peaks);
+  state.counters["array_bytes"] = arrays;
+  state.counters["of_import_allowance"] = median(peaks) / (arrays + (64 << 20));
+  std::filesystem::remove(path);
+}
+
 void add_writer(const char* name, Input& input, const Options& options, Writer writer) {
   add_benchmark(
       std::string(name) + ":cat/" + input.name(), options.nrounds,
@@ -144,11 +165,20 @@ void add_bounds(Input& input, const Options& options) {
                 [&input](benchmark::State& state) { run_against_memcpy(state, input); });
   add_benchmark("read_hypergraph:peak/" + input.name(), options.nrounds,
                 [&](benchmark::State& state) { run_peak_of_read(state, input, options); });
+  for (const char* const format : {"hmetis", "kub", "mtx", "hif"})
+    add_benchmark(std::string("import_") + format + ":peak/" + input.name(), options.nrounds,
+                  [&input, &options, format](benchmark::State& state) {
+                    run_peak_of_import(state, input, options, format);
+                  });
 }
 
-int print_peak_of_read(const char* file) {
+int print_peak_of_read(const char* file, const char* format) {
   Hypergraph h = {};
-  if (file != nullptr) read_hypergraph(&h, file, 0);
+  formats::NetLists lists;
+  if (format != nullptr)
+    lists = formats::read_file(file, *formats::format_named(format), {});
+  else if (file != nullptr)
+    read_hypergraph(&h, file, 0);
   std::ifstream status("/proc/self/status");
   for (std::string word; status >> word;) {
     if (word != "VmHWM:") continue;

@@ -133,7 +133,7 @@ void add_context(const Options& options) {
 
 int run(int argc, char** argv) {
   if (argc > 1 && std::strcmp(argv[1], kPeakOfRead) == 0)
-    return print_peak_of_read(argc > 2 ? argv[2] : nullptr);
+    return print_peak_of_read(argc > 2 ? argv[2] : nullptr, argc > 3 ? argv[3] : nullptr);
 
   benchmark::Initialize(&argc, argv, [] {
     std::printf("%s\n\n", kUsage);
@@ -158,7 +158,11 @@ int run(int argc, char** argv) {
   add_hif(*inputs[0], options);  // random
   add_hif(*inputs[1], options);  // local
   add_small_records(options);
-  if (!options.tool.empty()) add_tool(*inputs.front(), options);
+  if (!options.tool.empty()) {
+    add_tool(*inputs.front(), options);
+    for (const auto& input : inputs) add_commands(*input, options);
+    add_peers(options);
+  }
   add_growth(options);
   add_context(options);
   benchmark::RunSpecifiedBenchmarks();

@@ -127,6 +127,13 @@ def imports(subjects, names):
             f"{r['times_read_hypergraph']:.2f} ({mega(r['import_bytes_per_second'])})"))),
     )
     lines += section(
+        "Memory of an import",
+        "MB at the peak beyond an empty program, in brackets what the record's arrays take, and the share of the "
+        "allowance (arrays and 64 MiB) that this is.",
+        table(head, by_input(subjects, names, "of_import_allowance", lambda r: (
+            f"{r['peak_bytes'] / 1e6:,.1f} ({r['array_bytes'] / 1e6:,.1f}), {100 * r['of_import_allowance']:.0f} %"))),
+    )
+    lines += section(
         "Importers on two threads",
         "How many times as fast as on one.",
         table(head, by_input(subjects, names, "times_one_thread", lambda r: f"{r['times_one_thread']:.2f}")),
@@ -161,6 +168,31 @@ def hif(subjects, names):
         table(["what"] + names, rows))
 
 
+def commands(subjects, names):
+    labels = {
+        "command:convert_1": "`convert` of hMETIS on one thread, against reading and writing by calls on one thread",
+        "command:convert_2": "the same on two threads",
+        "command:zcat": "reading hMETIS in `.gz` on two threads, against `zcat`",
+    }
+    rows = [
+        [label] + [f"{subjects[s][n]['times_calls']:.2f} ({subjects[s][n]['command_seconds']:.3f})"
+                   if n in subjects[s] else "" for n in names]
+        for s, label in labels.items() if s in subjects
+    ]
+    lines = section("Commands as wholes", "How many times as long, and in brackets seconds.",
+                    table(["what"] + names, rows))
+    rows = [
+        [run["label"], f"`quillon {'check' if 'graphchk' in s else 'stats'}`", f"{run['peer_seconds']:.2f}",
+         f"{run['tool_seconds']:.3f}", f"{run['times_peer']:.1f}"]
+        for s, runs in subjects.items() if s.startswith("peer:") for run in runs.values()
+    ]
+    return lines + section(
+        "Peers",
+        "Whole processes that read the same file: the incidence matrix of a `local` hypergraph with an eighth of the cells, "
+        "or its star as a graph.",
+        table(["peer", "command", "peer, s", "command, s", "times as fast"], rows))
+
+
 def programs(subjects):
     rows = [
         [name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}", f"{r['library_seconds']:.3f}",
@@ -193,10 +225,11 @@ def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__)
     context, subjects = load(sys.argv[1])
-    names = list(dict.fromkeys(name for s, runs in subjects.items() if s not in ("growth", "records", "tool:stats")
-                               for name in runs))
+    of_functions = {s: runs for s, runs in subjects.items()
+                    if s not in ("growth", "records", "tool:stats") and not s.startswith("peer:")}
+    names = list(dict.fromkeys(name for runs in of_functions.values() for name in runs))
     lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names)
-    lines += imports(subjects, names) + hif(subjects, names) + programs(subjects)
+    lines += imports(subjects, names) + hif(subjects, names) + commands(subjects, names) + programs(subjects)
 
     with open(sys.argv[2], encoding="utf-8") as file:
         text = file.read()

@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-scripts/setup.sh build bench
+scripts/setup.sh build bench partners
 cmake --preset release -D QUILLON_BENCHMARKS=ON >/dev/null
 cmake --build --preset release --target quillon_bench quillon_tool
 results=build/release/bench/results.json

@@ -11,7 +11,7 @@ for job in "$@"; do
       packages+=(libpng-dev libfmt-dev libkainjow-mustache-dev libzstd-dev)
       ;;
     test) packages+=(libgtest-dev libgmock-dev gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
-    partners) packages+=(python3-scipy python3-jsonschema python3-networkx metis) ;;
+    partners) packages+=(python3-scipy python3-jsonschema python3-networkx python3-igraph metis) ;;
     python)
       packages+=(python3-dev pybind11-dev python3-numpy python3-scipy python3-networkx)
       packages+=(python3-pytest python3-hypothesis mypy python3-pip python3-setuptools python3-wheel)
