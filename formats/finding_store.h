@@ -26,8 +26,8 @@ class FindingStore {
   /// @param count  How many the finding stands for.
   void add(Finding finding, std::int64_t count = 1);
 
-  /// Counts a finding that is not kept.
-  void count(std::string_view rule) { ++counts_[index_of(rule)]; }
+  /// Counts findings that are not kept.
+  void count(std::string_view rule, std::int64_t nmore = 1) { counts_[index_of(rule)] += nmore; }
 
   [[nodiscard]] std::int64_t count_of(std::string_view rule) const { return counts_[index_of(rule)]; }
 

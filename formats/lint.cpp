@@ -411,7 +411,8 @@ class Linter : private NetVisitor {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
-    const std::vector<char> used = visit_nets(lists_, audit_.damaged, *this);
+    const std::vector<bool> used = visit_nets(lists_, audit_.damaged, *this);
+    store_.count("duplicate-pin", std::exchange(nrepeated_, 0));
     add_summaries();
     const bool is_sound = is_complete_ && audit_.damaged.empty();
     if (is_sound) add_isolated_cells(used);
@@ -475,8 +476,12 @@ class Linter : private NetVisitor {
   }
 
   void repeated_pin(const RepeatedPin& pin) override {
-    if (!nets_have_lines() || result_.format->name == "cnf") return;  // the reader reports them
-    if (!has_room_for("duplicate-pin")) return;
+    if (nrepeated_ == 0 && (!nets_have_lines() || result_.format->name == "cnf"))
+      return;  // the reader reports them
+    if (nrepeated_ > 0 || npending_["duplicate-pin"] == options_.most_kept) {
+      ++nrepeated_;
+      return;
+    }
     const int cell = lists_.nadj.data()[lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second];
     const std::string name = lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
                                                        : lists_.cell_names[static_cast<std::size_t>(cell)];
@@ -495,11 +500,11 @@ class Linter : private NetVisitor {
             Mention::kLine, net.earlier);
   }
 
-  void add_isolated_cells(const std::vector<char>& used) {
+  void add_isolated_cells(const std::vector<bool>& used) {
     const auto begin = used.begin() + 1;
-    const std::int64_t count = std::count(begin, used.end(), char{0});
+    const std::int64_t count = std::count(begin, used.end(), false);
     if (count == 0) return;
-    const auto first = std::find(begin, used.end(), char{0}) - used.begin();
+    const auto first = std::find(begin, used.end(), false) - used.begin();
     note("isolated-cell", {},
          counted(count, "cell") + (count == 1 ? " is" : " are") + " on no net; the first is cell " +
              std::to_string(first),
@@ -688,6 +693,7 @@ class Linter : private NetVisitor {
   std::vector<Pending> pending_;
   std::unordered_map<std::string_view, std::size_t> npending_;  // by rule
   std::vector<Summary> summaries_;
+  std::int64_t nrepeated_ = 0;  // repeated pins that are counted only
 };
 
 // Pairs of pins of which the second repeats the first, by second.

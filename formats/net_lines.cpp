@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "formats/audit.h"
 #include "formats/lines.h"
@@ -68,6 +69,34 @@ bool store_by_line(const NumberLines& lines, int count, NetLists& lists, const N
   return outside == 0;
 }
 
+// Stores lines with cells out of range that lint only counts. Returns false if it wants their places.
+bool store_damaged(const Scanner& in, const NumberLines& lines, int count, NetLists& lists,
+                   const NetForm& form) {
+  constexpr std::string_view kRule = "cell-out-of-range";
+  if (in.audit == nullptr || in.audit->is_locating() || in.audit->wants(kRule)) return false;
+  const int head = form.head();
+  for (int k = 0; k < count; ++k)
+    if (!has_head(lines.line(k), lines.size(k), form)) return false;
+  for (int k = 0; k < count; ++k) {
+    const int* const end = lines.line(k + 1);
+    bool is_damaged = false;
+    if (form.has_weight) lists.net_weights.push_back(*lines.line(k));
+    for (const int* number = lines.line(k) + head; number != end; ++number) {
+      const int cell = *number + 1 - form.first_cell;
+      if (cell >= 1 && cell <= lists.ncells) {
+        lists.nadj.push_back(cell);
+        continue;
+      }
+      is_damaged = true;
+      in.audit->add_outside(*number);
+      in.audit->count(kRule);
+    }
+    if (is_damaged) note_damage(in, static_cast<int>(lists.xnadj.size()) - 1);
+    end_net(lists);
+  }
+  return true;
+}
+
 // Room for all pins if the remaining nets are like those so far, so that the array moves seldom.
 void make_room(NetLists& lists, std::size_t npins) {
   const std::size_t needed = lists.nadj.size() + npins;
@@ -98,7 +127,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
     lists.nadj.resize(pins_before);
     lists.xnadj.resize(nets_before);
     if (form.has_weight) lists.net_weights.resize(nets_before - 1);
-    return 0;
+    if (stored || !store_damaged(in, lines, count, lists, form)) return 0;
   }
   skip_lines(in, count);
   return count;

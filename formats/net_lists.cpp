@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "formats/findings.h"
+#include "formats/short_nets.h"
 #include "hypergraph/detail/lists.h"
 #include "util/util.h"
 
@@ -136,19 +137,6 @@ void sum_weights(Hypergraph& h, const NetLists& lists) {
   warn_of_overflow(totnw, "nets");
   h._totcw = static_cast<int>(totcw);
   h._totnw = static_cast<int>(totnw);
-}
-
-// Whether a net is so short that its pins are compared with one another, without a cache miss for each, and
-// all differ.
-bool is_short_and_distinct(std::span<const int> pins) {
-  constexpr std::size_t kShort = 16;
-  if (pins.size() > kShort) return false;
-  for (std::size_t a = 1; a < pins.size(); ++a) {
-    int nsame = 0;
-    for (std::size_t b = 0; b < a; ++b) nsame += pins[b] == pins[a] ? 1 : 0;
-    if (nsame != 0) return false;
-  }
-  return true;
 }
 
 }  // namespace

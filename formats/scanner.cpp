@@ -230,6 +230,17 @@ std::optional<int> number_in(const Token& token, const Range& range) {
   constexpr std::size_t kLongest = std::size_t{1} << 20;  // a longer word may have been cut
   if (token.text.size() > kLongest) return std::nullopt;
   int value = 0;
+  constexpr std::size_t kMostDigits = 9;  // of any int
+  if (token.text.size() <= kMostDigits && !token.text.empty()) {
+    unsigned others = 0;
+    for (const char c : token.text) {
+      const auto digit = static_cast<unsigned>(c) - '0';
+      others |= digit > 9 ? 1U : 0U;
+      value = static_cast<int>(10U * static_cast<unsigned>(value) + digit);
+    }
+    if (others == 0) return value < range.min || value > range.max ? std::nullopt : std::optional(value);
+    value = 0;
+  }
   const char* const end = token.text.data() + token.text.size();
   const auto [stopped, error] = std::from_chars(token.text.data(), end, value);
   if (error != std::errc() || stopped != end || value < range.min || value > range.max) return std::nullopt;

@@ -526,6 +526,35 @@ TEST(Programs, TakeRefuseOrChangeFiles) {
   EXPECT_EQ(program_names().size(), verdicts_on(lint_text("hmetis", "1 2\n1 2\n"), {}).size());
 }
 
+// Rules that concern the file rather than its text: what breaks them, and the file next to it.
+TEST(Lint, ReportsWhatIsWrongWithTheFileItself) {
+  const TempFolder folder;
+  const auto rules = [](const std::string& file) {
+    std::vector<std::string> names;
+    for (const RuleCount& broken : lint(file).counts) names.emplace_back(broken.rule->name);
+    return names;
+  };
+  const std::string packed = gzipped("2 3\n1 2\n2 3\n");
+  EXPECT_THAT(rules(folder.write("whole.hgr", packed)), IsEmpty());
+  EXPECT_THAT(rules(folder.write("cut.hgr", packed.substr(0, packed.size() - 1))),
+              ElementsAre("bad-compression"));
+  EXPECT_THAT(rules(folder.write("graph.hgr", "1 3 2 4\n1 2\n2 3\n")), ElementsAre("suffix-disagrees"));
+  EXPECT_THAT(rules(folder.write("graph.qhg", "1 3 2 4\n1 2\n2 3\n")), IsEmpty());
+  EXPECT_THAT(rules(folder.write("name", "what is this?\n")), ElementsAre("unknown-format"));
+  EXPECT_THAT(rules(folder.write("name", "1 3 2 4\n1 2\n2 3\n")), IsEmpty());
+  EXPECT_THAT(rules(folder.at("")), ElementsAre("cannot-read"));
+}
+
+TEST(Lint, ReportsLinesThatTheLibraryCannotRead) {
+  const auto text_of = [](std::size_t length) {
+    return "1 2 1 2\n1 2" + std::string(length - 4, ' ') + "\n";  // a line of that many bytes
+  };
+  constexpr std::size_t kLongest = (std::size_t{16} << 20) - 6;
+  EXPECT_THAT(findings_of(lint_text("quillon", text_of(kLongest)), "long-line"), IsEmpty());
+  EXPECT_THAT(findings_of(lint_text("quillon", text_of(kLongest + 1)), "long-line"),
+              ElementsAre("2:1 the line is longer than the 16777210 bytes of the library's readers"));
+}
+
 TEST(Lint, ReportsAFileThatCannotBeOpened) {
   const LintResult result = lint("/nonexistent/file.hgr");
   ASSERT_EQ(result.findings.size(), 1U);
