@@ -32,6 +32,8 @@ void add_reports(Input& input, const Options& options);
 void add_measures(Input& input, const Options& options);
 /// Importers against read_hypergraph on the same pins, and two threads against one.
 void add_imports(Input& input, const Options& options);
+/// lint against the importer: on a clean file, and on files with a finding in every line.
+void add_lint(Input& input, const Options& options);
 /// Bounds set by the system: writers against cat, copies against memcpy, memory of a read.
 void add_bounds(Input& input, const Options& options);
 /// The reader of HIF against the module's and Python's, exporters against the module's writers.

@@ -153,6 +153,7 @@ int run(int argc, char** argv) {
     add_reports(*input, options);
     add_measures(*input, options);
     add_imports(*input, options);
+    add_lint(*input, options);
     add_bounds(*input, options);
   }
   add_hif(*inputs[0], options);  // random

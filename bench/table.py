@@ -145,6 +145,17 @@ def imports(subjects, names):
     )
 
 
+def lint(subjects, names):
+    return section(
+        "lint and the hMETIS importer",
+        "How many times as long as the importer takes for the file without mistakes, both on one thread, and in brackets "
+        "MB per second: of a clean file, of one with a cell out of range in every line, and of one with a repeated pin in "
+        "every line.",
+        table(["file"] + names, by_input(subjects, names, "lint_times_importer", lambda r: (
+            f"{r['lint_times_importer']:.2f} ({mega(r['lint_bytes_per_second'])})"))),
+    )
+
+
 def hif(subjects, names):
     speeds = lambda r: f"{r['times_module']:.2f} ({mega(r['bytes_per_second'])})"
     labels = {
@@ -229,7 +240,8 @@ def main():
                     if s not in ("growth", "records", "tool:stats") and not s.startswith("peer:")}
     names = list(dict.fromkeys(name for runs in of_functions.values() for name in runs))
     lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names)
-    lines += imports(subjects, names) + hif(subjects, names) + commands(subjects, names) + programs(subjects)
+    lines += imports(subjects, names) + lint(subjects, names) + hif(subjects, names)
+    lines += commands(subjects, names) + programs(subjects)
 
     with open(sys.argv[2], encoding="utf-8") as file:
         text = file.read()

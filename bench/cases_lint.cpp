@@ -1,0 +1,81 @@
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "bench/cases.h"
+#include "bench/rounds.h"
+#include "formats/formats.h"
+#include "formats/lint.h"
+#include "formats/threads.h"
+#include "hypergraph/detail/lists.h"
+#include "util/util.h"
+
+namespace quillon::bench {
+namespace {
+
+// What is wrong with each net line.
+enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin };
+
+void write_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
+  std::fprintf(file, "%d %d\n", h._n, h._c);
+  for (int j = 1; j <= h._n; ++j) {
+    for (const int i : pins_of(h._nlst[j])) std::fprintf(file, "%d ", i);
+    if (mistake == Mistake::kCellOutOfRange) std::fprintf(file, "%d", h._c + 7);
+    if (mistake == Mistake::kRepeatedPin) std::fprintf(file, "%d", *h._nlst[j].pins);
+    std::fputc('\n', file);
+  }
+  ufclose(file);
+}
+
+std::string difference_of(const formats::LintResult& result, const Hypergraph& h, Mistake mistake) {
+  const auto nnets = static_cast<std::int64_t>(h._n);
+  if (mistake == Mistake::kCellOutOfRange && result.count("cell-out-of-range") != nnets) return "the errors";
+  if (mistake == Mistake::kRepeatedPin && result.count("duplicate-pin") < nnets) return "the repeated pins";
+  return mistake != Mistake::kCellOutOfRange && result.count(formats::Severity::kError) > 0 ? "no errors"
+                                                                                            : "";
+}
+
+// Against the importer on the file without mistakes.
+void run_lint(benchmark::State& state, Input& input, const Options& options, Mistake mistake) {
+  const Hypergraph& h = input.record();
+  const std::string clean = options.folder + "/clean.hgr";
+  const std::string bad = options.folder + "/bad.hgr";
+  write_file(h, clean, Mistake::kNone);
+  write_file(h, bad, mistake);
+  formats::LintOptions lint_options;
+  lint_options.format = formats::format_named("hmetis");
+  formats::set_threads(1);
+  formats::NetLists lists;
+  formats::LintResult result;
+  Comparison comparison;
+  comparison.baseline.run = [&] { lists = formats::read_file(clean, *lint_options.format, {}); };
+  comparison.baseline.release = [&] { lists = {}; };
+  comparison.measured.run = [&] { result = formats::lint(bad, lint_options); };
+  comparison.measured.release = [&] { result = {}; };
+  comparison.difference = [&] { return difference_of(result, h, mistake); };
+  const Medians medians = run_rounds(state, comparison);
+  formats::set_threads(0);
+  if (!state.error_occurred()) {
+    state.counters["lint_times_importer"] = medians.measured / medians.baseline;
+    state.counters["lint_bytes_per_second"] =
+        static_cast<double>(std::filesystem::file_size(bad)) / medians.measured;
+  }
+  std::filesystem::remove(clean);
+  std::filesystem::remove(bad);
+}
+
+}  // namespace
+
+void add_lint(Input& input, const Options& options) {
+  const auto add = [&](const char* name, Mistake mistake) {
+    add_benchmark(
+        std::string(name) + "/" + input.name(), options.nrounds,
+        [&input, &options, mistake](benchmark::State& state) { run_lint(state, input, options, mistake); });
+  };
+  add("lint_clean", Mistake::kNone);
+  add("lint_error_per_line", Mistake::kCellOutOfRange);
+  add("lint_warning_per_line", Mistake::kRepeatedPin);
+}
+
+}  // namespace quillon::bench
