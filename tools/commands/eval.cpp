@@ -154,7 +154,7 @@ std::vector<const PartitionModel*> chosen_models(const EvalOptions& options,
   if (order != nullptr)
     std::stable_sort(models.begin(), models.end(),
                      [order](const auto* a, const auto* b) { return is_better(*order, *a, *b); });
-  if (options.best != nullptr && models.size() > 1) models.resize(1);
+  if (options.best != nullptr && models.size() > 1) models.erase(models.begin() + 1, models.end());
   return models;
 }
 
