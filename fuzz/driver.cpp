@@ -25,6 +25,15 @@ std::string expanded(const std::uint8_t* data, std::size_t size) {
   return text;
 }
 
+bool is_inside(const std::string& text, std::size_t line, std::size_t column) {
+  std::size_t start = 0;
+  for (; line > 1; --line) {
+    start = text.find('\n', start) + 1;
+    if (start == 0) return false;
+  }
+  return line == 1 && column >= 1 && start + column - 1 <= std::min(text.find('\n', start), text.size());
+}
+
 bool announces_much(const std::string& text) { return announces_more_than(text, 20000); }
 
 bool announces_more_than(const std::string& text, int most) {

@@ -21,6 +21,9 @@ inline void expect(bool holds, const char* what) {
   if (!holds) found(what);
 }
 
+/// Whether a place lies in the text or at its end. Lines and columns count from 1.
+bool is_inside(const std::string& text, std::size_t line, std::size_t column);
+
 /// The text of an input: its bytes, except that byte 1 and a byte b encode 512 (b + 1) blanks. Thus short
 /// inputs reach the ends of the blocks in which files are read.
 std::string expanded(const std::uint8_t* data, std::size_t size);

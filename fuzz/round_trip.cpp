@@ -50,16 +50,6 @@ bool is_one_line(const std::string& text) {
                       [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
 }
 
-// Whether a place lies in the text or at its end.
-bool is_inside(const std::string& text, std::size_t line, std::size_t column) {
-  std::size_t start = 0;
-  for (; line > 1; --line) {
-    start = text.find('\n', start) + 1;
-    if (start == 0) return false;
-  }
-  return line == 1 && column >= 1 && start + column - 1 <= std::min(text.find('\n', start), text.size());
-}
-
 void expect_sound(const formats::Finding& finding, const std::string& text) {
   expect(finding.severity == formats::Severity::kError && finding.file == kName, "a finding of no file");
   expect(is_inside(text, finding.line, finding.column), "a finding outside the text");
