@@ -19,7 +19,6 @@
 namespace quillon::formats {
 namespace {
 
-
 constexpr std::array<std::string_view, 6> kMendable{"byte-order-mark", "counts-from-0",  "counts-from-1",
                                                     "pin-count",       "swapped-header", "edge-count"};
 
@@ -187,9 +186,11 @@ std::vector<Reading> other_readings(const std::string& filename, const LintResul
 
 // Two meanings, or an error without any.
 [[noreturn]] void refuse(const LintResult& found, const std::vector<Reading>& readings) {
-  const auto is_error = [&readings](std::string_view rule) {
+  // Swapped counts that no other header explains are not mended either.
+  const bool counts_are_wrong = !readings.empty() || found.count("swapped-header") > 0;
+  const auto is_error = [counts_are_wrong](std::string_view rule) {
     return rule_named(rule)->severity == Severity::kError &&
-           (!readings.empty() || !is_mended_by_writing(rule));
+           (counts_are_wrong || !is_mended_by_writing(rule));
   };
   const auto error = std::find_if(found.findings.begin(), found.findings.end(),
                                   [&](const Finding& finding) { return is_error(finding.rule); });

@@ -443,6 +443,9 @@ TEST(Mend, RefusesWhatHasTwoMeanings) {
 }
 
 TEST(Mend, RefusesErrorsThatOnlyTheAuthorCanCorrect) {
+  EXPECT_EQ(
+      refusal_of("quillon", "1 2 4 2\n1 2\n2 3\n"),
+      "1:1 the header announces 4 nets and 2 cells, but there are 2 lines of nets and the largest cell is 3");
   EXPECT_EQ(refusal_of("hmetis", "1 2\n1 3\n"), "2:3 found \"3\", expected a cell number from 1 to 2");
   EXPECT_EQ(refusal_of("hmetis", "1 2\n1 x\n"), "2:3 found \"x\", expected a cell number from 1 to 2");
   EXPECT_EQ(refusal_of("hmetis", "2 3\n0 1\n3\n"), "2:1 found \"0\", expected a cell number from 1 to 3");
