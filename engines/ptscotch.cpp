@@ -117,7 +117,7 @@ std::vector<Number> partition_with_fixed(Graph<Number>& graph, std::vector<Numbe
 // Rank 0 prints the parts rank by rank, a block at a time: it never holds those of all cells.
 void print_all_parts(std::FILE* out, std::vector<Number>& parts, const Ranks& ranks) {
   constexpr std::int64_t kBlock = std::int64_t{1} << 20;
-  const MPI_Datatype type = sizeof(Number) == 8 ? MPI_INT64_T : MPI_INT32_T;
+  MPI_Datatype type = sizeof(Number) == 8 ? MPI_INT64_T : MPI_INT32_T;
   const auto mine = static_cast<std::int64_t>(parts.size());
   const std::vector<std::int64_t> counts = ranks.gather(mine);
   if (ranks.rank() != 0) {
