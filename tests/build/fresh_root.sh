@@ -30,6 +30,6 @@ inside() {  # inside COMMAND...: in the root
   chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
-apt_install() {  # apt_install PACKAGE...: in the root
-  quietly "cannot install $*" inside apt-get install -y -qq --no-install-recommends "$@"
+apt_install() {  # apt_install PACKAGE...: in the root, by names or patterns of files there
+  quietly "cannot install $*" inside bash -c "apt-get install -y -qq --no-install-recommends $*"
 }

@@ -52,7 +52,7 @@ files | diff "$place/before" - || fail "something is left of the packages"
 echo "libquillon-dev: installed, built the examples, removed"
 
 # The engines, with the libraries that they name, run by the tool that finds them where they are installed.
-apt_install /quillon/packages/{libquillon,quillon,quillon-metis,quillon-ptscotch}_*.deb
+apt_install "/quillon/packages/{libquillon,quillon,quillon-metis,quillon-ptscotch}_*.deb"
 for engine in metis ptscotch; do
   quietly "$engine makes no partition" inside quillon partition /quillon/data/davis.qhg -k 2 -o /tmp/parts \
     --engine $engine --limit epsilon=0.12
@@ -66,7 +66,7 @@ quietly "quillon-ptscotch64 misses libraries" inside ldd /usr/libexec/quillon/qu
 echo "quillon-ptscotch, quillon-metis: installed, ran"
 
 # The Python package: imported from a folder that does not hold it, and then as its document shows it.
-apt_install /quillon/packages/python3-quillon_*.deb
+apt_install "/quillon/packages/python3-quillon_*.deb"
 [ "$(inside bash -c 'cd /tmp && python3 -c "import quillon; print(quillon.read(\"/quillon/data/davis.qhg\"))"')" = \
   "<Hypergraph: 18 cells, 14 nets, 89 pins>" ] || fail "the Python package does not work"
 apt_install python3-scipy python3-networkx
