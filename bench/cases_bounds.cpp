@@ -110,22 +110,30 @@ double peak_of_child(const Options& options, const std::vector<std::string>& arg
   return 1024 * kibibytes;
 }
 
+// Median over the rounds of the peak of a child process that reads a file, beyond that of one that reads
+// none.
+double peak_beyond_empty(benchmark::State& state, const Options& options,
+                         const std::vector<std::string>& arguments) {
+  std::vector<double> peaks;
+  for ([[maybe_unused]] const auto& round : state) {
+    const double empty = peak_of_child(options, {});
+    double peak = 0;
+    state.SetIterationTime(timed([&] { peak = peak_of_child(options, arguments); }).wall);
+    peaks.push_back(peak - empty);
+  }
+  return median(peaks);
+}
+
 // The allowance is the arrays of the record, the longest line of the file, and 2 MiB.
 void run_peak_of_read(benchmark::State& state, Input& input, const Options& options) {
   const Hypergraph& h = input.record();
   const std::vector<Block> blocks = blocks_of(h);
   const auto arrays = static_cast<double>(blocks[0].bytes + blocks[1].bytes + blocks[2].bytes);
   const double allowed = arrays + static_cast<double>(longest_line(input.path())) + (2 << 20);
-  std::vector<double> peaks;
-  for ([[maybe_unused]] const auto& round : state) {
-    const double empty = peak_of_child(options, {});
-    double peak = 0;
-    state.SetIterationTime(timed([&] { peak = peak_of_child(options, {input.path()}); }).wall);
-    peaks.push_back(peak - empty);
-  }
-  state.counters["peak_bytes"] = median(peaks);
+  const double peak = peak_beyond_empty(state, options, {input.path()});
+  state.counters["peak_bytes"] = peak;
   state.counters["array_bytes"] = arrays;
-  state.counters["of_allowance"] = median(peaks) / allowed;
+  state.counters["of_allowance"] = peak / allowed;
 }
 
 // The allowance is the arrays of the record and 64 MiB.
@@ -135,16 +143,10 @@ void run_peak_of_import(benchmark::State& state, Input& input, const Options& op
   formats::format_named(format)->write(input.record(), {}, path.c_str());
   const std::vector<Block> blocks = blocks_of(input.record());
   const auto arrays = static_cast<double>(blocks[0].bytes + blocks[1].bytes + blocks[2].bytes);
-  std::vector<double> peaks;
-  for ([[maybe_unused]] const auto& round : state) {
-    const double empty = peak_of_child(options, {});
-    double peak = 0;
-    state.SetIterationTime(timed([&] { peak = peak_of_child(options, {path, format}); }).wall);
-    peaks.push_back(peak - empty);
-  }
-  state.counters["peak_bytes"] = median(peaks);
+  const double peak = peak_beyond_empty(state, options, {path, format});
+  state.counters["peak_bytes"] = peak;
   state.counters["array_bytes"] = arrays;
-  state.counters["of_import_allowance"] = median(peaks) / (arrays + (64 << 20));
+  state.counters["of_import_allowance"] = peak / (arrays + (64 << 20));
   std::filesystem::remove(path);
 }
 

@@ -36,6 +36,13 @@ class Exported {
   std::string path_;
 };
 
+void report_times(benchmark::State& state, const Medians& medians) {
+  if (state.error_occurred()) return;
+  state.counters["command_seconds"] = medians.measured;
+  state.counters["calls_seconds"] = medians.baseline;
+  state.counters["times_calls"] = 1 / medians.ratio;
+}
+
 // The command as a whole against reading and writing in this process, on one thread.
 void run_convert(benchmark::State& state, Input& input, const Options& options, int nthreads) {
   const Exported source(input, options, "hmetis");
@@ -64,10 +71,7 @@ void run_convert(benchmark::State& state, Input& input, const Options& options, 
   };
   const Medians medians = run_rounds(state, comparison);
   formats::set_threads(0);
-  if (state.error_occurred()) return;
-  state.counters["command_seconds"] = medians.measured;
-  state.counters["calls_seconds"] = medians.baseline;
-  state.counters["times_calls"] = 1 / medians.ratio;
+  report_times(state, medians);
 }
 
 // Reading a compressed file on two threads, against decompressing it alone.
@@ -87,10 +91,7 @@ void run_compressed(benchmark::State& state, Input& input, const Options& option
   const Medians medians = run_rounds(state, comparison);
   formats::set_threads(0);
   std::filesystem::remove(compressed);
-  if (state.error_occurred()) return;
-  state.counters["command_seconds"] = medians.measured;
-  state.counters["calls_seconds"] = medians.baseline;
-  state.counters["times_calls"] = 1 / medians.ratio;
+  report_times(state, medians);
 }
 
 // What people read such a file with otherwise, and a command that reads it.

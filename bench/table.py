@@ -91,6 +91,11 @@ def comparisons(subjects, names):
     return lines
 
 
+def peaks(head, subjects, names, share):
+    return table(head, by_input(subjects, names, share, lambda r: (
+        f"{r['peak_bytes'] / 1e6:,.1f} ({r['array_bytes'] / 1e6:,.1f}), {100 * r[share]:.0f} %")))
+
+
 def bounds(subjects, names):
     head = ["function"] + names
     lines = section(
@@ -111,8 +116,7 @@ def bounds(subjects, names):
         "Memory of a read",
         "MB at the peak beyond an empty program, in brackets what the record's arrays take, and the share of the "
         "allowance (arrays, longest line and 2 MiB) that this is.",
-        table(head, by_input(subjects, names, "of_allowance", lambda r: (
-            f"{r['peak_bytes'] / 1e6:,.1f} ({r['array_bytes'] / 1e6:,.1f}), {100 * r['of_allowance']:.0f} %"))),
+        peaks(head, subjects, names, "of_allowance"),
     )
     return lines
 
@@ -130,8 +134,7 @@ def imports(subjects, names):
         "Memory of an import",
         "MB at the peak beyond an empty program, in brackets what the record's arrays take, and the share of the "
         "allowance (arrays and 64 MiB) that this is.",
-        table(head, by_input(subjects, names, "of_import_allowance", lambda r: (
-            f"{r['peak_bytes'] / 1e6:,.1f} ({r['array_bytes'] / 1e6:,.1f}), {100 * r['of_import_allowance']:.0f} %"))),
+        peaks(head, subjects, names, "of_import_allowance"),
     )
     lines += section(
         "Importers on two threads",
