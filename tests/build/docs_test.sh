@@ -86,7 +86,7 @@ check_manual() {
   mandoc -T lint -W warning "$page" || fail "the manual page has flaws"
   text=$(mandoc -T utf8 "$page" | sed 's/.\x08//g')
   for synopsis in "quillon prune -o OUT --max-size N \[--shuffle\]" "quillon convert" "\[--from quillon | hmetis | kub" \
-    "quillon reorder -o OUT --by-part PARTFILE | --perm FILE | --random" "quillon help \[TOPIC\]"; do
+    ".*\[--sort KEY\]" "quillon reorder -o OUT --by-part PARTFILE | --perm FILE | --random" "quillon help \[TOPIC\]"; do
     grep -q -e "^ *$synopsis" <<<"$text" || fail "the manual page has no '$synopsis'"
   done
 }

@@ -64,7 +64,12 @@ std::string kind_name(ValueKind kind) {
   throw std::logic_error("a kind of value without a name");
 }
 
+// The synopsis has no room for many choices; the description of the option lists them.
+constexpr std::size_t kLongestInSynopsis = 60;
+
 data option_data(const OptionDescription& option, const std::string& place) {
+  const std::string choices = joined(option.choices, " | ");
+  const bool is_short = choices.size() <= kLongestInSynopsis;
   data entry(data::type::object);
   entry.set("name", option.name);
   entry.set("flag", option.is_positional ? data(false) : data(option.name.substr(1)));
@@ -72,7 +77,9 @@ data option_data(const OptionDescription& option, const std::string& place) {
   entry.set("short_flag", text_or_false(option.short_name.substr(option.short_name.empty() ? 0 : 1)));
   entry.set("help", option.help);
   entry.set("placeholder", text_or_false(option.choices.empty() ? option.placeholder : ""));
-  entry.set("choices", text_or_false(joined(option.choices, " | ")));
+  entry.set("choices", text_or_false(choices));
+  entry.set("synopsis_placeholder", is_short ? entry["placeholder"] : data("KEY"));
+  entry.set("synopsis_choices", text_or_false(is_short ? choices : ""));
   entry.set("words", text_or_false(joined(option.choices, " ")));
   entry.set("kind", kind_name(option.kind));
   entry.set("place", text_or_false(option.repeats ? "*" : place));
