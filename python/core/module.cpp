@@ -141,4 +141,5 @@ PYBIND11_MODULE(_core, m) {
   m.def("read", read_path);
   m.def("from_csr", from_csr);
   m.def("lint", lint_path);
+  m.def("write_page", [](const py::bytes& path, const py::bytes& page) { write_page(path, page); });
 }

@@ -1,5 +1,6 @@
 #include "python/core/save.h"
 
+#include <cstdio>
 #include <stdexcept>
 
 #include "formats/formats.h"
@@ -49,6 +50,19 @@ void write(Graph& graph, const WriteRequest& request) {
     warn_of_losses(graph.h(), format, options, formats::shown_target(request.file));
     formats::Outputs outputs(request.replace_protected);
     outputs.write(request.file, [&](const char* filename) { format.write(graph.h(), options, filename); });
+    outputs.publish();
+    return true;
+  });
+}
+
+void write_page(const std::string& file, const std::string& page) {
+  call([&] {
+    formats::Outputs outputs;
+    outputs.write(file, [&page](const char* filename) {
+      std::FILE* const out = ufopen(filename, "w", "quillon: page");
+      std::fwrite(page.data(), 1, page.size(), out);
+      ufclose(out);
+    });
     outputs.publish();
     return true;
   });

@@ -23,4 +23,7 @@ struct WriteRequest {
 /// @throws std::invalid_argument  if the format is not written, or not with these options.
 void write(Graph& graph, const WriteRequest& request);
 
+/// Writes a page, whole or not at all.
+void write_page(const std::string& file, const std::string& page);
+
 }  // namespace quillon::python

@@ -35,3 +35,7 @@ __all__ = [
     "lint",
     "read",
 ]
+
+for _name in __all__:  # as messages and pickles name them
+    if isinstance(globals()[_name], type):
+        globals()[_name].__module__ = __name__

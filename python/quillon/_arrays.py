@@ -77,9 +77,17 @@ def _from_objects(array: npt.NDArray[Any], name: str, least: int, most: int) -> 
     return result
 
 
-def count(value: Any, name: str) -> int:
-    """A number of items: from 0 to what 32 bits hold."""
-    number = operator.index(value)
-    if not 0 <= number <= INT_MAX - 2:
-        raise ValueError(f"{name} is {number}, expected 0 to {INT_MAX - 2}")
+def integer(value: Any, name: str, least: int = 0, most: int = INT_MAX) -> int:
+    """An argument that is one integer, of any type."""
+    try:
+        number = operator.index(value)
+    except TypeError:
+        raise TypeError(f"{name} is {value!r}, expected an integer") from None
+    if not least <= number <= most:
+        raise ValueError(f"{name} is {number}, expected {least} to {most}")
     return number
+
+
+def count(value: Any, name: str) -> int:
+    """A number of cells or nets, which leaves room for entries 0 and after the last."""
+    return integer(value, name, 0, INT_MAX - 2)

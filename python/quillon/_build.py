@@ -10,9 +10,9 @@ from typing import Any, Iterable, List, Optional, Sequence, Union
 import numpy as np
 
 from . import _core
-from ._arrays import INT_MAX, count, integers, optional_integers, out_of_range
+from ._arrays import INT_MAX, count, integer, integers, optional_integers, out_of_range
 from ._errors import Finding
-from ._hypergraph import Hypergraph
+from ._hypergraph import Hypergraph, path_of
 
 Readable = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview, io.IOBase]
 
@@ -62,8 +62,7 @@ def read(
     """
     if small_nets not in ("keep", "fold"):
         raise ValueError(f"small_nets is {small_nets!r}, expected 'keep' or 'fold'")
-    if threads is not None and not 1 <= threads <= INT_MAX:
-        raise ValueError(f"threads is {threads}, expected at least 1")
+    nthreads = 0 if threads is None else integer(threads, "threads", 1)
     name, descriptor = _opened(source)
     graph = _core.read(
         os.fsencode(name),
@@ -73,7 +72,7 @@ def read(
         pairs or "",
         small_nets == "fold",
         bool(diagonal),
-        threads or 0,
+        nthreads,
     )
     if isinstance(source, (io.BufferedReader, io.FileIO)) and source.seekable():
         source.seek(0, os.SEEK_END)
@@ -92,12 +91,7 @@ def _opened(source: Any) -> "tuple[str, int]":
             os.lseek(descriptor, source.tell(), os.SEEK_SET)
             return name, descriptor
         return name, _descriptor_of(iter(lambda: source.read(1 << 20), source.read(0)))
-    path = os.fspath(source)
-    if isinstance(path, bytes):
-        path = os.fsdecode(path)
-    if "\0" in path:
-        raise ValueError("the path has a null character")
-    return (path if path != "-" else "./-"), -1  # to the extension, - is standard input
+    return os.fsdecode(path_of(source)), -1
 
 
 def _descriptor_of(pieces: Iterable[Any]) -> int:
@@ -191,7 +185,7 @@ def from_nets(
     >>> h.num_cells, h.num_nets, h.num_pins
     (3, 2, 5)
     """
-    lists = [net if isinstance(net, (list, tuple, np.ndarray)) else list(net) for net in nets]
+    lists = [_listed(net, number) for number, net in enumerate(nets)]
     sizes = np.fromiter(map(len, lists), np.int64, len(lists))
     offsets = np.zeros(len(lists) + 1, np.int64)
     np.cumsum(sizes, out=offsets[1:])
@@ -208,6 +202,15 @@ def from_nets(
     if num_cells is None:
         num_cells = int(pins.max()) + 1 if pins.size else 0
     return from_csr(offsets, pins, num_cells, cell_weights, net_weights)
+
+
+def _listed(net: Any, number: int) -> Any:
+    if isinstance(net, (list, tuple)) or (isinstance(net, np.ndarray) and net.ndim == 1):
+        return net
+    try:
+        return list(net)
+    except TypeError:
+        raise TypeError(f"nets[{number}] is {net!r}, expected a sequence of cells") from None
 
 
 def _check_pins(pins: Any, most: int) -> None:
@@ -248,5 +251,5 @@ def lint(
         By line and column; those of the whole file come last. A file with a finding of the severity ``"error"``
         cannot be read.
     """
-    most = INT_MAX if max_per_rule is None else count(max_per_rule, "max_per_rule")
-    return _core.lint(os.fsencode(_opened(os.fspath(path))[0]), format or "", model, most)
+    most = INT_MAX if max_per_rule is None else integer(max_per_rule, "max_per_rule")
+    return _core.lint(path_of(path), format or "", model, most)

@@ -30,6 +30,8 @@ def from_scipy(matrix: Any, model: str = "row-net", diagonal: bool = False) -> H
     -------
     Hypergraph
     """
+    if not hasattr(matrix, "tocsr"):
+        raise TypeError(f"matrix is {type(matrix).__name__}, expected a sparse array of scipy")
     if diagonal and matrix.shape[0] != matrix.shape[1]:
         raise ValueError(f"the matrix has the shape {matrix.shape}, expected a square one to add the diagonal")
     if model == "fine-grain":
@@ -91,6 +93,8 @@ def from_networkx(bipartite: Any, cells: Optional[Iterable[Hashable]] = None) ->
     ValueError
         If a node has no attribute ``bipartite``, or an edge does not join a cell and a net.
     """
+    if not hasattr(bipartite, "nodes"):
+        raise TypeError(f"bipartite is {type(bipartite).__name__}, expected a graph of networkx")
     cell_nodes, net_nodes = _sides(bipartite, cells)
     number_of = {node: number for number, node in enumerate(cell_nodes)}
     pins: List[int] = []

@@ -13,7 +13,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._arrays import INT_MAX, INT_MIN, Integers, count, integers
+from ._arrays import INT_MAX, INT_MIN, Integers, count, integer, integers
 from ._errors import Finding
 from ._results import Comparison, Evaluation, Pruned, Reordered
 
@@ -162,11 +162,7 @@ class Hypergraph:
             file: Any = target
             file.write(self._written(format or "quillon", number, numbering, model))
             return
-        path = os.fsencode(os.fspath(target))
-        if b"\0" in path:
-            raise ValueError("the path has a null character")
-        path = path if path != b"-" else b"./-"  # to the extension, - is standard output
-        self._graph.write(path, format or "", number, numbering, model, force)
+        self._graph.write(path_of(target), format or "", number, integer(numbering, "numbering", 0, 1), model, force)
 
     def report(
         self,
@@ -179,15 +175,19 @@ class Hypergraph:
         Parameters
         ----------
         path : path
-            The file, which is replaced.
+            The file, which appears whole or not at all.
         parts : array_like of int, or dict of them, optional
             Part of each cell; a dict has several partitions by their headings.
         title : str, optional
             Heading of the page; by default the name of the file that was read.
+
+        Raises
+        ------
+        Error
+            If the file cannot be written.
         """
-        page = self._page(parts, title or os.path.basename(self._file) or "hypergraph")
-        with open(path, "wb") as file:
-            file.write(page)
+        target = path_of(path)
+        _core.write_page(target, self._page(parts, title or os.path.basename(self._file) or "hypergraph"))
 
     def _page(self, parts: Union[None, Any, Mapping[str, Any]], title: str) -> bytes:
         named = parts if isinstance(parts, Mapping) else {} if parts is None else {"partition": parts}
@@ -294,9 +294,8 @@ class Hypergraph:
         Pruned
         """
         max_size = count(max_size, "max_size")
-        if not 0 <= seed < 2**64:
-            raise ValueError(f"seed is {seed}, expected 0 to {2**64 - 1}")
-        kept, set_aside, cells, nets, nets_set_aside = self._graph.prune(max_size, shuffle, seed)
+        number = integer(seed, "seed", 0, 2**64 - 1)
+        kept, set_aside, cells, nets, nets_set_aside = self._graph.prune(max_size, bool(shuffle), number)
         return Pruned(Hypergraph._of(kept), cells, nets, Hypergraph._of(set_aside), nets_set_aside)
 
     def permute(self, cell_order: Optional[Any] = None, net_order: Optional[Any] = None) -> Reordered:
@@ -409,8 +408,7 @@ class Hypergraph:
         part_array = integers(parts, "parts", 0, INT_MAX)
         if k is None:
             k = int(part_array.max()) + 1 if part_array.size else 1
-        if not 1 <= k <= INT_MAX:
-            raise ValueError(f"k is {k}, expected at least 1")
+        k = integer(k, "k", 1)
         if targets is not None and len(targets) != k:
             raise ValueError(f"targets has {len(targets)} entries, expected {k}")
         target_list = [] if targets is None else [float(target) for target in targets]
@@ -434,11 +432,8 @@ class Hypergraph:
             return integers(fixed, "fixed", -1, k - 1)
         array = np.full(self.num_cells, -1, np.int32)
         for cell, part in fixed.items():
-            if not 0 <= cell < self.num_cells:
-                raise ValueError(f"fixed names cell {cell}, expected 0 to {self.num_cells - 1}")
-            if not 0 <= part < k:
-                raise ValueError(f"fixed[{cell}] is {part}, expected 0 to {k - 1}")
-            array[cell] = part
+            number = integer(cell, "a cell of fixed", 0, self.num_cells - 1)
+            array[number] = integer(part, f"fixed[{number}]", 0, k - 1)
         return array
 
     def __eq__(self, other: object) -> bool:
@@ -495,6 +490,14 @@ def _order(order: Optional[Any], name: str, number: int) -> Integers:
 def _reordered(made: Tuple[_core.Graph, Ints, Ints]) -> Reordered:
     graph, cells, nets = made
     return Reordered(Hypergraph._of(graph), cells, nets)
+
+
+def path_of(path: Any) -> bytes:
+    """A path for the extension, to which - would be standard input or output."""
+    name = os.fsencode(os.fspath(path))
+    if b"\0" in name:
+        raise ValueError("the path has a null character")
+    return name if name != b"-" else b"./-"
 
 
 def _decimal(value: float) -> str:

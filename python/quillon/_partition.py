@@ -11,7 +11,7 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 import numpy.typing as npt
 
-from ._arrays import INT_MAX
+from ._arrays import integer
 from ._errors import Error
 
 if TYPE_CHECKING:
@@ -23,10 +23,7 @@ ENGINES = ("ptscotch", "metis")
 def partition(h: Hypergraph, k: int, engine: str, seed: int, epsilon: float) -> npt.NDArray[np.int32]:
     if engine not in ENGINES:
         raise ValueError(f"engine is {engine!r}, expected 'ptscotch' or 'metis'")
-    if not 1 <= k <= INT_MAX:
-        raise ValueError(f"k is {k}, expected at least 1")
-    if not 0 <= seed <= INT_MAX:
-        raise ValueError(f"seed is {seed}, expected 0 to {INT_MAX}")
+    k, seed = integer(k, "k", 1), integer(seed, "seed")
     if not 0 <= epsilon < float("inf"):
         raise ValueError(f"epsilon is {epsilon}, expected a number from 0")
     with tempfile.TemporaryDirectory(prefix="quillon-") as folder:

@@ -191,6 +191,13 @@ def test_memory_stays_flat_over_failing_calls(resident_bytes, tmp_path):
     bad = [b"1 2\n1 3\n", b"4 4\n", b"%\n"]
     missing = tmp_path / "missing" / "a"
     h = quillon.from_nets([[0, 1]])
+    rare = [
+        (quillon.Error, lambda: h.write(missing)),
+        (quillon.Error, lambda: h.report(missing)),
+        (quillon.BadFile, lambda: quillon.from_hif({})),
+        (ValueError, lambda: h.permute([1, 1])),
+        (ValueError, lambda: h.evaluate([0, 1], limits={"epsilon": -1})),
+    ]
 
     def fail(count):
         for number in range(count):
@@ -198,9 +205,10 @@ def test_memory_stays_flat_over_failing_calls(resident_bytes, tmp_path):
                 quillon.read(bad[number % 3], format="hmetis")
             with pytest.raises(ValueError):
                 quillon.from_csr([0, 2], [0, 9], 9)
-            if number % 20 == 0:
-                with pytest.raises(quillon.Error):
-                    h.write(missing)
+            if number % 5 == 0:
+                error, call = rare[number // 5 % len(rare)]
+                with pytest.raises(error):
+                    call()
 
     descriptors = len(os.listdir("/proc/self/fd"))
     fail(500)  # warms up

@@ -213,18 +213,39 @@ def test_evaluate_refuses_arguments_out_of_range(small):
         ({"parts": [0, 1]}, "parts has 2 entries, expected 5"),
         ({"parts": [0, 1, 0, 9, 0], "k": 2}, "parts[3] is 9, expected 0 to 1"),
         ({"parts": [0, 1, 0, -1, 0]}, "parts[3] is -1, expected 0 to 1"),
-        ({"parts": parts, "k": 0}, "k is 0, expected at least 1"),
+        ({"parts": parts, "k": 0}, "k is 0, expected 1 to 2147483647"),
         ({"parts": parts, "limits": {"x": 1}}, "limit 'x', expected epsilon, ufactor, ubfactor, share or mondriaan"),
         ({"parts": parts, "limits": "epsilon"}, "limit 'epsilon' is not NAME=VALUE"),
         ({"parts": parts, "limits": "epsilon=-1"}, "limit epsilon is -1, expected a number from 0"),
         ({"parts": parts, "fixed": [0, 1, 2, 0, 0]}, "fixed[2] is 2, expected -1 to 1"),
-        ({"parts": parts, "fixed": {7: 0}}, "fixed names cell 7, expected 0 to 4"),
+        ({"parts": parts, "fixed": {7: 0}}, "a cell of fixed is 7, expected 0 to 4"),
         ({"parts": parts, "targets": [1]}, "targets has 1 entries, expected 2"),
         ({"parts": parts, "targets": [1, -1]}, "target is -1.0, expected a number from 0"),
     ]:
         with pytest.raises(ValueError) as info:
             small.evaluate(**arguments)
         assert str(info.value) == message
+
+
+def test_arguments_that_are_no_integers_are_named(small):
+    parts = [0, 1, 0, 1, 0]
+    for call, message in [
+        (lambda: small.evaluate(parts, k=2.5), "k is 2.5, expected an integer"),
+        (lambda: small.evaluate(parts, nets="x"), "nets is 'x', expected an integer"),
+        (lambda: small.evaluate(parts, fixed={0: None}), "fixed[0] is None, expected an integer"),
+        (lambda: small.prune(2.5), "max_size is 2.5, expected an integer"),
+        (lambda: small.prune(3, seed="x"), "seed is 'x', expected an integer"),
+        (lambda: small.partition("x"), "k is 'x', expected an integer"),
+        (lambda: quillon.read(b"", threads="x"), "threads is 'x', expected an integer"),
+        (lambda: quillon.from_csr([0], [], None), "num_cells is None, expected an integer"),
+        (lambda: quillon.from_nets([[0], 7]), "nets[1] is 7, expected a sequence of cells"),
+        (lambda: quillon.from_scipy([[1]]), "matrix is list, expected a sparse array of scipy"),
+        (lambda: quillon.from_networkx({}), "bipartite is dict, expected a graph of networkx"),
+    ]:
+        with pytest.raises(TypeError) as info:
+            call()
+        assert str(info.value) == message
+    assert small.evaluate(parts, k=np.uint8(2)).cut == small.evaluate(parts).cut
 
 
 @given(partitioned(), st.randoms(use_true_random=False))

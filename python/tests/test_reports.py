@@ -20,6 +20,10 @@ def test_report_is_a_page(small, tmp_path):
     assert "first" in text and "second" in text
     with pytest.raises(ValueError, match="parts has 2 entries, expected 5"):
         small.report(path, parts=[0, 1])
+    with pytest.raises(quillon.Error, match="cannot write '/no/such/folder/a.html': No such file or directory"):
+        small.report("/no/such/folder/a.html")
+    assert path.read_text(encoding="utf-8") == text
+    assert os.listdir(tmp_path) == ["a.html"]
 
 
 def test_notebooks_show_the_page(small):

@@ -25,6 +25,12 @@ def test_exports_what_it_lists():
     assert exported == set(quillon.__all__)
 
 
+def test_classes_go_by_the_name_of_the_package():
+    for name in quillon.__all__:
+        if inspect.isclass(getattr(quillon, name)):
+            assert getattr(quillon, name).__module__ == "quillon", name
+
+
 def test_the_document_lists_all_names():
     text = (PACKAGE.parents[1] / "docs" / "python.md").read_text(encoding="utf-8").split("## All names")[1]
     rows = [line.split("|")[1] for line in text.splitlines() if line.startswith("| `")]
