@@ -1,5 +1,6 @@
 #include "formats/audit.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace quillon::formats {
@@ -14,6 +15,34 @@ void Audit::found(const Scanner& in, const Item& item, std::size_t offset) {
   if (!wants_line(item.kind, item.number)) return;
   for (std::size_t k = next; k < wanted.size() && wanted[k].item.number == item.number; ++k)
     if (wanted[k].item == item && wanted[k].place.line == 0) wanted[k].place = place_of(in, offset);
+}
+
+Place Audit::place_of_wanted(const Item& item) const {
+  const auto found = std::lower_bound(wanted.begin(), wanted.end(), item,
+                                      [](const Wanted& a, const Item& key) { return a.item < key; });
+  return found == wanted.end() ? Place{} : found->place;
+}
+
+bool has_net_lines(const Format& format, const ReadOptions& options) {
+  if (format.name == "cnf") return options.model != Model::kDual;
+  if (format.name == "edges") return options.pairs == Pairs::kNone;
+  return format.name == "hmetis" || format.name == "quillon" || format.name == "kub";
+}
+
+void read_audited(Scanner& in, const Format& format, const ReadOptions& options, Audit& audit) {
+  if (!audit.wants) audit.wants = [](std::string_view) { return false; };
+  if (!audit.count) audit.count = [](std::string_view) {};
+  // Reset below; an exception other than these ends the scanner too.
+  // cppcheck-suppress danglingLifetime
+  in.audit = &audit;
+  in.listener = [](const Finding&) {};
+  NetLists lists;
+  try {
+    format.read(in, lists, options);
+  } catch (const Audit::AllFound&) {
+  } catch (const BadFile&) {
+  }
+  in.audit = nullptr;
 }
 
 void note_header(const Scanner& in, std::size_t offset) {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "formats/findings.h"
+#include "formats/format.h"
 #include "formats/hidden.h"
 #include "formats/scanner.h"
 
@@ -112,7 +113,20 @@ class QUILLON_HIDDEN Audit {
   /// @param offset     Of its first byte in the current block.
   /// @throws AllFound  as `wants_line` does.
   void found(const Scanner& in, const Item& item, std::size_t offset);
+
+  /// @param item  One of `wanted`.
+  /// @return      Its place; line 0 if it was not found.
+  [[nodiscard]] Place place_of_wanted(const Item& item) const;
 };
+
+/// Whether the nets of a file are its lines, so that they and their pins are items.
+bool has_net_lines(const Format& format, const ReadOptions& options);
+
+/// Reads a text for its audit only. Errors end it or are left out.
+///
+/// @param in     At its start.
+/// @param audit  Gets `wants` and `count` if it has none. Its functions may throw `Audit::AllFound`.
+void read_audited(Scanner& in, const Format& format, const ReadOptions& options, Audit& audit);
 
 /// @return  Whether `lint` looks for places, and not on the line of this net.
 inline bool skips_net(Scanner& in, std::int64_t net) {

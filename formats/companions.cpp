@@ -51,7 +51,7 @@ class CompanionLinter {
     else if (kind == Companion::kFixed)
       check_fixed(read_fixed_parts(in, ncells, nparts_, 0));
     else if (kind == Companion::kPermutation)
-      read_permutation(in, ncells);
+      read_permutation(in, ncells, "cell");
     else
       read_labels(in, ncells, hypergraph_.nnets);
   }

@@ -620,9 +620,18 @@ void audit_document(const Scanner& in, const NetLists& lists, const Document& do
   note_unlisted(in, document.edges, nets, document.offsets, "edge");
   note_mixed(in, document.nodes, cells, document.offsets, "node");
   note_mixed(in, document.edges, nets, document.offsets, "edge");
+  // The items after the listed ones have their order in the file.
+  const std::vector<int> final_nets = final_numbers(document.edges, [&nets](auto visit) {
+    for (const int net : nets) visit(net);
+  });
+  const std::vector<int> final_cells = final_numbers(document.nodes, [&cells](auto visit) {
+    for (const int cell : cells) visit(cell);
+  });
   std::vector<int> numbers;
   numbers.reserve(2 * nets.size());
-  for (std::size_t k = 0; k < nets.size(); ++k) numbers.insert(numbers.end(), {nets[k], cells[k]});
+  for (std::size_t k = 0; k < nets.size(); ++k)
+    numbers.insert(numbers.end(), {final_nets[static_cast<std::size_t>(nets[k])],
+                                   final_cells[static_cast<std::size_t>(cells[k])]});
   in.audit->pins(
       {numbers, document.edges.names.size(), document.nodes.names.size(), false, document.offsets});
 }

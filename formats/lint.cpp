@@ -33,13 +33,6 @@ struct Pending {
   Item other = {};  // that the message mentions
 };
 
-// Whether the nets of a file are its lines, so that they and their pins have places.
-bool has_net_lines(const Format& format, const ReadOptions& read) {
-  if (format.name == "cnf") return read.model != Model::kDual;
-  if (format.name == "edges") return read.pairs == Pairs::kNone;
-  return format.name == "hmetis" || format.name == "quillon" || format.name == "kub";
-}
-
 // One file, read once; again if its cells count from another number than they should, or the counts of its
 // header are swapped.
 class Linter : private NetVisitor {
@@ -594,35 +587,16 @@ class Linter : private NetVisitor {
     audit.starts_from = audit_.starts_from;
     audit.corrected = corrected_;
     rewind();
-    // Reset below; an exception ends this object too.
-    // cppcheck-suppress danglingLifetime
-    in_->audit = &audit;
-    in_->listener = [](const Finding&) {};
-    audit.wants = [](std::string_view) { return false; };
-    audit.count = [](std::string_view) {};
-    NetLists lists;
-    try {
-      result_.format->read(*in_, lists, options_.read);
-    } catch (const Audit::AllFound&) {
-    } catch (const BadFile&) {
-      // reported on the first read
-    }
-    in_->audit = nullptr;
+    read_audited(*in_, *result_.format, options_.read, audit);
     add_located(audit);
   }
 
   void add_located(const Audit& audit) {
-    const auto place_of_item = [&audit](const Item& item) {
-      const auto found =
-          std::lower_bound(audit.wanted.begin(), audit.wanted.end(), item,
-                           [](const Audit::Wanted& wanted, const Item& key) { return wanted.item < key; });
-      return found == audit.wanted.end() ? Place{} : found->place;
-    };
     for (Pending& pending : pending_) {
-      const Place place = place_of_item(pending.item);
+      const Place place = audit.place_of_wanted(pending.item);
       pending.finding.line = place.line;
       pending.finding.column = place.column;
-      const Place other = pending.mention == Mention::kNone ? Place{} : place_of_item(pending.other);
+      const Place other = pending.mention == Mention::kNone ? Place{} : audit.place_of_wanted(pending.other);
       if (pending.mention == Mention::kColumn) pending.finding.message += std::to_string(other.column);
       if (pending.mention == Mention::kLine) pending.finding.message += std::to_string(other.line);
       store_.add(std::move(pending.finding));

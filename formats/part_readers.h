@@ -18,7 +18,7 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first);
 std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first);
 
 /// As `read_permutation` of a file.
-std::vector<int> read_permutation(Scanner& in, int ncells);
+std::vector<int> read_permutation(Scanner& in, int count, const std::string& item);
 
 /// As `read_labels` of a file.
 Labels read_labels(Scanner& in, int ncells, int nnets);

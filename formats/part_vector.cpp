@@ -77,12 +77,13 @@ std::size_t line_of_number(Scanner& in, std::size_t index) {
 }
 
 // Somebody who listens wants to read on: the line of the first is not looked for then.
-void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int cell) {
+void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int number,
+                 const std::string& item) {
   const Place place = place_of(in, token.offset);
-  std::string message = "found " + shown(in, token) + ", expected a cell not named before";
+  std::string message = "found " + shown(in, token) + ", expected a " + item + " not named before";
   if (in.listener == nullptr) {
     const auto first =
-        static_cast<std::size_t>(std::find(order.begin() + 1, order.end(), cell) - order.begin());
+        static_cast<std::size_t>(std::find(order.begin() + 1, order.end(), number) - order.begin());
     message += ", which it was on line " + std::to_string(line_of_number(*read_again(in), first));
   }
   report(in, {"repeated-cell", Severity::kError, in.name, place.line, place.column, message, ""});
@@ -188,36 +189,36 @@ void write_parts_by_line(const std::vector<int>& parts, const char* filename) {
   write_by_line(parts, filename, "quillon partition-info: parts");
 }
 
-std::vector<int> read_permutation(const std::string& filename, int ncells) {
+std::vector<int> read_permutation(const std::string& filename, int count, const std::string& item) {
   Scanner in(filename);
-  return read_permutation(in, ncells);
+  return read_permutation(in, count, item);
 }
 
-std::vector<int> read_permutation(Scanner& in, int ncells) {
+std::vector<int> read_permutation(Scanner& in, int count, const std::string& item) {
   prepare_second_read(in);
-  const Range cells{1, ncells, "a cell number from 1 to " + std::to_string(ncells), "cell-out-of-range",
-                    "missing-part"};
+  const Range allowed{1, count, "a " + item + " number from 1 to " + std::to_string(count),
+                      "cell-out-of-range", "missing-part"};
   std::vector<int> order{0};
-  const auto nwanted = static_cast<std::size_t>(ncells) + 1;
+  const auto nwanted = static_cast<std::size_t>(count) + 1;
   std::vector<char> named(nwanted, 0);
   begin_lines(in, {.by_line = false});
   while (order.size() < nwanted) {
-    const auto numbers = plain_numbers(in, nwanted - order.size(), 1, ncells);
+    const auto numbers = plain_numbers(in, nwanted - order.size(), 1, count);
     if (!numbers.empty() && mark(numbers, named)) {
       order.insert(order.end(), numbers.begin(), numbers.end());
       skip_all_lines(in);
       continue;
     }
     const Token token = next_token(in);
-    const int cell = number_in(token, cells).value_or(0);
-    if (cell == 0) report_number(in, token, cells, "");
+    const int number = number_in(token, allowed).value_or(0);
+    if (number == 0) report_number(in, token, allowed, "");
     if (token.text.empty()) return order;
-    if (cell != 0 && std::exchange(named[static_cast<std::size_t>(cell)], char{1}) != 0)
-      named_twice(in, token, order, cell);
-    order.push_back(cell);
+    if (number != 0 && std::exchange(named[static_cast<std::size_t>(number)], char{1}) != 0)
+      named_twice(in, token, order, number, item);
+    order.push_back(number);
     end_line(in);
   }
-  expect_end(in, "the numbers of " + std::to_string(ncells) + " cells");
+  expect_end(in, "the numbers of " + std::to_string(count) + " " + item + "s");
   finish(in);
   return order;
 }

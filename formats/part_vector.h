@@ -1,6 +1,7 @@
 #pragma once
 /// @file
-/// Files that hold a number for each cell, in cell order: part vectors and permutations.
+/// Files that hold a number for each cell, in cell order: part vectors and permutations; permutations of nets
+/// too.
 
 #include <string>
 #include <vector>
@@ -48,13 +49,14 @@ std::vector<int> read_numbers(const std::string& filename, int least, int most, 
 /// @par Errors      Fatal (util/util.h) if the file cannot be written.
 void write_parts_by_line(const std::vector<int>& parts, const char* filename);
 
-/// Reads a permutation of the cells: on each line the old number of a new cell, from 1.
+/// Reads a permutation of the cells or the nets: on each line the old number of a new one, from 1.
 ///
 /// @param filename  File name, or - for standard input; gzip and zstd are decompressed.
-/// @param ncells    Number of cells.
-/// @return          By new cell number, ncells + 1 entries; entry 0 is 0.
-/// @throws BadFile  if the file cannot be read, or if a cell is missing, or named twice.
-std::vector<int> read_permutation(const std::string& filename, int ncells);
+/// @param count     Number of cells or nets.
+/// @param item      What they are in errors: cell or net.
+/// @return          By new number, count + 1 entries; entry 0 is 0.
+/// @throws BadFile  if the file cannot be read, or if a number is missing, or there twice.
+std::vector<int> read_permutation(const std::string& filename, int count, const std::string& item = "cell");
 
 /// Writes a permutation with one number a line.
 ///

@@ -258,9 +258,9 @@ TEST(Load, RefusesToFoldAHeavyNetWithoutPins) {
 }
 
 std::vector<std::size_t> lines_of(const TempFolder& folder, const std::string& name, const std::string& text,
-                                  const std::vector<int>& nets) {
+                                  const std::vector<int>& nets, const ReadOptions& options = {}) {
   const std::string file = folder.write(name, text);
-  return lines_of_nets(file, *format_of_file(name), nets);
+  return lines_of_nets(file, *format_of_file(name), options, nets);
 }
 
 TEST(LinesOfNets, AreThoseOfTheFileWithComments) {
@@ -271,10 +271,60 @@ TEST(LinesOfNets, AreThoseOfTheFileWithComments) {
   EXPECT_THAT(lines_of(folder, "a.qhg.gz", gzipped("1 4 3 4\n1 2\n%\n\n3 4\n"), {1, 3}), ElementsAre(2, 5));
 }
 
-TEST(LinesOfNets, AreUnknownWhereNetsHaveNoLines) {
+TEST(LinesOfNets, AreThoseOfNetsThatAreLinesOfNamesOrClauses) {
   const TempFolder folder;
-  EXPECT_THAT(lines_of(folder, "a.graph", "2 1\n2\n1\n", {1}), ElementsAre(0));
-  EXPECT_THAT(lines_of_nets("/dev/null", own_format(), {1}), ElementsAre(0));
+  EXPECT_THAT(lines_of(folder, "a.hel", "# c\na b\n\nc\nb a\n", {1, 2, 3}), ElementsAre(2, 4, 5));
+  // A clause may begin in the middle of a line, and go on in the next.
+  const std::string clauses = "c one\np cnf 3 3\n1 2 0 3\n0\n-1 0\n";
+  EXPECT_THAT(lines_of(folder, "a.cnf", clauses, {1, 2, 3}), ElementsAre(3, 3, 5));
+  EXPECT_THAT(lines_of(folder, "a.cnf", clauses, {3}, {.model = Model::kLiteral}), ElementsAre(5));
+}
+
+TEST(LinesOfNets, AreThoseOfFirstPins) {
+  const TempFolder folder;
+  const std::string matrix =
+      "%%MatrixMarket matrix coordinate pattern general\n% c\n3 3 3\n3 1\n1 2\n\n3 2\n";
+  EXPECT_THAT(lines_of(folder, "a.mtx", matrix, {1, 2, 3}), ElementsAre(5, 0, 4));
+  EXPECT_THAT(lines_of(folder, "a.mtx", matrix, {1, 2, 3}, {.model = Model::kColumnNet}),
+              ElementsAre(4, 5, 0));
+  EXPECT_THAT(lines_of(folder, "a.mtx", matrix, {1, 3, 4, 5}, {.model = Model::kFineGrain}),
+              ElementsAre(5, 4, 4, 5));
+  const std::string lower = "%%MatrixMarket matrix coordinate pattern symmetric\n3 3 2\n2 1\n3 2\n";
+  EXPECT_THAT(lines_of(folder, "a.mtx", lower, {1, 2, 3}), ElementsAre(3, 3, 4));
+  EXPECT_THAT(lines_of(folder, "a.mtx", lower, {1, 2, 3}, {.model = Model::kColumnNet}),
+              ElementsAre(3, 3, 4));
+  EXPECT_THAT(lines_of(folder, "a.mtx", lower, {3, 5, 6}, {.model = Model::kFineGrain}),
+              ElementsAre(4, 3, 4));
+  EXPECT_THAT(lines_of(folder, "a.hel", "b x\na x\nb y\n", {1, 2}, {.pairs = Pairs::kNetCell}),
+              ElementsAre(1, 2));
+  EXPECT_THAT(lines_of(folder, "a.hel", "b x\na x\nb y\n", {2}, {.pairs = Pairs::kCellNet}), ElementsAre(3));
+}
+
+TEST(LinesOfNets, AreThoseOfTheFirstIncidenceInAnyOrderOfTheSections) {
+  const TempFolder folder;
+  const std::string incidences =
+      "\"incidences\": [\n{\"edge\": 1, \"node\": 1},\n{\"edge\": 2, \"node\": 1},\n"
+      "{\"edge\": 1, \"node\": 2}]";
+  const std::string edges = "\"edges\": [{\"edge\": 2}, {\"edge\": 3}, {\"edge\": 1}]";
+  // Net 1 is edge 2, net 2 is edge 3, which has no incidence, and net 3 is edge 1.
+  EXPECT_THAT(lines_of(folder, "a.json", "{" + incidences + ",\n" + edges + "}", {1, 2, 3}),
+              ElementsAre(3, 0, 2));
+  EXPECT_THAT(lines_of(folder, "a.json", "{" + edges + ",\n" + incidences + "}", {1, 3}), ElementsAre(4, 3));
+}
+
+TEST(LinesOfNets, AreThoseOfFirstCellsInGraphsAndDuals) {
+  const TempFolder folder;
+  // Edges 1-2, 1-3, 2-3, of which the last has its first mention on the line of vertex 2.
+  EXPECT_THAT(lines_of(folder, "a.graph", "3 3\n2 3\n% c\n1 3\n1 2\n", {1, 2, 3}), ElementsAre(2, 2, 4));
+  const std::string clauses = "p cnf 3 2\n2\n1 0\n3 2 0\n";
+  EXPECT_THAT(lines_of(folder, "a.cnf", clauses, {1, 2, 3}, {.model = Model::kDual}), ElementsAre(2, 2, 4));
+  EXPECT_THAT(lines_of(folder, "a.cnf", "p cnf 2 1\n2 0\n", {1, 2}, {.model = Model::kDual}),
+              ElementsAre(0, 2));
+}
+
+TEST(LinesOfNets, AreUnknownOfWhatIsNoFileAndAfterTheLastNet) {
+  const TempFolder folder;
+  EXPECT_THAT(lines_of_nets("/dev/null", own_format(), {}, {1}), ElementsAre(0));
   EXPECT_THAT(lines_of(folder, "a.hgr", "1 2\n1 2\n", {1, 2}), ElementsAre(2, 0));
 }
 

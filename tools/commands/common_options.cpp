@@ -81,10 +81,13 @@ void add_input(Options& options, InputOptions& input) {
   options.flag("--strict", input.strict, "Fail if something in the input would be lost");
 }
 
+formats::ReadOptions read_options(const InputOptions& input) {
+  return {input.model, input.add_diagonal, input.pairs};
+}
+
 formats::Loaded load_input(formats::Record& record, const std::string& file, const InputOptions& input) {
   formats::set_threads(input.threads);
-  formats::LoadOptions options{
-      input.from, {input.model, input.add_diagonal, input.pairs}, formats::SmallNets::kKeep};
+  formats::LoadOptions options{input.from, read_options(input), formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;
   const std::string name = formats::shown_name(file);
   options.on_choice = [&name](const Format& chosen) {

@@ -51,6 +51,9 @@ void add_input(Options& options, InputOptions& input);
 void add_from(Options& options, InputOptions& input);
 void add_model(Options& options, InputOptions& input);
 
+/// The options of its format.
+formats::ReadOptions read_options(const InputOptions& input);
+
 /// Reads a file, and warns of what is odd about it or lost.
 ///
 /// @throws formats::BadFile  as `formats::load` does.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <numeric>
 #include <utility>
 
 #include "formats/formats.h"
@@ -16,6 +15,7 @@
 #include "tools/cli/console.h"
 #include "tools/commands/commands.h"
 #include "tools/commands/common_options.h"
+#include "tools/operations/order.h"
 #include "tools/report/difference_report.h"
 #include "tools/report/json_report.h"
 
@@ -43,8 +43,8 @@ Examples:
 Exits with 0 if the hypergraphs are the same and with 1 if they differ. Files of different formats can be compared;
 weights that are all 1 are the same as none, and names of cells and nets are not compared.
 
-The output resembles that of diff -u: - begins what A has, + what B has. The line of a net follows
-its number where each net has one: in files in the formats quillon, hmetis and kub. Of nets with more than 24 pins only
+The output resembles that of diff -u: - begins what A has, + what B has. The line of a net in its file follows its
+number; where a file lists pins, entries or incidences, it is that of the first. Of nets with more than 24 pins only
 those are printed where A and B differ; [900 pins] stands for the others.
 
 --perm and --net-perm read orders that reorder --write-perm and --write-net-perm write: line i is the number in A of
@@ -61,11 +61,9 @@ struct Side {
   }
 };
 
-std::vector<int> read_order(const std::string& file, int count) {
-  if (!file.empty()) return formats::read_permutation(file, count);
-  std::vector<int> order(static_cast<std::size_t>(count) + 1);
-  std::iota(order.begin(), order.end(), 0);
-  return order;
+std::vector<int> read_order(const std::string& file, int count, const char* item) {
+  if (!file.empty()) return formats::read_permutation(file, count, item);
+  return identity(count);
 }
 
 void load_side(Side& side, const std::string& file, const DiffOptions& options) {
@@ -76,8 +74,8 @@ void load_side(Side& side, const std::string& file, const DiffOptions& options) 
 void renumber(Side& side, const DiffOptions& options) {
   if (options.perm.empty() && options.net_perm.empty()) return;
   Hypergraph& h = side.record.h;
-  side.nets = read_order(options.net_perm, h._n);
-  std::vector<int> cells = read_order(options.perm, h._c);
+  side.nets = read_order(options.net_perm, h._n, "net");
+  std::vector<int> cells = read_order(options.perm, h._c, "cell");
   formats::Record renumbered;
   renumbered.h._c = h._c;
   renumbered.h._n = h._n;
@@ -88,14 +86,16 @@ void renumber(Side& side, const DiffOptions& options) {
   std::swap(h, renumbered.h);
 }
 
-// Sets the lines of the nets of one file, which are read again.
-void find_lines(std::vector<NetOfFile*>& shown, const Side& side, const std::string& file) {
+// Sets the lines of the nets of one file, which is read again.
+void find_lines(std::vector<NetOfFile*>& shown, const Side& side, const std::string& file,
+                const InputOptions& input) {
   std::sort(shown.begin(), shown.end(),
             [](const NetOfFile* a, const NetOfFile* b) { return a->net < b->net; });
   std::vector<int> nets;
   nets.reserve(shown.size());
   for (const NetOfFile* const net : shown) nets.push_back(net->net);
-  const std::vector<std::size_t> lines = formats::lines_of_nets(file, *side.format, nets);
+  const std::vector<std::size_t> lines =
+      formats::lines_of_nets(file, *side.format, read_options(input), nets);
   for (std::size_t k = 0; k < shown.size(); ++k) shown[k]->line = lines[k];
 }
 
@@ -163,8 +163,8 @@ DifferenceModel model_of(const Side& first, const Side& second, const DiffOption
       if (pair.first) of_first.push_back(&*pair.first);
       if (pair.second) of_second.push_back(&*pair.second);
     }
-  find_lines(of_first, first, options.first);
-  find_lines(of_second, second, options.second);
+  find_lines(of_first, first, options.first, options.input);
+  find_lines(of_second, second, options.second, options.input);
   return model;
 }
 

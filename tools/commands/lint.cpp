@@ -158,8 +158,7 @@ class FileLinter {
         programs_(chosen_programs(choice.programs)) {}
 
   int lint(const std::string& file) {
-    const formats::LintOptions options{choice_.input.from,
-                                       {choice_.input.model, choice_.input.add_diagonal, choice_.input.pairs},
+    const formats::LintOptions options{choice_.input.from, read_options(choice_.input),
                                        static_cast<std::size_t>(choice_.most),
                                        !choice_.json && !choice_.summary};
     LintResult result = formats::lint(file, options);

@@ -23,7 +23,7 @@ inline std::string heading_of(const std::string& file) {
 /// What lint finds in an input, for its page. None for what can be read only once.
 inline std::optional<formats::LintResult> lint_for_page(const std::string& file, const InputOptions& input) {
   if (file == "-" || !formats::Source(file).is_regular()) return std::nullopt;
-  return formats::lint(file, {input.from, {input.model, input.add_diagonal, input.pairs}, /*most_kept=*/1});
+  return formats::lint(file, {input.from, read_options(input), /*most_kept=*/1});
 }
 
 /// Adds a page to the output files of a command.

@@ -53,7 +53,7 @@ An order file has one number per line, counted from 1. If old cell 3 comes first
 OldNumbers undone(const Hypergraph& h, const ReorderOptions& options) {
   return {inverse_of(formats::read_permutation(*options.undo, h._c)),
           options.undo_nets.empty() ? identity(h._n)
-                                    : inverse_of(formats::read_permutation(options.undo_nets, h._n))};
+                                    : inverse_of(formats::read_permutation(options.undo_nets, h._n, "net"))};
 }
 
 std::vector<int> random_order(int count, std::uint64_t seed) {
