@@ -32,6 +32,13 @@ void add_carry(Options& options, std::vector<std::string>& carry) {
                 "Renumber the partition or labels in FILE too, and write them to OUT");
 }
 
+void add_maps(Options& options, MapFiles& files) {
+  options.file("--cell-map", "FILE", files.cells, ValueKind::kFile,
+               "Write the old number of each new cell to FILE");
+  options.file("--net-map", "FILE", files.nets, ValueKind::kFile,
+               "Write the old number of each new net to FILE");
+}
+
 std::vector<Carried> carried_files(const std::vector<std::string>& carry) {
   std::vector<Carried> carried;
   carried.reserve(carry.size());
@@ -68,6 +75,11 @@ void carry(formats::Outputs& outputs, const std::vector<Carried>& carried, const
 void write_numbers(formats::Outputs& outputs, const std::string& file, const std::vector<int>& numbers) {
   if (!file.empty())
     outputs.write(file, [&](const char* filename) { formats::write_permutation(numbers, filename); });
+}
+
+void write_maps(formats::Outputs& outputs, const MapFiles& files, const OldNumbers& numbers) {
+  write_numbers(outputs, files.cells, numbers.cells);
+  write_numbers(outputs, files.nets, numbers.nets);
 }
 
 }  // namespace quillon::tool

@@ -24,6 +24,15 @@ void add_carry(Options& options, std::vector<std::string>& carry);
 /// @throws UsageError  if one has another form.
 std::vector<Carried> carried_files(const std::vector<std::string>& carry);
 
+/// Files for the maps of a new hypergraph; empty names stand for none.
+struct MapFiles {
+  std::string cells;
+  std::string nets;
+};
+
+/// Declares --cell-map and --net-map.
+void add_maps(Options& options, MapFiles& files);
+
 /// Refuses outputs that are also read, or written twice. Only OUT may replace IN.
 ///
 /// @param in       The hypergraph that is read.
@@ -45,5 +54,8 @@ void carry(formats::Outputs& outputs, const std::vector<Carried>& carried, const
 
 /// Writes a map with one number a line, entry 0 left out; nothing if `file` is empty.
 void write_numbers(formats::Outputs& outputs, const std::string& file, const std::vector<int>& numbers);
+
+/// Writes the maps that are wanted.
+void write_maps(formats::Outputs& outputs, const MapFiles& files, const OldNumbers& numbers);
 
 }  // namespace quillon::tool

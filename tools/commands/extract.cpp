@@ -40,8 +40,7 @@ struct ExtractOptions {
   int radius = 1;
   std::uint64_t seed = 0;
   bool whole_nets = false;
-  std::string cell_map;
-  std::string net_map;
+  MapFiles maps;
   std::vector<std::string> carry;  // FILE:OUT
 };
 
@@ -140,7 +139,7 @@ int run(ExtractOptions options) {
   const std::vector<Carried> carried = carried_files(options.carry);
   prepare_output(options.output, options.input, {options.out});
   refuse_outputs_beside(options.in, options.out, {options.cells, options.nets, options.parts},
-                        {options.cell_map, options.net_map}, carried);
+                        {options.maps.cells, options.maps.nets}, carried);
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   Chosen chosen = choose(source.h, options);
@@ -153,8 +152,7 @@ int run(ExtractOptions options) {
   options.output.write.labels = &names;
   formats::Outputs outputs(force());
   write_output(outputs, options.out, part.h, options.output);
-  write_numbers(outputs, options.cell_map, numbers.cells);
-  write_numbers(outputs, options.net_map, numbers.nets);
+  write_maps(outputs, options.maps, numbers);
   carry(outputs, carried, numbers, source.h._c, source.h._n);
   outputs.publish([&] { print_beside(options.out, [&] { report(source.h, part.h); }); });
   return kSuccess;
@@ -186,10 +184,7 @@ std::function<int()> declare(Options& options) {
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
   declare_choice(options, *chosen);
-  options.file("--cell-map", "FILE", chosen->cell_map, ValueKind::kFile,
-               "Write the old number of each new cell to FILE");
-  options.file("--net-map", "FILE", chosen->net_map, ValueKind::kFile,
-               "Write the old number of each new net to FILE");
+  add_maps(options, chosen->maps);
   add_carry(options, chosen->carry);
   add_output(options, chosen->output);
   add_force(options);

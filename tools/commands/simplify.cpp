@@ -21,8 +21,7 @@ struct SimplifyOptions {
   OutputOptions output;
   measures::Simplifications wanted;
   bool all = false;
-  std::string cell_map;
-  std::string net_map;
+  MapFiles maps;
   std::string new_cells;
   std::string new_nets;
   std::vector<std::string> carry;
@@ -70,7 +69,8 @@ int run(SimplifyOptions options) {
   const std::vector<Carried> carried = carried_files(options.carry);
   prepare_output(options.output, options.input, {options.out});
   refuse_outputs_beside(options.in, options.out, {},
-                        {options.cell_map, options.net_map, options.new_cells, options.new_nets}, carried);
+                        {options.maps.cells, options.maps.nets, options.new_cells, options.new_nets},
+                        carried);
   formats::Record source;
   const formats::Loaded loaded = load_input(source, options.in, options.input);
   formats::Record simple;
@@ -82,8 +82,7 @@ int run(SimplifyOptions options) {
   options.output.write.labels = &names;
   formats::Outputs outputs(force());
   write_output(outputs, options.out, simple.h, options.output);
-  write_numbers(outputs, options.cell_map, numbers.cells);
-  write_numbers(outputs, options.net_map, numbers.nets);
+  write_maps(outputs, options.maps, numbers);
   write_numbers(outputs, options.new_cells, made.new_cells);
   write_numbers(outputs, options.new_nets, made.new_nets);
   carry(outputs, carried, numbers, source.h._c, source.h._n);
@@ -103,10 +102,7 @@ std::function<int()> declare(Options& options) {
                "Make one net of all with the same cells, and add their weights");
   options.flag("--drop-isolated", wanted.isolated_cells, "Drop cells on no net, or on dropped nets only");
   options.flag("--all", chosen->all, "All of these");
-  options.file("--cell-map", "FILE", chosen->cell_map, ValueKind::kFile,
-               "Write the old number of each new cell to FILE");
-  options.file("--net-map", "FILE", chosen->net_map, ValueKind::kFile,
-               "Write the old number of each new net to FILE");
+  add_maps(options, chosen->maps);
   options.file("--new-cells", "FILE", chosen->new_cells, ValueKind::kFile,
                "Write the new number of each old cell, or 0, to FILE");
   options.file("--new-nets", "FILE", chosen->new_nets, ValueKind::kFile,
