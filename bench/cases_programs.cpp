@@ -61,7 +61,7 @@ double time_of_fresh_memory(const Hypergraph& h) {
 
 void run_growth(benchmark::State& state, int millions, const std::string& folder) {
   const std::string path = folder + "/growth.qhg";
-  write_text(generate(Shape::kLocal, millions * 125000), path);
+  write_generated(Shape::kLocal, millions * 125000, path);
   settle(path);
   std::vector<double> reading;
   std::vector<double> building;

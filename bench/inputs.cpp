@@ -1,190 +1,74 @@
 #include "bench/inputs.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <utility>
+#include <vector>
 
 #include "bench/system.h"
+#include "formats/formats.h"
+#include "formats/generator.h"
 #include "util/util.h"
 
 namespace quillon::bench {
 namespace {
 
+using formats::GeneratorKind;
+using formats::Law;
+using formats::Recipe;
+
+Recipe local(int ncells, int reach) {
+  Recipe recipe{.kind = GeneratorKind::kLocal, .ncells = ncells, .nnets = ncells, .seed = 2};
+  recipe.reach = reach;
+  return recipe;
+}
+
+Recipe mesh(int ncells) {
+  const int side = static_cast<int>(std::sqrt(ncells));
+  Recipe recipe{.kind = GeneratorKind::kMesh2d};
+  recipe.sides = {side, side, 1};
+  return recipe;
+}
+
+Recipe power(int ncells) {
+  Recipe recipe{.kind = GeneratorKind::kPowerlaw, .ncells = ncells, .nnets = ncells, .seed = 3};
+  recipe.sizes = Law::parse("power:2.3:2.." + std::to_string(std::max(20, ncells / 200)));
+  recipe.degrees = Law::parse("power:3:1..1000");
+  recipe.net_weights = Law(1, 9);
+  recipe.cell_weights = Law(1, 1000);
+  return recipe;
+}
+
+Recipe recipe_of(Shape shape, int ncells) {
+  switch (shape) {
+    case Shape::kLocal:
+      return local(ncells, 200);
+    case Shape::kWide:
+      return local(ncells, 1500);
+    case Shape::kMesh:
+      return mesh(ncells);
+    case Shape::kPower:
+      return power(ncells);
+    case Shape::kRandom:
+      break;
+  }
+  return {.kind = GeneratorKind::kRandom, .ncells = ncells, .nnets = ncells, .seed = 1};
+}
+
 // Every standard library gives the same numbers for this engine, but not for its distributions.
-class Dice {
- public:
-  explicit Dice(unsigned seed) : engine_(seed) {}
-
-  int below(int bound) {
-    return static_cast<int>(std::uint64_t{engine_()} * static_cast<std::uint64_t>(bound) >> 32);
-  }
-
-  // In the open interval from 0 to 1.
-  double unit() { return (static_cast<double>(engine_()) + 0.5) / 4294967296.0; }
-
- private:
-  std::mt19937 engine_;
-};
-
-void end_net(Nets& nets) {
-  ++nets.nnets;
-  nets.starts.push_back(static_cast<int>(nets.pins.size()));
-}
-
-// Adds a net of `size` different cells. `draw` gives cell numbers, from 1.
-template <typename Draw>
-void add_net(Nets& nets, int size, std::vector<int>& last_net_of, const Draw& draw) {
-  const int j = nets.nnets + 1;
-  for (int npins = 0; npins < size;) {
-    const int i = draw();
-    if (last_net_of[i] == j) continue;
-    last_net_of[i] = j;
-    nets.pins.push_back(i);
-    ++npins;
-  }
-  end_net(nets);
-}
-
-void generate_random(Nets& nets) {
-  Dice dice(1);
-  std::vector<int> last_net_of(nets.ncells + 1);
-  for (int j = 1; j <= nets.ncells; ++j)
-    add_net(nets, 2 + dice.below(13), last_net_of, [&] { return 1 + dice.below(nets.ncells); });
-}
-
-// The pins of a net are within `reach` cells around a centre that moves along.
-void generate_local(Nets& nets, int reach) {
-  Dice dice(2);
-  std::vector<int> last_net_of(nets.ncells + 1);
-  const int window = std::min(2 * reach + 1, nets.ncells);
-  for (int j = 1; j <= nets.ncells; ++j) {
-    const int first = std::clamp(j - reach, 1, nets.ncells - window + 1);
-    add_net(nets, 2 + dice.below(13), last_net_of, [&] { return first + dice.below(window); });
-  }
-}
-
-void generate_mesh(Nets& nets) {
-  const int side = static_cast<int>(std::sqrt(nets.ncells));
-  nets.ncells = side * side;
-  for (int row = 0; row < side; ++row) {
-    for (int column = 0; column < side; ++column) {
-      const int j = row * side + column + 1;
-      if (row > 0) nets.pins.push_back(j - side);
-      if (column > 0) nets.pins.push_back(j - 1);
-      nets.pins.push_back(j);
-      if (column < side - 1) nets.pins.push_back(j + 1);
-      if (row < side - 1) nets.pins.push_back(j + side);
-      end_net(nets);
-    }
-  }
-}
-
-// The frequency of a size s falls as s to the power of -2.3, that of a degree d as d to the power of -3.
-// Cells of high degree are spread over the numbers.
-void generate_power(Nets& nets) {
-  constexpr double kSmallestSize = 1.9;
-  constexpr double kSizeExponent = -1 / 1.3;
-  Dice dice(3);
-  std::vector<int> cells(nets.ncells);
-  for (int i = 0; i < nets.ncells; ++i) cells[i] = i + 1;
-  for (int i = nets.ncells; i > 1; --i) std::swap(cells[i - 1], cells[dice.below(i)]);
-
-  const double largest = std::max(20, nets.ncells / 200);
-  std::vector<int> last_net_of(nets.ncells + 1);
-  for (int j = 1; j <= nets.ncells; ++j) {
-    const double size = std::min(largest, kSmallestSize * std::pow(dice.unit(), kSizeExponent));
-    add_net(nets, static_cast<int>(size), last_net_of, [&] {
-      const double u = dice.unit();
-      return cells[static_cast<std::size_t>(nets.ncells * u * u)];
-    });
-  }
-  nets.net_weights.resize(nets.nnets + 1);
-  for (int& w : nets.net_weights) w = 1 + dice.below(9);
-  nets.cell_weights.resize(nets.ncells + 1);
-  for (int& w : nets.cell_weights) w = 1 + dice.below(1000);
-}
-
-// Buffers text for a file.
-class Text {
- public:
-  explicit Text(const std::string& path) : file_(ufopen(path.c_str(), "w", "write_text")) {}
-  ~Text() {
-    flush();
-    ufclose(file_);
-  }
-  Text(const Text&) = delete;
-  Text& operator=(const Text&) = delete;
-
-  void number(int value, char separator) {
-    if (used_ + 16 > sizeof text_) flush();
-    char* const end = std::to_chars(text_ + used_, text_ + sizeof text_, value).ptr;
-    *end = separator;
-    used_ = static_cast<std::size_t>(end + 1 - text_);
-  }
-
-  void line_end() { text_[used_++] = '\n'; }
-
- private:
-  void flush() {
-    std::fwrite(text_, 1, used_, file_);
-    used_ = 0;
-  }
-
-  std::FILE* file_;
-  std::size_t used_ = 0;
-  char text_[1 << 16];
-};
-
 void mark_parts(Hypergraph& h) {
-  Dice dice(4);
-  for (int i = 1; i <= h._c; ++i) h._clst[i].pno = dice.below(64);
+  std::mt19937 random(4);
+  for (int i = 1; i <= h._c; ++i) h._clst[i].pno = static_cast<int>(random() >> 26U);  // 64 parts
 }
 
 }  // namespace
 
-Nets generate(Shape shape, int ncells) {
-  Nets nets;
-  nets.ncells = ncells;
-  switch (shape) {
-    case Shape::kRandom:
-      generate_random(nets);
-      break;
-    case Shape::kLocal:
-      generate_local(nets, 200);
-      break;
-    case Shape::kWide:
-      generate_local(nets, 1500);
-      break;
-    case Shape::kMesh:
-      generate_mesh(nets);
-      break;
-    case Shape::kPower:
-      generate_power(nets);
-      break;
-  }
-  return nets;
-}
-
-void write_text(const Nets& nets, const std::string& path) {
-  Text text(path);
-  const int fmt = (nets.cell_weights.empty() ? 0 : 1) + (nets.net_weights.empty() ? 0 : 2);
-  for (const int value : {1, nets.ncells, nets.nnets, static_cast<int>(nets.pins.size())})
-    text.number(value, ' ');
-  text.number(fmt, '\n');
-
-  for (int j = 1; j <= nets.nnets; ++j) {
-    const int end = nets.starts[j + 1];
-    if (!nets.net_weights.empty()) text.number(nets.net_weights[j], nets.starts[j] == end ? '\n' : ' ');
-    for (int at = nets.starts[j]; at < end; ++at) text.number(nets.pins[at], at == end - 1 ? '\n' : ' ');
-    if (nets.net_weights.empty() && nets.starts[j] == end) text.line_end();
-  }
-  if (nets.cell_weights.empty()) return;
-  for (int i = 1; i <= nets.ncells; ++i)
-    text.number(nets.cell_weights[i], i % 20 == 0 || i == nets.ncells ? '\n' : ' ');
+void write_generated(Shape shape, int ncells, const std::string& path) {
+  const std::unique_ptr<formats::Generator> generator = formats::make_generator(recipe_of(shape, ncells));
+  formats::own_format().write_stream(*formats::stream_of(*generator, ""), path.c_str());
 }
 
 Input::Input(std::string name, Shape shape, int ncells, const std::string& folder)
@@ -207,7 +91,7 @@ Input::~Input() {
 
 const char* Input::path() {
   if (!written_) {
-    write_text(generate(shape_, ncells_), path_);
+    write_generated(shape_, ncells_, path_);
     settle(path_);
     written_ = true;
   }

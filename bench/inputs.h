@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "hypergraph/hypergraph.h"
 
@@ -18,23 +17,11 @@ enum class Shape {
   kPower,   ///< Net sizes and cell degrees follow power laws; nets and cells carry weights.
 };
 
-/// Nets in compressed rows. Cells and nets are numbered from 1; net j has entries starts[j] .. starts[j + 1].
-struct Nets {
-  int ncells = 0;
-  int nnets = 0;
-  std::vector<int> starts = {0, 0};
-  std::vector<int> pins;
-  std::vector<int> net_weights;   ///< By net number, or empty.
-  std::vector<int> cell_weights;  ///< By cell number, or empty.
-};
-
-/// Generates a hypergraph; no net names a cell twice. The same arguments give the same hypergraph everywhere.
+/// Writes a hypergraph of `quillon generate` in the text format, cells numbered from 1; no net names a cell
+/// twice. The same arguments give the same file everywhere.
 ///
 /// @param ncells  At least 100. A mesh gets the largest square number up to it.
-Nets generate(Shape shape, int ncells);
-
-/// Writes a hypergraph in the text format, cells numbered from 1.
-void write_text(const Nets& nets, const std::string& path);
+void write_generated(Shape shape, int ncells, const std::string& path);
 
 /// A hypergraph file and its record. Both are made at first use: a run of a few benchmarks makes only the
 /// inputs that it needs.
