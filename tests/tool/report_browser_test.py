@@ -27,7 +27,7 @@ class Browser:
     """Chromium, driven through a pair of pipes: JSON messages, each followed by a NUL."""
 
     def __init__(self, program):
-        self.profile = tempfile.TemporaryDirectory()
+        self.profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         to_browser, self.to_browser = os.pipe()
         self.from_browser, from_browser = os.pipe()
         # The browser reads from descriptor 3 and writes to 4; these replace what is open there.
@@ -145,6 +145,9 @@ MEASURES = """[...[...document.querySelectorAll('table')].find(t => t.caption?.t
 # Elements wider than the page that are not inside a scrolling element.
 WIDE = """[...document.body.querySelectorAll('*')].filter(e => !e.closest('.scroll, svg')
     && e.getBoundingClientRect().right > innerWidth + .5).map(e => e.tagName)"""
+# Tables wider than the place that the page gives them.
+CLIPPED = """[...document.querySelectorAll('table')].filter(t => t.getBoundingClientRect().right
+    > t.closest('section').getBoundingClientRect().right + .5).map(t => t.caption?.textContent)"""
 # Contrast of every text with its background.
 CONTRAST = """(() => {
   const rgba = c => { const n = c.match(/[\\d.]+/g).map(Number); return n.length < 4 ? [...n, 1] : n; };
@@ -291,6 +294,22 @@ class Page(unittest.TestCase):
         pdf = base64.b64decode(self.browser.call("Page.printToPDF", paperWidth=8.27, paperHeight=11.69)["data"])
         self.assertTrue(pdf.startswith(b"%PDF-"))
         self.assertIn(pdf.count(b"/Type /Page\n"), range(1, 6))
+
+    def test_tables_fit_on_paper_side_by_side(self):
+        ncells, nets = hypergraph(1, 300, 500)
+        (self.folder / "other.part").write_text("\n".join(str(cell % 4) for cell in range(ncells)) + "\n")
+        parts = [cell % 3 for cell in range(ncells)]
+        page = self.report(as_hgr(ncells, nets), parts, more=["h.part", "other.part", "other.part"])
+        self.browser.show(page, 700, media="print")
+        self.assertEqual(self.browser.value(CLIPPED), [])
+        self.assertEqual(self.browser.value("document.querySelectorAll('.stack .scroll').length"), 2)
+
+    def test_names_are_below_their_heading(self):
+        members = [{"edge": edge, "node": node} for edge in ("all of them", "some") for node in ("Ada", "Emmy", 7)]
+        self.browser.show(self.report(json.dumps({"incidences": members}), [0, 1, 0], "h.hif"), DESK)
+        heads = "[...document.querySelectorAll('th')].filter(h => h.textContent === 'name')"
+        self.assertEqual(self.browser.value(f"{heads}.map(h => getComputedStyle(h).textAlign)"), ["left"] * 3)
+        self.assertEqual(self.browser.value("document.querySelectorAll('.stack td.name').length"), 7)
 
     def test_names_stay_text(self):
         name = "<img src=x onerror=alert(1)>&amp;.qhg"

@@ -184,7 +184,7 @@ void add_findings(object& page, const formats::LintResult& lint) {
   }
   page["findings"] =
       object{{"rules", table_unless_empty("What lint finds in the file",
-                                          {"rule", "severity", "count", "first at", ""}, rows)}};
+                                          {"rule", "severity", "count", "first at", "message"}, rows)}};
 }
 
 // The sizes of the hypergraph, and the files of its partitions.
@@ -216,6 +216,8 @@ std::string html_page(const PageModel& model) {
   add_lengths(page, figures);
   add_weights(page, model);
   add_density(page, model);
+  page["largest_layout"] = page::layout(model.partitions.size() > 1 || has_names(model.largest_nets) ||
+                                        has_names(model.busiest_cells));
   add_largest_nets(page, model);
   add_busiest_cells(page, model);
   page["findings"] = false;

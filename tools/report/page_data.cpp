@@ -8,6 +8,18 @@
 #include "tools/report/text.h"
 
 namespace quillon::tool::page {
+namespace {
+
+constexpr const char* kName = "name";  // class of texts
+
+// The class of a cell of the first row, or false.
+data class_below(const list& rows, std::size_t column) {
+  if (rows.empty()) return false;
+  const data* const name = rows.front().get("cells")->list_value()[column].get("class");
+  return name != nullptr && name->string_value() == kName ? *name : data(false);
+}
+
+}  // namespace
 
 object figure(const std::string& shown) { return {{"shown", shown}}; }
 
@@ -28,14 +40,19 @@ object figure_if(bool is_known, const std::string& id, std::int64_t number) {
 
 object share(double part, double whole) { return figure(percentage(part / whole)); }
 
-object name_cell(const std::string& name) { return {{"shown", name}, {"class", "name"}}; }
+object name_cell(const std::string& name) { return {{"shown", name}, {"class", kName}}; }
+
+std::string layout(bool is_wide) { return is_wide ? "stack" : "columns"; }
 
 data row(const std::string& name, const list& cells) { return object{{"name", name}, {"cells", cells}}; }
 
 object table(const std::string& caption, const std::vector<std::string>& headings, const list& rows) {
   list head;
-  for (const std::string& heading : headings)
-    head.emplace_back(object{{"name", heading.empty() ? data(false) : data(heading)}});
+  for (std::size_t column = 0; column < headings.size(); ++column) {
+    const std::string& heading = headings[column];
+    head.emplace_back(object{{"name", heading.empty() ? data(false) : data(heading)},
+                             {"class", column == 0 ? data(false) : class_below(rows, column - 1)}});
+  }
   return {{"caption", caption}, {"head", head}, {"rows", rows}};
 }
 

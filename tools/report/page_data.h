@@ -26,12 +26,15 @@ object figure_if(bool is_known, const std::string& id, std::int64_t number);
 
 object share(double part, double whole);
 
-/// A name of a cell or net.
+/// A name of a cell or net, or another text, to the left in its column.
 object name_cell(const std::string& name);
+
+/// The class of the layout for two tables: side by side, or wide ones one below the other.
+std::string layout(bool is_wide);
 
 data row(const std::string& name, const list& cells);
 
-/// An empty heading is a corner of the table.
+/// An empty heading is a corner of the table. Headings are aligned like the cells of the first row.
 object table(const std::string& caption, const std::vector<std::string>& headings, const list& rows);
 
 /// False without rows.

@@ -75,9 +75,12 @@ object volumes_table(const PartitionModel& model) {
                rows);
 }
 
+bool have_names(const std::vector<CostlyNet>& nets) {
+  return std::any_of(nets.begin(), nets.end(), [](const CostlyNet& net) { return !net.name.empty(); });
+}
+
 data costliest_table(const std::vector<CostlyNet>& nets) {
-  const bool is_named =
-      std::any_of(nets.begin(), nets.end(), [](const CostlyNet& net) { return !net.name.empty(); });
+  const bool is_named = have_names(nets);
   std::vector<std::string> head{"net", "pins", "weight", "parts", "cost"};
   if (is_named) head.insert(head.begin() + 1, "name");
   list rows;
@@ -208,6 +211,7 @@ data section_of(const PageModel& model, std::size_t number) {
   object section{{"heading", is_only ? "Partition" : "Partition " + numbers.part_file},
                  {"tiles", is_only ? data(cut_tiles(numbers)) : data(false)},
                  {"alone", is_only ? data(object{{"measures", measures_table(model)}}) : data(false)},
+                 {"nets_layout", page::layout(have_names(*numbers.nets))},
                  {"costliest", costliest_table(*numbers.nets)}};
   add_balance(section, numbers, suffix);
   add_matrix(section, between, suffix);
