@@ -19,6 +19,8 @@ if TYPE_CHECKING:
 
 ENGINES = ("ptscotch", "metis")
 
+_ERROR = "quillon: error: "
+
 
 def partition(h: Hypergraph, k: int, engine: str, seed: int, epsilon: float) -> npt.NDArray[np.int32]:
     if engine not in ENGINES:
@@ -47,5 +49,11 @@ def _tool() -> str:
 def _run(command: Any) -> None:
     result = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, errors="replace", check=False)
     if result.returncode != 0:
-        lines = [line for line in result.stderr.splitlines() if line.strip()]
-        raise Error(lines[-1] if lines else f"quillon partition exited with status {result.returncode}")
+        raise Error(_cause(result.stderr) or f"quillon partition exited with status {result.returncode}")
+
+
+def _cause(messages: str) -> str:
+    """The first error of the tool, since later ones follow from it; else the last line of the engine."""
+    lines = [line for line in messages.splitlines() if line.strip()]
+    errors = [line[len(_ERROR) :] for line in lines if line.startswith(_ERROR)]
+    return errors[0] if errors else lines[-1] if lines else ""

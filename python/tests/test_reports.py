@@ -89,11 +89,17 @@ def test_partition_says_what_is_missing(small, monkeypatch, tmp_path):
     with pytest.raises(quillon.Error, match="there is no command quillon"):
         small.partition(2)
     tool = tmp_path / "tool"
-    tool.write_text("#!/bin/sh\necho 'quillon: error: it broke' >&2\nexit 1\n")
-    tool.chmod(0o755)
+    tool.touch(0o755)
     monkeypatch.setenv("QUILLON", str(tool))
-    with pytest.raises(quillon.Error, match="it broke"):
-        small.partition(2)
+    for messages, cause in [
+        ("engine at work\nquillon: error: it broke\nquillon: error: no file, because of the error above\n", "it broke"),
+        ("engine: out of memory\n", "engine: out of memory"),
+        ("", "quillon partition exited with status 1"),
+    ]:
+        tool.write_text(f"#!/bin/sh\nprintf '{messages}' >&2\nexit 1\n")
+        with pytest.raises(quillon.Error) as info:
+            small.partition(2)
+        assert str(info.value) == cause
     for arguments in ({"k": 0}, {"k": 2, "engine": "x"}, {"k": 2, "seed": -1}, {"k": 2, "epsilon": -1}):
         with pytest.raises(ValueError):
             small.partition(**arguments)

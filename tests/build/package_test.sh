@@ -63,6 +63,10 @@ quietly "PT-Scotch does not run on two ranks" inside quillon partition /quillon/
   --ranks 2
 quietly "quillon-ptscotch64 misses libraries" inside ldd /usr/libexec/quillon/quillon-ptscotch64
 ! grep 'not found' "$place/log" || fail "quillon-ptscotch64 misses libraries"
+quietly "there is no hMETIS file" inside quillon convert /quillon/data/davis.qhg /tmp/davis.hgr
+quietly "there is no page of a partition" inside quillon partition /tmp/davis.hgr -k 2 -o /tmp/davis.part \
+  --limit epsilon=0.12 --report /tmp/davis.html
+grep -q '<svg' "$root/tmp/davis.html" || fail "the page of a partition has no charts"
 echo "quillon-ptscotch, quillon-metis: installed, ran"
 
 # The Python package: imported from a folder that does not hold it, and then as its document shows it.
@@ -73,8 +77,9 @@ apt_install python3-scipy python3-networkx
 quietly "docs/python.md is wrong" inside bash -c 'cd /quillon && python3 -m doctest docs/python.md'
 quietly "Python makes no partition" inside python3 -c '
 import quillon
-h = quillon.read("/quillon/data/lesmis.qhg")
+h = quillon.read("/quillon/data/davis.qhg")
 for engine in ("metis", "ptscotch"):
-    assert h.evaluate(h.partition(2, engine=engine), k=2).within_limits'
+    parts = h.partition(2, engine=engine, epsilon=0.12)
+    assert h.evaluate(parts, k=2, limits={"epsilon": 0.12}).within_limits'
 quietly "the Python package does not go" inside dpkg --purge python3-quillon
 echo "python3-quillon: installed, ran, removed"
