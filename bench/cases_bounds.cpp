@@ -7,6 +7,7 @@
 #include "bench/differences.h"
 #include "bench/rounds.h"
 #include "bench/system.h"
+#include "bench/writers.h"
 #include "formats/formats.h"
 #include "util/util.h"
 
@@ -14,12 +15,6 @@ namespace quillon::bench {
 namespace {
 
 using Writer = void (*)(const Hypergraph* h, const char* filename);
-
-void write_text_format(const Hypergraph* h, const char* filename) {
-  write_hypergraph(h, filename, 1, h->_fmt);
-}
-void write_hmetis(const Hypergraph* h, const char* filename) { write_hmetis_hypergraph(h, filename); }
-void write_kub(const Hypergraph* h, const char* filename) { write_kub_hypergraph(h, filename); }
 
 // A writer against cat, which copies the written file.
 void run_against_cat(benchmark::State& state, Input& input, const Options& options, Writer writer) {

@@ -4,6 +4,7 @@
 #include "bench/cases.h"
 #include "bench/differences.h"
 #include "bench/rounds.h"
+#include "bench/writers.h"
 #include "oracle/oracle.h"
 #include "oracle/services.h"
 #include "util/util.h"
@@ -192,17 +193,12 @@ void run_part_vector_writer(benchmark::State& state, Input& input, const Options
 void oracle_write_text(const Hypergraph* h, const char* filename) {
   oracle::write_hypergraph(h, filename, 1, h->_fmt);
 }
-void write_text_format(const Hypergraph* h, const char* filename) {
-  write_hypergraph(h, filename, 1, h->_fmt);
-}
 void oracle_write_hmetis(const Hypergraph* h, const char* filename) {
   oracle::write_hmetis_hypergraph(h, filename);
 }
-void write_hmetis(const Hypergraph* h, const char* filename) { write_hmetis_hypergraph(h, filename); }
 void oracle_write_kub(const Hypergraph* h, const char* filename) {
   oracle::write_kub_hypergraph(h, filename);
 }
-void write_kub(const Hypergraph* h, const char* filename) { write_kub_hypergraph(h, filename); }
 
 void add_reader(const char* name, Input& input, const Options& options, Reader oracle_reader, Reader reader,
                 int check) {

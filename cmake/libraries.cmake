@@ -41,8 +41,8 @@ function(quillon_objects name)
 endfunction()
 
 # quillon_short_build(TARGET [HEADER...]) reads the headers of the standard library, and others, once for all sources of a
-# target if QUILLON_SHORT_BUILD is on; quillon_short_build(TARGET TOGETHER) compiles several sources at a time, for few
-# sources that share large templates.
+# target if QUILLON_SHORT_BUILD is on; quillon_short_build(TARGET TOGETHER) compiles several sources at a time, whose
+# names of functions and constants must differ, for sources that share large templates.
 function(quillon_short_build target)
   if(QUILLON_SHORT_BUILD AND "TOGETHER" IN_LIST ARGN)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)

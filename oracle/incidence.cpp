@@ -5,10 +5,6 @@
 namespace quillon::oracle {
 namespace {
 
-std::uint64_t bytes_with_spares(int count, std::uint64_t each) {
-  return (static_cast<std::uint64_t>(count) + 2) * each;
-}
-
 void lay_out_cells(Hypergraph* h, const int* degrees) {
   int* at = h->_net_list;
   for (int i = 1; i <= h->_c; ++i) {

@@ -27,10 +27,6 @@ struct Reading {
   int nremoved_pins = 0;
 };
 
-std::uint64_t bytes_with_spares(int count, std::uint64_t each) {
-  return (static_cast<std::uint64_t>(count) + 2) * each;
-}
-
 void check_count(int count, int most, const char* what) {
   if (count < 0) errexit("read_hypergraph : negative number of %s [%d]", what, count);
   if (count > most) errexit("read_hypergraph : too many %s [%d], at most %d are possible", what, count, most);

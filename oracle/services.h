@@ -29,4 +29,9 @@ extern const Services kPlain;
 /// The services in use.
 extern Services services;
 
+/// Bytes of an array with the two spare entries that arrays of the module have.
+inline std::uint64_t bytes_with_spares(int count, std::uint64_t each) {
+  return (static_cast<std::uint64_t>(count) + 2) * each;
+}
+
 }  // namespace quillon::oracle

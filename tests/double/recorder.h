@@ -55,7 +55,10 @@ void fail_allocation(int n);
 /// From now on a request for more bytes is a fatal error, "out of memory: " and the tag; 0: no limit.
 void limit_requests(std::uint64_t bytes);
 
-/// Runs `body` and returns the text of the fatal error that ended it, or "(no fatal error)".
+/// What `fatal_text` returns without a fatal error.
+inline constexpr const char* kSound = "(no fatal error)";
+
+/// Runs `body` and returns the text of the fatal error that ended it, or kSound.
 template <typename Body>
 std::string fatal_text(const Body& body) {
   try {
@@ -63,7 +66,7 @@ std::string fatal_text(const Body& body) {
   } catch (const FatalError& error) {
     return error.what();
   }
-  return "(no fatal error)";
+  return kSound;
 }
 
 }  // namespace quillon::recorder

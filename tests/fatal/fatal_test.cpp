@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
+#include "tests/support/pool_top.h"
 #include "tests/support/records.h"
 #include "tests/support/throwing.h"
 #include "util/util.h"
@@ -46,13 +47,6 @@ StreamReader* const kReaders[] = {read_hypergraphFromFile, read_hypergraph_with_
 void expect_both_readers_refuse(const std::string& file, const std::string& text) {
   for (StreamReader* const reader : kReaders)
     EXPECT_EQ(fatal_text([&] { read_text(reader, file); }), text) << file;
-}
-
-// The address of the next block of a pool: always the same when the pool is empty.
-void* top_of(int pool) {
-  void* const block = poolalloc(pool, 1, "top_of");
-  poolfree_upto(pool, block, "top_of");
-  return block;
 }
 
 Hypergraph* created(int ncells, int nnets, int npins) {

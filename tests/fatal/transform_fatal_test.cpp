@@ -10,6 +10,7 @@
 
 #include "hypergraph/hypergraph.h"
 #include "tests/support/destination.h"
+#include "tests/support/pool_top.h"
 #include "tests/support/records.h"
 #include "tests/support/throwing.h"
 #include "util/util.h"
@@ -20,15 +21,6 @@ namespace {
 using testing::AllOf;
 using testing::Gt;
 using testing::Lt;
-
-constexpr int kAccount = 2;  // the mode that accounts for pruned nets
-
-// The address of the next block of a pool: always the same when the pool is empty.
-void* top_of(int pool) {
-  void* const block = poolalloc(pool, 1, "top_of");
-  poolfree_upto(pool, block, "top_of");
-  return block;
-}
 
 Hypergraph* created_for(const Hypergraph& source) {
   Hypergraph* const h = create_hypergraph(0);

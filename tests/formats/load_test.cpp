@@ -25,15 +25,15 @@ namespace {
 using testing::ElementsAre;
 
 // The outcome of a read: a finding, a fatal error, or the pins of the nets.
-struct Outcome {
+struct Loading {
   Finding finding = {kNoFinding, Severity::kNote, "", 0, 0, "", ""};
   std::string fatal;
   Lists pins = {};
   int nfolded = 0;
 };
 
-Outcome load_from(const std::string& filename, SmallNets small_nets = SmallNets::kKeep) {
-  Outcome outcome;
+Loading load_from(const std::string& filename, SmallNets small_nets = SmallNets::kKeep) {
+  Loading outcome;
   const ThrowingHandler throwing;
   const Scope scope;
   try {
@@ -73,14 +73,14 @@ TEST(Load, ReadsFilesAndPipes) {
   for (const char* const text :
        {"1 3 2 3\n3 1\n2\n", "% c\n0 3 2 3\n2 0\n% c\n1\n", "1 3 2 3\r\n3 1\r\n2\r\n"}) {
     for_each_source(text, [](const std::string& file) {
-      const Outcome kept = load_from(file);
+      const Loading kept = load_from(file);
       EXPECT_EQ(kept.finding.rule, kNoFinding);
       EXPECT_EQ(kept.fatal, "");
       EXPECT_THAT(kept.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
     });
   }
   for_each_source("1 3 3 3\n3 1\n2\n\n", [](const std::string& file) {
-    const Outcome folded = load_from(file, SmallNets::kFold);
+    const Loading folded = load_from(file, SmallNets::kFold);
     EXPECT_THAT(folded.pins, ElementsAre(ElementsAre(3, 1)));
     EXPECT_EQ(folded.nfolded, 2);
   });
@@ -110,7 +110,7 @@ TEST(Load, AcceptsACommentAfterTheData) {
        {"1 3 2 3\n3 1\n2\n% end\n", "1 3 2 3\n3 1\n2\n%", "1 3 2 3 1\n3 1\n2\n1 1 1\n%\n"}) {
     for_each_source(text, [text](const std::string& file) {
       SCOPED_TRACE(text);
-      const Outcome outcome = load_from(file);
+      const Loading outcome = load_from(file);
       EXPECT_EQ(outcome.finding.rule, kNoFinding) << outcome.finding.message;
       EXPECT_EQ(outcome.fatal, "");
       EXPECT_THAT(outcome.pins, ElementsAre(ElementsAre(3, 1), ElementsAre(2)));
@@ -157,7 +157,7 @@ TEST(Load, LeavesNoBlockAndNoDescriptorWhenItFails) {
     SCOPED_TRACE(file);
     const std::uint64_t bytes = held_bytes();
     {
-      const Outcome outcome = load_from(file);
+      const Loading outcome = load_from(file);
       EXPECT_TRUE(!outcome.fatal.empty() || outcome.finding.rule != kNoFinding);
     }
     EXPECT_EQ(held_bytes(), bytes);

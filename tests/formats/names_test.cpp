@@ -126,12 +126,12 @@ std::string colliding_name(std::uint64_t first_half) {
 // With random hashes, a table that is three quarters full has 1.5 slots a name on average; a chain of all
 // names would have 80,000.
 TEST(Names, SearchesFewSlotsForNamesThatCollideInOtherTables) {
-  constexpr int kNames = 160000;
+  constexpr int kCount = 160000;
   const bool has_murmur = std::hash<std::string>()(colliding_name(1)) == 0;
   Names colliding;
   Names consecutive;
   Names alike;
-  for (int k = 1; k <= kNames; ++k) {
+  for (int k = 1; k <= kCount; ++k) {
     const std::string name = colliding_name(static_cast<std::uint64_t>(k));
     if (has_murmur) {
       ASSERT_EQ(std::hash<std::string>()(name), 0U);
@@ -141,8 +141,8 @@ TEST(Names, SearchesFewSlotsForNamesThatCollideInOtherTables) {
     alike.number_of(std::string(100, 'a') + std::to_string(k));
   }
   for (const Names* const names : {&colliding, &consecutive, &alike}) {
-    EXPECT_EQ(names->size(), kNames);
-    EXPECT_LT(names->total_distance(), 4U * kNames);
+    EXPECT_EQ(names->size(), kCount);
+    EXPECT_LT(names->total_distance(), 4U * kCount);
   }
 }
 

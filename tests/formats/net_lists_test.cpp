@@ -99,12 +99,6 @@ Shape shape_for(unsigned seed) {
   return shape;
 }
 
-int sum(const std::vector<int>& weights) {
-  int total = 0;
-  for (const int w : weights) total += w;
-  return total;
-}
-
 bool any_but_one(const std::vector<int>& weights) {
   return std::any_of(weights.begin(), weights.end(), [](int w) { return w != 1; });
 }
@@ -125,7 +119,9 @@ void load_slowly(const Shape& shape, const std::vector<int>& diagonal, Hypergrap
   for (int j = 1; j <= h._n; ++j)
     if (!shape.net_weights.empty()) h._nlst[j].w = shape.net_weights[static_cast<std::size_t>(j) - 1];
   set_hypergraph_infos(&h);
-  h._totnw = shape.net_weights.empty() ? h._n : sum(shape.net_weights);
+  h._totnw = shape.net_weights.empty()
+                 ? h._n
+                 : std::accumulate(shape.net_weights.begin(), shape.net_weights.end(), 0);
   h._fmt = fmt_of(shape);
 }
 

@@ -9,6 +9,7 @@
 
 #include "formats/labels.h"
 #include "tests/formats/finding_of.h"
+#include "tests/support/extremes.h"
 #include "tests/support/temp_file.h"
 #include "tests/support/throwing.h"
 
@@ -16,8 +17,6 @@ namespace quillon::formats {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr int kMost = 2147483647;
 
 TEST(ReadParts, ReadsNumbersOnAnyLines) {
   const TempFile file("0 2\r\n\n\t1\n");

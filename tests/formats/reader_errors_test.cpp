@@ -10,7 +10,7 @@
 namespace quillon::formats {
 namespace {
 
-struct Bad {
+struct BadText {
   std::string text;
   std::size_t line;
   std::size_t column;
@@ -19,8 +19,8 @@ struct Bad {
   std::string hint = {};
 };
 
-void expect_findings(const char* name, const std::vector<Bad>& table, const ReadOptions& options = {}) {
-  for (const Bad& bad : table) {
+void expect_findings(const char* name, const std::vector<BadText>& table, const ReadOptions& options = {}) {
+  for (const BadText& bad : table) {
     SCOPED_TRACE(testing::PrintToString(bad.text));
     EXPECT_EQ(finding_of([&] { read_text(format(name), bad.text, options); }),
               (Finding{bad.rule, Severity::kError, "in", bad.line, bad.column, bad.message, bad.hint}));

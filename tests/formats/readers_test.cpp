@@ -658,19 +658,20 @@ struct Sample {
 // Otherwise gtest prints the bytes, including uninitialised padding.
 void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
 
-const std::string kBanner = banner("pattern symmetric");
+const std::string kSymmetricBanner = banner("pattern symmetric");
 
-const std::vector<Sample> kSamples{{"quillon", "quillon", "1 2 1 2 3\n5 1 2\n6 7\n"},
-                                   {"hmetis", "hmetis", "1 2 11\n3 2 1\n4\n5\n"},
-                                   {"kub", "kub", "2\n1\n3 2 0 1\n4\n5"},
-                                   {"metis", "metis", "2 1 11\n3 2 4\n5 1 4\n"},
-                                   {"mtx", kByRow, kBanner + "2 2 2\n2 1\n2 2\n", kBanner.size()},
-                                   {"hif", "hif", R"({"incidences":[{"edge":1,"node":"a"}]})"},
-                                   {"edges", "edges", "# 1\na, \"b c\"\n2 a\n"},
-                                   {"pairs", pairs(Pairs::kNetCell), "n \"b\"\nn,1 # 2\n"},
-                                   {"cnf", "cnf", "c 1\np cnf 3 2\n1 -2\n0 3 0\n%\n"},
-                                   {"cnf_dual", formula(Model::kDual), "p cnf 2 2\n2 -1 0\n2 0\n"},
-                                   {"cnf_literal", formula(Model::kLiteral), "p cnf 2 2\n2 -1 0\n-2 0\n"}};
+const std::vector<Sample> kSamples{
+    {"quillon", "quillon", "1 2 1 2 3\n5 1 2\n6 7\n"},
+    {"hmetis", "hmetis", "1 2 11\n3 2 1\n4\n5\n"},
+    {"kub", "kub", "2\n1\n3 2 0 1\n4\n5"},
+    {"metis", "metis", "2 1 11\n3 2 4\n5 1 4\n"},
+    {"mtx", kByRow, kSymmetricBanner + "2 2 2\n2 1\n2 2\n", kSymmetricBanner.size()},
+    {"hif", "hif", R"({"incidences":[{"edge":1,"node":"a"}]})"},
+    {"edges", "edges", "# 1\na, \"b c\"\n2 a\n"},
+    {"pairs", pairs(Pairs::kNetCell), "n \"b\"\nn,1 # 2\n"},
+    {"cnf", "cnf", "c 1\np cnf 3 2\n1 -2\n0 3 0\n%\n"},
+    {"cnf_dual", formula(Model::kDual), "p cnf 2 2\n2 -1 0\n2 0\n"},
+    {"cnf_literal", formula(Model::kLiteral), "p cnf 2 2\n2 -1 0\n-2 0\n"}};
 
 class Readers : public testing::TestWithParam<Sample> {
  protected:

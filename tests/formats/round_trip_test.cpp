@@ -27,7 +27,7 @@ namespace {
 constexpr unsigned kSeeds = 24;
 
 // A format and, for matrices, a model.
-struct Kind {
+struct Target {
   const char* name;
   const char* format;
   Model model = Model::kRowNet;
@@ -37,22 +37,22 @@ struct Kind {
 };
 
 // Otherwise gtest prints the bytes, including uninitialised padding.
-void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
+void PrintTo(const Target& kind, std::ostream* out) { *out << kind.name; }
 
-const std::vector<Kind> kKinds{{"quillon", "quillon"},
-                               {"hmetis", "hmetis"},
-                               {"kub", "kub"},
-                               {"hif", "hif"},
-                               {"mtx", "mtx", Model::kRowNet, false},
-                               {"mtx by columns", "mtx", Model::kColumnNet, false}};
+const std::vector<Target> kKinds{{"quillon", "quillon"},
+                                 {"hmetis", "hmetis"},
+                                 {"kub", "kub"},
+                                 {"hif", "hif"},
+                                 {"mtx", "mtx", Model::kRowNet, false},
+                                 {"mtx by columns", "mtx", Model::kColumnNet, false}};
 
-std::string text_in(const Kind& kind, const Hypergraph& h) {
+std::string text_in(const Target& kind, const Hypergraph& h) {
   const TempFile file;
   format(kind.format).write(h, {.weights = 3, .model = kind.model}, file.name());
   return file.contents();
 }
 
-void read_back(const std::string& text, const Kind& kind, Record& record) {
+void read_back(const std::string& text, const Target& kind, Record& record) {
   const TempFile file(text);
   NetLists lists = read_file(file.name(), format(kind.format), {kind.model, false});
   EXPECT_THAT(lists.losses, testing::IsEmpty());
@@ -64,12 +64,6 @@ bool has_repeated_pins(const Shape& shape) {
     std::sort(pins.begin(), pins.end());
     return std::adjacent_find(pins.begin(), pins.end()) != pins.end();
   });
-}
-
-int sum(const std::vector<int>& weights) {
-  int total = 0;
-  for (const int w : weights) total += w;
-  return total;
 }
 
 int bit_unless_all_1(const std::vector<int>& weights, int bit) {
@@ -93,14 +87,14 @@ void expect_shape(const Hypergraph& h, const Shape& shape) {
   EXPECT_EQ(nets_of_cells(h), nets_of_cells(shape));
   EXPECT_EQ(of_nets(h, &Net::w), net_weights);
   EXPECT_EQ(of_cells(h, &Cell::w), cell_weights);
-  EXPECT_EQ(h._totnw, sum(net_weights));
-  EXPECT_EQ(h._totcw, sum(cell_weights));
+  EXPECT_EQ(h._totnw, std::accumulate(net_weights.begin(), net_weights.end(), 0));
+  EXPECT_EQ(h._totcw, std::accumulate(cell_weights.begin(), cell_weights.end(), 0));
   EXPECT_EQ(h._fmt, bit_unless_all_1(cell_weights, 1) | bit_unless_all_1(net_weights, 2));
   if (!has_repeated_pins(shape)) CheckListsofHypergraph(&h);  // an error is fatal
 }
 
 // A random hypergraph, mostly small and sometimes large, reduced to what both formats can represent.
-Shape shape_for(unsigned seed, const Kind& a, const Kind& b) {
+Shape shape_for(unsigned seed, const Target& a, const Target& b) {
   const bool large = seed % 16 == 7;
   Shape shape = random_shape(seed, {.ncells = large ? 250 : 9,
                                     .nnets = large ? 150 : 9,
@@ -113,7 +107,7 @@ Shape shape_for(unsigned seed, const Kind& a, const Kind& b) {
 }
 
 // Hides the reports of the checks; their findings are fatal.
-class RoundTrip : public testing::TestWithParam<Kind> {
+class RoundTrip : public testing::TestWithParam<Target> {
  protected:
   void SetUp() override { testing::internal::CaptureStdout(); }
   void TearDown() override {
@@ -123,8 +117,8 @@ class RoundTrip : public testing::TestWithParam<Kind> {
 };
 
 TEST_P(RoundTrip, ThroughEveryOtherFormatGivesTheSameHypergraphAndFile) {
-  const Kind& a = GetParam();
-  for (const Kind& b : kKinds) {
+  const Target& a = GetParam();
+  for (const Target& b : kKinds) {
     for (unsigned seed = 1; seed <= kSeeds; ++seed) {
       SCOPED_TRACE(testing::Message() << "through " << b.name << ", seed " << seed);
       const Shape shape = shape_for(seed, a, b);
@@ -189,7 +183,7 @@ std::vector<int> summary(const Hypergraph& h) {
 }
 
 TEST(ReadQuillon, AgreesWithTheReaderOfTheModuleOnAllItWrites) {
-  const Kind& quillon = kKinds[0];
+  const Target& quillon = kKinds[0];
   for (unsigned seed = 1; seed <= kSeeds; ++seed) {
     Shape shape = shape_for(seed, quillon, quillon);
     for (std::vector<int>* weights : {&shape.cell_weights, &shape.net_weights})

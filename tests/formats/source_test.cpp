@@ -86,8 +86,8 @@ TEST(Source, GivesTheNextBytesWithoutConsumingThem) {
     std::string read(7, '-');
     EXPECT_EQ(source.read(read.data(), 7), 7U);
     EXPECT_EQ(read, text.substr(0, 7));
-    constexpr std::size_t kMost = std::size_t{1} << 20;
-    EXPECT_EQ(source.peek(text.size()), text.substr(7, kMost));
+    constexpr std::size_t kPeeked = std::size_t{1} << 20;
+    EXPECT_EQ(source.peek(text.size()), text.substr(7, kPeeked));
     read.assign(text.size(), '-');
     EXPECT_EQ(source.read(read.data(), read.size()), text.size() - 7);
     EXPECT_EQ(read.substr(0, text.size() - 7), text.substr(7));

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <numeric>
 #include <vector>
 
 #include "measures/partition.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon::measures {
@@ -27,14 +27,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 // Net 1 lies in parts 0 and 1, net 2 in 0 and 2, net 3 in 0, 1 and 2, net 4 in none, net 5 in 2.
-Record five_cells() {
+Record five_nets() {
   return Record({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}, {4}}, {5, 2, 7, 1, 3}, {3, 1, 1, 1, 2}});
 }
 
-const Partition kFourParts{{-7, 0, 2, 0, 2, 1}, 4};
+const Partition kPartsOfFiveNets{{-7, 0, 2, 0, 2, 1}, 4};
 
 TEST(Evaluate, GivesAllMeasures) {
-  const Evaluation evaluation = evaluate(five_cells().h, kFourParts);
+  const Evaluation evaluation = evaluate(five_nets().h, kPartsOfFiveNets);
 
   EXPECT_THAT(evaluation.sizes.ncells, ElementsAre(2, 1, 2, 0));
   EXPECT_THAT(evaluation.sizes.weights, ElementsAre(4, 2, 2, 0));
@@ -47,7 +47,6 @@ TEST(Evaluate, GivesAllMeasures) {
 }
 
 TEST(Evaluate, HasNoSumOfPairsBeyond64Bits) {
-  constexpr int kMost = std::numeric_limits<int>::max();
   constexpr int kParts = 70000;
   std::vector<int> all(kParts);
   std::iota(all.begin(), all.end(), 1);
@@ -62,7 +61,7 @@ TEST(Evaluate, HasNoSumOfPairsBeyond64Bits) {
 }
 
 TEST(PartDetails, CountsBoundaryCellsInternalNetsAndVolumes) {
-  const PartDetails details = part_details(five_cells().h, kFourParts);
+  const PartDetails details = part_details(five_nets().h, kPartsOfFiveNets);
 
   EXPECT_THAT(details.nboundary_cells, ElementsAre(2, 1, 2, 0));
   EXPECT_THAT(details.ninternal_nets, ElementsAre(0, 0, 1, 0));
@@ -72,7 +71,7 @@ TEST(PartDetails, CountsBoundaryCellsInternalNetsAndVolumes) {
 }
 
 TEST(PartMatrix, HasTheWeightOfNetsThatTouchBothParts) {
-  EXPECT_THAT(part_matrix(five_cells().h, kFourParts),
+  EXPECT_THAT(part_matrix(five_nets().h, kPartsOfFiveNets),
               ElementsAre(MatrixEntry{0, 0, 14}, MatrixEntry{0, 1, 12}, MatrixEntry{0, 2, 9},
                           MatrixEntry{1, 1, 12}, MatrixEntry{1, 2, 7}, MatrixEntry{2, 2, 12}));
 }

@@ -4,10 +4,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <vector>
 
 #include "measures/groups.h"
+#include "tests/support/extremes.h"
+#include "tests/support/five_cells.h"
 #include "tests/support/records.h"
 
 namespace quillon::measures {
@@ -18,10 +19,6 @@ using testing::IsEmpty;
 using testing::Pair;
 
 // Cells 1..5 have degrees 2, 2, 2, 1, 2.
-Record five_cells() {
-  return Record({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}}, {5, 2, 7, 1}, {3, 1, 1, 1, 2}});
-}
-
 TEST(FiguresOf, GivesRangeAverageAndSpread) {
   const Record r = five_cells();
 
@@ -75,8 +72,6 @@ TEST(FiguresOf, HasNoAveragesOfNoItems) {
 }
 
 TEST(FiguresOf, AddsUpWeightsInMoreThan32Bits) {
-  constexpr int kMost = std::numeric_limits<int>::max();
-  constexpr int kLeast = std::numeric_limits<int>::min();
   const Record r({3, {{1}, {2}, {3}}, {kLeast, kLeast, -1}, {kMost, kMost, 1}});
 
   const Figures figures = figures_of(r.h);
@@ -112,7 +107,6 @@ TEST(Groups, AreAsEvenAsPossibleAndKnowTheirFirstItem) {
 }
 
 TEST(Groups, DoNotOverflow) {
-  constexpr int kMost = std::numeric_limits<int>::max();
   EXPECT_EQ(group_of(kMost - 1, kMost, kMost), kMost - 1);
   EXPECT_EQ(group_begin(256, kMost, 256), kMost);
 }

@@ -4,11 +4,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <set>
 #include <vector>
 
 #include "measures/groups.h"
+#include "tests/support/extremes.h"
+#include "tests/support/five_cells.h"
 #include "tests/support/records.h"
 
 namespace quillon::measures {
@@ -19,10 +20,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 // Net 1 lies in parts 0 and 1, net 2 in 0 and 2, net 3 in 0, 1 and 2, net 4 in none.
-Record five_cells() {
-  return Record({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}}, {5, 2, 7, 1}, {3, 1, 1, 1, 2}});
-}
-
 const Partition kFourParts{{-7, 0, 2, 0, 2, 1}, 4};
 
 TEST(PartSizes, CountsAndWeighsTheCellsOfEachPart) {
@@ -33,7 +30,6 @@ TEST(PartSizes, CountsAndWeighsTheCellsOfEachPart) {
 }
 
 TEST(PartSizes, AddsUpWeightsInMoreThan32Bits) {
-  constexpr int kMost = std::numeric_limits<int>::max();
   const Record r({2, {}, {}, {kMost, kMost}});
 
   EXPECT_THAT(part_sizes(r.h, {{0, 0, 0}, 1}).weights, ElementsAre(2 * std::int64_t{kMost}));

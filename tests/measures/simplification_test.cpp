@@ -8,6 +8,7 @@
 
 #include "measures/partition.h"
 #include "oracle/nets.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 #include "tests/support/throwing.h"
 
@@ -78,8 +79,7 @@ TEST(Simplify, MayLeaveNothing) {
 }
 
 TEST(Simplify, RefusesWeightsBeyond32Bits) {
-  constexpr int kLargest = std::numeric_limits<int>::max();
-  const Record source({.ncells = 3, .pins = {{3}, {1, 2}, {2, 1}}, .net_weights = {1, kLargest, 1}});
+  const Record source({.ncells = 3, .pins = {{3}, {1, 2}, {2, 1}}, .net_weights = {1, kMost, 1}});
   Hypergraph h = {};
   EXPECT_EQ(fatal_text([&] { simplify(source.h, {.parallel_nets = true}, &h); }),
             "net 2 and those parallel to it weigh 2147483648 together, more than 32 bits hold");

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <limits>
 #include <numeric>
 #include <random>
 #include <string>
@@ -16,6 +15,7 @@
 #include "oracle/oracle.h"
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -26,9 +26,6 @@ using CheckListsOfContinues = Recorded;
 using CheckSymmetry = Recorded;
 using PrinfoHypergraph = Recorded;
 using PrDetailinfoHypergraph = Recorded;
-
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
 
 // All reports of a call.
 struct Outcome {
@@ -146,7 +143,7 @@ TEST_F(CheckLists, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
     for (int n = dice.below(4); n > 0; --n) disturb(r, dice);
     const Outcome expected = twin_of_check_lists(r);
     ASSERT_EQ(check_lists(r), expected);
-    if (expected.fatal == "(no fatal error)") ++nsound;
+    if (expected.fatal == recorder::kSound) ++nsound;
   }
   EXPECT_GT(nsound, kSeeds / 10);
   EXPECT_LT(nsound, kSeeds / 2);
@@ -184,7 +181,7 @@ TEST_F(CheckLists, AgreesWithItsTwinOnAsManyEntriesOnBothSides) {
     for (int n = dice.below(3); n > 0; --n) disturb_entries(r, dice);
     const Outcome expected = twin_of_check_lists(r);
     ASSERT_EQ(check_lists(r), expected);
-    if (expected.fatal == "(no fatal error)") ++nsound;
+    if (expected.fatal == recorder::kSound) ++nsound;
   }
   EXPECT_GT(nsound, kSeeds / 10);
   EXPECT_LT(nsound, kSeeds * 9 / 10);
@@ -196,7 +193,7 @@ TEST_F(CheckLists, NoticesTheLastEntryWhereverItIsInTheQueue) {
     Shape shape = {.ncells = npins + 1};
     for (int i = 1; i <= npins; ++i) shape.pins.push_back({i});
     Record r(shape);
-    EXPECT_EQ(check_lists(r).fatal, "(no fatal error)") << npins;
+    EXPECT_EQ(check_lists(r).fatal, recorder::kSound) << npins;
     r.cell_list[static_cast<std::size_t>(npins) - 1] = npins + 1;
     EXPECT_EQ(
         check_lists(r).fatal,
@@ -230,9 +227,9 @@ TEST_F(CheckLists, AgreesWithItsTwinOnLongLists) {
     SCOPED_TRACE(testing::Message() << size.ncells << " cells, " << size.nnets << " nets");
     Record r(long_lists(1, size.ncells, size.nnets));
     const std::string fatal = recorder::fatal_text([&r] { CheckListsofHypergraph(&r.h); });
-    EXPECT_EQ(fatal, "(no fatal error)");
+    EXPECT_EQ(fatal, recorder::kSound);
     turn_first_cell(r);
-    EXPECT_EQ(check_lists(r).fatal, "(no fatal error)");
+    EXPECT_EQ(check_lists(r).fatal, recorder::kSound);
   }
 }
 
@@ -304,7 +301,7 @@ TEST_F(CheckListsOfContinues, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
     const std::string expected =
         recorder::fatal_text([&] { oracle::CheckListsofContinuesHypergraph(&r.h, nnets); });
     ASSERT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&r.h, nnets); }), expected);
-    if (expected == "(no fatal error)") ++nsound;
+    if (expected == recorder::kSound) ++nsound;
   }
   EXPECT_GT(nsound, kSeeds / 10);
   EXPECT_LT(nsound, kSeeds * 9 / 10);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -21,10 +21,6 @@ using testing::IsEmpty;
 using CheckLists = Recorded;
 using CheckListsOfContinues = Recorded;
 using CheckSymmetry = Recorded;
-
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
-const std::string kSound = "(no fatal error)";
 
 // Cells 1 .. 3 in a row, of weights 1, 2 and 4; the nets weigh 10 and 20.
 Shape row_of_cells() {
@@ -62,14 +58,14 @@ constexpr const char* kRowHeader =
     "\n CheckListsofHypergraph: Checking Hypergraph H=(    3,     2,       4) TNW=30 TINW=0 VirtNets=0";
 
 TEST_F(CheckLists, ASoundRecordIsAnnouncedAndDone) {
-  EXPECT_EQ(check(Record(row_of_cells())), kSound);
+  EXPECT_EQ(check(Record(row_of_cells())), recorder::kSound);
   EXPECT_EQ(recorder::printed(), std::string(kRowHeader) + "\n Checking DONE....\n");
   EXPECT_THAT(recorder::warnings(), IsEmpty());
   EXPECT_THAT(recorder::requests(), IsEmpty());
 }
 
 TEST_F(CheckLists, ARecordWithoutAnythingIsSound) {
-  EXPECT_EQ(check(Record({})), kSound);
+  EXPECT_EQ(check(Record({})), recorder::kSound);
   EXPECT_EQ(recorder::printed(),
             "\n CheckListsofHypergraph: Checking Hypergraph H=(    0,     0,       0) TNW=0 TINW=0 VirtNets=0"
             "\n Checking DONE....\n");
@@ -142,13 +138,13 @@ TEST_F(CheckLists, NoticesAnyChangeOfAnEntryOfEitherSide) {
   for (unsigned seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Record r = random_record(seed);
-    ASSERT_EQ(check(r), kSound);
+    ASSERT_EQ(check(r), recorder::kSound);
     for (std::vector<int>* const list : {&r.cell_list, &r.net_list}) {
       for (int k = 0; k < r.h._p; ++k) {
         int& entry = (*list)[static_cast<std::size_t>(k)];
         const int sound = entry;
         entry = sound % 9 + 1;
-        EXPECT_NE(check(r), kSound) << "entry " << k << " is " << entry;
+        EXPECT_NE(check(r), recorder::kSound) << "entry " << k << " is " << entry;
         entry = sound;
       }
     }
@@ -252,12 +248,12 @@ TEST_F(CheckLists, TheNetTotalIsNotLookedAtWhileTheInternalWeightsAgree) {
   Record r(row_of_cells());
   r.h._totnw = 999;
   r.h._virtualnets = 5;
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
 
   r.cells[1].inw = 3;
   r.cells[3].inw = 4;
   r.h._totinw = 7;
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
 }
 
 TEST_F(CheckLists, InternalWeightsThatDisagreeAreSoundWhenTheNetTotalCountsThem) {
@@ -268,7 +264,7 @@ TEST_F(CheckLists, InternalWeightsThatDisagreeAreSoundWhenTheNetTotalCountsThem)
   r.h._virtualnets = 50;
   r.h._totnw = 10 + 20 + 7 + 50;
 
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
 }
 
 TEST_F(CheckLists, InternalWeightsThatDisagreeAreFatalWhenTheNetTotalDoesNotCountThem) {
@@ -293,7 +289,7 @@ TEST_F(CheckLists, TotalsWrapAround) {
   r.h._totinw = 0;  // the sum is -kMost
   r.h._virtualnets = kMost;
   r.h._totnw = -2;
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
 
   r.h._totnw = 0;
   EXPECT_EQ(
@@ -305,7 +301,8 @@ TEST_F(CheckLists, TotalsWrapAround) {
 TEST_F(CheckLists, ANetWithoutPinsThatHasAWeightDrawsAWarning) {
   for (const int weight : {1, 4, -1}) {
     recorder::reset();
-    EXPECT_EQ(check(Record({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {weight, 1}})), kSound);
+    EXPECT_EQ(check(Record({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {weight, 1}})),
+              recorder::kSound);
     EXPECT_THAT(recorder::warnings(), ElementsAre("hypergraph has nets with no pins")) << "weight " << weight;
     EXPECT_THAT(recorder::printed(), testing::EndsWith(" VirtNets=0\n Checking DONE....\n"));
   }
@@ -315,13 +312,13 @@ TEST_F(CheckLists, AWeightedNetWithoutAPinListDrawsTheSameWarning) {
   Record r({.ncells = 2, .pins = {{}, {1, 2}}, .net_weights = {4, 1}});
   r.nets[1].pins = r.nets[1].pinsend = nullptr;
 
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
   EXPECT_THAT(recorder::warnings(), ElementsAre("hypergraph has nets with no pins"));
 }
 
 TEST_F(CheckLists, NetsWithoutPinsWhoseWeightsAddUpToNothingDrawNoWarning) {
-  EXPECT_EQ(check(Record({.ncells = 1, .pins = {{}, {1}}, .net_weights = {0, 1}})), kSound);
-  EXPECT_EQ(check(Record({.ncells = 1, .pins = {{}, {}}, .net_weights = {3, -3}})), kSound);
+  EXPECT_EQ(check(Record({.ncells = 1, .pins = {{}, {1}}, .net_weights = {0, 1}})), recorder::kSound);
+  EXPECT_EQ(check(Record({.ncells = 1, .pins = {{}, {}}, .net_weights = {3, -3}})), recorder::kSound);
   EXPECT_THAT(recorder::warnings(), IsEmpty());
 }
 
@@ -345,7 +342,7 @@ TEST_F(CheckLists, RulesAreMetInOrder) {
             "BTW totinw=0 and h->totinw=80");
   EXPECT_THAT(recorder::warnings(), IsEmpty());
   r.h._totnw = 5;
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
   EXPECT_THAT(recorder::warnings(), ElementsAre("hypergraph has nets with no pins"));
 }
 
@@ -368,7 +365,7 @@ TEST_F(CheckLists, TheEndPointersDecideWhereAListEnds) {
   Record r(row_of_cells());
   r.cells[4].nets = nullptr;
   r.nets[3].pins = nullptr;
-  EXPECT_EQ(check(r), kSound);
+  EXPECT_EQ(check(r), recorder::kSound);
 
   --r.cells[2].netsend;
   EXPECT_EQ(check(r), " CheckListsofHypergraph: net 2 occurs 0 times in the net list of cell 2");
@@ -381,8 +378,8 @@ std::string check_continues(const Record& r, int nnets) {
 TEST_F(CheckListsOfContinues, ASoundRecordPassesInSilence) {
   const Record r(row_of_cells());
 
-  EXPECT_EQ(check_continues(r, 2), kSound);
-  EXPECT_EQ(check_continues(Record({}), 0), kSound);
+  EXPECT_EQ(check_continues(r, 2), recorder::kSound);
+  EXPECT_EQ(check_continues(Record({}), 0), recorder::kSound);
   EXPECT_EQ(recorder::printed(), "");
   EXPECT_THAT(recorder::warnings(), IsEmpty());
   EXPECT_THAT(recorder::requests(), IsEmpty());
@@ -394,7 +391,7 @@ TEST_F(CheckListsOfContinues, EndPointersAndTotalsAreNotLookedAt) {
   for (Net& net : r.nets) net.pinsend = nullptr;
   r.h._p = r.h._totcw = r.h._totnw = r.h._totinw = 77;
 
-  EXPECT_EQ(check_continues(r, 2), kSound);
+  EXPECT_EQ(check_continues(r, 2), recorder::kSound);
 }
 
 TEST_F(CheckListsOfContinues, ACellThatItsNetDoesNotNameIsFatal) {
@@ -468,13 +465,13 @@ TEST_F(CheckListsOfContinues, OnlyNetsUpToTheGivenNumberAreLookedAt) {
 
   EXPECT_EQ(check_continues(r, 2),
             " CheckListsofContinuesHypergraph: net 2 occurs 0 times in the net list of cell 3");
-  EXPECT_EQ(check_continues(r, 1), kSound);
+  EXPECT_EQ(check_continues(r, 1), recorder::kSound);
 }
 
 TEST_F(CheckListsOfContinues, WithoutNetsToLookAtOnlyTheCellsAre) {
   const Record unnamed = mismatched(row_of_cells(), {{}, {1}, {}});
-  EXPECT_EQ(check_continues(unnamed, 0), kSound);
-  EXPECT_EQ(check_continues(unnamed, -1), kSound);
+  EXPECT_EQ(check_continues(unnamed, 0), recorder::kSound);
+  EXPECT_EQ(check_continues(unnamed, -1), recorder::kSound);
 
   EXPECT_EQ(check_continues(mismatched(row_of_cells(), {{2}, {}, {}}), 0),
             " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net 2");
@@ -493,8 +490,8 @@ Record with_set_aside_net() {
 }
 
 TEST_F(CheckListsOfContinues, SetAsideNetsAreLookedAtToo) {
-  EXPECT_EQ(check_continues(with_set_aside_net(), 2), kSound);
-  EXPECT_EQ(check(with_set_aside_net()), kSound);  // this check ends lists at their end pointers
+  EXPECT_EQ(check_continues(with_set_aside_net(), 2), recorder::kSound);
+  EXPECT_EQ(check(with_set_aside_net()), recorder::kSound);  // this check ends lists at their end pointers
 }
 
 TEST_F(CheckListsOfContinues, ASetAsideNetThatItsCellDoesNotNameIsFatal) {
@@ -503,7 +500,7 @@ TEST_F(CheckListsOfContinues, ASetAsideNetThatItsCellDoesNotNameIsFatal) {
 
   EXPECT_EQ(check_continues(r, 2),
             " CheckListsofContinuesHypergraph: net 2 occurs 0 times in the net list of cell 1");
-  EXPECT_EQ(check_continues(r, r.h._n), kSound);
+  EXPECT_EQ(check_continues(r, r.h._n), recorder::kSound);
 }
 
 TEST_F(CheckListsOfContinues, ACellThatItsSetAsideNetDoesNotNameIsFatal) {
@@ -521,18 +518,18 @@ TEST_F(CheckListsOfContinues, AStartThatIsAbsentBelongsToNoList) {
             " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net 1");
 
   give_cells(r, {{}, {}, {}});
-  EXPECT_EQ(check_continues(r, 2), kSound);
+  EXPECT_EQ(check_continues(r, 2), recorder::kSound);
 }
 
 TEST_F(CheckListsOfContinues, NoticesAnyChangeOfAnEntry) {
   for (unsigned seed = 1; seed <= 60; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Record r = random_record(seed);
-    ASSERT_EQ(check_continues(r, r.h._n), kSound);
+    ASSERT_EQ(check_continues(r, r.h._n), recorder::kSound);
     for (int k = 0; k < r.h._p; ++k) {
       int& cell = r.cell_list[static_cast<std::size_t>(k)];
       const int sound = std::exchange(cell, cell % r.h._c + 1);
-      EXPECT_EQ(check_continues(r, r.h._n) == kSound, cell == sound) << "pin " << k;
+      EXPECT_EQ(check_continues(r, r.h._n) == recorder::kSound, cell == sound) << "pin " << k;
       cell = sound;
     }
   }

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -19,9 +19,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 using PlainCopy = Recorded;
-
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
 
 // The recorder's pattern of an uninitialised block.
 constexpr int kUncleared = static_cast<int>(0xa5a5a5a5u);
@@ -41,7 +38,7 @@ struct Copy {
 std::vector<int> ints(const int* first, int count) { return {first, first + count}; }
 
 // Three cells; net 2 is empty, and so is the list of cell 3.
-Shape small_shape() {
+Shape three_cells() {
   return {.ncells = 3,
           .pins = {{2, 1}, {}, {1, 2}},
           .net_weights = {10, 20, 30},
@@ -69,19 +66,19 @@ TEST_F(PlainCopy, AllocatesItsFourArraysInOrderAndNothingElse) {
 }
 
 TEST_F(PlainCopy, Returns0) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   EXPECT_EQ(Copy(r.h).result, 0);
 }
 
 TEST_F(PlainCopy, IsReleasedAsAHeapRecord) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   { const Copy copy(r.h); }
 
   EXPECT_THAT(recorder::held(), IsEmpty());
 }
 
 TEST_F(PlainCopy, HasTheCountsAndListsOfTheSource) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
 
   EXPECT_EQ(copy.h._c, 3);
@@ -92,7 +89,7 @@ TEST_F(PlainCopy, HasTheCountsAndListsOfTheSource) {
 }
 
 TEST_F(PlainCopy, HasEveryFieldOfTheCellsAndNets) {
-  Record r(small_shape());
+  Record r(three_cells());
   for (int i = 1; i <= 3; ++i) {
     r.h._clst[i].inw = 100 + i;
     r.h._clst[i].wdeg = 200 + i;
@@ -123,7 +120,7 @@ TEST_F(PlainCopy, LaysTheListsOutInARowWhateverGapsTheSourceHas) {
 }
 
 TEST_F(PlainCopy, GivesAnEmptyNetThePlaceWhereTheNextNetBegins) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
 
   EXPECT_EQ(copy.h._nlst[2].pins, copy.h._cell_list + 2);
@@ -132,7 +129,7 @@ TEST_F(PlainCopy, GivesAnEmptyNetThePlaceWhereTheNextNetBegins) {
 }
 
 TEST_F(PlainCopy, GivesACellWithoutNetsAnEmptyListAtItsPlace) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
 
   EXPECT_EQ(copy.h._clst[3].nets, copy.h._net_list + 4);
@@ -140,7 +137,7 @@ TEST_F(PlainCopy, GivesACellWithoutNetsAnEmptyListAtItsPlace) {
 }
 
 TEST_F(PlainCopy, EndsThePinsInTheSentinelNetsPinsendAndLeavesItsPinsUnset) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
   const Net& sentinel = copy.h._nlst[4];
 
@@ -150,7 +147,7 @@ TEST_F(PlainCopy, EndsThePinsInTheSentinelNetsPinsendAndLeavesItsPinsUnset) {
 }
 
 TEST_F(PlainCopy, EndsTheNetListsInTheSentinelCellsNets) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
   const Cell& sentinel = copy.h._clst[4];
 
@@ -160,7 +157,7 @@ TEST_F(PlainCopy, EndsTheNetListsInTheSentinelCellsNets) {
 }
 
 TEST_F(PlainCopy, LeavesEntry0OfCellsAndNetsAsAllocated) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
 
   EXPECT_THAT(std::vector<int>({copy.h._clst[0].w, copy.h._clst[0].wdeg, copy.h._nlst[0].w}),
@@ -170,7 +167,7 @@ TEST_F(PlainCopy, LeavesEntry0OfCellsAndNetsAsAllocated) {
 }
 
 TEST_F(PlainCopy, KeepsTheTotalsAndClearsTheExtremes) {
-  Record r(small_shape());
+  Record r(three_cells());
   r.h._maxwcd = 1;
   r.h._maxcd = 2;
   r.h._mincd = 3;
@@ -192,7 +189,7 @@ TEST_F(PlainCopy, KeepsTheTotalsAndClearsTheExtremes) {
 }
 
 TEST_F(PlainCopy, CopiesNeitherTheOptionalArraysNorTheTag) {
-  Record r(small_shape());
+  Record r(three_cells());
   InternalNet internet = {1, 1};
   int* const set = Destination::elsewhere;
   r.h._aux1 = r.h._aux2 = set;
@@ -212,7 +209,7 @@ TEST_F(PlainCopy, CopiesNeitherTheOptionalArraysNorTheTag) {
 }
 
 TEST_F(PlainCopy, OverwritesTheDestinationWithoutReleasingAnything) {
-  const Record first(small_shape());
+  const Record first(three_cells());
   const Record second({.ncells = 1, .pins = {{1}}});
   Hypergraph h;
   CopyHypergraph(&h, &first.h);
@@ -226,8 +223,8 @@ TEST_F(PlainCopy, OverwritesTheDestinationWithoutReleasingAnything) {
 }
 
 TEST_F(PlainCopy, DoesNotChangeTheSource) {
-  const Record r(small_shape());
-  const Record same(small_shape());
+  const Record r(three_cells());
+  const Record same(three_cells());
   const std::vector<int> before = counts_of(r.h);
   const Copy copy(r.h);
 
@@ -239,7 +236,7 @@ TEST_F(PlainCopy, DoesNotChangeTheSource) {
 }
 
 TEST_F(PlainCopy, SharesNoListWithTheSource) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const Copy copy(r.h);
   for (int i = 0; i < 4; ++i) copy.h._cell_list[i] = copy.h._net_list[i] = 99;
 
@@ -311,7 +308,7 @@ TEST_F(PlainCopy, LeavesTheSetAsideNetsOfAPruningCopyOut) {
 }
 
 TEST_F(PlainCopy, EndsTheProgramWithTheTagOfTheArrayThatFails) {
-  const Record r(small_shape());
+  const Record r(three_cells());
   const std::vector<std::string> tags = {"malloc_hypergraph: clst", "malloc_hypergraph: nlst",
                                          "malloc_hypergraph: cell_list", "malloc_hypergraph: net_list"};
   int n = 0;
@@ -340,7 +337,7 @@ TEST_F(PlainCopy, OfRandomHypergraphsIsSoundAndAgreesWithItsTwin) {
     EXPECT_EQ(of_nets(copy.h, &Net::w), of_nets(expected, &Net::w));
     for (int Cell::*const field : {&Cell::w, &Cell::inw, &Cell::pno, &Cell::wdeg})
       EXPECT_EQ(of_cells(copy.h, field), of_cells(expected, field));
-    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&copy.h); }), "(no fatal error)");
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&copy.h); }), recorder::kSound);
     oracle::free_hypergraph(&expected);
   }
 }

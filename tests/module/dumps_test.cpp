@@ -1,10 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <limits>
-
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -15,9 +14,6 @@ using testing::IsEmpty;
 using PrintPinsText = Recorded;
 using PrintNetsText = Recorded;
 using PrintHypergraphText = Recorded;
-
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
 
 Shape seven_cells() {
   return {.ncells = 7,

@@ -23,7 +23,7 @@ using ConstructCellList = Recorded;
 using SortPinsOfNets = Recorded;
 using BothSides = Recorded;
 
-constexpr unsigned kSeeds = 400;
+constexpr unsigned kRecords = 400;
 
 std::vector<int> work_for(int count) {
   return std::vector<int>(static_cast<std::size_t>(count) + 2, kMarker);
@@ -44,7 +44,7 @@ void mark_summaries(Hypergraph& h) {
 }
 
 // Four cells, the third on no net; the pins are unsorted.
-Shape small_shape() {
+Shape four_nets() {
   return {.ncells = 4,
           .pins = {{4, 1}, {2, 4, 1}, {}, {4}},
           .net_weights = {10, 200, 3000, 40000},
@@ -52,7 +52,7 @@ Shape small_shape() {
 }
 
 TEST_F(ConstructNetList, GivesEachCellItsNetsInIncreasingNumber) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
 
   EXPECT_EQ(construct_net_list(&r.h, work.data()), 0);
@@ -61,7 +61,7 @@ TEST_F(ConstructNetList, GivesEachCellItsNetsInIncreasingNumber) {
 }
 
 TEST_F(ConstructNetList, LaysTheListsOutInARowAndSetsTheSentinel) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -76,7 +76,7 @@ TEST_F(ConstructNetList, LaysTheListsOutInARowAndSetsTheSentinel) {
 }
 
 TEST_F(ConstructNetList, GivesACellWithoutNetsAnEmptyList) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -87,7 +87,7 @@ TEST_F(ConstructNetList, GivesACellWithoutNetsAnEmptyList) {
 }
 
 TEST_F(ConstructNetList, SumsTheWeightsOfTheNetsOfEachCell) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -95,7 +95,7 @@ TEST_F(ConstructNetList, SumsTheWeightsOfTheNetsOfEachCell) {
 }
 
 TEST_F(ConstructNetList, ReturnsTheDegreesInTheWorkArray) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -123,7 +123,7 @@ TEST_F(ConstructNetList, OneCellIsBothExtremes) {
 }
 
 TEST_F(ConstructNetList, TouchesNoOtherSummaryAndNoWeight) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   mark_summaries(r.h);
   construct_net_list(&r.h, work.data());
@@ -138,7 +138,7 @@ TEST_F(ConstructNetList, TouchesNoOtherSummaryAndNoWeight) {
 }
 
 TEST_F(ConstructNetList, LeavesTheNetSideAndTheUnusedEntriesAlone) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -218,7 +218,7 @@ TEST_F(ConstructNetList, WeightedDegreesWrapAround) {
 }
 
 TEST_F(ConstructNetList, ReplacesListsBuiltBefore) {
-  Record r(small_shape(), Side::kBoth);
+  Record r(four_nets(), Side::kBoth);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
   r.nets[2].pinsend -= 2;  // only cell 2 remains
@@ -229,7 +229,7 @@ TEST_F(ConstructNetList, ReplacesListsBuiltBefore) {
 }
 
 TEST_F(ConstructNetList, MakesNoRequest) {
-  Record r(small_shape(), Side::kNets);
+  Record r(four_nets(), Side::kNets);
   std::vector<int> work = work_for(4);
   construct_net_list(&r.h, work.data());
 
@@ -237,7 +237,7 @@ TEST_F(ConstructNetList, MakesNoRequest) {
 }
 
 TEST_F(ConstructNetList, AgreesWithItsTwinOnRandomRecords) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kRecords; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Record r = random_record(seed, {.duplicates = seed % 2 == 0}, Side::kNets);
     Record expected = random_record(seed, {.duplicates = seed % 2 == 0}, Side::kNets);
@@ -252,7 +252,7 @@ TEST_F(ConstructNetList, AgreesWithItsTwinOnRandomRecords) {
 }
 
 TEST_F(ConstructCellList, GivesEachNetItsCellsInIncreasingNumber) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
 
   EXPECT_EQ(construct_cell_list(&r.h, work.data()), 0);
@@ -261,7 +261,7 @@ TEST_F(ConstructCellList, GivesEachNetItsCellsInIncreasingNumber) {
 }
 
 TEST_F(ConstructCellList, LaysTheListsOutInARowAndSetsTheSentinel) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
   construct_cell_list(&r.h, work.data());
 
@@ -278,7 +278,7 @@ TEST_F(ConstructCellList, LaysTheListsOutInARowAndSetsTheSentinel) {
 }
 
 TEST_F(ConstructCellList, ReturnsTheSizesInTheWorkArray) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
   construct_cell_list(&r.h, work.data());
 
@@ -286,7 +286,7 @@ TEST_F(ConstructCellList, ReturnsTheSizesInTheWorkArray) {
 }
 
 TEST_F(ConstructCellList, TouchesNoSummaryAndNoWeight) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
   mark_summaries(r.h);
   construct_cell_list(&r.h, work.data());
@@ -301,7 +301,7 @@ TEST_F(ConstructCellList, TouchesNoSummaryAndNoWeight) {
 }
 
 TEST_F(ConstructCellList, LeavesTheCellSideAndTheUnusedEntriesAlone) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
   construct_cell_list(&r.h, work.data());
 
@@ -342,7 +342,7 @@ TEST_F(ConstructCellList, WithoutCellsEveryNetIsEmpty) {
 }
 
 TEST_F(ConstructCellList, MakesNoRequest) {
-  Record r(small_shape(), Side::kCells);
+  Record r(four_nets(), Side::kCells);
   std::vector<int> work = work_for(4);
   construct_cell_list(&r.h, work.data());
 
@@ -350,7 +350,7 @@ TEST_F(ConstructCellList, MakesNoRequest) {
 }
 
 TEST_F(ConstructCellList, AgreesWithItsTwinOnRandomRecords) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kRecords; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Record r = random_record(seed, {.duplicates = seed % 2 == 0}, Side::kCells);
     Record expected = random_record(seed, {.duplicates = seed % 2 == 0}, Side::kCells);
@@ -365,7 +365,7 @@ TEST_F(ConstructCellList, AgreesWithItsTwinOnRandomRecords) {
 }
 
 TEST_F(BothSides, AreBuiltFromEachOtherWithoutLoss) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kRecords; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     const Shape shape = random_shape(seed, {.duplicates = seed % 2 == 0});
     Record r(shape, Side::kCells);
@@ -432,7 +432,7 @@ TEST_F(SortPinsOfNets, LeavesTheCellSideThePointersAndTheSummariesAlone) {
 }
 
 TEST_F(SortPinsOfNets, AgreesWithSortedCopiesOnRandomRecords) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kRecords; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     const Shape shape = random_shape(seed, {.duplicates = true});
     Record r(shape);

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <limits>
 #include <numeric>
 #include <random>
 #include <string>
@@ -12,6 +11,7 @@
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -24,9 +24,7 @@ using testing::IsEmpty;
 using Permute = Recorded;
 using PermuteByPart = Recorded;
 
-constexpr unsigned kSeeds = 400;
-constexpr int kMost = std::numeric_limits<int>::max();
-const std::string kSound = "(no fatal error)";
+constexpr unsigned kPermutations = 400;
 
 // Orders use the entries from 1 on; entry 0 is unused.
 std::vector<int> order_of(const std::vector<int>& numbers) {
@@ -56,14 +54,12 @@ std::vector<int> inverse_of(const std::vector<int>& order) {
   return inverse;
 }
 
-std::size_t at(int index) { return static_cast<std::size_t>(index); }
-
 int permute(const Hypergraph& h, Destination& d, const std::vector<int>& netperm, std::vector<int> cellperm) {
   return PermuteHypergraph(&h, &d.h, netperm.data(), cellperm.data());
 }
 
 // Three cells without a cell side.
-Record small_record() {
+Record three_cells_in_parts() {
   Record r({.ncells = 3,
             .pins = {{1, 2}, {3, 1, 2}, {}},
             .net_weights = {5, 6, 7},
@@ -75,22 +71,22 @@ Record small_record() {
 }
 
 // New net j is old net 2, 3, 1; new cell i is old cell 3, 1, 2.
-const std::vector<int> kNets = order_of({2, 3, 1});
-const std::vector<int> kCells = order_of({3, 1, 2});
+const std::vector<int> kNetOrder = order_of({2, 3, 1});
+const std::vector<int> kCellOrder = order_of({3, 1, 2});
 
 TEST_F(Permute, RenumbersThePinsAndKeepsTheirOrderWithinANet) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
 
-  EXPECT_EQ(permute(r.h, d, kNets, kCells), 0);
+  EXPECT_EQ(permute(r.h, d, kNetOrder, kCellOrder), 0);
   EXPECT_THAT(pins_of_nets(d.h), ElementsAre(ElementsAre(1, 2, 3), IsEmpty(), ElementsAre(2, 3)));
   EXPECT_THAT(of_nets(d.h, &Net::w), ElementsAre(6, 7, 5));
 }
 
 TEST_F(Permute, LaysThePinsOutInARowAndSetsTheSentinel) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(d.cell_list, ElementsAre(1, 2, 3, 2, 3, kMarker, kMarker));
   EXPECT_EQ(d.nets[1].pins, d.h._cell_list);
@@ -104,9 +100,9 @@ TEST_F(Permute, LaysThePinsOutInARowAndSetsTheSentinel) {
 }
 
 TEST_F(Permute, GivesEachNewCellTheFieldsOfItsOldOne) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(of_cells(d.h, &Cell::w), ElementsAre(30, 10, 20));
   EXPECT_THAT(of_cells(d.h, &Cell::inw), ElementsAre(300, 100, 200));
@@ -116,9 +112,9 @@ TEST_F(Permute, GivesEachNewCellTheFieldsOfItsOldOne) {
 }
 
 TEST_F(Permute, BuildsTheCellSideFromTheNewNets) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(nets_of_cells(d.h), ElementsAre(ElementsAre(1), ElementsAre(1, 3), ElementsAre(1, 3)));
   EXPECT_THAT(of_cells(d.h, &Cell::wdeg), ElementsAre(6, 11, 11));
@@ -129,10 +125,10 @@ TEST_F(Permute, BuildsTheCellSideFromTheNewNets) {
 }
 
 TEST_F(Permute, ReturnsTheDegreesOfTheNewCellsInTheirOrder) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  const std::vector<int> netperm = kNets;
-  std::vector<int> cellperm = kCells;
+  const std::vector<int> netperm = kNetOrder;
+  std::vector<int> cellperm = kCellOrder;
   PermuteHypergraph(&r.h, &d.h, netperm.data(), cellperm.data());
 
   EXPECT_THAT(cellperm, ElementsAre(0, 1, 2, 2));
@@ -140,7 +136,7 @@ TEST_F(Permute, ReturnsTheDegreesOfTheNewCellsInTheirOrder) {
 }
 
 TEST_F(Permute, CopiesCountsTotalsAndFormatAndNoExtremes) {
-  Record r = small_record();
+  Record r = three_cells_in_parts();
   r.h._totcw = 901;
   r.h._totinw = 902;
   r.h._totnw = 903;
@@ -148,7 +144,7 @@ TEST_F(Permute, CopiesCountsTotalsAndFormatAndNoExtremes) {
   r.h._fmt = 3;
   r.h._maxwcd = r.h._maxcd = r.h._mincd = 905;
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(std::vector<int>({d.h._c, d.h._n, d.h._p}), ElementsAre(3, 3, 5));
   EXPECT_THAT(std::vector<int>({d.h._totcw, d.h._totinw, d.h._totnw, d.h._virtualnets, d.h._fmt}),
@@ -157,11 +153,11 @@ TEST_F(Permute, CopiesCountsTotalsAndFormatAndNoExtremes) {
 }
 
 TEST_F(Permute, LeavesEverythingElseOfTheTargetAsItWas) {
-  Record r = small_record();
+  Record r = three_cells_in_parts();
   r.h._ninternets = 3;
   r.h._tag = 5;
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(left_elsewhere(d.h), ElementsAre(0, 1, 2, 3, 4, 5));
   EXPECT_EQ(d.h._ninternets, kMarker);
@@ -172,10 +168,10 @@ TEST_F(Permute, LeavesEverythingElseOfTheTargetAsItWas) {
 }
 
 TEST_F(Permute, DoesNotChangeTheSource) {
-  const Record r = small_record();
-  const Record same = small_record();
+  const Record r = three_cells_in_parts();
+  const Record same = three_cells_in_parts();
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_EQ(r.cell_list, same.cell_list);
   EXPECT_EQ(r.net_list, same.net_list);
@@ -184,26 +180,26 @@ TEST_F(Permute, DoesNotChangeTheSource) {
 }
 
 TEST_F(Permute, AllocatesTheReverseMapOfTheCellsAndFreesIt) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  permute(r.h, d, kNets, kCells);
+  permute(r.h, d, kNetOrder, kCellOrder);
 
   EXPECT_THAT(recorder::requests(), ElementsAre("imalloc 5 rcwork", "free rcwork"));
 }
 
 TEST_F(Permute, EndsTheProgramWhenThereIsNoRoomForTheReverseMap) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
   recorder::fail_allocation(1);
 
-  EXPECT_EQ(recorder::fatal_text([&] { permute(r.h, d, kNets, kCells); }), "rcwork");
+  EXPECT_EQ(recorder::fatal_text([&] { permute(r.h, d, kNetOrder, kCellOrder); }), "rcwork");
   EXPECT_EQ(d.h._c, kMarker);
 }
 
 TEST_F(Permute, OneArrayMayBeTheOrderOfBoth) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
-  std::vector<int> order = kCells;
+  std::vector<int> order = kCellOrder;
   PermuteHypergraph(&r.h, &d.h, order.data(), order.data());
 
   // Old net 3 comes first, and old cell 3.
@@ -212,7 +208,7 @@ TEST_F(Permute, OneArrayMayBeTheOrderOfBoth) {
 }
 
 TEST_F(Permute, WithTheIdentityGivesTheSourceAgain) {
-  const Record r = small_record();
+  const Record r = three_cells_in_parts();
   Destination d(r.h);
   permute(r.h, d, identity(3), identity(3));
 
@@ -282,7 +278,7 @@ TEST_F(Permute, WrapsWeightedDegrees) {
 }
 
 TEST_F(Permute, AgreesWithItsTwinOnRandomOrders) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kPermutations; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     recorder::reset();
     const Shape shape = random_shape(seed, {.nnets = seed % 20 == 0 ? 120 : 9, .duplicates = seed % 2 == 0});
@@ -297,15 +293,16 @@ TEST_F(Permute, AgreesWithItsTwinOnRandomOrders) {
     EXPECT_EQ(image_of(d), image_of(expected));
     EXPECT_EQ(cellperm, expected_cellperm);
     if (seed % 2 != 0) {
-      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&d.h); }), kSound);
-      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&d.h, d.h._n); }), kSound);
+      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&d.h); }), recorder::kSound);
+      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&d.h, d.h._n); }),
+                recorder::kSound);
     }
     EXPECT_THAT(recorder::held(), IsEmpty());
   }
 }
 
 TEST_F(Permute, ByAnOrderAndThenItsInverseGivesTheHypergraphBack) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kPermutations; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     const Record r = random_record(seed, {.duplicates = true});
     const std::vector<int> netperm = random_order(seed, r.h._n);
@@ -408,7 +405,7 @@ TEST_F(PermuteByPart, OfNothingAllowsZeroParts) {
 }
 
 TEST_F(PermuteByPart, AgreesWithItsTwinOnRandomParts) {
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
+  for (unsigned seed = 1; seed <= kPermutations; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     recorder::reset();
     Shape shape = random_shape(seed, {.nparts = 4, .duplicates = true});

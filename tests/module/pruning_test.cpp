@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -8,6 +7,7 @@
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -20,16 +20,12 @@ using testing::SizeIs;
 
 using PruningCopy = Recorded;
 
-constexpr int kAccount = 2;  // the mode that accounts for pruned nets
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
-const std::string kSound = "(no fatal error)";
 const std::vector<int> kOtherModes = {kLeast, -2, -1, 0, 1, 3, kMost};
 
 // Sizes 1, 2, 0, 3, 2, 1. The first pass changes the order 1 .. 6 to
 //   6 2 3 4 5 1,  5 2 3 4 6 1,  5 2 4 3 6 1
 // and finds three nets of two pins or more; with maxsize 3, the second pass sets the third of them aside.
-Record small_record() {
+Record six_nets() {
   Record r({.ncells = 4,
             .pins = {{1}, {1, 2}, {}, {4, 2, 1}, {3, 1}, {4}},
             .net_weights = {10, 20, 30, 40, 50, 60},
@@ -53,7 +49,7 @@ struct Pruned {
 };
 
 TEST_F(PruningCopy, OrdersKeptNetsThenSetAsideOnesThenPrunedOnes) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_EQ(copy.result, 0);
@@ -63,7 +59,7 @@ TEST_F(PruningCopy, OrdersKeptNetsThenSetAsideOnesThenPrunedOnes) {
 }
 
 TEST_F(PruningCopy, LabelsNetsAndCellsWithTheirSourceNumbers) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(copy.d.nlabel, ElementsAre(kMarker, 5, 2, 4, 3, 6, 1));
@@ -71,7 +67,7 @@ TEST_F(PruningCopy, LabelsNetsAndCellsWithTheirSourceNumbers) {
 }
 
 TEST_F(PruningCopy, CopiesPinsOfKeptAndSetAsideNetsInARow) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(copy.d.cell_list, ElementsAre(3, 1, 1, 2, 4, 2, 1, kMarker, kMarker, kMarker, kMarker));
@@ -84,7 +80,7 @@ TEST_F(PruningCopy, CopiesPinsOfKeptAndSetAsideNetsInARow) {
 }
 
 TEST_F(PruningCopy, TheSentinelNetFollowsTheSetAsideOnes) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_EQ(copy.h._nlst[4].pins, copy.h._cell_list + 7);
@@ -95,12 +91,12 @@ TEST_F(PruningCopy, TheSentinelNetFollowsTheSetAsideOnes) {
 }
 
 TEST_F(PruningCopy, CountsTheCopiedNetsOfEachCell) {
-  const Record r = small_record();
+  const Record r = six_nets();
   EXPECT_THAT(Pruned(r, 3).d.celldeg, ElementsAre(0, 3, 2, 1, 1));
 }
 
 TEST_F(PruningCopy, GivesEachCellARegionForItsCopiedNets) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
   const std::vector<Cell>& cells = copy.d.cells;
 
@@ -114,7 +110,7 @@ TEST_F(PruningCopy, GivesEachCellARegionForItsCopiedNets) {
 }
 
 TEST_F(PruningCopy, ACellsListHoldsItsKeptNetsAndCellendIsAfterThem) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(nets_of_cells(copy.h),
@@ -136,7 +132,7 @@ TEST_F(PruningCopy, SetAsideNetsFollowTheListFromTheEndOfTheRegion) {
 }
 
 TEST_F(PruningCopy, CopiesWeightsAndPartsOfTheCells) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3, 0);
 
   EXPECT_THAT(of_cells(copy.h, &Cell::w), ElementsAre(5, 6, 7, 8));
@@ -147,7 +143,7 @@ TEST_F(PruningCopy, CopiesWeightsAndPartsOfTheCells) {
 }
 
 TEST_F(PruningCopy, DegreesAndTheirExtremesAreOfKeptNetsOnly) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(70, 20, 50, 0));
@@ -174,7 +170,7 @@ TEST_F(PruningCopy, OfNegativeWeightsTheLargestWeightedDegreeIsZero) {
 }
 
 TEST_F(PruningCopy, AccountsForThePrunedNetsInMode2) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   // In their order after the copied nets: net 3, which has no pin, then 6 and 1.
@@ -188,7 +184,7 @@ TEST_F(PruningCopy, AccountsForThePrunedNetsInMode2) {
 }
 
 TEST_F(PruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
-  const Record r = small_record();
+  const Record r = six_nets();
   for (const int mode : kOtherModes) {
     SCOPED_TRACE(testing::Message() << "mode " << mode);
     Destination d(r.h);
@@ -208,7 +204,7 @@ TEST_F(PruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
 }
 
 TEST_F(PruningCopy, AllocatesNothingButThePairsInPoolZero) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_THAT(recorder::requests(), ElementsAre("poolalloc 0 16 CopyConsHypergraph: nh->_internets"));
@@ -224,14 +220,14 @@ TEST_F(PruningCopy, AllocatesABlockForPairsAlsoWhenThereAreNone) {
 }
 
 TEST_F(PruningCopy, AllocatesNothingInAnyOtherMode) {
-  const Record r = small_record();
+  const Record r = six_nets();
   for (const int mode : kOtherModes) Pruned(r, 3, mode);
 
   EXPECT_THAT(recorder::requests(), IsEmpty());
 }
 
 TEST_F(PruningCopy, EndsTheProgramWhenThereIsNoRoomForThePairs) {
-  const Record r = small_record();
+  const Record r = six_nets();
   Destination d(r.h);
   recorder::fail_allocation(1);
 
@@ -239,7 +235,7 @@ TEST_F(PruningCopy, EndsTheProgramWhenThereIsNoRoomForThePairs) {
 }
 
 TEST_F(PruningCopy, CopiesCountsTotalsAndFormat) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
 
   EXPECT_EQ(copy.h._c, 4);
@@ -248,7 +244,7 @@ TEST_F(PruningCopy, CopiesCountsTotalsAndFormat) {
 }
 
 TEST_F(PruningCopy, LeavesEverythingElseOfTheDestinationAsItWas) {
-  Record r = small_record();
+  Record r = six_nets();
   r.h._tag = 12;
   const Pruned copy(r, 3);
 
@@ -261,8 +257,8 @@ TEST_F(PruningCopy, LeavesEverythingElseOfTheDestinationAsItWas) {
 }
 
 TEST_F(PruningCopy, DoesNotChangeTheSource) {
-  const Record r = small_record();
-  const Record same = small_record();
+  const Record r = six_nets();
+  const Record same = six_nets();
   const std::vector<int> before = counts_of(r.h);
   const Pruned copy(r, 3);
 
@@ -274,8 +270,8 @@ TEST_F(PruningCopy, DoesNotChangeTheSource) {
 }
 
 TEST_F(PruningCopy, NeedsNoCellSideInTheSource) {
-  const Record both(small_record());
-  Record r = small_record();
+  const Record both(six_nets());
+  Record r = six_nets();
   for (Cell& cell : r.cells) cell.nets = cell.netsend = nullptr;
 
   EXPECT_EQ(Pruned(r, 3).d.net_list, Pruned(both, 3).d.net_list);
@@ -310,7 +306,7 @@ TEST_F(PruningCopy, KeepsNetsOfTwoPinsUpToOneLessThanMaxsize) {
 }
 
 TEST_F(PruningCopy, OfMaxsize2OrLessSetsEveryNetAside) {
-  const Record r = small_record();
+  const Record r = six_nets();
   for (const int maxsize : {2, 1, 0, -1, kLeast}) {
     SCOPED_TRACE(testing::Message() << "maxsize " << maxsize);
     const Pruned copy(r, maxsize);
@@ -329,7 +325,7 @@ TEST_F(PruningCopy, OfMaxsize2OrLessSetsEveryNetAside) {
 }
 
 TEST_F(PruningCopy, OfAMaxsizeAboveEveryNetSetsNoneAside) {
-  const Record r = small_record();
+  const Record r = six_nets();
   for (const int maxsize : {4, kMost}) {
     const Pruned copy(r, maxsize);
 
@@ -470,9 +466,10 @@ TEST_F(PruningCopy, AgreesWithItsTwinOnRandomHypergraphs) {
     EXPECT_EQ(image_of(copy.d), expected_image);
     EXPECT_EQ(recorder::requests(), expected_requests);
     if (duplicates) continue;
-    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&copy.h, copy.d.nmulti); }), kSound);
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&copy.h, copy.d.nmulti); }),
+              recorder::kSound);
     if (mode == kAccount) {
-      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&copy.h); }), kSound);
+      EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&copy.h); }), recorder::kSound);
     }
   }
 }
@@ -507,7 +504,7 @@ TEST_F(SetAsideNets, AreNumberedFromOneOnTheCellsOfTheCopy) {
 }
 
 TEST_F(SetAsideNets, HaveTheirWeightsAndThoseOfTheCells) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 2);  // sets source nets 2, 4 and 5 aside
   const Aside aside(copy.d);
 
@@ -523,7 +520,7 @@ TEST_F(SetAsideNets, HaveTheirWeightsAndThoseOfTheCells) {
 }
 
 TEST_F(SetAsideNets, MayBeNone) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 4);
   const Aside aside(copy.d);
 
@@ -545,12 +542,12 @@ TEST_F(SetAsideNets, HaveTheOrderAndNumbersOfAShuffledCopy) {
     EXPECT_EQ(pins_of_nets(aside.h), pins_of_nets(copy, copy.h._n + 1, copy.nmulti));
     for (int j = 1; j <= aside.h._n; ++j)
       EXPECT_EQ(aside.h._nlst[j].w, r.h._nlst[copy.nlabel[static_cast<std::size_t>(copy.h._n + j)]].w);
-    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&aside.h); }), kSound);
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofHypergraph(&aside.h); }), recorder::kSound);
   }
 }
 
 TEST_F(SetAsideNets, LeaveTheCopyAsItWas) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3);
   const Pruned same(r, 3);
   const Aside aside(copy.d);
@@ -564,7 +561,7 @@ TEST_F(SetAsideNets, LeaveTheCopyAsItWas) {
 }
 
 TEST_F(SetAsideNets, KeepFourHeapArraysAndNothingElse) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3, 0);
   const Aside aside(copy.d);
 
@@ -576,7 +573,7 @@ TEST_F(SetAsideNets, KeepFourHeapArraysAndNothingElse) {
 }
 
 TEST_F(SetAsideNets, EndTheProgramWhenMemoryIsExhausted) {
-  const Record r = small_record();
+  const Record r = six_nets();
   const Pruned copy(r, 3, 0);
   const std::vector<std::string> tags = {"malloc_hypergraph: clst", "malloc_hypergraph: nlst",
                                          "malloc_hypergraph: cell_list", "malloc_hypergraph: net_list",

@@ -13,7 +13,7 @@
 namespace quillon {
 namespace {
 
-struct Shape {
+struct Dimensions {
   int ncells;
   int nnets;
   int most_pins;
@@ -23,7 +23,7 @@ struct Shape {
 };
 
 // Otherwise gtest prints the bytes, including padding.
-void PrintTo(const Shape& shape, std::ostream* out) {
+void PrintTo(const Dimensions& shape, std::ostream* out) {
   *out << shape.ncells << " cells, " << shape.nnets << " nets of up to " << shape.most_pins << " pins, seed "
        << shape.seed;
 }
@@ -36,7 +36,7 @@ struct Scattered {
   std::vector<int> cell_list;
   std::vector<int> net_list;
 
-  explicit Scattered(const Shape& shape) : nets(entries(shape.nnets)), cells(entries(shape.ncells)) {
+  explicit Scattered(const Dimensions& shape) : nets(entries(shape.nnets)), cells(entries(shape.ncells)) {
     std::mt19937 draw(shape.seed);
     const auto below = [&draw](int bound) { return static_cast<int>(draw() % static_cast<unsigned>(bound)); };
     cell_list.reserve(16);  // not null even without pins
@@ -90,7 +90,7 @@ void expect_same_lists(const std::vector<Item>& seen, const std::vector<Item>& e
     ASSERT_EQ(seen[k].*last - seen_list.data(), expected[k].*last - expected_list.data()) << "item " << k;
 }
 
-class ScatteredCells : public testing::TestWithParam<Shape> {};
+class ScatteredCells : public testing::TestWithParam<Dimensions> {};
 
 TEST_P(ScatteredCells, GetTheListsThatTheTwinGives) {
   Scattered r(GetParam());
@@ -162,13 +162,14 @@ TEST(ScatteredCellsFarFromOneAnother, GetTheirListsToo) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, ScatteredCells,
-                         testing::Values(Shape{200000, 30000, 9, false, 1}, Shape{200000, 30000, 9, true, 2},
-                                         Shape{131072, 140000, 3, true, 3}, Shape{300001, 200, 700, false, 4},
-                                         Shape{140000, 1, 5, true, 5}, Shape{1000, 3000, 6, true, 6},
-                                         Shape{20000, 600000, 2, true, 7},
-                                         // The bucket of the hub does not fit in the work array.
-                                         Shape{200000, 260000, 9, false, 8, true}));
+INSTANTIATE_TEST_SUITE_P(
+    Shapes, ScatteredCells,
+    testing::Values(Dimensions{200000, 30000, 9, false, 1}, Dimensions{200000, 30000, 9, true, 2},
+                    Dimensions{131072, 140000, 3, true, 3}, Dimensions{300001, 200, 700, false, 4},
+                    Dimensions{140000, 1, 5, true, 5}, Dimensions{1000, 3000, 6, true, 6},
+                    Dimensions{20000, 600000, 2, true, 7},
+                    // The bucket of the hub does not fit in the work array.
+                    Dimensions{200000, 260000, 9, false, 8, true}));
 
 }  // namespace
 }  // namespace quillon

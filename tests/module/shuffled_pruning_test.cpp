@@ -10,6 +10,7 @@
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -21,12 +22,8 @@ using testing::IsEmpty;
 
 using ShuffledPruningCopy = Recorded;
 
-constexpr int kAccount = 2;  // the mode that accounts for pruned nets
-constexpr int kMost = std::numeric_limits<int>::max();
-const std::string kSound = "(no fatal error)";
-
 // The one-pin net contains cell 2.
-Shape small_shape() {
+Shape five_cells() {
   return {.ncells = 5,
           .pins = {{2}, {1, 2, 3}, {4, 5}},
           .net_weights = {9, 20, 30},
@@ -54,7 +51,7 @@ struct Shuffled {
 
 TEST_F(ShuffledPruningCopy, DrawsTheNetOrderThenTheCellsThenThePinsOfEachNet) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   EXPECT_EQ(copy.result, 0);
   EXPECT_THAT(recorder::requests(), ElementsAre("PermuteInPlace 3", "PermuteInPlace 5",  //
@@ -65,7 +62,7 @@ TEST_F(ShuffledPruningCopy, DrawsTheNetOrderThenTheCellsThenThePinsOfEachNet) {
 
 TEST_F(ShuffledPruningCopy, NumbersNetsAndCellsAsDrawn) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   EXPECT_THAT(copy.d.netorder, ElementsAre(kMarker, 3, 2, 1));
   EXPECT_THAT(copy.d.nlabel, ElementsAre(kMarker, 3, 2, 1));
@@ -77,7 +74,7 @@ TEST_F(ShuffledPruningCopy, NumbersNetsAndCellsAsDrawn) {
 
 TEST_F(ShuffledPruningCopy, WritesThePinsAsDrawnUnderTheirNewNumbers) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   // Drawing entry 0 of 4 5 gives 4, then 5; of 1 2 3 it gives 1, then of 3 2 it gives 3, then 2.
   EXPECT_THAT(copy.d.cell_list, ElementsAre(2, 4, 3, 1, 5, kMarker, kMarker, kMarker));
@@ -89,15 +86,15 @@ TEST_F(ShuffledPruningCopy, WritesThePinsAsDrawnUnderTheirNewNumbers) {
 
 TEST_F(ShuffledPruningCopy, LeavesTheSourcesPinsInTheReverseOfTheOrderDrawn) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   EXPECT_THAT(copy.r.cell_list, ElementsAre(2, 2, 3, 1, 5, 4, kMarker, kMarker));
 }
 
 TEST_F(ShuffledPruningCopy, ChangesNothingElseInTheSource) {
-  Record r(small_shape());
+  Record r(five_cells());
   Destination d(r.h);
-  const Record same(small_shape());
+  const Record same(five_cells());
   const std::vector<int> before = counts_of(r.h);
   script_small_shuffle();
   prune_shuffled(r.h, d, 9, kAccount);
@@ -116,7 +113,7 @@ TEST_F(ShuffledPruningCopy, ChangesNothingElseInTheSource) {
 }
 
 TEST_F(ShuffledPruningCopy, GivesTheCopysCellTheFieldsOfItsSourceCell) {
-  Record r(small_shape());
+  Record r(five_cells());
   for (int i = 1; i <= 5; ++i) r.h._clst[i].inw = 100 * i;
   Destination d(r.h);
   script_small_shuffle();
@@ -129,7 +126,7 @@ TEST_F(ShuffledPruningCopy, GivesTheCopysCellTheFieldsOfItsSourceCell) {
 
 TEST_F(ShuffledPruningCopy, DegreesAndListsGoByTheCopysNumbers) {
   script_small_shuffle();
-  Shape shape = small_shape();
+  Shape shape = five_cells();
   shape.pins[1] = {1, 2, 4};  // so that source cell 4, the copy's cell 2, is on both nets
   const Shuffled copy(shape, 3);
 
@@ -148,7 +145,7 @@ TEST_F(ShuffledPruningCopy, DegreesAndListsGoByTheCopysNumbers) {
 
 TEST_F(ShuffledPruningCopy, APairNamesTheCopysCellWhileTheWeightGoesToTheSourcesNumber) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   EXPECT_THAT(internets(copy.h), ElementsAre(ElementsAre(1, 5)));
   EXPECT_THAT(of_cells(copy.h, &Cell::inw), ElementsAre(0, 9, 0, 0, 0));
@@ -191,7 +188,7 @@ TEST_F(ShuffledPruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
   for (const int mode : {std::numeric_limits<int>::min(), -2, -1, 0, 1, 3, kMost}) {
     SCOPED_TRACE(testing::Message() << "mode " << mode);
     recorder::reset();
-    Record r(small_shape());
+    Record r(five_cells());
     Destination d(r.h);
     InternalNet old = {1, 1};
     d.h._internets = &old;
@@ -208,7 +205,7 @@ TEST_F(ShuffledPruningCopy, CountsThePrunedNetsButMovesNoWeightInAnyOtherMode) {
 }
 
 TEST_F(ShuffledPruningCopy, EndsTheProgramWhenThereIsNoRoomForThePairs) {
-  Record r(small_shape());
+  Record r(five_cells());
   Destination d(r.h);
   recorder::fail_allocation(1);
 
@@ -218,7 +215,7 @@ TEST_F(ShuffledPruningCopy, EndsTheProgramWhenThereIsNoRoomForThePairs) {
 
 TEST_F(ShuffledPruningCopy, LeavesEverythingElseOfTheDestinationAsItWas) {
   script_small_shuffle();
-  const Shuffled copy(small_shape(), 9);
+  const Shuffled copy(five_cells(), 9);
 
   EXPECT_THAT(left_elsewhere(copy.h), ElementsAre(0, 1, 2, 3, 4, 5));
   EXPECT_EQ(copy.h._tag, kMarker);
@@ -287,8 +284,6 @@ TEST_F(ShuffledPruningCopy, SumsWrap) {
   EXPECT_THAT(of_cells(copy.h, &Cell::wdeg), ElementsAre(-2, -2));
 }
 
-std::size_t at(int number) { return static_cast<std::size_t>(number); }
-
 std::vector<int> random_permutation(std::mt19937& generator, int count) {
   std::vector<int> permutation(at(count));
   std::iota(permutation.begin(), permutation.end(), 0);
@@ -328,7 +323,8 @@ TEST_F(ShuffledPruningCopy, AgreesWithItsTwinInRandomOrders) {
     EXPECT_EQ(image_of(copy.r), image_of(r));  // the pins of the source change their order
     EXPECT_EQ(recorder::requests(), expected_requests);
     if (duplicates) continue;
-    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&copy.h, copy.d.nmulti); }), kSound);
+    EXPECT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&copy.h, copy.d.nmulti); }),
+              recorder::kSound);
   }
 }
 

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <vector>
 
 #include "hypergraph/hypergraph.h"
@@ -8,6 +7,7 @@
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
 #include "tests/support/destination.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -21,11 +21,8 @@ using SetHypergraphInfos = Recorded;
 using ClearWeights = Recorded;
 using HygrInfoText = Recorded;
 
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
-
 // Cells of degree 2, 1, 0 and 3.
-Shape small_shape() {
+Shape three_nets() {
   return {.ncells = 4,
           .pins = {{4, 1}, {2, 4, 1}, {4}},
           .net_weights = {10, 200, 3000},
@@ -33,7 +30,7 @@ Shape small_shape() {
 }
 
 TEST_F(SetHypergraphInfos, RecomputesWhatTheCellsTell) {
-  Record r(small_shape());
+  Record r(three_nets());
   r.h._totcw = kMarker;
   set_hypergraph_infos(&r.h);
 
@@ -63,7 +60,7 @@ TEST_F(SetHypergraphInfos, TheSmallestDegreeIsThatOfTheCellWithFewestNets) {
 }
 
 TEST_F(SetHypergraphInfos, ResetsWhatWasFoldedIntoEachCell) {
-  Record r(small_shape());
+  Record r(three_nets());
   for (Cell& cell : r.cells) cell.inw = 70;
   set_hypergraph_infos(&r.h);
 
@@ -151,8 +148,8 @@ TEST_F(SetHypergraphInfos, WithoutCellsTheNetsAreNotLookedAt) {
 }
 
 TEST_F(SetHypergraphInfos, LeavesTheOtherTotalsTheNetsAndTheListsAlone) {
-  Record r(small_shape());
-  const Record before(small_shape());
+  Record r(three_nets());
+  const Record before(three_nets());
   r.h._totinw = 905;
   r.h._totnw = 906;
   r.h._virtualnets = 907;
@@ -172,7 +169,7 @@ TEST_F(SetHypergraphInfos, LeavesTheOtherTotalsTheNetsAndTheListsAlone) {
 }
 
 TEST_F(SetHypergraphInfos, UsesTheCellSideOnly) {
-  Record r(small_shape());
+  Record r(three_nets());
   for (Net& net : r.nets) net.pins = net.pinsend = nullptr;
   set_hypergraph_infos(&r.h);
 
@@ -189,7 +186,7 @@ TEST_F(SetHypergraphInfos, SumsWrapAround) {
 }
 
 TEST_F(SetHypergraphInfos, MakesNoRequest) {
-  Record r(small_shape());
+  Record r(three_nets());
   set_hypergraph_infos(&r.h);
 
   EXPECT_THAT(recorder::requests(), IsEmpty());
@@ -210,7 +207,7 @@ TEST_F(SetHypergraphInfos, AgreesWithItsTwinOnRandomRecords) {
 }
 
 TEST_F(ClearWeights, SetsEveryWeightToOneAndTheCellTotalToTheirNumber) {
-  Record r(small_shape());
+  Record r(three_nets());
   clear_weights(&r.h);
 
   EXPECT_THAT(of_nets(r.h, &Net::w), Each(1));
@@ -219,7 +216,7 @@ TEST_F(ClearWeights, SetsEveryWeightToOneAndTheCellTotalToTheirNumber) {
 }
 
 TEST_F(ClearWeights, LeavesEverythingElseAsItWas) {
-  Record r(small_shape());
+  Record r(three_nets());
   set_hypergraph_infos(&r.h);
   r.cells[1].inw = 70;
   r.h._totinw = 905;
@@ -239,7 +236,7 @@ TEST_F(ClearWeights, LeavesEverythingElseAsItWas) {
 }
 
 TEST_F(ClearWeights, LeavesTheSpareEntriesAlone) {
-  Record r(small_shape());
+  Record r(three_nets());
   clear_weights(&r.h);
 
   EXPECT_EQ(r.cells[0].w, kMarker);

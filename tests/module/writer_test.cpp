@@ -12,6 +12,7 @@
 #include "hypergraph/hypergraph.h"
 #include "tests/double/recorded.h"
 #include "tests/double/recorder.h"
+#include "tests/support/extremes.h"
 #include "tests/support/records.h"
 
 namespace quillon {
@@ -24,9 +25,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 using WriteHypergraphToStream = Recorded;
-
-constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kLeast = std::numeric_limits<int>::min();
 
 const std::string kOpening =
     "% This file is created by Quillon v1.1\n"
@@ -51,14 +49,14 @@ std::string written(const Hypergraph& h, int numbering, int fmt) {
 }
 
 // Four cells, the last one on no net; the second net is empty.
-Record small_record() {
+Record four_cells() {
   return Record({.ncells = 4,
                  .pins = {{3, 1}, {}, {2, 1, 3}},
                  .net_weights = {10, 20, -30},
                  .cell_weights = {5, 6, 7, 8}});
 }
 
-// The statistics after the data of small_record(), the same for every format and numbering.
+// The statistics after the data of four_cells(), the same for every format and numbering.
 const std::string kSmallInfo =
     "\n% ------ Hypergraph info -------"
     "\n #Cells           :       4"
@@ -72,7 +70,7 @@ const std::string kSmallInfo =
     "\n Avg. Nets Size   :   1.667";
 
 TEST_F(WriteHypergraphToStream, WithoutWeightsWritesTheHeaderAndALineANet) {
-  const Record r = small_record();
+  const Record r = four_cells();
 
   EXPECT_EQ(written(r.h, 1, 0), kOpening + "1 4 3 5 0\n3 1 \n\n2 1 3 " + kSmallInfo);
   EXPECT_EQ(written(r.h, 0, 0), kOpening + "0 4 3 5 0\n2 0 \n\n1 0 2 " + kSmallInfo);
@@ -87,7 +85,7 @@ TEST_F(WriteHypergraphToStream, LetsTheNumberOfABrokenPinWrap) {
 }
 
 TEST_F(WriteHypergraphToStream, WritesCellWeightsAfterTheNets) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string weights = "\n% ------ Cell weights -------\n5 6 7 8 ";
 
   EXPECT_EQ(written(r.h, 1, 1), kOpening + "1 4 3 5 1\n3 1 \n\n2 1 3 " + weights + kSmallInfo);
@@ -95,14 +93,14 @@ TEST_F(WriteHypergraphToStream, WritesCellWeightsAfterTheNets) {
 }
 
 TEST_F(WriteHypergraphToStream, WritesNetWeightsFirstOnEachLineAlsoOfAnEmptyNet) {
-  const Record r = small_record();
+  const Record r = four_cells();
 
   EXPECT_EQ(written(r.h, 1, 2), kOpening + "1 4 3 5 2\n10 3 1 \n20 \n-30 2 1 3 " + kSmallInfo);
   EXPECT_EQ(written(r.h, 0, 2), kOpening + "0 4 3 5 2\n10 2 0 \n20 \n-30 1 0 2 " + kSmallInfo);
 }
 
 TEST_F(WriteHypergraphToStream, WritesBothWeights) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string weights = "\n% ------ Cell weights -------\n5 6 7 8 ";
 
   EXPECT_EQ(written(r.h, 1, 3), kOpening + "1 4 3 5 3\n10 3 1 \n20 \n-30 2 1 3 " + weights + kSmallInfo);
@@ -112,7 +110,7 @@ TEST_F(WriteHypergraphToStream, WritesBothWeights) {
 TEST_F(WriteHypergraphToStream, DoesNotAskTheRecordForItsFormat) {
   const std::string expected = kOpening + "1 4 3 5 0\n3 1 \n\n2 1 3 " + kSmallInfo;
   for (const int fmt : {0, 1, 2, 3, kMarker}) {
-    Record r = small_record();
+    Record r = four_cells();
     r.h._fmt = fmt;
     EXPECT_EQ(written(r.h, 1, 0), expected) << fmt;
   }
@@ -260,7 +258,7 @@ TEST_F(WriteHypergraphToStream, DividesInDoublePrecision) {
 }
 
 std::string fatal_text_of(int numbering, int fmt) {
-  const Record r = small_record();
+  const Record r = four_cells();
   std::FILE* const stream = std::tmpfile();
   std::string text = recorder::fatal_text([&] { write_hypergraph2File(&r.h, stream, numbering, fmt); });
   EXPECT_EQ(contents(stream), "");
@@ -285,7 +283,7 @@ TEST_F(WriteHypergraphToStream, LooksAtTheFormatFirst) {
 }
 
 TEST_F(WriteHypergraphToStream, AsksTheUtilityLayerForNothing) {
-  const Record r = small_record();
+  const Record r = four_cells();
   written(r.h, 1, 3);
 
   EXPECT_THAT(recorder::requests(), IsEmpty());
@@ -293,7 +291,7 @@ TEST_F(WriteHypergraphToStream, AsksTheUtilityLayerForNothing) {
 }
 
 TEST_F(WriteHypergraphToStream, ChangesNothingInTheRecord) {
-  const Record r = small_record(), same = small_record();
+  const Record r = four_cells(), same = four_cells();
   written(r.h, 0, 3);
 
   EXPECT_EQ(r.cell_list, same.cell_list);
@@ -303,7 +301,7 @@ TEST_F(WriteHypergraphToStream, ChangesNothingInTheRecord) {
 }
 
 TEST_F(WriteHypergraphToStream, ContinuesWhereTheStreamStands) {
-  const Record r = small_record();
+  const Record r = four_cells();
   std::FILE* const stream = std::tmpfile();
   std::fputs("before|", stream);
   write_hypergraph2File(&r.h, stream, 1, 0);
@@ -336,7 +334,7 @@ class WriteHypergraph : public Recorded {
 };
 
 TEST_F(WriteHypergraph, OpensWritesAndClosesTheFile) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string name = path("small.qhg");
 
   EXPECT_EQ(write_hypergraph(&r.h, name.c_str(), 0, 2), 0);
@@ -345,7 +343,7 @@ TEST_F(WriteHypergraph, OpensWritesAndClosesTheFile) {
 }
 
 TEST_F(WriteHypergraph, ReplacesWhatTheFileHeld) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string name = path("small.qhg");
   std::ofstream(name) << std::string(5000, 'x');
   write_hypergraph(&r.h, name.c_str(), 1, 0);
@@ -354,7 +352,7 @@ TEST_F(WriteHypergraph, ReplacesWhatTheFileHeld) {
 }
 
 TEST_F(WriteHypergraph, RefusesTheArgumentsThatTheStreamWriterRefuses) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string name = path("small.qhg");
 
   EXPECT_EQ(recorder::fatal_text([&] { write_hypergraph(&r.h, name.c_str(), 2, 0); }),
@@ -364,7 +362,7 @@ TEST_F(WriteHypergraph, RefusesTheArgumentsThatTheStreamWriterRefuses) {
 }
 
 TEST_F(WriteHypergraph, LeavesFlushingAStreamToTheCaller) {
-  const Record r = small_record();
+  const Record r = four_cells();
   const std::string name = path("small.qhg");
   std::vector<char> buffer(1 << 16);
   std::FILE* const stream = std::fopen(name.c_str(), "w");

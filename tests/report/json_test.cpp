@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/five_cells.h"
 #include "tests/support/records.h"
 #include "tools/report/json_report.h"
 #include "tools/report/text_report.h"
@@ -23,8 +24,8 @@ std::string printed(const std::function<void()>& print) {
   return output;
 }
 
-Record five_cells() {
-  Record r({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}}, {5, 2, 7, 1}, {3, 1, 1, 1, 2}});
+Record with_internal_nets() {
+  Record r = five_cells();
   r.h._totinw = 20;
   r.h._virtualnets = 30;
   return r;
@@ -65,7 +66,7 @@ TEST(PrintStatsJson, HasNullForFiguresOfNoItems) {
 }
 
 TEST(PrintCheckJson, PrintsCountsAndSymmetry) {
-  EXPECT_EQ(printed([] { print_check_json("h", five_cells().h, 2, true); }),
+  EXPECT_EQ(printed([] { print_check_json("h", with_internal_nets().h, 2, true); }),
             R"({"schema_version":1,"command":"check","file":"h","status":"ok","cells":5,"nets":4,"pins":9,)"
             R"("folded":{"nets":2},"symmetric":true})"
             "\n");
@@ -78,7 +79,7 @@ TEST(PrintFailureJson, ReplacesMalformedUtf8) {
 
 TEST(PrintPartition, ShowsTheSameModelAsJsonAndAsText) {
   const measures::Partition partition{{-7, 0, 2, 0, 2, 0}, 3};
-  const PartitionModel model = partition_model("h", "p", five_cells().h, partition);
+  const PartitionModel model = partition_model("h", "p", with_internal_nets().h, partition);
 
   EXPECT_EQ(
       printed([&] { print_partition_json("partition-info", model); }),

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/five_cells.h"
 #include "tests/support/records.h"
 #include "tools/report/charts.h"
 #include "tools/report/html_report.h"
@@ -21,10 +22,6 @@ using testing::Not;
 using testing::StartsWith;
 
 // Nets 2 and 3 are cut by parts 0, 2, 0, 2, 0.
-Record five_cells() {
-  return Record({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}}, {5, 2, 7, 1}, {3, 1, 1, 1, 2}});
-}
-
 const measures::Partition kThreeParts{{-7, 0, 2, 0, 2, 0}, 3};
 
 std::string page_of(const Record& r) { return html_page(page_model("title", r.h, {}, {})); }

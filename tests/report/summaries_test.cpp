@@ -3,9 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
-#include <limits>
 #include <vector>
 
+#include "tests/support/extremes.h"
+#include "tests/support/five_cells.h"
 #include "tests/support/records.h"
 
 namespace quillon::tool {
@@ -21,9 +22,6 @@ testing::Matcher<Bin> is_bin(int lo, int hi, std::int64_t count) {
   return AllOf(Field(&Bin::lo, lo), Field(&Bin::hi, hi), Field(&Bin::count, count));
 }
 
-// Cells 1..5 have degrees 2, 2, 2, 1, 2.
-Record five_cells() { return Record({5, {{1, 3, 5}, {1, 2}, {2, 3, 4, 5}, {}}}); }
-
 TEST(LogarithmicBins, HoldOneValueEachUpTo40) {
   EXPECT_THAT(logarithmic_bins({}), IsEmpty());
   EXPECT_THAT(logarithmic_bins({{0, 5}, {39, 2}, {40, 1}}),
@@ -38,7 +36,6 @@ TEST(LogarithmicBins, HoldAnEighthOfADecadeOtherwise) {
 }
 
 TEST(LogarithmicBins, LoseNothingUpToTheLargestNumber) {
-  constexpr int kMost = std::numeric_limits<int>::max();
   measures::Distribution distribution;
   for (std::int64_t value = 1; value < kMost; value = value * 3 / 2 + 1)
     distribution.emplace_back(static_cast<int>(value), 1);

@@ -38,6 +38,9 @@ class Destination {
   static int elsewhere[6];
 };
 
+/// The mode that accounts for pruned nets.
+inline constexpr int kAccount = 2;
+
 /// `CopyConsHypergraph` and `CopyPermConsHypergraph`; the result is in `to.h` and in the arrays of `to`.
 int prune(const Hypergraph& from, Destination& to, int maxsize, int mode);
 int prune_shuffled(Hypergraph& from, Destination& to, int maxsize, int mode);

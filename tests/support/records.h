@@ -23,6 +23,8 @@ struct Shape {
 /// The side of the incidence that is built. The other one has null lists, but room for them.
 enum class Side { kNets, kCells, kBoth };
 
+inline std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
 /// The value of every entry that has not been set.
 inline constexpr int kMarker = -7;
 

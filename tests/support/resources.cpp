@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "tests/support/pool_top.h"
 #include "tests/util/variant.h"
 #include "util/util.h"
 
@@ -69,16 +70,7 @@ std::uint64_t quillon::held_bytes() { return 0; }
 #endif
 
 namespace quillon {
-namespace {
-
-// The address of the next block of a pool.
-void* top_of(int pool) {
-  void* const block = poolalloc(pool, 1, "top_of");
-  poolfree_upto(pool, block, "top_of");
-  return block;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 bool heap_is_counted() {
   const std::uint64_t before = held_bytes();

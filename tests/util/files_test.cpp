@@ -10,12 +10,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/support/extremes.h"
 #include "tests/support/throwing.h"
 #include "util/util.h"
 
@@ -25,8 +25,6 @@ namespace {
 using testing::ElementsAre;
 
 constexpr std::int32_t kMarker = -77;
-constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 
 // read_array reads its file in pieces of this size.
 constexpr std::size_t kPiece = 16384;
@@ -309,12 +307,12 @@ TEST(ReadArray, AcceptsSignsAndLeadingZeros) {
 TEST(ReadArray, AcceptsAnyNumberOfLeadingZeros) {
   const std::string zeros(3 * kPiece, '0');
   EXPECT_THAT(read_from(zeros + "12 -" + zeros + "2147483648 " + zeros, 3),
-              ElementsAre(kMarker, 12, kSmallest, 0, kMarker));
+              ElementsAre(kMarker, 12, kLeast, 0, kMarker));
 }
 
 TEST(ReadArray, AcceptsEvery32BitInteger) {
   EXPECT_THAT(read_from("-2147483648 2147483647 -2147483647 2147483646", 4),
-              ElementsAre(kMarker, kSmallest, kLargest, -2147483647, 2147483646, kMarker));
+              ElementsAre(kMarker, kLeast, kMost, -2147483647, 2147483646, kMarker));
 }
 
 TEST(ReadArray, RefusesIntegersOutOfRange) {
@@ -439,7 +437,7 @@ TEST(ReadArray, FillsFromANegativeIndexOn) {
 }
 
 TEST(ReadArray, ReadsNothingForACountOf0OrLess) {
-  for (const int count : {0, -1, static_cast<int>(kSmallest)})
+  for (const int count : {0, -1, static_cast<int>(kLeast)})
     EXPECT_THAT(read_from("1 x", count), ElementsAre(kMarker, kMarker)) << count;
 }
 

@@ -24,7 +24,6 @@ namespace {
 using testing::ExitedWithCode;
 using testing::StrEq;
 
-constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
 unsigned char* bytes_of(void* block) { return static_cast<unsigned char*>(block); }
 

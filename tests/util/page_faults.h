@@ -10,6 +10,8 @@
 
 namespace quillon {
 
+inline constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
+
 inline std::uint64_t minor_faults() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);

@@ -36,7 +36,6 @@ using testing::HasSubstr;
 using testing::KilledBySignal;
 using testing::StrEq;
 
-constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
 
 char* take(int pool, std::uint64_t bytes) {

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/extremes.h"
 #include "tests/support/throwing.h"
 #include "util/util.h"
 
@@ -22,8 +23,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::ExitedWithCode;
 using testing::StrEq;
-
-constexpr int kLargest = std::numeric_limits<int>::max();
 
 struct Draws {
   std::uint64_t seed;
@@ -107,8 +106,8 @@ TEST(URandom, GivesThePublishedStream) {
 
 TEST(URandom, GivesThePublishedStreamFarFromItsStart) {
   uSeed(42);
-  for (int i = 0; i < 1'000'000; ++i) uRandom(kLargest);
-  EXPECT_THAT(draws(kLargest, 4), ElementsAre(1789334810, 1514539812, 1210305162, 1673317005));
+  for (int i = 0; i < 1'000'000; ++i) uRandom(kMost);
+  EXPECT_THAT(draws(kMost, 4), ElementsAre(1789334810, 1514539812, 1210305162, 1673317005));
 
   // With this bound one number in four is skipped.
   uSeed(42);
@@ -135,7 +134,7 @@ TEST(URandom, RepeatsTheStreamOfASeed) {
 
 TEST(URandom, StaysBelowTheBound) {
   uSeed(3);
-  for (const int m : {1, 2, 3, 4, 5, 6, 7, 1 << 30, (1 << 30) + 1, kLargest - 1, kLargest}) {
+  for (const int m : {1, 2, 3, 4, 5, 6, 7, 1 << 30, (1 << 30) + 1, kMost - 1, kMost}) {
     for (const int value : draws(m, 2'000)) {
       ASSERT_GE(value, 0) << "m " << m;
       ASSERT_LT(value, m);
@@ -231,13 +230,13 @@ TEST(PermuteInPlace, SwapsFromTheLastEntryDown) {
     std::vector<std::int32_t> swapped = numbered(count);
     uSeed(1000 + count);
     for (int i = count; i >= 2; --i) std::swap(swapped.at(i - 1), swapped.at(uRandom(i)));
-    const int next = uRandom(kLargest);
+    const int next = uRandom(kMost);
 
     std::vector<std::int32_t> values = numbered(count);
     uSeed(1000 + count);
     PermuteInPlace(values.data(), count);
     EXPECT_EQ(values, swapped);
-    EXPECT_EQ(uRandom(kLargest), next) << "the draws of " << count << " entries";
+    EXPECT_EQ(uRandom(kMost), next) << "the draws of " << count << " entries";
   }
 }
 

@@ -3,19 +3,16 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <random>
 #include <vector>
 
+#include "tests/support/extremes.h"
 #include "util/util.h"
 
 namespace quillon {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr std::int32_t kSmallest = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 
 void expect_sorts_like_the_standard_library(std::vector<std::int32_t> values) {
   std::vector<std::int32_t> sorted = values;
@@ -66,20 +63,20 @@ TEST(Uqsorti, LeavesEntriesOutsideTheRangeAlone) {
 }
 
 TEST(Uqsorti, OrdersExtremeValues) {
-  std::vector<std::int32_t> values = {0, kLargest, kSmallest, -1, kLargest, 1, kSmallest};
+  std::vector<std::int32_t> values = {0, kMost, kLeast, -1, kMost, 1, kLeast};
 
   uqsorti(values.size(), values.data());
 
-  EXPECT_THAT(values, ElementsAre(kSmallest, kSmallest, -1, 0, 1, kLargest, kLargest));
+  EXPECT_THAT(values, ElementsAre(kLeast, kLeast, -1, 0, 1, kMost, kMost));
 }
 
 TEST(Uqsorti, AgreesWithAStableSortOnRandomValues) {
   for (unsigned seed = 1; seed <= 200; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
-    expect_sorts_like_the_standard_library(random_values(seed, seed, kSmallest, kLargest));
+    expect_sorts_like_the_standard_library(random_values(seed, seed, kLeast, kMost));
     expect_sorts_like_the_standard_library(random_values(seed, seed, -3, 3));
   }
-  expect_sorts_like_the_standard_library(random_values(1, 200'000, kSmallest, kLargest));
+  expect_sorts_like_the_standard_library(random_values(1, 200'000, kLeast, kMost));
 }
 
 TEST(Uqsorti, AgreesWithAStableSortOnSortedReversedAndEqualValues) {
