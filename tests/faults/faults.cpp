@@ -2,8 +2,9 @@
 // FAULTS_NO_UNNAMED_FILES in the environment, files without a name cannot be created.
 //
 // FAULTS_PIPES holds two descriptors: orders are read from the first, answers written to the second. For each
-// order the program runs from the start of main in a new process, with standard input at its beginning and
-// with its outputs, which must be files, truncated.
+// order the program runs in a new process, with standard input at its beginning and with its outputs, which
+// must be files, truncated. That process starts with main, or with the request whose number is in
+// FAULTS_FIRST: what the program does before, which must not open files, is done once for all orders.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -44,9 +45,14 @@ using Main = int (*)(int, char**, char**);
 
 Main program = nullptr;
 Order order = {};
+std::int32_t requests_before_orders = 0;
+std::int32_t first = 1;
 std::int32_t* failed = nullptr;  // shared with the processes that the program forks
 
+void serve();
+
 bool fails() {
+  if (requests_before_orders > 0 && --requests_before_orders == 0) serve();
   if (order.request == 0) return false;
   if (order.request > 1) {
     --order.request;
@@ -64,9 +70,9 @@ void rewind_streams() {
 }
 
 // Returns only in the processes that run the program.
-void serve(const char* pipes) {
+void serve() {
   char* rest = nullptr;
-  const int orders = static_cast<int>(std::strtol(pipes, &rest, 10));
+  const int orders = static_cast<int>(std::strtol(std::getenv("FAULTS_PIPES"), &rest, 10));
   const int answers = static_cast<int>(std::strtol(rest, nullptr, 10));
   failed = static_cast<std::int32_t*>(
       mmap(nullptr, sizeof *failed, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -79,6 +85,7 @@ void serve(const char* pipes) {
       close(orders);
       close(answers);
       order = next;
+      order.request -= first - 1;
       return;
     }
     Answer answer = {};
@@ -90,7 +97,14 @@ void serve(const char* pipes) {
 }
 
 int begin(int argc, char** argv, char** environment) {
-  if (const char* const pipes = std::getenv("FAULTS_PIPES")) serve(pipes);
+  if (std::getenv("FAULTS_PIPES") != nullptr) {
+    if (const char* const text = std::getenv("FAULTS_FIRST"))
+      first = static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
+    if (first > 1)
+      requests_before_orders = first;
+    else
+      serve();
+  }
   return program(argc, argv, environment);
 }
 

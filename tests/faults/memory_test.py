@@ -72,7 +72,7 @@ class Runner:
 class Sweep:
     """Makes the requests of one command fail, one after another."""
 
-    def __init__(self, tool, library, command, goes_on=False, unnamed_files=True, program=None):
+    def __init__(self, tool, library, command, goes_on=False, unnamed_files=True, program=None, first=1):
         self.place = Workplace(tool)
         self.place.tool = os.path.abspath(program or tool)
         self.command = command
@@ -80,7 +80,10 @@ class Sweep:
         self.unnamed_files = unnamed_files
         self.olds = command.outputs[:1] if goes_on else []
         self.good = self.place.undisturbed(command)
-        self.runner = Runner(self.place, command, library, {} if unnamed_files else {"FAULTS_NO_UNNAMED_FILES": "1"})
+        environment = {"FAULTS_FIRST": str(first)}
+        if not unnamed_files:
+            environment["FAULTS_NO_UNNAMED_FILES"] = "1"
+        self.runner = Runner(self.place, command, library, environment)
         self.nfaults = 0
         self.found = collections.Counter()
         self.example = {}
@@ -164,7 +167,7 @@ def main():
 
     def sweep(k, job):
         first = 1 if options.long or job[0] is COMMANDS[0] else common
-        return Sweep(options.tool, library, *job).sweep(first + k % step, step)
+        return Sweep(options.tool, library, *job, first=first).sweep(first + k % step, step)
 
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         sweeps = [pool.submit(sweep, k, job) for k, job in enumerate(jobs)]
