@@ -13,11 +13,14 @@ faults() {
     python3 tests/faults/memory_test.py "$tool" build/test/tests/libquillon_faults.so build/test/tests/library_calls --long &&
     python3 tests/faults/limits_test.py "$tool" --long && python3 tests/faults/kill_test.py "$tool" --runs 2000
 }
+installation() {
+  cmake --preset test >/dev/null && cmake --build --preset test && tests/build/install_test.sh "$PWD" build/test --long
+}
 mutation() {
   python3 scripts/mutate.py --sample 6 --plain-only --least 60 --files util/files.cpp util/random.cpp util/messages.cpp &&
     python3 scripts/mutate.py --sample 100 --seed "$(date +%j)" --least 95
 }
-export -f faults mutation
+export -f faults installation mutation
 export tool
 
 scripts/stage.sh setup scripts/setup.sh build test bench lint fuzz docs partners browser engines coverage memcheck ||
@@ -33,6 +36,7 @@ stage lint scripts/lint.sh --all
 stage sanitizers scripts/sanitize.sh
 stage coverage scripts/coverage.sh
 stage faults bash -c faults
+stage installation bash -c installation
 stage memcheck scripts/memcheck.sh
 stage mutation bash -c mutation
 stage fuzzing scripts/fuzz.sh 600
