@@ -255,6 +255,9 @@ TEST(Load, RefusesToFoldAHeavyNetWithoutPins) {
   EXPECT_EQ(finding_of([&] { load(record, file, {.small_nets = SmallNets::kFold}); }),
             error_of_file("heavy-pinless-net", file,
                           file + ": net 2 has weight 2 but no pins, so it cannot be folded"));
+  Record light;
+  load(light, folder.write("b.hgr", "2 2 1\n3 1 2\n1\n"), {.small_nets = SmallNets::kFold});
+  EXPECT_EQ(light.h._n, 1);
 }
 
 std::vector<std::size_t> lines_of(const TempFolder& folder, const std::string& name, const std::string& text,
