@@ -19,32 +19,8 @@ PartSizes checked_part_sizes(const char* caller, const Hypergraph& h, const Part
 /// Ends the program (util/util.h) unless the partition has a part in range for every cell.
 void check_partition(const char* caller, const Hypergraph& h, const Partition& partition);
 
-/// Bits that are set. std::popcount calls a function where the processor may lack the instruction.
-inline int number_of_bits(std::uint64_t bits) {
-  bits -= (bits >> 1U) & 0x5555555555555555U;
-  bits = (bits & 0x3333333333333333U) + ((bits >> 2U) & 0x3333333333333333U);
-  bits = (bits + (bits >> 4U)) & 0x0F0F0F0F0F0F0F0FU;
-  return static_cast<int>((bits * 0x0101010101010101U) >> 56U);
-}
-
-/// Parts of up to 64: a bit for each part seen.
-class PartsAsBits {
- public:
-  explicit PartsAsBits(const Partition& partition) : parts_(partition.parts.data()) {}
-
-  int count(const Net& net, int /*j*/) {
-    std::uint64_t seen = 0;
-    for (const int i : pins_of(net)) seen |= std::uint64_t{1} << parts_[i];
-    return number_of_bits(seen);
-  }
-
-  static constexpr int kMostParts = 64;
-
- private:
-  const int* parts_;
-};
-
-/// Any number of parts: the last net that touched each. Without branches, since they would be mispredicted.
+/// Counts the parts of one net: the last net that touched each part. Without branches, since they would be
+/// mispredicted.
 class PartsAsStamps {
  public:
   explicit PartsAsStamps(const Partition& partition)
@@ -61,14 +37,12 @@ class PartsAsStamps {
     return nparts;
   }
 
-  static constexpr int kMostParts = 4096;  // so that the stamps stay in the first-level cache
-
  private:
   const int* parts_;
   std::vector<int> last_net_;  // nets count from 1
 };
 
-/// Any number of parts, for nets of at most `kMostPins` pins, many nets at a time: a table of the parts seen,
+/// Counts the parts of nets of at most `kMostPins` pins, many nets at a time: a table of the parts seen,
 /// small enough for the first-level cache, with linear probing. Each loop goes over the pins of all these
 /// nets, since the end of a net is hard to predict; and the one that reads the parts does nothing else, so
 /// that the processor waits for many cache misses at a time.
@@ -125,10 +99,11 @@ class PartsAsTable {
 
   void mark_first_touches() {
     constexpr std::uint64_t kPart = 0xFFFFFFFFU;
+    std::uint64_t stamp = stamp_;
     int ntouches = 0;
     for (std::size_t k = 0; k < npins_; ++k) {
-      stamp_ += std::uint64_t{begins_net_[k]} << 32U;
-      const std::uint64_t seen = stamp_ | static_cast<std::uint32_t>(parts_[k]);
+      stamp += std::uint64_t{begins_net_[k]} << 32U;
+      const std::uint64_t seen = stamp | static_cast<std::uint32_t>(parts_[k]);
       std::size_t slot = seen % kSlots;
       std::uint64_t difference = table_[slot] ^ seen;
       while (difference - 1 < kPart) {  // another part of this net
@@ -139,6 +114,7 @@ class PartsAsTable {
       table_[slot] = seen;
       ntouches_[k + 1] = ntouches;
     }
+    stamp_ = stamp;
   }
 
   const Hypergraph& h_;
@@ -197,13 +173,11 @@ class TouchedParts {
   std::vector<int> parts_;
 };
 
-template <typename Parts, typename Visit>
-void visit_connectivities(const Hypergraph& h, Parts parts, Visit& visit) {
-  for (int j = 1; j <= h._n; ++j) visit(j, parts.count(h._nlst[j], j));
-}
-
+/// Calls `visit(j, L)` for each net j in turn; L is its connectivity, 0 without pins.
+///
+/// @param partition  Checked.
 template <typename Visit>
-void visit_connectivities_by_table(const Hypergraph& h, const Partition& partition, Visit& visit) {
+void for_each_connectivity(const Hypergraph& h, const Partition& partition, Visit visit) {
   PartsAsTable table(h, partition);
   std::optional<PartsAsStamps> stamps;  // for the few nets with too many pins
   for (int j = 1; j <= h._n;) {
@@ -219,19 +193,6 @@ void visit_connectivities_by_table(const Hypergraph& h, const Partition& partiti
       begin = end;
     }
   }
-}
-
-/// Calls `visit(j, L)` for each net j in turn; L is its connectivity, 0 without pins.
-///
-/// @param partition  Checked.
-template <typename Visit>
-void for_each_connectivity(const Hypergraph& h, const Partition& partition, Visit visit) {
-  if (partition.nparts <= PartsAsBits::kMostParts)
-    visit_connectivities(h, PartsAsBits(partition), visit);
-  else if (partition.nparts <= PartsAsStamps::kMostParts)
-    visit_connectivities(h, PartsAsStamps(partition), visit);
-  else
-    visit_connectivities_by_table(h, partition, visit);
 }
 
 }  // namespace quillon::measures

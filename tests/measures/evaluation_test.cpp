@@ -110,7 +110,6 @@ struct Expected {
   }
 };
 
-// A wide net for the walks that count parts in another way where there are many.
 void expect_measures(const Shape& shape, const Partition& partition) {
   const Record r(shape);
   Expected expected;
@@ -145,7 +144,7 @@ TEST(Measures, AgreeWithAMapOfPinsForEachNet) {
 }
 
 TEST(Measures, AreTheSameForEveryNumberOfParts) {
-  for (const int nparts : {64, 65, 4096, 4097, 10000}) {
+  for (const int nparts : {2, 65, 2048, 2049, 10000}) {
     SCOPED_TRACE(testing::Message() << nparts << " parts");
     for (unsigned seed = 1; seed <= 20; ++seed) {
       Shape shape = random_shape(seed, {.ncells = 60, .nnets = 40, .duplicates = true});

@@ -29,6 +29,20 @@ TEST(PartSizes, CountsAndWeighsTheCellsOfEachPart) {
   EXPECT_THAT(sizes.weights, ElementsAre(4, 2, 2, 0));
 }
 
+TEST(PartSizes, CountsAnyNumberOfCells) {
+  const std::vector<int> ncells{255, 256, 0, 70000};
+  Partition partition{{0}, 4};
+  for (std::size_t part = 0; part < ncells.size(); ++part)
+    partition.parts.insert(partition.parts.end(), static_cast<std::size_t>(ncells[part]),
+                           static_cast<int>(part));
+  const Record r({static_cast<int>(partition.parts.size()) - 1, {}});
+
+  const PartSizes sizes = part_sizes(r.h, partition);
+
+  EXPECT_THAT(sizes.ncells, ElementsAre(255, 256, 0, 70000));
+  EXPECT_THAT(sizes.weights, ElementsAre(255, 256, 0, 70000));
+}
+
 TEST(PartSizes, AddsUpWeightsInMoreThan32Bits) {
   const Record r({2, {}, {}, {kMost, kMost}});
 
