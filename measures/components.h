@@ -20,6 +20,9 @@ struct Components {
 
   /// @return  Number of components.
   [[nodiscard]] int count() const { return static_cast<int>(ncells.size()) - 1; }
+
+  /// @return  Number of cells of the largest; 0 without cells.
+  [[nodiscard]] int largest() const { return count() == 0 ? 0 : ncells[1]; }
 };
 
 /// Finds the connected components.

@@ -31,8 +31,10 @@ def davis():
     cell = {woman: i for i, woman in enumerate(women, 1)}
     events = graph.graph["bottom"]
     nets = [sorted(cell[woman] for woman in graph[event]) for event in events]
-    comments = ["Davis Southern Women: 18 women (cells) at 14 events (nets)."]
-    write("davis.qhg", comments, len(women), nets)
+    comment = "Davis Southern Women: 18 women (cells) at 14 events (nets)."
+    write("davis.qhg", [comment], len(women), nets)
+    lines = [f"% {comment}", f"{len(nets)} {len(women)}", *(" ".join(map(str, net)) for net in nets)]
+    (DATA / "davis.hgr").write_text("\n".join(lines) + "\n")
 
 
 def lesmis():

@@ -99,6 +99,18 @@ class JsonOutput(unittest.TestCase):
                     del list(objects_in(broken))[path][member]
                     self.assertFalse(VALIDATOR.is_valid(broken), member)
 
+    def test_quantiles_and_components_are_valid(self):
+        files = sorted(name for name in FILES if name.endswith(".qhg") and name != "bad.qhg")
+        lines = self.lines("stats", "--json", "--quantiles", "--components", *files)
+        self.assertEqual(len(lines), len(files))
+        for line in lines:
+            VALIDATOR.validate(line)
+            for place in (line["components"], line["cell_degree"]["quantiles"], line["net_weight"]["quantiles"]):
+                for member in list(place):
+                    value = place.pop(member)
+                    self.assertFalse(VALIDATOR.is_valid(line), member)
+                    place[member] = value
+
     def test_every_member_is_in_the_schema_and_required(self):
         checked = set()
         for line in self.all_lines():

@@ -540,6 +540,49 @@ class Networkx(Partners):
                 self.assertEqual(self.ncomponents(result), networkx.number_connected_components(graph))
 
 
+class Statistics(Partners):
+    """Quantiles as numpy computes them, and connected components as networkx finds them."""
+
+    def stats(self, name):
+        command = [self.tool, "stats", "--json", "--quantiles", "--components", "--keep-small-nets", name]
+        return json.loads(subprocess.run(command, cwd=self.folder.name, capture_output=True, check=True).stdout)
+
+    def assert_quantiles(self, given, values):
+        import numpy
+
+        if not values:
+            self.assertEqual(set(given.values()), {None})
+            return
+        shares = {"minimum": 0, "lower_quartile": 0.25, "median": 0.5, "upper_quartile": 0.75, "maximum": 1}
+        shares.update(percentile_90=0.9, percentile_99=0.99)
+        for name, share in shares.items():
+            self.assertEqual(given[name], numpy.quantile(values, share, method="inverted_cdf"), name)
+        self.assertAlmostEqual(given["mean"], numpy.mean(values), 9)
+        self.assertAlmostEqual(given["standard_deviation"], numpy.std(values), 9)
+
+    def test_are_those_of_numpy_and_networkx(self):
+        import networkx
+
+        for k in range(16):
+            hypergraph = random_hypergraph(self.rng)
+            with self.subTest(k=k, hypergraph=hypergraph):
+                self.write("a.hgr", hypergraph.hmetis())
+                stats = self.stats("a.hgr")
+                cells = range(1, hypergraph.ncells + 1)
+                degrees = [sum(net.count(cell) for net in hypergraph.nets) for cell in cells]
+                self.assert_quantiles(stats["cell_degree"]["quantiles"], degrees)
+                self.assert_quantiles(stats["net_size"]["quantiles"], [len(net) for net in hypergraph.nets])
+                self.assert_quantiles(stats["cell_weight"]["quantiles"], hypergraph.cell_weights)
+                self.assert_quantiles(stats["net_weight"]["quantiles"], hypergraph.net_weights)
+
+                graph = networkx.Graph()
+                graph.add_nodes_from(cells)
+                for net in hypergraph.nets:
+                    networkx.add_path(graph, net)
+                sizes = [len(component) for component in networkx.connected_components(graph)]
+                self.assertEqual(stats["components"], {"count": len(sizes), "largest": max(sizes)})
+
+
 def missing_packages():
     missing = [package for program, package in PROGRAMS.items() if shutil.which(program) is None]
     for module, package in PACKAGES.items():

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "formats/formats.h"
 #include "formats/source.h"
@@ -40,6 +41,7 @@ Examples:
   quillon stats --json circuit.qhg | jq .net_size.maximum
   zcat circuit.qhg.gz | quillon stats --summary -
   quillon stats --quantiles --components circuit.qhg
+  quillon stats --quantiles --json circuit.qhg | jq .net_size.quantiles.median
 
 Columns of --table, separated by tabs:
   file: only with several files, and without --no-file
@@ -86,6 +88,15 @@ std::string field_of(const std::string& file) {
   return printable(STDOUT_FILENO, field);
 }
 
+void print_json(const std::string& file, const Hypergraph& h, const FoldedNets& folded,
+                const measures::Figures& figures, const StatsOptions& options) {
+  StatsExtras extras;
+  if (options.quantiles) extras.quantiles = all_quantiles(h, figures);
+  std::optional<measures::Components> components;
+  if (options.components) extras.components = &components.emplace(measures::components_of(h));
+  print_stats_json(formats::shown_name(file), folded, figures, extras);
+}
+
 int report(const std::string& file, const StatsOptions& options) {
   Record record;
   load_input(record, file, options.input);
@@ -95,7 +106,7 @@ int report(const std::string& file, const StatsOptions& options) {
   const measures::Figures figures = measures::figures_of(h);
 
   if (options.json) {
-    print_stats_json(formats::shown_name(file), folded, figures);
+    print_json(file, h, folded, figures, options);
     return kSuccess;
   }
   if (options.table) {
@@ -109,7 +120,7 @@ int report(const std::string& file, const StatsOptions& options) {
     return kSuccess;
   }
   if (options.files.size() > 1) uprintf("%s:\n", printable(STDOUT_FILENO, formats::shown_name(file)).c_str());
-  if (options.quantiles) print_quantiles(h, figures);
+  if (options.quantiles) print_quantiles(all_quantiles(h, figures));
   if (options.components) print_components(measures::components_of(h));
   if (options.summary)
     print_summary(h, figures, folded);
@@ -157,12 +168,7 @@ std::function<int()> declare(Options& options) {
           .excludes(summary)
           .excludes(quantiles)
           .excludes(components);
-  add_json(options, chosen->json)
-      .excludes(table)
-      .excludes(summary)
-      .excludes(quantiles)
-      .excludes(components)
-      .excludes(result);
+  add_json(options, chosen->json).excludes(table).excludes(summary).excludes(result);
   add_keep_small_nets(options, chosen->input);
   add_input(options, chosen->input);
   return [chosen] { return run(*chosen); };

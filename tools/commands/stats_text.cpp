@@ -6,7 +6,6 @@
 
 #include "hypergraph/detail/lists.h"
 #include "hypergraph/detail/statistics.h"
-#include "measures/quantiles.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -70,23 +69,6 @@ void print_distribution(const char* heading, const char* what, const char* item,
     uprintf("\n %s= %4d --> %6d %s(s) (%8.2lf%%)", what, length, count, item, percent(count, lengths.count));
 }
 
-struct NamedQuantiles {
-  const char* heading;
-  const char* key;
-  measures::Quantiles quantiles;
-};
-
-std::vector<NamedQuantiles> all_quantiles(const Hypergraph& h, const measures::Figures& figures) {
-  return {{"net size", "size", measures::quantiles_of(figures.sizes.distribution)},
-          {"cell degree", "degree", measures::quantiles_of(figures.degrees.distribution)},
-          {"cell weight", "cell_weight", measures::quantiles_of(measures::cell_weight_distribution(h))},
-          {"net weight", "net_weight", measures::quantiles_of(measures::net_weight_distribution(h))}};
-}
-
-int largest_of(const measures::Components& components) {
-  return components.count() == 0 ? 0 : components.ncells[1];
-}
-
 std::int64_t weighted_degree(const Hypergraph& h, const Cell& cell) {
   std::int64_t degree = 0;
   for (const int j : nets_of(cell)) degree += h._nlst[j].w;
@@ -94,6 +76,14 @@ std::int64_t weighted_degree(const Hypergraph& h, const Cell& cell) {
 }
 
 }  // namespace
+
+std::vector<NamedQuantiles> all_quantiles(const Hypergraph& h, const measures::Figures& figures) {
+  using measures::quantiles_of;
+  return {{"net size", "size", "net_size", quantiles_of(figures.sizes.distribution)},
+          {"cell degree", "degree", "cell_degree", quantiles_of(figures.degrees.distribution)},
+          {"cell weight", "cell_weight", "cell_weight", quantiles_of(measures::cell_weight_distribution(h))},
+          {"net weight", "net_weight", "net_weight", quantiles_of(measures::net_weight_distribution(h))}};
+}
 
 void print_table_row(const Hypergraph& h, const measures::Figures& figures) {
   const Side cells = cell_side(h, figures);
@@ -120,28 +110,28 @@ void print_details(const Hypergraph& h, const measures::Figures& figures) {
   uprintf("\n\n");
 }
 
-void print_quantiles(const Hypergraph& h, const measures::Figures& figures) {
+void print_quantiles(const std::vector<NamedQuantiles>& all) {
   uprintf("%-11s %10s %10s %10s %10s %10s %10s %10s %13s %13s\n", "", "min", "25%", "median", "75%", "90%",
           "99%", "max", "mean", "sd");
-  for (const auto& [heading, key, q] : all_quantiles(h, figures))
+  for (const auto& [heading, key, member, q] : all)
     uprintf("%-11s %10d %10d %10d %10d %10d %10d %10d %13.3f %13.3f\n", heading, q.min, q.lower_quartile,
             q.median, q.upper_quartile, q.percentile_90, q.percentile_99, q.max, q.mean, q.deviation);
 }
 
 void print_components(const measures::Components& components) {
-  uprintf("components  %10d\nlargest     %10d cells\n", components.count(), largest_of(components));
+  uprintf("components  %10d\nlargest     %10d cells\n", components.count(), components.largest());
 }
 
 void print_result(const Hypergraph& h, const measures::Figures& figures,
                   const measures::Components& components) {
   uprintf("RESULT cells=%d nets=%d pins=%d", h._c, h._n, h._p);
-  for (const auto& [heading, key, q] : all_quantiles(h, figures)) {
+  for (const auto& [heading, key, member, q] : all_quantiles(h, figures)) {
     uprintf(" %s_min=%d %s_q1=%d %s_med=%d %s_q3=%d", key, q.min, key, q.lower_quartile, key, q.median, key,
             q.upper_quartile);
     uprintf(" %s_90p=%d %s_99p=%d %s_max=%d %s_avg=%.6f %s_sd=%.6f", key, q.percentile_90, key,
             q.percentile_99, key, q.max, key, q.mean, key, q.deviation);
   }
-  uprintf(" components=%d largest_component=%d", components.count(), largest_of(components));
+  uprintf(" components=%d largest_component=%d", components.count(), components.largest());
 }
 
 void print_summary(const Hypergraph& h, const measures::Figures& figures, const FoldedNets& folded) {

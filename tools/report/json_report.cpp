@@ -58,6 +58,19 @@ Json weights_json(const measures::Weights& weights, bool is_known) {
           {"total", weights.total}};
 }
 
+Json quantiles_json(const measures::Quantiles& q) {
+  const bool is_known = q.count > 0;
+  return {{"minimum", known(is_known, q.min)},
+          {"lower_quartile", known(is_known, q.lower_quartile)},
+          {"median", known(is_known, q.median)},
+          {"upper_quartile", known(is_known, q.upper_quartile)},
+          {"percentile_90", known(is_known, q.percentile_90)},
+          {"percentile_99", known(is_known, q.percentile_99)},
+          {"maximum", known(is_known, q.max)},
+          {"mean", is_known ? Json(q.mean) : Json()},
+          {"standard_deviation", is_known ? Json(q.deviation) : Json()}};
+}
+
 Json part_json(const PartitionModel& model, std::size_t part) {
   if (model.sizes.ncells.empty()) return {};
   return {{"part", part}, {"cells", model.sizes.ncells[part]}, {"weight", model.sizes.weights[part]}};
@@ -148,7 +161,8 @@ std::string text_of_name(const std::string& json) {
   return name.is_string() ? name.get<std::string>() : json;
 }
 
-void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures) {
+void print_stats_json(const std::string& file, const FoldedNets& folded, const measures::Figures& figures,
+                      const StatsExtras& extras) {
   Json json = begin("stats", file, true);
   add_counts(json, figures.ncells, figures.nnets, figures.npins);
   json["folded"] = {{"nets", folded.count},
@@ -158,6 +172,10 @@ void print_stats_json(const std::string& file, const FoldedNets& folded, const m
   json["net_size"] = lengths_json(figures.sizes);
   json["cell_weight"] = weights_json(figures.cells, figures.ncells > 0);
   json["net_weight"] = weights_json(figures.nets, figures.nnets > 0);
+  for (const NamedQuantiles& named : extras.quantiles)
+    json[named.member]["quantiles"] = quantiles_json(named.quantiles);
+  if (extras.components != nullptr)
+    json["components"] = {{"count", extras.components->count()}, {"largest", extras.components->largest()}};
   print_line(json);
 }
 
