@@ -455,8 +455,10 @@ TEST_F(CheckListsOfContinues, AnEntryThatNamesNoNetIsNamedBackNoTimesBesideSurpl
       std::memset(&r.nets[3].pinsend, uninitialised, sizeof(int*));
       EXPECT_EQ(check_continues(r, 0), expected);
     }
-    r.nets[3].pinsend = r.nets[3].pins;
-    EXPECT_EQ(check_continues(r, 0), expected);
+    for (const int stale_size : {1, 2, 3}) {
+      r.nets[3].pinsend = r.nets[3].pins + stale_size - 1;
+      EXPECT_EQ(check_continues(r, 0), expected);
+    }
   }
 }
 
@@ -478,14 +480,16 @@ TEST_F(CheckListsOfContinues, WithoutNetsToLookAtOnlyTheCellsAre) {
 }
 
 // One net of two cells, followed by a set-aside net of the same cells, which is in the cells' regions after
-// the ends of their lists.
+// the ends of their lists. As in every pruning copy, nets have labels.
 Record with_set_aside_net() {
+  static int labels[] = {kMarker, 1, 2};
   Record r({.ncells = 2, .pins = {{1, 2}, {2, 1}}});
   r.h._n = 1;
   r.h._p = 2;
   r.h._totnw = 1;
   --r.cells[1].netsend;
   --r.cells[2].netsend;
+  r.h._nlabel = labels;
   return r;
 }
 
@@ -509,6 +513,16 @@ TEST_F(CheckListsOfContinues, ACellThatItsSetAsideNetDoesNotNameIsFatal) {
 
   EXPECT_EQ(check_continues(r, 0),
             " CheckListsofContinuesHypergraph: cell 1 occurs 2 times in the cell list of net 2");
+}
+
+TEST_F(CheckListsOfContinues, ANetAboveTheLastOfFewerThanTwoOrTooManyPinsIsNone) {
+  for (const int size : {-1, 0, 1, 3, 4}) {
+    Record r = with_set_aside_net();
+    r.nets[2].pinsend = r.nets[2].pins + size - 1;
+
+    EXPECT_EQ(check_continues(r, 0),
+              " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net 2");
+  }
 }
 
 TEST_F(CheckListsOfContinues, AStartThatIsAbsentBelongsToNoList) {
