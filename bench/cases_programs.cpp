@@ -16,7 +16,13 @@ void build_cell_side(Hypergraph* h) {
   _usfree(work);
 }
 
-void run_tool(benchmark::State& state, Input& input, const Options& options) {
+// A command of the tool as a whole and the library calls in it.
+struct ToolCase {
+  const char* command;
+  void (*examine)(Hypergraph* h);
+};
+
+void run_tool(benchmark::State& state, Input& input, const Options& options, const ToolCase& tool) {
   const char* const path = input.path();
   std::optional<StandardOutput> output;
   Comparison comparison;
@@ -25,12 +31,11 @@ void run_tool(benchmark::State& state, Input& input, const Options& options) {
     Hypergraph h = {};
     read_hypergraph(&h, path, 0);
     build_cell_side(&h);
-    set_hypergraph_infos(&h);
-    pr_detailinfo_hypergraph(&h);
+    tool.examine(&h);
     free_hypergraph(&h);
   };
   comparison.baseline.release = [&] { output.reset(); };
-  comparison.measured.run = [&] { run_program({options.tool, "stats", path}, "/dev/null"); };
+  comparison.measured.run = [&] { run_program({options.tool, tool.command, path}, "/dev/null"); };
   comparison.difference = [] { return std::string(); };
   const Medians medians = run_rounds(state, comparison);
   state.counters["tool_seconds"] = medians.measured;
@@ -38,6 +43,13 @@ void run_tool(benchmark::State& state, Input& input, const Options& options) {
   state.counters["times_library"] = 1 / medians.ratio;
   state.counters["file_bytes"] = static_cast<double>(input.bytes());
 }
+
+void print_statistics(Hypergraph* h) {
+  set_hypergraph_infos(h);
+  pr_detailinfo_hypergraph(h);
+}
+
+void check_lists(Hypergraph* h) { CheckListsofHypergraph(h); }
 
 // Allocates as much memory as reading and building fill, in the same way, and writes to every page: the time
 // that the system needs to provide that memory.
@@ -85,8 +97,10 @@ void run_growth(benchmark::State& state, int millions, const std::string& folder
 }  // namespace
 
 void add_tool(Input& input, const Options& options) {
-  add_benchmark("tool:stats/" + input.name(), options.nrounds,
-                [&](benchmark::State& state) { run_tool(state, input, options); });
+  for (const ToolCase& tool : {ToolCase{"stats", print_statistics}, ToolCase{"check", check_lists}})
+    add_benchmark(
+        "tool:" + std::string(tool.command) + "/" + input.name(), options.nrounds,
+        [&input, &options, tool](benchmark::State& state) { run_tool(state, input, options, tool); });
 }
 
 void add_growth(const Options& options) {

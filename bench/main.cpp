@@ -25,7 +25,7 @@ Compares the functions of the module with their obvious twins, on generated hype
   --rounds N   times each benchmark alternates between the two sides (5)
   --growth N   also measures local hypergraphs of 1, 2, 4, .. up to N million pins
   --reuse      keeps freed memory for later runs: by default every run gets fresh pages from the system
-  --tool PATH  also measures "stats" of the command-line tool at PATH
+  --tool PATH  also measures commands of the command-line tool at PATH
 
 Options of the benchmark library, such as --benchmark_filter=REGEX, work as well.)";
 

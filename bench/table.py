@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Puts the results of the benchmarks into a document: table.py RESULTS.json DOCUMENT.md
+"""Puts the results of the benchmarks into a document: table.py RESULTS.json REUSED.json DOCUMENT.md
 
+REUSED.json is from a run with --reuse.
 The tables replace the text between the lines BEGIN and END of the document.
 """
 
@@ -89,6 +90,15 @@ def comparisons(subjects, names):
         ]),
     )
     return lines
+
+
+def reused(subjects, names):
+    return section(
+        "Module and obvious form, with memory reused",
+        "As above, but with memory that an earlier round freed: without the time that the system needs for fresh pages.",
+        table(["function"] + names,
+              by_input(subjects, names, "ratio", lambda r: f"{r['ratio']:.2f} ({r['ns_per_pin']:.1f})")),
+    )
 
 
 def peaks(head, subjects, names, share):
@@ -209,12 +219,12 @@ def commands(subjects, names):
 
 def programs(subjects):
     rows = [
-        [name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}", f"{r['library_seconds']:.3f}",
-         f"{r['times_library']:.2f}"]
-        for name, r in subjects.get("tool:stats", {}).items()
+        [f"`{s.split(':')[1]}`", name, mega(r["file_bytes"]), f"{r['tool_seconds']:.3f}",
+         f"{r['library_seconds']:.3f}", f"{r['times_library']:.2f}"]
+        for s, runs in subjects.items() if s.startswith("tool:") for name, r in runs.items()
     ]
-    lines = section("The tool", "`quillon stats` as a whole, and the library calls in it alone.",
-                    table(["input", "file, MB", "tool, s", "library, s", "tool / library"], rows))
+    lines = section("The tool", "Commands as wholes, and the library calls in them alone.",
+                    table(["command", "input", "file, MB", "tool, s", "library, s", "tool / library"], rows))
     rows = [
         [f"`{name}`", f"{r['times_obvious']:.2f}", f"{r['ns_per_record']:,.0f}"]
         for name, r in subjects.get("records", {}).items()
@@ -236,23 +246,25 @@ def programs(subjects):
 
 
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
     context, subjects = load(sys.argv[1])
+    document = sys.argv[3]
     of_functions = {s: runs for s, runs in subjects.items()
-                    if s not in ("growth", "records", "tool:stats") and not s.startswith("peer:")}
+                    if s not in ("growth", "records") and not s.startswith(("peer:", "tool:"))}
     names = list(dict.fromkeys(name for runs in of_functions.values() for name in runs))
-    lines = machine(context) + comparisons(subjects, names) + bounds(subjects, names)
+    lines = machine(context) + comparisons(subjects, names) + reused(load(sys.argv[2])[1], names)
+    lines += bounds(subjects, names)
     lines += imports(subjects, names) + lint(subjects, names) + hif(subjects, names)
     lines += commands(subjects, names) + programs(subjects)
 
-    with open(sys.argv[2], encoding="utf-8") as file:
+    with open(document, encoding="utf-8") as file:
         text = file.read()
     before, begin, rest = text.partition(BEGIN)
     _, end, after = rest.partition(END)
     if not begin or not end:
-        sys.exit(f"table.py: '{sys.argv[2]}' lacks the lines {BEGIN} and {END}")
-    with open(sys.argv[2], "w", encoding="utf-8") as file:
+        sys.exit(f"table.py: '{document}' lacks the lines {BEGIN} and {END}")
+    with open(document, "w", encoding="utf-8") as file:
         file.write(before + begin + "\n\n" + "\n".join(lines) + end + after)
 
 

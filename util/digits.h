@@ -9,6 +9,7 @@
 /// AVX2, which the processor is asked for at run time, eight.
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -295,6 +296,13 @@ inline void scan_by_fours(const char* text, const char* end, Scanned& scanned) {
   }
 }
 
+/// A piece of text that consists of short numbers.
+struct ShortNumbers {
+  int size = 0;    // bytes, the last one white space
+  int count = 0;   // numbers
+  int nlines = 0;  // line ends
+};
+
 #ifdef QUILLON_AVX2
 
 [[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline bool classify_plain_by_32(const char* text,
@@ -437,7 +445,81 @@ struct Edges {
     convert(text, edges, nends, scanned.numbers);
 }
 
+/// Where the numbers of 8 bytes begin, as bits, gives the shuffle that makes ints of their values, at most
+/// four.
+using Spreads = std::array<std::array<unsigned char, 16>, 256>;
+
+constexpr Spreads all_spreads() {
+  constexpr unsigned char kZero = 0x80;
+  Spreads spreads{};
+  for (std::size_t starts = 0; starts < spreads.size(); ++starts) {
+    spreads[starts].fill(kZero);
+    std::size_t count = 0;
+    for (unsigned char bit = 0; bit < 8; ++bit)
+      if ((starts >> bit & 1) != 0 && count < 4) spreads[starts][4 * count++] = bit;
+  }
+  return spreads;
+}
+
+inline constexpr Spreads kSpreads = all_spreads();
+
+/// By byte: the value of the number of one or two digits that begins there, anything where none begins.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline __m256i short_values(const char* text) {
+  const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
+  const __m256i next_bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + 1));
+  const __m256i first = _mm256_and_si256(bytes, _mm256_set1_epi8(0x0F));  // so that shifts stay within bytes
+  const __m256i second = _mm256_sub_epi8(next_bytes, _mm256_set1_epi8('0'));
+  const __m256i has_second = _mm256_cmpeq_epi8(_mm256_min_epu8(second, _mm256_set1_epi8(9)), second);
+  const __m256i tens = _mm256_add_epi8(_mm256_slli_epi16(first, 3), _mm256_slli_epi16(first, 1));
+  return _mm256_blendv_epi8(first, _mm256_add_epi8(tens, second), has_second);
+}
+
+/// As `scan_short_numbers`, for 64 bytes.
+[[gnu::target("avx2,bmi,bmi2,lzcnt,popcnt")]] inline ShortNumbers scan_short_block(const char* text,
+                                                                                   int* values) {
+  ByteClasses classes;
+  if (!classify_plain_by_32(text, classes)) return {};
+  if ((classes.digits & classes.digits << 1 & classes.digits << 2) != 0) return {};
+  alignas(32) char bytes[64];
+  for (int place = 0; place < 64; place += 32)
+    _mm256_store_si256(reinterpret_cast<__m256i*>(bytes + place), short_values(text + place));
+  const int size = 64 - static_cast<int>(_lzcnt_u64(classes.spaces));
+  const std::uint64_t run = ~std::uint64_t{0} >> (64 - size);
+  const std::uint64_t starts = classes.digits & ~(classes.digits << 1) & run;
+  int count = 0;
+#pragma GCC unroll 8
+  for (int place = 0; place < 64; place += 8) {
+    const std::uint64_t here = starts >> place & 0xFF;
+    const __m128i spread = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kSpreads[here].data()));
+    const __m128i ints =
+        _mm_shuffle_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes + place)), spread);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(values + count), ints);
+    count += static_cast<int>(_mm_popcnt_u64(here));
+  }
+  return {size, count, static_cast<int>(_mm_popcnt_u64(classes.line_ends & run))};
+}
+
 #endif
+
+/// Scans numbers of one or two digits, as in a part vector, several times as fast as `scan_numbers`. Stops
+/// before the 64 bytes that hold anything else but blanks and line ends.
+///
+/// @param values  Out, `room` ints, of which those after the numbers may be overwritten.
+inline ShortNumbers scan_short_numbers([[maybe_unused]] const char* text, [[maybe_unused]] const char* end,
+                                       [[maybe_unused]] int* values, [[maybe_unused]] int room) {
+  ShortNumbers all;
+#ifdef QUILLON_AVX2
+  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) return all;
+  while (end - (text + all.size) >= kRunText && room - all.count >= kMostInRun + 4) {
+    const ShortNumbers block = scan_short_block(text + all.size, values + all.count);
+    if (block.size == 0) break;
+    all.size += block.size;
+    all.count += block.count;
+    all.nlines += block.nlines;
+  }
+#endif
+  return all;
+}
 
 /// Scans the start of a text in the fastest way that the processor has.
 inline void scan_numbers(const char* text, const char* end, Scanned& scanned) {

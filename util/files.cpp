@@ -222,8 +222,14 @@ void read_word(ByteSource& source, Word& word) {
 int read_plain_numbers(ByteSource& source, Scanned& scanned, std::int32_t* array, int count) {
   int ndone = 0;
   while (ndone < count) {
-    const char* const text = reinterpret_cast<const char*>(source.block + source.at);
-    scan_numbers(text, reinterpret_cast<const char*>(source.block + source.end), scanned);
+    const char* text = reinterpret_cast<const char*>(source.block + source.at);
+    const char* const end = reinterpret_cast<const char*>(source.block + source.end);
+    const ShortNumbers shorts = scan_short_numbers(text, end, array + ndone, count - ndone);
+    ndone += shorts.count;
+    source.at += static_cast<std::size_t>(shorts.size);
+    source.line += shorts.nlines;
+    text += shorts.size;
+    scan_numbers(text, end, scanned);
     if (scanned.size == 0) break;
     const int nused = std::min(count - ndone, scanned.count);
     std::copy_n(scanned.numbers, nused, array + ndone);

@@ -525,6 +525,14 @@ TEST_F(CheckListsOfContinues, ANetAboveTheLastOfFewerThanTwoOrTooManyPinsIsNone)
   }
 }
 
+TEST_F(CheckListsOfContinues, WithoutAnArrayOfNetsEntriesNameNone) {
+  Record r = with_set_aside_net();
+  r.h._nlst = nullptr;
+  r.h._n = 0;
+  EXPECT_EQ(check_continues(r, 0),
+            " CheckListsofContinuesHypergraph: cell 1 occurs 0 times in the cell list of net 1");
+}
+
 TEST_F(CheckListsOfContinues, AStartThatIsAbsentBelongsToNoList) {
   Record r(row_of_cells());
   r.nets[2].pins = nullptr;
@@ -575,6 +583,13 @@ TEST_F(CheckSymmetry, NoCellsAndNoNetsAreSymmetric) {
 
   EXPECT_EQ(symmetry(Record({}), -1), 1);
   EXPECT_EQ(recorder::printed(), "\n Checking Symmetry in Hypergraph H=(    0,     0,       0)");
+}
+
+TEST_F(CheckSymmetry, EntriesBeforeTheFirstAreNotLookedAt) {
+  Record r(neighbours());
+  r.cells[0] = r.cells[2];
+  r.nets[0] = r.nets[1];
+  EXPECT_EQ(symmetry(r, 0), 1);
 }
 
 TEST_F(CheckSymmetry, EmptyListsAreSymmetric) {

@@ -221,6 +221,25 @@ TEST_F(ReadNetArrays, LeavesTheShiftAfterTheLastPinAlsoBeforeCellWeights) {
   EXPECT_EQ(entry_after_the_last_pin("1 1 2 2 1\n1\n1\n7\n"), 0);
 }
 
+// Long enough to be read ahead: the number after the last net is scanned together with the pins.
+TEST_F(ReadNetArrays, LeavesTheShiftAfterTheLastPinOfALongFileToo) {
+  std::string line;
+  for (int k = 0; k < 40; ++k) line += "5 ";
+  EXPECT_EQ(entry_after_the_last_pin("0 9 2 80\n" + line + "\n" + line + "\n7\n"), 1);
+  EXPECT_EQ(entry_after_the_last_pin("1 9 2 80\n" + line + "\n" + line + "\n7\n"), 0);
+}
+
+// The buffer still holds an earlier piece of the file after the last number.
+TEST_F(ReadNetArrays, EndsTheLastNumberAtTheEndOfTheFile) {
+  constexpr int kNets = 30000;
+  for (int extra = 0; extra < 8; ++extra) {
+    std::string text = "1 9 " + std::to_string(kNets + 1) + " " + std::to_string(kNets + 1) + "\n";
+    text += std::string(static_cast<std::size_t>(extra), ' ');
+    for (int j = 1; j <= kNets; ++j) text += "7777777\n";
+    EXPECT_EQ(read(text + "5").pins.back(), 5);
+  }
+}
+
 TEST_F(ReadNetArrays, GrowsTheLineBufferForMorePinsThanBytes) {
   EXPECT_EQ(message("1 3 1 16777217\n1\n"), wrong_pins("16777217 1"));
   EXPECT_THAT(requests({"urealloc"}), ElementsAre("urealloc 16777217 read_hypergraph_netar: line"));

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <climits>
 #include <random>
 #include <string>
@@ -123,6 +124,53 @@ TEST(ScanNumbers, AgreesWithReadingByteByByteOnLongTexts) {
       ASSERT_EQ(scan(text), slow_scan(text)) << text;
     }
   }
+}
+
+// The text and the values are in blocks of their own, so that the address sanitizer sees any access outside.
+Seen short_scan(const std::string& text, int room) {
+  const std::vector<char> block(text.begin(), text.end());
+  std::vector<int> values(static_cast<std::size_t>(room));
+  const ShortNumbers seen =
+      scan_short_numbers(block.data(), block.data() + block.size(), values.data(), room);
+  values.resize(static_cast<std::size_t>(seen.count));
+  return {seen.size, values, std::vector<std::pair<int, int>>(static_cast<std::size_t>(seen.nlines))};
+}
+
+bool scans_short_numbers() {
+#ifdef QUILLON_AVX2
+  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi2") != 0;
+#else
+  return false;
+#endif
+}
+
+TEST(ScanShortNumbers, AgreesWithReadingByteByByte) {
+  std::mt19937 draw(4);
+  std::size_t nscanned = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string text = random_text(draw, "0123456789  \n", 40 + draw() % 200);
+    for (std::size_t k = 2; k < text.size(); ++k)
+      if (text[k - 2] > ' ' && text[k - 1] > ' ') text[k] = ' ';
+    if (round % 4 == 0) text[draw() % text.size()] = "x-\t7\x80"[draw() % 5];
+    const Seen seen = short_scan(text, static_cast<int>(draw() % 100));
+    Seen expected = slow_scan(text.substr(0, static_cast<std::size_t>(seen.size)));
+    std::fill(expected.lines.begin(), expected.lines.end(), std::pair<int, int>());
+    ASSERT_EQ(seen, expected) << testing::PrintToString(text);
+    nscanned += seen.numbers.size();
+  }
+  EXPECT_EQ(nscanned > 100000, scans_short_numbers());
+}
+
+TEST(ScanShortNumbers, StopsAtLongerNumbersAndWhereRoomOrTextEnds) {
+  if (!scans_short_numbers()) GTEST_SKIP() << "this processor or this build has no such way";
+  std::string text;
+  for (int k = 0; k < 64; ++k) text += "1\n";
+  EXPECT_EQ(short_scan(text, 36).numbers.size(), 32U);
+  EXPECT_EQ(short_scan(text, 35).numbers.size(), 0U);
+  EXPECT_EQ(short_scan(text, 100).size, 64);  // fewer than 72 bytes are left
+  EXPECT_EQ(short_scan(text + "       \n", 100).size, 128);
+  EXPECT_EQ(short_scan(std::string(61, ' ') + "123" + text, 100).size, 0);
+  EXPECT_EQ(short_scan(std::string(62, ' ') + "12\n" + text, 100).size, 125);
 }
 
 std::string printed(int value) {
