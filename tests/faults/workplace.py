@@ -45,6 +45,9 @@ READERS = [
     Command("stats --summary - --from quillon", stdin="in.qhg"),
     Command("stats --json in.qhg", reports_on=True),
     Command("stats --quantiles --components in.qhg"),
+    Command("stats --quantiles --components --json in.qhg", reports_on=True),
+    Command("eval in.qhg in.part --parts --matrix --nets 3 --limit epsilon=9"),
+    Command("compare in.qhg in.part in.part --nets"),
     Command("check --json in.qhg", reports_on=True),
     Command("partition-info --json in.qhg in.part", reports_on=True),
     Command("check in.qhg in.qhg.gz", reports_on=True),
@@ -75,6 +78,8 @@ WRITERS = [
         "generate planted -o out.hgr --cells 30 --nets 20 --size 2..4 --parts-count 3 --cut-nets 2 --parts out.part",
         ["out.hgr", "out.part"],
     ),
+    Command("compare in.qhg in.part in.part --relabel out.part", ["out.part"]),
+    Command("lint in.qhg --fix -o out.qhg", ["out.qhg"]),
     Command(
         "extract in.qhg -o out.qhg --part 1 --parts in.part --cell-map map",
         ["out.qhg", "map"],
