@@ -128,6 +128,20 @@ TEST(DualOf, ExchangesCellsAndNets) {
   EXPECT_THAT(dual.cell_weights, ElementsAre(0, 7, 8));
 }
 
+TEST(DualOf, AgreesWithTheNetsOfEachCell) {
+  for (unsigned seed = 1; seed <= 150; ++seed) {
+    SCOPED_TRACE(seed);
+    const Shape shape = random_shape_of_graph(seed);
+    const NetLists dual = dual_of(quillon::Record(shape).h);
+    const Lists nets = nets_of_cells(shape);
+    ASSERT_EQ(dual.nnets, std::ssize(nets));
+    for (std::size_t i = 0; i < nets.size(); ++i)
+      EXPECT_THAT(
+          std::vector<int>(dual.nadj.begin() + dual.xnadj[i + 1], dual.nadj.begin() + dual.xnadj[i + 2]),
+          ElementsAreArray(nets[i]));
+  }
+}
+
 TEST(WithoutRepeatedPins, KeepsTheFirstOfEach) {
   const quillon::Record record(
       {.ncells = 3, .pins = {{2, 1, 2}, {3, 3}, {1}}, .net_weights = {7, 8, 9}, .cell_weights = {4, 5, 6}});

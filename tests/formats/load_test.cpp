@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <functional>
@@ -329,6 +330,39 @@ TEST(LinesOfNets, AreUnknownOfWhatIsNoFileAndAfterTheLastNet) {
   const TempFolder folder;
   EXPECT_THAT(lines_of_nets("/dev/null", own_format(), {}, {1}), ElementsAre(0));
   EXPECT_THAT(lines_of(folder, "a.hgr", "1 2\n1 2\n", {1, 2}), ElementsAre(2, 0));
+}
+
+// The number of the first line after the first two that begins with these words.
+std::size_t line_with(const std::string& text, const std::string& words) {
+  const std::size_t at = text.find('\n' + words, text.find('\n', text.find('\n') + 1));
+  return static_cast<std::size_t>(
+             std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n')) +
+         2;
+}
+
+TEST(LinesOfNets, HoldTheFirstPinsOfWhatWritersWrite) {
+  const TempFolder folder;
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    const Shape shape = random_shape(seed, {.ncells = 9, .nnets = 9});
+    const quillon::Record record(shape);
+    const std::string matrix = folder.at("a.mtx");
+    const std::string json = folder.at("a.json");
+    format("mtx").write(record.h, {}, matrix.c_str());
+    format("hif").write(record.h, {}, json.c_str());
+    std::vector<int> nets;
+    std::vector<std::size_t> entries;
+    std::vector<std::size_t> incidences;
+    for (int j = 1; j <= std::ssize(shape.pins); ++j) {
+      if (shape.pins[static_cast<std::size_t>(j) - 1].empty()) continue;
+      nets.push_back(j);
+      entries.push_back(line_with(folder.contents("a.mtx"), std::to_string(j) + " "));
+      incidences.push_back(
+          line_with(folder.contents("a.json"), "{\"edge\":" + std::to_string(j) + ",\"node\":"));
+    }
+    EXPECT_EQ(lines_of_nets(matrix, format("mtx"), {}, nets), entries);
+    EXPECT_EQ(lines_of_nets(json, format("hif"), {}, nets), incidences);
+  }
 }
 
 TEST(LinesOfNets, AreFoundAfterLongLines) {
