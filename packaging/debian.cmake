@@ -17,10 +17,14 @@ if(QUILLON_DEBIAN)
     set(documents ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package})
     install(FILES packaging/copyright ${compressed}/changelog.gz ${compressed}/changelog.Debian.gz
       DESTINATION ${documents} COMPONENT ${component})
+    set(overrides "# The package is not uploaded to Debian.\n${package}: initial-upload-closes-no-bugs\n")
     if(EXISTS ${PROJECT_SOURCE_DIR}/packaging/${package}.lintian-overrides)
-      install(FILES packaging/${package}.lintian-overrides RENAME ${package}
-        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT ${component})
+      file(READ ${PROJECT_SOURCE_DIR}/packaging/${package}.lintian-overrides more)
+      string(APPEND overrides "${more}")
     endif()
+    file(WRITE ${compressed}/${package}.lintian-overrides "${overrides}")
+    install(FILES ${compressed}/${package}.lintian-overrides RENAME ${package}
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT ${component})
   endfunction()
   quillon_package_documents(libquillon quillon_runtime)
   quillon_package_documents(libquillon-dev quillon_development)
