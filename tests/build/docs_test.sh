@@ -162,12 +162,12 @@ check_completion() {
   offers "a.qhg" stats a
   offers "f.part" stats f.  # the only file with this prefix
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" convert ""
-  offers "a.qhg c.hgr folder h 1.qhg i.json" convert --from mtx a.qhg ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" convert --from mtx a.qhg ""
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" eval -k 3 ""
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz f.part folder g.html h 1.qhg i.json" eval -k 3 a.qhg ""
   offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz f.part folder g.html h 1.qhg i.json" compare a.qhg f.part ""
   offers "folder g.html" report a.qhg -o ""
-  offers "a.qhg c.hgr folder h 1.qhg i.json" prune --output ""
+  offers "a.qhg b.qhg.gz c.hgr d.graph.zst e.mtx.gz folder h 1.qhg i.json" prune --output ""
 
   local formats="cnf edges hif hmetis kub metis mtx quillon"
   offers "$formats" convert --from ""

@@ -219,7 +219,7 @@ void set_suffixes(data& root) {
     }
   }
   root.set("read_suffixes", joined(with_compressed(read), " "));
-  root.set("written_suffixes", joined(written, " "));
+  root.set("written_suffixes", joined(with_compressed(written), " "));
 }
 
 data rule_data(const formats::Rule& rule) {
