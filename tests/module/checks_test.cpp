@@ -195,6 +195,19 @@ TEST_F(CheckLists, ASpareNetMayNameTheCellBackButIsOnePinTooMany) {
   }
 }
 
+TEST_F(CheckLists, ListsOfItemsMayLieOutsideTheArrays) {
+  Record r(row_of_cells());
+  r.h._net_list = nullptr;
+  r.h._cell_list = nullptr;
+  --r.cells[3].netsend;
+  EXPECT_EQ(check(r), " CheckListsofHypergraph: net 2 occurs 0 times in the net list of cell 3");
+
+  ++r.cells[3].netsend;
+  --r.nets[2].pinsend;
+  r.h._p = 3;
+  EXPECT_EQ(check(r), " CheckListsofHypergraph: cell 3 occurs 0 times in the cell list of net 2");
+}
+
 TEST_F(CheckLists, ASpareRecordThatNobodyHasSetNamesNothing) {
   std::vector<int> elsewhere{1, 1, 1};
   Record r({.ncells = 1, .pins = {{1}}});
