@@ -203,6 +203,22 @@ TEST_F(ReadNetArrays, RequestsEverythingBeforeTheFirstNet) {
   EXPECT_EQ(nadj[4], 0);  // stored by the attempt to read after the last pin
 }
 
+TEST_F(ReadNetArrays, RequestsTwoEntriesForNoNets) {
+  read("1 3 0 0\n");
+  EXPECT_THAT(requests({"imalloc"}),
+              ElementsAre("imalloc 2 read_hypergraph_netar: xnadj", "imalloc 2 read_hypergraph_netar: nadj"));
+}
+
+// As many as the array has room for, or more, scanned together.
+TEST_F(ReadNetArrays, CountsSurplusPinsOfALongFileWithoutStoringThem) {
+  for (const int size : {40, 41, 42, 60}) {
+    std::string line;
+    for (int k = 0; k < size; ++k) line += "5 ";
+    EXPECT_EQ(message("1 9 5 80\n" + line + "\n" + line + "\n"),
+              wrong_pins("80 " + std::to_string(5 * size)));
+  }
+}
+
 int entry_after_the_last_pin(const std::string& text) {
   const TempFile file(text);
   int ncells = 0;

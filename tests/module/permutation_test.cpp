@@ -321,11 +321,12 @@ TEST_F(Permute, ByAnOrderAndThenItsInverseGivesTheHypergraphBack) {
 
 TEST_F(PermuteByPart, PutsTheCellsOfPart0First) {
   // Parts 1, 0, 1 give the order 2, 1, 3.
-  const Record r({.ncells = 3,
-                  .pins = {{1, 2}, {2}, {3, 1}},
-                  .net_weights = {5, 6, 7},
-                  .cell_weights = {10, 20, 30},
-                  .parts = {1, 0, 1}});
+  Record r({.ncells = 3,
+            .pins = {{1, 2}, {2}, {3, 1}},
+            .net_weights = {5, 6, 7},
+            .cell_weights = {10, 20, 30},
+            .parts = {1, 0, 1}});
+  r.cells[0].pno = r.cells[4].pno = 0;  // of no cells
   Destination d(r.h);
   SymmetricPermute(&r.h, 2, &d.h);
 
