@@ -156,7 +156,8 @@ Evaluation evaluate(const Hypergraph& h, const Partition& partition) {
     const std::int64_t w = h._nlst[j].w;
     cut.add(w, connectivity);
     absorption.add(pins_of(h._nlst[j]).size(), connectivity, w);
-    pairs += Wide{w} * (std::int64_t{connectivity} * (connectivity - 1));
+    const std::int64_t npairs = std::int64_t{connectivity} * (connectivity - 1);
+    pairs += Wide{w} * npairs;
   });
   evaluation.cut = cut.sizes();
   evaluation.absorption = absorption.sum();

@@ -530,8 +530,11 @@ TEST(LintCompanion, FindsEachRuleAtItsPlaceAndNotInTheFileNextToIt) {
     const LintResult bad = lint_of(each.bad);
     EXPECT_THAT(findings_of(bad, each.rule), ElementsAre(each.finding));
     const Severity severity = rule_named(each.rule)->severity;
-    for (const Finding& finding : bad.findings)
-      if (finding.rule == each.rule) EXPECT_EQ(finding.severity, severity);
+    for (const Finding& finding : bad.findings) {
+      if (finding.rule == each.rule) {
+        EXPECT_EQ(finding.severity, severity);
+      }
+    }
     if (severity == Severity::kError)
       EXPECT_THAT(rules_of(bad, Severity::kError), ElementsAre(each.rule));
     else
@@ -552,9 +555,14 @@ TEST(Lint, ReportsMorePinsThanARecordCanHave) {
     const TempFolder folder;
     return findings_of(lint(folder.write("file", "1 0 0 0\n"), options), "too-many-pins");
   };
-  EXPECT_THAT(lint_of([](Scanner&, NetLists&, const ReadOptions&) { check_pins(2147483646); }),
+  EXPECT_THAT(lint_of([](Scanner& /*in*/, NetLists& /*lists*/, const ReadOptions& /*options*/) {
+                check_pins(2147483646);
+              }),
               ElementsAre("0:0 more than 2147483645 pins are too many"));
-  EXPECT_THAT(lint_of([](Scanner&, NetLists&, const ReadOptions&) { check_pins(2147483645); }), IsEmpty());
+  EXPECT_THAT(lint_of([](Scanner& /*in*/, NetLists& /*lists*/, const ReadOptions& /*options*/) {
+                check_pins(2147483645);
+              }),
+              IsEmpty());
   EXPECT_EQ(rule_named("too-many-pins")->severity, Severity::kError);
 }
 
