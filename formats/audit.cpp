@@ -11,6 +11,12 @@ bool Audit::wants_line(Item::Kind kind, std::int64_t number) {
   return wanted[next].item.kind == kind && wanted[next].item.number == number;
 }
 
+std::int64_t Audit::next_net(std::int64_t number) const {
+  for (std::size_t k = next; k < wanted.size() && wanted[k].item.kind == Item::kNet; ++k)
+    if (wanted[k].item.number >= number) return wanted[k].item.number;
+  return std::numeric_limits<std::int64_t>::max();
+}
+
 void Audit::found(const Scanner& in, const Item& item, std::size_t offset) {
   if (!wants_line(item.kind, item.number)) return;
   for (std::size_t k = next; k < wanted.size() && wanted[k].item.number == item.number; ++k)

@@ -108,6 +108,12 @@ class QUILLON_HIDDEN Audit {
   /// @throws AllFound  if none of it, nor of any line after it, is.
   bool wants_line(Item::Kind kind, std::int64_t number);
 
+  /// @param number  Of a net.
+  /// @return        The first net from this one on of which items are wanted; one that no file has if there
+  /// is
+  ///                none.
+  [[nodiscard]] std::int64_t next_net(std::int64_t number) const;
+
   /// Notes the place of an item, if it is wanted.
   ///
   /// @param offset     Of its first byte in the current block.

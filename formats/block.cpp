@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "hypergraph/detail/scan.h"
 #include "util/digits.h"
@@ -27,10 +28,6 @@ Extent closed_text(Block& block) {
 const char* next_line(const char* at, const char* end) {
   const void* const line_end = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
   return line_end == nullptr ? end : static_cast<const char*>(line_end) + 1;
-}
-
-std::size_t count_lines(const char* begin, const char* end) {
-  return static_cast<std::size_t>(std::count(begin, end, '\n'));
 }
 
 // What has been found up to the start of a line.
@@ -166,13 +163,44 @@ bool scan_entry(const char*& at, const LineShape& shape, int* indices, int& coun
   return true;
 }
 
+// Stores the lines of two indices and a number without a sign that begin here, and blank ones, many at a
+// time. Moves past them. Returns whether there were any.
+bool scan_plain_entries(Block& block, const Extent& text, Mark& mark, Scanned& scanned) {
+  const char* const begin = mark.line;
+  scan_numbers(begin, text.end, scanned);
+  int* number = block.numbers.data() + mark.nnumbers;
+  int* const starts = block.starts.data();
+  int before = 0;  // numbers of the lines before, values included
+  for (int k = 0; k < scanned.nlines; ++k) {
+    const int count = scanned.lines[k].count - before;
+    if (count != 3 && count != 0) break;
+    number[0] = scanned.numbers[before];
+    number[1] = scanned.numbers[before + 1];
+    number += count == 0 ? 0 : 2;
+    before += count;
+    starts[++mark.nlines] = static_cast<int>(number - block.numbers.data());
+    mark.line = begin + scanned.lines[k].end;
+  }
+  mark.nnumbers = static_cast<int>(number - block.numbers.data());
+  return mark.line != begin;
+}
+
 void scan_entries(Block& block, const Extent& text, const char* at, const LineShape& shape) {
+  constexpr int kSingle = 16;  // lines to scan one by one when one is not plain: more of them may follow
+  const bool may_be_plain = shape.whole_values && shape.nvalues == 1;
+  int nsingle = may_be_plain ? 0 : std::numeric_limits<int>::max();
+  Scanned scanned;
   int* const numbers = block.numbers.data();
   int* const starts = block.starts.data();
   int nodd = 0;
   Mark mark{at, 0, 0, at};
   Runs runs(block, mark);
   while (mark.line < text.end) {
+    if (nsingle == 0) {
+      if (!scan_plain_entries(block, text, mark, scanned)) nsingle = kSingle;
+      continue;
+    }
+    --nsingle;
     int count = 0;
     if (scan_entry(mark.line, shape, numbers + mark.nnumbers, count)) {
       mark.nnumbers += count;
@@ -190,19 +218,29 @@ void scan_entries(Block& block, const Extent& text, const char* at, const LineSh
 
 }  // namespace
 
-void count_line_ends(Block& block) {
-  block.nline_ends = count_lines(block.text.data(), block.text.data() + block.size);
+void count_line_ends(Block& block) { block.nline_ends = count_line_ends({block.text.data(), block.size}); }
+
+// In bytes, many of which fit into a vector register: so many of the text at a time that no sum overflows.
+std::size_t count_line_ends(std::string_view text) {
+  constexpr std::size_t kStep = 240;
+  std::size_t count = 0;
+  for (; text.size() >= kStep; text.remove_prefix(kStep)) {
+    unsigned char sum = 0;
+    for (std::size_t k = 0; k < kStep; ++k) sum = static_cast<unsigned char>(sum + (text[k] == '\n' ? 1 : 0));
+    count += sum;
+  }
+  return count + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
 void scan(Block& block, std::size_t from, const LineShape& shape) {
   const Extent text = closed_text(block);
   const std::size_t bytes = block.size - from + 1;
-  block.numbers.make_room(bytes / 2 + 1);
+  block.numbers.make_room(bytes / 2 + 1 + kSpareNumbers);
   block.starts.make_room(bytes + 2);
   block.starts.data()[0] = 0;
   const char* at = text.begin + from;
   if (block.begins_inside && from == 0) at = next_line(at, text.end);
-  block.nline_ends = count_lines(text.begin, at);
+  block.nline_ends = count_line_ends({text.begin, static_cast<std::size_t>(at - text.begin)});
   if (shape.nvalues > 0)
     scan_entries(block, text, at, shape);
   else

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace quillon::formats {
@@ -59,6 +60,9 @@ class Scratch {
 /// Bytes after the text of a block that `scan` may use.
 inline constexpr std::size_t kSpareBytes = 80;
 
+/// Entries after the numbers of a block that can be read. Their values do not matter.
+inline constexpr int kSpareNumbers = 16;
+
 /// A piece of a text. It ends after a line, or within one that is too long for a block, or with the text.
 struct Block {
   Scratch<char> text;          ///< `size` bytes and `kSpareBytes` more.
@@ -81,5 +85,8 @@ void scan(Block& block, std::size_t from, const LineShape& shape);
 
 /// Sets `nline_ends` of a block that is not scanned.
 void count_line_ends(Block& block);
+
+/// @return  Number of line ends in a text.
+std::size_t count_line_ends(std::string_view text);
 
 }  // namespace quillon::formats

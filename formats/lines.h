@@ -20,7 +20,7 @@ void begin_lines(Scanner& in, const LineShape& shape);
 struct NumberLines {
   int count = 0;                 ///< Lines, if the shape wants them.
   int nnumbers = 0;              ///< Numbers in all.
-  const int* numbers = nullptr;  ///< Line after line.
+  const int* numbers = nullptr;  ///< Line after line; `kSpareNumbers` more can be read.
   const int* starts = nullptr;   ///< Entries k and k + 1: first number of line k, and the end, in `all`.
   const int* all = nullptr;
 

@@ -404,7 +404,7 @@ class Linter : private NetVisitor {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
-    const std::vector<bool> used = visit_nets(lists_, audit_.damaged, *this);
+    const std::vector<char> used = visit_nets(lists_, audit_.damaged, *this);
     store_.count("duplicate-pin", std::exchange(nrepeated_, 0));
     add_summaries();
     const bool is_sound = is_complete_ && audit_.damaged.empty();
@@ -493,11 +493,11 @@ class Linter : private NetVisitor {
             Mention::kLine, net.earlier);
   }
 
-  void add_isolated_cells(const std::vector<bool>& used) {
+  void add_isolated_cells(const std::vector<char>& used) {
     const auto begin = used.begin() + 1;
-    const std::int64_t count = std::count(begin, used.end(), false);
+    const std::int64_t count = std::count(begin, used.end(), char{0});
     if (count == 0) return;
-    const auto first = std::find(begin, used.end(), false) - used.begin();
+    const auto first = std::find(begin, used.end(), char{0}) - used.begin();
     note("isolated-cell", {},
          counted(count, "cell") + (count == 1 ? " is" : " are") + " on no net; the first is cell " +
              std::to_string(first),

@@ -1,13 +1,14 @@
 #include "formats/net_audit.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
+#include <random>
 #include <span>
 #include <utility>
 
 #include "formats/short_nets.h"
+#include "util/mix.h"
 
 namespace quillon::formats {
 namespace {
@@ -19,10 +20,9 @@ Cells cells_of(const NetLists& lists, int j) {
   return {lists.nadj.data() + lists.xnadj[at], lists.nadj.data() + lists.xnadj[at + 1]};
 }
 
-std::uint64_t hash_of(int cell) {
-  std::uint64_t bits = static_cast<std::uint64_t>(cell) * 0x9E3779B97F4A7C15U;
-  bits ^= bits >> 32U;
-  return bits * 0xD6E8FEB86659FD93U;
+CellHash random_hash() {
+  std::random_device random;
+  return {static_cast<std::uint32_t>(random()) | 0x80000001U, static_cast<std::uint32_t>(random())};
 }
 
 std::vector<int> sorted_set(Cells cells) {
@@ -32,47 +32,85 @@ std::vector<int> sorted_set(Cells cells) {
   return set;
 }
 
-// Sets of cells by the sum of the hashes of their members. Nets wait in a queue while their slots are
-// fetched.
-class NetTable {
+// Finds nets with the same cells by fingerprints. Those of nearly all nets are different, which a table of
+// bits tells; it is a small part of what a table of nets would be.
+class ParallelNets {
  public:
-  NetTable(const NetLists& lists, std::size_t nnets, NetVisitor& visitor)
-      : lists_(lists), visitor_(visitor), mask_(std::bit_ceil(2 * nnets + 1) - 1), slots_(mask_ + 1) {}
-
-  void add(int j, std::uint64_t hash) {
-    __builtin_prefetch(&slots_[place_of(hash)]);
-    queue_[nqueued_++] = {j, hash};
-    if (nqueued_ == queue_.size()) flush();
+  ParallelNets(const NetLists& lists, std::size_t nnets)
+      : lists_(lists), shift_(32 - std::min(kLargest, static_cast<int>(std::bit_width(16 * nnets)))) {
+    prints_.assign(nnets + 1, 0);
   }
 
-  void flush() {
-    for (std::size_t k = 0; k < nqueued_; ++k)
-      if (const int earlier = find_or_add(queue_[k].net, queue_[k].hash); earlier != 0)
-        visitor_.parallel_net({queue_[k].net, earlier});
-    nqueued_ = 0;
+  // Adds net j, with a number that depends on the set of its cells.
+  void add(int j, std::uint64_t hash) {
+    prints_[static_cast<std::size_t>(j)] = static_cast<int>(mixed(hash) >> 32U | 1U);
+  }
+
+  void visit(NetVisitor& visitor) const {
+    std::vector<ParallelNet> found;
+    const std::vector<std::uint64_t> nets = nets_with_repeated_prints();
+    const auto print_of = [&nets](std::size_t k) { return nets[k] >> 32U; };
+    for (std::size_t begin = 0, end = 0; begin < nets.size(); begin = end) {
+      while (end < nets.size() && print_of(end) == print_of(begin)) ++end;
+      find_in(std::span(nets).subspan(begin, end - begin), found);
+    }
+    std::sort(found.begin(), found.end(),
+              [](const ParallelNet& a, const ParallelNet& b) { return a.net < b.net; });
+    for (const ParallelNet& net : found) visitor.parallel_net(net);
   }
 
  private:
-  struct Slot {
-    int net = 0;
-    std::uint32_t hash = 0;
-  };
+  static constexpr int kLargest = 32;  // bits of an index
+  static constexpr std::size_t kAhead = 32;
 
-  struct Queued {
-    int net;
-    std::uint64_t hash;
-  };
+  // Calls visit(k, word, bit) for the bit of each fingerprint k.
+  template <typename Visit>
+  void for_each_bit(Ints& bits, Visit visit) const {
+    const auto index = [this](std::size_t k) {
+      return std::uint64_t{static_cast<std::uint32_t>(prints_[k])} >> shift_;
+    };
+    for (std::size_t k = 1; k < prints_.size(); ++k) {
+      if (k + kAhead < prints_.size()) __builtin_prefetch(&bits[index(k + kAhead) / 32]);
+      if (prints_[k] != 0) visit(k, bits[index(k) / 32], static_cast<int>(1U << (index(k) % 32)));
+    }
+  }
 
-  [[nodiscard]] std::size_t place_of(std::uint64_t hash) const { return (hash ^ hash >> 29U) & mask_; }
+  // Fingerprint and net, sorted, of the nets that may be parallel to another one.
+  [[nodiscard]] std::vector<std::uint64_t> nets_with_repeated_prints() const {
+    Ints bits("ParallelNets: bits");
+    const std::size_t nwords = std::max<std::size_t>((std::uint64_t{1} << (32 - shift_)) / 32, 1);
+    bits.assign(nwords, 0);
+    std::vector<std::size_t> repeated;
+    for_each_bit(bits, [&repeated](std::size_t k, int& word, int bit) {
+      if ((word & bit) != 0) repeated.push_back(k);
+      word |= bit;
+    });
+    std::vector<std::uint64_t> nets;
+    if (repeated.empty()) return nets;
+    bits.assign(nwords, 0);
+    for (const std::size_t k : repeated) {
+      const std::uint64_t index = std::uint64_t{static_cast<std::uint32_t>(prints_[k])} >> shift_;
+      bits[index / 32] |= static_cast<int>(1U << (index % 32));
+    }
+    for_each_bit(bits, [&](std::size_t k, const int& word, int bit) {
+      if ((word & bit) != 0) nets.push_back(std::uint64_t{static_cast<std::uint32_t>(prints_[k])} << 32U | k);
+    });
+    std::sort(nets.begin(), nets.end());
+    return nets;
+  }
 
-  // The first net with these cells, or 0 if this one is the first.
-  int find_or_add(int j, std::uint64_t hash) {
-    std::size_t at = place_of(hash);
-    for (; slots_[at].net != 0; at = (at + 1) & mask_)
-      if (slots_[at].hash == static_cast<std::uint32_t>(hash >> 32U) && are_same(slots_[at].net, j))
-        return slots_[at].net;
-    slots_[at] = {j, static_cast<std::uint32_t>(hash >> 32U)};
-    return 0;
+  // Of nets with the same fingerprint, in ascending order.
+  void find_in(std::span<const std::uint64_t> nets, std::vector<ParallelNet>& found) const {
+    std::vector<int> firsts;
+    for (const std::uint64_t print_and_net : nets) {
+      const auto j = static_cast<int>(print_and_net);
+      const auto same =
+          std::find_if(firsts.begin(), firsts.end(), [&](int first) { return are_same(first, j); });
+      if (same == firsts.end())
+        firsts.push_back(j);
+      else
+        found.push_back({j, *same});
+    }
   }
 
   [[nodiscard]] bool are_same(int a, int b) const {
@@ -83,53 +121,47 @@ class NetTable {
   }
 
   const NetLists& lists_;
-  NetVisitor& visitor_;
-  std::size_t mask_;
-  std::vector<Slot> slots_;
-  std::array<Queued, 64> queue_{};
-  std::size_t nqueued_ = 0;
+  int shift_;    // what is left of a fingerprint is the index of its bit
+  Ints prints_;  // by net; 0: not compared
 };
 
 // Visits nets one after the other.
 class Walk {
  public:
   Walk(const NetLists& lists, NetVisitor& visitor)
-      : visitor_(visitor), used_(static_cast<std::size_t>(lists.ncells) + 1) {}
+      : visitor_(visitor), ncells_(static_cast<std::size_t>(lists.ncells)), end_(lists.nadj.end()) {}
 
   // The sum of the hashes of the cells of a net, each counted once.
   std::uint64_t visit(int j, Cells cells, bool is_damaged) {
-    std::uint64_t hash = 0;
-    for (const int i : cells) {
-      used_[static_cast<std::size_t>(i)] = true;
-      hash += hash_of(i);
+    if (cells.size() <= kShortNet) [[likely]] {
+      const ShortNet net = look_at_short_net(cells, end_, hash_);
+      return net.repeated == 0 ? net.hash : net.hash - visit_short(j, cells, net.repeated, is_damaged);
     }
-    if (is_short_and_distinct(cells)) return hash;
-    return hash - (is_short(cells) ? visit_short(j, cells, is_damaged) : visit_long(j, cells, is_damaged));
+    std::uint64_t hash = 0;
+    for (const int i : cells) hash += hash_.of(i);
+    return hash - visit_long(j, cells, is_damaged);
   }
 
-  [[nodiscard]] std::vector<bool> used() && { return std::move(used_); }
-
  private:
-  static bool is_short(Cells cells) { return cells.size() <= 64; }
-
   // The sum of the hashes of repetitions.
-  std::uint64_t visit_short(int j, Cells cells, bool is_damaged) {
+  std::uint64_t visit_short(int j, Cells cells, unsigned repeated, bool is_damaged) {
     std::uint64_t hash = 0;
-    for (std::size_t k = 1; k < cells.size(); ++k) {
-      const auto first = std::find(cells.begin(), cells.begin() + static_cast<std::ptrdiff_t>(k), cells[k]);
-      if (first == cells.begin() + static_cast<std::ptrdiff_t>(k)) continue;
-      hash += hash_of(cells[k]);
-      if (!is_damaged)
-        visitor_.repeated_pin({j, static_cast<int>(first - cells.begin()), static_cast<int>(k)});
+    for (; repeated != 0; repeated &= repeated - 1) {
+      const int k = std::countr_zero(repeated);
+      const int cell = cells[static_cast<std::size_t>(k)];
+      hash += hash_.of(cell);
+      if (is_damaged) continue;
+      const auto first = std::find(cells.begin(), cells.end(), cell);
+      visitor_.repeated_pin({j, static_cast<int>(first - cells.begin()), k});
     }
     return hash;
   }
 
   std::uint64_t visit_long(int j, Cells cells, bool is_damaged) {
-    if (last_net_.empty()) last_net_.resize(used_.size());
+    if (last_net_.empty()) last_net_.resize(ncells_ + 1);
     std::uint64_t hash = 0;
     for (const int i : cells)
-      if (std::exchange(last_net_[static_cast<std::size_t>(i)], j) == j) hash += hash_of(i);
+      if (std::exchange(last_net_[static_cast<std::size_t>(i)], j) == j) hash += hash_.of(i);
     if (hash != 0 && !is_damaged) report_repeated(j, cells);
     return hash;
   }
@@ -152,16 +184,18 @@ class Walk {
   }
 
   NetVisitor& visitor_;
-  std::vector<bool> used_;     // by cell
+  std::size_t ncells_;
+  const int* end_;  // of all pins
+  const CellHash hash_ = random_hash();
   std::vector<int> last_net_;  // by cell: the last long net with it; empty until there is one
 };
 
 }  // namespace
 
-std::vector<bool> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor) {
+std::vector<char> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor) {
   const int nnets = std::max<int>(static_cast<int>(lists.xnadj.size()) - 2, 0);
   Walk walk(lists, visitor);
-  NetTable table(lists, static_cast<std::size_t>(nnets), visitor);
+  ParallelNets parallel_nets(lists, static_cast<std::size_t>(nnets));
   auto next_damaged = damaged.begin();
   for (int j = 1; j <= nnets; ++j) {
     while (next_damaged != damaged.end() && *next_damaged < j) ++next_damaged;
@@ -170,10 +204,15 @@ std::vector<bool> visit_nets(const NetLists& lists, const std::vector<int>& dama
     if (cells.empty() && !is_damaged) visitor.empty_net(j);
     if (cells.size() == 1 && !is_damaged) visitor.one_pin_net(j);
     const std::uint64_t hash = walk.visit(j, cells, is_damaged);
-    if (cells.size() >= 2 && !is_damaged) table.add(j, hash);
+    if (cells.size() >= 2 && !is_damaged) parallel_nets.add(j, hash);
   }
-  table.flush();
-  return std::move(walk).used();
+  parallel_nets.visit(visitor);
+
+  std::vector<char> used(static_cast<std::size_t>(lists.ncells) + 1);
+  const int npins = nnets > 0 ? lists.xnadj.back() : 0;
+  char* const marks = used.data();  // they might alias the members of `lists`
+  for (const int i : Cells(lists.nadj.data(), static_cast<std::size_t>(npins))) marks[i] = 1;
+  return used;
 }
 
 }  // namespace quillon::formats

@@ -22,8 +22,8 @@ struct ParallelNet {
   int earlier;  ///< The first such net.
 };
 
-/// What to look for in nets. Each function is called for the nets in ascending order, those on
-/// parallel nets some nets later than the others.
+/// What to look for in nets. Each function is called for the nets in ascending order, that on parallel nets
+/// after all others.
 class NetVisitor {
  public:
   virtual ~NetVisitor() = default;
@@ -37,9 +37,9 @@ class NetVisitor {
 ///
 /// @param lists    Cells and offsets are not checked; `nnets` may be more than there are nets.
 /// @param damaged  Nets to omit, ascending.
-/// @return         By cell, entry 0 not used: whether it is on a net.
+/// @return         By cell, entry 0 not used: 1 if it is on a net, else 0.
 /// @par Cost       O(cells + nets + pins) time, more for nets with repeated pins and parallel ones; O(nets)
-///                 memory and a bit for each cell, if all nets have 64 pins at most; else O(cells + nets).
-std::vector<bool> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
+///                 memory and a byte for each cell, if all nets have 16 pins at most; else O(cells + nets).
+std::vector<char> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
 
 }  // namespace quillon::formats

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "formats/audit.h"
@@ -10,11 +11,13 @@
 namespace quillon::formats {
 namespace {
 
-// Stores cell numbers from 1. Returns whether all of them are cells.
-bool store_cells(const int* numbers, int count, int first_cell, int ncells, int* cells) {
+// Stores cell numbers from 1. `numbers` may be `cells` itself: inlined, as the loop is slow if the compiler
+// has to expect any overlap. Returns whether all of them are cells.
+[[gnu::always_inline]] inline bool store_cells(const int* numbers, std::size_t count, int first_cell,
+                                               int ncells, int* cells) {
   const int shift = 1 - first_cell;
   unsigned outside = 0;
-  for (int k = 0; k < count; ++k) {
+  for (std::size_t k = 0; k < count; ++k) {
     cells[k] = numbers[k] + shift;
     outside |= static_cast<unsigned>(cells[k] - 1) >= static_cast<unsigned>(ncells) ? 1U : 0U;
   }
@@ -23,50 +26,65 @@ bool store_cells(const int* numbers, int count, int first_cell, int ncells, int*
 
 // Net lines that consist of cells: all of them at once.
 bool store_unweighted(const NumberLines& lines, int count, NetLists& lists, const NetForm& form) {
-  const int npins = lines.before(count);
+  const auto npins = static_cast<std::size_t>(lines.before(count));
   const auto before = static_cast<int>(lists.nadj.size());
-  if (!store_cells(lines.numbers, npins, form.first_cell, lists.ncells,
-                   lists.nadj.extend(static_cast<std::size_t>(npins))))
-    return false;
+  int* const cells = lists.nadj.extend(npins);
   int* const starts = lists.xnadj.extend(static_cast<std::size_t>(count));
   for (int k = 0; k < count; ++k) starts[k] = before + lines.before(k + 1);
-  return true;
+  return store_cells(lines.numbers, npins, form.first_cell, lists.ncells, cells);
 }
 
-// Whether a line begins with a weight, and with its number of cells, as the form demands.
-bool has_head(const int* line, int size, const NetForm& form) {
+// Whether each line begins with a weight, and with its number of cells, as the form demands.
+bool have_heads(const NumberLines& lines, int count, const NetForm& form) {
   const int head = form.head();
-  return size >= head && (!form.has_size || line[head - 1] == size - head);
+  unsigned bad = 0;
+  for (int k = 0; k < count; ++k) bad |= lines.size(k) < head ? 1U : 0U;
+  for (int k = 0; form.has_size && bad == 0 && k < count; ++k)
+    bad = lines.line(k)[head - 1] == lines.size(k) - head ? 0U : 1U;
+  return bad == 0;
+}
+
+// Numbers that are copied of each line, whatever its length: the branch at the end of an exact loop over a
+// short line would be unpredictable.
+constexpr int kAtOnce = 16;
+static_assert(kAtOnce <= kSpareNumbers);
+
+// Room for the weights of `more` items after those so far. The array moves seldom, as each move costs fresh
+// memory; `count` limits what a header can demand.
+void make_room(std::vector<int>& weights, std::size_t more, int count) {
+  const std::size_t needed = weights.size() + more;
+  if (needed <= weights.capacity()) return;
+  constexpr std::size_t kMostGrowth = 64;
+  weights.reserve(std::clamp<std::size_t>(static_cast<std::size_t>(count) + 1, needed, kMostGrowth * needed));
 }
 
 // Raw pointers, as lines are short.
 bool store_by_line(const NumberLines& lines, int count, NetLists& lists, const NetForm& form) {
   const int head = form.head();
-  for (int k = 0; k < count; ++k)
-    if (!has_head(lines.line(k), lines.size(k), form)) return false;
-
   const auto nnets = static_cast<std::size_t>(count);
   const auto npins = static_cast<std::size_t>(lines.before(count)) - nnets * static_cast<std::size_t>(head);
-  int end = static_cast<int>(lists.nadj.size());
-  int* pin = lists.nadj.extend(npins);
+  const std::size_t before = lists.nadj.size();
+  int end = static_cast<int>(before);
+  int* const cells = lists.nadj.extend(npins + kAtOnce);
+  lists.nadj.resize(before + npins);
   int* const ends = lists.xnadj.extend(nnets);
-  if (form.has_weight) lists.net_weights.resize(lists.net_weights.size() + nnets);
-  int* const weights =
-      form.has_weight ? lists.net_weights.data() + lists.net_weights.size() - nnets : nullptr;
-  const int shift = 1 - form.first_cell;
-  const auto ncells = static_cast<unsigned>(lists.ncells);
-  unsigned outside = 0;
+  int* pin = cells;
   for (int k = 0; k < count; ++k) {
-    const int* const line = lines.line(k);
-    const int* const line_end = lines.line(k + 1);
-    if (weights != nullptr) weights[k] = line[0];
-    for (const int* number = line + head; number != line_end; ++number) {
-      *pin = *number + shift;
-      outside |= static_cast<unsigned>(*pin++ - 1) >= ncells ? 1U : 0U;
-    }
-    ends[k] = end += lines.size(k) - head;
+    const int* const numbers = lines.line(k) + head;
+    const int size = lines.size(k) - head;
+    std::memcpy(pin, numbers, kAtOnce * sizeof(int));
+    if (size > kAtOnce) [[unlikely]]
+      std::copy(numbers + kAtOnce, numbers + size, pin + kAtOnce);
+    pin += size;
+    ends[k] = end += size;
   }
-  return outside == 0;
+  if (form.has_weight) {
+    make_room(lists.net_weights, nnets, lists.nnets);
+    lists.net_weights.resize(lists.net_weights.size() + nnets);
+    int* const weights = lists.net_weights.data() + lists.net_weights.size() - nnets;
+    for (int k = 0; k < count; ++k) weights[k] = *lines.line(k);
+  }
+  return store_cells(cells, npins, form.first_cell, lists.ncells, cells);
 }
 
 // Stores lines with cells out of range that lint only counts. Returns false if it wants their places.
@@ -75,8 +93,6 @@ bool store_damaged(const Scanner& in, const NumberLines& lines, int count, NetLi
   constexpr std::string_view kRule = "cell-out-of-range";
   if (in.audit == nullptr || in.audit->is_locating() || in.audit->wants(kRule)) return false;
   const int head = form.head();
-  for (int k = 0; k < count; ++k)
-    if (!has_head(lines.line(k), lines.size(k), form)) return false;
   for (int k = 0; k < count; ++k) {
     const int* const end = lines.line(k + 1);
     bool is_damaged = false;
@@ -107,9 +123,30 @@ void make_room(NetLists& lists, std::size_t npins) {
   lists.nadj.reserve(std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed));
 }
 
+// Skips lines of nets before the next one that lint looks for, within the current block.
+int skip_nets(Scanner& in, NetLists& lists, const NetForm& form) {
+  const auto next = static_cast<std::int64_t>(lists.xnadj.size()) - 1;
+  const std::int64_t nwanted = std::min(in.audit->next_net(next) - next, lists.nnets + 1 - next);
+  if (nwanted <= 0 || at_end(in)) return 0;
+  const std::string_view text = in.text.substr(in.at);
+  if (text.find('%') != std::string_view::npos) return 0;  // lines that are no nets, perhaps
+  auto count = static_cast<std::int64_t>(count_line_ends(text));
+  if (count <= nwanted) {
+    in.at += text.rfind('\n') + 1;  // 0 if there is no line end
+  } else {
+    count = nwanted;
+    for (std::int64_t k = 0; k < count; ++k) in.at = in.text.find('\n', in.at) + 1;
+  }
+  const auto nskipped = static_cast<std::size_t>(count);
+  lists.xnadj.resize(lists.xnadj.size() + nskipped, lists.xnadj.back());
+  if (form.has_weight) lists.net_weights.resize(lists.net_weights.size() + nskipped, 1);
+  return static_cast<int>(count);
+}
+
 }  // namespace
 
 int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
+  if (in.audit != nullptr && in.audit->is_locating()) return skip_nets(in, lists, form);
   const NumberLines lines = number_lines(in);
   const auto nleft =
       static_cast<std::int64_t>(lists.nnets) + 2 - static_cast<std::int64_t>(lists.xnadj.size());
@@ -120,7 +157,8 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   const std::size_t nets_before = lists.xnadj.size();
   const bool by_line = form.has_weight || form.has_size;
   if (pins_before + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
-  make_room(lists, npins);
+  if (!have_heads(lines, count, form)) return 0;
+  make_room(lists, npins + (by_line ? kAtOnce : 0));
   const bool stored =
       by_line ? store_by_line(lines, count, lists, form) : store_unweighted(lines, count, lists, form);
   if (!stored || lists.nadj.size() > form.most_pins) {
@@ -163,6 +201,7 @@ int read_plain_weights(Scanner& in, std::vector<int>& weights, int count) {
   for (int k = 0; k < nread; ++k)
     if (lines.size(k) != 1) return 0;
   if (nread == 0) return 0;
+  make_room(weights, static_cast<std::size_t>(nread), count);
   weights.insert(weights.end(), lines.numbers, lines.numbers + nread);
   skip_lines(in, nread);
   return nread;

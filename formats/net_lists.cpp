@@ -187,15 +187,18 @@ void group_by_net(NetLists& lists, const std::vector<Pin>& pins) {
 }
 
 std::int64_t count_repeated_pins(const Hypergraph& h) {
-  std::vector<int> last_net(static_cast<std::size_t>(h._c) + 1, 0);
+  std::vector<int> last_net;  // by cell, for long nets
+  const int* const end = h._cell_list + h._p;
   std::int64_t count = 0;
   for (int j = 1; j <= h._n; ++j) {
-    if (is_short_and_distinct(pins_of(h._nlst[j]))) continue;
-    for (const int i : pins_of(h._nlst[j])) {
-      int& last = last_net[static_cast<std::size_t>(i)];
-      if (last == j) ++count;
-      last = j;
+    const std::span<const int> pins = pins_of(h._nlst[j]);
+    if (pins.size() <= kShortNet) {
+      count += count_bits(look_at_short_net(pins, end, {}).repeated);
+      continue;
     }
+    if (last_net.empty()) last_net.resize(static_cast<std::size_t>(h._c) + 1);
+    for (const int i : pins)
+      if (std::exchange(last_net[static_cast<std::size_t>(i)], j) == j) ++count;
   }
   return count;
 }

@@ -43,7 +43,19 @@ std::span<const int> plain_numbers(Scanner& in, std::size_t nleft, int first, in
 
 // Appends numbers that count from `first`, counted from 0.
 void append_from(int first, std::span<const int> numbers, std::vector<int>& values) {
-  for (const int number : numbers) values.push_back(number - first);
+  const std::size_t before = values.size();
+  values.resize(before + numbers.size());
+  std::transform(numbers.begin(), numbers.end(), values.data() + before,
+                 [first](int number) { return number - first; });
+}
+
+// The start of a list, with room for all of its entries: the fresh memory of each growth would cost as much
+// as the scan.
+std::vector<int> list_of(int count, int entry_0) {
+  std::vector<int> list;
+  list.reserve(static_cast<std::size_t>(count) + 1);
+  list.push_back(entry_0);
+  return list;
 }
 
 // Moves to the next line if nothing is left on this one: lines of plain numbers may follow.
@@ -101,7 +113,7 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
   const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
   const std::string range = ", from " + std::to_string(first) +
                             (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
-  std::vector<int> parts{0};
+  std::vector<int> parts = list_of(ncells, 0);
   bool has_part_0 = first == 1;
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
@@ -142,7 +154,7 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
   const int last = nparts == 0 ? kAnyNumber : nparts - 1 + first;
   const std::string range = "the part number, from " + std::to_string(first) +
                             (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
-  std::vector<int> parts{-1};
+  std::vector<int> parts = list_of(ncells, -1);
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   while (parts.size() < nwanted) {
@@ -198,7 +210,7 @@ std::vector<int> read_permutation(Scanner& in, int count, const std::string& ite
   prepare_second_read(in);
   const Range allowed{1, count, "a " + item + " number from 1 to " + std::to_string(count),
                       "cell-out-of-range", "missing-part"};
-  std::vector<int> order{0};
+  std::vector<int> order = list_of(count, 0);
   const auto nwanted = static_cast<std::size_t>(count) + 1;
   std::vector<char> named(nwanted, 0);
   begin_lines(in, {.by_line = false});

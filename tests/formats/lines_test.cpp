@@ -9,8 +9,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +21,7 @@
 #include "formats/block_queue.h"
 #include "formats/threads.h"
 #include "tests/formats/finding_of.h"
+#include "tests/formats/temp_folder.h"
 #include "tests/support/plain_lines.h"
 #include "util/util.h"
 
@@ -138,6 +142,8 @@ std::map<std::string, std::vector<std::string>> samples() {
        {kBanner + "real symmetric\n% c\n3 3 3\n1 1 .5\n2 1 1\n3 2 -4e2\n",
         kBanner + "pattern general\n4 4 6\n1 1\n1 2\n\n2 4\n2 4\n1 2\n4 1\n",
         kBanner + "integer general\n2 3 3\n1 3 -5\n1 3 +7\n2 1 0\n",
+        kBanner + "integer general\n9 9 8\n1 3 5\n1 3 0\n2 1 1234567890123\n\n3 3 7\n4 4 -1\n5 5 1\n6\t6 "
+                  "1\r\n7 9 2",
         kBanner + "complex hermitian\n3 3 3\n1 1 1 0\n3 1 1e3 -2.5\n1 3 .5 .5\n",
         kBanner + "pattern skew-symmetric\n3 3 2\n2 1\n3 2\n"}}};
 }
@@ -189,6 +195,35 @@ TEST(Lines, OfAnyTextGiveTheSameOnAnyBlocksAndThreads) {
   }
   set_fatal_handler(previous);
   EXPECT_LT(nskipped, 200);
+}
+
+std::string contents_of(const std::filesystem::path& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+// As every format that is read in blocks.
+TEST(Lines, OfAllTestFilesGiveTheSameOnAnyBlocksAndThreads) {
+  const FatalHandler previous = set_fatal_handler(out_of_memory);
+  int nfiles = 0;
+  for (const char* const folder : {QUILLON_CONFORMANCE_CORPUS, QUILLON_TEST_FILES, QUILLON_DATA})
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+      if (!entry.is_regular_file() || entry.file_size() > 20000) continue;
+      const std::string text = contents_of(entry.path());
+      SCOPED_TRACE(entry.path());
+      ++nfiles;
+      for (const Format& format : all_formats()) {
+        if (format.reads_whole_text || HasFailure()) continue;
+        try {
+          expect_same_on_any_blocks(format, text, {});
+        } catch (const OutOfMemory&) {
+          // The counts of its header, on any number of threads.
+        }
+      }
+    }
+  set_fatal_handler(previous);
+  EXPECT_GT(nfiles, 150);
 }
 
 TEST(Scan, FindsThePlainLinesOfAnyText) {
@@ -245,6 +280,29 @@ TEST(Scanner, RefusesEndlessBytesAtTheFirstBlock) {
               byte == '7' ? "number-too-large" : "not-a-number");
     EXPECT_LE(nread, std::size_t{8} << 20);
   }
+}
+
+TEST(Finish, RefusesATextThatWasCut) {
+  Scanner whole("in", std::string_view("1 2\n"));
+  finish(whole);
+  Scanner cut("in", Text(std::string_view("1 2\n3\0 4\n", 9)), true);
+  EXPECT_EQ(finding_of([&] { finish(cut); }), (Finding{"nul-byte", Severity::kError, "in", 2, 2,
+                                                       "found a byte of value 0, expected text", ""}));
+}
+
+TEST(ReadText, EndsAtTheFirstBlockOfZeros) {
+  const TempFolder folder;
+  const std::string path = folder.write("zeros", "");
+  std::filesystem::resize_file(path, std::uintmax_t{256} << 20);  // a sparse file
+  Source zeros(path);
+  Text text;
+  EXPECT_FALSE(read_text(zeros, text));
+  EXPECT_LE(text.view().size(), std::size_t{4} << 20);
+
+  Source lines(folder.write("lines", std::string("1\n\0\n", 4)));
+  Text all;
+  EXPECT_TRUE(read_text(lines, all));
+  EXPECT_EQ(all.view(), std::string_view("1\n\0\n", 4));
 }
 
 TEST(Scanner, ReadsLinesLongerThanABlock) {

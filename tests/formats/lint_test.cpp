@@ -336,6 +336,29 @@ TEST(Lint, ReportsTheSameThroughManyBlocks) {
               ElementsAre("59991:7 net 59990 names cell 59990 again, first in column 1"));
 }
 
+// Lines before a place are passed many at a time, unless there is a comment among them.
+TEST(Lint, FindsPlacesAmongManyLines) {
+  std::string nets;
+  for (int j = 1; j <= 40000; ++j) nets += std::to_string(j) + (j % 9000 == 0 ? " 1 1\n" : " 40001\n");
+  for (const auto& [format, header] :
+       {std::pair("hmetis", "40000 40001\n"), std::pair("quillon", "1 40001 40000 80004\n")}) {
+    const std::string text = header + nets;
+    const LintResult expected = lint_text(format, text + "% comment\n");
+    const std::size_t middle = text.find("\n20000 ") + 1;
+    const LintResult found = lint_text(format, text);
+    EXPECT_EQ(findings_of(found, "duplicate-pin"), findings_of(expected, "duplicate-pin"));
+    EXPECT_THAT(findings_of(found, "duplicate-pin"),
+                ElementsAre("9001:8 net 9000 names cell 1 again, first in column 6",
+                            "18001:9 net 18000 names cell 1 again, first in column 7",
+                            "27001:9 net 27000 names cell 1 again, first in column 7",
+                            "36001:9 net 36000 names cell 1 again, first in column 7"));
+    const LintResult commented = lint_text(format, std::string(text).insert(middle, "% comment\n"));
+    EXPECT_EQ(findings_of(commented, "duplicate-pin").at(1), findings_of(found, "duplicate-pin").at(1));
+    EXPECT_EQ(findings_of(commented, "duplicate-pin").at(2),
+              "27002:9 net 27000 names cell 1 again, first in column 7");
+  }
+}
+
 TEST(Lint, ShowsLinesWithTheirPlace) {
   LintOptions options;
   options.excerpts = true;
