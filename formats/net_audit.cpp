@@ -160,9 +160,13 @@ class Walk {
   std::uint64_t visit_long(int j, Cells cells, bool is_damaged) {
     if (last_net_.empty()) last_net_.resize(ncells_ + 1);
     std::uint64_t hash = 0;
-    for (const int i : cells)
-      if (std::exchange(last_net_[static_cast<std::size_t>(i)], j) == j) hash += hash_.of(i);
-    if (hash != 0 && !is_damaged) report_repeated(j, cells);
+    bool has_repeated = false;
+    for (const int i : cells) {
+      if (std::exchange(last_net_[static_cast<std::size_t>(i)], j) != j) continue;
+      hash += hash_.of(i);
+      has_repeated = true;
+    }
+    if (has_repeated && !is_damaged) report_repeated(j, cells);
     return hash;
   }
 
