@@ -24,7 +24,6 @@ namespace {
 using testing::ExitedWithCode;
 using testing::StrEq;
 
-
 unsigned char* bytes_of(void* block) { return static_cast<unsigned char*>(block); }
 
 void expect_aligned_for_any_type(const void* block) {
