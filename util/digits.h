@@ -353,7 +353,7 @@ struct Edges {
   std::uint32_t places[Scanned::kRuns * 64 + 64];
 
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing costs more than a short text
-  Edges() = default;
+  Edges() = default;  // cppcheck-suppress uninitMemberVar
 
   /// Writes some entries too many rather than none: the branch at the end of an exact loop would be
   /// unpredictable.
@@ -437,7 +437,8 @@ struct Edges {
     nends += static_cast<int>(_mm_popcnt_u64(ends));
   }
   scanned.count = nends;
-  scanned.size = in_number != 0 ? static_cast<int>(edges.places[std::ptrdiff_t{2} * nends]) : size;
+  scanned.size = size;
+  if (in_number != 0) scanned.size = static_cast<int>(edges.places[std::ptrdiff_t{2} * nends]);
   std::fill_n(edges.places + edges.count, 16, 0);  // for the last eight numbers converted
   if (scanned.size == 0)
     scan_by_fours(text, end, scanned);
@@ -480,7 +481,7 @@ inline constexpr Spreads kSpreads = all_spreads();
   ByteClasses classes;
   if (!classify_plain_by_32(text, classes)) return {};
   if ((classes.digits & classes.digits << 1 & classes.digits << 2) != 0) return {};
-  alignas(32) char bytes[64];
+  alignas(32) char bytes[64];  // cppcheck-suppress unassignedVariable ; by intrinsics
   for (int place = 0; place < 64; place += 32)
     _mm256_store_si256(reinterpret_cast<__m256i*>(bytes + place), short_values(text + place));
   const int size = 64 - static_cast<int>(_lzcnt_u64(classes.spaces));
