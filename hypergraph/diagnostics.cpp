@@ -98,11 +98,11 @@ bool may_be_set_aside(const Hypergraph* h, const Net& net) {
   return size >= 2 && size <= h->_c;
 }
 
-// The number of the last net, `nnets` at least. Set-aside nets follow net _n of a pruning copy, which has
-// labels, as long as the cells' regions have more entries than the nets before.
+// The number of the last net, `nnets` at least. Set-aside nets follow net _n as long as the cells' regions
+// have more entries than the nets before.
 std::int64_t last_net_of(const Hypergraph* h, int nnets) {
   std::int64_t last = h->_n;
-  if (h->_c < 1 || h->_nlst == nullptr || h->_nlabel == nullptr) return std::max<std::int64_t>(last, nnets);
+  if (h->_c < 1 || h->_nlst == nullptr) return std::max<std::int64_t>(last, nnets);
   std::ptrdiff_t nleft = std::ssize(entries_between(h->_clst[1].nets, h->_clst[h->_c + 1].nets));
   if (last >= 1) nleft -= std::ssize(entries_between(h->_nlst[1].pins, h->_nlst[last + 1].pins));
   while (nleft > 0 && may_be_set_aside(h, h->_nlst[last + 1])) nleft -= std::ssize(pins_of(h->_nlst[++last]));

@@ -525,9 +525,8 @@ void CheckListsofHypergraph(const Hypergraph* h);
 
 /// Verifies that both sides name each other exactly once, where each list ends at the start of the next.
 ///
-/// @param h      Start pointers of the sentinels must be set. Numbers above `_n` are nets up to `nnets`; in a
-///               pruning copy, which has `_nlabel`, also as long as the cells' lists have more entries than
-///               the nets before, of nets of 2 to `_c` pins.
+/// @param h      Start pointers of the sentinels must be set. Numbers above `_n` are nets up to `nnets`, or
+///               if the cells' lists have more entries than the nets before, of nets of 2 to `_c` pins.
 /// @param nnets  Nets 1 .. nnets are examined; may exceed `_n` for a pruning copy with set-aside nets.
 void CheckListsofContinuesHypergraph(const Hypergraph* h, int nnets);
 

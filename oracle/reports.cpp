@@ -171,11 +171,10 @@ void check_totals(const Hypergraph* h) {
         totnw, h->_totnw, weight_without_pins(h), h->_virtualnets, totinw, h->_totinw);
 }
 
-// The number of the last net. In a record with labels, set-aside nets, of 2 to _c pins, follow net _n while
-// the cells have more entries than the nets before.
+// The number of the last net. Set-aside nets, of 2 to _c pins, follow net _n while the cells have more
+// entries than the nets before.
 std::int64_t last_net(const Hypergraph* h, int nnets) {
   std::int64_t last = h->_n;
-  if (h->_nlabel == nullptr) return std::max(last, std::int64_t{nnets});
   std::ptrdiff_t npins = 0;
   std::ptrdiff_t nentries = 0;
   if (h->_c > 0 && h->_clst[1].nets != nullptr && h->_clst[h->_c + 1].nets != nullptr)

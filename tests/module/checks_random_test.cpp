@@ -307,42 +307,6 @@ TEST_F(CheckListsOfContinues, AgreesWithItsTwinOnRandomRecordsSoundAndBroken) {
   EXPECT_LT(nsound, kSeeds * 9 / 10);
 }
 
-// Entries of any value, lists of any length within the arrays, and a sentinel whose stale end looks like that
-// of a net.
-Record wild_record(unsigned seed, Dice& dice) {
-  Record r = random_record(seed, {.ncells = 8, .nnets = 8, .duplicates = seed % 5 == 0});
-  Hypergraph& h = r.h;
-  for (int n = h._p < 1 ? 0 : dice.below(4); n > 0; --n) {
-    const bool on_nets = dice.below(2) == 0;
-    const int count = on_nets ? h._c : h._n;
-    dice.entry(on_nets ? r.cell_list : r.net_list, h._p) =
-        dice.below(2) == 0 ? count + 1 + dice.below(4) : odd_number(dice, count);
-  }
-  const auto h_c = static_cast<std::size_t>(h._c);
-  const auto h_n = static_cast<std::size_t>(h._n);
-  if (dice.below(2) == 0) r.nets[h_n + 1].pins = h._cell_list + dice.below(h._p + 1);
-  if (dice.below(2) == 0) r.cells[h_c + 1].nets = h._net_list + dice.below(h._p + 3);
-  r.nets[h_n + 1].pinsend = r.nets[h_n + 1].pins + dice.below(6);
-  return r;
-}
-
-TEST_F(CheckListsOfContinues, ReadsNothingOutsideTheArraysOfWildRecords) {
-  int nsound = 0;
-  constexpr int kSeeds = 6000;
-  for (unsigned seed = 1; seed <= kSeeds; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    Dice dice(seed);
-    const Record r = wild_record(seed, dice);
-    const int nnets = dice.below(r.h._n + 1);
-    const std::string expected =
-        recorder::fatal_text([&] { oracle::CheckListsofContinuesHypergraph(&r.h, nnets); });
-    ASSERT_EQ(recorder::fatal_text([&] { CheckListsofContinuesHypergraph(&r.h, nnets); }), expected);
-    if (expected == "(no fatal error)") ++nsound;
-  }
-  EXPECT_GT(nsound, kSeeds / 20);
-  EXPECT_LT(nsound, kSeeds / 2);
-}
-
 // If net i has cell j, net j has cell i. The pins of a net are in increasing or falling order.
 Shape symmetric_shape(Dice& dice, int most) {
   const int n = dice.below(most + 1);
