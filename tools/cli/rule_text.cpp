@@ -1,8 +1,10 @@
 #include "tools/cli/rule_text.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
+#include "formats/programs.h"
 #include "tools/cli/help.h"
 #include "tools/cli/suggestions.h"
 
@@ -30,6 +32,16 @@ std::string shown(std::string_view text) {
   return lines + (text.ends_with('\n') ? "\n" : "(no newline)\n");
 }
 
+// Whether a row declares a program that reads the example of a rule.
+bool reads_example(const formats::ProgramRow& row, const formats::Rule& rule) {
+  return row.rule == "-" && row.format == rule.format;
+}
+
+std::string verb_of(formats::Treatment treatment) {
+  if (treatment == formats::Treatment::kRefuses) return "refuses it: ";
+  return treatment == formats::Treatment::kChanges ? "takes it, but " : "takes it: ";
+}
+
 }  // namespace
 
 std::string list_of_rules() {
@@ -43,11 +55,27 @@ std::string list_of_rules() {
 
 std::string example_of(const formats::Rule& rule) { return rule.example.empty() ? "" : shown(rule.example); }
 
+std::string programs_on(const formats::Rule& rule) {
+  const std::span<const formats::ProgramRow> rows = formats::program_rows();
+  const bool is_error = rule.severity == formats::Severity::kError;
+  std::string lines;
+  for (const formats::ProgramRow& row : rows)
+    if (row.rule == rule.name)
+      lines += "- " + std::string(row.program) + " " + verb_of(row.treatment) + std::string(row.text) + "\n";
+  if (!lines.empty())
+    return "Other programs:\n\n" + lines + (is_error ? "- all others refuse it\n" : "- all others take it\n");
+  const bool is_read = std::any_of(
+      rows.begin(), rows.end(), [&rule](const formats::ProgramRow& row) { return reads_example(row, rule); });
+  return is_error && is_read ? "Other programs refuse it too.\n" : "";
+}
+
 std::string page_of(const formats::Rule& rule) {
   std::string page = std::string(rule.name) + " (" + std::string(name_of(rule.severity)) +
                      "): " + std::string(rule.summary) + "\n\n" + std::string(rule.text) + "\n";
   if (!rule.example.empty()) page += "\nExample (" + std::string(rule.format) + "):\n\n" + example_of(rule);
-  return page + "\nTo mend it: " + std::string(rule.mend) + "\n";
+  page += "\nTo mend it: " + std::string(rule.mend) + "\n";
+  const std::string programs = programs_on(rule);
+  return programs.empty() ? page : page + "\n" + programs;
 }
 
 std::string unknown_rule(const std::string& word) {

@@ -231,6 +231,7 @@ data rule_data(const formats::Rule& rule) {
   entry.set("mend", std::string(rule.mend));
   entry.set("example", text_or_false(example_of(rule)));
   entry.set("format", std::string(rule.format));
+  entry.set("programs", text_or_false(programs_on(rule)));
   return entry;
 }
 
