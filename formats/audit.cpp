@@ -37,7 +37,7 @@ bool has_net_lines(const Format& format, const ReadOptions& options) {
 
 void read_audited(Scanner& in, const Format& format, const ReadOptions& options, Audit& audit) {
   if (!audit.wants) audit.wants = [](std::string_view) { return false; };
-  if (!audit.count) audit.count = [](std::string_view) {};
+  if (!audit.counted) audit.counted = [](std::string_view, std::int64_t) {};
   // Reset below; an exception other than these ends the scanner too.
   // cppcheck-suppress danglingLifetime
   in.audit = &audit;

@@ -63,15 +63,16 @@ class QUILLON_HIDDEN Audit {
  public:
   // First read.
   std::function<bool(std::string_view rule)> wants;  ///< Whether it still matters where findings are.
-  std::function<void(std::string_view rule)> count;  ///< One that is not wanted.
-  std::function<void(const Finding&)> oddity;        ///< Receives warnings and notes.
-  std::function<void(const PinList&)> pins;          ///< Receives the pins in the order of the text.
-  Place header;                                      ///< Of the header, if the format has one.
-  std::string header_line;                           ///< The header without its line end.
-  int first_cell = 1;                                ///< Number of the first cell in the file.
-  std::vector<int> damaged;         ///< Nets whose lines have errors, ascending, maybe repeated.
-  Outside outside;                  ///< Numbers that are no cells of the file.
-  std::optional<Counts> announced;  ///< By the header, once it was read.
+  /// Receives the number of findings that are not wanted.
+  std::function<void(std::string_view rule, std::int64_t nmore)> counted;
+  std::function<void(const Finding&)> oddity;  ///< Receives warnings and notes.
+  std::function<void(const PinList&)> pins;    ///< Receives the pins in the order of the text.
+  Place header;                                ///< Of the header, if the format has one.
+  std::string header_line;                     ///< The header without its line end.
+  int first_cell = 1;                          ///< Number of the first cell in the file.
+  std::vector<int> damaged;                    ///< Nets whose lines have errors, ascending.
+  Outside outside;                             ///< Numbers that are no cells of the file.
+  std::optional<Counts> announced;             ///< By the header, once it was read.
   std::optional<int> announced_pins;
   Place announced_pins_place;
   std::int64_t nignored_lines = 0;  ///< With text after all that the header announces.
@@ -81,6 +82,9 @@ class QUILLON_HIDDEN Audit {
   Place comment;                    ///< The first of them.
   std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
   std::optional<Counts> corrected;  ///< Counts to read instead of those of the header.
+
+  /// Counts findings that are not wanted.
+  void count(std::string_view rule, std::int64_t nmore = 1) const { counted(rule, nmore); }
 
   /// @param number  A cell number that is out of range.
   void add_outside(std::int64_t number) {
@@ -131,7 +135,7 @@ bool has_net_lines(const Format& format, const ReadOptions& options);
 /// Reads a text for its audit only. Errors end it or are left out.
 ///
 /// @param in     At its start.
-/// @param audit  Gets `wants` and `count` if it has none. Its functions may throw `Audit::AllFound`.
+/// @param audit  Gets `wants` and `counted` if it has none. Its functions may throw `Audit::AllFound`.
 void read_audited(Scanner& in, const Format& format, const ReadOptions& options, Audit& audit);
 
 /// @return  Whether `lint` looks for places, and not on the line of this net.
@@ -146,7 +150,9 @@ inline void locate(const Scanner& in, const Item& item, std::size_t offset) {
 
 /// Tells `lint` that a line has an error.
 inline void note_damage(const Scanner& in, int net) {
-  if (in.audit != nullptr) in.audit->damaged.push_back(net);
+  if (in.audit == nullptr) return;
+  std::vector<int>& damaged = in.audit->damaged;
+  if (damaged.empty() || damaged.back() != net) damaged.push_back(net);
 }
 
 /// Tells `lint` of a header.

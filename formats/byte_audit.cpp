@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "util/digits.h"
+
 namespace quillon::formats {
 namespace {
 
@@ -11,25 +13,59 @@ constexpr std::size_t kMostNuls = 1000;
 struct Contents {
   std::size_t nline_ends = 0;
   bool has_odd_bytes = false;  // control characters other than LF
+
+  void add(const Contents& other) {
+    nline_ends += other.nline_ends;
+    has_odd_bytes = has_odd_bytes || other.has_odd_bytes;
+  }
 };
 
-// Counts in bytes, many of which fit into a vector register: so much of a text at a time that they do not
-// overflow.
-Contents contents_of(std::string_view piece) {
-  constexpr std::size_t kStep = 240;
+Contents contents_by_bytes(std::string_view piece) {
   Contents contents;
-  unsigned char odd = 0;
-  for (std::size_t begin = 0; begin < piece.size(); begin += kStep) {
-    const std::string_view step = piece.substr(begin, kStep);
-    unsigned char nline_ends = 0;
-    for (const char c : step) {
-      const auto is_line_end = static_cast<unsigned char>(c == '\n' ? 1 : 0);
-      nline_ends = static_cast<unsigned char>(nline_ends + is_line_end);
-      odd = static_cast<unsigned char>(odd | ((static_cast<unsigned char>(c) < 0x20 ? 1 : 0) ^ is_line_end));
-    }
-    contents.nline_ends += nline_ends;
+  for (const char c : piece) {
+    contents.nline_ends += c == '\n' ? 1 : 0;
+    contents.has_odd_bytes = contents.has_odd_bytes || (static_cast<unsigned char>(c) < 0x20 && c != '\n');
   }
-  contents.has_odd_bytes = odd != 0;
+  return contents;
+}
+
+#ifdef QUILLON_AVX2
+
+constexpr std::size_t kVector = sizeof(__m256i);
+
+// Of vectors, so few that the counts of their bytes do not overflow.
+[[gnu::target("avx2")]] Contents contents_of_vectors(const char* text, std::size_t count) {
+  const __m256i line_end = _mm256_set1_epi8('\n');
+  const __m256i last_control = _mm256_set1_epi8(0x1F);
+  __m256i minus_line_ends = _mm256_setzero_si256();
+  __m256i odd = _mm256_setzero_si256();
+  for (std::size_t k = 0; k < count; ++k) {
+    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + k * kVector));
+    const __m256i is_line_end = _mm256_cmpeq_epi8(bytes, line_end);
+    const __m256i is_control = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, last_control), bytes);
+    minus_line_ends = _mm256_add_epi8(minus_line_ends, is_line_end);
+    odd = _mm256_or_si256(odd, _mm256_xor_si256(is_control, is_line_end));
+  }
+  const __m256i nline_ends = _mm256_sub_epi8(_mm256_setzero_si256(), minus_line_ends);
+  std::uint64_t sums[4];
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), _mm256_sad_epu8(nline_ends, _mm256_setzero_si256()));
+  return {sums[0] + sums[1] + sums[2] + sums[3], _mm256_testz_si256(odd, odd) == 0};
+}
+
+#endif
+
+Contents contents_of(std::string_view piece) {
+  Contents contents;
+#ifdef QUILLON_AVX2
+  constexpr std::size_t kMostVectors = 255;
+  if (__builtin_cpu_supports("avx2"))
+    while (piece.size() >= kVector) {
+      const std::size_t count = std::min(piece.size() / kVector, kMostVectors);
+      contents.add(contents_of_vectors(piece.data(), count));
+      piece.remove_prefix(count * kVector);
+    }
+#endif
+  contents.add(contents_by_bytes(piece));
   return contents;
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,7 +39,7 @@ class CompanionLinter {
   void listen_to(Scanner& in) {
     name_ = in.name;
     audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
-    audit_.count = [this](std::string_view rule) { store_.count(rule); };
+    audit_.counted = [this](std::string_view rule, std::int64_t nmore) { store_.count(rule, nmore); };
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
     in.audit = &audit_;
     in.listener = [this](const Finding& finding) { store_.add(finding); };
@@ -92,11 +93,18 @@ class CompanionLinter {
     check_base(parts);
     if (parts.size() < 2 || store_.count_of("part-out-of-range") > 0) return;
     const int nparts = count_parts(parts);
-    std::vector<std::int64_t> ncells(static_cast<std::size_t>(nparts));
-    for (std::size_t i = 1; i < parts.size(); ++i) ++ncells[static_cast<std::size_t>(parts[i])];
-    for (std::size_t p = 0; p < ncells.size(); ++p)
-      if (ncells[p] == 0)
+    // Parts after the largest one that is named are empty. There may be many more of them than cells.
+    const int nnamed = *std::max_element(parts.begin(), parts.end()) + 1;
+    std::vector<char> is_named(static_cast<std::size_t>(nnamed));
+    for (std::size_t i = 1; i < parts.size(); ++i) is_named[static_cast<std::size_t>(parts[i])] = 1;
+    for (int p = 0; p < nparts; ++p) {
+      if (p >= nnamed && !store_.wants("empty-part")) {
+        store_.count("empty-part", nparts - p);
+        break;
+      }
+      if (p >= nnamed || is_named[static_cast<std::size_t>(p)] == 0)
         warn("empty-part", "part " + std::to_string(p) + " of " + std::to_string(nparts) + " has no cells");
+    }
     check_cells(nparts);
   }
 
@@ -116,17 +124,21 @@ class CompanionLinter {
   }
 
   void check_fixed(const std::vector<int>& parts) {
-    if (nparts_ == 0 || store_.count_of("part-out-of-range") > 0) return;
-    std::vector<std::int64_t> weights(static_cast<std::size_t>(nparts_));
+    if (parts.size() < 2 || store_.count_of("part-out-of-range") > 0) return;
+    const std::int64_t nnamed = std::int64_t{*std::max_element(parts.begin(), parts.end())} + 1;
+    // More parts make the average smaller: what is too heavy for those named is too heavy for more.
+    if (nparts_ == 0 && (nnamed == 0 || nnamed > hypergraph_.ncells)) return;
+    const int nparts = nparts_ > 0 ? nparts_ : static_cast<int>(nnamed);
+    std::map<int, std::int64_t> weights;  // of the parts named
     for (std::size_t i = 1; i < parts.size(); ++i)
-      if (parts[i] >= 0) weights[static_cast<std::size_t>(parts[i])] += weight_of(i);
-    const std::int64_t average = average_part(nparts_);
-    for (std::size_t p = 0; p < weights.size(); ++p)
-      if (weights[p] > average)
-        warn("overfull-part", "the cells fixed to part " + std::to_string(p) + " weigh " +
-                                  std::to_string(weights[p]) + ", an average part of " +
-                                  std::to_string(nparts_) + " weighs " + std::to_string(average));
-    check_cells(nparts_);
+      if (parts[i] >= 0) weights[parts[i]] += weight_of(i);
+    const std::int64_t average = average_part(nparts);
+    for (const auto& [part, weight] : weights)
+      if (weight > average)
+        warn("overfull-part", "the cells fixed to part " + std::to_string(part) + " weigh " +
+                                  std::to_string(weight) + ", an average part of " + std::to_string(nparts) +
+                                  " weighs " + std::to_string(average));
+    check_cells(nparts);
   }
 
   const LintResult& hypergraph_;

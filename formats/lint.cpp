@@ -127,8 +127,15 @@ class Linter : private NetVisitor {
     std::optional<int> first;
     read(first);
     if ((first = other_first_cell())) {
+      const std::int64_t nbefore = count_number_errors();
       restart();
       read(first);
+      if (count_number_errors() >= nbefore) {  // the shift explains nothing
+        first = std::nullopt;
+        shift_ = std::nullopt;
+        restart();
+        read(first);
+      }
     }
     if (std::optional<Finding> swapped = swapped_header()) {
       swap_counts(first);
@@ -154,7 +161,7 @@ class Linter : private NetVisitor {
     audit_.starts_from = first_cell;
     audit_.corrected = corrected_;
     audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
-    audit_.count = [this](std::string_view rule) { store_.count(rule); };
+    audit_.counted = [this](std::string_view rule, std::int64_t nmore) { store_.count(rule, nmore); };
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
     audit_.pins = [this](const PinList& pins) { add_pin_findings(pins); };
     in_->audit = &audit_;
@@ -208,6 +215,11 @@ class Linter : private NetVisitor {
   }
 
   // ---- Errors with one cause ----
+
+  // Errors that a file has if its cells count from another number.
+  [[nodiscard]] std::int64_t count_number_errors() const {
+    return store_.count_of("cell-out-of-range") + store_.count_of("self-loop");
+  }
 
   // The number that cells really count from, if all errors in cell numbers have that cause. Adds the finding.
   std::optional<int> other_first_cell() {
@@ -267,7 +279,10 @@ class Linter : private NetVisitor {
     if (is_complete_ && nsurplus == 0) return std::nullopt;
     const std::int64_t nlines = std::ssize(lists_.xnadj) - 2 + nsurplus;
     const std::int64_t largest = std::max(cells_named().second, audit_.outside.largest);
-    if (ncells == nnets || nlines != ncells || largest > nnets - 1 + audit_.first_cell) return std::nullopt;
+    const std::int64_t last = nnets - 1 + audit_.first_cell;  // cell, if they are
+    if (ncells == nnets || nlines != ncells || largest > last) return std::nullopt;
+    // Unless cells say more, lines may be missing as well.
+    if (nlines < nnets && largest < last && audit_.outside.count == 0) return std::nullopt;
     return Finding{"swapped-header",
                    Severity::kError,
                    result_.file,
@@ -404,11 +419,11 @@ class Linter : private NetVisitor {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
-    const std::vector<char> used = visit_nets(lists_, audit_.damaged, *this);
+    const IsolatedCells isolated = visit_nets(lists_, audit_.damaged, *this);
     store_.count("duplicate-pin", std::exchange(nrepeated_, 0));
     add_summaries();
     const bool is_sound = is_complete_ && audit_.damaged.empty();
-    if (is_sound) add_isolated_cells(used);
+    if (is_sound) add_isolated_cells(isolated);
     add_weight_findings();
   }
 
@@ -476,13 +491,17 @@ class Linter : private NetVisitor {
       return;
     }
     const int cell = lists_.nadj.data()[lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second];
-    const std::string name = lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
-                                                       : lists_.cell_names[static_cast<std::size_t>(cell)];
-    add_pending({finding("duplicate-pin", "net " + std::to_string(pin.net) + " names cell " + name +
-                                              " again, first in column "),
+    add_pending({finding("duplicate-pin", "net " + std::to_string(pin.net) + " names cell " +
+                                              cell_name(cell) + " again, first in column "),
                  {Item::kNet, pin.net, Item::kFirstPin + pin.second},
                  Mention::kColumn,
                  {Item::kNet, pin.net, Item::kFirstPin + pin.first}});
+  }
+
+  // As in the file.
+  [[nodiscard]] std::string cell_name(int cell) const {
+    return lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
+                                     : lists_.cell_names[static_cast<std::size_t>(cell)];
   }
 
   void parallel_net(const ParallelNet& net) override {
@@ -493,15 +512,12 @@ class Linter : private NetVisitor {
             Mention::kLine, net.earlier);
   }
 
-  void add_isolated_cells(const std::vector<char>& used) {
-    const auto begin = used.begin() + 1;
-    const std::int64_t count = std::count(begin, used.end(), char{0});
-    if (count == 0) return;
-    const auto first = std::find(begin, used.end(), char{0}) - used.begin();
+  void add_isolated_cells(const IsolatedCells& isolated) {
+    if (isolated.count == 0) return;
     note("isolated-cell", {},
-         counted(count, "cell") + (count == 1 ? " is" : " are") + " on no net; the first is cell " +
-             std::to_string(first),
-         "", count);
+         counted(isolated.count, "cell") + (isolated.count == 1 ? " is" : " are") +
+             " on no net; the first is cell " + cell_name(isolated.first),
+         "", isolated.count);
   }
 
   // The pins of a quillon file.

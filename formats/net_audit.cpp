@@ -32,23 +32,49 @@ std::vector<int> sorted_set(Cells cells) {
   return set;
 }
 
-// Finds nets with the same cells by fingerprints. Those of nearly all nets are different, which a table of
-// bits tells; it is a small part of what a table of nets would be.
+// Finds nets with the same cells by fingerprints. Those of nearly all nets differ, which a filter tells while
+// nets are added: each sets four bits of a word, and only one that finds them set may repeat another. The
+// filter is a small part of what a table of nets would be.
 class ParallelNets {
  public:
   ParallelNets(const NetLists& lists, std::size_t nnets)
-      : lists_(lists), shift_(32 - std::min(kLargest, static_cast<int>(std::bit_width(16 * nnets)))) {
-    prints_.assign(nnets + 1, 0);
+      : lists_(lists), shift_(64 - std::max(static_cast<int>(std::bit_width(nnets / kNetsPerWord)), 1)) {
+    prints_.reserve(nnets + 1);
+    prints_.push_back(kNotCompared);
+    words_.resize(std::size_t{1} << (64 - shift_));
   }
 
-  // Adds net j, with a number that depends on the set of its cells.
-  void add(int j, std::uint64_t hash) {
-    prints_[static_cast<std::size_t>(j)] = static_cast<int>(mixed(hash) >> 32U | 1U);
+  // Adds consecutive nets.
+  //
+  // hashes    Numbers that depend on the sets of their cells.
+  // compared  1 for nets to compare, 0 for others.
+  void add(std::span<const std::uint64_t> hashes, const unsigned char* compared) {
+    std::uint64_t mixes[kNetsAtOnce];
+    std::uint64_t* const words = words_.data();  // stores might alias the members
+    const int shift = shift_;
+    for (std::size_t k = 0; k < hashes.size(); ++k) {
+      mixes[k] = mixed(hashes[k]);
+      __builtin_prefetch(words + (mixes[k] >> shift), 1);
+    }
+    const std::size_t first = prints_.size();
+    int* const prints = prints_.extend(hashes.size());
+    for (std::size_t k = 0; k < hashes.size(); ++k) {
+      prints[k] = kNotCompared;
+      if (compared[k] == 0) [[unlikely]]
+        continue;
+      const std::uint64_t mix = mixes[k];
+      prints[k] = static_cast<int>(mix >> kPrintShift | 1U);
+      const std::uint64_t bits = bit(mix) | bit(mix >> 6U) | bit(mix >> 12U) | bit(mix >> 18U);
+      const std::uint64_t word = words[mix >> shift];
+      if ((word & bits) == bits) [[unlikely]]
+        suspects_.push_back(first + k);
+      words[mix >> shift] = word | bits;
+    }
   }
 
   void visit(NetVisitor& visitor) const {
     std::vector<ParallelNet> found;
-    const std::vector<std::uint64_t> nets = nets_with_repeated_prints();
+    const std::vector<std::uint64_t> nets = nets_like_suspects();
     const auto print_of = [&nets](std::size_t k) { return nets[k] >> 32U; };
     for (std::size_t begin = 0, end = 0; begin < nets.size(); begin = end) {
       while (end < nets.size() && print_of(end) == print_of(begin)) ++end;
@@ -60,41 +86,31 @@ class ParallelNets {
   }
 
  private:
-  static constexpr int kLargest = 32;  // bits of an index
-  static constexpr std::size_t kAhead = 32;
+  static constexpr std::size_t kNetsPerWord = 4;
+  static constexpr unsigned kPrintShift = 24;  // after the bits that a word gets
+  static constexpr int kNotCompared = 0;
 
-  // Calls visit(k, word, bit) for the bit of each fingerprint k.
-  template <typename Visit>
-  void for_each_bit(Ints& bits, Visit visit) const {
-    const auto index = [this](std::size_t k) {
-      return std::uint64_t{static_cast<std::uint32_t>(prints_[k])} >> shift_;
-    };
-    for (std::size_t k = 1; k < prints_.size(); ++k) {
-      if (k + kAhead < prints_.size()) __builtin_prefetch(&bits[index(k + kAhead) / 32]);
-      if (prints_[k] != 0) visit(k, bits[index(k) / 32], static_cast<int>(1U << (index(k) % 32)));
-    }
-  }
+  static std::uint64_t bit(std::uint64_t number) { return std::uint64_t{1} << (number & 63U); }
+  [[nodiscard]] std::uint32_t print(std::size_t j) const { return static_cast<std::uint32_t>(prints_[j]); }
 
   // Fingerprint and net, sorted, of the nets that may be parallel to another one.
-  [[nodiscard]] std::vector<std::uint64_t> nets_with_repeated_prints() const {
-    Ints bits("ParallelNets: bits");
-    const std::size_t nwords = std::max<std::size_t>((std::uint64_t{1} << (32 - shift_)) / 32, 1);
-    bits.assign(nwords, 0);
-    std::vector<std::size_t> repeated;
-    for_each_bit(bits, [&repeated](std::size_t k, int& word, int bit) {
-      if ((word & bit) != 0) repeated.push_back(k);
-      word |= bit;
-    });
+  [[nodiscard]] std::vector<std::uint64_t> nets_like_suspects() const {
     std::vector<std::uint64_t> nets;
-    if (repeated.empty()) return nets;
-    bits.assign(nwords, 0);
-    for (const std::size_t k : repeated) {
-      const std::uint64_t index = std::uint64_t{static_cast<std::uint32_t>(prints_[k])} >> shift_;
-      bits[index / 32] |= static_cast<int>(1U << (index % 32));
+    if (suspects_.empty()) return nets;
+    std::vector<std::uint32_t> suspected;
+    for (const std::size_t j : suspects_) suspected.push_back(print(j));
+    std::sort(suspected.begin(), suspected.end());
+    // Most nets are not like any, which another filter tells.
+    const int shift = 32 - std::clamp(static_cast<int>(std::bit_width(suspected.size())), 1, 20);
+    const auto bits_of = [](std::uint32_t its) { return bit(its >> 1U) | bit(its >> 7U); };
+    std::vector<std::uint64_t> words(std::size_t{1} << (32 - shift));
+    for (const std::uint32_t its : suspected) words[its >> shift] |= bits_of(its);
+    for (std::size_t j = 1; j < prints_.size(); ++j) {
+      const std::uint32_t its = print(j);
+      if ((words[its >> shift] & bits_of(its)) == bits_of(its) && its != kNotCompared &&
+          std::binary_search(suspected.begin(), suspected.end(), its))
+        nets.push_back(std::uint64_t{its} << 32U | j);
     }
-    for_each_bit(bits, [&](std::size_t k, const int& word, int bit) {
-      if ((word & bit) != 0) nets.push_back(std::uint64_t{static_cast<std::uint32_t>(prints_[k])} << 32U | k);
-    });
     std::sort(nets.begin(), nets.end());
     return nets;
   }
@@ -121,44 +137,85 @@ class ParallelNets {
   }
 
   const NetLists& lists_;
-  int shift_;    // what is left of a fingerprint is the index of its bit
-  Ints prints_;  // by net; 0: not compared
+  int shift_;  // leaves the index of a word
+  std::vector<std::uint64_t> words_;
+  Ints prints_;                        // by net
+  std::vector<std::size_t> suspects_;  // nets that may be parallel to an earlier one
+};
+
+// Cells that are on a net, a bit for each.
+class UsedCells {
+ public:
+  explicit UsedCells(int ncells) : ncells_(ncells), words_(static_cast<std::size_t>(ncells) / 64 + 1) {}
+
+  void add(Cells cells) {
+    std::uint64_t* const words = words_.data();  // stores might alias the members
+    for (const int i : cells) words[static_cast<unsigned>(i) / 64] |= std::uint64_t{1} << (i % 64U);
+  }
+
+  [[nodiscard]] IsolatedCells others() const {
+    IsolatedCells isolated{ncells_, 0};
+    for (const std::uint64_t word : words_) isolated.count -= count_bits(word);
+    for (int i = 1; isolated.count > 0 && isolated.first == 0; ++i)
+      if ((words_[static_cast<unsigned>(i) / 64] >> (i % 64U) & 1U) == 0) isolated.first = i;
+    return isolated;
+  }
+
+ private:
+  int ncells_;
+  std::vector<std::uint64_t> words_;
 };
 
 // Visits nets one after the other.
 class Walk {
  public:
-  Walk(const NetLists& lists, NetVisitor& visitor)
-      : visitor_(visitor), ncells_(static_cast<std::size_t>(lists.ncells)), end_(lists.nadj.end()) {}
+  Walk(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor)
+      : lists_(lists), visitor_(visitor), damaged_(damaged), end_(lists.nadj.data() + lists.nadj.size()) {}
 
-  // The sum of the hashes of the cells of a net, each counted once.
-  std::uint64_t visit(int j, Cells cells, bool is_damaged) {
-    if (cells.size() <= kShortNet) [[likely]] {
-      const ShortNet net = look_at_short_net(cells, end_, hash_);
-      return net.repeated == 0 ? net.hash : net.hash - visit_short(j, cells, net.repeated, is_damaged);
-    }
-    std::uint64_t hash = 0;
-    for (const int i : cells) hash += hash_.of(i);
-    return hash - visit_long(j, cells, is_damaged);
+  void visit(int first, int count, ParallelNets& parallel_nets) {
+    const NetRange nets{lists_.nadj.data(), lists_.xnadj.data() + first, count, end_};
+    look_at_nets(nets, hash_, looks_);
+    unsigned char compared[kNetsAtOnce];
+    for (int k = 0; k < count; ++k) compared[k] = 1;
+    for (; next_damaged_ < damaged_.size() && damaged_[next_damaged_] < first + count; ++next_damaged_)
+      compared[damaged_[next_damaged_] - first] = 0;
+    for (int k = 0; k < count; ++k)
+      if (looks_.need_look[k] != 0 && compared[k] != 0) [[unlikely]] {
+        looks_.hashes[k] = visit_closely(first + k, nets.cells(k));
+        compared[k] = nets.size(k) >= 2 ? 1 : 0;
+      }
+    parallel_nets.add({looks_.hashes, static_cast<std::size_t>(count)}, compared);
   }
 
  private:
+  // The sum of the hashes of the cells of a net, each counted once.
+  std::uint64_t visit_closely(int j, Cells cells) {
+    if (cells.empty()) visitor_.empty_net(j);
+    if (cells.size() == 1) visitor_.one_pin_net(j);
+    if (cells.size() <= kShortNet) {
+      const ShortNet net = look_at_short_net(cells, end_, hash_);
+      return net.hash - visit_repeated(j, cells, net.repeated);
+    }
+    std::uint64_t hash = 0;
+    for (const int i : cells) hash += hash_.of(i);
+    return hash - visit_long(j, cells);
+  }
+
   // The sum of the hashes of repetitions.
-  std::uint64_t visit_short(int j, Cells cells, unsigned repeated, bool is_damaged) {
+  std::uint64_t visit_repeated(int j, Cells cells, unsigned repeated) {
     std::uint64_t hash = 0;
     for (; repeated != 0; repeated &= repeated - 1) {
       const int k = std::countr_zero(repeated);
       const int cell = cells[static_cast<std::size_t>(k)];
       hash += hash_.of(cell);
-      if (is_damaged) continue;
       const auto first = std::find(cells.begin(), cells.end(), cell);
       visitor_.repeated_pin({j, static_cast<int>(first - cells.begin()), k});
     }
     return hash;
   }
 
-  std::uint64_t visit_long(int j, Cells cells, bool is_damaged) {
-    if (last_net_.empty()) last_net_.resize(ncells_ + 1);
+  std::uint64_t visit_long(int j, Cells cells) {
+    if (last_net_.empty()) last_net_.resize(static_cast<std::size_t>(lists_.ncells) + 1);
     std::uint64_t hash = 0;
     bool has_repeated = false;
     for (const int i : cells) {
@@ -166,7 +223,7 @@ class Walk {
       hash += hash_.of(i);
       has_repeated = true;
     }
-    if (has_repeated && !is_damaged) report_repeated(j, cells);
+    if (has_repeated) report_repeated(j, cells);
     return hash;
   }
 
@@ -187,36 +244,31 @@ class Walk {
     for (const RepeatedPin& pin : repeated) visitor_.repeated_pin(pin);
   }
 
+  const NetLists& lists_;
   NetVisitor& visitor_;
-  std::size_t ncells_;
+  const std::vector<int>& damaged_;
+  std::size_t next_damaged_ = 0;
   const int* end_;  // of all pins
   const CellHash hash_ = random_hash();
+  NetLooks looks_;
   std::vector<int> last_net_;  // by cell: the last long net with it; empty until there is one
 };
 
 }  // namespace
 
-std::vector<char> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor) {
+IsolatedCells visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor) {
   const int nnets = std::max<int>(static_cast<int>(lists.xnadj.size()) - 2, 0);
-  Walk walk(lists, visitor);
+  Walk walk(lists, damaged, visitor);
   ParallelNets parallel_nets(lists, static_cast<std::size_t>(nnets));
-  auto next_damaged = damaged.begin();
-  for (int j = 1; j <= nnets; ++j) {
-    while (next_damaged != damaged.end() && *next_damaged < j) ++next_damaged;
-    const bool is_damaged = next_damaged != damaged.end() && *next_damaged == j;
-    const Cells cells = cells_of(lists, j);
-    if (cells.empty() && !is_damaged) visitor.empty_net(j);
-    if (cells.size() == 1 && !is_damaged) visitor.one_pin_net(j);
-    const std::uint64_t hash = walk.visit(j, cells, is_damaged);
-    if (cells.size() >= 2 && !is_damaged) parallel_nets.add(j, hash);
+  UsedCells used(lists.ncells);
+  for (int j = 1; j <= nnets; j += kNetsAtOnce) {
+    const int count = std::min(kNetsAtOnce, nnets + 1 - j);
+    const int* const starts = lists.xnadj.data() + j;
+    used.add({lists.nadj.data() + starts[0], lists.nadj.data() + starts[count]});  // in order: into the cache
+    walk.visit(j, count, parallel_nets);
   }
   parallel_nets.visit(visitor);
-
-  std::vector<char> used(static_cast<std::size_t>(lists.ncells) + 1);
-  const int npins = nnets > 0 ? lists.xnadj.back() : 0;
-  char* const marks = used.data();  // they might alias the members of `lists`
-  for (const int i : Cells(lists.nadj.data(), static_cast<std::size_t>(npins))) marks[i] = 1;
-  return used;
+  return used.others();
 }
 
 }  // namespace quillon::formats

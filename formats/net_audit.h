@@ -22,6 +22,12 @@ struct ParallelNet {
   int earlier;  ///< The first such net.
 };
 
+/// Cells on no net.
+struct IsolatedCells {
+  std::int64_t count = 0;
+  int first = 0;  ///< The first of them, or 0.
+};
+
 /// What to look for in nets. Each function is called for the nets in ascending order, that on parallel nets
 /// after all others.
 class NetVisitor {
@@ -35,11 +41,11 @@ class NetVisitor {
 
 /// Looks at all nets.
 ///
-/// @param lists    Cells and offsets are not checked; `nnets` may be more than there are nets.
-/// @param damaged  Nets to omit, ascending.
-/// @return         By cell, entry 0 not used: 1 if it is on a net, else 0.
-/// @par Cost       O(cells + nets + pins) time, more for nets with repeated pins and parallel ones; O(nets)
-///                 memory and a byte for each cell, if all nets have 16 pins at most; else O(cells + nets).
-std::vector<char> visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
+/// @param lists    Cells are those of the lists; `nnets` may be more than there are nets.
+/// @param damaged  Nets to omit, ascending. Their cells are on a net nevertheless.
+/// @par Cost       O(cells + nets + pins) time, more for nets with repeated pins and parallel ones. Memory of
+///                 6 to 8 bytes per net and a bit per cell; four bytes per cell more if a net has over 16
+///                 pins.
+IsolatedCells visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
 
 }  // namespace quillon::formats

@@ -93,9 +93,10 @@ bool store_damaged(const Scanner& in, const NumberLines& lines, int count, NetLi
   constexpr std::string_view kRule = "cell-out-of-range";
   if (in.audit == nullptr || in.audit->is_locating() || in.audit->wants(kRule)) return false;
   const int head = form.head();
+  std::int64_t noutside = 0;
   for (int k = 0; k < count; ++k) {
     const int* const end = lines.line(k + 1);
-    bool is_damaged = false;
+    const std::int64_t noutside_before = noutside;
     if (form.has_weight) lists.net_weights.push_back(*lines.line(k));
     for (const int* number = lines.line(k) + head; number != end; ++number) {
       const int cell = *number + 1 - form.first_cell;
@@ -103,13 +104,13 @@ bool store_damaged(const Scanner& in, const NumberLines& lines, int count, NetLi
         lists.nadj.push_back(cell);
         continue;
       }
-      is_damaged = true;
+      ++noutside;
       in.audit->add_outside(*number);
-      in.audit->count(kRule);
     }
-    if (is_damaged) note_damage(in, static_cast<int>(lists.xnadj.size()) - 1);
+    if (noutside > noutside_before) note_damage(in, static_cast<int>(lists.xnadj.size()) - 1);
     end_net(lists);
   }
+  in.audit->count(kRule, noutside);
   return true;
 }
 

@@ -231,7 +231,7 @@ std::unique_ptr<Scanner> open_audited(const std::string& filename, const LintRes
     source->read(mark, sizeof mark);
   }
   audit.wants = [](std::string_view) { return true; };
-  audit.count = [](std::string_view) {};
+  audit.counted = [](std::string_view, std::int64_t) {};
   if (found.count("counts-from-0") > 0) audit.starts_from = 0;
   if (found.count("counts-from-1") > 0) audit.starts_from = 1;
   auto in = std::make_unique<Scanner>(std::move(source));

@@ -154,4 +154,152 @@ inline ShortNet look_at_short_net(std::span<const int> pins, [[maybe_unused]] co
   return look_at_short_net_plainly(pins, hash);
 }
 
+/// Nets to look at together.
+inline constexpr int kNetsAtOnce = 512;
+
+/// What a look at consecutive nets tells of each.
+struct NetLooks {
+  std::uint64_t hashes[kNetsAtOnce];  ///< The sums of the hashes of their pins.
+  /// 1 for nets to look at one by one: they have repeated pins, are too short or too long, or end the array
+  /// of pins. Their hashes do not matter.
+  unsigned char need_look[kNetsAtOnce];
+};
+
+/// Nets in an array of pins.
+struct NetRange {
+  const int* pins;
+  const int* starts;  ///< By net: index of its first pin; one more entry ends the last.
+  int count;          ///< At most `kNetsAtOnce`.
+  const int* end;     ///< Of the array of pins, perhaps after the last net.
+
+  [[nodiscard]] int size(int k) const { return starts[k + 1] - starts[k]; }
+  [[nodiscard]] std::span<const int> cells(int k) const {
+    return {pins + starts[k], static_cast<std::size_t>(size(k))};
+  }
+};
+
+/// Looks at nets one by one.
+inline void look_at_nets_plainly(const NetRange& nets, const CellHash& hash, NetLooks& looks) {
+  for (int k = 0; k < nets.count; ++k) {
+    const bool is_short = nets.size(k) >= 2 && nets.size(k) <= kShortNet;
+    const ShortNet net = is_short ? look_at_short_net_plainly(nets.cells(k), hash) : ShortNet{1, 0};
+    looks.hashes[k] = net.hash;
+    looks.need_look[k] = net.repeated != 0 ? 1 : 0;
+  }
+}
+
+#ifdef QUILLON_AVX2
+
+/// Nets of similar sizes, eight of which are looked at side by side.
+struct SimilarNets {
+  int starts[kNetsAtOnce + 8];
+  int sizes[kNetsAtOnce + 8];
+  int numbers[kNetsAtOnce + 8];
+  int count = 0;
+};
+
+/// Four pins of each of eight nets: vector k gets pin k of all.
+[[gnu::target("avx2")]] inline void load_four_pins(const int* pins, const int* starts, __m256i* cells) {
+  const auto load = [pins, starts](int k) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pins + starts[k]));
+  };
+  __m256i nets[4];
+  for (int k = 0; k < 4; ++k)
+    nets[k] = _mm256_inserti128_si256(_mm256_castsi128_si256(load(k)), load(k + 4), 1);
+  const __m256i first_01 = _mm256_unpacklo_epi32(nets[0], nets[1]);
+  const __m256i first_23 = _mm256_unpacklo_epi32(nets[2], nets[3]);
+  const __m256i last_01 = _mm256_unpackhi_epi32(nets[0], nets[1]);
+  const __m256i last_23 = _mm256_unpackhi_epi32(nets[2], nets[3]);
+  cells[0] = _mm256_unpacklo_epi64(first_01, first_23);
+  cells[1] = _mm256_unpackhi_epi64(first_01, first_23);
+  cells[2] = _mm256_unpacklo_epi64(last_01, last_23);
+  cells[3] = _mm256_unpackhi_epi64(last_01, last_23);
+}
+
+/// Looks at eight nets of 4 * kFours - 3 to 4 * kFours pins each.
+template <int kFours>
+[[gnu::target("avx2")]] inline void look_at_eight_nets(const int* pins, const SimilarNets& nets, int first,
+                                                       const CellHash& hash, NetLooks& looks) {
+  constexpr int kMost = 4 * kFours;
+  __m256i cells[kMost];
+  for (int k = 0; k < kMost; k += 4) load_four_pins(pins + k, nets.starts + first, cells + k);
+
+  const __m256i sizes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(nets.sizes + first));
+  const __m256i factor = _mm256_set1_epi64x(hash.factor);
+  const __m256i mask = _mm256_set1_epi64x(hash.mask);
+  __m256i sums[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};  // of nets 0, 2, 4, 6 and 1, 3, 5, 7
+#pragma GCC unroll 16
+  for (int k = 0; k < kMost; ++k) {
+    __m256i cell = cells[k];
+    if (k >= kMost - 4) {  // there may be no such pin: 0 has the hash 0, and numbers below 0 are no cells
+      const __m256i is_pin = _mm256_cmpgt_epi32(sizes, _mm256_set1_epi32(k));
+      cell = _mm256_and_si256(cell, is_pin);
+      cells[k] = _mm256_or_si256(cell, _mm256_andnot_si256(is_pin, _mm256_set1_epi32(-1 - k)));
+    }
+    for (__m256i& sum : sums) {
+      const __m256i product = _mm256_mul_epu32(cell, factor);
+      const __m256i other = _mm256_srli_epi64(product, 15);
+      sum = _mm256_add_epi64(sum, _mm256_mul_epu32(_mm256_xor_si256(product, mask), other));
+      cell = _mm256_srli_epi64(cell, 32);
+    }
+  }
+
+  __m256i same = _mm256_setzero_si256();
+#pragma GCC unroll 16
+  for (int k = 1; k < kMost; ++k)
+#pragma GCC unroll 16
+    for (int m = 0; m < k; ++m) same = _mm256_or_si256(same, _mm256_cmpeq_epi32(cells[m], cells[k]));
+  const auto repeated = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(same)));
+
+  std::uint64_t hashes[2][4];
+  for (int k = 0; k < 2; ++k) _mm256_storeu_si256(reinterpret_cast<__m256i*>(hashes[k]), sums[k]);
+  for (int k = 0; k < 8; ++k) {
+    const int number = nets.numbers[first + k];
+    looks.hashes[number] = hashes[k % 2][k / 2];
+    looks.need_look[number] = static_cast<unsigned char>(repeated >> k & 1U);
+  }
+}
+
+template <int kFours>
+[[gnu::target("avx2")]] inline void look_at_similar_nets(const int* pins, SimilarNets& nets,
+                                                         const CellHash& hash, NetLooks& looks) {
+  for (int k = nets.count; k > 0 && k % 8 != 0; ++k) {  // repeats the last net
+    nets.starts[k] = nets.starts[k - 1];
+    nets.sizes[k] = nets.sizes[k - 1];
+    nets.numbers[k] = nets.numbers[k - 1];
+  }
+  for (int k = 0; k < nets.count; k += 8) look_at_eight_nets<kFours>(pins, nets, k, hash, looks);
+}
+
+/// As `look_at_nets_plainly`, except that nets need a look at the end of the array.
+[[gnu::target("avx2")]] inline void look_at_nets_by_eights(const NetRange& nets, const CellHash& hash,
+                                                           NetLooks& looks) {
+  constexpr int kOther = kShortNet / 4;
+  SimilarNets similar[kOther + 1];  // by number of fours
+  const std::int64_t last_start = nets.end - nets.pins - kShortNet;
+  for (int k = 0; k < nets.count; ++k) {
+    const int size = nets.size(k);
+    const bool is_short = size >= 2 && size <= kShortNet && nets.starts[k] <= last_start;
+    SimilarNets& its = similar[is_short ? (size - 1) / 4 : kOther];
+    its.starts[its.count] = nets.starts[k];
+    its.sizes[its.count] = size;
+    its.numbers[its.count++] = k;
+  }
+  look_at_similar_nets<1>(nets.pins, similar[0], hash, looks);
+  look_at_similar_nets<2>(nets.pins, similar[1], hash, looks);
+  look_at_similar_nets<3>(nets.pins, similar[2], hash, looks);
+  look_at_similar_nets<4>(nets.pins, similar[3], hash, looks);
+  for (int k = 0; k < similar[kOther].count; ++k) looks.need_look[similar[kOther].numbers[k]] = 1;
+}
+
+#endif
+
+/// Looks at nets in the fastest way that the processor has.
+inline void look_at_nets(const NetRange& nets, const CellHash& hash, NetLooks& looks) {
+#ifdef QUILLON_AVX2
+  if (__builtin_cpu_supports("avx2")) return look_at_nets_by_eights(nets, hash, looks);
+#endif
+  look_at_nets_plainly(nets, hash, looks);
+}
+
 }  // namespace quillon::formats

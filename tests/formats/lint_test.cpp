@@ -79,6 +79,8 @@ const std::vector<Case> kCases{
      "1:1 the header announces 2 nets and 3 cells, but there are 3 lines of nets and the largest cell is 2 "
      "(the number of nets comes first)",
      "3 2\n1 2\n1 2\n2 1\n"},
+    {"missing-line", "hmetis", "4 3\n1 2\n2 3\n3 1\n", "5:1 found the end of the file, expected net 4 of 4",
+     "3 3\n1 2\n2 3\n3 1\n"},  // or the counts are swapped, and a cell is on no net
     {"swapped-header", "quillon", "1 2 4 4\n1 2\n3 4\n",
      "1:1 the header announces 4 nets and 2 cells, but there are 2 lines of nets and the largest cell is 4 "
      "(the number of cells comes first)",
@@ -123,6 +125,15 @@ const std::vector<Case> kCases{
      "3:1 the smallest cell number is 0 and the largest 1: this file counts from 0 (the format counts from "
      "1)",
      "2 1\n2\n1\n"},
+    {"counts-from-0", "metis", "3 2\n1\n0 2\n1\n",
+     "3:1 the smallest cell number is 0 and the largest 2: this file counts from 0 (the format counts from "
+     "1)",
+     "3 2\n2\n1 3\n2\n"},  // vertices named themselves if it counted from 1
+    {"cell-out-of-range", "metis", "2 1\n0\n1\n",
+     "2:1 found \"0\", expected a vertex from 1 to 2 (METIS counts vertices from 1; does this file count "
+     "from "
+     "0?)",
+     "2 1\n2\n1\n"},  // vertices name themselves if it counts from 0
     {"counts-from-1", "quillon", "0 2 1 2\n1 2\n",
      "2:3 the smallest cell number is 1 and the largest 2: this file counts from 1 (its header says from "
      "0)",
@@ -242,6 +253,10 @@ const std::vector<Case> kCases{
     {"parallel-net", "hmetis", "3 2\n1 2\n1\n2 1 2\n", "4:1 net 3 has the same cells as net 1 on line 2",
      "2 2\n1 2\n1\n"},
     {"isolated-cell", "hmetis", "1 4\n2 3\n", "0:0 2 cells are on no net; the first is cell 1", "1 2\n1 2\n"},
+    {"isolated-cell", "quillon", "0 4 1 2\n1 2\n", "0:0 2 cells are on no net; the first is cell 0",
+     "0 2 1 2\n0 1\n"},
+    {"isolated-cell", "kub", "3\n1\n1 2 0 1\n1\n1\n1\n", "0:0 1 cell is on no net; the first is cell 2",
+     "2\n1\n1 2 0 1\n1\n1\n"},
     {"zero-cell-weight", "hmetis", "1 2 10\n1 2\n1\n0\n", "4:1 cell 2 has weight 0", "1 2 10\n1 2\n1\n1\n"},
     {"zero-cell-weight", "kub", "2\n1\n1 2 0 1\n1\n0\n", "5:1 cell 2 has weight 0", "2\n1\n1 2 0 1\n1\n1\n"},
     {"weight-format", "quillon", "1 2 1 2 1\n1 2\n1\n1\n",
@@ -524,6 +539,8 @@ const std::vector<CompanionCase> kCompanionCases{
     {"empty-part", Companion::kParts, 2, "1\n1\n1\n", "0:0 part 0 of 2 has no cells", "1\n0\n1\n"},
     {"heavy-cell", Companion::kParts, 0, "0\n0\n1\n", "0:0 cell 3 weighs 7, an average part of 2 weighs 5",
      "0\n0\n0\n"},
+    {"overfull-part", Companion::kFixed, 0, "-1\n1\n1\n",
+     "0:0 the cells fixed to part 1 weigh 8, an average part of 2 weighs 5", "-1\n0\n0\n"},
     {"overfull-part", Companion::kFixed, 2, "-1\n0\n0\n",
      "0:0 the cells fixed to part 0 weigh 8, an average part of 2 weighs 5", "-1\n0\n-1\n"},
     {"repeated-cell", Companion::kPermutation, 0, "1\n2\n2\n",
@@ -566,6 +583,19 @@ TEST(LintCompanion, FindsEachRuleAtItsPlaceAndNotInTheFileNextToIt) {
     EXPECT_THAT(findings_of(good, each.rule), IsEmpty());
     EXPECT_THAT(rules_of(good, Severity::kError), IsEmpty());
   }
+}
+
+// However many parts there are, by the command or by the file.
+TEST(LintCompanion, CountsEmptyPartsWithoutNamingThemAll) {
+  const TempFolder folder;
+  const LintResult hypergraph = lint_text("hmetis", "1 3\n1 2\n");
+  const std::string parts = folder.write("parts", "1\n1\n1\n");
+  const LintResult result = lint_companion(parts, Companion::kParts, hypergraph, 2000000000, 2);
+  EXPECT_EQ(result.count("empty-part"), 1999999999);
+  EXPECT_THAT(findings_of(result, "empty-part"),
+              ElementsAre("0:0 part 0 of 2000000000 has no cells", "0:0 part 2 of 2000000000 has no cells"));
+  const std::string fixed = folder.write("fixed", "-1\n2147483647\n0\n");
+  EXPECT_THAT(lint_companion(fixed, Companion::kFixed, hypergraph).findings, IsEmpty());
 }
 
 // A file with so many pins has more than 4 GB: the reader only counts them here.

@@ -111,13 +111,23 @@ TEST(VisitNets, AgreesWithSetsOnRandomNets) {
     for (int j = 1; j <= std::ssize(nets); ++j)
       if (dice.from_to(0, 9) == 0) damaged.push_back(j);
     Recorder recorder;
-    const std::vector<char> used = visit_nets(lists_of(nets, ncells), damaged, recorder);
+    const IsolatedCells isolated = visit_nets(lists_of(nets, ncells), damaged, recorder);
     ASSERT_EQ(recorder.calls, calls_for(nets, damaged));
-    std::vector<char> expected(static_cast<std::size_t>(ncells) + 1);
+    std::set<int> others;
+    for (int i = 1; i <= ncells; ++i) others.insert(i);
     for (const std::vector<int>& cells : nets)
-      for (const int i : cells) expected[static_cast<std::size_t>(i)] = 1;
-    ASSERT_EQ(used, expected);
+      for (const int i : cells) others.erase(i);
+    ASSERT_EQ(isolated.count, std::ssize(others));
+    ASSERT_EQ(isolated.first, others.empty() ? 0 : *others.begin());
   }
+}
+
+TEST(VisitNets, CountsCellsOfDamagedNetsAsUsed) {
+  Recorder recorder;
+  const IsolatedCells isolated = visit_nets(lists_of({{2, 2}, {3}, {}}, 130), {1, 2, 3}, recorder);
+  EXPECT_EQ(isolated.count, 128);
+  EXPECT_EQ(isolated.first, 1);
+  EXPECT_THAT(recorder.calls, ElementsAre());
 }
 
 TEST(VisitNets, FindsParallelNetsAmongMany) {
@@ -128,6 +138,38 @@ TEST(VisitNets, FindsParallelNetsAmongMany) {
   ASSERT_EQ(recorder.calls.size(), 1000U);
   EXPECT_EQ(recorder.calls.front(), "parallel 4001 1");
   EXPECT_EQ(recorder.calls.back(), "parallel 5000 1000");
+}
+
+// Of any sizes, at the end of their array or not.
+TEST(LookAtNets, IsTheSameInAllWays) {
+  const CellHash hash{0xC2B2AE35U, 0x0F1E2D3CU};
+  for (unsigned seed = 1; seed <= 300; ++seed) {
+    Dice dice(seed);
+    const int ncells = dice.from_to(1, dice.from_to(0, 1) == 0 ? 200 : 2147483645);
+    const int largest = dice.from_to(1, 20);
+    std::vector<int> starts{dice.from_to(0, 5)};
+    for (int k = dice.from_to(1, kNetsAtOnce); k > 0; --k)
+      starts.push_back(starts.back() + dice.from_to(0, largest));
+    std::vector<int> pins(static_cast<std::size_t>(starts.back() + dice.from_to(0, 20)));
+    for (int& i : pins) i = dice.from_to(1, ncells);
+    const NetRange nets{pins.data(), starts.data(), static_cast<int>(starts.size()) - 1,
+                        pins.data() + pins.size()};
+    NetLooks expected;
+    NetLooks found;
+    look_at_nets_plainly(nets, hash, expected);
+    look_at_nets(nets, hash, found);
+    for (int k = 0; k < nets.count; ++k) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed << " net " << k);
+      const bool is_near_end = starts[static_cast<std::size_t>(k)] + kShortNet > std::ssize(pins);
+      if (!is_near_end) {
+        ASSERT_EQ(found.need_look[k], expected.need_look[k]);
+      }
+      ASSERT_GE(found.need_look[k], expected.need_look[k]);
+      if (found.need_look[k] == 0) {
+        ASSERT_EQ(found.hashes[k], expected.hashes[k]);
+      }
+    }
+  }
 }
 
 TEST(LookAtShortNet, TellsRepeatedPins) {

@@ -505,7 +505,70 @@ std::string comment(File& file, Random& random) {
   return file.place(line, 0);
 }
 
+// Of the first line of the counts.
+std::string blank_after_header(File& file, Random&) {
+  const std::size_t line = header_line(file);
+  std::size_t length = 0;
+  for (const std::string& word : file.lines[line]) length += word.size() + 1;
+  file.lines[line].push_back("");
+  return std::to_string(line + 1) + ":" + std::to_string(length);
+}
+
+std::string nul_after_pins(File& file, Random& random) {
+  const std::size_t j = random.below(file.nnets);
+  file.net(j).push_back(std::string(1, '\0'));
+  return file.place(file.nets + j, file.net(j).size() - 1);
+}
+
+std::string cell_weights_of_2(File& file, Random&) {
+  if (file.model != 0) return "";
+  for (int i = 0; i < file.ncells; ++i) file.lines.push_back({"2"});
+  return set_header(file, 0, 4, "1");
+}
+
+std::string comment_for_weight(File& file, Random& random) {
+  if (weight_missing(file, random).empty()) return "";
+  file.lines.push_back({"%"});
+  return "0:0";
+}
+
+// Of vertices in a ring.
+std::string neighbours(File& file, Random&) {
+  if (file.model != 0) return "";
+  const int n = file.ncells;
+  file.lines = {{std::to_string(n), std::to_string(n)}};
+  for (int u = 0; u < n; ++u)
+    file.lines.push_back({std::to_string((u + 1) % n + 1), std::to_string((u + n - 1) % n + 1)});
+  return "0:0";
+}
+
+// ---- Lists of names, formulas ----
+
+std::string fraction_as_name(File& file, Random& random) { return replace_pin(file, random, "0.5"); }
+
+std::string numbers_after_pairs(File& file, Random& random) {
+  for (Words& line : file.lines) line = {line[0], line[1], std::to_string(random.from_to(1, 9))};
+  return "0:0";
+}
+
+std::string pair_again(File& file, Random& random) {
+  const std::size_t k = any_net(file, random);
+  file.net(k) = file.net(random.below(k));
+  return file.place(file.nets + k, 0);
+}
+
+std::string no_zero(File& file, Random&) {
+  file.lines.back().pop_back();
+  return file.end();
+}
+
 // ---- Graphs ----
+
+std::string no_edges(File& file, Random&) {
+  for (Words& line : file.lines) line.resize(file.head);
+  file.lines[0] = {std::to_string(file.ncells), "0", file.head > 0 ? "10" : "0"};
+  return file.place(0, 1);
+}
 
 std::string append_mention(File& file, std::size_t vertex, const std::string& name) {
   Words& line = file.net(vertex);
@@ -725,7 +788,17 @@ std::vector<Mistake> all_mistakes() {
       {"unlisted-node", {"hif"}, unlisted},
       {"unlisted-edge", {"hif"}, unlisted_edge},
       {"repeated-entry", {"hif"}, incidence_again},
+      {"repeated-entry", {"edges"}, pair_again},
       {"data-not-kept", {"hif"}, metadata},
+      {"header-blanks", {"hmetis", "quillon", "kub", "metis", "mtx", "cnf"}, blank_after_header},
+      {"nul-byte", {"quillon"}, nul_after_pins},
+      {"weight-format", {"quillon"}, cell_weights_of_2},
+      {"endless-wait", {"quillon"}, comment_for_weight},
+      {"looks-like-metis", {"hmetis"}, neighbours},
+      {"bad-name", {"edges"}, fraction_as_name},
+      {"maybe-weights", {"edges"}, numbers_after_pairs},
+      {"missing-zero", {"cnf"}, no_zero},
+      {"no-edges", {"metis"}, no_edges},
   };
 }
 
@@ -786,7 +859,7 @@ TEST(Lint, FindsEveryPlantedMistakeAndNoOtherError) {
       ASSERT_TRUE(mends(folder.at("good"), sound, options, folder));
       for (const Mistake& mistake : all_mistakes()) {
         if (std::find(mistake.formats.begin(), mistake.formats.end(), good.format) == mistake.formats.end() ||
-            (good.format == "edges" && good.model == 1))
+            (good.format == "edges" && (good.model == 1) != (mistake.plant == pair_again)))
           continue;
         File bad = good;
         const std::string place = mistake.plant(bad, random);
@@ -875,10 +948,14 @@ std::vector<std::pair<std::string, std::string>> good_files() {
 }
 
 TEST(Lint, FindsPlantedBytesInEachGoodFileOfEveryFormat) {
+  std::vector<std::string> all_but_quillon;
+  for (const Format& format : all_formats())
+    if (format.name != "quillon") all_but_quillon.emplace_back(format.name);
   const std::vector<ByteMistake> mistakes{{"byte-order-mark", {"hif"}, byte_order_mark},
                                           {"mixed-line-ends", {}, one_crlf},
                                           {"crlf", {}, all_crlf},
                                           {"no-final-newline", {"quillon"}, no_final_newline},
+                                          {"lost-last-line", all_but_quillon, no_final_newline},
                                           {"tab", {"hif"}, tab}};
   Random random(2);
   std::map<std::string, int> nplanted;
@@ -904,6 +981,28 @@ TEST(Lint, FindsPlantedBytesInEachGoodFileOfEveryFormat) {
     }
   }
   EXPECT_EQ(nplanted.size(), all_formats().size());
+}
+
+// Cut off, or with another byte in the checksum.
+TEST(Lint, FindsDamagedDataOfEachGoodFileOfEveryFormat) {
+  constexpr std::size_t kHeader = 10;
+  Random random(3);
+  const TempFolder folder;
+  for (const auto& [format, good] : good_files()) {
+    const std::string packed = gzipped(good);
+    LintOptions options;
+    options.format = format_named(format);
+    EXPECT_THAT(rules_of(lint(folder.write("good.gz", packed), options), Severity::kError), IsEmpty());
+    std::string changed = packed;
+    changed[packed.size() - 8 + random.below(4)] ^= 1;
+    for (const std::string& bad :
+         {packed.substr(0, kHeader + random.below(packed.size() - kHeader)), changed}) {
+      SCOPED_TRACE(format + " " + testing::PrintToString(bad));
+      const LintResult result = lint(folder.write("bad.gz", bad), options);
+      EXPECT_THAT(rules_of(result, Severity::kError), ElementsAre("bad-compression"));
+      EXPECT_FALSE(mends(folder.at("bad.gz"), result, options, folder));
+    }
+  }
 }
 
 }  // namespace
