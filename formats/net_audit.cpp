@@ -1,6 +1,7 @@
 #include "formats/net_audit.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <random>
@@ -32,6 +33,22 @@ std::vector<int> sorted_set(Cells cells) {
   return set;
 }
 
+// Two bits for each byte. Two of them are the pattern that a net leaves in a filter.
+constexpr std::array<std::uint32_t, 256> make_bit_pairs() {
+  std::array<std::uint32_t, 256> pairs{};
+  for (std::size_t k = 0; k < pairs.size(); ++k) {
+    const std::uint64_t mix = mixed(k + 1);
+    pairs[k] = 1U << (mix & 31U) | 1U << (mix >> 5U & 31U);
+  }
+  return pairs;
+}
+
+constexpr std::array<std::uint32_t, 256> kBitPairs = make_bit_pairs();
+
+std::uint32_t pattern_of(std::uint64_t number) {
+  return kBitPairs[number & 0xFFU] | kBitPairs[number >> 8U & 0xFFU];
+}
+
 // Finds nets with the same cells by fingerprints. Those of nearly all nets differ, which a filter tells while
 // nets are added: each sets four bits of a word, and only one that finds them set may repeat another. The
 // filter is a small part of what a table of nets would be.
@@ -41,7 +58,7 @@ class ParallelNets {
       : lists_(lists), shift_(64 - std::max(static_cast<int>(std::bit_width(nnets / kNetsPerWord)), 1)) {
     prints_.reserve(nnets + 1);
     prints_.push_back(kNotCompared);
-    words_.resize(std::size_t{1} << (64 - shift_));
+    words_.assign(std::size_t{1} << (64 - shift_), 0);
   }
 
   // Adds consecutive nets.
@@ -49,27 +66,10 @@ class ParallelNets {
   // hashes    Numbers that depend on the sets of their cells.
   // compared  1 for nets to compare, 0 for others.
   void add(std::span<const std::uint64_t> hashes, const unsigned char* compared) {
-    std::uint64_t mixes[kNetsAtOnce];
-    std::uint64_t* const words = words_.data();  // stores might alias the members
-    const int shift = shift_;
-    for (std::size_t k = 0; k < hashes.size(); ++k) {
-      mixes[k] = mixed(hashes[k]);
-      __builtin_prefetch(words + (mixes[k] >> shift), 1);
-    }
     const std::size_t first = prints_.size();
-    int* const prints = prints_.extend(hashes.size());
-    for (std::size_t k = 0; k < hashes.size(); ++k) {
-      prints[k] = kNotCompared;
-      if (compared[k] == 0) [[unlikely]]
-        continue;
-      const std::uint64_t mix = mixes[k];
-      prints[k] = static_cast<int>(mix >> kPrintShift | 1U);
-      const std::uint64_t bits = bit(mix) | bit(mix >> 6U) | bit(mix >> 12U) | bit(mix >> 18U);
-      const std::uint64_t word = words[mix >> shift];
-      if ((word & bits) == bits) [[unlikely]]
-        suspects_.push_back(first + k);
-      words[mix >> shift] = word | bits;
-    }
+    prints_.extend(hashes.size());
+    for (std::size_t k = 0; k < hashes.size(); k += kAhead)
+      add_some(first + k, hashes.subspan(k, std::min(kAhead, hashes.size() - k)), compared + k);
   }
 
   void visit(NetVisitor& visitor) const {
@@ -86,11 +86,33 @@ class ParallelNets {
   }
 
  private:
-  static constexpr std::size_t kNetsPerWord = 4;
-  static constexpr unsigned kPrintShift = 24;  // after the bits that a word gets
+  static constexpr std::size_t kNetsPerWord = 2;
+  static constexpr std::size_t kAhead = 64;  // nets whose words are fetched together
   static constexpr int kNotCompared = 0;
 
-  static std::uint64_t bit(std::uint64_t number) { return std::uint64_t{1} << (number & 63U); }
+  // The upper bits of a product depend on all of a hash: the highest choose a word.
+  static std::uint64_t mix_of(std::uint64_t hash) { return hash * kMixStep; }
+  static int print_of(std::uint64_t mix) { return static_cast<int>(mix >> 20U | 1U); }
+
+  void add_some(std::size_t first, std::span<const std::uint64_t> hashes, const unsigned char* compared) {
+    int* const words = words_.data();  // stores might alias the members
+    int* const prints = prints_.data() + first;
+    const int shift = shift_;
+    for (const std::uint64_t hash : hashes) __builtin_prefetch(words + (mix_of(hash) >> shift), 1);
+    for (std::size_t k = 0; k < hashes.size(); ++k) {
+      prints[k] = kNotCompared;
+      if (compared[k] == 0) [[unlikely]]
+        continue;
+      const std::uint64_t mix = mix_of(hashes[k]);
+      prints[k] = print_of(mix);
+      const std::uint32_t pattern = pattern_of(mix >> 24U);
+      const auto word = static_cast<std::uint32_t>(words[mix >> shift]);
+      if ((word & pattern) == pattern) [[unlikely]]
+        suspects_.push_back(first + k);
+      words[mix >> shift] = static_cast<int>(word | pattern);
+    }
+  }
+
   [[nodiscard]] std::uint32_t print(std::size_t j) const { return static_cast<std::uint32_t>(prints_[j]); }
 
   // Fingerprint and net, sorted, of the nets that may be parallel to another one.
@@ -102,12 +124,11 @@ class ParallelNets {
     std::sort(suspected.begin(), suspected.end());
     // Most nets are not like any, which another filter tells.
     const int shift = 32 - std::clamp(static_cast<int>(std::bit_width(suspected.size())), 1, 20);
-    const auto bits_of = [](std::uint32_t its) { return bit(its >> 1U) | bit(its >> 7U); };
-    std::vector<std::uint64_t> words(std::size_t{1} << (32 - shift));
-    for (const std::uint32_t its : suspected) words[its >> shift] |= bits_of(its);
+    std::vector<std::uint32_t> words(std::size_t{1} << (32 - shift));
+    for (const std::uint32_t its : suspected) words[its >> shift] |= pattern_of(its);
     for (std::size_t j = 1; j < prints_.size(); ++j) {
       const std::uint32_t its = print(j);
-      if ((words[its >> shift] & bits_of(its)) == bits_of(its) && its != kNotCompared &&
+      if ((words[its >> shift] & pattern_of(its)) == pattern_of(its) && its != kNotCompared &&
           std::binary_search(suspected.begin(), suspected.end(), its))
         nets.push_back(std::uint64_t{its} << 32U | j);
     }
@@ -138,9 +159,9 @@ class ParallelNets {
 
   const NetLists& lists_;
   int shift_;  // leaves the index of a word
-  std::vector<std::uint64_t> words_;
-  Ints prints_;                        // by net
-  std::vector<std::size_t> suspects_;  // nets that may be parallel to an earlier one
+  Ints words_{"ParallelNets: words"};
+  Ints prints_{"ParallelNets: prints"};  // by net
+  std::vector<std::size_t> suspects_;    // nets that may be parallel to an earlier one
 };
 
 // Cells that are on a net, a bit for each.
