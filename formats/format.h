@@ -98,6 +98,7 @@ struct Format {
   bool keeps_repeated_pins = true;         ///< Whether a net of a file can name a cell twice.
 
   bool reads_whole_text = false;  ///< Whether `read` needs all of a text at once.
+  bool writes_cell_side = false;  ///< Whether `write` and `find_losses` need the cell side of a record.
 
   /// Reads a text.
   ///
@@ -111,7 +112,9 @@ struct Format {
 
   /// Writes a file. Null for formats that are only read.
   ///
-  /// @param h         Read only. Needs both sides.
+  /// @param h         Read only. Unless `writes_cell_side`, it need not have its cell side; `_net_list` is
+  /// null
+  ///                  then.
   /// @param options   Not refused by `refusal`.
   /// @param filename  File to write. One that exists is overwritten.
   /// @par Errors      Fatal (util/util.h) if the file cannot be written.
@@ -133,7 +136,7 @@ struct Format {
 
   /// Finds what the format cannot hold of a hypergraph. Null: it holds everything.
   ///
-  /// @param h        Read only. Needs both sides.
+  /// @param h        As for `write`.
   /// @param options  As for `write`.
   /// @param losses   Out, appended to.
   void (*find_losses)(const Hypergraph& h, const WriteOptions& options, Losses& losses) = nullptr;
@@ -147,7 +150,7 @@ struct Format {
   /// Notes what a hypergraph that was read from this format holds and programs for it treat differently.
   /// Null: nothing.
   ///
-  /// @param h        Read only. Needs both sides.
+  /// @param h        Read only. Needs its nets.
   /// @param remarks  Out, appended to.
   void (*note_oddities)(const Hypergraph& h, std::vector<std::string>& remarks) = nullptr;
 };

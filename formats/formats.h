@@ -80,6 +80,7 @@ struct LoadOptions {
   const Format* format = nullptr;           ///< An entry of the table; null: by suffix or content.
   ReadOptions read = {};                    ///< Those without meaning to the format are ignored.
   SmallNets small_nets = SmallNets::kKeep;  ///< Whether to fold nets of one pin or none.
+  bool cell_side = true;                    ///< Whether to build the cell side and the summaries of cells.
 
   /// How users choose a format, in the message that none was found.
   std::string advice = "use --from";
@@ -97,7 +98,8 @@ struct Loaded {
   Labels names;                      ///< Of the cells and nets of the record.
 };
 
-/// Reads a file of any format into a record, both sides built. Errors in the file come with line and column.
+/// Reads a file of any format into a record, both sides built unless the options say otherwise. Errors in the
+/// file come with line and column.
 ///
 /// @param record    Out, fresh.
 /// @param filename  File name, or - for standard input; gzip and zstd are decompressed.

@@ -27,9 +27,12 @@ const Format* find_format(Source& source, const LoadOptions& options) {
 }
 
 // Adds the name of the file to an error.
-void make_record(Record& record, NetLists&& lists, SmallNets small_nets, const std::string& name) {
+void make_record(Record& record, NetLists&& lists, const LoadOptions& options, const std::string& name) {
   try {
-    to_record(std::move(lists), record, small_nets);
+    if (options.cell_side)
+      to_record(std::move(lists), record, options.small_nets);
+    else
+      to_net_side(std::move(lists), record, options.small_nets);
   } catch (const BadFile& error) {
     Finding finding = error.finding();
     finding.file = name;
@@ -49,7 +52,7 @@ Loaded load(Record& record, std::unique_ptr<Source> source, const LoadOptions& o
   const std::string name = source->name();
   NetLists lists = read_source(std::move(source), *format, options.read);
   const int weights = (lists.cell_weights.empty() ? 0 : 1) | (lists.net_weights.empty() ? 0 : 2);
-  make_record(record, std::move(lists), options.small_nets, name);
+  make_record(record, std::move(lists), options, name);
   // What is not of the record is still there.
   // NOLINTBEGIN(bugprone-use-after-move)
   return {format,

@@ -1,6 +1,8 @@
 #include "formats/quillon.h"
 
+#include <cstdio>
 #include <span>
+#include <vector>
 
 #include "formats/audit.h"
 #include "formats/lines.h"
@@ -9,6 +11,8 @@
 #include "formats/notes.h"
 #include "formats/ranges.h"
 #include "formats/text_writer.h"
+#include "hypergraph/detail/record_writer.h"
+#include "util/util.h"
 
 namespace quillon::formats {
 namespace {
@@ -211,6 +215,16 @@ int weights_to_write(const Hypergraph& h, const WriteOptions& options) {
   return options.weights.value_or(h._fmt);
 }
 
+// Of cells without lists.
+Extremes degrees_in_pins(const Hypergraph& h) {
+  std::vector<int> degrees(static_cast<std::size_t>(h._c) + 1);
+  for (const int i : std::span(h._cell_list, static_cast<std::size_t>(h._p)))
+    ++degrees[static_cast<std::size_t>(i)];
+  Extremes extremes{.max = -1};
+  for (int i = 1; i <= h._c; ++i) extremes.add(degrees[static_cast<std::size_t>(i)]);
+  return extremes;
+}
+
 }  // namespace
 
 void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
@@ -235,7 +249,14 @@ void read_quillon(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) 
 }
 
 void write_quillon(const Hypergraph& h, const WriteOptions& options, const char* filename) {
-  write_hypergraph(&h, filename, options.numbering, weights_to_write(h, options));
+  const int fmt = weights_to_write(h, options);
+  if (h._net_list != nullptr) {
+    write_hypergraph(&h, filename, options.numbering, fmt);
+    return;
+  }
+  std::FILE* const ofp = ufopen(filename, "w", "write_hypergraph");
+  write_record(&h, ofp, options.numbering, fmt, [&h] { return degrees_in_pins(h); });
+  ufclose(ofp);
 }
 
 // Without the statistics, which need the degrees of all cells.

@@ -6,10 +6,14 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "formats/net_places.h"
@@ -92,6 +96,71 @@ TEST(Load, BuildsTheCellSide) {
   Record record;
   load(record, folder.write("a", "1 3 2 4\n3 1\n2 3\n"), {});
   EXPECT_THAT(nets_of_cells(record.h), ElementsAre(ElementsAre(1), ElementsAre(2), ElementsAre(1, 2)));
+}
+
+// A file written of a loaded one, and what is said of it.
+struct Written {
+  std::string text;
+  std::vector<std::string> notes;
+
+  bool operator==(const Written&) const = default;
+};
+
+void PrintTo(const Written& written, std::ostream* out) {
+  *out << testing::PrintToString(written.notes) << " of\n" << written.text;
+}
+
+Written written_of(const Record& record, const Loaded& loaded, const Format& to,
+                   const WriteOptions& options) {
+  const TempFolder folder;
+  Written written;
+  Losses losses;
+  if (to.find_losses != nullptr) to.find_losses(record.h, options, losses);
+  if (loaded.format->note_oddities != nullptr) loaded.format->note_oddities(record.h, written.notes);
+  for (const std::vector<std::string>* const some : {&losses.lost, &losses.refused, &losses.dropped})
+    written.notes.insert(written.notes.end(), some->begin(), some->end());
+  written.notes.push_back(std::to_string(count_repeated_pins(record.h)));
+  to.write(record.h, options, folder.at("out").c_str());
+  written.text = folder.contents("out");
+  return written;
+}
+
+std::vector<WriteOptions> ways_to_write(const Format& to) {
+  if (to.name == "quillon") return {{}, {.weights = 3}, {.numbering = 0, .weights = 0}};
+  if (to.models.empty()) return {{}};
+  return {{.model = to.models[0]}, {.model = to.models[1]}};
+}
+
+std::vector<std::string> files_of_all_formats() {
+  std::vector<std::string> files;
+  for (const char* const folder : {QUILLON_CONFORMANCE_CORPUS, QUILLON_DATA, QUILLON_TEST_FILES})
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+      if (entry.is_regular_file() && format_of_file(entry.path().string()) != nullptr)
+        files.push_back(entry.path().string());
+  return files;
+}
+
+TEST(Load, LeavesOutOnlyTheCellSideThatWritersDoNotNeed) {
+  std::set<std::pair<std::string_view, std::string_view>> pairs;
+  for (const std::string& file : files_of_all_formats()) {
+    if (const Loading outcome = load_from(file); outcome.finding.rule != kNoFinding || !outcome.fatal.empty())
+      continue;
+    SCOPED_TRACE(file);
+    Record whole;
+    Record net_side;
+    const Loaded loaded = load(whole, file, {});
+    load(net_side, file, {.cell_side = false});
+    EXPECT_NE(whole.h._net_list, nullptr);
+    EXPECT_EQ(net_side.h._net_list, nullptr);
+    for (const Format& to : all_formats()) {
+      if (to.write == nullptr || to.writes_cell_side) continue;
+      SCOPED_TRACE(to.name);
+      for (const WriteOptions& options : ways_to_write(to))
+        EXPECT_EQ(written_of(net_side, loaded, to, options), written_of(whole, loaded, to, options));
+      pairs.insert({loaded.format->name, to.name});
+    }
+  }
+  EXPECT_EQ(pairs.size(), 8U * 5U);  // all formats to those that need one side
 }
 
 // The readers of the module would never return: they wait for one more line.

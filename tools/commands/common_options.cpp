@@ -89,6 +89,7 @@ formats::Loaded load_input(formats::Record& record, const std::string& file, con
   formats::set_threads(input.threads);
   formats::LoadOptions options{input.from, read_options(input), formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;
+  options.cell_side = input.cell_side;
   const std::string name = formats::shown_name(file);
   options.on_choice = [&name](const Format& chosen) {
     print_note(name + ": read as " + std::string(chosen.name) + "; --from can say otherwise");

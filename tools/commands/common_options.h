@@ -22,6 +22,7 @@ struct InputOptions {
 
   // Set by commands.
   bool keep_small_nets = true;
+  bool cell_side = true;             // the command uses the cell side of the record
   bool model_is_for_output = false;  // of an output format, so the input need not have it
   bool keeps_names = false;          // names are used, so they are not lost
 };

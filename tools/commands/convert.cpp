@@ -125,6 +125,7 @@ void prepare(ConvertOptions& options) {
                      "; use --to");
   options.output.write = write_options(options);
   options.output.strict = options.input.strict;
+  options.input.cell_side = to->writes_cell_side;
   options.input.model_is_for_output = model_error(options.input.model, *to, nullptr).empty();
   options.input.keeps_names = !options.labels.empty() || has(*to, formats::kLabelsOption);
   refuse_usage(target_error(options));
