@@ -177,7 +177,7 @@ void read_cnf(Scanner& in, NetLists& lists, const ReadOptions& options) {
   if (by_literal && header.nvariables > kMostItems / 2)
     bad_text(in, header.nvariables_offset, "bad-count",
              "found " + std::to_string(header.nvariables) + " variables, expected at most " +
-                 std::to_string(kMostItems / 2) + " for --model literal");
+                 std::to_string(kMostItems / 2) + " for the literal model");
   Clauses clauses(lists, header, by_literal);
   read_clauses(in, clauses);
   clauses.note_repetitions();

@@ -82,8 +82,8 @@ struct LoadOptions {
   SmallNets small_nets = SmallNets::kKeep;  ///< Whether to fold nets of one pin or none.
   bool cell_side = true;                    ///< Whether to build the cell side and the summaries of cells.
 
-  /// How users choose a format, in the message that none was found.
-  std::string advice = "use --from";
+  /// How users name a format, in the message that none was found.
+  std::string advice = "name the format";
 
   /// Called before the file is read if its content, not its name, chose the format. May be empty.
   std::function<void(const Format& chosen)> on_choice = {};

@@ -1,6 +1,7 @@
 #include "formats/hmetis.h"
 
 #include "formats/audit.h"
+#include "formats/hints.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mirror_sum.h"
@@ -18,8 +19,6 @@ struct Header {
   bool net_weights;
   bool cell_weights;
 };
-
-constexpr const char* kMayBeMetis = "is this a METIS graph? --from metis reads those";
 
 Token next_in_header(Scanner& in) {
   skip_comments(in);
@@ -154,10 +153,8 @@ void read_hmetis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   if (header.cell_weights) read_cell_weights(in, lists, header);
   read_rest(in, header);
   if (!looks_like_graph(lists)) return;
-  const char* const remark =
-      "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one";
-  lists.remarks.emplace_back(remark);
-  note_oddity(in, {}, "looks-like-metis", remark);
+  lists.remarks.emplace_back(kLikeMetis);
+  note_oddity(in, {}, "looks-like-metis", kLikeMetis);
 }
 
 void write_hmetis(const Hypergraph& h, const WriteOptions& /*options*/, const char* filename) {

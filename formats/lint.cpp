@@ -14,6 +14,7 @@
 #include "formats/detect.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
+#include "formats/hints.h"
 #include "formats/lint_as.h"
 #include "formats/net_audit.h"
 #include "formats/notes.h"
@@ -77,7 +78,7 @@ class Linter : private NetVisitor {
     if (options_.format == nullptr) choice = choose_format(filename_, peek);
     if (choice.format == nullptr)
       throw BadFile({"unknown-format", Severity::kError, source->name(), 0, 0,
-                     "cannot tell the format of '" + source->name() + "'", "--from names it"});
+                     "cannot tell the format of '" + source->name() + "'", kNameTheFormat});
     result_.format = choice.format;
     is_by_content_ = choice.by_content;
     has_mark_ = source->peek(kByteOrderMark.size()) == kByteOrderMark;

@@ -258,7 +258,7 @@ void check_options(const Scanner& in, const Header& header, const ReadOptions& o
   if (options.add_diagonal && header.nrows != header.ncolumns)
     bad_text(in, header.size_place, "not-square",
              "found " + std::to_string(header.nrows) + " rows and " + std::to_string(header.ncolumns) +
-                 " columns, expected a square matrix for --diagonal");
+                 " columns, expected a square matrix to add a diagonal to");
   if (options.model == Model::kFineGrain && header.nrows > kMostItems - header.ncolumns)
     bad_text(in, header.size_place, "bad-count",
              "found " + std::to_string(std::int64_t{header.nrows} + header.ncolumns) +
@@ -445,7 +445,7 @@ void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options
 }
 
 std::string refusal_of_matrix_market(const WriteOptions& options) {
-  return options.model == Model::kFineGrain ? "a matrix is written by --model row-net or column-net" : "";
+  return options.model == Model::kFineGrain ? "a matrix is written in the row-net or column-net model" : "";
 }
 
 void find_losses_of_matrix_market(const Hypergraph& h, const WriteOptions& /*options*/, Losses& losses) {

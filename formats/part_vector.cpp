@@ -8,6 +8,7 @@
 
 #include "formats/audit.h"
 #include "formats/findings.h"
+#include "formats/hints.h"
 #include "formats/lines.h"
 #include "formats/net_lists.h"
 #include "formats/part_readers.h"
@@ -131,8 +132,8 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
       const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
       const std::string meaning = "the part number" + range + std::to_string(parts.size());
       report_number(in, token, {first, last, meaning, "part-out-of-range", "missing-part"},
-                    is_large ? "if there are more parts than cells, say it with -k and --allow-empty-parts"
-                    : is_last_from_1 ? "if the parts count from 1, say it with --parts-from 1"
+                    is_large         ? kManyParts
+                    : is_last_from_1 ? kPartsFrom1
                                      : "");
       if (token.text.empty()) return parts;
     }

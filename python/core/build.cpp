@@ -15,6 +15,7 @@
 #include "formats/threads.h"
 #include "hypergraph/detail/lists.h"
 #include "python/core/call.h"
+#include "python/core/errors.h"
 #include "python/core/integers.h"
 #include "util/util.h"
 
@@ -95,7 +96,7 @@ formats::LoadOptions load_options(const ReadRequest& request) {
 }
 
 void warn_of(const formats::Loaded& loaded, const std::string& file) {
-  for (const std::string& remark : loaded.remarks) uwarning("%s: %s", file.c_str(), remark.c_str());
+  for (const std::string& remark : loaded.remarks) uwarning("%s: %s", file.c_str(), advised(remark).c_str());
   for (const std::string& loss : loaded.losses) uwarning("%s: not read: %s", file.c_str(), loss.c_str());
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "formats/findings.h"
+#include "formats/hints.h"
 #include "formats/sink.h"
 #include "tools/operations/fatal_error.h"
 
@@ -22,8 +23,13 @@ py::str text_of(const std::string& bytes) {
 
 py::object errors() { return py::module_::import("quillon._errors"); }
 
-// A message or hint, which may name options of the tool.
-py::object words_of(const std::string& bytes) { return errors().attr("in_python")(text_of(bytes)); }
+constexpr formats::Advice kAdvice[] = {
+    {formats::kMayBeMetis, " format='metis' reads those"},
+    {formats::kLikeMetis, "; format='metis' reads it as one"},
+    {formats::kNameTheFormat, " by the argument format"},
+};
+
+py::str words_of(const std::string& bytes) { return text_of(advised(bytes)); }
 
 py::object number_of(std::size_t number) { return number == 0 ? py::object(py::none()) : py::int_(number); }
 
@@ -70,6 +76,8 @@ void translate(std::exception_ptr pointer) {
 }
 
 }  // namespace
+
+std::string advised(std::string_view text) { return formats::advised(text, kAdvice); }
 
 void register_errors() { py::register_local_exception_translator(translate); }
 

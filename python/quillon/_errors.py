@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import os
-import re
 import sys
 import warnings
 from dataclasses import dataclass
@@ -81,24 +80,6 @@ class Finding:
 def _text_of(file: str, line: Optional[int], column: Optional[int], message: str, hint: str) -> str:
     place = f"{file}:{line}:{column}: " if line is not None else ""
     return place + message + (f" ({hint})" if hint else "")
-
-
-# Options of the tool that messages and hints name.
-_OPTION = re.compile(r"--from names it|--(from|model) ([a-z-]+)|--diagonal")
-
-
-def in_python(text: str) -> str:
-    """A message of the library, with arguments of the package in place of options of the tool."""
-    return _OPTION.sub(_argument, text)
-
-
-def _argument(option: "re.Match[str]") -> str:
-    if option[0] == "--from names it":
-        return "name it by the argument format"
-    if option[0] == "--diagonal":
-        return "diagonal=True"
-    name = "format" if option[1] == "from" else option[1]
-    return f"{name}={option[2]!r}"
 
 
 def warn(text: str) -> None:

@@ -142,7 +142,7 @@ def test_errors_name_their_place():
 def test_errors_name_arguments_not_options():
     for text, arguments, words in [
         (b"3 3 110\n", {"format": "hmetis"}, "is this a METIS graph? format='metis' reads those"),
-        (b"%%MatrixMarket matrix coordinate pattern general\n2 3 0\n", {"diagonal": True}, "for diagonal=True"),
+        (b"%%MatrixMarket matrix coordinate pattern general\n2 3 0\n", {"diagonal": True}, "expected a square matrix to add a diagonal to"),
     ]:
         with pytest.raises(quillon.BadFile) as info:
             quillon.read(text, **arguments)

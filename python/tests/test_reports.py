@@ -56,7 +56,7 @@ def test_lint_says_why_a_file_cannot_be_read(tmp_path):
     path = tmp_path / "text"
     path.write_text("what is this")
     (unknown,) = quillon.lint(path)
-    assert (unknown.rule, unknown.hint) == ("unknown-format", "name it by the argument format")
+    assert (unknown.rule, unknown.hint) == ("unknown-format", "name the format by the argument format")
     for arguments in ({"format": "x"}, {"model": "x"}, {"max_per_rule": -1}):
         with pytest.raises(ValueError):
             quillon.lint(path, **arguments)

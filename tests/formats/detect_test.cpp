@@ -147,12 +147,13 @@ TEST(Load, RefusesAFileOfNoKnownFormat) {
   const TempFolder folder;
   Record record;
   const std::string words = folder.write("words.txt", "words\n");
-  EXPECT_EQ(finding_of([&] { load(record, words, {}); }),
-            error_of_file("unknown-format", words, "cannot tell the format of '" + words + "'; use --from"));
+  EXPECT_EQ(
+      finding_of([&] { load(record, words, {}); }),
+      error_of_file("unknown-format", words, "cannot tell the format of '" + words + "'; name the format"));
   const std::string empty = folder.write("empty.txt", "");
   EXPECT_EQ(finding_of([&] { load(record, empty, {}); }),
             error_of_file("unknown-format", empty,
-                          "cannot tell the format of '" + empty + "', which is empty; use --from"));
+                          "cannot tell the format of '" + empty + "', which is empty; name the format"));
 }
 
 // A text that ends where a page ends, with nothing readable after it.

@@ -267,7 +267,7 @@ TEST(Load, AdvisesHowToNameAFormat) {
   const auto message = [&](const LoadOptions& options) {
     return finding_of([&] { load(record, file, options); }).message;
   };
-  EXPECT_EQ(message({}), "cannot tell the format of '" + file + "', which is empty; use --from");
+  EXPECT_EQ(message({}), "cannot tell the format of '" + file + "', which is empty; name the format");
   EXPECT_EQ(message({.advice = "ask"}), "cannot tell the format of '" + file + "', which is empty; ask");
 }
 

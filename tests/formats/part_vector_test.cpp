@@ -60,7 +60,7 @@ TEST(ReadParts, SaysWhatIsWrongWithAFile) {
   expect_findings(
       [](const char* name) { read_parts(name, 2, 0); },
       {{"0 2\n", 1, 3, "part-out-of-range", "found \"2\", expected the part number, from 0 to 1, of cell 2",
-        "if there are more parts than cells, say it with -k and --allow-empty-parts"},
+        "are there more parts than cells?"},
        {"0 x\n", 1, 3, "not-a-number", "found \"x\", expected the part number, from 0 to 1, of cell 2"},
        {"0 2147483648\n", 1, 3, "number-too-large",
         "found \"2147483648\", expected the part number, from 0 to 1, of cell 2"}});
@@ -82,7 +82,7 @@ TEST(ReadParts, HintsAtPartsThatCountFrom1) {
   expect_findings(
       [](const char* name) { read_parts(name, 3, 2); },
       {{"1 2 1", 1, 3, "part-out-of-range", "found \"2\", expected the part number, from 0 to 1, of cell 2",
-        "if the parts count from 1, say it with --parts-from 1"},
+        "do the parts count from 1?"},
        {"1 3 1", 1, 3, "part-out-of-range",
         "found \"3\", expected the part number, from 0 to 1, of cell 2"}});
 }

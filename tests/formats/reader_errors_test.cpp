@@ -27,7 +27,7 @@ void expect_findings(const char* name, const std::vector<BadText>& table, const 
   }
 }
 
-const std::string kMayBeMetis = "is this a METIS graph? --from metis reads those";
+const std::string kGraphHint = "is this a METIS graph?";
 
 TEST(ReadHmetis, SaysWhatIsWrongWithAFile) {
   const std::string swapped =
@@ -46,9 +46,9 @@ TEST(ReadHmetis, SaysWhatIsWrongWithAFile) {
        {"2147483646 3\n", 1, 1, "bad-count",
         "found \"2147483646\", expected the number of nets, from 0 to 2147483645"},
        {"2 3 7\n", 1, 5, "bad-format-code", "found \"7\", " + fmt},
-       {"2 3 011\n1 2\n", 1, 5, "bad-format-code", "found \"011\", " + fmt, kMayBeMetis},
+       {"2 3 011\n1 2\n", 1, 5, "bad-format-code", "found \"011\", " + fmt, kGraphHint},
        {"2 3 1 1\n", 1, 7, "trailing-text", "found \"1\", expected the end of the line after the header",
-        kMayBeMetis},
+        kGraphHint},
        {"2 3\n1 2\n", 3, 1, "missing-line", "found the end of the file, expected net 2 of 2"},
        {"2 3\n1 2\n% no more", 3, 10, "missing-line", "found the end of the file, expected net 2 of 2"},
        {"2 3\n1 0\n2\n", 2, 3, "cell-out-of-range", "found \"0\", " + cell,
@@ -80,10 +80,8 @@ TEST(ReadHmetis, RemarksOnAGraphThatReadsAsAHypergraph) {
   EXPECT_TRUE(lists.remarks.empty());
 
   const NetLists ring = read_text(format("hmetis"), "4 4\n2 4\n1 3\n2 4\n3 1\n");
-  EXPECT_THAT(
-      ring.remarks,
-      testing::ElementsAre(
-          "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one"));
+  EXPECT_THAT(ring.remarks,
+              testing::ElementsAre("line j names i whenever line i names j, as in a METIS graph"));
 }
 
 TEST(ReadQuillon, SaysWhatIsWrongWithAFile) {
@@ -230,7 +228,7 @@ TEST(ReadMatrixMarket, SaysWhatIsWrongWithAFile) {
         "found \"1\", expected no row, as there are none"}});
   expect_findings("mtx",
                   {{banner + "% c\n 1 2 1\n1 2\n", 3, 2, "not-square",
-                    "found 1 rows and 2 columns, expected a square matrix for --diagonal"}},
+                    "found 1 rows and 2 columns, expected a square matrix to add a diagonal to"}},
                   {.add_diagonal = true});
   const std::string many = banner + "1073741823 1073741823 0\n";
   const std::string too_many = "found 2147483646 rows and columns, expected at most 2147483645 nets";
@@ -307,7 +305,7 @@ TEST(ReadCnf, SaysWhatIsWrongWithAFile) {
         "found \"0\", expected nothing after the 2 clauses of the header"}});
   expect_findings("cnf",
                   {{"c\np cnf 1073741823 0\n", 2, 7, "bad-count",
-                    "found 1073741823 variables, expected at most 1073741822 for --model literal"}},
+                    "found 1073741823 variables, expected at most 1073741822 for the literal model"}},
                   {.model = Model::kLiteral});
 }
 

@@ -115,8 +115,7 @@ TEST(ReadHmetis, ReadsABlankLineAsANetWithoutPinsAndKeepsRepeatedPins) {
 }
 
 TEST(ReadHmetis, RemarksOnWhatMayBeAGraph) {
-  const std::string remark =
-      "line j names i whenever line i names j, as in a METIS graph; --from metis reads it as one";
+  const std::string remark = "line j names i whenever line i names j, as in a METIS graph";
   expect_read("hmetis", "3 3\n2 3\n1 3\n1 2\n",
               {.ncells = 3, .pins = {{2, 3}, {1, 3}, {1, 2}}, .remarks = {remark}});
   expect_read("hmetis", "4 4\n2 4\n1 3\n2 4\n3 1\n",
@@ -629,7 +628,7 @@ TEST(ReadFile, ReadsEveryFormatFromAFile) {
               read_file(matrix_file.name(), format("mtx"), {Model::kRowNet, true});
             }),
             (Finding{"not-square", Severity::kError, matrix_file.name(), 2, 1,
-                     "found 1 rows and 2 columns, expected a square matrix for --diagonal", ""}));
+                     "found 1 rows and 2 columns, expected a square matrix to add a diagonal to", ""}));
 }
 
 // The guarantees of a reader for every text that it accepts.

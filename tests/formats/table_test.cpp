@@ -53,7 +53,7 @@ TEST(AllFormats, AreReadAndDescribedAndRefuseWhatTheyDoNotWrite) {
   }
   EXPECT_EQ(format("cnf").refusal({}), "SAT formulas are only read: a hypergraph has no signs of literals");
   EXPECT_EQ(format("mtx").refusal({.model = Model::kFineGrain}),
-            "a matrix is written by --model row-net or column-net");
+            "a matrix is written in the row-net or column-net model");
 }
 
 TEST(AllFormats, HaveModelsIfTheyHaveTheOption) {

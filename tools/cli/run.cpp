@@ -12,6 +12,7 @@
 
 #include "formats/findings.h"
 #include "formats/sink.h"
+#include "tools/cli/advice.h"
 #include "tools/cli/console.h"
 #include "tools/cli/progress.h"
 #include "util/scope.h"
@@ -54,7 +55,7 @@ void handle(int signal) {
 void print(const std::exception& error) {
   if (const auto* const bad_file = dynamic_cast<const formats::BadFile*>(&error);
       bad_file != nullptr && bad_file->finding().line > 0) {
-    print_finding(bad_file->what());
+    print_finding(formats::text_of(advised(bad_file->finding())));
   } else if (bad_file != nullptr) {
     print_error(bad_file->finding().message);
   } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {

@@ -6,6 +6,7 @@
 #include "formats/notes.h"
 #include "formats/source.h"
 #include "formats/threads.h"
+#include "tools/cli/advice.h"
 #include "tools/cli/console.h"
 #include "tools/cli/run.h"
 #include "util/util.h"
@@ -90,6 +91,7 @@ formats::Loaded load_input(formats::Record& record, const std::string& file, con
   formats::LoadOptions options{input.from, read_options(input), formats::SmallNets::kKeep};
   if (!input.keep_small_nets) options.small_nets = formats::SmallNets::kFold;
   options.cell_side = input.cell_side;
+  options.advice = "use --from";
   const std::string name = formats::shown_name(file);
   options.on_choice = [&name](const Format& chosen) {
     print_note(name + ": read as " + std::string(chosen.name) + "; --from can say otherwise");
@@ -98,7 +100,7 @@ formats::Loaded load_input(formats::Record& record, const std::string& file, con
   if (!loaded.format->models.empty() && !input.model_is_for_output)
     if (const std::string error = model_error(input.model, *loaded.format, nullptr); !error.empty())
       throw UsageError(error);
-  for (const std::string& remark : loaded.remarks) uwarning("%s: %s", name.c_str(), remark.c_str());
+  for (const std::string& remark : loaded.remarks) uwarning("%s: %s", name.c_str(), advised(remark).c_str());
   if (!input.keeps_names) {
     formats::note(loaded.losses, count_names(loaded.names.cells, false), "cell name");
     formats::note(loaded.losses, count_names(loaded.names.nets, record.nfolded > 0), "net name");

@@ -6,10 +6,12 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "formats/mend.h"
 #include "formats/programs.h"
 #include "formats/source.h"
+#include "tools/cli/advice.h"
 #include "tools/cli/console.h"
 #include "tools/cli/rule_text.h"
 #include "tools/cli/suggestions.h"
@@ -202,6 +204,7 @@ class FileLinter {
     std::vector<formats::ProgramVerdict> verdicts;
     if (with_programs) verdicts = formats::verdicts_on(result, programs_);
     selection_.apply_to(result);
+    for (formats::Finding& finding : result.findings) finding = advised(std::move(finding));
     report_.add(result, verdicts);
     return fails(result, choice_.strict) ? kFinding : kSuccess;
   }
