@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "formats/beside.h"
 #include "formats/findings.h"
 #include "formats/short_nets.h"
 #include "hypergraph/detail/lists.h"
@@ -186,11 +187,14 @@ void group_by_net(NetLists& lists, const std::vector<Pin>& pins) {
     lists.nadj[static_cast<std::size_t>(next[static_cast<std::size_t>(pin.net)]++)] = pin.cell;
 }
 
-std::int64_t count_repeated_pins(const Hypergraph& h) {
+namespace {
+
+// Of nets `first` to `last`.
+std::int64_t count_repeated_pins(const Hypergraph& h, int first, int last) {
   std::vector<int> last_net;  // by cell, for long nets
   const int* const end = h._cell_list + h._p;
   std::int64_t count = 0;
-  for (int j = 1; j <= h._n; ++j) {
+  for (int j = first; j <= last; ++j) {
     const std::span<const int> pins = pins_of(h._nlst[j]);
     if (pins.size() <= kShortNet) {
       count += count_bits(look_at_short_net(pins, end, {}).repeated);
@@ -201,6 +205,17 @@ std::int64_t count_repeated_pins(const Hypergraph& h) {
       if (std::exchange(last_net[static_cast<std::size_t>(i)], j) == j) ++count;
   }
   return count;
+}
+
+}  // namespace
+
+std::int64_t count_repeated_pins(const Hypergraph& h) {
+  const int middle = h._n / 2;
+  std::int64_t count = 0;
+  Beside first_half([&] { count = count_repeated_pins(h, 1, middle); }, h._p);
+  const std::int64_t second_half = count_repeated_pins(h, middle + 1, h._n);
+  first_half.wait();
+  return count + second_half;
 }
 
 void to_net_side(NetLists&& lists, Record& record, SmallNets small_nets) {

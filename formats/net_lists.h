@@ -125,7 +125,8 @@ void add_cell_side(Record& record, SmallNets small_nets = SmallNets::kKeep);
 ///
 /// @param h   Read only. Needs the pins of its nets.
 /// @return    A net that names a cell three times counts two.
-/// @par Cost  O(_c + _n + _p) time; _c ints of memory if a net has more than 16 pins.
+/// @par Cost  O(_c + _n + _p) time; _c ints of memory for each of at most two threads
+///            if a net has more than 16 pins.
 std::int64_t count_repeated_pins(const Hypergraph& h);
 
 }  // namespace quillon::formats

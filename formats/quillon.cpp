@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/beside.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -215,9 +216,8 @@ int weights_to_write(const Hypergraph& h, const WriteOptions& options) {
   return options.weights.value_or(h._fmt);
 }
 
-// Of cells without lists.
-Extremes degrees_in_pins(const Hypergraph& h) {
-  std::vector<int> degrees(static_cast<std::size_t>(h._c) + 1);
+// Of cells without lists, which need as many zeros.
+Extremes degrees_in_pins(const Hypergraph& h, std::vector<int>& degrees) {
   for (const int i : std::span(h._cell_list, static_cast<std::size_t>(h._p)))
     ++degrees[static_cast<std::size_t>(i)];
   Extremes extremes{.max = -1};
@@ -254,8 +254,14 @@ void write_quillon(const Hypergraph& h, const WriteOptions& options, const char*
     write_hypergraph(&h, filename, options.numbering, fmt);
     return;
   }
+  std::vector<int> work(static_cast<std::size_t>(h._c) + 1);
+  Extremes degrees;
+  Beside counting([&] { degrees = degrees_in_pins(h, work); }, h._p);
   std::FILE* const ofp = ufopen(filename, "w", "write_hypergraph");
-  write_record(&h, ofp, options.numbering, fmt, [&h] { return degrees_in_pins(h); });
+  write_record(&h, ofp, options.numbering, fmt, [&] {
+    counting.wait();
+    return degrees;
+  });
   ufclose(ofp);
 }
 

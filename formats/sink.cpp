@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -19,6 +20,7 @@
 #include "formats/hidden.h"
 #include "formats/target.h"
 #include "formats/temporary_file.h"
+#include "formats/write_back.h"
 #include "util/util.h"
 
 namespace quillon::formats {
@@ -99,10 +101,10 @@ void Outputs::Staged::stage_stream() {
 void Outputs::Staged::write(const std::function<void(const char*)>& write) {
   if (file == nullptr) return write("/dev/null");
   const Compression compression = where.descriptor < 0 ? compression_of_name(target) : Compression::kNone;
-  if (compression == Compression::kNone)
-    write(file->name().c_str());
-  else
-    write_compressed(compression, write);
+  if (compression != Compression::kNone) return write_compressed(compression, write);
+  std::optional<WriteBack> write_back;
+  if (!is_passed_on) write_back.emplace(file->descriptor());
+  write(file->name().c_str());
 }
 
 void Outputs::Staged::write_compressed(Compression compression,

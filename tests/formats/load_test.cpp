@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "formats/net_places.h"
+#include "formats/threads.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/temp_folder.h"
 #include "tests/support/records.h"
@@ -161,6 +162,34 @@ TEST(Load, LeavesOutOnlyTheCellSideThatWritersDoNotNeed) {
     }
   }
   EXPECT_EQ(pairs.size(), 8U * 5U);  // all formats to those that need one side
+}
+
+// Every tenth net of 10 pins names a cell twice, and the last net, of 20 pins, names ten cells twice.
+std::string long_text() {
+  constexpr int kNets = 30000;
+  std::string text = std::to_string(kNets + 1) + " 1000\n";
+  for (int j = 0; j < kNets; ++j) {
+    for (int k = 0; k < 9; ++k) text += std::to_string((7 * j + 11 * k) % 1000 + 1) + " ";
+    text += std::to_string((7 * j + (j % 10 == 0 ? 0 : 500)) % 1000 + 1) + "\n";
+  }
+  for (int k = 0; k < 20; ++k) text += std::to_string(k % 10 + 1) + " ";
+  return text + "\n";
+}
+
+TEST(Load, GivesTheSameFileOfOneSideOnEveryNumberOfThreads) {
+  const TempFolder folder;
+  const std::string file = folder.write("long.hgr", long_text());
+  Record whole;
+  const Loaded loaded = load(whole, file, {});
+  EXPECT_EQ(count_repeated_pins(whole.h), 3000 + 10);
+  const Written expected = written_of(whole, loaded, own_format(), {});
+  for (const int nthreads : {1, 2, 7}) {
+    set_threads(nthreads);
+    Record net_side;
+    load(net_side, file, {.cell_side = false});
+    EXPECT_EQ(written_of(net_side, loaded, own_format(), {}), expected) << nthreads << " threads";
+  }
+  set_threads(0);
 }
 
 // The readers of the module would never return: they wait for one more line.

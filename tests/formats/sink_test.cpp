@@ -8,6 +8,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -65,6 +66,23 @@ TEST(Outputs, AppearWhenTheyArePublished) {
   EXPECT_THAT(folder.names(), ElementsAre("a", "b"));
   EXPECT_EQ(folder.contents("a"), "1\n");
   EXPECT_EQ(folder.contents("b"), "");
+}
+
+// Longer than what is written to the disk at once, with time for it.
+TEST(Outputs, AreWholeIfTheyWereWrittenBackEarly) {
+  const TempFolder folder;
+  const std::string block(std::size_t{10} << 20, 'x');
+  Outputs outputs;
+  outputs.write(folder.at("long"), [&](const char* filename) {
+    std::FILE* const file = ufopen(filename, "w", "sink_test");
+    for (int k = 0; k < 3; ++k) {
+      std::fwrite(block.data(), 1, block.size(), file);
+      std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    }
+    ufclose(file);
+  });
+  outputs.publish();
+  EXPECT_EQ(folder.contents("long"), block + block + block);
 }
 
 TEST(Outputs, LeaveNothingUnlessPublished) {
