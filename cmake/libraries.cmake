@@ -38,11 +38,12 @@ function(quillon_objects name)
   target_link_libraries(${target} PRIVATE quillon_flags)
   quillon_hide_internals(${target})
   quillon_short_build(${target})
+  quillon_short_build(${target} TOGETHER)
 endfunction()
 
 # quillon_short_build(TARGET [HEADER...]) reads the headers of the standard library, and others, once for all sources of a
 # target if QUILLON_SHORT_BUILD is on; quillon_short_build(TARGET TOGETHER) compiles several sources at a time, whose
-# names of functions and constants must differ, for sources that share large templates.
+# names of types and constants must differ. Sources with SKIP_UNITY_BUILD_INCLUSION are compiled by themselves.
 function(quillon_short_build target)
   if(QUILLON_SHORT_BUILD AND "TOGETHER" IN_LIST ARGN)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)

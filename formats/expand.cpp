@@ -13,7 +13,7 @@
 namespace quillon::formats {
 namespace {
 
-constexpr const char* kTag = "quillon expand: METIS graph";
+constexpr const char* kGraphTag = "quillon expand: METIS graph";
 
 class CliqueGraph final : public Graph {
  public:
@@ -177,7 +177,7 @@ void write_expanded(const Hypergraph& h, const ExpandOptions& options, bool as_m
   if (as_matrix)
     write_graph_as_matrix(*graph, totals, filename);
   else
-    write_graph(*graph, totals, filename, kTag);
+    write_graph(*graph, totals, filename, kGraphTag);
 }
 
 NetLists dual_of(const Hypergraph& h) {

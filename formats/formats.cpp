@@ -21,7 +21,7 @@ namespace {
 
 // Longer than other functions: one entry per format.
 // NOLINTNEXTLINE(readability-function-size)
-std::vector<Format> make_table() {
+std::vector<Format> make_format_table() {
   return {
       {.name = "quillon",
        .suffixes = {".qhg"},
@@ -121,8 +121,8 @@ std::vector<Format> make_table() {
   };
 }
 
-const std::vector<Format>& table() {
-  static const std::vector<Format> formats = make_table();
+const std::vector<Format>& format_table() {
+  static const std::vector<Format> formats = make_format_table();
   return formats;
 }
 
@@ -141,7 +141,7 @@ void read_lists(Scanner& in, NetLists& lists, const Format& format, const ReadOp
 
 }  // namespace
 
-std::span<const Format> all_formats() { return table(); }
+std::span<const Format> all_formats() { return format_table(); }
 
 std::string_view name_of(Model model) {
   constexpr std::string_view kNames[] = {"default", "row-net", "column-net", "fine-grain",
@@ -149,10 +149,10 @@ std::string_view name_of(Model model) {
   return kNames[static_cast<std::size_t>(model)];
 }
 
-const Format& own_format() { return table().front(); }
+const Format& own_format() { return format_table().front(); }
 
 const Format* format_named(std::string_view name) {
-  for (const Format& format : table())
+  for (const Format& format : format_table())
     if (format.name == name) return &format;
   return nullptr;
 }
@@ -163,7 +163,7 @@ const Format* format_of_file(std::string_view filename) {
       filename.remove_suffix(compressed.size());
       break;
     }
-  for (const Format& format : table())
+  for (const Format& format : format_table())
     for (const std::string_view suffix : format.suffixes)
       if (filename.ends_with(suffix)) return &format;
   return nullptr;

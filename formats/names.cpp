@@ -27,7 +27,7 @@ constexpr std::uint64_t kMostPlaces = std::uint64_t{1} << (64 - kTagBits);
 constexpr int kChunkBits = 20;
 constexpr std::uint64_t kChunk = std::uint64_t{1} << kChunkBits;
 constexpr std::size_t kFirstSlots = 64;
-constexpr std::size_t kAtOnce = 32;  // names whose cache misses overlap
+constexpr std::size_t kHashesAtOnce = 32;  // names whose cache misses overlap
 
 std::array<std::uint64_t, 2> random_key() {
   std::random_device device;
@@ -156,10 +156,10 @@ int Names::number_of(std::string_view name) {
 }
 
 void Names::numbers_of(std::span<const std::string_view> names, int* numbers) {
-  std::uint64_t hashes[kAtOnce];
-  for (std::size_t first = 0; first < names.size(); first += kAtOnce) {
+  std::uint64_t hashes[kHashesAtOnce];
+  for (std::size_t first = 0; first < names.size(); first += kHashesAtOnce) {
     const std::span<const std::string_view> some =
-        names.subspan(first, std::min(kAtOnce, names.size() - first));
+        names.subspan(first, std::min(kHashesAtOnce, names.size() - first));
     for (std::size_t k = 0; k < some.size(); ++k) {
       hashes[k] = hash_of(some[k]);
       __builtin_prefetch(&slots_[hashes[k] & (nslots_ - 1)]);
@@ -216,9 +216,9 @@ std::uint64_t Names::allocate(std::size_t size) {
 void Names::grow() {
   std::unique_ptr<Slot[], Free> larger = free_slots(2 * nslots_);
   const std::size_t mask = 2 * nslots_ - 1;
-  std::uint64_t hashes[kAtOnce];
-  for (int first = 1; first <= size(); first += kAtOnce) {
-    const int count = std::min<int>(kAtOnce, size() - first + 1);
+  std::uint64_t hashes[kHashesAtOnce];
+  for (int first = 1; first <= size(); first += kHashesAtOnce) {
+    const int count = std::min<int>(kHashesAtOnce, size() - first + 1);
     for (int k = 0; k < count; ++k) {
       hashes[k] = hash_of(name_of(first + k));
       __builtin_prefetch(&larger[hashes[k] & mask], 1);

@@ -46,8 +46,8 @@ bool have_heads(const NumberLines& lines, int count, const NetForm& form) {
 
 // Numbers that are copied of each line, whatever its length: the branch at the end of an exact loop over a
 // short line would be unpredictable.
-constexpr int kAtOnce = 16;
-static_assert(kAtOnce <= kSpareNumbers);
+constexpr int kPinsAtOnce = 16;
+static_assert(kPinsAtOnce <= kSpareNumbers);
 
 // Room for the weights of `more` items after those so far. The array moves seldom, as each move costs fresh
 // memory; `count` limits what a header can demand.
@@ -65,16 +65,16 @@ bool store_by_line(const NumberLines& lines, int count, NetLists& lists, const N
   const auto npins = static_cast<std::size_t>(lines.before(count)) - nnets * static_cast<std::size_t>(head);
   const std::size_t before = lists.nadj.size();
   int end = static_cast<int>(before);
-  int* const cells = lists.nadj.extend(npins + kAtOnce);
+  int* const cells = lists.nadj.extend(npins + kPinsAtOnce);
   lists.nadj.resize(before + npins);
   int* const ends = lists.xnadj.extend(nnets);
   int* pin = cells;
   for (int k = 0; k < count; ++k) {
     const int* const numbers = lines.line(k) + head;
     const int size = lines.size(k) - head;
-    std::memcpy(pin, numbers, kAtOnce * sizeof(int));
-    if (size > kAtOnce) [[unlikely]]
-      std::copy(numbers + kAtOnce, numbers + size, pin + kAtOnce);
+    std::memcpy(pin, numbers, kPinsAtOnce * sizeof(int));
+    if (size > kPinsAtOnce) [[unlikely]]
+      std::copy(numbers + kPinsAtOnce, numbers + size, pin + kPinsAtOnce);
     pin += size;
     ends[k] = end += size;
   }
@@ -159,7 +159,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   const bool by_line = form.has_weight || form.has_size;
   if (pins_before + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
   if (!have_heads(lines, count, form)) return 0;
-  make_room(lists, npins + (by_line ? kAtOnce : 0));
+  make_room(lists, npins + (by_line ? kPinsAtOnce : 0));
   const bool stored =
       by_line ? store_by_line(lines, count, lists, form) : store_unweighted(lines, count, lists, form);
   if (!stored || lists.nadj.size() > form.most_pins) {

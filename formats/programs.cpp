@@ -25,7 +25,7 @@ Treatment treatment_named(std::string_view name) {
   throw std::logic_error("programs.tsv: no verdict " + std::string(name));
 }
 
-std::vector<ProgramRow> make_table() {
+std::vector<ProgramRow> make_program_table() {
   constexpr std::size_t kColumns = 7;
   std::vector<ProgramRow> rows;
   for (const std::string_view line : split(kProgramsText, '\n')) {
@@ -82,7 +82,7 @@ std::string_view name_of(Treatment treatment) {
 }
 
 std::span<const ProgramRow> program_rows() {
-  static const std::vector<ProgramRow> rows = make_table();
+  static const std::vector<ProgramRow> rows = make_program_table();
   return rows;
 }
 

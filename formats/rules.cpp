@@ -10,7 +10,7 @@ namespace {
 using namespace std::string_view_literals;
 
 // Longer than other functions: one entry per rule.
-std::vector<Rule> make_table() {
+std::vector<Rule> make_rule_table() {
   constexpr Severity kError = Severity::kError;
   constexpr Severity kWarning = Severity::kWarning;
   constexpr Severity kNote = Severity::kNote;
@@ -271,20 +271,20 @@ std::vector<Rule> make_table() {
   };
 }
 
-const std::vector<Rule>& table() {
-  static const std::vector<Rule> rules = make_table();
+const std::vector<Rule>& rule_table() {
+  static const std::vector<Rule> rules = make_rule_table();
   return rules;
 }
 
 std::unordered_map<std::string_view, const Rule*> make_index() {
   std::unordered_map<std::string_view, const Rule*> index;
-  for (const Rule& rule : table()) index.emplace(rule.name, &rule);
+  for (const Rule& rule : rule_table()) index.emplace(rule.name, &rule);
   return index;
 }
 
 }  // namespace
 
-std::span<const Rule> all_rules() { return table(); }
+std::span<const Rule> all_rules() { return rule_table(); }
 
 const Rule* rule_named(std::string_view name) {
   static const std::unordered_map<std::string_view, const Rule*> index = make_index();

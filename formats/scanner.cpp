@@ -212,7 +212,11 @@ bool skip_to_line(Scanner& scanner) {
   return !at_end(scanner);
 }
 
-bool at_end(Scanner& scanner) { return scanner.at == scanner.text.size() && !next_block(scanner); }
+bool at_end(Scanner& scanner) {
+  while (scanner.at == scanner.text.size())  // the only block of an empty file is empty
+    if (!next_block(scanner)) return true;
+  return false;
+}
 
 Place place_of(const Scanner& scanner, std::size_t offset) {
   Scanner::Counted& counted = scanner.counted;

@@ -27,7 +27,7 @@ fs::path resolved(const fs::path& name) {
   return error ? name : path;
 }
 
-int number_in(std::string_view text) {
+int descriptor_in(std::string_view text) {
   int number = -1;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc() && end == text.data() + text.size() ? number : -1;
@@ -47,7 +47,7 @@ int descriptor_of(const fs::path& path) {
   const std::string thread = process + "/task/" + std::to_string(gettid());
   for (const std::string& known :
        {std::string("/dev"), std::string("/proc/self"), std::string("/proc/thread-self"), process, thread})
-    if (folder == known + "/fd") return number_in(name);
+    if (folder == known + "/fd") return descriptor_in(name);
   return -1;
 }
 

@@ -33,7 +33,7 @@ stage() {  # stage NAME COMMAND...
 chosen=("$@")
 stage tests scripts/test.sh
 stage lint scripts/lint.sh --all
-stage sanitizers scripts/sanitize.sh
+stage sanitizers scripts/sanitize.sh --all
 stage coverage scripts/coverage.sh
 stage faults bash -c faults
 stage installation bash -c installation

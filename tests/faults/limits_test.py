@@ -66,7 +66,7 @@ class Limits(unittest.TestCase):
 
     def test_little_address_space(self):
         """From the least address space in which the tool starts to enough."""
-        steps = range(4 * MIB, 160 * MIB, (MIB if self.long else 12 * MIB))
+        steps = range(4 * MIB, 160 * MIB, (MIB if self.long else 20 * MIB))
         sizes = [size for size in steps if self.starts_in(size)]
         self.assertGreater(len(sizes), 5)
         for command in COMMANDS:
@@ -107,7 +107,7 @@ class Limits(unittest.TestCase):
         for command in COMMANDS:
             good = self.place.undisturbed(command)
             statuses = []
-            for count in range(3, 12):
+            for count in range(3, 12, 1 if self.long else 2):
                 self.place.restore(command.outputs)
                 outcome = self.place.run(command, before=limit(resource.RLIMIT_NOFILE, count))
                 # Below this the system cannot even load the libraries.
@@ -133,8 +133,8 @@ class Limits(unittest.TestCase):
                     Command("report x.qhg -o out.html", ["out.html"]),
                 ]
             self.place.inputs["three.part"] = b"0 1 0\n"
-            for number in NUMBER.finditer(text):
-                for extreme in EXTREMES if self.long else EXTREMES[::3]:
+            for k, number in enumerate(NUMBER.finditer(text)):
+                for extreme in EXTREMES if self.long else EXTREMES[k % 6 :: 6]:
                     changed = text[: number.start()] + str(extreme) + text[number.end() :]
                     for command in commands if self.long else commands[:5]:
                         self.run_on(command, suffix, changed)

@@ -4,7 +4,7 @@
 memory_test.py TOOL FAULTS_LIBRARY LIBRARY_CALLS [--long]
 
 LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. The short form tests
-every request of the module's functions, and every fifth of the tool's commands, from another one on for each command,
+every request of the module's functions, and every tenth of the tool's commands, from another one on for each command,
 fewer after 500 of a command. All commands make the same requests before they read the command line: the short form tests these with one
 command only.
 """
@@ -22,7 +22,7 @@ from dataclasses import replace
 
 from workplace import COMMANDS, WRITERS, Command, Workplace, faults_of
 
-SHORT_STEP = 5
+SHORT_STEP = 10
 FEWER_AFTER = 500
 MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
 

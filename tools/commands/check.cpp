@@ -24,7 +24,7 @@ struct CheckOptions {
   bool json = false;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kCheckNotes = R"(
 Examples:
   quillon check circuit.qhg
   quillon check --symmetric matrix.qhg && echo symmetric
@@ -84,7 +84,7 @@ int run(const CheckOptions& options) {
       [&](const std::string& file) { print_failure(file, options); });
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_check(Options& options) {
   auto chosen = std::make_shared<CheckOptions>();
   add_hypergraphs(options, chosen->files);
   options.flag("--symmetric", chosen->symmetric,
@@ -98,7 +98,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command check_command() {
-  return {"check", "Verify files: counts, both sides, totals, symmetry", kNotes, declare};
+  return {"check", "Verify files: counts, both sides, totals, symmetry", kCheckNotes, declare_check};
 }
 
 }  // namespace quillon::tool

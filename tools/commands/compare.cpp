@@ -28,7 +28,7 @@ struct CompareOptions {
   std::string relabel;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kCompareNotes = R"(
 Examples:
   quillon compare circuit.hgr before.part after.part
   quillon compare circuit.hgr before.part after.part --relabel after.renamed
@@ -78,7 +78,7 @@ int run(const CompareOptions& options) {
       });
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_compare(Options& options) {
   auto chosen = std::make_shared<CompareOptions>();
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   options
@@ -99,6 +99,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command compare_command() { return {"compare", "Compare two partitions of the same cells", kNotes, declare}; }
+Command compare_command() {
+  return {"compare", "Compare two partitions of the same cells", kCompareNotes, declare_compare};
+}
 
 }  // namespace quillon::tool

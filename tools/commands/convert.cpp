@@ -32,7 +32,7 @@ struct ConvertOptions {
   std::string labels;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kConvertNotes = R"(
 Examples:
   quillon convert circuit.hgr circuit.qhg
   quillon convert matrix.mtx.gz matrix.hgr --model column-net
@@ -155,7 +155,7 @@ int run(ConvertOptions options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_convert(Options& options) {
   auto chosen = std::make_shared<ConvertOptions>();
   options.file("IN", "IN", chosen->in, ValueKind::kHypergraphIn, "File to read; - is standard input")
       .required();
@@ -184,6 +184,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command convert_command() { return {"convert", "Convert a file to another format", kNotes, declare}; }
+Command convert_command() {
+  return {"convert", "Convert a file to another format", kConvertNotes, declare_convert};
+}
 
 }  // namespace quillon::tool

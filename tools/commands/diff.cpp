@@ -33,7 +33,7 @@ struct DiffOptions {
   bool json = false;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kDiffNotes = R"(
 Examples:
   quillon diff before.hgr after.hgr
   quillon diff circuit.hgr circuit.json --any-pin-order --any-net-order
@@ -197,7 +197,7 @@ int run(const DiffOptions& options) {
   });
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_diff(Options& options) {
   auto chosen = std::make_shared<DiffOptions>();
   add_hypergraph(options, "A", chosen->first);
   options.file("B", "B", chosen->second, ValueKind::kHypergraphIn, "Hypergraph file to compare it with")
@@ -217,6 +217,6 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command diff_command() { return {"diff", "Compare two hypergraphs", kNotes, declare}; }
+Command diff_command() { return {"diff", "Compare two hypergraphs", kDiffNotes, declare_diff}; }
 
 }  // namespace quillon::tool

@@ -18,7 +18,7 @@ struct DumpOptions {
   std::vector<int> cells;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kDumpNotes = R"(
 Examples:
   quillon dump circuit.qhg
   quillon dump circuit.qhg --net 7 --net 9 --cell 3
@@ -53,7 +53,7 @@ int run(const DumpOptions& options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_dump(Options& options) {
   auto chosen = std::make_shared<DumpOptions>();
   add_hypergraph(options, "FILE", chosen->file);
   options.numbers("--net", "J", chosen->nets, "Print the pins of net J");
@@ -66,7 +66,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command dump_command() {
-  return {"dump", "Print a hypergraph, or some of its nets and cells", kNotes, declare};
+  return {"dump", "Print a hypergraph, or some of its nets and cells", kDumpNotes, declare_dump};
 }
 
 }  // namespace quillon::tool

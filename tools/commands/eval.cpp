@@ -41,7 +41,7 @@ struct EvalOptions {
   bool one_per_line = false;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kEvalNotes = R"(
 Examples:
   quillon eval circuit.hgr circuit.part.8
   quillon eval circuit.hgr a.part b.part c.part --sort connectivity_minus_one
@@ -73,7 +73,7 @@ are not 0. A part sends and receives volume as if the part of a net's first pin 
 The exit status is 1 if a limit does not hold, a fixed cell has moved, or a file cannot be read; with several files, the
 others are still evaluated.)";
 
-constexpr const char* kOldNotes = R"(
+constexpr const char* kPartitionInfoNotes = R"(
 The old name of eval; only the text for a single PARTFILE differs.
 
 Examples:
@@ -271,16 +271,18 @@ std::function<int()> declare_as(const char* command, Options& options) {
   return [chosen] { return run(*chosen); };
 }
 
-std::function<int()> declare(Options& options) { return declare_as("eval", options); }
+std::function<int()> declare_eval(Options& options) { return declare_as("eval", options); }
 
 std::function<int()> declare_old(Options& options) { return declare_as("partition-info", options); }
 
 }  // namespace
 
-Command eval_command() { return {"eval", "Evaluate partitions: cut, balance, limits", kNotes, declare}; }
+Command eval_command() {
+  return {"eval", "Evaluate partitions: cut, balance, limits", kEvalNotes, declare_eval};
+}
 
 Command partition_info_command() {
-  return {"partition-info", "Old name of eval: measure a partition", kOldNotes, declare_old};
+  return {"partition-info", "Old name of eval: measure a partition", kPartitionInfoNotes, declare_old};
 }
 
 }  // namespace quillon::tool

@@ -46,7 +46,7 @@ struct ExpandCommand {
   int max_size = 0;  // 0: not given
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kExpandNotes = R"(
 Examples:
   quillon expand circuit.hgr -o circuit.graph --to clique --clique-weight size
   quillon expand circuit.hgr -o lines.mtx --to line
@@ -153,7 +153,7 @@ int run(ExpandCommand options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_expand(Options& options) {
   auto chosen = std::make_shared<ExpandCommand>();
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
@@ -183,6 +183,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command expand_command() { return {"expand", "Make a graph of a hypergraph, or its dual", kNotes, declare}; }
+Command expand_command() {
+  return {"expand", "Make a graph of a hypergraph, or its dual", kExpandNotes, declare_expand};
+}
 
 }  // namespace quillon::tool

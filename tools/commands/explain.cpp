@@ -20,7 +20,7 @@ struct ExplainOptions {
   bool json = false;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kExplainNotes = R"(
 Examples:
   quillon explain circuit.hgr
   quillon explain matrix.mtx --model column-net --json
@@ -47,7 +47,7 @@ int run(const ExplainOptions& options) {
       });
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_explain(Options& options) {
   auto chosen = std::make_shared<ExplainOptions>();
   add_hypergraphs(options, chosen->files);
   add_json(options, chosen->json);
@@ -59,7 +59,8 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command explain_command() {
-  return {"explain", "Tell what each count means and why other programs report another", kNotes, declare};
+  return {"explain", "Tell what each count means and why other programs report another", kExplainNotes,
+          declare_explain};
 }
 
 }  // namespace quillon::tool

@@ -44,7 +44,7 @@ struct ExtractOptions {
   std::vector<std::string> carry;  // FILE:OUT
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kExtractNotes = R"(
 Examples:
   quillon extract circuit.qhg -o small.qhg --cells cells.txt --cell-map old.txt
   quillon extract circuit.qhg -o part3.qhg --part 3 --parts circuit.part.8 --carry circuit.names:part3.names
@@ -179,7 +179,7 @@ void declare_choice(Options& options, ExtractOptions& chosen) {
   options.flag("--whole-nets", chosen.whole_nets, "Leave out nets that would lose a pin").excludes(nets);
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_extract(Options& options) {
   auto chosen = std::make_shared<ExtractOptions>();
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
@@ -195,7 +195,8 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command extract_command() {
-  return {"extract", "Extract some cells or nets as a hypergraph of their own", kNotes, declare};
+  return {"extract", "Extract some cells or nets as a hypergraph of their own", kExtractNotes,
+          declare_extract};
 }
 
 }  // namespace quillon::tool

@@ -47,7 +47,7 @@ struct GenerateOptions {
   std::string net_weights;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kGenerateNotes = R"(
 Examples:
   quillon generate random -o random.qhg --cells 1000 --nets 1200 --size 2..8
   quillon generate mesh3d -o mesh.hgr --sides 20x20x10
@@ -249,7 +249,7 @@ void declare_laws(Options& options, GenerateOptions& chosen) {
   options.text("--net-weights", "DIST", chosen.net_weights, "Weights of nets (default 1)");
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_generate(Options& options) {
   auto chosen = std::make_shared<GenerateOptions>();
   declare_kind(options, *chosen);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
@@ -277,6 +277,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command generate_command() { return {"generate", "Make a random or regular hypergraph", kNotes, declare}; }
+Command generate_command() {
+  return {"generate", "Make a random or regular hypergraph", kGenerateNotes, declare_generate};
+}
 
 }  // namespace quillon::tool

@@ -51,7 +51,7 @@ struct LintChoice {
   std::string explain;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kLintNotes = R"(
 Examples:
   quillon lint circuit.hgr                       all findings, with line and column
   quillon lint --rules errors,duplicate-pin *.hgr
@@ -267,7 +267,7 @@ void add_fix(Options& options, LintChoice& chosen) {
   add_force(options);
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_lint(Options& options) {
   auto chosen = std::make_shared<LintChoice>();
   options.files("FILE", chosen->files, ValueKind::kHypergraphIn, "Hypergraph files; - is standard input");
   options.texts("--part", "PARTFILE", chosen->parts, "Partition of the hypergraph to check; repeatable");
@@ -296,6 +296,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command lint_command() { return {"lint", "Name all that is wrong with files, and where", kNotes, declare}; }
+Command lint_command() {
+  return {"lint", "Name all that is wrong with files, and where", kLintNotes, declare_lint};
+}
 
 }  // namespace quillon::tool

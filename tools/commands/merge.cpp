@@ -33,7 +33,7 @@ struct MergeOptions {
   std::string net_map;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kMergeNotes = R"(
 Examples:
   quillon merge a.hgr b.hgr -o both.hgr
   quillon merge a.hgr b.hgr -o both.hgr --distinct
@@ -197,7 +197,7 @@ int run(MergeOptions options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_merge(Options& options) {
   auto chosen = std::make_shared<MergeOptions>();
   add_hypergraphs(options, chosen->files);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
@@ -215,6 +215,8 @@ std::function<int()> declare(Options& options) {
 
 }  // namespace
 
-Command merge_command() { return {"merge", "Join the nets of several hypergraphs", kNotes, declare}; }
+Command merge_command() {
+  return {"merge", "Join the nets of several hypergraphs", kMergeNotes, declare_merge};
+}
 
 }  // namespace quillon::tool

@@ -40,7 +40,7 @@ struct PartitionOptions {
   EngineRequest engine;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kPartitionNotes = R"(
 Examples:
   quillon partition circuit.hgr -k 8 -o circuit.part.8
   quillon partition circuit.hgr -k 8 -o circuit.part.8 --report circuit.html
@@ -173,7 +173,7 @@ class TemporaryFile {
 };
 
 // The hypergraph on its way to the engine and, after that, to the evaluation.
-struct Input {
+struct PartitionInput {
   formats::Record record;
   bool is_loaded = false;
   formats::Labels names;
@@ -181,13 +181,13 @@ struct Input {
   std::int64_t ncells = 0;
 };
 
-void load(Input& input, const PartitionOptions& options) {
+void load(PartitionInput& input, const PartitionOptions& options) {
   if (!input.is_loaded) input.names = load_input(input.record, options.hypergraph, options.input).names;
   input.is_loaded = true;
 }
 
 // Completes the request by a file that the engine can read.
-void prepare(Input& input, const PartitionOptions& options, EngineRequest& request) {
+void prepare(PartitionInput& input, const PartitionOptions& options, EngineRequest& request) {
   if (const std::optional<engines::FileFormat> format = plain_format(options)) {
     request.file = options.hypergraph;
     request.format = *format == engines::FileFormat::kHmetis ? "hmetis" : "quillon";
@@ -220,7 +220,7 @@ int report_balance(const PartitionModel& model) {
   return model.is_within_limits() ? kSuccess : kFinding;
 }
 
-PartitionWishes wishes_of(const Input& input, const PartitionOptions& options) {
+PartitionWishes wishes_of(const PartitionInput& input, const PartitionOptions& options) {
   PartitionWishes wishes;
   wishes.limits.push_back(limit_of(options.limit));
   if (!options.engine.fixed.empty())
@@ -230,7 +230,7 @@ PartitionWishes wishes_of(const Input& input, const PartitionOptions& options) {
 }
 
 // Measures the partition, and publishes all files. Returns the exit status.
-int evaluate(Input& input, const PartitionOptions& options, const measures::Partition& partition,
+int evaluate(PartitionInput& input, const PartitionOptions& options, const measures::Partition& partition,
              formats::Outputs& outputs) {
   load(input, options);
   const std::string part_file = formats::is_standard_output(options.out) ? "standard output" : options.out;
@@ -264,7 +264,7 @@ int run(const PartitionOptions& options) {
                              options.report);
   formats::refuse_named_twice({options.out, options.report});
   if (!options.report.empty()) check_target(options.report);
-  Input input;
+  PartitionInput input;
   EngineRequest request = options.engine;
   request.limit = options.limit;
   prepare(input, options, request);
@@ -303,7 +303,7 @@ void add_engine_options(Options& options, PartitionOptions& chosen) {
                "For each cell the part that it must be in, or -1; only ptscotch on one rank");
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_partition(Options& options) {
   auto chosen = std::make_shared<PartitionOptions>();
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
   options.number("-k", "K", 1, chosen->engine.nparts, "Number of parts").required();
@@ -330,7 +330,8 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command partition_command() {
-  return {"partition", "Make a partition with an existing partitioner, and measure it", kNotes, declare};
+  return {"partition", "Make a partition with an existing partitioner, and measure it", kPartitionNotes,
+          declare_partition};
 }
 
 }  // namespace quillon::tool

@@ -24,7 +24,7 @@ struct PruneOptions {
   std::string set_aside;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kPruneNotes = R"(
 Examples:
   quillon prune circuit.qhg -o small.qhg --max-size 50
   quillon prune circuit.qhg -o small.qhg --max-size 50 --set-aside big.qhg --map origin.txt
@@ -116,7 +116,7 @@ int run(PruneOptions options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_prune(Options& options) {
   auto chosen = std::make_shared<PruneOptions>();
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file for the kept nets")
@@ -139,7 +139,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command prune_command() {
-  return {"prune", "Drop nets of fewer than two pins and set big ones aside", kNotes, declare};
+  return {"prune", "Drop nets of fewer than two pins and set big ones aside", kPruneNotes, declare_prune};
 }
 
 }  // namespace quillon::tool

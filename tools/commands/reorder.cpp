@@ -32,7 +32,7 @@ struct ReorderOptions {
   std::vector<std::string> carry;  // FILE:OUT
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kReorderNotes = R"(
 Examples:
   quillon reorder circuit.qhg -o mixed.qhg --random --seed 7 --write-perm order.txt
   quillon reorder circuit.qhg -o other.qhg --perm order.txt
@@ -121,7 +121,7 @@ void declare_order(Options& options, ReorderOptions& chosen) {
   add_seed(options, chosen.seed, random);
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_reorder(Options& options) {
   auto chosen = std::make_shared<ReorderOptions>();
   add_hypergraph(options, "IN", chosen->in);
   options.file("-o,--output", "OUT", chosen->out, ValueKind::kHypergraphOut, "Output file").required();
@@ -142,7 +142,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command reorder_command() {
-  return {"reorder", "Renumber cells by part, at random or in a given order", kNotes, declare};
+  return {"reorder", "Renumber cells by part, at random or in a given order", kReorderNotes, declare_reorder};
 }
 
 }  // namespace quillon::tool

@@ -20,7 +20,7 @@ struct ReportOptions {
   PartOptions parts;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kReportNotes = R"(
 Examples:
   quillon report circuit.qhg -o circuit.html
   quillon report circuit.hgr circuit.part.8 -o circuit.html
@@ -51,7 +51,7 @@ int run(const ReportOptions& options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_report(Options& options) {
   auto chosen = std::make_shared<ReportOptions>();
   chosen->input.keeps_names = true;
   add_hypergraph(options, "HYPERGRAPH", chosen->hypergraph);
@@ -69,7 +69,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command report_command() {
-  return {"report", "Make an HTML page with charts of a hypergraph", kNotes, declare};
+  return {"report", "Make an HTML page with charts of a hypergraph", kReportNotes, declare_report};
 }
 
 }  // namespace quillon::tool

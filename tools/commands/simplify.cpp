@@ -27,7 +27,7 @@ struct SimplifyOptions {
   std::vector<std::string> carry;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kSimplifyNotes = R"(
 Examples:
   quillon simplify circuit.hgr -o small.hgr --all --new-cells new-cells.txt
   quillon simplify circuit.hgr -o merged.hgr --merge-parallel --net-map nets.txt
@@ -90,7 +90,7 @@ int run(SimplifyOptions options) {
   return kSuccess;
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_simplify(Options& options) {
   auto chosen = std::make_shared<SimplifyOptions>();
   measures::Simplifications& wanted = chosen->wanted;
   add_hypergraph(options, "IN", chosen->in);
@@ -117,7 +117,8 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command simplify_command() {
-  return {"simplify", "Merge parallel nets and drop what no partition cuts", kNotes, declare};
+  return {"simplify", "Merge parallel nets and drop what no partition cuts", kSimplifyNotes,
+          declare_simplify};
 }
 
 }  // namespace quillon::tool

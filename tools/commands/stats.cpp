@@ -34,7 +34,7 @@ struct StatsOptions {
   bool no_file = false;
 };
 
-constexpr const char* kNotes = R"(
+constexpr const char* kStatsNotes = R"(
 Examples:
   quillon stats circuit.qhg
   quillon stats --table --header a.qhg b.qhg > table.tsv
@@ -141,7 +141,7 @@ int run(const StatsOptions& options) {
       [&options](const std::string& file) { print_failure(file, options); });
 }
 
-std::function<int()> declare(Options& options) {
+std::function<int()> declare_stats(Options& options) {
   auto chosen = std::make_shared<StatsOptions>();
   add_hypergraphs(options, chosen->files);
   const Option table =
@@ -177,7 +177,7 @@ std::function<int()> declare(Options& options) {
 }  // namespace
 
 Command stats_command() {
-  return {"stats", "Report counts, degrees, net sizes and weights", kNotes, declare};
+  return {"stats", "Report counts, degrees, net sizes and weights", kStatsNotes, declare_stats};
 }
 
 }  // namespace quillon::tool

@@ -12,38 +12,38 @@ namespace quillon::tool {
 namespace {
 
 // One side of a hypergraph. Without items, smallest and largest weight are those that the module reports.
-struct Side {
+struct CountedSide {
   Statistics statistics;
   Spread lengths;
   measures::Weights weights;
 };
 
 template <typename Item>
-Side side_of(const Item* items, int count, int npins, const measures::Weights& weights) {
-  Side side{gather(items, count, npins), {}, weights};
+CountedSide side_of(const Item* items, int count, int npins, const measures::Weights& weights) {
+  CountedSide side{gather(items, count, npins), {}, weights};
   side.lengths = spread(side.statistics, count);
   if (count == 0) side.weights = {side.statistics.weight.min, side.statistics.weight.max, 0};
   return side;
 }
 
-Side cell_side(const Hypergraph& h, const measures::Figures& figures) {
+CountedSide cell_side(const Hypergraph& h, const measures::Figures& figures) {
   return side_of(h._clst, h._c, h._p, figures.cells);
 }
 
-Side net_side(const Hypergraph& h, const measures::Figures& figures) {
+CountedSide net_side(const Hypergraph& h, const measures::Figures& figures) {
   return side_of(h._nlst, h._n, h._p, figures.nets);
 }
 
-void print_lengths_in_row(const Side& side) {
+void print_lengths_in_row(const CountedSide& side) {
   uprintf("\t%.2lf\t%.2lf\t%.2lf\t%d\t%d\t%d", side.lengths.avg, side.lengths.std, side.lengths.cov,
           side.statistics.min_nonzero_length, side.statistics.nempty, side.statistics.length.max);
 }
 
-void print_weights_in_row(const Side& side) {
+void print_weights_in_row(const CountedSide& side) {
   uprintf("\t%d\t%d\t%lld", side.weights.min, side.weights.max, static_cast<long long>(side.weights.total));
 }
 
-void print_lengths(const char* heading, const Side& side) {
+void print_lengths(const char* heading, const CountedSide& side) {
   uprintf("\n%s\n\tAvg\t: %8.3lf\n\tStd\t: %8.3lf\n\tCov\t: %8.3lf", heading, side.lengths.avg,
           side.lengths.std, side.lengths.cov);
   uprintf("\n\tMin\t: %8d (Zero#: %d)\n\tMax\t: %8d", side.statistics.length.min, side.statistics.nempty,
@@ -54,7 +54,7 @@ double percent(std::int64_t part, std::int64_t total) {
   return static_cast<double>(part) / static_cast<double>(total) * 100.0;
 }
 
-void print_weights(const char* heading, const Side& side) {
+void print_weights(const char* heading, const CountedSide& side) {
   const auto& [min, max, total] = side.weights;
   uprintf("\n%s", heading);
   uprintf("\n\tMin\t: %8d (%.3lf%% of total weight)", min, percent(min, total));
@@ -86,8 +86,8 @@ std::vector<NamedQuantiles> all_quantiles(const Hypergraph& h, const measures::F
 }
 
 void print_table_row(const Hypergraph& h, const measures::Figures& figures) {
-  const Side cells = cell_side(h, figures);
-  const Side nets = net_side(h, figures);
+  const CountedSide cells = cell_side(h, figures);
+  const CountedSide nets = net_side(h, figures);
   uprintf("%d\t%d\t%d", h._c, h._n, h._p);
   print_lengths_in_row(cells);
   print_lengths_in_row(nets);
@@ -97,8 +97,8 @@ void print_table_row(const Hypergraph& h, const measures::Figures& figures) {
 }
 
 void print_details(const Hypergraph& h, const measures::Figures& figures) {
-  const Side cells = cell_side(h, figures);
-  const Side nets = net_side(h, figures);
+  const CountedSide cells = cell_side(h, figures);
+  const CountedSide nets = net_side(h, figures);
   uprintf(" H=(%d, %d, %d)", h._c, h._n, h._p);
   print_lengths("Cell Degree", cells);
   print_lengths("Net Size", nets);
