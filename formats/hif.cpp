@@ -319,10 +319,11 @@ class Reader {
   void read_id(Id& id, const char* key) {
     id.is_there = true;
     const char* const begin = json_.skip_blanks();
-    if (json_.short_integer(id.integer)) {
+    const bool is_string = *begin == '"';
+    if (!is_string && json_.short_integer(id.integer)) {
       id.text = {begin, json_.offset() - json_.offset_of(begin)};
     } else {
-      const JsonWord word = *begin == '"' ? json_.string() : json_.value();
+      const JsonWord word = is_string ? json_.string() : json_.value();
       if (word.kind == JsonKind::kString && word.is_plain)
         id.text = word.text();
       else
