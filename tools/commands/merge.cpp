@@ -170,9 +170,9 @@ Cells cells_of(const Inputs& inputs, const MergeOptions& options) {
 }
 
 // The weights of the output: those that some input has.
-int written_weights(const Inputs& inputs, const Hypergraph& h) {
+int merged_weights(const Inputs& inputs, const Hypergraph& h) {
   int weights = h._fmt;
-  for (const auto& input : inputs) weights |= tool::written_weights(input->record.h, input->loaded);
+  for (const auto& input : inputs) weights |= written_weights(input->record.h, input->loaded);
   return weights;
 }
 
@@ -187,7 +187,7 @@ int run(MergeOptions options) {
   if (made.conflict != 0) errexit("the weights of cell %d differ between the inputs", made.conflict);
 
   const formats::Labels names{std::move(cells.names), names_of(inputs, made.nets, &formats::Labels::nets)};
-  options.output.write.weights = written_weights(inputs, joined.h);
+  options.output.write.weights = merged_weights(inputs, joined.h);
   options.output.write.labels = &names;
   formats::Outputs outputs(force());
   write_output(outputs, options.out, joined.h, options.output);
