@@ -72,21 +72,24 @@ void note_oddity(const Scanner& in, const Place& place, const char* rule, const 
     in.audit->count(rule);
 }
 
-void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
+void report_word(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
   const char* const rule = broken_rule(token, range);
-  if (in.audit != nullptr) {
-    constexpr int kLeast = std::numeric_limits<int>::min();
-    constexpr int kLargest = std::numeric_limits<int>::max();
-    if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
-      in.audit->add_outside(*number);
-    if (!in.audit->wants(rule)) {
-      in.audit->count(rule);
-      return;
-    }
+  if (in.audit != nullptr && !in.audit->wants(rule)) {
+    in.audit->count(rule);
+    return;
   }
   const Place place = place_of(in, token.offset);
   report(in, {rule, Severity::kError, in.name, place.line, place.column,
               "found " + shown(in, token) + ", expected " + range.meaning, hint});
+}
+
+void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
+  constexpr int kLeast = std::numeric_limits<int>::min();
+  constexpr int kLargest = std::numeric_limits<int>::max();
+  if (in.audit != nullptr)
+    if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
+      in.audit->add_outside(*number);
+  report_word(in, token, range, hint);
 }
 
 }  // namespace quillon::formats

@@ -178,11 +178,14 @@ void note_comment(const Scanner& in, std::size_t offset);
 void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
                  const std::string& hint = {});
 
-/// Reports a word that is no number of a range, and lets the reader go on with the next word.
+/// Reports a word that is no number of a range. If somebody listens, the reader goes on.
 ///
 /// @param range     Its rule holds for numbers of 32 bits.
 /// @param hint      As for `unexpected`.
 /// @throws BadFile  if nobody listens.
+void report_word(const Scanner& in, const Token& token, const Range& range, const std::string& hint = {});
+
+/// As `report_word`, of the number of a cell or a part, which may be numbered otherwise.
 void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint);
 
 }  // namespace quillon::formats

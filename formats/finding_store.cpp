@@ -10,10 +10,13 @@ namespace quillon::formats {
 FindingStore::FindingStore(std::size_t most_kept)
     : most_kept_(most_kept), counts_(all_rules().size()), nkept_(all_rules().size()) {}
 
-std::size_t FindingStore::index_of(std::string_view rule) {
+std::size_t FindingStore::index_of(std::string_view rule) const {
+  if (rule == last_rule_ && !rule.empty()) return last_index_;
   const Rule* const found = rule_named(rule);
   assert(found != nullptr);
-  return static_cast<std::size_t>(found - all_rules().data());
+  last_rule_ = found->name;
+  last_index_ = static_cast<std::size_t>(found - all_rules().data());
+  return last_index_;
 }
 
 bool FindingStore::wants(std::string_view rule) const { return nkept_[index_of(rule)] < most_kept_; }

@@ -50,9 +50,12 @@ class FindingStore {
   void move_to(LintResult& result);
 
  private:
-  static std::size_t index_of(std::string_view rule);
+  [[nodiscard]] std::size_t index_of(std::string_view rule) const;
 
   std::size_t most_kept_;
+  // The rule looked up last: many findings in a row have the same one.
+  mutable std::string_view last_rule_;
+  mutable std::size_t last_index_ = 0;
   std::vector<std::int64_t> counts_;  // by index of the table, as `nkept_`
   std::vector<std::size_t> nkept_;
   std::vector<Finding> findings_;

@@ -1,5 +1,8 @@
 #include "formats/hmetis.h"
 
+#include <limits>
+#include <optional>
+
 #include "formats/audit.h"
 #include "formats/hints.h"
 #include "formats/lines.h"
@@ -19,6 +22,8 @@ struct Header {
   bool net_weights;
   bool cell_weights;
 };
+
+constexpr int kLargestWeight = std::numeric_limits<int>::max();
 
 Token next_in_header(Scanner& in) {
   skip_comments(in);
@@ -64,8 +69,15 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   if (header.net_weights) {
     const Token weight = next_on_line(in);
     locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
-    lists.net_weights.push_back(
-        as_number(in, weight, weight_range("the weight of net " + std::to_string(j))));
+    const std::optional<int> value = number_in(weight, {0, kLargestWeight, {}});
+    if (!value) {
+      report_word(in, weight, weight_range("the weight of net " + std::to_string(j)));
+      note_damage(in, j);
+      drop_net(lists, true);
+      skip_line(in);
+      return;
+    }
+    lists.net_weights.push_back(*value);
   }
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> cell = number_in(token, cells);
@@ -98,8 +110,12 @@ void read_nets(Scanner& in, NetLists& lists, const Header& header) {
 void read_cell_weight(Scanner& in, NetLists& lists, const std::string& item) {
   const Token weight = next_on_line(in);
   locate(in, {Item::kCellWeight, std::ssize(lists.cell_weights), 0}, weight.offset);
-  lists.cell_weights.push_back(as_number(in, weight, weight_range(item)));
-  expect_line_end(in, item);
+  if (const std::optional<int> value = number_in(weight, {0, kLargestWeight, {}})) {
+    lists.cell_weights.push_back(*value);
+    return expect_line_end(in, item);
+  }
+  report_word(in, weight, weight_range(item));
+  skip_line(in);
 }
 
 void read_cell_weights(Scanner& in, NetLists& lists, const Header& header) {

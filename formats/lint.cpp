@@ -167,6 +167,7 @@ class Linter : private NetVisitor {
     audit_.pins = [this](const PinList& pins) { add_pin_findings(pins); };
     in_->audit = &audit_;
     in_->listener = [this](const Finding& finding) { store_.add(finding); };
+    lists_.grow_slowly = true;
     try {
       result_.format->read(*in_, lists_, options_.read);
       is_complete_ = true;
@@ -184,13 +185,14 @@ class Linter : private NetVisitor {
       nsurplus_ = count_surplus_lines();
       if (nsurplus_ > 1) finding.message += "; there are " + counted(nsurplus_, "such line");
     }
+    const std::string rule = finding.rule;
     store_.add(std::move(finding));
     try {
       if (in_->stream == nullptr) return;
       while (!at_end(*in_)) skip_line(*in_);  // for the bytes
       finish(*in_);
     } catch (const BadFile& error) {
-      store_.add(error.finding());
+      if (error.finding().rule != rule) store_.add(error.finding());  // damaged data is met once more
     }
   }
 
@@ -262,6 +264,7 @@ class Linter : private NetVisitor {
 
   void restart() {
     store_ = FindingStore(options_.most_kept);
+    counted_to_first_ = {};
     pending_.clear();
     npending_.clear();
     lists_ = {};
@@ -376,7 +379,8 @@ class Linter : private NetVisitor {
     else if (bytes_.crlf.count > 0)
       note("crlf", bytes_.crlf.first, counted(bytes_.crlf.count, "line") + " with CR LF at the end", "",
            bytes_.crlf.count);
-    if (bytes_.is_empty() || bytes_.ends_with_newline()) return;
+    const bool is_cut_off = store_.count_of("bad-compression") + store_.count_of("cannot-read") > 0;
+    if (bytes_.is_empty() || bytes_.ends_with_newline() || is_cut_off) return;
     if (is_own() && is_complete_)
       note("lost-last-line", bytes_.end(), "no newline after the last line",
            "the readers of the library do not read this line");
@@ -629,16 +633,18 @@ class Linter : private NetVisitor {
 
   // ---- Lines for display ----
 
-  void add_excerpts() {
+  // Up to damaged data, if there is any.
+  void add_excerpts() try {
+    result_.excerpts.resize(result_.findings.size());
     rewind();
     in_->audit = nullptr;
-    result_.excerpts.resize(result_.findings.size());
     std::size_t line = 1;
     for (std::size_t k = 0; k < result_.findings.size() && result_.findings[k].line > 0; ++k) {
       for (; line < result_.findings[k].line && !at_end(*in_); ++line) skip_line(*in_);
       if (at_end(*in_)) break;
       result_.excerpts[k] = excerpt_at(result_.findings[k]);
     }
+  } catch (const BadFile&) {
   }
 
   // Of the line that begins here.
@@ -680,7 +686,8 @@ class Linter : private NetVisitor {
   std::int64_t nsurplus_ = 0;  // lines that the header does not announce
   std::optional<Finding> shift_;
   std::optional<std::pair<std::int64_t, std::int64_t>> extremes_;  // of rows and columns
-  std::optional<bool> reaches_last_;  // whether a matrix has an entry in its last row or column
+  std::optional<bool> reaches_last_;   // whether a matrix has an entry in its last row or column
+  Scanner::Counted counted_to_first_;  // as in the scanner, for pins that others repeat
   std::vector<Pending> pending_;
   std::unordered_map<std::string_view, std::size_t> npending_;  // by rule
   std::vector<Summary> summaries_;
@@ -770,7 +777,12 @@ void Linter::add_pin(const char* rule, const PinList& pins, std::size_t k, std::
     add_pending({finding(rule, std::move(message)), item, first ? Mention::kLine : Mention::kNone, other});
     return;
   }
-  if (first) message += std::to_string(place_of(*in_, pins.offsets[*first]).line);
+  if (!store_.wants(rule)) return store_.count(rule);
+  if (first) {
+    std::swap(in_->counted, counted_to_first_);  // each ascends, mostly
+    message += std::to_string(place_of(*in_, pins.offsets[*first]).line);
+    std::swap(in_->counted, counted_to_first_);
+  }
   note(rule, place_of(*in_, pins.offsets[k]), message);
 }
 

@@ -8,6 +8,7 @@
 #include <span>
 #include <utility>
 
+#include "formats/pin_set.h"
 #include "formats/short_nets.h"
 #include "util/mix.h"
 
@@ -236,16 +237,23 @@ class Walk {
   }
 
   std::uint64_t visit_long(int j, Cells cells) {
-    if (last_net_.empty()) last_net_.resize(static_cast<std::size_t>(lists_.ncells) + 1);
+    if (has_many_cells_) set_.begin(static_cast<int>(cells.size()));
     std::uint64_t hash = 0;
     bool has_repeated = false;
     for (const int i : cells) {
-      if (std::exchange(last_net_[static_cast<std::size_t>(i)], j) != j) continue;
+      if (is_first(j, i)) continue;
       hash += hash_.of(i);
       has_repeated = true;
     }
     if (has_repeated) report_repeated(j, cells);
     return hash;
+  }
+
+  // Whether no earlier pin of net j has this cell. A header may announce far more cells than there are pins.
+  bool is_first(int j, int cell) {
+    if (has_many_cells_) return set_.add(cell);
+    if (last_net_.empty()) last_net_.resize(static_cast<std::size_t>(lists_.ncells) + 1);
+    return std::exchange(last_net_[static_cast<std::size_t>(cell)], j) != j;
   }
 
   void report_repeated(int j, Cells cells) {
@@ -272,7 +280,9 @@ class Walk {
   const int* end_;  // of all pins
   const CellHash hash_ = random_hash();
   NetLooks looks_;
-  std::vector<int> last_net_;  // by cell: the last long net with it; empty until there is one
+  const bool has_many_cells_ = static_cast<std::size_t>(lists_.ncells) > lists_.nadj.size();
+  PinSet set_;                 // of a long net, if there are many cells
+  std::vector<int> last_net_;  // else by cell: the last long net with it; empty until there is one
 };
 
 }  // namespace

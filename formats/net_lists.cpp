@@ -150,10 +150,12 @@ void check_room(int ncells, int nnets) {
 }
 
 void begin_nets(NetLists& lists, int nnets) {
-  check_room(lists.ncells, nnets);
   lists.nnets = nnets;
   lists.xnadj.clear();
-  lists.xnadj.reserve(static_cast<std::size_t>(nnets) + 2);
+  if (!lists.grow_slowly) {
+    check_room(lists.ncells, nnets);
+    lists.xnadj.reserve(static_cast<std::size_t>(nnets) + 2);
+  }
   lists.xnadj.resize(2, 0);
 }
 

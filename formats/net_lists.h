@@ -31,6 +31,10 @@ struct NetLists {
   std::vector<std::string> cell_names;  ///< By cell, as JSON texts; or empty.
   std::vector<std::string> net_names;   ///< By net, likewise.
 
+  /// Whether room is made for nets when they are read, not for all that a header announces: no record will be
+  /// made of these lists.
+  bool grow_slowly = false;
+
   std::vector<std::string> remarks;  ///< On what is kept as it is, and may surprise.
   std::vector<std::string> losses;   ///< What a hypergraph cannot hold.
 };

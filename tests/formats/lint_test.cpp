@@ -680,6 +680,26 @@ TEST(Lint, ReportsWhatIsWrongWithTheFileItself) {
   EXPECT_THAT(rules(folder.at("")), ElementsAre("cannot-read"));
 }
 
+// The reader meets the damage more than once, and the lines before it are shown.
+TEST(Lint, ReportsDamagedDataOnce) {
+  std::string text = "200001 3\n1\n";
+  for (int j = 0; j < 200000; ++j) text += "2 3\n";
+  const std::string packed = gzipped(text);
+  const TempFolder folder;
+  const std::string file = folder.write("cut.hgr", packed.substr(0, packed.size() - 1));
+  const LintResult result = lint(file, {.excerpts = true});
+  EXPECT_EQ(result.count("bad-compression"), 1);
+  EXPECT_EQ(result.count("no-final-newline"), 0);
+  ASSERT_EQ(result.excerpts.size(), result.findings.size());
+  EXPECT_EQ(result.excerpts.front().text, "1");
+}
+
+// Not that there is no memory for them.
+TEST(Lint, ReportsThatAFileLacksWhatAHugeHeaderAnnounces) {
+  EXPECT_THAT(findings_of(lint_text("hmetis", "2147483645 2147483645\n1 2\n"), "missing-line"),
+              ElementsAre("3:1 found the end of the file, expected net 2 of 2147483645"));
+}
+
 TEST(Lint, ReportsLinesThatTheLibraryCannotRead) {
   const auto text_of = [](std::size_t length) {
     return "1 2 1 2\n1 2" + std::string(length - 4, ' ') + "\n";  // a line of that many bytes
