@@ -183,8 +183,10 @@ class Reader {
 
   // A byte of value 0 is the error that counts, whatever it leads to.
   void check_bytes() const {
+    if (has_checked_bytes_) return;
     if (const std::size_t nul = in_.text.find('\0'); nul != std::string_view::npos)
       bad_text(in_, nul, "bad-json", "found a byte of value 0, expected JSON");
+    has_checked_bytes_ = true;  // once: there may be an error in each record
   }
 
  private:
@@ -456,7 +458,8 @@ class Reader {
   Document& document_;
   JsonText json_;
   Section section_ = kMetadata;
-  unsigned sections_ = 0;  // seen so far
+  unsigned sections_ = 0;                   // seen so far
+  mutable bool has_checked_bytes_ = false;  // there is none of value 0
   Record record_;
 
   // Records that are not stored yet.
