@@ -17,6 +17,7 @@
 #include "formats/name_bytes.h"
 #include "formats/names.h"
 #include "formats/notes.h"
+#include "formats/source.h"
 #include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
 
@@ -273,6 +274,7 @@ std::string_view word_of(std::string_view label) {
   if (label.front() != '"' || label.size() == 2) return label;
   const std::string_view word = label.substr(1, label.size() - 2);
   const bool needs_quotes = word.find_first_of(" ,\\") != std::string_view::npos ||
+                            word.starts_with(kByteOrderMark) ||  // of the first name in a file
                             is_one_of(word.front(), kCommentSigns) || is_integer(word) || is_fraction(word);
   return needs_quotes ? label : word;
 }

@@ -350,6 +350,16 @@ TEST(WriteEdgeList, WritesNamesInQuotesWhereTheyNeedThem) {
   EXPECT_EQ(back.nadj, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 2, 2, 1}));
 }
 
+// The start of a file would be a byte order mark.
+TEST(WriteEdgeList, WritesNamesThatBeginWithAMarkInQuotes) {
+  const quillon::Record record({.ncells = 2, .pins = {{1, 2}}});
+  const Labels labels{{"", "\"\xEF\xBB\xBF\"", "\"a\xEF\xBB\xBF\""}, {}};
+  const TempFile file;
+  format("edges").write(record.h, {.labels = &labels}, file.name());
+  EXPECT_EQ(file.contents(), "\"\xEF\xBB\xBF\" a\xEF\xBB\xBF\n");
+  EXPECT_EQ(read_file(file.name(), format("edges"), {}).cell_names, labels.cells);
+}
+
 TEST(WriteEdgeList, RefusesLongNamesAtManyPins) {
   const quillon::Record record({.ncells = 1, .pins = {std::vector<int>(1100, 1)}});
   const TempFile file;
