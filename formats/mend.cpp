@@ -37,7 +37,7 @@ bool is_among(const std::array<std::string_view, N>& names, std::string_view nam
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-NetLists read_again(const std::string& filename, const Reading& reading, const ReadOptions& read) {
+NetLists reread(const std::string& filename, const Reading& reading, const ReadOptions& read) {
   Audit audit;
   const std::unique_ptr<Scanner> in = open_audited(filename, reading.found, audit);
   audit.corrected = reading.counts;
@@ -188,7 +188,7 @@ void add_correction(Mended& mended, const LintResult& found, const Reading& read
 Mended mend(const std::string& filename, const LintResult& found, const LintOptions& lint,
             const MendOptions& options) {
   const Reading reading = only_reading(filename, found, lint);
-  Mended mended{read_again(filename, reading, lint.read), {}, {}, {}};
+  Mended mended{reread(filename, reading, lint.read), {}, {}, {}};
   NetLists& lists = mended.lists;
   const std::array<std::int64_t, 4> counts = NetMender(lists, options).run();
   const int ncells = lists.ncells;

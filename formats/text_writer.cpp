@@ -8,15 +8,15 @@
 namespace quillon::formats {
 namespace {
 
-constexpr std::size_t kBlockSize = std::size_t{1} << 16;
+constexpr std::size_t kTextBlock = std::size_t{1} << 16;
 
 }  // namespace
 
 // The block is allocated before the file is open.
 TextWriter::TextWriter(const char* filename, const char* tag)
-    : block_(std::make_unique_for_overwrite<char[]>(kBlockSize)),
+    : block_(std::make_unique_for_overwrite<char[]>(kTextBlock)),
       at_(block_.get()),
-      limit_(block_.get() + kBlockSize),
+      limit_(block_.get() + kTextBlock),
       stream_(ufopen(filename, "w", tag)) {}
 
 TextWriter::~TextWriter() {
@@ -32,7 +32,7 @@ void TextWriter::number(std::int64_t value) {
 void TextWriter::text(std::string_view text) {
   if (static_cast<std::size_t>(limit_ - at_) < text.size()) {
     flush();
-    if (text.size() > kBlockSize) return write(text);
+    if (text.size() > kTextBlock) return write(text);
   }
   at_ += text.copy(at_, text.size());
 }
