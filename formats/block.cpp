@@ -77,6 +77,30 @@ int append(Block& block, const Scanned& scanned, int nnumbers, Mark& mark, bool 
   return nnumbers + scanned.count;
 }
 
+// Number of words of plain numbers.
+int count_words(const char* begin, const char* end) {
+  int count = 0;
+  for (const char* at = begin; at < end; ++at) count += is_digit(*at) && !is_digit(at[1]) ? 1 : 0;
+  return count;
+}
+
+// Appends numbers of one or two digits as long as there is nothing else, for a reader to whom lines do not
+// matter. Returns the number of numbers in all.
+int append_short(Block& block, const Extent& text, int nnumbers, Mark& mark) {
+  const char* const begin = mark.scanned;
+  const int room = static_cast<int>(block.numbers.capacity()) - nnumbers;
+  const ShortNumbers shorts = scan_short_numbers(begin, text.end, block.numbers.data() + nnumbers, room);
+  mark.scanned = begin + shorts.size;
+  nnumbers += shorts.count;
+  block.nline_ends += static_cast<std::size_t>(shorts.nlines);
+  if (shorts.nlines > 0) {
+    mark.line = mark.scanned;
+    while (mark.line[-1] != '\n') --mark.line;
+    mark.nnumbers = nnumbers - count_words(mark.line, mark.scanned);
+  }
+  return nnumbers;
+}
+
 void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) {
   Scanned scanned;
   int nnumbers = 0;
@@ -84,6 +108,7 @@ void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) 
   Mark mark{at, 0, 0, at};
   Runs runs(block, mark);
   while (mark.scanned < text.end) {
+    if (!by_line) nnumbers = append_short(block, text, nnumbers, mark);
     scan_numbers(mark.scanned, text.end, scanned);
     nline_ends += static_cast<std::size_t>(scanned.nlines);
     nnumbers = append(block, scanned, nnumbers, mark, by_line);

@@ -45,9 +45,9 @@ std::span<const int> plain_numbers(Scanner& in, std::size_t nleft, int first, in
 // Appends numbers that count from `first`, counted from 0.
 void append_from(int first, std::span<const int> numbers, std::vector<int>& values) {
   const std::size_t before = values.size();
-  values.resize(before + numbers.size());
-  std::transform(numbers.begin(), numbers.end(), values.data() + before,
-                 [first](int number) { return number - first; });
+  values.insert(values.end(), numbers.begin(), numbers.end());
+  if (first == 0) return;
+  for (std::size_t k = before; k < values.size(); ++k) values[k] -= first;
 }
 
 // The start of a list, with room for all of its entries: the fresh memory of each growth would cost as much

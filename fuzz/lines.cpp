@@ -8,6 +8,8 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace quillon;
   const std::string text = fuzz::expanded(data, size);
-  fuzz::expect(scanned_lines_of(text) == plain_lines_of(text), "other lines of numbers than there are");
+  const auto lines = plain_lines_of(text);
+  fuzz::expect(scanned_lines_of(text) == lines, "other lines of numbers than there are");
+  fuzz::expect(joined(scanned_runs_of(text)) == joined(lines), "other numbers than there are");
   return 0;
 }

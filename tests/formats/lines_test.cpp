@@ -18,9 +18,8 @@
 #include <utility>
 #include <vector>
 
-#include "formats/block_queue.h"
-#include "formats/threads.h"
 #include "tests/formats/finding_of.h"
+#include "tests/formats/on_blocks.h"
 #include "tests/formats/temp_folder.h"
 #include "tests/support/plain_lines.h"
 #include "util/util.h"
@@ -30,29 +29,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// Restores the settings of all readers.
-class Settings {
- public:
-  Settings(int nthreads, const BlockSizes& sizes) {
-    set_threads(nthreads);
-    set_block_sizes(sizes);
-  }
-  ~Settings() {
-    set_threads(0);
-    set_block_sizes({});
-  }
-  Settings(const Settings&) = delete;
-  Settings& operator=(const Settings&) = delete;
-};
-
-Scanner::Read reader_of(const std::string& text) {
-  return [&text, at = std::size_t{0}](char* bytes, std::size_t size) mutable {
-    const std::size_t length = text.copy(bytes, size, at);
-    at += length;
-    return length;
-  };
-}
 
 struct Outcome {
   Finding finding;
@@ -240,6 +216,27 @@ TEST(Scan, FindsThePlainLinesOfAnyText) {
     }
     if (random.below(2) == 0 && !text.empty()) text.pop_back();
     ASSERT_EQ(scanned_lines_of(text) == plain_lines_of(text), true) << testing::PrintToString(text);
+  }
+}
+
+// A reader to whom lines do not matter sees the numbers of the same lines.
+TEST(Scan, FindsTheNumbersOfAnyTextWithoutItsLines) {
+  for (unsigned seed = 1; seed <= 3000; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    Random random(seed);
+    std::string text;
+    const int mostly_short = 2 + random.below(200);
+    const int line = 1 + random.below(8);
+    for (int k = random.below(400); k > 0; --k) {
+      text += random.below(mostly_short) == 0
+                  ? kWords[random.below(static_cast<int>(kWords.size()))]
+                  : std::to_string(random.below(random.below(9) == 0 ? 1000 : 100));
+      text += random.below(line) == 0 ? "\n" : " ";
+    }
+    if (random.below(2) == 0 && !text.empty()) text.pop_back();
+    std::vector<PlainLine> expected = plain_lines_of(text);
+    std::vector<PlainLine> runs = scanned_runs_of(text);
+    ASSERT_EQ(joined(runs) == joined(expected), true) << testing::PrintToString(text);
   }
 }
 

@@ -48,13 +48,18 @@ inline std::vector<PlainLine> plain_lines_of(const std::string& text) {
   return lines;
 }
 
-/// The lines of the runs that `scan` finds in a text.
-inline std::vector<PlainLine> scanned_lines_of(const std::string& text) {
-  formats::Block block;
+/// A text as the only block.
+inline void fill_block(const std::string& text, formats::Block& block) {
   block.text.make_room(text.size() + formats::kSpareBytes);
   text.copy(block.text.data(), text.size());
   block.size = text.size();
   block.is_last = true;
+}
+
+/// The lines of the runs that `scan` finds in a text.
+inline std::vector<PlainLine> scanned_lines_of(const std::string& text) {
+  formats::Block block;
+  fill_block(text, block);
   formats::scan(block, 0, {});
 
   std::vector<PlainLine> lines;
@@ -68,6 +73,34 @@ inline std::vector<PlainLine> scanned_lines_of(const std::string& text) {
     }
   }
   return lines;
+}
+
+/// The runs that `scan` finds in a text when lines do not matter, each as one long line.
+inline std::vector<PlainLine> scanned_runs_of(const std::string& text) {
+  formats::Block block;
+  fill_block(text, block);
+  formats::scan(block, 0, {.by_line = false});
+
+  std::vector<PlainLine> runs;
+  for (const formats::Run& run : block.runs) {
+    const int* const numbers = block.numbers.data() + run.number;
+    runs.push_back({run.begin, run.end, {numbers, numbers + run.nnumbers}});
+  }
+  return runs;
+}
+
+/// Joins lines that follow one another without a gap.
+inline std::vector<PlainLine> joined(const std::vector<PlainLine>& lines) {
+  std::vector<PlainLine> all;
+  for (const PlainLine& line : lines) {
+    if (all.empty() || all.back().end != line.begin) {
+      all.push_back(line);
+      continue;
+    }
+    all.back().end = line.end;
+    all.back().numbers.insert(all.back().numbers.end(), line.numbers.begin(), line.numbers.end());
+  }
+  return all;
 }
 
 }  // namespace quillon
