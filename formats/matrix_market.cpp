@@ -1,6 +1,7 @@
 #include "formats/matrix_market.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cstdint>
@@ -16,6 +17,7 @@
 #include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/short_nets.h"
 #include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
 
@@ -182,24 +184,113 @@ bool is_sound(const int* pairs, int count, const Header& header) {
   return outside == 0;
 }
 
+// The entries of a matrix. While they come net by net, as in most files, they are kept as the pins that they
+// are: half of the memory, and nothing is left to sort. Otherwise they are pairs of row and column.
+class Entries {
+ public:
+  // Begins without entries. They are kept as pairs from the start unless `model` makes a net of each row or
+  // column.
+  Entries(const Header& header, Model model, bool as_pairs)
+      : values_("matrix: entries"),
+        ends_("matrix: ends of nets"),
+        net_(model == Model::kColumnNet ? 1 : 0),
+        are_pins_(!as_pairs) {
+    values_.reserve(2 * static_cast<std::size_t>(header.nentries));
+    ends_.assign({0, 0});
+  }
+
+  [[nodiscard]] std::size_t size() const { return are_pins_ ? values_.size() : values_.size() / 2; }
+  [[nodiscard]] bool are_pins() const { return are_pins_; }
+
+  // Adds pairs of row and column that count from 1 when `shift` is added.
+  void add(std::span<const int> pairs, int shift) {
+    if (are_pins_ && !come_by_net(pairs, shift)) make_pairs();
+    if (are_pins_) {
+      add_pins(pairs, shift);
+      return;
+    }
+    std::transform(pairs.begin(), pairs.end(), values_.extend(pairs.size()),
+                   [shift](int index) { return index + shift; });
+  }
+
+  // Row and column of each, if they are no pins.
+  [[nodiscard]] const Ints& pairs() const { return values_; }
+  [[nodiscard]] Ints release_pairs() && { return std::move(values_); }
+
+  // Makes nets of the pins.
+  //
+  // @param lists  Needs `nnets`; gets `xnadj` and `nadj`.
+  void release_pins(NetLists& lists) && {
+    lists.xnadj.assign(static_cast<std::size_t>(lists.nnets) + 2, 0);
+    for (std::size_t k = 0; k < ends_.size(); k += 2)
+      lists.xnadj[static_cast<std::size_t>(ends_[k]) + 1] = ends_[k + 1];
+    for (std::size_t j = 1; j < lists.xnadj.size(); ++j)
+      lists.xnadj[j] = std::max(lists.xnadj[j], lists.xnadj[j - 1]);
+    lists.nadj = std::move(values_);
+  }
+
+ private:
+  [[nodiscard]] bool come_by_net(std::span<const int> pairs, int shift) const {
+    int last = ends_[ends_.size() - 2] - shift;
+    unsigned falls = 0;
+    for (std::size_t k = net_; k < pairs.size(); k += 2) {
+      falls |= pairs[k] < last ? 1U : 0U;
+      last = pairs[k];
+    }
+    return falls == 0;
+  }
+
+  // The end of a net is written with each of its pins: the branch at the last one would be unpredictable.
+  void add_pins(std::span<const int> pairs, int shift) {
+    auto npins = static_cast<int>(values_.size());
+    const std::size_t nlast = ends_.size() - 2;
+    int* pin = values_.extend(pairs.size() / 2);
+    ends_.extend(pairs.size());
+    int* end = ends_.data() + nlast;
+    for (std::size_t k = 0; k < pairs.size(); k += 2) {
+      const int net = pairs[k + net_] + shift;
+      *pin++ = pairs[k + 1 - net_] + shift;
+      end += net == *end ? 0 : 2;
+      end[0] = net;
+      end[1] = ++npins;
+    }
+    ends_.resize(static_cast<std::size_t>(end - ends_.data()) + 2);
+  }
+
+  void make_pairs() {
+    std::size_t k = values_.size();
+    values_.extend(k);
+    for (std::size_t j = ends_.size() - 2; j > 0; j -= 2) {
+      for (const auto begin = static_cast<std::size_t>(ends_[j - 1]); k > begin; --k) {
+        const int cell = values_[k - 1];
+        values_[2 * (k - 1) + net_] = ends_[j];
+        values_[2 * (k - 1) + 1 - net_] = cell;
+      }
+    }
+    are_pins_ = false;
+  }
+
+  Ints values_;
+  Ints ends_;  // for each net with pins: its number, and the number of pins up to its last one; first 0, 0
+  std::size_t net_;  // index of the net in a pair
+  bool are_pins_;
+};
+
 // Appends the entries of many lines at once. Returns false without effect if lines have to be read by words.
-bool read_plain_entries(Scanner& in, Ints& entries, const Header& header) {
+bool read_plain_entries(Scanner& in, Entries& entries, const Header& header) {
   const NumberLines lines = number_lines(in);
-  const std::size_t nleft = 2 * static_cast<std::size_t>(header.nentries) - entries.size();
+  const std::size_t nleft = 2 * (static_cast<std::size_t>(header.nentries) - entries.size());
   if (lines.count == 0 || static_cast<std::size_t>(lines.nnumbers) > nleft) return false;
   int odd = 0;
   for (int k = 0; k < lines.count; ++k) odd |= lines.size(k) & ~2;  // a line has two indices, or it is blank
   if (odd != 0 || !is_sound(lines.numbers, lines.nnumbers, header)) return false;
-  const auto count = static_cast<std::size_t>(lines.nnumbers);
-  int* const added = entries.extend(count);
-  std::transform(lines.numbers, lines.numbers + count, added,
-                 [shift = 1 - header.first](int index) { return index + shift; });
+  entries.add({lines.numbers, static_cast<std::size_t>(lines.nnumbers)}, 1 - header.first);
   skip_all_lines(in);
   return true;
 }
 
-void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges, Ints& entries) {
-  const int k = static_cast<int>(entries.size() / 2) + 1;
+void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges, Entries& entries) {
+  const int k = static_cast<int>(entries.size()) + 1;
   Entry entry{};
   if (skips_net(in, k))
     skip_line(in);
@@ -209,18 +300,18 @@ void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges,
     note_damage(in, k);
     entry = {1, 1};
   }
-  entries.push_back(entry.row);
-  entries.push_back(entry.column);
+  entries.add(std::array{entry.row, entry.column}, 0);
 }
 
-// Row and column of each entry. With a listener there may be fewer than announced.
-Ints read_entries(Scanner& in, const Header& header) {
+// Reads all entries. With a listener there may be fewer than announced.
+Entries read_entries(Scanner& in, const Header& header, const ReadOptions& options) {
   const Ranges ranges{index_range("row", header.nrows, header.first),
                       index_range("column", header.ncolumns, header.first)};
-  Ints entries("matrix: entries");
-  entries.reserve(2 * static_cast<std::size_t>(header.nentries));
+  const bool are_listed = in.audit != nullptr && in.audit->pins;
+  const bool as_pairs = header.mirrored || options.add_diagonal || options.model == Model::kFineGrain;
+  Entries entries(header, options.model, as_pairs || are_listed);
   begin_lines(in, {.nvalues = header.values_per_entry, .whole_values = header.whole_values});
-  const auto nread = [&entries] { return static_cast<int>(entries.size() / 2); };
+  const auto nread = [&entries] { return static_cast<int>(entries.size()); };
   while (nread() < header.nentries) {
     if (read_plain_entries(in, entries, header)) continue;
     skip_blank_lines(in, false);
@@ -275,22 +366,34 @@ struct Repetitions {
   std::size_t elsewhere = 0;
 };
 
+// Whether a look at the net alone shows that it names no cell twice.
+bool names_each_once(const NetLists& lists, std::span<const int> pins) {
+  if (pins.size() > kShortNet) return is_ascending(pins);
+  constexpr CellHash kAnyHash{1U << 31 | 1, 0};
+  return look_at_short_net(pins, lists.nadj.end(), kAnyHash).repeated == 0;
+}
+
 // Keeps the first of equal pins of a net.
 Repetitions drop_repeated_pins(NetLists& lists) {
   Repetitions dropped;
-  std::vector<int> last_net(static_cast<std::size_t>(lists.ncells) + 1, 0);
+  std::vector<int> last_net;  // by cell
+  int* const pins = lists.nadj.data();
   int kept = 0;
   int begin = 0;
   for (int j = 1; j <= lists.nnets; ++j) {
     int& end = lists.xnadj[static_cast<std::size_t>(j) + 1];
-    const int* const pins = lists.nadj.data();
-    const bool ascending = is_ascending({pins + begin, pins + end});
-    for (int k = begin; k < end; ++k) {
-      const int i = pins[k];
-      if (!ascending && std::exchange(last_net[static_cast<std::size_t>(i)], j) == j)
-        ++(i == j ? dropped.on_diagonal : dropped.elsewhere);
-      else
-        lists.nadj[static_cast<std::size_t>(kept++)] = i;
+    if (names_each_once(lists, {pins + begin, pins + end})) {
+      if (kept != begin) std::copy(pins + begin, pins + end, pins + kept);
+      kept += end - begin;
+    } else {
+      last_net.resize(static_cast<std::size_t>(lists.ncells) + 1, 0);
+      for (int k = begin; k < end; ++k) {
+        const int i = pins[k];
+        if (std::exchange(last_net[static_cast<std::size_t>(i)], j) == j)
+          ++(i == j ? dropped.on_diagonal : dropped.elsewhere);
+        else
+          pins[kept++] = i;
+      }
     }
     begin = std::exchange(end, kept);
   }
@@ -343,15 +446,19 @@ void scatter(NetLists& lists, const Ints& entries, bool mirrored, Model model) {
 }
 
 // Returns the number of entries dropped because they were given before.
-std::size_t make_nets(NetLists& lists, Ints&& entries, const Header& header, Model model) {
+std::size_t make_nets(NetLists& lists, Entries&& entries, const Header& header, Model model) {
   const bool by_row = model != Model::kColumnNet;
   lists.nnets = by_row ? header.nrows : header.ncolumns;
   lists.ncells = by_row ? header.ncolumns : header.nrows;
-  count_pins(lists, entries, header.mirrored, model);
-  if (!header.mirrored && is_sorted_by_net(entries, model))
-    keep_cells(lists, std::move(entries), model);
-  else
-    scatter(lists, entries, header.mirrored, model);
+  if (entries.are_pins()) {
+    std::move(entries).release_pins(lists);
+  } else {
+    count_pins(lists, entries.pairs(), header.mirrored, model);
+    if (!header.mirrored && is_sorted_by_net(entries.pairs(), model))
+      keep_cells(lists, std::move(entries).release_pairs(), model);
+    else
+      scatter(lists, entries.pairs(), header.mirrored, model);
+  }
   const Repetitions dropped = drop_repeated_pins(lists);
   return dropped.on_diagonal + dropped.elsewhere / (header.mirrored ? 2 : 1);
 }
@@ -426,15 +533,16 @@ void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options
   Header header = read_header(in);
   header.first = first_cell_of(in, 1);
   check_room_for(header, options.model);
-  Ints entries = read_entries(in, header);
+  Entries entries = read_entries(in, header, options);
+  const Ints& pairs = entries.pairs();
   if (in.audit != nullptr && in.audit->pins)
-    in.audit->pins({{entries.data(), entries.size()}, header.nrows, header.ncolumns, header.mirrored});
+    in.audit->pins({{pairs.data(), pairs.size()}, header.nrows, header.ncolumns, header.mirrored});
   check_options(in, header, options);
   std::vector<int> diagonal;
-  if (options.add_diagonal) diagonal = marks_of_diagonal(entries, header.nrows);
+  if (options.add_diagonal) diagonal = marks_of_diagonal(pairs, header.nrows);
   std::size_t ndropped = 0;
   if (options.model == Model::kFineGrain) {
-    ndropped = make_fine_grain_nets(lists, entries, header, diagonal);
+    ndropped = make_fine_grain_nets(lists, pairs, header, diagonal);
   } else {
     ndropped = make_nets(lists, std::move(entries), header, options.model);
     lists.diagonal = std::move(diagonal);
