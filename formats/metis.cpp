@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -13,6 +15,7 @@
 #include "formats/graph.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
+#include "formats/mentions.h"
 #include "formats/mirror_sum.h"
 #include "formats/net_lines.h"
 #include "formats/notes.h"
@@ -122,20 +125,87 @@ bool read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
 
 std::string vertex_name(int u, const Header& header) { return of_all("vertex", u, header.nvertices); }
 
+// How many numbers of a line are not about edges.
+int head_of(const Header& header) {
+  return (header.vertex_sizes ? 1 : 0) + (header.vertex_weights ? header.weights_per_vertex : 0);
+}
+
+NumberLines part_of(const NumberLines& lines, int first, int count) {
+  NumberLines part = lines;
+  part.starts += first;
+  part.count = count;
+  part.numbers = part.line(0);
+  part.nnumbers = part.before(count);
+  return part;
+}
+
+// Lists the mentions on lines of numbers, in memory that is used again and again.
+class MentionLists {
+ public:
+  explicit MentionLists(const Header& header) : head_(head_of(header)), shift_(1 - header.first) {}
+
+  // The mentions on the line of vertex u and on those that follow. None if a line is too short for its
+  // weights.
+  std::optional<Mentions> list(const NumberLines& lines, int u) {
+    const bool as_they_are = head_ == 0 && shift_ == 0;
+    const std::size_t nmost = static_cast<std::size_t>(lines.nnumbers) + kAtOnce;
+    from_.make_room(nmost);
+    if (!as_they_are) to_.make_room(nmost);
+    std::size_t nmentions = 0;
+    for (int k = 0; k < lines.count; ++k) {
+      const int size = lines.size(k) - head_;
+      if (size < 0) return std::nullopt;
+      fill(from_.data() + nmentions, size, u + k);
+      if (!as_they_are) copy(lines.line(k) + head_, size, to_.data() + nmentions);
+      nmentions += static_cast<std::size_t>(size);
+    }
+    from_.data()[nmentions] = 0;
+    for (std::size_t k = 0; !as_they_are && k < nmentions; ++k) to_.data()[k] = shifted(to_.data()[k]);
+    return Mentions{from_.data(), as_they_are ? lines.numbers : to_.data(), nmentions};
+  }
+
+ private:
+  // Entries that are written for each line, whatever its length: the branch at the end of an exact loop over
+  // a short line would be unpredictable.
+  static constexpr int kAtOnce = 16;
+  static_assert(kAtOnce <= kSpareNumbers);
+
+  static void fill(int* to, int size, int value) {
+    std::fill_n(to, kAtOnce, value);
+    if (size > kAtOnce) [[unlikely]]
+      std::fill(to + kAtOnce, to + size, value);
+  }
+
+  static void copy(const int* numbers, int size, int* to) {
+    std::memcpy(to, numbers, kAtOnce * sizeof(int));
+    if (size > kAtOnce) [[unlikely]]
+      std::copy(numbers + kAtOnce, numbers + size, to + kAtOnce);
+  }
+
+  // The largest number wraps to a negative one, which names no vertex.
+  [[nodiscard]] int shifted(int number) const {
+    return static_cast<int>(static_cast<unsigned>(number) + static_cast<unsigned>(shift_));
+  }
+
+  int head_;
+  int shift_;
+  Scratch<int> from_;
+  Scratch<int> to_;
+};
+
 // Makes nets of the edges as they are read, in the order of the lines of their smaller ends, and finds out
 // whether every edge is named once by either end, with one weight.
 class EdgeReader {
  public:
-  EdgeReader(NetLists& lists, const Header& header) : lists_(lists), has_weights_(header.edge_weights) {}
+  EdgeReader(NetLists& lists, const Header& header)
+      : lists_(lists), has_weights_(header.edge_weights), mentions_(header) {}
 
   void begin_line(int u) {
     u_ = u;
     line_.clear();
-    is_ascending_ = true;
   }
 
   void add(int v, int w) {
-    is_ascending_ = is_ascending_ && (line_.empty() || v > line_.back());
     line_.push_back(v);
     sum_.add(u_, v, w);
     ++nmentions_;
@@ -147,39 +217,24 @@ class EdgeReader {
     if (has_weights_) lists_.net_weights.push_back(w);
   }
 
-  // Adds the line of vertex u, whose edges have no weights.
-  void add_line(int u, const int* first, const int* last) {
-    begin_line(u);
-    int previous = 0;
-    int* pin = lists_.nadj.extend(2 * static_cast<std::size_t>(last - first));
-    std::size_t nnets = 0;
-    for (const int* number = first; number != last; ++number) {
-      const int v = *number;
-      is_ascending_ = is_ascending_ && v > previous;
-      previous = v;
-      sum_.add(u, v, 1);
-      if (u > v) continue;
-      pin[0] = u;
-      pin[1] = v;
-      pin += 2;
-      ++nnets;
-    }
-    nmentions_ += static_cast<std::size_t>(last - first);
-    lists_.nadj.resize(static_cast<std::size_t>(pin - lists_.nadj.data()));
-    check_pins(lists_.nadj.size());
-    int end = lists_.xnadj.back();
-    int* const ends = lists_.xnadj.extend(nnets);
-    for (std::size_t k = 0; k < nnets; ++k) ends[k] = end += 2;
-    if (is_ascending_) return;
-    line_.assign(first, last);
-    end_line();
-  }
+  void end_line() { find_repetitions(line_, u_); }
 
-  void end_line() {
-    if (is_ascending_) return;
-    named_by_.resize(static_cast<std::size_t>(lists_.ncells) + 1, 0);
-    for (const int v : line_)
-      if (std::exchange(named_by_[static_cast<std::size_t>(v)], u_) == u_) has_repetitions_ = true;
+  // Adds the line of vertex u and those that follow, whose edges have no weights. Returns false without
+  // effect if any line has an error.
+  bool add_lines(const NumberLines& lines, int u) {
+    const std::optional<Mentions> mentions = mentions_.list(lines, u);
+    if (!mentions) return false;
+    const MentionsLook look = look_at_mentions(*mentions, lists_.ncells);
+    if (!look.sound) return false;
+    check_pins(lists_.nadj.size() + 2 * look.nforward);
+    sum_.add(*mentions);
+    nmentions_ += mentions->count;
+    store_forward(*mentions, lists_.nadj.extend(2 * look.nforward), look.nforward);
+    const int before = lists_.xnadj.back();
+    int* const ends = lists_.xnadj.extend(look.nforward);
+    for (std::size_t k = 0; k < look.nforward; ++k) ends[k] = before + 2 * (static_cast<int>(k) + 1);
+    if (!look.ascending) find_repetitions(*mentions);
+    return true;
   }
 
   [[nodiscard]] bool are_sound() const { return sum_.is_zero() && !has_repetitions_; }
@@ -187,14 +242,29 @@ class EdgeReader {
   [[nodiscard]] std::size_t nmentions() const { return nmentions_; }
 
  private:
+  void find_repetitions(std::span<const int> line, int u) {
+    if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) == line.end()) return;
+    named_by_.resize(static_cast<std::size_t>(lists_.ncells) + 1, 0);
+    for (const int v : line)
+      if (std::exchange(named_by_[static_cast<std::size_t>(v)], u) == u) has_repetitions_ = true;
+  }
+
+  void find_repetitions(const Mentions& mentions) {
+    for (std::size_t begin = 0, end = 0; begin < mentions.count; begin = end) {
+      const int u = mentions.from[begin];
+      while (mentions.from[end] == u) ++end;
+      find_repetitions({mentions.to + begin, end - begin}, u);
+    }
+  }
+
   NetLists& lists_;
   bool has_weights_;
   int u_ = 0;
-  std::vector<int> line_;  // the vertices that u_ names
-  bool is_ascending_ = true;
+  std::vector<int> line_;      // the vertices that u_ names
   std::vector<int> named_by_;  // by vertex: the last one that names it, on a line that is not ascending
   bool has_repetitions_ = false;
   MirrorSum sum_;
+  MentionLists mentions_;
   std::size_t nmentions_ = 0;
 };
 
@@ -322,44 +392,75 @@ void explain_edges(Scanner& in, const Header& header) {
   }
 }
 
-// How many numbers of a line are not about edges.
-std::int64_t head_of(const Header& header) {
-  return (header.vertex_sizes ? 1 : 0) + std::int64_t{header.vertex_weights ? header.weights_per_vertex : 0};
-}
-
-bool is_sound(const int* numbers, std::int64_t count, int u, const Header& header) {
-  const std::int64_t head = head_of(header);
+bool is_sound(const int* numbers, int count, int u, const Header& header) {
+  const int head = head_of(header);
   const int step = header.edge_weights ? 2 : 1;
   if (count < head || (count - head) % step != 0) return false;
   bool sound = true;
-  for (std::int64_t k = head; k < count; k += step)
+  for (int k = head; k < count; k += step)
     sound = sound && numbers[k] >= header.first && numbers[k] - header.first < header.nvertices &&
             numbers[k] + 1 - header.first != u;
   return sound;
 }
 
-// Reads the lines of vertex u and of some that follow. Returns how many; 0 without effect if lines have to be
-// read by words.
-int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u) {
-  const NumberLines lines = number_lines(in);
-  const int count =
-      static_cast<int>(std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u));
-  for (int k = 0; k < count; ++k)
-    if (!is_sound(lines.line(k), lines.size(k), u + k, header)) return 0;
-  const std::int64_t head = head_of(header);
-  const int step = header.edge_weights ? 2 : 1;
-  for (int k = 0; k < count; ++k) {
-    const int* const line = lines.line(k);
-    if (header.vertex_weights) lists.cell_weights.push_back(line[header.vertex_sizes ? 1 : 0]);
-    if (step == 1 && header.first == 1) {
-      edges.add_line(u + k, line + head, lines.line(k + 1));
-      continue;
+void add_weighted_line(const NumberLines& lines, int k, int u, const Header& header, EdgeReader& edges) {
+  const int* const line = lines.line(k);
+  edges.begin_line(u);
+  for (int m = head_of(header); m < lines.size(k); m += 2) edges.add(line[m] + 1 - header.first, line[m + 1]);
+  edges.end_line();
+}
+
+// Adds edges of many lines at once, as long as there is no error.
+class PlainVertices {
+ public:
+  PlainVertices(const Header& header, EdgeReader& edges) : header_(header), edges_(edges) {}
+
+  // Adds the edges of vertex u and of those that follow. Returns the number of lines before the first one
+  // with an error.
+  int add(const NumberLines& lines, int u) {
+    int nadded = 0;
+    while (nadded < lines.count) {
+      const int count = std::min(at_once_, lines.count - nadded);
+      const NumberLines part = part_of(lines, nadded, count);
+      const int nsound = add_some(part, u + nadded);
+      nadded += nsound;
+      at_once_ = nsound < count ? kFew : std::min(2 * at_once_, kMany);
+      if (nsound < count) break;
     }
-    edges.begin_line(u + k);
-    for (std::int64_t m = head; m < lines.size(k); m += step)
-      edges.add(line[m] + 1 - header.first, step == 2 ? line[m + 1] : 1);
-    edges.end_line();
+    return nadded;
   }
+
+ private:
+  static constexpr int kMany = 256;  // lines: their numbers stay in the first-level cache
+  static constexpr int kFew = 8;     // after one with an error: it may not be the last
+
+  int add_some(const NumberLines& lines, int u) {
+    if (!header_.edge_weights && edges_.add_lines(lines, u)) return lines.count;
+    int nsound = 0;
+    for (; nsound < lines.count; ++nsound) {
+      if (!is_sound(lines.line(nsound), lines.size(nsound), u + nsound, header_)) break;
+      if (header_.edge_weights) add_weighted_line(lines, nsound, u + nsound, header_, edges_);
+    }
+    if (!header_.edge_weights) edges_.add_lines(part_of(lines, 0, nsound), u);
+    return nsound;
+  }
+
+  const Header& header_;
+  EdgeReader& edges_;
+  int at_once_ = kMany;
+};
+
+// Reads lines of the vertices after those read so far. Returns how many; 0 without effect if the next line
+// has to be read by words.
+int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, PlainVertices& vertices, int u) {
+  const NumberLines all = number_lines(in);
+  const auto nwanted = std::min<std::int64_t>(all.count, std::int64_t{header.nvertices} + 1 - u);
+  if (nwanted == 0) return 0;
+  const NumberLines lines = part_of(all, 0, static_cast<int>(nwanted));
+  const int count = vertices.add(lines, u);
+  const int weight = header.vertex_sizes ? 1 : 0;
+  for (int k = 0; header.vertex_weights && k < count; ++k)
+    lists.cell_weights.push_back(lines.line(k)[weight]);
   if (count > 0) skip_lines(in, count);
   return count;
 }
@@ -380,8 +481,9 @@ bool read_vertex(Scanner& in, NetLists& lists, const Header& header, EdgeReader&
 // Returns whether no line has an error.
 bool read_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges) {
   bool sound = true;
+  PlainVertices vertices(header, edges);
   for (int u = 1; u <= header.nvertices;) {
-    if (const int nread = read_plain_vertices(in, lists, header, edges, u); nread > 0) {
+    if (const int nread = read_plain_vertices(in, lists, header, vertices, u); nread > 0) {
       u += nread;
       continue;
     }

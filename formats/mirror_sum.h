@@ -2,8 +2,12 @@
 /// @file
 /// Tests whether a relation is symmetric, in one pass and in any order. Internal to `formats/`.
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <random>
+
+#include "formats/mentions.h"
 
 namespace quillon::formats {
 
@@ -20,12 +24,23 @@ class MirrorSum {
   /// @param from, to  Different numbers from 1.
   /// @param w         Weight of the pair; a mirrored pair has the same.
   void add(int from, int to, int w) {
-    const bool is_forward = from < to;
-    const auto a = static_cast<std::uint64_t>(is_forward ? from : to);
-    const auto b = static_cast<std::uint64_t>(is_forward ? to : from);
+    const auto a = static_cast<std::uint64_t>(std::min(from, to));
+    const auto b = static_cast<std::uint64_t>(std::max(from, to));
     std::uint64_t hash = mixed(a << 32 | b, keys_[0]);
     if (w != 1) hash = mixed(hash + static_cast<std::uint64_t>(w), keys_[1]);
-    sum_ += is_forward ? hash : 0 - hash;
+    sum_ += from < to ? hash : 0 - hash;
+  }
+
+  /// Adds mentions of weight 1.
+  void add(const Mentions& mentions) {
+    MentionPairs list;
+    std::uint64_t sum = sum_;
+    for (std::size_t first = 0; first < mentions.count; first += list.count) {
+      list_pairs(mentions, first, list);
+      for (std::size_t k = 0; k < list.count; ++k)
+        sum += (mixed(list.pairs[k], keys_[0]) ^ list.backward[k]) - list.backward[k];
+    }
+    sum_ = sum;
   }
 
   [[nodiscard]] bool is_zero() const { return sum_ == 0; }
