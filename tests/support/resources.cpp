@@ -14,7 +14,8 @@
 #include "tests/util/variant.h"
 #include "util/util.h"
 
-#if !defined(QUILLON_TESTS_ADDRESS_SANITIZER) && defined(__GLIBC__)
+// The thread sanitizer needs its own functions.
+#if !defined(QUILLON_TESTS_ADDRESS_SANITIZER) && !defined(__SANITIZE_THREAD__) && defined(__GLIBC__)
 
 // Counts malloc_usable_size per block, without the space between blocks.
 namespace {
