@@ -279,7 +279,7 @@ class Walk {
   std::size_t next_damaged_ = 0;
   const int* end_;  // of all pins
   const CellHash hash_ = random_hash();
-  NetLooks looks_;
+  NetLooks looks_{};
   const bool has_many_cells_ = static_cast<std::size_t>(lists_.ncells) > lists_.nadj.size();
   PinSet set_;                 // of a long net, if there are many cells
   std::vector<int> last_net_;  // else by cell: the last long net with it; empty until there is one
