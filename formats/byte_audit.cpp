@@ -58,12 +58,13 @@ Contents contents_of(std::string_view piece) {
   Contents contents;
 #ifdef QUILLON_AVX2
   constexpr std::size_t kMostVectors = 255;
-  if (__builtin_cpu_supports("avx2"))
+  if (__builtin_cpu_supports("avx2")) {
     while (piece.size() >= kVector) {
       const std::size_t count = std::min(piece.size() / kVector, kMostVectors);
       contents.add(contents_of_vectors(piece.data(), count));
       piece.remove_prefix(count * kVector);
     }
+  }
 #endif
   contents.add(contents_by_bytes(piece));
   return contents;

@@ -117,7 +117,7 @@ alignas(32) constexpr Packings kPackings = all_packings();
 [[gnu::target("avx2,popcnt")]] int* pack(__m256i pairs, unsigned bits, int* to) {
   const __m256i packing = _mm256_load_si256(reinterpret_cast<const __m256i*>(kPackings[bits].data()));
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm256_permutevar8x32_epi32(pairs, packing));
-  return to + 2 * _mm_popcnt_u32(bits);
+  return to + std::ptrdiff_t{2} * _mm_popcnt_u32(bits);
 }
 
 [[gnu::target("avx2,popcnt")]] void store_by_eights(const Mentions& mentions, int* pins, std::size_t count) {

@@ -110,7 +110,7 @@ MatrixKind parse_banner(const std::string& line) {
   demand(words.size() == 5 && lower(words[0]) == "%%matrixmarket" && lower(words[1]) == "matrix" &&
              lower(words[2]) == "coordinate",
          "no banner");
-  const MatrixKind kind{lower(words[3]), lower(words[4])};
+  MatrixKind kind{lower(words[3]), lower(words[4])};
   const std::set<std::string> fields{"pattern", "integer", "real", "complex"};
   const std::set<std::string> symmetries{"general", "symmetric", "skew-symmetric", "hermitian"};
   demand(fields.count(kind.field) == 1 && symmetries.count(kind.symmetry) == 1, "no banner");

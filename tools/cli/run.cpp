@@ -67,6 +67,7 @@ void print(const std::exception& error) {
   }
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): as deep as errors are nested
 void print_with_causes(const std::exception& error) {
   try {
     std::rethrow_if_nested(error);
