@@ -113,9 +113,8 @@ class QUILLON_HIDDEN Audit {
   bool wants_line(Item::Kind kind, std::int64_t number);
 
   /// @param number  Of a net.
-  /// @return        The first net from this one on of which items are wanted; one that no file has if there
-  /// is
-  ///                none.
+  /// @return        The first net from this one on of which items are wanted; if there is none, a number that
+  ///                no net has.
   [[nodiscard]] std::int64_t next_net(std::int64_t number) const;
 
   /// Notes the place of an item, if it is wanted.

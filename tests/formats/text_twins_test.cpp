@@ -292,6 +292,19 @@ void expect_equal(const std::optional<NetLists>& lists, const std::optional<NetL
   EXPECT_EQ(lists->net_weights, expected->net_weights);
 }
 
+// Runs a check of a text with blocks of random sizes, on one thread and on more.
+template <typename Check>
+void in_random_blocks(const std::string& text, TextDice& dice, const Check& check) {
+  for (const int nthreads : {1, 2, 7}) {
+    BlockSizes sizes;
+    SCOPED_TRACE(testing::Message() << nthreads << " threads, blocks of " << random_blocks_of(dice, sizes)
+                                    << "\n"
+                                    << text);
+    const Settings settings(nthreads, sizes);
+    check();
+  }
+}
+
 TEST(ReadMetis, AgreesWithASlowReaderOnRandomGraphs) {
   int nsound = 0;
   for (unsigned seed = 1; seed <= 600 && !HasFailure(); ++seed) {
@@ -304,14 +317,8 @@ TEST(ReadMetis, AgreesWithASlowReaderOnRandomGraphs) {
     } catch (const std::runtime_error&) {
       // The text is not sound.
     }
-    for (const int nthreads : {1, 2, 7}) {
-      BlockSizes sizes;
-      SCOPED_TRACE(testing::Message() << "seed " << seed << ", " << nthreads << " threads, blocks of "
-                                      << random_blocks_of(dice, sizes) << "\n"
-                                      << text);
-      const Settings settings(nthreads, sizes);
-      expect_equal(read_on_blocks("metis", text, {}), expected);
-    }
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    in_random_blocks(text, dice, [&] { expect_equal(read_on_blocks("metis", text, {}), expected); });
   }
   EXPECT_GT(nsound, 250);
   EXPECT_LT(nsound, 550);
@@ -335,18 +342,14 @@ TEST(ReadMatrixMarket, AgreesWithASlowReaderOnRandomMatrices) {
     } catch (const std::runtime_error&) {
       // The text is not sound.
     }
-    for (const int nthreads : {1, 2, 7}) {
-      BlockSizes sizes;
-      SCOPED_TRACE(testing::Message() << "seed " << seed << ", " << nthreads << " threads, blocks of "
-                                      << random_blocks_of(dice, sizes) << "\n"
-                                      << text);
-      const Settings settings(nthreads, sizes);
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    in_random_blocks(text, dice, [&] {
       const std::optional<NetLists> lists = read_on_blocks("mtx", text, options);
       expect_equal(lists, expected);
       if (lists && expected && options.model != Model::kFineGrain) {
         EXPECT_EQ(lists->remarks, expected->remarks);
       }
-    }
+    });
   }
   EXPECT_GT(nsound, 250);
   EXPECT_LT(nsound, 560);
