@@ -54,6 +54,7 @@ void run_convert(benchmark::State& state, Input& input, const Options& options, 
     formats::Record record;
     formats::LoadOptions load;
     load.format = formats::format_named("hmetis");
+    load.cell_side = false;  // the target does not need it
     formats::load(record, source.path(), load);
     formats::format_named("quillon")->write(record.h, {}, path_a.c_str());
   };
