@@ -10,6 +10,7 @@ for job in "$@"; do
       packages+=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev zlib1g-dev)
       packages+=(libpng-dev libfmt-dev libkainjow-mustache-dev libzstd-dev)
       ;;
+    headers) packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3-dev pybind11-dev) ;;  # of tests, bench, python
     test) packages+=(libgtest-dev libgmock-dev gzip zstd python3 python3-jsonschema pkg-config binutils mandoc git) ;;
     partners) packages+=(python3-scipy python3-jsonschema python3-networkx python3-igraph metis) ;;
     python)
@@ -17,7 +18,7 @@ for job in "$@"; do
       packages+=(python3-pytest python3-hypothesis mypy python3-pip python3-setuptools python3-wheel)
       ;;
     engines) packages+=(libptscotch-dev libopenmpi-dev openmpi-bin libmetis-dev zlib1g-dev) ;;
-    lint) packages+=(clang-format clang-tidy cppcheck python3) ;;
+    lint) packages+=(clang-format clang-tidy cppcheck python3 git) ;;
     bench) packages+=(libbenchmark-dev python3) ;;
     fuzz) packages+=(clang libclang-rt-14-dev libgtest-dev) ;;
     browser) packages+=(chromium) ;;
