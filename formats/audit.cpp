@@ -1,7 +1,10 @@
 #include "formats/audit.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+
+#include "formats/stream.h"
 
 namespace quillon::formats {
 
@@ -11,9 +14,9 @@ bool Audit::wants_line(Item::Kind kind, std::int64_t number) {
   return wanted[next].item.kind == kind && wanted[next].item.number == number;
 }
 
-std::int64_t Audit::next_net(std::int64_t number) const {
-  for (std::size_t k = next; k < wanted.size() && wanted[k].item.kind == Item::kNet; ++k)
-    if (wanted[k].item.number >= number) return wanted[k].item.number;
+std::int64_t Audit::next_number(Item::Kind kind, std::int64_t number) const {
+  for (std::size_t k = next; k < wanted.size(); ++k)
+    if (wanted[k].item.kind == kind && wanted[k].item.number >= number) return wanted[k].item.number;
   return std::numeric_limits<std::int64_t>::max();
 }
 
@@ -49,6 +52,20 @@ void read_audited(Scanner& in, const Format& format, const ReadOptions& options,
   } catch (const BadFile&) {
   }
   in.audit = nullptr;
+}
+
+void note_next_item(const Scanner& in, const Item& next) {
+  if (in.audit == nullptr || in.audit->is_locating() || in.stream == nullptr || in.at != 0) return;
+  in.audit->waypoints.push_back({next, in.bytes_before, in.lines_before});
+}
+
+const Waypoint* move_on(Scanner& in, const std::vector<Waypoint>& waypoints,
+                        const std::function<bool(const Waypoint&)>& is_before) {
+  const auto end = std::partition_point(waypoints.begin(), waypoints.end(), is_before);
+  if (end == waypoints.begin()) return nullptr;
+  const Waypoint& last = *std::prev(end);
+  if (last.offset <= in.bytes_before + in.at) return nullptr;
+  return move_to_line(in, last.offset, last.lines_before) ? &last : nullptr;
 }
 
 void note_header(const Scanner& in, std::size_t offset) {

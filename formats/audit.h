@@ -33,6 +33,13 @@ struct Item {
   auto operator<=>(const Item&) const = default;
 };
 
+/// The start of a block of a text, at that of a line.
+struct Waypoint {
+  Item next;                     ///< On the first line from here on that is no comment.
+  std::size_t offset = 0;        ///< Of the block in the text.
+  std::size_t lines_before = 0;  ///< Line ends before it.
+};
+
 /// Cell numbers that a file must not have.
 struct Outside {
   std::int64_t count = 0;
@@ -83,6 +90,9 @@ class QUILLON_HIDDEN Audit {
   std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
   std::optional<Counts> corrected;  ///< Counts to read instead of those of the header.
 
+  /// Where a second read can begin to look for items, in the order of the text.
+  std::vector<Waypoint> waypoints;
+
   /// Counts findings that are not wanted.
   void count(std::string_view rule, std::int64_t nmore = 1) const { counted(rule, nmore); }
 
@@ -93,7 +103,7 @@ class QUILLON_HIDDEN Audit {
     ++outside.count;
   }
 
-  // Second read.
+  // Second read, with the waypoints of the first.
   struct Wanted {
     Item item;
     Place place;
@@ -112,10 +122,11 @@ class QUILLON_HIDDEN Audit {
   /// @throws AllFound  if none of it, nor of any line after it, is.
   bool wants_line(Item::Kind kind, std::int64_t number);
 
-  /// @param number  Of a net.
-  /// @return        The first net from this one on of which items are wanted; if there is none, a number that
-  ///                no net has.
-  [[nodiscard]] std::int64_t next_net(std::int64_t number) const;
+  /// @param kind,number  Of a line.
+  /// @return             The first number from this one on of whose line items are wanted; if there is none,
+  /// a
+  ///                     number that no item has.
+  [[nodiscard]] std::int64_t next_number(Item::Kind kind, std::int64_t number) const;
 
   /// Notes the place of an item, if it is wanted.
   ///
@@ -146,6 +157,20 @@ inline bool skips_net(Scanner& in, std::int64_t net) {
 inline void locate(const Scanner& in, const Item& item, std::size_t offset) {
   if (in.audit != nullptr && in.audit->is_locating()) in.audit->found(in, item, offset);
 }
+
+/// Tells `lint`, on the first read, that the line of an item or a comment before it comes next.
+///
+/// @param in  At the start of a line; a waypoint if it is that of a block.
+void note_next_item(const Scanner& in, const Item& next);
+
+/// Goes on at a waypoint, the last one before a line.
+///
+/// @param in         At the start of a line; stays if the waypoint is not after it or cannot be reached.
+/// @param waypoints  Of the first read.
+/// @param is_before  Whether a waypoint is not after the line; false for all from some one on.
+/// @return           The waypoint, or null if `in` stays.
+const Waypoint* move_on(Scanner& in, const std::vector<Waypoint>& waypoints,
+                        const std::function<bool(const Waypoint&)>& is_before);
 
 /// Tells `lint` that a line has an error.
 inline void note_damage(const Scanner& in, int net) {

@@ -49,6 +49,12 @@ const Block* BlockQueue::start(const LineShape& shape, std::size_t from) {
   return &slot(current).block;
 }
 
+void BlockQueue::restart() {
+  carried_.clear();
+  inside_line_ = false;
+  ended_ = false;
+}
+
 // As many as the system allows: the calling thread needs no other.
 void BlockQueue::start_threads(int count) try {
   for (int k = 0; k < count; ++k) threads_.emplace_back([this] { work(); });

@@ -50,6 +50,10 @@ class BlockQueue {
   /// @return      The current block, at another address.
   const Block* start(const LineShape& shape, std::size_t from);
 
+  /// Forgets text read ahead: the next block begins where `read` goes on, at the start of a line. Not after
+  /// `start`.
+  void restart();
+
   /// Ends the other threads. No block is read afterwards.
   void stop();
 

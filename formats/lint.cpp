@@ -605,6 +605,7 @@ class Linter : private NetVisitor {
     if (wanted.empty()) return;
     Audit audit;
     audit.wanted = std::move(wanted);
+    audit.waypoints = audit_.waypoints;
     audit.starts_from = audit_.starts_from;
     audit.corrected = corrected_;
     rewind();
@@ -640,6 +641,11 @@ class Linter : private NetVisitor {
     in_->audit = nullptr;
     std::size_t line = 1;
     for (std::size_t k = 0; k < result_.findings.size() && result_.findings[k].line > 0; ++k) {
+      const auto is_before = [&](const Waypoint& waypoint) {
+        return waypoint.lines_before < result_.findings[k].line;
+      };
+      if (const Waypoint* const waypoint = move_on(*in_, audit_.waypoints, is_before); waypoint != nullptr)
+        line = waypoint->lines_before + 1;
       for (; line < result_.findings[k].line && !at_end(*in_); ++line) skip_line(*in_);
       if (at_end(*in_)) break;
       result_.excerpts[k] = excerpt_at(result_.findings[k]);

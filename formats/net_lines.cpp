@@ -124,13 +124,21 @@ void make_room(NetLists& lists, std::size_t npins) {
   lists.nadj.reserve(std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed));
 }
 
-// Skips lines of nets before the next one that lint looks for, within the current block.
-int skip_nets(Scanner& in, NetLists& lists, const NetForm& form) {
-  const auto next = static_cast<std::int64_t>(lists.xnadj.size()) - 1;
-  const std::int64_t nwanted = std::min(in.audit->next_net(next) - next, lists.nnets + 1 - next);
+// Skips lines before the next one that lint looks for: to a later block, or else within the current one.
+//
+// next  What the next line has.
+// last  Number of the last item of that kind.
+//
+// Returns the number of items skipped.
+int skip_unwanted(Scanner& in, const Item& next, std::int64_t last) {
+  const Item wanted{next.kind, std::min(in.audit->next_number(next.kind, next.number), last + 1)};
+  const std::int64_t nwanted = wanted.number - next.number;
   if (nwanted <= 0 || at_end(in)) return 0;
+  const auto is_before = [&wanted](const Waypoint& waypoint) { return waypoint.next <= wanted; };
+  if (const Waypoint* const waypoint = move_on(in, in.audit->waypoints, is_before); waypoint != nullptr)
+    return static_cast<int>(waypoint->next.number - next.number);
   const std::string_view text = in.text.substr(in.at);
-  if (text.find('%') != std::string_view::npos) return 0;  // lines that are no nets, perhaps
+  if (text.find('%') != std::string_view::npos) return 0;  // lines without items, perhaps
   auto count = static_cast<std::int64_t>(count_line_ends(text));
   if (count <= nwanted) {
     in.at += text.rfind('\n') + 1;  // 0 if there is no line end
@@ -138,10 +146,22 @@ int skip_nets(Scanner& in, NetLists& lists, const NetForm& form) {
     count = nwanted;
     for (std::int64_t k = 0; k < count; ++k) in.at = in.text.find('\n', in.at) + 1;
   }
+  return static_cast<int>(count);
+}
+
+int skip_nets(Scanner& in, NetLists& lists, const NetForm& form) {
+  const Item next{Item::kNet, std::ssize(lists.xnadj) - 1};
+  const int count = skip_unwanted(in, next, lists.nnets);
   const auto nskipped = static_cast<std::size_t>(count);
   lists.xnadj.resize(lists.xnadj.size() + nskipped, lists.xnadj.back());
   if (form.has_weight) lists.net_weights.resize(lists.net_weights.size() + nskipped, 1);
-  return static_cast<int>(count);
+  return count;
+}
+
+int skip_weights(Scanner& in, std::vector<int>& weights, int count) {
+  const int nskipped = skip_unwanted(in, {Item::kCellWeight, std::ssize(weights)}, count);
+  weights.resize(weights.size() + static_cast<std::size_t>(nskipped), 1);
+  return nskipped;
 }
 
 }  // namespace
@@ -149,6 +169,7 @@ int skip_nets(Scanner& in, NetLists& lists, const NetForm& form) {
 int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   if (in.audit != nullptr && in.audit->is_locating()) return skip_nets(in, lists, form);
   const NumberLines lines = number_lines(in);
+  note_next_item(in, {Item::kNet, std::ssize(lists.xnadj) - 1});
   const auto nleft =
       static_cast<std::int64_t>(lists.nnets) + 2 - static_cast<std::int64_t>(lists.xnadj.size());
   const int count = static_cast<int>(std::min<std::int64_t>(lines.count, nleft));
@@ -196,7 +217,9 @@ int first_cell_of(const Scanner& in, int first) {
 }
 
 int read_plain_weights(Scanner& in, std::vector<int>& weights, int count) {
+  if (in.audit != nullptr && in.audit->is_locating()) return skip_weights(in, weights, count);
   const NumberLines lines = number_lines(in);
+  note_next_item(in, {Item::kCellWeight, std::ssize(weights)});
   const auto nleft = static_cast<std::int64_t>(count) + 1 - static_cast<std::int64_t>(weights.size());
   const int nread = static_cast<int>(std::min<std::int64_t>(lines.count, nleft));
   for (int k = 0; k < nread; ++k)

@@ -37,6 +37,7 @@ bool next_block(Scanner& scanner) {
   const std::size_t last_line = before.rfind('\n') + 1;  // 0 if there is none
   const Block* const block = stream.queue.next();
   if (block == nullptr) return false;
+  scanner.bytes_before += before.size();
   scanner.lines_before += nlines;
   scanner.columns_before = before.size() - last_line + (nlines == 0 ? scanner.columns_before : 0);
   scanner.text = {block->text.data(), block->size};
@@ -124,8 +125,22 @@ void read_whole(Scanner& scanner) {
   scanner.text = scanner.whole->view();
   scanner.at = 0;
   scanner.counted = {};
+  scanner.bytes_before = 0;
   scanner.lines_before = 0;
   scanner.columns_before = 0;
+}
+
+bool move_to_line(Scanner& scanner, std::size_t offset, std::size_t lines_before) {
+  if (scanner.source == nullptr || !scanner.source->move_to(offset)) return false;
+  scanner.stream->queue.restart();
+  scanner.stream->block = nullptr;
+  scanner.text = {};
+  scanner.at = 0;
+  scanner.counted = {};
+  scanner.bytes_before = offset;
+  scanner.lines_before = lines_before;
+  scanner.columns_before = 0;
+  return true;
 }
 
 void prepare_second_read(Scanner& scanner) {

@@ -40,6 +40,7 @@ struct Scanner {
   std::string name;                ///< Of the file, as in messages.
   std::string_view text;           ///< The current block, or the whole text and a byte of value 0 after it.
   std::size_t at = 0;              ///< Offset of the first byte not read yet.
+  std::size_t bytes_before = 0;    ///< Bytes of the blocks before.
   std::size_t lines_before = 0;    ///< Line ends in the blocks before.
   std::size_t columns_before = 0;  ///< Bytes that the first line of this block has in the blocks before.
   std::atomic<std::size_t> seen = 0;  ///< A recent value of `at`, for other threads.

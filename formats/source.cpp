@@ -233,6 +233,16 @@ std::uint64_t Source::bytes_left() {
   return static_cast<std::uint64_t>(std::max<off_t>(status.st_size - offset, 0) + nahead);
 }
 
+bool Source::move_to(std::uint64_t offset) {
+  state_->begin();
+  const bool can_move = state_->is_regular && state_->decompressor == nullptr;
+  if (!can_move || lseek(state_->file.number(), static_cast<off_t>(offset), SEEK_SET) < 0) return false;
+  state_->ahead.clear();
+  state_->ahead_begin = 0;
+  state_->has_ended = false;
+  return true;
+}
+
 void Source::finish() {
   state_->begin();
   if (state_->decompressor == nullptr) return;

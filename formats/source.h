@@ -121,6 +121,13 @@ class Source {
   /// @throws BadFile as `read` does.
   std::uint64_t bytes_left();
 
+  /// Goes on reading elsewhere.
+  ///
+  /// @param offset  In the file.
+  /// @return        Whether that is possible: not in compressed data, pipes and devices.
+  /// @throws BadFile as `read` does.
+  bool move_to(std::uint64_t offset);
+
   /// Reads compressed data to its end, where its checksum is verified. Does nothing for other files.
   ///
   /// @throws BadFile as `read` does.

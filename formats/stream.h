@@ -39,4 +39,12 @@ struct Scanner::Stream {
 /// @param scanner  At the start of the text; afterwards at that of a whole text.
 void read_whole(Scanner& scanner);
 
+/// Goes on at the start of another line of a file that is read by its words.
+///
+/// @param scanner       Of a text that is read in blocks.
+/// @param offset        Of the line in the file.
+/// @param lines_before  Lines before it.
+/// @return              Whether the file can be read from there; if not, nothing happens.
+bool move_to_line(Scanner& scanner, std::size_t offset, std::size_t lines_before);
+
 }  // namespace quillon::formats

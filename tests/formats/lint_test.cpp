@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <random>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "formats/programs.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/lint_text.h"
+#include "tests/formats/on_blocks.h"
 #include "tests/formats/temp_folder.h"
 
 namespace quillon::formats {
@@ -692,6 +695,64 @@ TEST(Lint, ReportsDamagedDataOnce) {
   EXPECT_EQ(result.count("no-final-newline"), 0);
   ASSERT_EQ(result.excerpts.size(), result.findings.size());
   EXPECT_EQ(result.excerpts.front().text, "1");
+}
+
+// Nets and weights with mistakes, between comments and blank lines.
+std::string random_net_file(std::mt19937& bits, std::string_view format) {
+  const auto below = [&bits](unsigned bound) { return static_cast<int>(bits() % bound); };
+  const int ncells = 1 + below(12);
+  const int nnets = 1 + below(60);
+  const int weights = format == "kub" ? 3 : below(4);
+  const int first = format == "kub" ? 0 : 1;
+  const char* const line_end = below(4) == 0 ? "\r\n" : "\n";
+  constexpr const char* kOfHmetis[] = {"0", "10", "1", "11"};
+  const std::string counts[] = {std::to_string(ncells), std::to_string(nnets)};
+  std::string text = format == "kub" ? counts[0] + line_end + counts[1]
+                                     : counts[1] + " " + counts[0] + " " + kOfHmetis[weights];
+  if (format == "quillon") text = "1 " + counts[0] + " " + counts[1] + " 99 " + std::to_string(weights);
+  text += line_end;
+  for (int j = 0; j < nnets; ++j) {
+    while (format != "kub" && below(6) == 0) text += std::string("% a comment") + line_end;
+    const int size = below(4);
+    if ((weights & 2) != 0) text += std::to_string(below(3)) + " ";
+    if (format == "kub") text += std::to_string(size) + " ";
+    for (int k = 0; k < size; ++k)
+      text += std::to_string(below(40) == 0 ? 99 : first + below(static_cast<unsigned>(ncells))) + " ";
+    text += line_end;
+  }
+  for (int i = 0; (weights & 1) != 0 && i < ncells; ++i) text += std::to_string(below(3)) + line_end;
+  if (below(3) == 0) text.resize(text.size() - 1 - static_cast<std::size_t>(below(4)));
+  return text;
+}
+
+std::vector<std::string> texts_of(const LintResult& result) {
+  std::vector<std::string> texts;
+  for (std::size_t k = 0; k < result.findings.size(); ++k) {
+    const Finding& finding = result.findings[k];
+    texts.push_back(finding.rule + " " + std::to_string(finding.line) + ":" + std::to_string(finding.column) +
+                    " " + finding.message + " | " + result.excerpts[k].text);
+  }
+  return texts;
+}
+
+// Of a plain file the second read visits some blocks only, of a compressed one all.
+TEST(Lint, FindsPlacesWithoutReadingAllBlocksAgain) {
+  const TempFolder folder;
+  for (unsigned seed = 1; seed <= 400; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 bits(seed);
+    constexpr const char* kFormats[] = {"hmetis", "quillon", "kub"};
+    LintOptions options;
+    options.format = format_named(kFormats[seed % 3]);
+    options.most_kept = 1 + bits() % 5;
+    options.excerpts = true;
+    const std::string text = random_net_file(bits, options.format->name);
+    const Settings settings(1, {1 + bits() % 60, 30 + bits() % 100});
+    const LintResult plain = lint(folder.write("plain", text), options);
+    const LintResult packed = lint(folder.write("packed", zstd_packed(text)), options);
+    ASSERT_EQ(texts_of(plain), texts_of(packed)) << text;
+    ASSERT_EQ(plain.count(Severity::kWarning), packed.count(Severity::kWarning));
+  }
 }
 
 // Not that there is no memory for them.

@@ -97,6 +97,22 @@ TEST(Source, GivesTheNextBytesWithoutConsumingThem) {
   EXPECT_EQ(shorter.peek(3), "12");
 }
 
+TEST(Source, GoesOnElsewhereInPlainFilesOnly) {
+  const TempFolder folder;
+  Source plain(folder.write("plain", "0123456789"));
+  Source packed(folder.write("packed", gzipped("0123456789")));
+  char bytes[10];
+  EXPECT_EQ(plain.read(bytes, 10), 10U);
+  EXPECT_EQ(plain.read(bytes, 10), 0U);
+  ASSERT_TRUE(plain.move_to(7));
+  EXPECT_EQ(std::string(bytes, plain.read(bytes, 10)), "789");
+  EXPECT_EQ(plain.peek(10), "");
+  ASSERT_TRUE(plain.move_to(2));
+  EXPECT_EQ(plain.peek(4), "2345");
+  EXPECT_FALSE(packed.move_to(7));
+  EXPECT_EQ(std::string(bytes, packed.read(bytes, 10)), "0123456789");
+}
+
 TEST(Source, KnowsRegularFiles) {
   const TempFolder folder;
   EXPECT_TRUE(Source(folder.write("a", "1")).is_regular());
