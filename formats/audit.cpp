@@ -82,31 +82,17 @@ void note_comment(const Scanner& in, std::size_t offset) {
 
 void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
                  const std::string& hint) {
-  if (in.audit == nullptr || !in.audit->oddity) return;
-  if (in.audit->wants(rule))
+  const bool is_heard = in.audit != nullptr && in.audit->oddity;
+  if (is_heard && wants_text(in, rule))
     in.audit->oddity({rule, Severity::kWarning, in.name, place.line, place.column, message, hint});
-  else
-    in.audit->count(rule);
 }
 
-void report_word(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
-  const char* const rule = broken_rule(token, range);
-  if (in.audit != nullptr && !in.audit->wants(rule)) {
-    in.audit->count(rule);
-    return;
-  }
-  const Place place = place_of(in, token.offset);
-  report(in, {rule, Severity::kError, in.name, place.line, place.column,
-              "found " + shown(in, token) + ", expected " + range.meaning, hint});
-}
-
-void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint) {
+void note_outside(const Scanner& in, const Token& token) {
   constexpr int kLeast = std::numeric_limits<int>::min();
   constexpr int kLargest = std::numeric_limits<int>::max();
-  if (in.audit != nullptr)
-    if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
-      in.audit->add_outside(*number);
-  report_word(in, token, range, hint);
+  if (in.audit == nullptr) return;
+  if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
+    in.audit->add_outside(*number);
 }
 
 }  // namespace quillon::formats

@@ -198,18 +198,29 @@ inline Counts settled_counts(const Scanner& in, const Counts& announced) {
 /// @param offset  Of its first byte, in the current block.
 void note_comment(const Scanner& in, std::size_t offset);
 
+/// Tells `lint` of a word that is no number of a cell or a part, but may be one if these count from another
+/// number.
+void note_outside(const Scanner& in, const Token& token);
+
+/// Whether a finding is wanted with its text. If not, it is counted.
+inline bool wants_text(const Scanner& in, std::string_view rule) {
+  if (in.audit == nullptr || in.audit->wants(rule)) return true;
+  in.audit->count(rule);
+  return false;
+}
+
 /// Reports a warning or a note to `lint`; other readers ignore it.
 void note_oddity(const Scanner& in, const Place& place, const char* rule, const std::string& message,
                  const std::string& hint = {});
 
-/// Reports a word that is no number of a range. If somebody listens, the reader goes on.
+/// As above, of which there may be one on every line.
 ///
-/// @param range     Its rule holds for numbers of 32 bits.
-/// @param hint      As for `unexpected`.
-/// @throws BadFile  if nobody listens.
-void report_word(const Scanner& in, const Token& token, const Range& range, const std::string& hint = {});
-
-/// As `report_word`, of the number of a cell or a part, which may be numbered otherwise.
-void report_number(const Scanner& in, const Token& token, const Range& range, const std::string& hint);
+/// @param offset   Of what is odd, in the current block.
+/// @param message  Returns the message; called only if the text is wanted.
+template <typename Message>
+void note_oddity_at(const Scanner& in, std::size_t offset, const char* rule, Message message) {
+  const bool is_heard = in.audit != nullptr && in.audit->oddity;
+  if (is_heard && wants_text(in, rule)) note_oddity(in, place_of(in, offset), rule, message());
+}
 
 }  // namespace quillon::formats

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/line_errors.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
 
@@ -43,7 +44,7 @@ class Clauses {
     const std::optional<int> literal = number_in(token, literals_);
     if (clause_.empty()) locate(in, {Item::kNet, nclauses_ + 1, Item::kLine}, token.offset);
     if (!literal) {
-      report_number(in, token, literals_, "");
+      refuse_number(in, token, literals_);
       note_damage(in, nclauses_ + 1);
     } else if (*literal != 0) {
       locate(in, {Item::kNet, nclauses_ + 1, Item::kFirstPin + std::ssize(clause_)}, token.offset);
@@ -102,8 +103,7 @@ class Clauses {
   }
 
   void note_repetition(const Scanner& in, std::size_t k, const char* rule, const char* what) const {
-    if (in.audit != nullptr)
-      note_oddity(in, place_of(in, offsets_[k]), rule, "literal " + std::to_string(clause_[k]) + what);
+    note_oddity_at(in, offsets_[k], rule, [&] { return "literal " + std::to_string(clause_[k]) + what; });
   }
 
   NetLists& lists_;

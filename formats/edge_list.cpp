@@ -13,6 +13,7 @@
 #include "formats/audit.h"
 #include "formats/findings.h"
 #include "formats/json_name.h"
+#include "formats/line_errors.h"
 #include "formats/losses.h"
 #include "formats/name_bytes.h"
 #include "formats/names.h"
@@ -76,30 +77,31 @@ class Line {
     if (line_.ends_with('\n')) line_.remove_suffix(1);
   }
 
-  // The next name, with its quotes if it has any; empty at the end of the line or before a comment.
-  Token next() {
+  // The next name, with its quotes if it has any; empty at the end of the line or before a comment. None
+  // after an error.
+  std::optional<Token> next() {
     skip_blanks();
     if (is_at_end()) return token(at_);
     const std::size_t begin = at_;
-    if (line_[at_] == '"')
-      skip_quoted();
-    else
+    if (line_[at_] == '"') {
+      if (!skip_quoted()) return std::nullopt;
+    } else {
       skip_while_not(kSeparators);
-    if (at_ == begin) unexpected(in_, byte(at_), "bad-name", "a name");
+    }
     const Token name = token(begin);
-    skip_comma();
-    return name;
+    const bool is_sound = (at_ > begin || refuse_name(byte(at_), "a name")) && skip_comma();
+    return is_sound ? std::optional(name) : std::nullopt;
   }
 
-  [[nodiscard]] std::string as_name(const Token& token) const {
-    if (is_fraction(token.text))
-      unexpected(in_, token, "bad-name", "a name",
-                 "weights are not read; a name that looks like one needs double quotes");
-    const std::optional<std::string> name = name_of_word(token.text);
-    if (!name)
-      unexpected(in_, token, "bad-name",
-                 token.text.front() == '"' ? "a string of JSON" : "a name of UTF-8 text");
-    return *name;
+  // None after an error.
+  [[nodiscard]] std::optional<std::string> as_name(const Token& token) const {
+    if (is_fraction(token.text)) {
+      refuse_name(token, "a name", "weights are not read; a name that looks like one needs double quotes");
+      return std::nullopt;
+    }
+    std::optional<std::string> name = name_of_word(token.text);
+    if (!name) refuse_name(token, token.text.front() == '"' ? "a string of JSON" : "a name of UTF-8 text");
+    return name;
   }
 
  private:
@@ -116,21 +118,28 @@ class Line {
 
   void skip_while_not(std::string_view ends) { at_ = std::min(line_.find_first_of(ends, at_), line_.size()); }
 
-  void skip_quoted() {
-    for (++at_; at_ < line_.size() && line_[at_] != '"'; ++at_)
-      if (line_[at_] == '\\' && at_ + 1 < line_.size()) ++at_;
-    if (at_ == line_.size()) unexpected(in_, byte(at_), "bad-name", "the quote that ends the name");
-    ++at_;
-    if (at_ < line_.size() && !is_one_of(line_[at_], kSeparators))
-      unexpected(in_, byte(at_), "bad-name", "a blank or a comma after the quote");
+  // Returns false.
+  bool refuse_name(const Token& token, const char* expected, const char* hint = "") const {
+    return refuse(
+        in_, token, "bad-name", [expected] { return expected; }, hint);
   }
 
-  void skip_comma() {
+  // Returns whether there was no error, as `skip_comma`.
+  bool skip_quoted() {
+    for (++at_; at_ < line_.size() && line_[at_] != '"'; ++at_)
+      if (line_[at_] == '\\' && at_ + 1 < line_.size()) ++at_;
+    if (at_ == line_.size()) return refuse_name(byte(at_), "the quote that ends the name");
+    ++at_;
+    const bool ends_here = at_ == line_.size() || is_one_of(line_[at_], kSeparators);
+    return ends_here || refuse_name(byte(at_), "a blank or a comma after the quote");
+  }
+
+  bool skip_comma() {
     skip_blanks();
-    if (at_ == line_.size() || line_[at_] != ',') return;
+    if (at_ == line_.size() || line_[at_] != ',') return true;
     ++at_;
     skip_blanks();
-    if (is_at_end()) unexpected(in_, byte(at_), "bad-name", "a name after the comma");
+    return !is_at_end() || refuse_name(byte(at_), "a name after the comma");
   }
 
   const Scanner& in_;
@@ -167,22 +176,25 @@ struct ThirdColumn {
 // Reads a line whose end is known. Returns whether there was no error.
 template <typename Read>
 bool read_whole_line(Scanner& in, Read read) try {
-  read();
-  return true;
+  return read();
 } catch (const BadFile& error) {
   report(in, error.finding());
   return false;
 }
 
-// The cells of a net, and its names. The net has not ended then.
-void read_names(Scanner& in, NetLists& lists, Names& cells, std::vector<Token>& names) {
+// The cells of a net, and its names. The net has not ended then. Returns whether there was no error.
+bool read_names(Scanner& in, NetLists& lists, Names& cells, std::vector<Token>& names) {
   Line line(in);
-  for (Token name = line.next(); !name.text.empty(); name = line.next()) {
-    if (names.empty()) locate(in, {Item::kNet, lists.nnets + 1, Item::kLine}, name.offset);
-    locate(in, {Item::kNet, lists.nnets + 1, Item::kFirstPin + std::ssize(names)}, name.offset);
-    names.push_back(name);
-    lists.nadj.push_back(cells.number_of(line.as_name(name)));
+  for (std::optional<Token> word = line.next(); !word || !word->text.empty(); word = line.next()) {
+    if (!word) return false;
+    if (names.empty()) locate(in, {Item::kNet, lists.nnets + 1, Item::kLine}, word->offset);
+    locate(in, {Item::kNet, lists.nnets + 1, Item::kFirstPin + std::ssize(names)}, word->offset);
+    names.push_back(*word);
+    const std::optional<std::string> name = line.as_name(*word);
+    if (!name) return false;
+    lists.nadj.push_back(cells.number_of(*name));
   }
+  return true;
 }
 
 void read_nets(Scanner& in, NetLists& lists) {
@@ -192,7 +204,7 @@ void read_nets(Scanner& in, NetLists& lists) {
   begin_nets(lists, 0);
   while (!at_end(in)) {
     names.clear();
-    if (!read_whole_line(in, [&] { read_names(in, lists, cells, names); })) {
+    if (!read_whole_line(in, [&] { return read_names(in, lists, cells, names); })) {
       note_damage(in, ++lists.nnets);
       drop_net(lists, false);
       continue;
@@ -220,22 +232,33 @@ struct PinPairs {
   std::vector<std::size_t> offsets;
 };
 
-void read_pair(Scanner& in, Pairs order, PinPairs& pairs) {
+// Returns whether there was no error.
+bool read_pair(Scanner& in, Pairs order, PinPairs& pairs) {
   Line line(in);
-  const Token first = line.next();
-  if (first.text.empty()) return;
-  const Token second = line.next();
-  if (second.text.empty())
-    unexpected(in, second, "missing-pin",
-               order == Pairs::kNetCell ? "a cell after its net" : "a net after its cell");
-  if (const Token third = line.next(); !third.text.empty())
-    unexpected(in, third, "trailing-text", "the end of the line after a pair",
-               "weights are not read from lists");
-  const std::string names[2] = {line.as_name(first), line.as_name(second)};
-  const int net_column = order == Pairs::kNetCell ? 0 : 1;
+  const std::optional<Token> first = line.next();
+  if (!first) return false;
+  if (first->text.empty()) return true;
+  const std::optional<Token> second = line.next();
+  if (!second) return false;
+  if (second->text.empty())
+    return refuse(in, *second, "missing-pin", [order] {
+      return order == Pairs::kNetCell ? "a cell after its net" : "a net after its cell";
+    });
+  const std::optional<Token> third = line.next();
+  if (!third) return false;
+  if (!third->text.empty())
+    return refuse(
+        in, *third, "trailing-text", [] { return "the end of the line after a pair"; },
+        "weights are not read from lists");
+  const std::optional<std::string> name = line.as_name(*first);
+  if (!name) return false;
+  const std::optional<std::string> other = line.as_name(*second);
+  if (!other) return false;
+  const bool net_first = order == Pairs::kNetCell;
   pairs.pins.push_back(
-      {pairs.nets.number_of(names[net_column]), pairs.cells.number_of(names[1 - net_column])});
-  if (in.audit != nullptr) pairs.offsets.push_back(first.offset);
+      {pairs.nets.number_of(net_first ? *name : *other), pairs.cells.number_of(net_first ? *other : *name)});
+  if (in.audit != nullptr) pairs.offsets.push_back(first->offset);
+  return true;
 }
 
 void give_to_audit(const Scanner& in, const PinPairs& pairs) {
@@ -248,7 +271,7 @@ void give_to_audit(const Scanner& in, const PinPairs& pairs) {
 
 void read_pairs(Scanner& in, NetLists& lists, Pairs order) {
   PinPairs pairs;
-  while (!at_end(in)) read_whole_line(in, [&] { read_pair(in, order, pairs); });
+  while (!at_end(in)) read_whole_line(in, [&] { return read_pair(in, order, pairs); });
   if (pairs.pins.empty()) unexpected(in, {{}, in.at}, "missing-line", "a pair of names");
   give_to_audit(in, pairs);
   lists.ncells = pairs.cells.size();

@@ -1,10 +1,10 @@
 #include "formats/hmetis.h"
 
-#include <limits>
 #include <optional>
 
 #include "formats/audit.h"
 #include "formats/hints.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mirror_sum.h"
@@ -22,8 +22,6 @@ struct Header {
   bool net_weights;
   bool cell_weights;
 };
-
-constexpr int kLargestWeight = std::numeric_limits<int>::max();
 
 Token next_in_header(Scanner& in) {
   skip_comments(in);
@@ -60,23 +58,19 @@ void bad_cell(const Scanner& in, const Token& token, const Header& header, const
     hint = "hMETIS counts cells from 1; does this file count from 0?";
   else if (number_in(token, {cells.max + 1, header.nnets, ""}))
     hint = "the header gives the number of nets first; are its numbers swapped, or is this a METIS graph?";
-  report_number(in, token, cells, hint);
+  refuse_number(in, token, cells, hint);
 }
 
-void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
+// Returns whether the net can be kept, perhaps without some of its pins.
+bool read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
   const auto j = static_cast<int>(lists.xnadj.size()) - 1;
   locate(in, {Item::kNet, j, Item::kLine}, in.at);
   if (header.net_weights) {
     const Token weight = next_on_line(in);
     locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
-    const std::optional<int> value = number_in(weight, {0, kLargestWeight, {}});
-    if (!value) {
-      report_word(in, weight, weight_range("the weight of net " + std::to_string(j)));
-      note_damage(in, j);
-      drop_net(lists, true);
-      skip_line(in);
-      return;
-    }
+    const std::optional<int> value = number_or_refuse(
+        in, weight, any_weight(), [j] { return weight_meaning("the weight of net " + std::to_string(j)); });
+    if (!value) return false;
     lists.net_weights.push_back(*value);
   }
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
@@ -91,6 +85,7 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   }
   end_net(lists);
   skip_line(in);
+  return true;
 }
 
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
@@ -103,19 +98,23 @@ void read_nets(Scanner& in, NetLists& lists, const Header& header) {
       continue;
     }
     if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, header.nnets));
-    read_or_drop_net(in, lists, j++, header.net_weights, [&] { read_net(in, lists, header, cells); });
+    read_or_drop_net(in, lists, j++, header.net_weights, [&] { return read_net(in, lists, header, cells); });
   }
 }
 
-void read_cell_weight(Scanner& in, NetLists& lists, const std::string& item) {
+std::string weight_name(int i, const Header& header) {
+  return "the weight of " + of_all("cell", i, header.ncells);
+}
+
+// Returns whether there was no error.
+bool read_cell_weight(Scanner& in, NetLists& lists, const Header& header, int i) {
   const Token weight = next_on_line(in);
-  locate(in, {Item::kCellWeight, std::ssize(lists.cell_weights), 0}, weight.offset);
-  if (const std::optional<int> value = number_in(weight, {0, kLargestWeight, {}})) {
-    lists.cell_weights.push_back(*value);
-    return expect_line_end(in, item);
-  }
-  report_word(in, weight, weight_range(item));
-  skip_line(in);
+  locate(in, {Item::kCellWeight, i, 0}, weight.offset);
+  const std::optional<int> value =
+      number_or_refuse(in, weight, any_weight(), [&] { return weight_meaning(weight_name(i, header)); });
+  if (!value) return false;
+  lists.cell_weights.push_back(*value);
+  return next_line_or_refuse(in, [&] { return weight_name(i, header); });
 }
 
 void read_cell_weights(Scanner& in, NetLists& lists, const Header& header) {
@@ -125,12 +124,11 @@ void read_cell_weights(Scanner& in, NetLists& lists, const Header& header) {
       i += nread;
       continue;
     }
-    const std::string item = "the weight of " + of_all("cell", i++, header.ncells);
     if (!skip_to_line(in))
-      unexpected(in, {{}, in.at}, "missing-line", item,
+      unexpected(in, {{}, in.at}, "missing-line", weight_name(i, header),
                  "format 10 of hMETIS means cell weights; net weights are 1");
-    read_line(in, [&] { read_cell_weight(in, lists, item); });
-    lists.cell_weights.resize(static_cast<std::size_t>(i), 1);
+    read_line(in, [&] { return read_cell_weight(in, lists, header, i); });
+    lists.cell_weights.resize(static_cast<std::size_t>(++i), 1);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "formats/audit.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -24,19 +25,32 @@ void bad_cell(const Scanner& in, const Token& token, int nnets, const Range& cel
     hint = "kub counts cells from 0; does this file count from 1?";
   else if (number_in(token, {cells.max + 1, nnets - 1, ""}))
     hint = "the number of cells comes first, that of nets second; are they swapped?";
-  report_number(in, token, cells, hint);
+  refuse_number(in, token, cells, hint);
 }
 
-void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
-  const std::string net = of_all("net", j, lists.nnets);
-  locate(in, {Item::kNet, j, Item::kLine}, in.at);
+// The weight and the size of a net. None if either is wrong.
+std::optional<int> read_head(Scanner& in, NetLists& lists, int j) {
+  const auto net = [&] { return of_all("net", j, lists.nnets); };
   const Token weight = next_on_line(in);
   locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
-  lists.net_weights.push_back(as_number(in, weight, weight_range("the weight of " + net)));
-  const int size = as_number(in, next_on_line(in), count_range("the number of pins of " + net, "bad-count"));
-  for (int k = 1; k <= size; ++k) {
+  const std::optional<int> w =
+      number_or_refuse(in, weight, any_weight(), [&] { return weight_meaning("the weight of " + net()); });
+  if (!w) return std::nullopt;
+  lists.net_weights.push_back(*w);
+  return number_or_refuse(in, next_on_line(in), any_count("bad-count"),
+                          [&] { return count_meaning("the number of pins of " + net()); });
+}
+
+// Returns whether the net can be kept, perhaps without some of its pins.
+bool read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
+  locate(in, {Item::kNet, j, Item::kLine}, in.at);
+  const std::optional<int> size = read_head(in, lists, j);
+  if (!size) return false;
+  for (int k = 1; k <= *size; ++k) {
     const Token token = next_on_line(in);
-    if (token.text.empty()) unexpected(in, token, "missing-pin", of_all("pin", k, size) + " of " + net);
+    if (token.text.empty())
+      return refuse(in, token, "missing-pin",
+                    [&] { return of_all("pin", k, *size) + " of " + of_all("net", j, lists.nnets); });
     const std::optional<int> cell = number_in(token, cells);
     if (!cell) {
       bad_cell(in, token, lists.nnets, cells);
@@ -46,8 +60,9 @@ void read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
     locate(in, {Item::kNet, j, Item::kFirstPin + k - 1}, token.offset);
     lists.nadj.push_back(*cell + 1 - cells.min);
   }
+  if (!next_line_or_refuse(in, [&] { return counted(*size, "pin"); })) return false;
   end_net(lists);
-  expect_line_end(in, counted(size, "pin"));
+  return true;
 }
 
 void read_nets(Scanner& in, NetLists& lists) {
@@ -61,18 +76,22 @@ void read_nets(Scanner& in, NetLists& lists) {
       continue;
     }
     const bool is_missing = at_end(in);
-    read_or_drop_net(in, lists, j, true, [&] { read_net(in, lists, j, cells); });
+    read_or_drop_net(in, lists, j, true, [&] { return read_net(in, lists, j, cells); });
     if (is_missing) return;
     ++j;
   }
 }
 
-void read_cell_weight(Scanner& in, NetLists& lists, int i) {
-  const std::string weight = "the weight of " + of_all("cell", i, lists.ncells);
+// Returns whether there was no error.
+bool read_cell_weight(Scanner& in, NetLists& lists, int i) {
+  const auto weight = [&] { return "the weight of " + of_all("cell", i, lists.ncells); };
   const Token token = next_on_line(in);
   locate(in, {Item::kCellWeight, i, 0}, token.offset);
-  lists.cell_weights.push_back(as_number(in, token, weight_range(weight)));
-  expect_line_end(in, weight);
+  const std::optional<int> w =
+      number_or_refuse(in, token, any_weight(), [&] { return weight_meaning(weight()); });
+  if (!w) return false;
+  lists.cell_weights.push_back(*w);
+  return next_line_or_refuse(in, weight);
 }
 
 void read_cell_weights(Scanner& in, NetLists& lists) {
@@ -83,7 +102,7 @@ void read_cell_weights(Scanner& in, NetLists& lists) {
       continue;
     }
     const bool is_missing = at_end(in);
-    read_line(in, [&] { read_cell_weight(in, lists, i); });
+    read_line(in, [&] { return read_cell_weight(in, lists, i); });
     if (is_missing) return;
     lists.cell_weights.resize(static_cast<std::size_t>(++i), 1);
   }

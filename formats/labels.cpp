@@ -1,9 +1,11 @@
 #include "formats/labels.h"
 
 #include <optional>
+#include <utility>
 
 #include "formats/findings.h"
 #include "formats/json_name.h"
+#include "formats/line_errors.h"
 #include "formats/names.h"
 #include "formats/part_readers.h"
 #include "formats/scanner.h"
@@ -22,12 +24,6 @@ Token read_rest(Scanner& in) {
   return first;
 }
 
-std::string as_name(const Scanner& in, const Token& token) {
-  const std::optional<std::string> name = json_name(token.text);
-  if (!name) unexpected(in, token, "bad-name", "a name: a string in double quotes, or an integer");
-  return *name;
-}
-
 // Of all cells, or of all nets.
 struct Named {
   std::vector<std::string>& by_number;
@@ -35,28 +31,38 @@ struct Named {
   Names used = {};
 };
 
-void read_label(Scanner& in, Named& names) {
+// The number of an item. None if it is wrong.
+std::optional<int> read_number(Scanner& in, const Token& token, const Named& names) {
   const int count = static_cast<int>(names.by_number.size()) - 1;
+  return number_or_refuse(in, token, {1, count, {}, "bad-number"}, [&] {
+    return count == 0 ? "no " + names.kind + ", as there are none"
+                      : "the number of a " + names.kind + ", from 1 to " + std::to_string(count);
+  });
+}
+
+// Returns whether there was no error.
+bool read_label(Scanner& in, Named& names) {
   const Token token = next_on_line(in);
-  const int number =
-      as_number(in, token,
-                {1, count,
-                 count == 0 ? "no " + names.kind + ", as there are none"
-                            : "the number of a " + names.kind + ", from 1 to " + std::to_string(count),
-                 "bad-number"});
-  std::string& name = names.by_number[static_cast<std::size_t>(number)];
-  if (!name.empty()) unexpected(in, token, "repeated-number", "a " + names.kind + " not named before");
+  const std::optional<int> number = read_number(in, token, names);
+  if (!number) return false;
+  std::string& name = names.by_number[static_cast<std::size_t>(*number)];
+  if (!name.empty())
+    return refuse(in, token, "repeated-number", [&] { return "a " + names.kind + " not named before"; });
   const Token rest = read_rest(in);
-  name = as_name(in, rest);
+  std::optional<std::string> text = json_name(rest.text);
+  if (!text)
+    return refuse(in, rest, "bad-name", [] { return "a name: a string in double quotes, or an integer"; });
+  name = std::move(*text);
   const int nused = names.used.size();
   if (names.used.number_of(name) <= nused)
-    unexpected(in, rest, "repeated-name", "a name that no other " + names.kind + " has");
+    return refuse(in, rest, "repeated-name", [&] { return "a name that no other " + names.kind + " has"; });
   skip_line(in);
+  return true;
 }
 
 void check_complete(const Scanner& in, const Named& names) {
   for (std::size_t k = 1; k < names.by_number.size(); ++k) {
-    if (names.by_number[k].empty()) {
+    if (names.by_number[k].empty() && wants_text(in, "missing-name")) {
       const Place place = place_of(in, in.at);
       report(in,
              {"missing-name", Severity::kError, in.name, place.line, place.column,
@@ -79,8 +85,9 @@ Labels read_labels(Scanner& in, int ncells, int nnets) {
   Named nets{labels.nets, "net"};
   for (Token kind = next_token(in); !kind.text.empty(); kind = next_token(in)) {
     read_line(in, [&] {
-      if (kind.text != "cell" && kind.text != "net") unexpected(in, kind, "bad-keyword", "cell or net");
-      read_label(in, kind.text == "cell" ? cells : nets);
+      if (kind.text != "cell" && kind.text != "net")
+        return refuse(in, kind, "bad-keyword", [] { return "cell or net"; });
+      return read_label(in, kind.text == "cell" ? cells : nets);
     });
   }
   check_complete(in, cells);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -115,14 +116,17 @@ bool is_number(std::string_view text) {
   return !text.empty() && stopped == end && error != std::errc::invalid_argument;
 }
 
-// Values are checked and dropped; they can have any size.
-void check_value(Scanner& in, bool whole, const std::string& entry) {
+// Values are checked and dropped; they can have any size. Returns whether there was no error.
+bool check_value(Scanner& in, const Header& header, int k) {
   const Token token = next_on_line(in);
   std::string_view number = token.text;
   if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
   const bool looks_whole = number.find_first_not_of("-0123456789") == std::string_view::npos;
-  if (!is_number(number) || (whole && !looks_whole))
-    unexpected(in, token, "bad-value", (whole ? "the whole value of " : "the value of ") + entry);
+  if (is_number(number) && (looks_whole || !header.whole_values)) return true;
+  return refuse(in, token, "bad-value", [&] {
+    return (header.whole_values ? "the whole value of " : "the value of ") +
+           of_all("entry", k, header.nentries);
+  });
 }
 
 struct Ranges {
@@ -141,34 +145,32 @@ Range index_range(const std::string& what, int count, int first) {
 // From 1; 0 if it is out of range and somebody listens.
 int as_index(const Scanner& in, const Token& token, const Range& range) {
   if (const std::optional<int> index = number_in(token, range)) return *index + 1 - range.min;
-  report_number(in, token, range,
+  refuse_number(in, token, range,
                 token.text == "0" ? "Matrix Market counts from 1; does this file count from 0?" : "");
   return 0;
 }
 
-// Without a row, there was an error that somebody listens to.
-Entry read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k) {
+// Returns whether there was no error.
+bool read_entry(Scanner& in, const Header& header, const Ranges& ranges, int k, Entry& entry) {
   const Token row = next_on_line(in);
   locate(in, {Item::kNet, k, Item::kLine}, row.offset);
   const Place place = header.skew ? place_of(in, row.offset) : Place{};
-  Entry entry{};
   entry.row = as_index(in, row, ranges.rows);
   entry.column = as_index(in, next_on_line(in), ranges.columns);
   if (entry.row == 0 || entry.column == 0) {
     const bool reaches_last = entry.row == header.nrows || entry.column == header.ncolumns;
     if (in.audit != nullptr && reaches_last) in.audit->reaches_last = true;
-    skip_line(in);
-    return {};
+    return false;
   }
-  if (header.skew && entry.row == entry.column)
-    bad_text(in, place, "diagonal-entry",
-             "found an entry on the diagonal, expected none in a skew-symmetric matrix");
-  if (header.values_per_entry > 0) {
-    const std::string which = of_all("entry", k, header.nentries);
-    for (int n = 0; n < header.values_per_entry; ++n) check_value(in, header.whole_values, which);
+  if (header.skew && entry.row == entry.column) {
+    if (wants_text(in, "diagonal-entry"))
+      report(in, {"diagonal-entry", Severity::kError, in.name, place.line, place.column,
+                  "found an entry on the diagonal, expected none in a skew-symmetric matrix", ""});
+    return false;
   }
-  expect_line_end(in, "the entry");
-  return entry;
+  for (int n = 0; n < header.values_per_entry; ++n)
+    if (!check_value(in, header, k)) return false;
+  return next_line_or_refuse(in, [] { return "the entry"; });
 }
 
 bool is_sound(const int* pairs, int count, const Header& header) {
@@ -292,11 +294,9 @@ bool read_plain_entries(Scanner& in, Entries& entries, const Header& header) {
 void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges, Entries& entries) {
   const int k = static_cast<int>(entries.size()) + 1;
   Entry entry{};
-  if (skips_net(in, k))
-    skip_line(in);
-  else
-    read_line(in, [&] { entry = read_entry(in, header, ranges, k); });
-  if (entry.row == 0) {
+  const bool is_skipped = skips_net(in, k);
+  if (is_skipped) skip_line(in);
+  if (is_skipped || !read_line(in, [&] { return read_entry(in, header, ranges, k, entry); })) {
     note_damage(in, k);
     entry = {1, 1};
   }

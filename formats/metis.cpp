@@ -13,6 +13,7 @@
 
 #include "formats/audit.h"
 #include "formats/graph.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/mentions.h"
@@ -76,54 +77,57 @@ Header read_header(Scanner& in) {
   return header;
 }
 
-// The first of the weights of a vertex, 1 if it has none.
-int read_vertex_weights(Scanner& in, const Header& header, const std::string& vertex) {
-  if (header.vertex_sizes) as_number(in, next_on_line(in), weight_range("the size of " + vertex));
+std::string vertex_name(int u, const Header& header) { return of_all("vertex", u, header.nvertices); }
+
+// The first of the weights of a vertex, 1 if it has none. None after an error.
+std::optional<int> read_vertex_weights(Scanner& in, const Header& header, int u) {
+  const auto read = [&](const char* what) {
+    return number_or_refuse(in, next_on_line(in), any_weight(),
+                            [&] { return weight_meaning(what + vertex_name(u, header)); });
+  };
+  if (header.vertex_sizes && !read("the size of ")) return std::nullopt;
   if (!header.vertex_weights) return 1;
-  const Range weights = weight_range("the weight of " + vertex);
-  const int first = as_number(in, next_on_line(in), weights);
-  for (int k = 2; k <= header.weights_per_vertex; ++k) as_number(in, next_on_line(in), weights);
+  const std::optional<int> first = read("the weight of ");
+  for (int k = 2; first && k <= header.weights_per_vertex; ++k)
+    if (!read("the weight of ")) return std::nullopt;
   return first;
 }
 
-void report_self_loop(const Scanner& in, const Token& token, int u) {
-  const Place place = place_of(in, token.offset);
-  report(in, {"self-loop", Severity::kError, in.name, place.line, place.column,
-              "found " + shown(in, token) + ", expected another vertex than " + std::to_string(u) + " itself",
-              ""});
+// Of the edge to a vertex, as the file writes it. None after an error.
+std::optional<int> read_edge_weight(Scanner& in, const std::string& vertex) {
+  return number_or_refuse(in, next_on_line(in), any_weight(),
+                          [&vertex] { return weight_meaning("the weight of the edge to " + vertex); });
 }
 
 // Calls visit(v, w, offset) for each vertex v that vertex u names. Returns whether there was no error.
 template <typename Visit>
 bool read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
   const int last = header.nvertices - 1 + header.first;
-  const Range vertices{header.first, last,
-                       "a vertex from " + std::to_string(header.first) + " to " + std::to_string(last),
-                       "cell-out-of-range"};
+  const Range vertices{header.first, last, {}, "cell-out-of-range"};
+  const auto meaning = [&header, last] {
+    return "a vertex from " + std::to_string(header.first) + " to " + std::to_string(last);
+  };
   bool sound = true;
   for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
     const std::optional<int> number = number_in(token, vertices);
     const int v = number ? *number + 1 - header.first : 0;
     if (!number)
-      report_number(in, token, vertices,
+      refuse_number(in, token, vertices, meaning,
                     token.text == "0" ? "METIS counts vertices from 1; does this file count from 0?" : "");
-    if (v == u) report_self_loop(in, token, u);
+    if (v == u)
+      refuse(in, token, "self-loop", [u] { return "another vertex than " + std::to_string(u) + " itself"; });
     if (!number || v == u) {
       sound = false;
       if (header.edge_weights) next_on_line(in);
       continue;
     }
     locate(in, {Item::kNet, u, Item::kFirstPin + v}, token.offset);
-    const int w = header.edge_weights
-                      ? as_number(in, next_on_line(in),
-                                  weight_range("the weight of the edge to " + std::string(token.text)))
-                      : 1;
-    visit(v, w, token.offset);
+    const std::optional<int> w = header.edge_weights ? read_edge_weight(in, std::string(token.text)) : 1;
+    if (!w) return false;
+    visit(v, *w, token.offset);
   }
   return sound;
 }
-
-std::string vertex_name(int u, const Header& header) { return of_all("vertex", u, header.nvertices); }
 
 // How many numbers of a line are not about edges.
 int head_of(const Header& header) {
@@ -288,7 +292,7 @@ std::vector<Mention> all_mentions(Scanner& in, const Header& header) {
   skip_header(in);
   for (int u = 1; u <= header.nvertices; ++u) {
     skip_comments(in);
-    read_vertex_weights(in, header, vertex_name(u, header));
+    read_vertex_weights(in, header, u);
     read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) {
       mentions.push_back({u, v, w});
     });
@@ -304,7 +308,7 @@ std::vector<Place> find_mentions(Scanner& in, const Header& header, const std::v
   std::size_t nread = 0;
   for (int u = 1; u <= header.nvertices && places.size() < indices.size(); ++u) {
     skip_comments(in);
-    read_vertex_weights(in, header, vertex_name(u, header));
+    read_vertex_weights(in, header, u);
     read_mentions(in, header, u, [&](int /*v*/, int /*w*/, std::size_t offset) {
       if (places.size() < indices.size() && nread++ == indices[places.size()])
         places.push_back(place_of(in, offset));
@@ -468,14 +472,15 @@ int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, Plai
 // Returns whether there was no error.
 bool read_vertex(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u) {
   locate(in, {Item::kNet, u, Item::kLine}, in.at);
-  const int weight = read_vertex_weights(in, header, vertex_name(u, header));
-  if (header.vertex_weights) lists.cell_weights.push_back(weight);
+  const std::optional<int> weight = read_vertex_weights(in, header, u);
+  if (!weight) return false;
+  if (header.vertex_weights) lists.cell_weights.push_back(*weight);
   edges.begin_line(u);
-  const bool sound =
-      read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) { edges.add(v, w); });
+  if (!read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) { edges.add(v, w); }))
+    return false;
   edges.end_line();
   skip_line(in);
-  return sound;
+  return true;
 }
 
 // Returns whether no line has an error.
@@ -489,13 +494,12 @@ bool read_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReade
     }
     if (!skip_to_line(in))
       unexpected(in, {{}, in.at}, "missing-line", "the line of " + vertex_name(u, header));
-    bool is_sound_line = false;
-    if (skips_net(in, u))
-      skip_line(in);
-    else
-      read_line(in, [&] { is_sound_line = read_vertex(in, lists, header, edges, u); });
-    sound = sound && is_sound_line;
-    if (!is_sound_line) note_damage(in, u);
+    const bool is_skipped = skips_net(in, u);
+    if (is_skipped) skip_line(in);
+    if (is_skipped || !read_line(in, [&] { return read_vertex(in, lists, header, edges, u); })) {
+      sound = false;
+      note_damage(in, u);
+    }
     ++u;
     if (header.vertex_weights) lists.cell_weights.resize(static_cast<std::size_t>(u), 1);
   }

@@ -193,18 +193,6 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   return count;
 }
 
-void read_or_drop_net(Scanner& in, NetLists& lists, int net, bool has_weights,
-                      const std::function<void()>& read) {
-  if (skips_net(in, net)) {
-    skip_line(in);
-    drop_net(lists, has_weights);
-    return;
-  }
-  if (read_line(in, read)) return;
-  note_damage(in, net);
-  drop_net(lists, has_weights);
-}
-
 std::int64_t pins_of_last_net(const NetLists& lists) {
   return static_cast<std::int64_t>(lists.nadj.size()) - lists.xnadj.back();
 }

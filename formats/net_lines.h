@@ -7,9 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
+#include "formats/audit.h"
+#include "formats/line_errors.h"
 #include "formats/net_lists.h"
 #include "formats/scanner.h"
 
@@ -35,10 +36,19 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form);
 ///
 /// @param net          Its number.
 /// @param has_weights  Whether net weights are read.
-/// @param read         Reads to the start of the next line, and ends the net.
+/// @param read         As for `read_line`; ends the net.
 /// @throws BadFile     if there is an error and nobody listens.
-void read_or_drop_net(Scanner& in, NetLists& lists, int net, bool has_weights,
-                      const std::function<void()>& read);
+template <typename Read>
+void read_or_drop_net(Scanner& in, NetLists& lists, int net, bool has_weights, Read read) {
+  if (skips_net(in, net)) {
+    skip_line(in);
+    drop_net(lists, has_weights);
+    return;
+  }
+  if (read_line(in, read)) return;
+  note_damage(in, net);
+  drop_net(lists, has_weights);
+}
 
 /// @return  Pins of the net that has not ended yet.
 std::int64_t pins_of_last_net(const NetLists& lists);

@@ -9,6 +9,7 @@
 #include "formats/audit.h"
 #include "formats/findings.h"
 #include "formats/hints.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/net_lists.h"
 #include "formats/part_readers.h"
@@ -92,6 +93,7 @@ std::size_t line_of_number(Scanner& in, std::size_t index) {
 // Somebody who listens wants to read on: the line of the first is not looked for then.
 void named_twice(Scanner& in, const Token& token, const std::vector<int>& order, int number,
                  const std::string& item) {
+  if (!wants_text(in, "repeated-cell")) return;
   const Place place = place_of(in, token.offset);
   std::string message = "found " + shown(in, token) + ", expected a " + item + " not named before";
   if (in.listener == nullptr) {
@@ -112,9 +114,10 @@ std::vector<int> read_parts(const std::string& filename, int ncells, int nparts,
 std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
   const bool is_bounded = nparts < kAnyNumber;
   const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
-  const std::string range = ", from " + std::to_string(first) +
+  const std::string range = "the part number, from " + std::to_string(first) +
                             (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
   std::vector<int> parts = list_of(ncells, 0);
+  const auto meaning = [&] { return range + std::to_string(parts.size()); };
   bool has_part_0 = first == 1;
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
@@ -130,8 +133,7 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
     if (!part) {
       const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
       const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
-      const std::string meaning = "the part number" + range + std::to_string(parts.size());
-      report_number(in, token, {first, last, meaning, "part-out-of-range", "missing-part"},
+      refuse_number(in, token, {first, last, {}, "part-out-of-range", "missing-part"}, meaning,
                     is_large         ? kManyParts
                     : is_last_from_1 ? kPartsFrom1
                                      : "");
@@ -156,6 +158,8 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
   const std::string range = "the part number, from " + std::to_string(first) +
                             (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
   std::vector<int> parts = list_of(ncells, -1);
+  const auto meaning = [&] { return range + std::to_string(parts.size()); };
+  const Range numbered{first, last, {}, "part-out-of-range", "missing-part"};
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   while (parts.size() < nwanted) {
@@ -165,10 +169,8 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
       continue;
     }
     const Token token = next_token(in);
-    const Range numbers{first, last, range + std::to_string(parts.size()), "part-out-of-range",
-                        "missing-part"};
-    const std::optional<int> part = number_in(token, numbers);
-    if (!part && !number_in(token, {-1, -1, {}})) report_number(in, token, numbers, "");
+    const std::optional<int> part = number_in(token, numbered);
+    if (!part && !number_in(token, {-1, -1, {}})) refuse_number(in, token, numbered, meaning);
     if (token.text.empty()) return parts;
     parts.push_back(part ? *part - first : -1);
     end_line(in);
@@ -224,7 +226,7 @@ std::vector<int> read_permutation(Scanner& in, int count, const std::string& ite
     }
     const Token token = next_token(in);
     const int number = number_in(token, allowed).value_or(0);
-    if (number == 0) report_number(in, token, allowed, "");
+    if (number == 0) refuse_number(in, token, allowed);
     if (token.text.empty()) return order;
     if (number != 0 && std::exchange(named[static_cast<std::size_t>(number)], char{1}) != 0)
       named_twice(in, token, order, number, item);

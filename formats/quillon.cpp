@@ -6,6 +6,7 @@
 
 #include "formats/audit.h"
 #include "formats/beside.h"
+#include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
 #include "formats/net_lines.h"
@@ -75,22 +76,25 @@ Header read_header(Scanner& in, NetLists& lists) {
 
 void bad_cell(const Scanner& in, const Token& token, const Header& header, const NetLists& lists,
               const Range& cells) {
-  std::string hint;
-  const int other_numbering = 1 - header.numbering;
-  if (number_in(token, cell_range(lists.ncells, other_numbering)))
-    hint = "the header says that cells count from " + std::to_string(header.numbering) + "; do they from " +
-           std::to_string(other_numbering) + "?";
-  else if (number_in(token, {cells.max + 1, lists.nnets, ""}))
+  const char* hint = "";
+  const int other = 1 - header.numbering;
+  if (number_in(token, {other, lists.ncells - 1 + other, {}}))
+    hint = other == 0 ? "the header says that cells count from 1; do they from 0?"
+                      : "the header says that cells count from 0; do they from 1?";
+  else if (number_in(token, {cells.max + 1, lists.nnets, {}}))
     hint = "the header gives the number of cells first, that of nets second; are they swapped?";
-  report_number(in, token, cells, hint);
+  refuse_number(in, token, cells, hint);
 }
 
-// Our own files can hold negative weights.
-Range signed_weight_range(const std::string& what) {
-  constexpr int kLargest = std::numeric_limits<int>::max();
-  constexpr int kLeast = std::numeric_limits<int>::min();
-  return {kLeast, kLargest, what + ", from " + std::to_string(kLeast) + " to " + std::to_string(kLargest),
-          "bad-weight"};
+// Our own files can hold negative weights. Without the words of a message.
+Range any_signed_weight() {
+  return {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}, "bad-weight"};
+}
+
+// The meaning of `any_signed_weight`.
+std::string signed_weight_meaning(const std::string& what) {
+  const Range range = any_signed_weight();
+  return what + ", from " + std::to_string(range.min) + " to " + std::to_string(range.max);
 }
 
 const char* hint_on_format(const Header& header) {
@@ -104,18 +108,22 @@ void note_ignored_text(Scanner& in) {
   if (in.audit == nullptr) return;
   const Token token = next_on_line(in);
   if (!token.text.empty())
-    note_oddity(in, place_of(in, token.offset), "ignored-text",
-                "text from " + shown(in, token) + " on is ignored: it is no number");
+    note_oddity_at(in, token.offset, "ignored-text",
+                   [&] { return "text from " + shown(in, token) + " on is ignored: it is no number"; });
 }
 
-void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
+// Returns whether the net can be kept, perhaps without some of its pins.
+bool read_net(Scanner& in, NetLists& lists, const Header& header, const Range& cells) {
   const auto j = static_cast<int>(lists.xnadj.size()) - 1;
   locate(in, {Item::kNet, j, Item::kLine}, in.at);
   if (header.net_weights) {
     const Token weight = next_number(in);
     locate(in, {Item::kNet, j, Item::kWeight}, weight.offset);
-    lists.net_weights.push_back(
-        as_number(in, weight, signed_weight_range("the weight of net " + std::to_string(j))));
+    const std::optional<int> value = number_or_refuse(in, weight, any_signed_weight(), [j] {
+      return signed_weight_meaning("the weight of net " + std::to_string(j));
+    });
+    if (!value) return false;
+    lists.net_weights.push_back(*value);
   }
   while (const std::optional<Token> token = next_integer(in)) {
     if (in.audit == nullptr && lists.nadj.size() == static_cast<std::size_t>(header.npins))
@@ -134,6 +142,7 @@ void read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
   note_ignored_text(in);
   end_net(lists);
   skip_line(in);
+  return true;
 }
 
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
@@ -150,7 +159,7 @@ void read_nets(Scanner& in, NetLists& lists, const Header& header) {
       continue;
     }
     if (!skip_to_line(in)) unexpected(in, {{}, in.at}, "missing-line", of_all("net", j, lists.nnets));
-    read_or_drop_net(in, lists, j++, header.net_weights, [&] { read_net(in, lists, header, cells); });
+    read_or_drop_net(in, lists, j++, header.net_weights, [&] { return read_net(in, lists, header, cells); });
   }
 }
 
@@ -171,7 +180,8 @@ bool read_plain_lines(Scanner& in, NetLists& lists, int weights_per_cell, int& k
 // The first of the numbers of a cell is its weight. Missing ones are 1. More numbers on the last line are an
 // error: it is unclear which cells the weights belong to.
 void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
-  const Range weights = signed_weight_range("the weight of a cell");
+  Range weights = any_signed_weight();
+  weights.meaning = signed_weight_meaning("the weight of a cell");
   const auto wanted = static_cast<std::size_t>(lists.ncells) + 1;
   lists.cell_weights.push_back(0);
   for (int k = 0; lists.cell_weights.size() < wanted || k != 0;) {

@@ -12,9 +12,21 @@ namespace quillon::formats {
 /// Most cells or nets of a record: they are numbered by ints, and so is the sentinel after the last one.
 inline constexpr int kMostItems = std::numeric_limits<int>::max() - 2;
 
+/// Counts; without the words of a message.
+inline Range any_count(const char* if_missing) { return {0, kMostItems, {}, "bad-count", if_missing}; }
+
+/// The meaning of `any_count`.
+///
+/// @param what  Such as "the number of nets".
+inline std::string count_meaning(const std::string& what) {
+  return what + ", from 0 to " + std::to_string(kMostItems);
+}
+
+/// A number of a header.
+///
 /// @param what  Such as "the number of nets".
 inline Range count_range(const std::string& what, const char* if_missing = "header-short") {
-  return {0, kMostItems, what + ", from 0 to " + std::to_string(kMostItems), "bad-count", if_missing};
+  return {0, kMostItems, count_meaning(what), "bad-count", if_missing};
 }
 
 /// The first number of a header.
@@ -22,10 +34,14 @@ inline Range count_range(const std::string& what, const char* if_missing = "head
 /// @param what  Such as "the number of nets".
 inline Range first_count_range(const std::string& what) { return count_range(what, "header-missing"); }
 
+/// Weights; without the words of a message.
+inline Range any_weight() { return {0, std::numeric_limits<int>::max(), {}, "bad-weight"}; }
+
+/// The meaning of `any_weight`.
+///
 /// @param what  Such as "the weight of net 3".
-inline Range weight_range(const std::string& what) {
-  constexpr int kLargest = std::numeric_limits<int>::max();
-  return {0, kLargest, what + ", from 0 to " + std::to_string(kLargest), "bad-weight"};
+inline std::string weight_meaning(const std::string& what) {
+  return what + ", from 0 to " + std::to_string(any_weight().max);
 }
 
 /// Cell numbers of a file that counts from `first`.

@@ -171,16 +171,6 @@ void report(const Scanner& scanner, const Finding& finding) {
   scanner.listener(finding);
 }
 
-bool read_line(Scanner& scanner, const std::function<void()>& read) try {
-  read();
-  return true;
-} catch (const BadFile& error) {
-  if (scanner.listener == nullptr) throw;
-  scanner.listener(error.finding());
-  skip_line(scanner);
-  return false;
-}
-
 Token next_token(Scanner& scanner) {
   skip_while(scanner, is_space);
   return next_on_line(scanner);

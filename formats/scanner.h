@@ -220,14 +220,6 @@ void finish(Scanner& scanner);
 /// @throws BadFile if there is no listener.
 void report(const Scanner& scanner, const Finding& finding);
 
-/// Reads a line, or part of it. If it has an error and there is a listener, the rest of the line is skipped.
-///
-/// @param scanner  On a line; its listener gets the error.
-/// @param read     Reads to the start of the next line.
-/// @return         Whether there was no error.
-/// @throws BadFile if there is an error and no listener.
-bool read_line(Scanner& scanner, const std::function<void()>& read);
-
 /// Converts a word to a number.
 ///
 /// @param token  Decimal digits, after a minus if the number is negative.

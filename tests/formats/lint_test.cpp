@@ -332,6 +332,100 @@ TEST(Lint, CountsFindingsThatItDoesNotKeep) {
   EXPECT_THAT(counted.findings, IsEmpty());
 }
 
+// A file of `kBadLines` lines with one mistake, each a net, an entry, a vertex or a name.
+struct BadLines {
+  const char* format;
+  std::string before;
+  const char* line;
+  const char* rule;
+  std::string after = "";
+  ReadOptions read = {};
+};
+
+constexpr int kBadLines = 40;
+
+std::string repeated(const char* line) {
+  std::string text;
+  for (int k = 0; k < kBadLines; ++k) text += line;
+  return text;
+}
+
+std::vector<BadLines> files_of_bad_lines() {
+  const std::string banner = "%%MatrixMarket matrix coordinate ";
+  const ReadOptions pairs{.pairs = Pairs::kNetCell};
+  return {
+      {"hmetis", "40 4\n", "1 x 2\n", "not-a-number"},
+      {"hmetis", "40 4\n", "1 99999999999\n", "number-too-large"},
+      {"hmetis", "40 4 1\n", "x 1 2\n", "not-a-number"},
+      {"hmetis", "40 4 1\n", "-1 1 2\n", "bad-weight"},
+      {"hmetis", "0 40 10\n", "x\n", "not-a-number"},
+      {"hmetis", "0 40 10\n", "1 1\n", "trailing-text"},
+      {"quillon", "1 4 40 80\n", "1 2 x\n", "ignored-text"},
+      {"quillon", "1 4 40 80\n", "1 7 +2\n", "cell-out-of-range"},
+      {"quillon", "1 4 40 80 2\n", "x 1 2\n", "not-a-number"},
+      {"mtx", banner + "pattern general\n9 9 40\n", "x 1\n", "not-a-number"},
+      {"mtx", banner + "pattern general\n9 9 40\n", "1 99999999999\n", "number-too-large"},
+      {"mtx", banner + "pattern general\n9 9 40\n", "7\n", "cell-out-of-range"},
+      {"mtx", banner + "pattern general\n9 9 40\n", "1 12\n", "cell-out-of-range"},
+      {"mtx", banner + "pattern general\n9 9 40\n", "1 2 3\n", "trailing-text"},
+      {"mtx", banner + "real general\n9 9 40\n", "1 2\n", "bad-value"},
+      {"mtx", banner + "integer general\n9 9 40\n", "1 2 0.5\n", "bad-value"},
+      {"mtx", banner + "pattern skew-symmetric\n9 9 40\n", "3 3\n", "diagonal-entry"},
+      {"metis", "40 2\n", "99\n", "cell-out-of-range"},
+      {"metis", "40 2 1\n", "99\n", "cell-out-of-range"},
+      {"metis", "41 2 1\n", "41\n", "bad-weight", "\n"},
+      {"metis", "41 2 1\n", "41 x\n", "not-a-number", "\n"},
+      {"metis", "40 2 10\n", "x 1 2\n", "not-a-number"},
+      {"metis", "40 2 110\n", "-1 1 2\n", "bad-weight"},
+      {"edges", "a b\n", "a 0.5\n", "bad-name"},
+      {"edges", "a b\n", "a \"b\n", "bad-name"},
+      {"edges", "a b\n", "a \"b\"c\n", "bad-name"},
+      {"edges", "a b\n", ", a\n", "bad-name"},
+      {"edges", "a b\n", "a,\n", "bad-name"},
+      {"edges", "a b\n", "a \xFF\n", "bad-name"},
+      {"edges", "a b\n", "a b c\n", "trailing-text", "", pairs},
+      {"edges", "a b\n", "a\n", "missing-pin", "", pairs},
+      {"edges", "a b\n", "0.5 0.25\n", "bad-name", "", pairs},
+      {"kub", "4\n40\n", "x 2 0 1\n", "not-a-number", "1\n1\n1\n1\n"},
+      {"kub", "4\n40\n", "1 -2 0 1\n", "bad-count", "1\n1\n1\n1\n"},
+      {"kub", "4\n40\n", "1 3 0 1\n", "missing-pin", "1\n1\n1\n1\n"},
+      {"kub", "4\n40\n", "1 2 0 1 2\n", "trailing-text", "1\n1\n1\n1\n"},
+      {"kub", "40\n0\n", "x\n", "not-a-number"},
+      {"kub", "40\n0\n", "1 1\n", "trailing-text"},
+      {"cnf", "p cnf 4 40\n", "1 x 0\n", "not-a-number"},
+      {"cnf", "p cnf 4 40\n", "1 2 1 0\n", "duplicate-pin"},
+  };
+}
+
+TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
+  constexpr std::size_t kFew = 3;
+  for (const BadLines& file : files_of_bad_lines()) {
+    const std::string text = file.before + repeated(file.line) + file.after;
+    SCOPED_TRACE(text.substr(0, 60));
+    LintOptions options;
+    options.read = file.read;
+    options.most_kept = kBadLines;
+    const LintResult all = lint_text(file.format, text, options);
+    options.most_kept = kFew;
+    const LintResult few = lint_text(file.format, text, options);
+
+    EXPECT_EQ(all.count(file.rule), kBadLines);
+    EXPECT_EQ(few.count(file.rule), kBadLines);
+    EXPECT_EQ(few.count(Severity::kError), all.count(Severity::kError));
+    std::vector<std::string> first = findings_of(all, file.rule);
+    first.resize(kFew);
+    EXPECT_EQ(findings_of(few, file.rule), first);
+  }
+}
+
+TEST(Lint, KeepsTheNumbersOfNetsAfterALineWithTextAfterTheNet) {
+  const LintResult result = lint_text("kub", "3\n2\n1 2 0 1 2\n1 3 0 1 0\n1\n1\n1\n");
+  EXPECT_THAT(findings_of(result, "trailing-text"),
+              ElementsAre("3:9 found \"2\", expected the end of the line after 2 pins"));
+  EXPECT_THAT(findings_of(result, "duplicate-pin"),
+              ElementsAre("4:9 net 2 names cell 0 again, first in column 5"));
+}
+
 TEST(Lint, GoesOnAfterErrorsInNetsAndWeights) {
   const LintResult result = lint_text("hmetis", "3 3 11\n1 1 9 x\n-2 1 2\n1 2 3\n1\n-7\n1 1\n");
   EXPECT_THAT(findings_of(result, "cell-out-of-range"),
