@@ -73,7 +73,9 @@ bool read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
     if (!value) return false;
     lists.net_weights.push_back(*value);
   }
-  for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
+  while (true) {
+    const Token token = next_on_line(in);  // not assigned, as a copy would stall
+    if (token.text.empty()) break;
     const std::optional<int> cell = number_in(token, cells);
     if (!cell) {
       bad_cell(in, token, header, cells);

@@ -589,8 +589,7 @@ class Linter : private NetVisitor {
   [[nodiscard]] std::string pin_name(const PinList& pins, std::size_t k) const;
   void add_pin(const char* rule, const PinList& pins, std::size_t k, std::string message,
                std::optional<std::size_t> first = {});
-  template <typename IsDamaged>
-  void note_extremes(const PinList& pins, IsDamaged is_damaged);
+  void note_extremes(const PinList& pins);
 
   // ---- Places ----
 
@@ -700,9 +699,21 @@ class Linter : private NetVisitor {
   std::int64_t nrepeated_ = 0;  // repeated pins that are counted only
 };
 
+// Calls visit(k) for each pin that is not damaged. Damaged ones ascend and count from 1.
+template <typename Visit>
+void for_each_sound(const PinList& pins, const std::vector<int>& damaged, Visit visit) {
+  auto next = damaged.begin();
+  for (std::size_t k = 0; 2 * k < pins.numbers.size(); ++k) {
+    if (next != damaged.end() && static_cast<std::size_t>(*next) == k + 1)
+      ++next;
+    else
+      visit(k);
+  }
+}
+
 // Pairs of pins of which the second repeats the first, by second.
-std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pins) {
-  const std::size_t count = pins.numbers.size() / 2;
+std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pins,
+                                                               const std::vector<int>& damaged) {
   const auto net_of = [&](std::size_t k) {
     const int net = pins.numbers[2 * k];
     return static_cast<std::size_t>(pins.is_mirrored ? std::max(net, pins.numbers[2 * k + 1]) : net);
@@ -712,10 +723,10 @@ std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pi
     return static_cast<std::size_t>(pins.is_mirrored ? std::min(cell, pins.numbers[2 * k]) : cell);
   };
   std::vector<std::size_t> ends(static_cast<std::size_t>(pins.nnets) + 2);
-  for (std::size_t k = 0; k < count; ++k) ++ends[net_of(k) + 1];
+  for_each_sound(pins, damaged, [&](std::size_t k) { ++ends[net_of(k) + 1]; });
   std::partial_sum(ends.begin(), ends.end(), ends.begin());
-  std::vector<std::size_t> by_net(count);
-  for (std::size_t k = 0; k < count; ++k) by_net[ends[net_of(k)]++] = k;
+  std::vector<std::size_t> by_net(ends.back());
+  for_each_sound(pins, damaged, [&](std::size_t k) { by_net[ends[net_of(k)]++] = k; });
 
   constexpr std::size_t kNone = static_cast<std::size_t>(-1);
   std::vector<std::size_t> last(static_cast<std::size_t>(pins.is_mirrored ? pins.nnets : pins.ncells) + 1,
@@ -749,18 +760,14 @@ bool ascend(const PinList& pins) {
 void Linter::add_pin_findings(const PinList& pins) {
   const bool is_matrix = result_.format->name == "mtx";
   const std::vector<int>& damaged = audit_.damaged;
-  const auto is_damaged = [&damaged](std::size_t k) {
-    return std::binary_search(damaged.begin(), damaged.end(), static_cast<int>(k) + 1);
-  };
-  if (is_matrix) note_extremes(pins, is_damaged);
-  for (std::size_t k = 0; pins.is_mirrored && 2 * k < pins.numbers.size(); ++k)
-    if (pins.numbers[2 * k] < pins.numbers[2 * k + 1] && !is_damaged(k) &&
-        has_room_for("entry-above-diagonal"))
+  if (is_matrix) note_extremes(pins);
+  for (std::size_t k = 0; pins.is_mirrored && 2 * k < pins.numbers.size(); ++k)  // no damaged one is above
+    if (pins.numbers[2 * k] < pins.numbers[2 * k + 1] && has_room_for("entry-above-diagonal"))
       add_pin("entry-above-diagonal", pins, k, "entry " + pin_name(pins, k) + " is above the diagonal");
   const bool is_half = pins.is_mirrored && store_.count_of("entry-above-diagonal") == 0 && pending_.empty();
   if (ascend(pins) && (!pins.is_mirrored || is_half) && damaged.empty()) return;
-  for (const auto& [first, second] : find_repeated(pins)) {
-    if (is_damaged(first) || is_damaged(second) || !has_room_for("repeated-entry")) continue;
+  for (const auto& [first, second] : find_repeated(pins, damaged)) {
+    if (!has_room_for("repeated-entry")) continue;
     const std::string what = is_matrix   ? "entry " + pin_name(pins, second) + " is"
                              : is_json() ? "this incidence is"
                                          : "this pair is";
@@ -792,18 +799,16 @@ void Linter::add_pin(const char* rule, const PinList& pins, std::size_t k, std::
   note(rule, place_of(*in_, pins.offsets[k]), message);
 }
 
-template <typename IsDamaged>
-void Linter::note_extremes(const PinList& pins, IsDamaged is_damaged) {
+void Linter::note_extremes(const PinList& pins) {
   std::int64_t smallest = std::numeric_limits<int>::max();
   std::int64_t largest = 0;
   bool reaches_last = false;
-  for (std::size_t k = 0; 2 * k < pins.numbers.size(); ++k) {
-    if (!audit_.damaged.empty() && is_damaged(k)) continue;
+  for_each_sound(pins, audit_.damaged, [&](std::size_t k) {
     const auto [net, cell] = std::pair(pins.numbers[2 * k], pins.numbers[2 * k + 1]);
     smallest = std::min<std::int64_t>({smallest, net, cell});
     largest = std::max<std::int64_t>({largest, net, cell});
     reaches_last = reaches_last || net == pins.nnets || cell == pins.ncells;
-  }
+  });
   const int shift = audit_.first_cell - 1;
   extremes_ = {smallest + shift, largest + shift};
   reaches_last_ = reaches_last;

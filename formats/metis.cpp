@@ -108,7 +108,9 @@ bool read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
     return "a vertex from " + std::to_string(header.first) + " to " + std::to_string(last);
   };
   bool sound = true;
-  for (Token token = next_on_line(in); !token.text.empty(); token = next_on_line(in)) {
+  while (true) {
+    const Token token = next_on_line(in);
+    if (token.text.empty()) break;
     const std::optional<int> number = number_in(token, vertices);
     const int v = number ? *number + 1 - header.first : 0;
     if (!number)

@@ -109,6 +109,7 @@ struct Scanner {
 struct Token {
   std::string_view text;  ///< Into the scanner's; empty at the end of the line or of the text.
   std::size_t offset;     ///< Of its first byte.
+  int plain = -1;         ///< Its value, if it was found to consist of at most nine digits; else -1.
 };
 
 /// The values that a number may have, and what it stands for.
@@ -220,12 +221,19 @@ void finish(Scanner& scanner);
 /// @throws BadFile if there is no listener.
 void report(const Scanner& scanner, const Finding& finding);
 
+/// As `number_in`, of any word.
+std::optional<int> any_number_in(const Token& token, const Range& range);
+
 /// Converts a word to a number.
 ///
 /// @param token  Decimal digits, after a minus if the number is negative.
 /// @param range  The values allowed.
 /// @return       The value; none if the word is not a number, or out of range.
-std::optional<int> number_in(const Token& token, const Range& range);
+inline std::optional<int> number_in(const Token& token, const Range& range) {
+  if (token.plain < 0) return any_number_in(token, range);
+  if (token.plain < range.min || token.plain > range.max) return std::nullopt;
+  return token.plain;
+}
 
 /// Converts a word that must be a number.
 ///

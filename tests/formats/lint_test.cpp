@@ -418,6 +418,13 @@ TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
   }
 }
 
+TEST(Lint, FindsRepeatedEntriesBesideDamagedOnes) {
+  const LintResult result = lint_text("mtx", kPattern + "2 2 5\nx 1\n1 1\n1 x\n1 1\n2 2\n");
+  EXPECT_EQ(result.count("not-a-number"), 2);
+  EXPECT_THAT(findings_of(result, "repeated-entry"),
+              ElementsAre("6:1 entry (1, 1) is given before, on line 4"));
+}
+
 TEST(Lint, KeepsTheNumbersOfNetsAfterALineWithTextAfterTheNet) {
   const LintResult result = lint_text("kub", "3\n2\n1 2 0 1 2\n1 3 0 1 0\n1\n1\n1\n");
   EXPECT_THAT(findings_of(result, "trailing-text"),
