@@ -46,6 +46,7 @@ void read_audited(Scanner& in, const Format& format, const ReadOptions& options,
   in.audit = &audit;
   in.listener = [](const Finding&) {};
   NetLists lists;
+  lists.grow_slowly = true;
   try {
     format.read(in, lists, options);
   } catch (const Audit::AllFound&) {

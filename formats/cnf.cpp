@@ -181,7 +181,14 @@ void read_cnf(Scanner& in, NetLists& lists, const ReadOptions& options) {
   Clauses clauses(lists, header, by_literal);
   read_clauses(in, clauses);
   clauses.note_repetitions();
-  if (options.model == Model::kDual) transpose(lists);
+  if (options.model != Model::kDual) return;
+  if (!lists.avoids(lists.ncells, lists.nadj.size())) return transpose(lists);
+  note_oddity(in, {}, "mostly-empty",
+              "the header announces " + counted(header.nvariables, "variable") + " for " +
+                  counted(static_cast<std::int64_t>(lists.nadj.size()), "literal"));
+  std::swap(lists.ncells, lists.nnets);
+  lists.xnadj.clear();
+  lists.nadj.clear();
 }
 
 std::string refusal_of_cnf(const WriteOptions& /*options*/) {

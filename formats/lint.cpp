@@ -711,9 +711,32 @@ void for_each_sound(const PinList& pins, const std::vector<int>& damaged, Visit 
   }
 }
 
-// Pairs of pins of which the second repeats the first, by second.
-std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pins,
-                                                               const std::vector<int>& damaged) {
+using PinPairs = std::vector<std::pair<std::size_t, std::size_t>>;
+
+// Pairs of pins of which the second repeats the first. Without memory for nets and cells without pins.
+PinPairs find_repeated_by_sorting(const PinList& pins, const std::vector<int>& damaged) {
+  const auto key = [&](std::size_t k) {
+    const std::pair pin(pins.numbers[2 * k], pins.numbers[2 * k + 1]);
+    const bool is_mirror = pins.is_mirrored && pin.first < pin.second;
+    return is_mirror ? std::pair(pin.second, pin.first) : pin;
+  };
+  std::vector<std::size_t> order;
+  for_each_sound(pins, damaged, [&](std::size_t k) { order.push_back(k); });
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return std::pair(key(a), a) < std::pair(key(b), b); });
+  PinPairs repeated;
+  std::size_t first = 0;  // index of the first of equal pins
+  for (std::size_t k = 1; k < order.size(); ++k) {
+    if (key(order[k]) == key(order[first]))
+      repeated.emplace_back(order[first], order[k]);
+    else
+      first = k;
+  }
+  return repeated;
+}
+
+// As above, in linear time.
+PinPairs find_repeated_by_net(const PinList& pins, const std::vector<int>& damaged) {
   const auto net_of = [&](std::size_t k) {
     const int net = pins.numbers[2 * k];
     return static_cast<std::size_t>(pins.is_mirrored ? std::max(net, pins.numbers[2 * k + 1]) : net);
@@ -731,7 +754,7 @@ std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pi
   constexpr std::size_t kNone = static_cast<std::size_t>(-1);
   std::vector<std::size_t> last(static_cast<std::size_t>(pins.is_mirrored ? pins.nnets : pins.ncells) + 1,
                                 kNone);
-  std::vector<std::pair<std::size_t, std::size_t>> repeated;
+  PinPairs repeated;
   for (const std::size_t k : by_net) {
     std::size_t& first = last[cell_of(k)];
     if (first != kNone && net_of(first) == net_of(k))
@@ -739,6 +762,13 @@ std::vector<std::pair<std::size_t, std::size_t>> find_repeated(const PinList& pi
     else
       first = k;
   }
+  return repeated;
+}
+
+// Pairs of pins of which the second repeats the first, by second.
+PinPairs find_repeated(const PinList& pins, const std::vector<int>& damaged, bool by_sorting) {
+  PinPairs repeated =
+      by_sorting ? find_repeated_by_sorting(pins, damaged) : find_repeated_by_net(pins, damaged);
   std::sort(repeated.begin(), repeated.end(),
             [](const auto& a, const auto& b) { return a.second < b.second; });
   return repeated;
@@ -766,7 +796,8 @@ void Linter::add_pin_findings(const PinList& pins) {
       add_pin("entry-above-diagonal", pins, k, "entry " + pin_name(pins, k) + " is above the diagonal");
   const bool is_half = pins.is_mirrored && store_.count_of("entry-above-diagonal") == 0 && pending_.empty();
   if (ascend(pins) && (!pins.is_mirrored || is_half) && damaged.empty()) return;
-  for (const auto& [first, second] : find_repeated(pins, damaged)) {
+  const bool by_sorting = lists_.avoids(std::int64_t{pins.nnets} + pins.ncells, pins.numbers.size() / 2);
+  for (const auto& [first, second] : find_repeated(pins, damaged, by_sorting)) {
     if (!has_room_for("repeated-entry")) continue;
     const std::string what = is_matrix   ? "entry " + pin_name(pins, second) + " is"
                              : is_json() ? "this incidence is"

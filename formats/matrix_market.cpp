@@ -192,14 +192,16 @@ class Entries {
  public:
   // Begins without entries. They are kept as pairs from the start unless `model` makes a net of each row or
   // column.
-  Entries(const Header& header, Model model, bool as_pairs)
+  Entries(Model model, bool as_pairs)
       : values_("matrix: entries"),
         ends_("matrix: ends of nets"),
         net_(model == Model::kColumnNet ? 1 : 0),
         are_pins_(!as_pairs) {
-    values_.reserve(2 * static_cast<std::size_t>(header.nentries));
     ends_.assign({0, 0});
   }
+
+  // Makes room for entries that a header announces.
+  void reserve(int nentries) { values_.reserve(2 * static_cast<std::size_t>(nentries)); }
 
   [[nodiscard]] std::size_t size() const { return are_pins_ ? values_.size() : values_.size() / 2; }
   [[nodiscard]] bool are_pins() const { return are_pins_; }
@@ -304,12 +306,13 @@ void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges,
 }
 
 // Reads all entries. With a listener there may be fewer than announced.
-Entries read_entries(Scanner& in, const Header& header, const ReadOptions& options) {
+Entries read_entries(Scanner& in, const Header& header, const ReadOptions& options, bool grow_slowly) {
   const Ranges ranges{index_range("row", header.nrows, header.first),
                       index_range("column", header.ncolumns, header.first)};
   const bool are_listed = in.audit != nullptr && in.audit->pins;
   const bool as_pairs = header.mirrored || options.add_diagonal || options.model == Model::kFineGrain;
-  Entries entries(header, options.model, as_pairs || are_listed);
+  Entries entries(options.model, as_pairs || are_listed);
+  if (!grow_slowly) entries.reserve(header.nentries);
   begin_lines(in, {.nvalues = header.values_per_entry, .whole_values = header.whole_values});
   const auto nread = [&entries] { return static_cast<int>(entries.size()); };
   while (nread() < header.nentries) {
@@ -517,6 +520,20 @@ std::size_t make_fine_grain_nets(NetLists& lists, const Ints& entries, const Hea
   return ndropped;
 }
 
+// Whether the nets of a matrix would need far more memory than its file. Then lint is told, and no nets are
+// made.
+bool is_mostly_empty(const Scanner& in, NetLists& lists, const Header& header, std::size_t nentries,
+                     Model model) {
+  if (!lists.avoids(std::int64_t{header.nrows} + header.ncolumns, nentries)) return false;
+  lists.nnets = model == Model::kColumnNet ? header.ncolumns : header.nrows;
+  lists.ncells = model == Model::kColumnNet ? header.nrows : header.ncolumns;
+  note_oddity(in, header.size_place, "mostly-empty",
+              "the header announces " + std::to_string(header.nrows) + " rows and " +
+                  std::to_string(header.ncolumns) + " columns for " + std::to_string(nentries) +
+                  (nentries == 1 ? " entry" : " entries"));
+  return true;
+}
+
 // Nothing to read if the record cannot be had.
 void check_room_for(const Header& header, Model model) {
   if (model == Model::kColumnNet)
@@ -532,12 +549,13 @@ void check_room_for(const Header& header, Model model) {
 void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options) {
   Header header = read_header(in);
   header.first = first_cell_of(in, 1);
-  check_room_for(header, options.model);
-  Entries entries = read_entries(in, header, options);
+  if (!lists.grow_slowly) check_room_for(header, options.model);
+  Entries entries = read_entries(in, header, options, lists.grow_slowly);
   const Ints& pairs = entries.pairs();
   if (in.audit != nullptr && in.audit->pins)
     in.audit->pins({{pairs.data(), pairs.size()}, header.nrows, header.ncolumns, header.mirrored});
   check_options(in, header, options);
+  if (is_mostly_empty(in, lists, header, entries.size(), options.model)) return;
   std::vector<int> diagonal;
   if (options.add_diagonal) diagonal = marks_of_diagonal(pairs, header.nrows);
   std::size_t ndropped = 0;

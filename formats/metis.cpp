@@ -250,6 +250,12 @@ class EdgeReader {
  private:
   void find_repetitions(std::span<const int> line, int u) {
     if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) == line.end()) return;
+    if (lists_.avoids(lists_.ncells, nmentions_)) {
+      std::vector<int> sorted(line.begin(), line.end());
+      std::sort(sorted.begin(), sorted.end());
+      if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) has_repetitions_ = true;
+      return;
+    }
     named_by_.resize(static_cast<std::size_t>(lists_.ncells) + 1, 0);
     for (const int v : line)
       if (std::exchange(named_by_[static_cast<std::size_t>(v)], u) == u) has_repetitions_ = true;
@@ -531,7 +537,8 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
                 header.nvertices == 0 ? "the header announces no vertices" : "the header announces no edges");
   lists.ncells = header.nvertices;
   begin_nets(lists, header.nedges);
-  lists.nadj.reserve(std::min(2 * static_cast<std::size_t>(header.nedges), kMostPins) + 2);
+  if (!lists.grow_slowly)
+    lists.nadj.reserve(std::min(2 * static_cast<std::size_t>(header.nedges), kMostPins) + 2);
   if (header.vertex_weights) lists.cell_weights.push_back(0);
   if (header.edge_weights) lists.net_weights.push_back(0);
   begin_lines(in, {});

@@ -35,6 +35,13 @@ struct NetLists {
   /// made of these lists.
   bool grow_slowly = false;
 
+  /// @return  Whether arrays of so many entries are to be avoided: they would be far larger than the file.
+  [[nodiscard]] bool avoids(std::int64_t nentries, std::size_t npins) const {
+    constexpr std::int64_t kAlways = std::int64_t{1} << 24;
+    constexpr std::int64_t kForEachPin = 64;
+    return grow_slowly && nentries > kAlways + kForEachPin * static_cast<std::int64_t>(npins);
+  }
+
   std::vector<std::string> remarks;  ///< On what is kept as it is, and may surprise.
   std::vector<std::string> losses;   ///< What a hypergraph cannot hold.
 };

@@ -52,10 +52,10 @@ void append_from(int first, std::span<const int> numbers, std::vector<int>& valu
 }
 
 // The start of a list, with room for all of its entries: the fresh memory of each growth would cost as much
-// as the scan.
-std::vector<int> list_of(int count, int entry_0) {
+// as the scan. `lint` need not have memory for so many cells.
+std::vector<int> list_of(const Scanner& in, int count, int entry_0) {
   std::vector<int> list;
-  list.reserve(static_cast<std::size_t>(count) + 1);
+  if (in.audit == nullptr) list.reserve(static_cast<std::size_t>(count) + 1);
   list.push_back(entry_0);
   return list;
 }
@@ -116,7 +116,7 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
   const int last = nparts == 0 ? ncells - 1 + first : is_bounded ? nparts - 1 + first : nparts;
   const std::string range = "the part number, from " + std::to_string(first) +
                             (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
-  std::vector<int> parts = list_of(ncells, 0);
+  std::vector<int> parts = list_of(in, ncells, 0);
   const auto meaning = [&] { return range + std::to_string(parts.size()); };
   bool has_part_0 = first == 1;
   begin_lines(in, {.by_line = false});
@@ -157,7 +157,7 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
   const int last = nparts == 0 ? kAnyNumber : nparts - 1 + first;
   const std::string range = "the part number, from " + std::to_string(first) +
                             (nparts == 0 ? "" : " to " + std::to_string(last)) + ", or -1, of cell ";
-  std::vector<int> parts = list_of(ncells, -1);
+  std::vector<int> parts = list_of(in, ncells, -1);
   const auto meaning = [&] { return range + std::to_string(parts.size()); };
   const Range numbered{first, last, {}, "part-out-of-range", "missing-part"};
   begin_lines(in, {.by_line = false});
@@ -213,7 +213,7 @@ std::vector<int> read_permutation(Scanner& in, int count, const std::string& ite
   prepare_second_read(in);
   const Range allowed{1, count, "a " + item + " number from 1 to " + std::to_string(count),
                       "cell-out-of-range", "missing-part"};
-  std::vector<int> order = list_of(count, 0);
+  std::vector<int> order = list_of(in, count, 0);
   const auto nwanted = static_cast<std::size_t>(count) + 1;
   std::vector<char> named(nwanted, 0);
   begin_lines(in, {.by_line = false});

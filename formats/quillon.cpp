@@ -151,7 +151,8 @@ void read_nets(Scanner& in, NetLists& lists, const Header& header) {
   const NetForm form{header.net_weights, false, first,
                      in.audit == nullptr ? static_cast<std::size_t>(header.npins) : kMostPins};
   const int nspare = header.net_weights ? kSpareNumbers : 0;  // for `read_plain_nets`
-  lists.nadj.reserve(static_cast<std::size_t>(header.npins) + static_cast<std::size_t>(2 + nspare));
+  if (!lists.grow_slowly)
+    lists.nadj.reserve(static_cast<std::size_t>(header.npins) + static_cast<std::size_t>(2 + nspare));
   if (header.net_weights) lists.net_weights.push_back(0);
   for (int j = 1; j <= lists.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {

@@ -77,6 +77,7 @@ Outline outline_of(const std::string& filename, const LintResult& found, const R
   Outline outline;
   Audit audit;
   NetLists lists;
+  lists.grow_slowly = true;
   const std::unique_ptr<Scanner> in = open_audited(filename, found, audit);
   in->listener = [](const Finding&) {};
   try {
@@ -161,6 +162,7 @@ std::string change_of(const Counts& counts, const Counts& announced, std::string
 bool names_last_cell(const std::string& filename, const LintResult& found, const Counts& counts) {
   Audit audit;
   NetLists lists;
+  lists.grow_slowly = true;
   const std::unique_ptr<Scanner> in = open_audited(filename, found, audit);
   audit.corrected = counts;
   found.format->read(*in, lists, {});

@@ -21,6 +21,7 @@
 namespace quillon::formats {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -416,6 +417,33 @@ TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
     first.resize(kFew);
     EXPECT_EQ(findings_of(few, file.rule), first);
   }
+}
+
+TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
+  const auto counts_of = [](const std::string& format, const std::string& text, Model model) {
+    LintOptions options;
+    options.read.model = model;
+    std::vector<std::string> counts;
+    for (const RuleCount& broken : lint_text(format, text, options).counts)
+      counts.push_back(std::string(broken.rule->name) + " " + std::to_string(broken.count));
+    return counts;
+  };
+  const std::string many = "2000000000";
+  const std::string entries = "5 1\n3 4\n5 1\n";
+  for (const Model model : {Model::kRowNet, Model::kColumnNet}) {
+    EXPECT_THAT(counts_of("mtx", kPattern + many + " " + many + " 3\n" + entries, model),
+                ElementsAre("repeated-entry 1", "mostly-empty 1"));
+    EXPECT_THAT(counts_of("mtx", kSymmetric + many + " " + many + " 3\n" + entries, model),
+                ElementsAre("repeated-entry 1", "entry-above-diagonal 1", "mostly-empty 1"));
+    EXPECT_THAT(counts_of("mtx", kPattern + "5 5 " + many + "\n" + entries, model),
+                ElementsAre("missing-line 1"));
+  }
+  EXPECT_THAT(counts_of("cnf", "p cnf " + many + " 1\n1 2 0\n", Model::kDual), ElementsAre("mostly-empty 1"));
+  EXPECT_THAT(counts_of("hmetis", many + " 3\n1 2\n", {}), ElementsAre("missing-line 1"));
+  EXPECT_THAT(counts_of("quillon", "1 2 1 " + many + "\n1 2\n", {}), ElementsAre("pin-count 1"));
+  EXPECT_THAT(counts_of("metis", "2 " + many + "\n2\n1\n", {}), ElementsAre("edge-count 1"));
+  EXPECT_THAT(counts_of("metis", many + " 3\n4 3 4\n", {}), Contains("missing-line 1"));
+  EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 2"));
 }
 
 TEST(Lint, FindsRepeatedEntriesBesideDamagedOnes) {
