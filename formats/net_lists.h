@@ -35,7 +35,11 @@ struct NetLists {
   /// made of these lists.
   bool grow_slowly = false;
 
-  /// @return  Whether arrays of so many entries are to be avoided: they would be far larger than the file.
+  /// Whether arrays are to be avoided because they would be far larger than the file.
+  ///
+  /// @param nentries  Of the arrays.
+  /// @param npins     Number of pins in the file.
+  /// @return          Never true unless `grow_slowly` is.
   [[nodiscard]] bool avoids(std::int64_t nentries, std::size_t npins) const {
     constexpr std::int64_t kAlways = std::int64_t{1} << 24;
     constexpr std::int64_t kForEachPin = 64;

@@ -67,12 +67,20 @@ bool next_block(Scanner& scanner) {
   return true;
 }
 
+// As `next_block`. A word that is longer than a block has been cut at the end of it: the rest is no word.
+bool next_block_of_line(Scanner& scanner) {
+  const bool ends_in_word = !scanner.text.empty() && !is_space(scanner.text.back());
+  if (!next_block(scanner)) return false;
+  if (ends_in_word) read_while(scanner, 0, [](char c) { return !is_space(c); });
+  return true;
+}
+
 // Where no word is left in the current block, the line may go on in the next.
 template <typename Belongs>
 void skip_while(Scanner& scanner, Belongs belongs) {
   do {
     read_while(scanner, scanner.at, belongs);
-  } while (scanner.at == scanner.text.size() && next_block(scanner));
+  } while (scanner.at == scanner.text.size() && next_block_of_line(scanner));
 }
 
 void skip_blanks(Scanner& scanner) {

@@ -221,7 +221,11 @@ void finish(Scanner& scanner);
 /// @throws BadFile if there is no listener.
 void report(const Scanner& scanner, const Finding& finding);
 
-/// As `number_in`, of any word.
+/// As `number_in`, which is inline for plain words.
+///
+/// @param token  Any word.
+/// @param range  The values allowed.
+/// @return       As from `number_in`.
 std::optional<int> any_number_in(const Token& token, const Range& range);
 
 /// Converts a word to a number.

@@ -446,6 +446,19 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 2"));
 }
 
+TEST(Lint, ReportsANumberLongerThanABlockOnce) {
+  const std::string digits(std::size_t{9} << 20, '1');
+  const LintResult result = lint_text("hmetis", "2 3\n1 " + digits + " 2 2\n1 3\n");
+  EXPECT_EQ(result.count(Severity::kError), 1);
+  EXPECT_THAT(
+      findings_of(result, "number-too-large"),
+      ElementsAre("2:3 found \"" + std::string(40, '1') + "...\", expected a cell number from 1 to 3"));
+
+  const LintResult own = lint_text("quillon", "1 3 2 5\n1 " + digits + " 2\n1 3\n");
+  EXPECT_EQ(own.count(Severity::kError), 1);
+  EXPECT_EQ(own.count("number-too-large"), 1);
+}
+
 TEST(Lint, FindsRepeatedEntriesBesideDamagedOnes) {
   const LintResult result = lint_text("mtx", kPattern + "2 2 5\nx 1\n1 1\n1 x\n1 1\n2 2\n");
   EXPECT_EQ(result.count("not-a-number"), 2);
