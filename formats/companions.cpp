@@ -1,16 +1,20 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/byte_audit.h"
+#include "formats/byte_findings.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
 #include "formats/lint.h"
 #include "formats/notes.h"
 #include "formats/part_readers.h"
 #include "formats/source.h"
+#include "formats/stream.h"
 
 namespace quillon::formats {
 namespace {
@@ -24,18 +28,52 @@ class CompanionLinter {
   LintResult run(const std::string& filename, Companion kind) {
     LintResult result;
     result.file = shown_name(filename);
+    bool has_mark = false;
     try {
-      Scanner in = kind == Companion::kLabels ? open_scanner(filename) : Scanner(filename);
+      const auto source = std::make_shared<Source>(filename);
+      Scanner in(source->name(), reader_of(source));
+      in.source = source;
+      if (kind == Companion::kLabels) read_whole(in);
+      if (kind == Companion::kPermutation) prepare_second_read(in);
+      has_mark = skip_mark(in);
       listen_to(in);
-      read(in, kind);
+      read_all(in, kind);
     } catch (const BadFile& error) {
       store_.add(error.finding());
     }
+    store_.drop("nul-byte");  // of a reader, that it ends with
+    add_byte_findings(bytes_, {result.file, has_mark}, store_);
     store_.move_to(result);
     return result;
   }
 
  private:
+  // The bytes of the file, looked at on their way to the reader.
+  Scanner::Read reader_of(const std::shared_ptr<Source>& source) {
+    return [this, source](char* bytes, std::size_t size) {
+      const std::size_t length = source->read(bytes, size);
+      bytes_.look_at({bytes, length});
+      return length;
+    };
+  }
+
+  // Returns whether the text begins with a byte order mark.
+  static bool skip_mark(Scanner& in) {
+    if (at_end(in) || !in.text.starts_with(kByteOrderMark)) return false;
+    in.at = kByteOrderMark.size();
+    return true;
+  }
+
+  void read_all(Scanner& in, Companion kind) {
+    try {
+      read(in, kind);
+    } catch (const BadFile& error) {
+      store_.add(error.finding());
+      if (in.stream == nullptr || store_.count_of("bad-compression") > 0) return;
+    }
+    while (!at_end(in)) skip_line(in);  // for the bytes
+  }
+
   void listen_to(Scanner& in) {
     name_ = in.name;
     audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
@@ -144,6 +182,7 @@ class CompanionLinter {
   const LintResult& hypergraph_;
   int nparts_;
   FindingStore store_;
+  ByteAudit bytes_;
   Audit audit_;
   std::string name_;
 };

@@ -11,6 +11,7 @@
 
 #include "formats/audit.h"
 #include "formats/byte_audit.h"
+#include "formats/byte_findings.h"
 #include "formats/detect.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
@@ -369,25 +370,6 @@ class Linter : private NetVisitor {
     }
   }
 
-  void add_line_end_findings() {
-    const bool is_mixed = bytes_.crlf.count > 0 && bytes_.lf.count > 0;
-    const Occurrences& rare = bytes_.crlf.count < bytes_.lf.count ? bytes_.crlf : bytes_.lf;
-    if (is_mixed)
-      note("mixed-line-ends", rare.first,
-           counted(bytes_.crlf.count, "line") + " with CR LF at the end, " + std::to_string(bytes_.lf.count) +
-               " with LF; here the rarer kind begins");
-    else if (bytes_.crlf.count > 0)
-      note("crlf", bytes_.crlf.first, counted(bytes_.crlf.count, "line") + " with CR LF at the end", "",
-           bytes_.crlf.count);
-    const bool is_cut_off = store_.count_of("bad-compression") + store_.count_of("cannot-read") > 0;
-    if (bytes_.is_empty() || bytes_.ends_with_newline() || is_cut_off) return;
-    if (is_own() && is_complete_)
-      note("lost-last-line", bytes_.end(), "no newline after the last line",
-           "the readers of the library do not read this line");
-    else
-      note("no-final-newline", bytes_.end(), "no newline after the last line");
-  }
-
   void add_suffix_finding() {
     if (const Format* const named = format_of_file(filename_); is_by_content_ && named != nullptr)
       note("suffix-disagrees", {},
@@ -396,16 +378,11 @@ class Linter : private NetVisitor {
   }
 
   void add_byte_findings() {
-    if (has_mark_ && !is_json()) note("byte-order-mark", {1, 1}, "the file begins with a byte order mark");
-    for (const Place& place : bytes_.nul) {
-      store_.drop_on_line("ignored-text", place.line);
-      if (!store_.add_hint_on_line(place.line, "the line has a byte of value 0"))
-        note("nul-byte", place, "found a byte of value 0");
-    }
+    formats::add_byte_findings(bytes_, {result_.file, has_mark_ && !is_json(), is_own() && is_complete_},
+                               store_);
     if (!is_json() && bytes_.tab.count > 0)
       note("tab", bytes_.tab.first, counted(bytes_.tab.count, "tab") + ", the first is here", "",
            bytes_.tab.count);
-    add_line_end_findings();
     if (is_own() && bytes_.long_line.count > 0)
       note("long-line", bytes_.long_line.first,
            "the line is longer than the " + std::to_string(ByteAudit::kLongLine) +

@@ -729,6 +729,52 @@ TEST(LintCompanion, FindsEachRuleAtItsPlaceAndNotInTheFileNextToIt) {
   }
 }
 
+TEST(LintCompanion, FindsOddBytesInEachKindOfFile) {
+  using namespace std::string_literals;
+  const TempFolder folder;
+  const LintResult hypergraph = lint_text("hmetis", "1 3\n1 2\n");
+  const auto findings = [&](Companion kind, const std::string& text) {
+    std::vector<std::string> found;
+    for (const Finding& each : lint_companion(folder.write("file", text), kind, hypergraph, 1).findings)
+      found.push_back(std::to_string(each.line) + ":" + std::to_string(each.column) + " " + each.rule);
+    return found;
+  };
+  for (const Companion kind : {Companion::kParts, Companion::kFixed}) {
+    EXPECT_THAT(findings(kind, "0\n0\n0\n"), IsEmpty());
+    EXPECT_THAT(findings(kind,
+                         "\xEF\xBB\xBF"
+                         "0\n0\n0\n"),
+                ElementsAre("1:1 byte-order-mark"));
+    EXPECT_THAT(findings(kind, "\xEF\xBB\xBFx\n0\n0\n"),
+                ElementsAre("1:1 byte-order-mark", "1:4 not-a-number"));
+    EXPECT_THAT(findings(kind, "0\r\n0\r\n0\r\n"), ElementsAre("1:3 crlf"));
+    EXPECT_THAT(findings(kind, "0\n0\r\n0\n"), ElementsAre("2:3 mixed-line-ends"));
+    EXPECT_THAT(findings(kind, "0\n0\n0"), ElementsAre("3:2 no-final-newline"));
+    EXPECT_THAT(findings(kind, "0\n0\n0\n0\n\r\n"), ElementsAre("4:1 trailing-text", "5:2 mixed-line-ends"));
+  }
+  EXPECT_THAT(findings(Companion::kPermutation, "2\n3\n1\n"), IsEmpty());
+  EXPECT_THAT(findings(Companion::kPermutation,
+                       "\xEF\xBB\xBF"
+                       "2\n3\n1\r\n"),
+              ElementsAre("1:1 byte-order-mark", "3:3 mixed-line-ends"));
+  EXPECT_THAT(findings(Companion::kPermutation, "2\n3\n1"), ElementsAre("3:2 no-final-newline"));
+
+  const std::string labels = "cell 1 7\ncell 2 8\ncell 3 9\nnet 1 1";
+  EXPECT_THAT(findings(Companion::kLabels, labels + "\n"), IsEmpty());
+  EXPECT_THAT(findings(Companion::kLabels, "\xEF\xBB\xBF" + labels + "\n"),
+              ElementsAre("1:1 byte-order-mark"));
+  EXPECT_THAT(findings(Companion::kLabels, labels + "\r\n"), ElementsAre("4:9 mixed-line-ends"));
+  EXPECT_THAT(findings(Companion::kLabels, labels), ElementsAre("4:8 no-final-newline"));
+
+  const LintResult nul =
+      lint_companion(folder.write("file", "0\n0\0\n0\n"s), Companion::kParts, hypergraph, 1);
+  EXPECT_THAT(findings_of(nul, "not-a-number"),
+              ElementsAre("2:1 found \"0?\", expected the part number, from 0 to 0, of cell 2 "
+                          "(the line has a byte of value 0)"));
+  EXPECT_THAT(findings(Companion::kLabels, labels + "\n\0"s),
+              ElementsAre("5:1 bad-keyword", "5:2 no-final-newline"));
+}
+
 // However many parts there are, by the command or by the file.
 TEST(LintCompanion, CountsEmptyPartsWithoutNamingThemAll) {
   const TempFolder folder;
