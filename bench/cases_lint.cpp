@@ -13,8 +13,17 @@
 namespace quillon::bench {
 namespace {
 
-// What is wrong with each net line.
-enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin };
+// What is wrong with each net line, or with each entry of a matrix.
+enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin, kWord, kWordInMatrix };
+
+void write_matrix(const Hypergraph& h, const std::string& path, Mistake mistake) {
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
+  std::fprintf(file, "%%%%MatrixMarket matrix coordinate pattern general\n%d %d %d\n", h._n, h._c, h._p);
+  const char* const line = mistake == Mistake::kNone ? "%d %d\n" : "%d x%d\n";
+  for (int j = 1; j <= h._n; ++j)
+    for (const int i : pins_of(h._nlst[j])) std::fprintf(file, line, j, i);
+  ufclose(file);
+}
 
 void write_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
@@ -23,6 +32,7 @@ void write_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
     for (const int i : pins_of(h._nlst[j])) std::fprintf(file, "%d ", i);
     if (mistake == Mistake::kCellOutOfRange) std::fprintf(file, "%d", h._c + 7);
     if (mistake == Mistake::kRepeatedPin) std::fprintf(file, "%d", *h._nlst[j].pins);
+    if (mistake == Mistake::kWord) std::fputc('x', file);
     std::fputc('\n', file);
   }
   ufclose(file);
@@ -32,19 +42,23 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   const auto nnets = static_cast<std::int64_t>(h._n);
   if (mistake == Mistake::kCellOutOfRange && result.count("cell-out-of-range") != nnets) return "the errors";
   if (mistake == Mistake::kRepeatedPin && result.count("duplicate-pin") < nnets) return "the repeated pins";
-  return mistake != Mistake::kCellOutOfRange && result.count(formats::Severity::kError) > 0 ? "no errors"
-                                                                                            : "";
+  if (mistake == Mistake::kWord && result.count("not-a-number") != nnets) return "the words";
+  if (mistake == Mistake::kWordInMatrix && result.count("not-a-number") != h._p) return "the words";
+  const bool is_sound = mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin;
+  return is_sound && result.count(formats::Severity::kError) > 0 ? "no errors" : "";
 }
 
 // Against the importer on the file without mistakes.
 void run_lint(benchmark::State& state, Input& input, const Options& options, Mistake mistake) {
   const Hypergraph& h = input.record();
-  const std::string clean = options.folder + "/clean.hgr";
-  const std::string bad = options.folder + "/bad.hgr";
-  write_file(h, clean, Mistake::kNone);
-  write_file(h, bad, mistake);
+  const std::string clean = options.folder + "/clean";
+  const std::string bad = options.folder + "/bad";
+  const bool is_matrix = mistake == Mistake::kWordInMatrix;
+  const auto write = is_matrix ? write_matrix : write_file;
+  write(h, clean, Mistake::kNone);
+  write(h, bad, mistake);
   formats::LintOptions lint_options;
-  lint_options.format = formats::format_named("hmetis");
+  lint_options.format = formats::format_named(is_matrix ? "mtx" : "hmetis");
   formats::set_threads(1);
   formats::NetLists lists;
   formats::LintResult result;
@@ -76,6 +90,8 @@ void add_lint(Input& input, const Options& options) {
   add("lint_clean", Mistake::kNone);
   add("lint_error_per_line", Mistake::kCellOutOfRange);
   add("lint_warning_per_line", Mistake::kRepeatedPin);
+  add("lint_word_per_line", Mistake::kWord);
+  add("lint_word_per_entry", Mistake::kWordInMatrix);
 }
 
 }  // namespace quillon::bench
