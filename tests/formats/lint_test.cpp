@@ -446,6 +446,23 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 2"));
 }
 
+// Among odd lines, lines of numbers are read by their words too.
+TEST(Lint, ReadsPlainLinesAmongManyOddOnes) {
+  std::string text = "1000 1001\n";
+  std::vector<std::string> expected;
+  for (int j = 1; j <= 1000; ++j) {
+    const bool is_odd = j <= 100 || j % 50 < 20;
+    if (is_odd)
+      expected.push_back(std::to_string(j + 1) + ":1 found \"x\", expected a cell number from 1 to 1001");
+    text += (is_odd ? "x " : "") + std::to_string(j) + " " + std::to_string(j + 1) + "\n";
+  }
+  LintOptions options;
+  options.most_kept = 1000;
+  const LintResult result = lint_text("hmetis", text, options);
+  EXPECT_EQ(findings_of(result, "not-a-number"), expected);
+  EXPECT_EQ(result.counts.size(), 1U);  // every cell is on a net, and no net is empty
+}
+
 TEST(Lint, ReportsANumberLongerThanABlockOnce) {
   const std::string digits(std::size_t{9} << 20, '1');
   const LintResult result = lint_text("hmetis", "2 3\n1 " + digits + " 2 2\n1 3\n");
