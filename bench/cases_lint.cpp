@@ -48,18 +48,24 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   return is_sound && result.count(formats::Severity::kError) > 0 ? "no errors" : "";
 }
 
-// Against the importer on the file without mistakes.
-void run_lint(benchmark::State& state, Input& input, const Options& options, Mistake mistake) {
+struct Subject {
+  const char* name;
+  Mistake mistake;
+  int nthreads;
+};
+
+// Against the importer on the file without mistakes, on as many threads.
+void run_lint(benchmark::State& state, Input& input, const Options& options, const Subject& subject) {
   const Hypergraph& h = input.record();
   const std::string clean = options.folder + "/clean";
   const std::string bad = options.folder + "/bad";
-  const bool is_matrix = mistake == Mistake::kWordInMatrix;
+  const bool is_matrix = subject.mistake == Mistake::kWordInMatrix;
   const auto write = is_matrix ? write_matrix : write_file;
   write(h, clean, Mistake::kNone);
-  write(h, bad, mistake);
+  write(h, bad, subject.mistake);
   formats::LintOptions lint_options;
   lint_options.format = formats::format_named(is_matrix ? "mtx" : "hmetis");
-  formats::set_threads(1);
+  formats::set_threads(subject.nthreads);
   formats::NetLists lists;
   formats::LintResult result;
   Comparison comparison;
@@ -67,7 +73,7 @@ void run_lint(benchmark::State& state, Input& input, const Options& options, Mis
   comparison.baseline.release = [&] { lists = {}; };
   comparison.measured.run = [&] { result = formats::lint(bad, lint_options); };
   comparison.measured.release = [&] { result = {}; };
-  comparison.difference = [&] { return difference_of(result, h, mistake); };
+  comparison.difference = [&] { return difference_of(result, h, subject.mistake); };
   const Medians medians = run_rounds(state, comparison);
   formats::set_threads(0);
   if (!state.error_occurred()) {
@@ -82,16 +88,18 @@ void run_lint(benchmark::State& state, Input& input, const Options& options, Mis
 }  // namespace
 
 void add_lint(Input& input, const Options& options) {
-  const auto add = [&](const char* name, Mistake mistake) {
-    add_benchmark(
-        std::string(name) + "/" + input.name(), options.nrounds,
-        [&input, &options, mistake](benchmark::State& state) { run_lint(state, input, options, mistake); });
+  constexpr Subject kSubjects[] = {
+      {"lint_clean", Mistake::kNone, 1},
+      {"lint_clean_two_threads", Mistake::kNone, 2},
+      {"lint_error_per_line", Mistake::kCellOutOfRange, 1},
+      {"lint_warning_per_line", Mistake::kRepeatedPin, 1},
+      {"lint_word_per_line", Mistake::kWord, 1},
+      {"lint_word_per_entry", Mistake::kWordInMatrix, 1},
   };
-  add("lint_clean", Mistake::kNone);
-  add("lint_error_per_line", Mistake::kCellOutOfRange);
-  add("lint_warning_per_line", Mistake::kRepeatedPin);
-  add("lint_word_per_line", Mistake::kWord);
-  add("lint_word_per_entry", Mistake::kWordInMatrix);
+  for (const Subject& subject : kSubjects)
+    add_benchmark(
+        std::string(subject.name) + "/" + input.name(), options.nrounds,
+        [&input, &options, subject](benchmark::State& state) { run_lint(state, input, options, subject); });
 }
 
 }  // namespace quillon::bench

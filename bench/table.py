@@ -161,8 +161,8 @@ def imports(subjects, names):
 def lint(subjects, names):
     return section(
         "lint and the importers",
-        "How many times as long as the importer takes for the file without mistakes, both on one thread, and in brackets "
-        "MB per second: of a clean file, of one with a cell out of range in every line, of one with a repeated pin in "
+        "How many times as long as the importer takes for the file without mistakes, both on one thread or on two, and "
+        "in brackets MB per second: of a clean file, of one with a cell out of range in every line, of one with a repeated pin in "
         "every line, of one with a word in every line, and of a matrix with a word in every entry. The importer is that of "
         "hMETIS, or of Matrix Market for a matrix.",
         table(["file"] + names, by_input(subjects, names, "lint_times_importer", lambda r: (

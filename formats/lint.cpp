@@ -5,6 +5,7 @@
 #include <memory>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -37,7 +38,7 @@ struct Pending {
 
 // One file, read once; again if its cells count from another number than they should, or the counts of its
 // header are swapped.
-class Linter : private NetVisitor {
+class Linter {
  public:
   Linter(std::string filename, const LintOptions& options, const std::optional<Counts>& corrected)
       : filename_(std::move(filename)), options_(options), corrected_(corrected), store_(options.most_kept) {
@@ -401,11 +402,14 @@ class Linter : private NetVisitor {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
-    const IsolatedCells isolated = visit_nets(lists_, audit_.damaged, *this);
-    store_.count("duplicate-pin", std::exchange(nrepeated_, 0));
-    add_summaries();
+    const NetFindings found = audit_nets(lists_, audit_.damaged, std::max<std::size_t>(options_.most_kept, 1),
+                                         audit_threads(lists_));
+    if (nets_have_lines())
+      add_nets(found);
+    else
+      add_summaries(found);
     const bool is_sound = is_complete_ && audit_.damaged.empty();
-    if (is_sound) add_isolated_cells(isolated);
+    if (is_sound) add_isolated_cells(found.isolated_cells);
     add_weight_findings();
   }
 
@@ -425,22 +429,6 @@ class Linter : private NetVisitor {
     pending_.push_back(std::move(pending));
   }
 
-  // One finding for all nets of a kind, if they have no places.
-  struct Summary {
-    std::string_view rule;
-    std::int64_t count = 0;
-    int first = 0;
-  };
-
-  // Whether a finding on a net needs its text. If not, it is counted.
-  bool counts_net(const char* rule, int j) {
-    if (nets_have_lines()) return has_room_for(rule);
-    const auto found = std::find_if(summaries_.begin(), summaries_.end(),
-                                    [rule](const Summary& summary) { return summary.rule == rule; });
-    ++(found == summaries_.end() ? summaries_.emplace_back(Summary{rule, 0, j}) : *found).count;
-    return false;
-  }
-
   void add_net(const char* rule, int j, std::string message, Mention mention = Mention::kNone,
                int other = 0) {
     add_pending({finding(rule, std::move(message)),
@@ -449,29 +437,56 @@ class Linter : private NetVisitor {
                  {Item::kNet, other, Item::kLine}});
   }
 
-  void add_summaries() {
-    for (const Summary& summary : summaries_)
-      note(summary.rule.data(), {},
-           counted(summary.count, "net") + ": " + std::string(rule_named(summary.rule)->summary) +
-               "; the first is net " + std::to_string(summary.first),
-           "", summary.count);
+  // Findings on nets that are lines: those kept get places, the others are counted.
+  void add_nets(const NetFindings& found) {
+    for (const int j : kept(found.empty_nets.first))
+      add_net("empty-net", j, "net " + std::to_string(j) + " has no pins");
+    for (const int j : kept(found.one_pin_nets.first))
+      add_net("one-pin-net", j, "net " + std::to_string(j) + " has one pin");
+    for (const ParallelNet& net : kept(found.parallel_nets))
+      add_net("parallel-net", net.net,
+              "net " + std::to_string(net.net) + " has the same cells as net " + std::to_string(net.earlier) +
+                  " on line ",
+              Mention::kLine, net.earlier);
+    count_others("empty-net", found.empty_nets.count);
+    count_others("one-pin-net", found.one_pin_nets.count);
+    count_others("parallel-net", std::ssize(found.parallel_nets));
+    if (result_.format->name == "cnf") return;  // the reader reports repeated pins
+    for (const RepeatedPin& pin : kept(found.repeated_pins.first)) add_repeated_pin(pin);
+    count_others("duplicate-pin", found.repeated_pins.count);
   }
 
-  void empty_net(int j) override {
-    if (counts_net("empty-net", j)) add_net("empty-net", j, "net " + std::to_string(j) + " has no pins");
+  template <typename Entry>
+  [[nodiscard]] std::span<const Entry> kept(const std::vector<Entry>& entries) const {
+    return {entries.data(), std::min(entries.size(), options_.most_kept)};
   }
 
-  void one_pin_net(int j) override {
-    if (counts_net("one-pin-net", j)) add_net("one-pin-net", j, "net " + std::to_string(j) + " has one pin");
+  void count_others(const char* rule, std::int64_t count) {
+    store_.count(rule, count - static_cast<std::int64_t>(npending_[rule]));
   }
 
-  void repeated_pin(const RepeatedPin& pin) override {
-    if (nrepeated_ == 0 && (!nets_have_lines() || result_.format->name == "cnf"))
-      return;  // the reader reports them
-    if (nrepeated_ > 0 || npending_["duplicate-pin"] == options_.most_kept) {
-      ++nrepeated_;
-      return;
-    }
+  // One finding for all nets of a kind, as they have no places, in the order of the first ones.
+  void add_summaries(const NetFindings& found) {
+    const auto is_before = [](const Tally<int>& a, const Tally<int>& b) {
+      return a.count > 0 && (b.count == 0 || a.first.front() < b.first.front());
+    };
+    if (is_before(found.empty_nets, found.one_pin_nets)) add_summary("empty-net", found.empty_nets);
+    add_summary("one-pin-net", found.one_pin_nets);
+    if (!is_before(found.empty_nets, found.one_pin_nets)) add_summary("empty-net", found.empty_nets);
+    Tally<int> parallel_nets;
+    for (const ParallelNet& net : found.parallel_nets) parallel_nets.add(net.net, 1);
+    add_summary("parallel-net", parallel_nets);
+  }
+
+  void add_summary(const char* rule, const Tally<int>& nets) {
+    if (nets.count == 0) return;
+    note(rule, {},
+         counted(nets.count, "net") + ": " + std::string(rule_named(rule)->summary) + "; the first is net " +
+             std::to_string(nets.first.front()),
+         "", nets.count);
+  }
+
+  void add_repeated_pin(const RepeatedPin& pin) {
     const int cell = lists_.nadj.data()[lists_.xnadj[static_cast<std::size_t>(pin.net)] + pin.second];
     add_pending({finding("duplicate-pin", "net " + std::to_string(pin.net) + " names cell " +
                                               cell_name(cell) + " again, first in column "),
@@ -484,14 +499,6 @@ class Linter : private NetVisitor {
   [[nodiscard]] std::string cell_name(int cell) const {
     return lists_.cell_names.empty() ? std::to_string(cell - 1 + audit_.first_cell)
                                      : lists_.cell_names[static_cast<std::size_t>(cell)];
-  }
-
-  void parallel_net(const ParallelNet& net) override {
-    if (!counts_net("parallel-net", net.net)) return;
-    add_net("parallel-net", net.net,
-            "net " + std::to_string(net.net) + " has the same cells as net " + std::to_string(net.earlier) +
-                " on line ",
-            Mention::kLine, net.earlier);
   }
 
   void add_isolated_cells(const IsolatedCells& isolated) {
@@ -672,8 +679,6 @@ class Linter : private NetVisitor {
   Scanner::Counted counted_to_first_;  // as in the scanner, for pins that others repeat
   std::vector<Pending> pending_;
   std::unordered_map<std::string_view, std::size_t> npending_;  // by rule
-  std::vector<Summary> summaries_;
-  std::int64_t nrepeated_ = 0;  // repeated pins that are counted only
 };
 
 // Calls visit(k) for each pin that is not damaged. Damaged ones ascend and count from 1.

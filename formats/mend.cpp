@@ -48,7 +48,7 @@ NetLists reread(const std::string& filename, const Reading& reading, const ReadO
 }
 
 // Makes new nets of those that stay.
-class NetMender : private NetVisitor {
+class NetMender {
  public:
   NetMender(NetLists& lists, const MendOptions& options)
       : lists_(lists),
@@ -58,7 +58,7 @@ class NetMender : private NetVisitor {
 
   // Returns how many repeated pins, empty, one-pin and parallel nets went.
   std::array<std::int64_t, 4> run() {
-    if (options_.merge_parallel_nets) visit_nets(lists_, {}, *this);
+    if (options_.merge_parallel_nets) find_parallel_nets();
     merge_weights();
     int nkept = 0;
     int end = 0;
@@ -80,11 +80,9 @@ class NetMender : private NetVisitor {
   }
 
  private:
-  void empty_net(int /*j*/) override {}
-  void one_pin_net(int /*j*/) override {}
-  void repeated_pin(const RepeatedPin& /*pin*/) override {}
-  void parallel_net(const ParallelNet& net) override {
-    parallel_to_[static_cast<std::size_t>(net.net)] = net.earlier;
+  void find_parallel_nets() {
+    for (const ParallelNet& net : audit_nets(lists_, {}, 0, audit_threads(lists_)).parallel_nets)
+      parallel_to_[static_cast<std::size_t>(net.net)] = net.earlier;
   }
 
   void merge_weights() {

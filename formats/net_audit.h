@@ -2,10 +2,12 @@
 /// @file
 /// What the nets of a file say of it: repeated pins, parallel nets and the like. Internal to `formats/`.
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "formats/net_lists.h"
+#include "formats/parallel_nets.h"
 
 namespace quillon::formats {
 
@@ -14,12 +16,8 @@ struct RepeatedPin {
   int net;
   int first;   ///< The pin that it repeats.
   int second;  ///< The pin itself.
-};
 
-/// A net with the same cells as an earlier one, each counted once.
-struct ParallelNet {
-  int net;
-  int earlier;  ///< The first such net.
+  bool operator==(const RepeatedPin&) const = default;
 };
 
 /// Cells on no net.
@@ -28,24 +26,48 @@ struct IsolatedCells {
   int first = 0;  ///< The first of them, or 0.
 };
 
-/// What to look for in nets. Each function is called for the nets in ascending order, that on parallel nets
-/// after all others.
-class NetVisitor {
- public:
-  virtual ~NetVisitor() = default;
-  virtual void empty_net(int j) = 0;
-  virtual void one_pin_net(int j) = 0;
-  virtual void repeated_pin(const RepeatedPin& pin) = 0;
-  virtual void parallel_net(const ParallelNet& net) = 0;
+/// All of a kind are counted, the first are kept, in ascending order.
+template <typename Entry>
+struct Tally {
+  std::int64_t count = 0;
+  std::vector<Entry> first;
+
+  void add(const Entry& entry, std::size_t most_kept) {
+    ++count;
+    if (first.size() < most_kept) first.push_back(entry);
+  }
+
+  /// Adds those of later nets.
+  void append(const Tally& later, std::size_t most_kept) {
+    count += later.count;
+    for (const Entry& entry : later.first)
+      if (first.size() < most_kept) first.push_back(entry);
+  }
 };
+
+/// What there is to say of nets.
+struct NetFindings {
+  Tally<int> empty_nets;
+  Tally<int> one_pin_nets;
+  Tally<RepeatedPin> repeated_pins;
+  std::vector<ParallelNet> parallel_nets;  ///< All of them, ascending.
+  IsolatedCells isolated_cells;
+};
+
+/// @return  On how many threads `audit_nets` pays.
+int audit_threads(const NetLists& lists);
 
 /// Looks at all nets.
 ///
-/// @param lists    Cells are those of the lists; `nnets` may be more than there are nets.
-/// @param damaged  Nets to omit, ascending. Their cells are on a net nevertheless.
-/// @par Cost       O(cells + nets + pins) time, more for nets with repeated pins and parallel ones. Memory of
-///                 6 to 8 bytes per net and a bit per cell; four bytes per cell more if a net has over 16
-///                 pins.
-IsolatedCells visit_nets(const NetLists& lists, const std::vector<int>& damaged, NetVisitor& visitor);
+/// @param lists      Cells are those of the lists; `nnets` may be more than there are nets.
+/// @param damaged    Nets to omit, ascending. Their cells are on a net nevertheless.
+/// @param most_kept  Of each kind of findings but parallel nets.
+/// @param nthreads   Threads to use. They do not change the result.
+/// @par Cost         O(cells + nets + pins) time, more for nets with repeated pins and parallel ones. Memory
+/// of
+///                   8 to 9 bytes per net, and for each thread a bit per cell; if a net has over 16 pins,
+///                   four bytes per cell more, but at most four per pin of the thread.
+NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept,
+                       int nthreads);
 
 }  // namespace quillon::formats

@@ -1,4 +1,4 @@
-// Repeated pins and parallel nets, against sets.
+// Repeated pins, parallel nets and the like, against sets.
 
 #include "formats/net_audit.h"
 
@@ -9,15 +9,19 @@
 #include <random>
 #include <set>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "formats/on_threads.h"
 #include "formats/short_nets.h"
+#include "formats/threads.h"
 
 namespace quillon::formats {
 namespace {
 
-using testing::ElementsAre;
+using testing::Each;
+using testing::ThrowsMessage;
 
 class Dice {
  public:
@@ -43,44 +47,44 @@ NetLists lists_of(const Nets& nets, int ncells) {
   return lists;
 }
 
-class Recorder : public NetVisitor {
- public:
-  void empty_net(int j) override { calls.push_back("empty " + std::to_string(j)); }
-  void one_pin_net(int j) override { calls.push_back("one pin " + std::to_string(j)); }
-  void repeated_pin(const RepeatedPin& pin) override {
-    calls.push_back("repeated " + std::to_string(pin.net) + " " + std::to_string(pin.first) + " " +
-                    std::to_string(pin.second));
-  }
-  void parallel_net(const ParallelNet& net) override {
-    calls.push_back("parallel " + std::to_string(net.net) + " " + std::to_string(net.earlier));
-  }
-
-  std::vector<std::string> calls;
-};
-
-// The calls that visit_nets has to make for one net, but for parallel ones.
-void visit_plainly(int j, const std::vector<int>& cells, NetVisitor& visitor) {
-  if (cells.empty()) visitor.empty_net(j);
-  if (cells.size() == 1) visitor.one_pin_net(j);
-  std::map<int, int> first;
-  for (int k = 0; k < std::ssize(cells); ++k)
-    if (const auto [entry, is_new] = first.emplace(cells[static_cast<std::size_t>(k)], k); !is_new)
-      visitor.repeated_pin({j, entry->second, k});
-}
-
-std::vector<std::string> calls_for(const Nets& nets, const std::vector<int>& damaged) {
-  Recorder recorder;
-  const auto is_damaged = [&](int j) { return std::count(damaged.begin(), damaged.end(), j) > 0; };
-  for (int j = 1; j <= std::ssize(nets); ++j)
-    if (!is_damaged(j)) visit_plainly(j, nets[static_cast<std::size_t>(j) - 1], recorder);
-  std::map<std::set<int>, int> first;
+// What audit_nets has to find, by sets and maps.
+NetFindings findings_by_sets(const Nets& nets, int ncells, const std::vector<int>& damaged,
+                             std::size_t most_kept) {
+  NetFindings found;
+  std::map<std::set<int>, int> first_net;
+  std::set<int> isolated;
+  for (int i = 1; i <= ncells; ++i) isolated.insert(i);
   for (int j = 1; j <= std::ssize(nets); ++j) {
     const std::vector<int>& cells = nets[static_cast<std::size_t>(j) - 1];
-    if (cells.size() < 2 || is_damaged(j)) continue;
-    const auto [entry, is_new] = first.emplace(std::set(cells.begin(), cells.end()), j);
-    if (!is_new) recorder.parallel_net({j, entry->second});
+    for (const int i : cells) isolated.erase(i);
+    if (std::count(damaged.begin(), damaged.end(), j) > 0) continue;
+    if (cells.empty()) found.empty_nets.add(j, most_kept);
+    if (cells.size() == 1) found.one_pin_nets.add(j, most_kept);
+    std::map<int, int> first_pin;
+    for (int k = 0; k < std::ssize(cells); ++k)
+      if (const auto [entry, is_new] = first_pin.emplace(cells[static_cast<std::size_t>(k)], k); !is_new)
+        found.repeated_pins.add({j, entry->second, k}, most_kept);
+    if (cells.size() < 2) continue;
+    const auto [entry, is_new] = first_net.emplace(std::set(cells.begin(), cells.end()), j);
+    if (!is_new) found.parallel_nets.push_back({j, entry->second});
   }
-  return recorder.calls;
+  found.isolated_cells = {std::ssize(isolated), isolated.empty() ? 0 : *isolated.begin()};
+  return found;
+}
+
+template <typename Entry>
+void expect_same(const Tally<Entry>& found, const Tally<Entry>& expected) {
+  EXPECT_EQ(found.count, expected.count);
+  EXPECT_TRUE(found.first == expected.first);
+}
+
+void expect_same(const NetFindings& found, const NetFindings& expected) {
+  expect_same(found.empty_nets, expected.empty_nets);
+  expect_same(found.one_pin_nets, expected.one_pin_nets);
+  expect_same(found.repeated_pins, expected.repeated_pins);
+  EXPECT_TRUE(found.parallel_nets == expected.parallel_nets);
+  EXPECT_EQ(found.isolated_cells.count, expected.isolated_cells.count);
+  EXPECT_EQ(found.isolated_cells.first, expected.isolated_cells.first);
 }
 
 Nets random_nets(Dice& dice, int ncells) {
@@ -101,8 +105,8 @@ Nets random_nets(Dice& dice, int ncells) {
   return nets;
 }
 
-TEST(VisitNets, AgreesWithSetsOnRandomNets) {
-  for (unsigned seed = 1; seed <= 2000; ++seed) {
+TEST(AuditNets, AgreesWithSetsOnRandomNetsOnAnyNumberOfThreads) {
+  for (unsigned seed = 1; seed <= 600; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Dice dice(seed);
     const int ncells = dice.from_to(1, dice.from_to(0, 1) == 0 ? 6 : 1000);
@@ -110,34 +114,70 @@ TEST(VisitNets, AgreesWithSetsOnRandomNets) {
     std::vector<int> damaged;
     for (int j = 1; j <= std::ssize(nets); ++j)
       if (dice.from_to(0, 9) == 0) damaged.push_back(j);
-    Recorder recorder;
-    const IsolatedCells isolated = visit_nets(lists_of(nets, ncells), damaged, recorder);
-    ASSERT_EQ(recorder.calls, calls_for(nets, damaged));
-    std::set<int> others;
-    for (int i = 1; i <= ncells; ++i) others.insert(i);
-    for (const std::vector<int>& cells : nets)
-      for (const int i : cells) others.erase(i);
-    ASSERT_EQ(isolated.count, std::ssize(others));
-    ASSERT_EQ(isolated.first, others.empty() ? 0 : *others.begin());
+    const auto most_kept = static_cast<std::size_t>(dice.from_to(0, 1) == 0 ? 1000 : dice.from_to(0, 5));
+    const NetFindings expected = findings_by_sets(nets, ncells, damaged, most_kept);
+    constexpr int kThreads[] = {1, 2, 7};
+    expect_same(audit_nets(lists_of(nets, ncells), damaged, most_kept, kThreads[seed % 3]), expected);
+    if (HasFailure()) return;
   }
 }
 
-TEST(VisitNets, CountsCellsOfDamagedNetsAsUsed) {
-  Recorder recorder;
-  const IsolatedCells isolated = visit_nets(lists_of({{2, 2}, {3}, {}}, 130), {1, 2, 3}, recorder);
-  EXPECT_EQ(isolated.count, 128);
-  EXPECT_EQ(isolated.first, 1);
-  EXPECT_THAT(recorder.calls, ElementsAre());
+TEST(AuditNets, CountsCellsOfDamagedNetsAsUsed) {
+  const NetFindings found = audit_nets(lists_of({{2, 2}, {3}, {}}, 130), {1, 2, 3}, 9, 1);
+  NetFindings expected;
+  expected.isolated_cells = {128, 1};
+  expect_same(found, expected);
 }
 
-TEST(VisitNets, FindsParallelNetsAmongMany) {
+// So many that there are several buckets of them, some nets more than once.
+TEST(AuditNets, FindsParallelNetsAmongMany) {
   Nets nets;
-  for (int j = 0; j < 5000; ++j) nets.push_back({j % 4000 + 1, j % 4000 + 2});
-  Recorder recorder;
-  visit_nets(lists_of(nets, 4001), {}, recorder);
-  ASSERT_EQ(recorder.calls.size(), 1000U);
-  EXPECT_EQ(recorder.calls.front(), "parallel 4001 1");
-  EXPECT_EQ(recorder.calls.back(), "parallel 5000 1000");
+  for (int j = 0; j < 50000; ++j) nets.push_back({j % 40000 + 1, j % 40000 + 2});
+  for (const int nthreads : {1, 2, 7}) {
+    const std::vector<ParallelNet> found = audit_nets(lists_of(nets, 40001), {}, 9, nthreads).parallel_nets;
+    ASSERT_EQ(found.size(), 10000U);
+    for (int k = 0; k < 10000; ++k) {
+      ASSERT_EQ(found[static_cast<std::size_t>(k)], (ParallelNet{40001 + k, 1 + k}));
+    }
+  }
+}
+
+TEST(AuditNets, FindsNetsThatAreAllTheSame) {
+  const Nets nets(20000, {3, 1, 2});
+  const std::vector<ParallelNet> found = audit_nets(lists_of(nets, 3), {}, 9, 2).parallel_nets;
+  ASSERT_EQ(found.size(), 19999U);
+  for (int k = 0; k < 19999; ++k) {
+    ASSERT_EQ(found[static_cast<std::size_t>(k)], (ParallelNet{2 + k, 1}));
+  }
+}
+
+// Each has memory of its own: a bit per cell, which a header can announce without a pin.
+TEST(AuditThreads, AreFewForFewPinsOrManyCells) {
+  set_threads(7);
+  NetLists lists;
+  EXPECT_EQ(audit_threads(lists), 1);
+  lists.nadj.resize(3 << 18, 1);
+  EXPECT_EQ(audit_threads(lists), 3);
+  lists.nadj.resize(20 << 18, 1);
+  EXPECT_EQ(audit_threads(lists), 7);
+  lists.ncells = 2147483645;
+  EXPECT_EQ(audit_threads(lists), 1);
+  set_threads(0);
+}
+
+TEST(OnThreads, DoesAllPartsAndThrowsWhatTheFirstOfThemThrows) {
+  for (const int count : {1, 2, 7}) {
+    std::vector<int> calls(static_cast<std::size_t>(count));
+    on_threads(count, [&](int part) { ++calls[static_cast<std::size_t>(part)]; });
+    EXPECT_THAT(calls, Each(1));
+    const auto fail = [&](int part) {
+      ++calls[static_cast<std::size_t>(part)];
+      if (part >= count / 2) throw std::runtime_error(std::to_string(part));
+    };
+    EXPECT_THAT([&] { on_threads(count, fail); },
+                ThrowsMessage<std::runtime_error>(std::to_string(count / 2)));
+    EXPECT_THAT(calls, Each(2));
+  }
 }
 
 // Of any sizes, at the end of their array or not.
