@@ -11,6 +11,7 @@
 #include <map>
 #include <utility>
 
+#include "tests/util/variant.h"
 #include "util/util.h"
 
 namespace quillon {
@@ -38,6 +39,7 @@ struct Record {
   std::uint64_t most_bytes = 0;  // of a request; 0: no limit
   std::deque<int> draws;
   std::deque<std::vector<int>> permutations;
+  std::string overrun;  // the tag of a block with writes after its end
 };
 
 Record record;
@@ -73,13 +75,30 @@ std::vector<Block>::iterator find_block(int pool, const void* address) {
   });
 }
 
+// Bytes after each heap block, which nobody may write. The address sanitizer watches them itself.
+constexpr std::size_t kFence = kAddressSanitizer ? 0 : 4096;
+constexpr unsigned char kFenceByte = 0x5c;
+
+void raise_fence(void* block, std::uint64_t bytes) {
+  std::fill_n(static_cast<unsigned char*>(block) + bytes, kFence, kFenceByte);
+}
+
+bool is_fence_whole(const Block& block) {
+  const auto* const fence = static_cast<const unsigned char*>(block.address) + block.bytes;
+  return std::all_of(fence, fence + kFence, [](unsigned char byte) { return byte == kFenceByte; });
+}
+
 void* take(std::uint64_t bytes) {
-  if (bytes != kLineBytes || spare_line == nullptr) return std::malloc(bytes == 0 ? 1 : bytes);
+  if (bytes != kLineBytes || spare_line == nullptr) {
+    const std::uint64_t all = std::max<std::uint64_t>(bytes, 1) + kFence;
+    return all < bytes ? nullptr : std::malloc(all);
+  }
   ASAN_UNPOISON_MEMORY_REGION(spare_line, kWatchedBytes);
   return std::exchange(spare_line, nullptr);
 }
 
 void give_back(const Block& block) {
+  if (!is_fence_whole(block)) record.overrun = block.tag;
   if (block.bytes != kLineBytes || spare_line != nullptr) {
     std::free(block.address);
     return;
@@ -93,6 +112,7 @@ void* heap_block(std::uint64_t bytes, const char* tag) {
   auto* const block = static_cast<unsigned char*>(take(bytes));
   if (block == nullptr) throw FatalError(std::string("out of memory: ") + tag);
   std::fill_n(block, std::min<std::uint64_t>(bytes, 4096), static_cast<unsigned char>(0xa5));
+  raise_fence(block, bytes);
   record.held.push_back({-1, block, bytes, tag});
   return block;
 }
@@ -103,7 +123,9 @@ void reset() {
   for (const Block& block : record.held)
     if (block.pool < 0) give_back(block);
   for (const auto& [stream, name] : record.files) std::fclose(stream);
+  const std::string overrun = record.overrun;
   record = Record{};
+  if (!overrun.empty()) throw Misuse("a write after the end of " + overrun);
 }
 
 std::vector<std::string> requests() { return record.requests; }
@@ -158,8 +180,10 @@ void* urealloc(void* block, std::uint64_t bytes, const char* tag) {
   if (block == nullptr) return recorder::heap_block(bytes, tag);
   const auto old = recorder::find_block(-1, block);
   if (old == record.held.end()) throw recorder::Misuse("urealloc of a block that is not held");
-  void* const moved = std::realloc(block, bytes);
+  if (!recorder::is_fence_whole(*old)) record.overrun = old->tag;
+  void* const moved = std::realloc(block, bytes + recorder::kFence);
   if (moved == nullptr) throw recorder::FatalError(std::string("out of memory: ") + tag);
+  recorder::raise_fence(moved, bytes);
   *old = {-1, moved, bytes, tag};
   return moved;
 }

@@ -179,6 +179,16 @@ TEST_F(CheckLists, ASpareCellMayNameTheNetBackButItsPinsAreNotCounted) {
   }
 }
 
+TEST_F(CheckLists, TheListOfASpareCellMayBeAnywhereInTheArray) {
+  Record r(row_of_cells());
+  r.cell_list[2] = 4;  // net 2 names cells 4 and 3
+  --r.cells[2].netsend;
+  Cell& spare = r.h._clst[4];
+  spare.nets = spare.netsend = &r.net_list[3];
+
+  EXPECT_EQ(check(r), "CheckListsofHypergraph pp(3)!-=h->_p(4) in nets of cells eptr-start=[3]");
+}
+
 TEST_F(CheckLists, WithoutCellsThePinsAreMissedOnTheCellSide) {
   Record r({.ncells = 1, .pins = {{1}}});
   r.h._c = 0;
@@ -534,6 +544,15 @@ TEST_F(CheckListsOfContinues, ANetAboveTheLastOfFewerThanTwoOrTooManyPinsIsNone)
   }
 }
 
+TEST_F(CheckListsOfContinues, ANetAboveTheLastIsNoneIfTheCellsHaveNoRoomForIt) {
+  Record r({.ncells = 2, .pins = {{1, 2}, {1}, {2, 1}}});
+  r.h._n = 2;
+  give_cells(r, {{1, 2}, {3}});
+
+  EXPECT_EQ(check_continues(r, 2),
+            " CheckListsofContinuesHypergraph: cell 2 occurs 0 times in the cell list of net 3");
+}
+
 TEST_F(CheckListsOfContinues, WithoutAnArrayOfNetsEntriesNameNone) {
   Record r = with_set_aside_net();
   r.h._nlst = nullptr;
@@ -660,6 +679,17 @@ TEST_F(CheckSymmetry, TheDumpShowsEntriesThatNameNoItemWithoutPartAndWeight) {
   EXPECT_EQ(recorder::printed(),
             "\n Pins[   1] = {-2000000000(P=-1, W=  0) }\n"
             "\n Nets[   1] = {2000000000(W=  0), }\n");
+}
+
+TEST_F(CheckSymmetry, TheDumpShowsNothingOfWhatFollowsTheLastSpareItem) {
+  Record r({.ncells = 3, .pins = {{2}, {1}, {}}, .net_weights = {1, 1, 9}, .parts = {0, 0, 7}});
+  r.h._c = r.h._n = 1;  // cell 2 is the spare one, cell 3 follows it
+  r.net_list[0] = r.cell_list[0] = 3;
+  r.net_list[0] = -3;
+  EXPECT_EQ(symmetry_text(r), "\n NOT Symmetric cell -3 not occured in cell-list of net 1");
+  EXPECT_EQ(recorder::printed(),
+            "\n Pins[   1] = {   3(P=-1, W=  0) }\n"
+            "\n Nets[   1] = {  -3(W=  0), }\n");
 }
 
 TEST_F(CheckSymmetry, TheDumpOfAMissingNumberFollowsTheHeaderWhenVerbose) {

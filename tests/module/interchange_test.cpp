@@ -82,6 +82,14 @@ TEST_F(FillToArrays, GivesTheStartsAndPinsOfTheNets) {
                           "free hypergraph_Fill2Arr: xnadj", "free read_hypergraph_netar: nadj"));
 }
 
+TEST_F(FillToArrays, OmitsWhatTheSpareNetHas) {
+  Record r({.ncells = 4, .pins = {{3, 1}, {2}}});
+  r.nets[0].pins = r.nets[0].pinsend = r.cell_list.data();
+  const NetArrays arrays = filled(r.h);
+  EXPECT_THAT(arrays.starts, ElementsAre(0, 2, 3));
+  EXPECT_THAT(arrays.pins, ElementsAre(3, 1, 2));
+}
+
 TEST_F(FillToArrays, GivesOneStartWithoutNets) {
   const Record r({.ncells = 2, .pins = {}});
   EXPECT_THAT(filled(r.h).starts, ElementsAre(0));
@@ -483,10 +491,12 @@ TEST_F(PartitionVectors, ReadBackAsTheyWereWritten) {
   const std::vector<int> parts = of_cells(r.h, &Cell::pno);
   const TempFile file;
   write_part_info(&r.h, file.name());
-  for (int i = 1; i <= 250; ++i) r.h._clst[i].pno = kMarker;
+  for (int i = 0; i <= 251; ++i) r.h._clst[i].pno = kMarker;
   recorder::reset();
   read_part_info(&r.h, file.name());
   EXPECT_EQ(of_cells(r.h, &Cell::pno), parts);
+  EXPECT_EQ(r.h._clst[0].pno, kMarker);
+  EXPECT_EQ(r.h._clst[251].pno, kMarker);
   EXPECT_THAT(requests(),
               ElementsAre("imalloc 251 read_part_info: ta",
                           "read_array " + std::string(file.name()) + " 250 1", "free read_part_info: ta"));

@@ -114,6 +114,17 @@ TEST(ScanNumbers, AgreesWithReadingByteByByte) {
   }
 }
 
+TEST(ScanNumbers, AgreesWithReadingByteByByteOnTextsWithOneOtherByte) {
+  std::mt19937 draw(3);
+  for (int byte = 0; byte < 256; ++byte) {
+    for (int round = 0; round < 20; ++round) {
+      std::string text = random_text(draw, "12345  \n", 200);
+      text[draw() % text.size()] = static_cast<char>(byte);
+      ASSERT_EQ(scan(text), slow_scan(text)) << testing::PrintToString(text);
+    }
+  }
+}
+
 TEST(ScanNumbers, AgreesWithReadingByteByByteOnLongTexts) {
   std::mt19937 draw(2);
   for (const char* const from : {"0123456789    \n", "1 ", "\n", "1\n", "12345678 ", "1234567890123 \n\t"}) {

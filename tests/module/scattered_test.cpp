@@ -169,7 +169,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Dimensions{140000, 1, 5, true, 5}, Dimensions{1000, 3000, 6, true, 6},
                     Dimensions{20000, 600000, 2, true, 7},
                     // The bucket of the hub does not fit in the work array.
-                    Dimensions{200000, 260000, 9, false, 8, true}));
+                    Dimensions{200000, 260000, 9, false, 8, true},
+                    // It does, without the counters beside it.
+                    Dimensions{200000, 217400, 9, false, 9, true}));
 
 }  // namespace
 }  // namespace quillon

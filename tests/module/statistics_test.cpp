@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -311,6 +312,14 @@ TEST_F(PrDetailinfoHypergraph, AveragesUseTheStoredNumberOfPins) {
                                          "\n\tAvg\t:    6.000"
                                          "\n\tStd\t:    4.000"
                                          "\n\tCov\t:    0.667"));
+}
+
+TEST_F(PrDetailinfoHypergraph, CountsLongListsOfTheFirstAndTheLastItem) {
+  std::vector<int> all(20000);
+  std::iota(all.begin(), all.end(), 1);
+  EXPECT_THAT(report_of(Record({.ncells = 20000, .pins = {all, {1}, all}})),
+              testing::HasSubstr("\n NetSize=    1 -->      1 net(s) (   33.33%)"
+                                 "\n NetSize= 20000 -->      2 net(s) (   66.67%)"));
 }
 
 TEST_F(PrDetailinfoHypergraph, AllocatesTwoArraysThatItDoesNotFree) {
