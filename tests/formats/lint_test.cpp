@@ -339,7 +339,7 @@ struct BadLines {
   std::string before;
   const char* line;
   const char* rule;
-  std::string after = "";
+  std::string after = {};
   ReadOptions read = {};
 };
 
