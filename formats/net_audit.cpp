@@ -225,16 +225,17 @@ NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, s
     const auto k = static_cast<std::size_t>(part);
     audits[k].run(parts[k]);
   });
-  PartAudit& all = audits.front();
-  for (const PartAudit& later : std::span(audits).subspan(1)) {
-    all.used.add(later.used);
-    all.found.empty_nets.append(later.found.empty_nets, most_kept);
-    all.found.one_pin_nets.append(later.found.one_pin_nets, most_kept);
-    all.found.repeated_pins.append(later.found.repeated_pins, most_kept);
+  NetFindings all;
+  UsedCells used(lists.ncells);
+  for (const PartAudit& audit : audits) {
+    used.add(audit.used);
+    all.empty_nets.append(audit.found.empty_nets, most_kept);
+    all.one_pin_nets.append(audit.found.one_pin_nets, most_kept);
+    all.repeated_pins.append(audit.found.repeated_pins, most_kept);
   }
-  all.found.parallel_nets = find_parallel_nets(lists, prints, parts);
-  all.found.isolated_cells = all.used.isolated();
-  return std::move(all.found);
+  all.parallel_nets = find_parallel_nets(lists, prints, parts);
+  all.isolated_cells = used.isolated();
+  return all;
 }
 
 }  // namespace quillon::formats
