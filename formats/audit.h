@@ -123,9 +123,8 @@ class QUILLON_HIDDEN Audit {
   bool wants_line(Item::Kind kind, std::int64_t number);
 
   /// @param kind,number  Of a line.
-  /// @return             The first number from this one on of whose line items are wanted; if there is none,
-  /// a
-  ///                     number that no item has.
+  /// @return             The first number from this one on whose line has wanted items; a number that no item
+  ///                     has if there is none.
   [[nodiscard]] std::int64_t next_number(Item::Kind kind, std::int64_t number) const;
 
   /// Notes the place of an item, if it is wanted.
