@@ -101,35 +101,12 @@ int append_short(Block& block, const Extent& text, int nnumbers, Mark& mark) {
   return nnumbers;
 }
 
-// Tells how many lines to leave to be read by their words after an odd one. Where many odd lines have
-// followed one another, more do, most likely, and to scan each as far as it is plain takes as long as to read
-// its words.
-class OddLines {
- public:
-  // Adds an odd line. Returns how many lines to pass, this one included.
-  int add(const char* begin) {
-    nin_row_ = begin == end_ ? nin_row_ + 1 : 1;
-    return nin_row_ < kMany ? 1 : kPassed;
-  }
-
-  // Sets where the lines passed end.
-  void end(const char* end) { end_ = end; }
-
- private:
-  static constexpr int kMany = 16;
-  static constexpr int kPassed = 64;
-
-  const char* end_ = nullptr;
-  int nin_row_ = 0;
-};
-
 void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) {
   Scanned scanned;
   int nnumbers = 0;
   std::size_t nline_ends = 0;
   Mark mark{at, 0, 0, at};
   Runs runs(block, mark);
-  OddLines odd_lines;
   while (mark.scanned < text.end) {
     if (!by_line) nnumbers = append_short(block, text, nnumbers, mark);
     scan_numbers(mark.scanned, text.end, scanned);
@@ -138,11 +115,8 @@ void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) 
     if (scanned.size > 0) continue;
 
     runs.end(mark);
-    for (int nleft = odd_lines.add(mark.line); nleft > 0 && mark.scanned < text.end; --nleft) {
-      mark.line = mark.scanned = next_line(mark.scanned, text.end);
-      nline_ends += mark.line[-1] == '\n' ? 1 : 0;
-    }
-    odd_lines.end(mark.line);
+    mark.line = mark.scanned = next_line(mark.scanned, text.end);
+    nline_ends += mark.line[-1] == '\n' ? 1 : 0;
     nnumbers = mark.nnumbers;
     runs.begin(mark);
   }

@@ -5,7 +5,6 @@
 /// Numbers are found many at a time, by `util/digits.h`, on lines that hold nothing else. All
 /// other lines are odd: those with comments, signs, words, numbers of more than nine digits and the like.
 /// They are left to the functions of `formats/scanner.h`, which know how to say what is wrong and where.
-/// Among many odd lines, a line of numbers may be left to them too.
 
 #include <cstddef>
 #include <memory>

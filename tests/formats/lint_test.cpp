@@ -446,7 +446,6 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 2"));
 }
 
-// Among odd lines, lines of numbers are read by their words too.
 TEST(Lint, ReadsPlainLinesAmongManyOddOnes) {
   std::string text = "1000 1001\n";
   std::vector<std::string> expected;
