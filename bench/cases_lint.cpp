@@ -16,7 +16,7 @@ namespace {
 // What is wrong with each net line, or with each entry of a matrix.
 enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin, kWord, kWordInMatrix };
 
-void write_matrix(const Hypergraph& h, const std::string& path, Mistake mistake) {
+void write_bad_matrix(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
   std::fprintf(file, "%%%%MatrixMarket matrix coordinate pattern general\n%d %d %d\n", h._n, h._c, h._p);
   const char* const line = mistake == Mistake::kNone ? "%d %d\n" : "%d x%d\n";
@@ -25,7 +25,7 @@ void write_matrix(const Hypergraph& h, const std::string& path, Mistake mistake)
   ufclose(file);
 }
 
-void write_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
+void write_bad_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
   std::fprintf(file, "%d %d\n", h._n, h._c);
   for (int j = 1; j <= h._n; ++j) {
@@ -60,7 +60,7 @@ void run_lint(benchmark::State& state, Input& input, const Options& options, con
   const std::string clean = options.folder + "/clean";
   const std::string bad = options.folder + "/bad";
   const bool is_matrix = subject.mistake == Mistake::kWordInMatrix;
-  const auto write = is_matrix ? write_matrix : write_file;
+  const auto write = is_matrix ? write_bad_matrix : write_bad_file;
   write(h, clean, Mistake::kNone);
   write(h, bad, subject.mistake);
   formats::LintOptions lint_options;
