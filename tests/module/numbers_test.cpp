@@ -149,7 +149,8 @@ Seen short_scan(const std::string& text, int room) {
 
 bool scans_short_numbers() {
 #ifdef QUILLON_AVX2
-  return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("bmi2") != 0;
+  return static_cast<bool>(__builtin_cpu_supports("avx2")) &&
+         static_cast<bool>(__builtin_cpu_supports("bmi2"));
 #else
   return false;
 #endif
