@@ -28,7 +28,8 @@ function(quillon_hide_internals target)
 endfunction()
 
 # quillon_objects(NAME SOURCE...) compiles the sources of a library once for both kinds, as quillon_NAME_objects. The
-# code is position-independent, which the module itself, built once for each kind, avoids for speed.
+# code is position-independent, which the module itself, built once for each kind, avoids for speed except in short
+# builds.
 function(quillon_objects name)
   set(target quillon_${name}_objects)
   add_library(${target} OBJECT ${ARGN})
@@ -37,23 +38,45 @@ function(quillon_objects name)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PRIVATE quillon_flags)
   quillon_hide_internals(${target})
-  quillon_short_build(${target})
-  quillon_short_build(${target} TOGETHER)
+  quillon_short_build(${target} TOGETHER HEADERS quillon_library_headers)
 endfunction()
 
-# quillon_short_build(TARGET [HEADER...]) reads the headers of the standard library, and others, once for all sources of a
-# target if QUILLON_SHORT_BUILD is on; quillon_short_build(TARGET TOGETHER) compiles several sources at a time, whose
-# names of types and constants must differ. Sources with SKIP_UNITY_BUILD_INCLUSION are compiled by themselves.
+# quillon_headers(NAME) precompiles the headers of the standard library that most sources use, for the targets that name
+# it as HEADERS. All must have the same flags, except definitions that the headers do not use.
+function(quillon_headers name)
+  file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp CONTENT "")
+  add_library(${name} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON CXX_EXTENSIONS OFF)
+  target_compile_features(${name} PRIVATE cxx_std_20)
+  target_link_libraries(${name} PRIVATE quillon_flags)
+  target_precompile_headers(${name} PRIVATE <algorithm> <array> <charconv> <cstdint> <cstring> <functional> <memory>
+    <numeric> <optional> <span> <string> <string_view> <utility> <vector>)
+endfunction()
+
+# quillon_short_build(TARGET [TOGETHER] [HEADERS NAME]) applies to a target if QUILLON_SHORT_BUILD is on. HEADERS uses
+# precompiled headers. TOGETHER compiles several sources at a time, whose names of types and constants must differ;
+# sources with SKIP_UNITY_BUILD_INCLUSION are compiled by themselves.
 function(quillon_short_build target)
-  if(QUILLON_SHORT_BUILD AND "TOGETHER" IN_LIST ARGN)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
-  elseif(QUILLON_SHORT_BUILD)
-    target_precompile_headers(${target} PRIVATE <algorithm> <array> <charconv> <cstdint> <cstring> <functional> <memory>
-      <numeric> <optional> <span> <string> <string_view> <utility> <vector> ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "TOGETHER" "HEADERS" "")
+  if(QUILLON_SHORT_BUILD AND arg_TOGETHER)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+  endif()
+  if(QUILLON_SHORT_BUILD AND arg_HEADERS)
+    set_target_properties(${target} PROPERTIES
+      POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    target_precompile_headers(${target} REUSE_FROM ${arg_HEADERS})
   endif()
 endfunction()
+if(QUILLON_SHORT_BUILD)
+  quillon_headers(quillon_library_headers)
+endif()
 
 function(quillon_library name header)  # quillon_library(NAME HEADER SOURCE...)
+  if(QUILLON_SHORT_BUILD AND NOT TARGET quillon_${name}_objects)
+    quillon_objects(${name} ${ARGN})
+    set(ARGN $<TARGET_OBJECTS:quillon_${name}_objects>)
+  endif()
   foreach(kind IN LISTS quillon_kinds)
     set(target quillon_${name}_${kind})
     string(TOUPPER ${kind} type)

@@ -66,7 +66,7 @@ std::string message(const std::string& text) {
   return fatal_text([&] { read(text); });
 }
 
-constexpr const char* kCannotRead = "read_hypergraph : cannot read numbering, #cells, #nets, #pins.";
+constexpr const char* kNoHeader = "read_hypergraph : cannot read numbering, #cells, #nets, #pins.";
 
 std::string wrong_pins(const std::string& numbers) {
   return "read_hypergraph_netar: Something wrong with the pins from input file " + numbers + "\n";
@@ -355,9 +355,9 @@ TEST_F(ReadNetArrays, TreatsANegativeNumberOfNetsAsNone) {
 }
 
 TEST_F(ReadNetArrays, RefusesAHeaderThatIsIncompleteOrOutOfRange) {
-  EXPECT_EQ(message(""), kCannotRead);
-  EXPECT_EQ(message("% only\n"), kCannotRead);
-  EXPECT_EQ(message("1 2 3\n"), kCannotRead);
+  EXPECT_EQ(message(""), kNoHeader);
+  EXPECT_EQ(message("% only\n"), kNoHeader);
+  EXPECT_EQ(message("1 2 3\n"), kNoHeader);
   EXPECT_EQ(message("2 2 1 2 4\n"), "read_hypergraph : invalid fmt parameter [4]");
   EXPECT_EQ(message("1 2 1 2 -1\n"), "read_hypergraph : invalid fmt parameter [-1]");
   EXPECT_EQ(message("2 2 1 2\n"), "read_hypergraph : invalid numbering parameter [2]");
