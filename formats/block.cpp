@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "formats/word_lines.h"
 #include "hypergraph/detail/scan.h"
 #include "util/digits.h"
 
@@ -35,6 +36,7 @@ struct Mark {
   const char* line;
   int nnumbers;
   int nlines;
+  int nodd;             // odd words
   const char* scanned;  // end of what has been scanned, on this line
 };
 
@@ -50,7 +52,7 @@ class Runs {
     const std::size_t end = std::min(static_cast<std::size_t>(mark.line - text), block_.size);
     if (end > begin)
       block_.runs.push_back({begin, end, start_.nnumbers, mark.nnumbers - start_.nnumbers, start_.nlines,
-                             mark.nlines - start_.nlines});
+                             mark.nlines - start_.nlines, start_.nodd, mark.nodd - start_.nodd});
   }
 
   void begin(const Mark& mark) { start_ = mark; }
@@ -101,11 +103,97 @@ int append_short(Block& block, const Extent& text, int nnumbers, Mark& mark) {
   return nnumbers;
 }
 
+// Scans lines of any kind, word by word, until there are several plain ones in a row.
+class AnyLines {
+ public:
+  // `mark` is that of an odd line. Ends the run before it.
+  AnyLines(Block& block, const Extent& text, Mark& mark, Runs& runs)
+      : block_(block), text_(text), mark_(mark), runs_(runs), nnumbers_(mark.nnumbers), nodd_(mark.nodd) {
+    block.odd_words.make_room(block.size / 2 + 2);  // only once if the blocks of a text are alike
+    runs.end(mark);
+    runs.begin(mark);
+  }
+
+  // Moves the mark past all lines, after which the last run has not ended.
+  void scan() {
+    const char* at = mark_.line;
+    while (at < text_.end && nplain_ < kManyPlain) {
+      const WordPiece piece = find_words(at, text_.end);
+      if (piece.size > 0)
+        add_piece(at, piece);
+      else if (!add_long_word(at))
+        break;
+    }
+    mark_.scanned = mark_.line;
+    if (nplain_ < kManyPlain && mark_.line < text_.end) pass_line(text_.end);
+  }
+
+ private:
+  static constexpr int kManyPlain = 16;
+
+  enum class Kind { kPlain, kOdd, kComment };
+
+  void add_piece(const char*& at, const WordPiece& piece) {
+    convert_words(at, piece, block_.numbers.data() + nnumbers_, text_.begin, block_.odd_words.data() + nodd_);
+    for (std::uint64_t line_ends = piece.line_ends; line_ends != 0; line_ends &= line_ends - 1) {
+      const std::uint64_t before = line_ends ^ (line_ends - 1);
+      end_line(at + lowest_bit(line_ends) + 1, nnumbers_ + count_bits(piece.ends & before),
+               nodd_ + count_bits(piece.odd_ends & before));
+    }
+    nnumbers_ += count_bits(piece.ends);
+    nodd_ += count_bits(piece.odd_ends);
+    at += piece.size;
+  }
+
+  // Adds a word without an end in the next 64 bytes. Returns false if it has none in this block.
+  bool add_long_word(const char*& at) {
+    const char* end = at;
+    while (end < text_.end && !is_space(*end)) ++end;
+    if (end == text_.end) return false;
+    block_.numbers.data()[nnumbers_++] = -1;
+    block_.odd_words.data()[nodd_++] = static_cast<int>(at - text_.begin);
+    at = end;
+    return true;
+  }
+
+  void end_line(const char* end, int nnumbers, int nodd) {
+    const Kind kind = *mark_.line == '%' ? Kind::kComment : nodd > mark_.nodd ? Kind::kOdd : Kind::kPlain;
+    if (kind != kind_) {
+      runs_.end(mark_);
+      runs_.begin(mark_);
+    }
+    kind_ = kind;
+    nplain_ = kind == Kind::kPlain ? nplain_ + 1 : 0;
+    block_.starts.data()[++mark_.nlines] = nnumbers;
+    ++block_.nline_ends;
+    mark_.line = end;
+    mark_.nnumbers = nnumbers;
+    mark_.nodd = nodd;
+    if (kind == Kind::kComment) runs_.begin(mark_);
+  }
+
+  // Leaves the last line out: it has no end.
+  void pass_line(const char* end) {
+    runs_.end(mark_);
+    mark_.line = mark_.scanned = end;
+    runs_.begin(mark_);
+  }
+
+  Block& block_;
+  const Extent& text_;
+  Mark& mark_;
+  Runs& runs_;
+  int nnumbers_;
+  int nodd_;
+  int nplain_ = 0;            // plain lines in a row
+  Kind kind_ = Kind::kPlain;  // of the line before; there is no run before the first one
+};
+
 void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) {
   Scanned scanned;
   int nnumbers = 0;
   std::size_t nline_ends = 0;
-  Mark mark{at, 0, 0, at};
+  Mark mark{at, 0, 0, 0, at};
   Runs runs(block, mark);
   while (mark.scanned < text.end) {
     if (!by_line) nnumbers = append_short(block, text, nnumbers, mark);
@@ -114,6 +202,11 @@ void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) 
     nnumbers = append(block, scanned, nnumbers, mark, by_line);
     if (scanned.size > 0) continue;
 
+    if (by_line) {
+      AnyLines(block, text, mark, runs).scan();
+      nnumbers = mark.nnumbers;
+      continue;
+    }
     runs.end(mark);
     mark.line = mark.scanned = next_line(mark.scanned, text.end);
     nline_ends += mark.line[-1] == '\n' ? 1 : 0;
@@ -218,7 +311,7 @@ void scan_entries(Block& block, const Extent& text, const char* at, const LineSh
   int* const numbers = block.numbers.data();
   int* const starts = block.starts.data();
   int nodd = 0;
-  Mark mark{at, 0, 0, at};
+  Mark mark{at, 0, 0, 0, at};
   Runs runs(block, mark);
   while (mark.line < text.end) {
     if (nsingle == 0) {

@@ -2,9 +2,10 @@
 /// @file
 /// A piece of a text and the numbers in it. Internal to `formats/`.
 ///
-/// Numbers are found many at a time, by `util/digits.h`, on lines that hold nothing else. All
+/// Numbers are found many at a time, by `util/digits.h`, on lines that hold nothing else: plain lines. All
 /// other lines are odd: those with comments, signs, words, numbers of more than nine digits and the like.
-/// They are left to the functions of `formats/scanner.h`, which know how to say what is wrong and where.
+/// They are left to the functions of `formats/scanner.h`, which know how to say what is wrong and where. But
+/// if there are many of them, readers can look at their words, most of which are numbers, by array.
 
 #include <cstddef>
 #include <memory>
@@ -20,14 +21,18 @@ struct LineShape {
   bool whole_values = false;  ///< The values are integers.
 };
 
-/// Consecutive lines of a block without an odd one.
+/// Consecutive lines of a block that are all plain or all odd.
 struct Run {
   std::size_t begin;  ///< Offset of its first line.
   std::size_t end;    ///< Offset after its last line.
   int number;         ///< Index of its first number.
   int nnumbers;
-  int line;    ///< Index of its first line, odd lines not counted; 0 if lines are not wanted.
+  int line;    ///< Index of its first line; 0 if lines are not wanted.
   int nlines;  ///< Likewise.
+  int odd;     ///< Of odd lines: index of their first odd word.
+  int nodd;    ///< Number of odd words, one at least on each line; 0 if the lines are plain.
+
+  [[nodiscard]] bool is_odd() const { return nodd > 0; }
 };
 
 /// Memory that is used again and again. Its contents are lost when it grows, but for those that are kept.
@@ -71,14 +76,17 @@ struct Block {
   bool is_last = false;        ///< The text ends with it.
   std::size_t nline_ends = 0;  ///< Not set in the last block.
 
-  Scratch<int> numbers;   ///< Of all runs, one after another.
-  Scratch<int> starts;    ///< By line of a run: index of its first number; one more entry ends the last.
-  std::vector<Run> runs;  ///< In the order of the text.
+  Scratch<int> numbers;    ///< Of all runs, one after another; -1 for odd words.
+  Scratch<int> starts;     ///< By line: index of its first number; one more entry ends the last.
+  Scratch<int> odd_words;  ///< Offsets of words that are no numbers of at most nine digits.
+  std::vector<Run> runs;   ///< In the order of the text. Some lines, such as comments, are in none.
 };
 
-/// Finds the runs of a block.
+/// Finds the runs of a block. All plain lines are in runs; odd lines are only if the shape is that of lines
+/// of any count of numbers, and not if they begin with "%" or end in another block.
 ///
-/// @param block  Gets `nline_ends`, `numbers`, `starts` and `runs`. Its spare bytes are overwritten.
+/// @param block  Gets `nline_ends`, `numbers`, `starts`, `odd_words` and `runs`. Its spare bytes are
+///               overwritten.
 /// @param from   Offset of the first byte to scan, the start of a line.
 /// @param shape  What lines consist of.
 void scan(Block& block, std::size_t from, const LineShape& shape);

@@ -93,7 +93,7 @@ bool read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
   const int first = first_cell_of(in, 1);
   const Range cells = cell_range(header.ncells, first);
-  const NetForm form{header.net_weights, false, first, kMostPins};
+  const NetForm form{header.net_weights, false, false, first, kMostPins};
   for (int j = 1; j <= header.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {
       j += nread;

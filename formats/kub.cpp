@@ -68,7 +68,7 @@ bool read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
 void read_nets(Scanner& in, NetLists& lists) {
   const int first = first_cell_of(in, 0);
   const Range cells = cell_range(lists.ncells, first);
-  const NetForm form{true, true, first, kMostPins};
+  const NetForm form{true, true, false, first, kMostPins};
   lists.net_weights.push_back(0);
   for (int j = 1; j <= lists.nnets;) {
     if (const int nread = read_plain_nets(in, lists, form); nread > 0) {

@@ -8,12 +8,53 @@
 namespace quillon::formats {
 namespace {
 
-// Moves to the run that begins here. Returns false if there is none: the reader is on an odd line, or within
-// a run that it reads by words.
+// Notes that lines of a run of odd ones have been consumed: those before `in.at`.
+void pass_odd_lines(const Scanner& in, Scanner::Stream& stream, int count) {
+  const Run& run = stream.block->runs[stream.run];
+  const int* const odd = stream.block->odd_words.data() + run.odd;
+  while (stream.odd < run.nodd && static_cast<std::size_t>(odd[stream.odd]) < in.at) ++stream.odd;
+  stream.line += count;
+  stream.at = in.at;
+}
+
+// Moves to the run that begins here, or within one of odd lines. Returns false if there is none: the reader
+// is within a run of plain lines that it reads by words, or between runs.
 bool find_run(const Scanner& in, Scanner::Stream& stream) {
   const std::vector<Run>& runs = stream.block->runs;
-  while (stream.run < runs.size() && stream.at < in.at) stream.enter_run(stream.run + 1);
+  while (stream.run < runs.size() && stream.at < in.at) {
+    const Run& run = runs[stream.run];
+    if (!run.is_odd() || run.end <= in.at) {
+      stream.enter_run(stream.run + 1);
+      continue;
+    }
+    const std::string_view passed = in.text.substr(stream.at, in.at - stream.at);
+    pass_odd_lines(in, stream, static_cast<int>(count_line_ends(passed)));
+  }
   return stream.run < runs.size() && stream.at == in.at;
+}
+
+// The rest of the run that begins here.
+NumberLines lines_of_run(const Block& block, const Scanner::Stream& stream) {
+  const Run& run = block.runs[stream.run];
+  NumberLines lines;
+  lines.all = block.numbers.data();
+  lines.numbers = lines.all + run.number;
+  lines.nnumbers = run.nnumbers;
+  if (run.nlines == 0) return lines;
+  lines.starts = block.starts.data() + run.line + stream.line;
+  lines.count = run.nlines - stream.line;
+  lines.numbers = lines.line(0);
+  lines.nnumbers = lines.before(lines.count);
+  if (run.is_odd()) lines.odd = block.odd_words.data() + run.odd + stream.odd;
+  return lines;
+}
+
+// The lines of the run that begins here, if they are of this kind.
+NumberLines find_lines(Scanner& in, bool are_odd) {
+  if (in.stream == nullptr || at_end(in) || !find_run(in, *in.stream)) return {};
+  const Scanner::Stream& stream = *in.stream;
+  return stream.block->runs[stream.run].is_odd() == are_odd ? lines_of_run(*stream.block, stream)
+                                                            : NumberLines{};
 }
 
 }  // namespace
@@ -25,32 +66,24 @@ void begin_lines(Scanner& in, const LineShape& shape) {
   stream.enter(stream.queue.start(shape, in.at));
 }
 
-NumberLines number_lines(Scanner& in) {
-  if (in.stream == nullptr || at_end(in) || !find_run(in, *in.stream)) return {};
-  const Block& block = *in.stream->block;
-  const Run& run = block.runs[in.stream->run];
-  NumberLines lines;
-  lines.all = block.numbers.data();
-  lines.numbers = lines.all + run.number;
-  lines.nnumbers = run.nnumbers;
-  if (run.nlines == 0) return lines;
-  lines.starts = block.starts.data() + run.line + in.stream->line;
-  lines.count = run.nlines - in.stream->line;
-  lines.numbers = lines.line(0);
-  lines.nnumbers = lines.before(lines.count);
-  return lines;
-}
+NumberLines number_lines(Scanner& in) { return find_lines(in, false); }
+
+NumberLines odd_lines(Scanner& in) { return find_lines(in, true); }
 
 void skip_lines(Scanner& in, int count) {
   Scanner::Stream& stream = *in.stream;
   const Run& run = stream.block->runs[stream.run];
-  stream.line += count;
-  if (stream.line == run.nlines) {
+  if (stream.line + count == run.nlines) {
     skip_all_lines(in);
     return;
   }
   for (int k = 0; k < count; ++k) in.at = in.text.find('\n', in.at) + 1;
-  stream.at = in.at;
+  if (run.is_odd()) {
+    pass_odd_lines(in, stream, count);
+  } else {
+    stream.line += count;
+    stream.at = in.at;
+  }
 }
 
 void skip_all_lines(Scanner& in) {

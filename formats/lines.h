@@ -23,6 +23,7 @@ struct NumberLines {
   const int* numbers = nullptr;  ///< Line after line; `kSpareNumbers` more can be read.
   const int* starts = nullptr;   ///< Entries k and k + 1: first number of line k, and the end, in `all`.
   const int* all = nullptr;
+  const int* odd = nullptr;  ///< Of odd lines: offsets of the odd words, which are -1 among the numbers.
 
   /// Numbers of line k, from 0.
   [[nodiscard]] int size(int k) const { return starts[k + 1] - starts[k]; }
@@ -40,12 +41,18 @@ struct NumberLines {
 /// @return    Valid until words are read from `in`. None if the next line has to be read by its words.
 NumberLines number_lines(Scanner& in);
 
-/// Moves past lines that `number_lines` has just found.
+/// Finds the odd lines that begin here.
+///
+/// @param in  As for `number_lines`.
+/// @return    Likewise. None if the next line is plain, or has to be read by its words.
+NumberLines odd_lines(Scanner& in);
+
+/// Moves past lines that `number_lines` or `odd_lines` has just found.
 ///
 /// @param count  Of them.
 void skip_lines(Scanner& in, int count);
 
-/// Moves past all lines that `number_lines` has just found.
+/// Moves past all lines that `number_lines` or `odd_lines` has just found.
 void skip_all_lines(Scanner& in);
 
 }  // namespace quillon::formats

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/damaged_lines.h"
 #include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/losses.h"
@@ -217,6 +218,16 @@ class Entries {
                    [shift](int index) { return index + shift; });
   }
 
+  // Adds an entry that counts from 1.
+  void add(const Entry& entry) {
+    if (are_pins_) {
+      add(std::array{entry.row, entry.column}, 0);
+      return;
+    }
+    values_.push_back(entry.row);
+    values_.push_back(entry.column);
+  }
+
   // Row and column of each, if they are no pins.
   [[nodiscard]] const Ints& pairs() const { return values_; }
   [[nodiscard]] Ints release_pairs() && { return std::move(values_); }
@@ -280,14 +291,77 @@ class Entries {
   bool are_pins_;
 };
 
+// Reads the lines of entries with errors that lint only counts.
+class DamagedEntries {
+ public:
+  DamagedEntries(const Scanner& in, const NumberLines& lines, Entries& entries, const Header& header)
+      : in_(in),
+        entries_(entries),
+        header_(header),
+        rows_{header.first, header.nrows - 1 + header.first, {}, "cell-out-of-range"},
+        columns_{header.first, header.ncolumns - 1 + header.first, {}, "cell-out-of-range"},
+        lines_(in, lines) {}
+
+  // Returns false without effect if lint wants the text of an error.
+  bool read(int line) {
+    lines_.enter(line);
+    if (lines_.nleft() == 0) return true;
+    bool reaches_last = false;
+    const bool is_kept = read_words(reaches_last);
+    if (!lines_.end_line()) return false;
+    if (reaches_last) in_.audit->reaches_last = true;
+    if (!is_kept) note_damage(in_, static_cast<int>(entries_.size()) + 1);
+    entries_.add(is_kept ? entry_ : Entry{1, 1});
+    return true;
+  }
+
+ private:
+  bool read_words(bool& reaches_last) {
+    entry_ = {0, 0};
+    if (lines_.next_cell(rows_, entry_.row)) entry_.row += 1 - header_.first;
+    if (lines_.next_cell(columns_, entry_.column)) entry_.column += 1 - header_.first;
+    if (entry_.row == 0 || entry_.column == 0)
+      reaches_last = entry_.row == header_.nrows || entry_.column == header_.ncolumns;
+    else if (header_.skew && entry_.row == entry_.column)
+      lines_.add("diagonal-entry");
+    else if (lines_.nleft() > 0)
+      lines_.add("trailing-text");
+    else
+      return true;
+    return false;
+  }
+
+  const Scanner& in_;
+  Entries& entries_;
+  const Header& header_;
+  const Range rows_;
+  const Range columns_;
+  DamagedLines lines_;
+  Entry entry_{};
+};
+
+// Reads lines up to the first one that has to be read by its words. Returns false if that is the next one.
+bool read_damaged_entries(Scanner& in, const NumberLines& lines, Entries& entries, const Header& header) {
+  const auto nentries = static_cast<std::size_t>(header.nentries);
+  int nread = 0;
+  for (DamagedEntries damaged(in, lines, entries, header);
+       nread < lines.count && entries.size() < nentries && damaged.read(nread);)
+    ++nread;
+  if (nread > 0) skip_lines(in, nread);
+  return nread > 0;
+}
+
 // Appends the entries of many lines at once. Returns false without effect if lines have to be read by words.
 bool read_plain_entries(Scanner& in, Entries& entries, const Header& header) {
   const NumberLines lines = number_lines(in);
+  if (lines.count == 0)
+    return may_count_errors(in) && read_damaged_entries(in, odd_lines(in), entries, header);
   const std::size_t nleft = 2 * (static_cast<std::size_t>(header.nentries) - entries.size());
-  if (lines.count == 0 || static_cast<std::size_t>(lines.nnumbers) > nleft) return false;
   int odd = 0;
   for (int k = 0; k < lines.count; ++k) odd |= lines.size(k) & ~2;  // a line has two indices, or it is blank
-  if (odd != 0 || !is_sound(lines.numbers, lines.nnumbers, header)) return false;
+  if (odd != 0 || static_cast<std::size_t>(lines.nnumbers) > nleft ||
+      !is_sound(lines.numbers, lines.nnumbers, header))
+    return may_count_errors(in) && read_damaged_entries(in, lines, entries, header);
   entries.add({lines.numbers, static_cast<std::size_t>(lines.nnumbers)}, 1 - header.first);
   skip_all_lines(in);
   return true;
@@ -302,7 +376,7 @@ void read_or_drop_entry(Scanner& in, const Header& header, const Ranges& ranges,
     note_damage(in, k);
     entry = {1, 1};
   }
-  entries.add(std::array{entry.row, entry.column}, 0);
+  entries.add(entry);
 }
 
 // Reads all entries. With a listener there may be fewer than announced.

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "formats/audit.h"
+#include "formats/damaged_lines.h"
 #include "formats/lines.h"
+#include "formats/ranges.h"
 
 namespace quillon::formats {
 namespace {
@@ -87,31 +90,129 @@ bool store_by_line(const NumberLines& lines, int count, NetLists& lists, const N
   return store_cells(cells, npins, form.first_cell, lists.ncells, cells);
 }
 
-// Stores lines with cells out of range that lint only counts. Returns false if it wants their places.
-bool store_damaged(const Scanner& in, const NumberLines& lines, int count, NetLists& lists,
-                   const NetForm& form) {
-  constexpr std::string_view kRule = "cell-out-of-range";
-  if (in.audit == nullptr || in.audit->is_locating() || in.audit->wants(kRule)) return false;
-  const int head = form.head();
-  std::int64_t noutside = 0;
-  for (int k = 0; k < count; ++k) {
-    const int* const end = lines.line(k + 1);
-    const std::int64_t noutside_before = noutside;
-    if (form.has_weight) lists.net_weights.push_back(*lines.line(k));
-    for (const int* number = lines.line(k) + head; number != end; ++number) {
-      const int cell = *number + 1 - form.first_cell;
-      if (cell >= 1 && cell <= lists.ncells) {
-        lists.nadj.push_back(cell);
-        continue;
-      }
-      ++noutside;
-      in.audit->add_outside(*number);
+// Stores plain net lines if nothing is wrong with any of them. Returns whether that is so; has no effect if
+// not.
+bool store_nets(const NumberLines& lines, int count, NetLists& lists, const NetForm& form) {
+  if (!have_heads(lines, count, form)) return false;
+  const std::size_t pins_before = lists.nadj.size();
+  const std::size_t nets_before = lists.xnadj.size();
+  const bool by_line = form.has_weight || form.has_size;
+  const bool are_cells =
+      by_line ? store_by_line(lines, count, lists, form) : store_unweighted(lines, count, lists, form);
+  if (are_cells && lists.nadj.size() <= form.most_pins) return true;
+  lists.nadj.resize(pins_before);
+  lists.xnadj.resize(nets_before);
+  if (form.has_weight) lists.net_weights.resize(nets_before - 1);
+  return false;
+}
+
+// Reads net lines with errors that lint only counts.
+class DamagedNets {
+ public:
+  DamagedNets(const Scanner& in, const NumberLines& lines, NetLists& lists, const NetForm& form)
+      : in_(in),
+        lists_(lists),
+        form_(form),
+        cells_{form.first_cell, lists.ncells - 1 + form.first_cell, {}, "cell-out-of-range"},
+        lines_(in, lines) {}
+
+  // Returns false without effect if lint wants the text of an error.
+  bool read(int line) {
+    lines_.enter(line);
+    bool is_damaged = false;
+    const bool is_kept = read_head() && read_cells(is_damaged);
+    if (!lines_.end_line()) {
+      lists_.nadj.resize(static_cast<std::size_t>(lists_.xnadj.back()));
+      if (form_.has_weight) lists_.net_weights.resize(lists_.xnadj.size() - 1);
+      return false;
     }
-    if (noutside > noutside_before) note_damage(in, static_cast<int>(lists.xnadj.size()) - 1);
-    end_net(lists);
+    if (is_kept)
+      end_net(lists_);
+    else
+      drop_net(lists_, form_.has_weight);
+    if (is_damaged || !is_kept) note_damage(in_, static_cast<int>(lists_.xnadj.size()) - 2);
+    return true;
   }
-  in.audit->count(kRule, noutside);
+
+ private:
+  // Returns whether the net can be kept, as `read_cells` does.
+  bool read_head() {
+    int weight = 0;
+    if (form_.has_weight) {
+      if (!lines_.next(weights_, weight)) return false;
+      lists_.net_weights.push_back(weight);
+    }
+    size_ = lines_.nleft();
+    return !form_.has_size || lines_.next(sizes_, size_);
+  }
+
+  bool read_cells(bool& is_damaged) {
+    const int count = std::min(size_, lines_.nleft());
+    int* const pins = lists_.nadj.extend(static_cast<std::size_t>(count));
+    int* pin = pins;
+    for (int k = 0; k < count; ++k) {
+      int cell = 0;
+      if (lines_.next_cell(cells_, cell))
+        *pin++ = cell + 1 - cells_.min;
+      else
+        is_damaged = true;
+    }
+    lists_.nadj.resize(lists_.nadj.size() - static_cast<std::size_t>(pins + count - pin));
+    if (count < size_)
+      lines_.add("missing-pin");
+    else if (lines_.nleft() > 0)
+      lines_.add("trailing-text");
+    else
+      return true;
+    return false;
+  }
+
+  const Scanner& in_;
+  NetLists& lists_;
+  const NetForm& form_;
+  const Range cells_;
+  const Range weights_ = any_weight();
+  const Range sizes_ = any_count("bad-count");
+  DamagedLines lines_;
+  int size_ = 0;
+};
+
+// Returns the number of lines read, up to the first one that has to be read by its words.
+int read_damaged_nets(Scanner& in, const NumberLines& lines, int count, NetLists& lists,
+                      const NetForm& form) {
+  if (!may_count_errors(in)) return 0;
+  int nread = 0;
+  for (DamagedNets nets(in, lines, lists, form); nread < count && nets.read(nread);) ++nread;
+  if (nread > 0) skip_lines(in, nread);
+  return nread;
+}
+
+bool have_one_number(const NumberLines& lines, int count) {
+  for (int k = 0; k < count; ++k)
+    if (lines.size(k) != 1) return false;
   return true;
+}
+
+// Returns the number of lines read, up to the first one that has to be read by its words.
+int read_damaged_weights(Scanner& in, const NumberLines& lines, int count, std::vector<int>& weights) {
+  if (!may_count_errors(in)) return 0;
+  const Range range = any_weight();
+  DamagedLines damaged(in, lines);
+  int nread = 0;
+  for (; nread < count; ++nread) {
+    damaged.enter(nread);
+    int weight = 1;
+    if (damaged.next(range, weight) && damaged.nleft() > 0) damaged.add("trailing-text");
+    if (!damaged.end_line()) break;
+    weights.push_back(weight);
+  }
+  if (nread > 0) skip_lines(in, nread);
+  return nread;
+}
+
+// As many of the lines as there are items left. The last item is `last`, the next one `next`.
+int count_for(const NumberLines& lines, std::int64_t next, std::int64_t last) {
+  return static_cast<int>(std::min<std::int64_t>(lines.count, last + 1 - next));
 }
 
 // Room for all pins if the remaining nets are like those so far, so that the array moves seldom.
@@ -168,27 +269,19 @@ int skip_weights(Scanner& in, std::vector<int>& weights, int count) {
 
 int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   if (in.audit != nullptr && in.audit->is_locating()) return skip_nets(in, lists, form);
-  const NumberLines lines = number_lines(in);
-  note_next_item(in, {Item::kNet, std::ssize(lists.xnadj) - 1});
-  const auto nleft =
-      static_cast<std::int64_t>(lists.nnets) + 2 - static_cast<std::int64_t>(lists.xnadj.size());
-  const int count = static_cast<int>(std::min<std::int64_t>(lines.count, nleft));
+  NumberLines lines = number_lines(in);
+  const std::int64_t next = std::ssize(lists.xnadj) - 1;
+  note_next_item(in, {Item::kNet, next});
+  const bool are_plain = lines.count > 0;
+  if (!are_plain && !form.ends_at_text && may_count_errors(in)) lines = odd_lines(in);
+  const int count = count_for(lines, next, lists.nnets);
   if (count == 0) return 0;
   const auto npins = static_cast<std::size_t>(lines.before(count));
-  const std::size_t pins_before = lists.nadj.size();
-  const std::size_t nets_before = lists.xnadj.size();
+  if (lists.nadj.size() + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
   const bool by_line = form.has_weight || form.has_size;
-  if (pins_before + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
-  if (!have_heads(lines, count, form)) return 0;
   make_room(lists, npins + (by_line ? kPinsAtOnce : 0));
-  const bool stored =
-      by_line ? store_by_line(lines, count, lists, form) : store_unweighted(lines, count, lists, form);
-  if (!stored || lists.nadj.size() > form.most_pins) {
-    lists.nadj.resize(pins_before);
-    lists.xnadj.resize(nets_before);
-    if (form.has_weight) lists.net_weights.resize(nets_before - 1);
-    if (stored || !store_damaged(in, lines, count, lists, form)) return 0;
-  }
+  if (!are_plain || !store_nets(lines, count, lists, form))
+    return read_damaged_nets(in, lines, count, lists, form);
   skip_lines(in, count);
   return count;
 }
@@ -206,14 +299,15 @@ int first_cell_of(const Scanner& in, int first) {
 
 int read_plain_weights(Scanner& in, std::vector<int>& weights, int count) {
   if (in.audit != nullptr && in.audit->is_locating()) return skip_weights(in, weights, count);
-  const NumberLines lines = number_lines(in);
-  note_next_item(in, {Item::kCellWeight, std::ssize(weights)});
-  const auto nleft = static_cast<std::int64_t>(count) + 1 - static_cast<std::int64_t>(weights.size());
-  const int nread = static_cast<int>(std::min<std::int64_t>(lines.count, nleft));
-  for (int k = 0; k < nread; ++k)
-    if (lines.size(k) != 1) return 0;
+  NumberLines lines = number_lines(in);
+  const std::int64_t next = std::ssize(weights);
+  note_next_item(in, {Item::kCellWeight, next});
+  const bool are_plain = lines.count > 0;
+  if (!are_plain && may_count_errors(in)) lines = odd_lines(in);
+  const int nread = count_for(lines, next, count);
   if (nread == 0) return 0;
   make_room(weights, static_cast<std::size_t>(nread), count);
+  if (!are_plain || !have_one_number(lines, nread)) return read_damaged_weights(in, lines, nread, weights);
   weights.insert(weights.end(), lines.numbers, lines.numbers + nread);
   skip_lines(in, nread);
   return nread;

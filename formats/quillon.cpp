@@ -148,7 +148,7 @@ bool read_net(Scanner& in, NetLists& lists, const Header& header, const Range& c
 void read_nets(Scanner& in, NetLists& lists, const Header& header) {
   const int first = first_cell_of(in, header.numbering);
   const Range cells = cell_range(lists.ncells, first);
-  const NetForm form{header.net_weights, false, first,
+  const NetForm form{header.net_weights, false, true, first,
                      in.audit == nullptr ? static_cast<std::size_t>(header.npins) : kMostPins};
   const int nspare = header.net_weights ? kSpareNumbers : 0;  // for `read_plain_nets`
   if (!lists.grow_slowly)

@@ -276,8 +276,8 @@ std::optional<int> any_number_in(const Token& token, const Range& range) {
 }
 
 const char* broken_rule(const Token& token, const Range& range) {
-  if (token.text.empty()) return range.if_missing;
   if (token.plain >= 0) return range.rule;
+  if (token.text.empty()) return range.if_missing;
   const std::string_view digits = token.text.substr(token.text.starts_with('-') ? 1 : 0);
   if (digits.empty() || !std::all_of(digits.begin(), digits.end(), is_digit)) return "not-a-number";
   return number_in(token, {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}})

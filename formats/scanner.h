@@ -234,7 +234,10 @@ std::optional<int> any_number_in(const Token& token, const Range& range);
 /// @param range  The values allowed.
 /// @return       The value; none if the word is not a number, or out of range.
 inline std::optional<int> number_in(const Token& token, const Range& range) {
-  if (token.plain < 0) return any_number_in(token, range);
+  if (token.plain < 0) {
+    if (token.text.empty() || token.text.front() > '9') return std::nullopt;  // most words
+    return any_number_in(token, range);
+  }
   if (token.plain < range.min || token.plain > range.max) return std::nullopt;
   return token.plain;
 }

@@ -19,12 +19,14 @@ struct Scanner::Stream {
   const Block* block = nullptr;  ///< The scanner's text; null before the first one.
   std::size_t run = 0;           ///< Index of a run; those before it have been consumed or passed.
   int line = 0;                  ///< Lines of it that have been consumed.
+  int odd = 0;                   ///< Odd words of these lines.
   std::size_t at = 0;            ///< Offset of the lines not consumed.
 
   /// Begins a run of the current block.
   void enter_run(std::size_t index) {
     run = index;
     line = 0;
+    odd = 0;
     at = run < block->runs.size() ? block->runs[run].begin : 0;
   }
 

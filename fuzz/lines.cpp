@@ -10,6 +10,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text = fuzz::expanded(data, size);
   const auto lines = plain_lines_of(text);
   fuzz::expect(scanned_lines_of(text) == lines, "other lines of numbers than there are");
+  fuzz::expect(scanned_lines_of(text, true) == odd_lines_of(text), "other odd lines than there are");
   fuzz::expect(joined(scanned_runs_of(text)) == joined(lines), "other numbers than there are");
   return 0;
 }

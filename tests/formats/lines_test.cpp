@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/audit.h"
 #include "tests/formats/finding_of.h"
 #include "tests/formats/on_blocks.h"
 #include "tests/formats/temp_folder.h"
@@ -173,6 +174,101 @@ TEST(Lines, OfAnyTextGiveTheSameOnAnyBlocksAndThreads) {
   EXPECT_LT(nskipped, 200);
 }
 
+// What lint notes on its first read.
+struct Audited {
+  std::map<std::string, std::int64_t> counts;
+  std::map<std::string, std::vector<std::pair<std::size_t, std::size_t>>> places;  // of wanted findings
+  NetLists lists;
+  Audit audit;
+};
+
+// Reads a text of which the first `nwanted` findings of each rule are wanted.
+void read_audited(Scanner& in, const Format& format, std::size_t nwanted, Audited& audited) {
+  const auto add = [&audited](const Finding& finding) {
+    ++audited.counts[finding.rule];
+    audited.places[finding.rule].emplace_back(finding.line, finding.column);
+  };
+  audited.audit.wants = [&audited, nwanted](std::string_view rule) {
+    return audited.places[std::string(rule)].size() < nwanted;
+  };
+  audited.audit.counted = [&audited](std::string_view rule, std::int64_t nmore) {
+    audited.counts[std::string(rule)] += nmore;
+  };
+  audited.audit.oddity = add;
+  in.audit = &audited.audit;
+  in.listener = add;
+  try {
+    format.read(in, audited.lists, {});
+  } catch (const BadFile& error) {
+    ++audited.counts[error.finding().rule];
+  }
+  in.audit = nullptr;
+}
+
+void expect_same_audit(const Audited& a, const Audited& b) {
+  EXPECT_EQ(a.counts, b.counts);
+  EXPECT_TRUE(a.lists.xnadj == b.lists.xnadj);
+  EXPECT_TRUE(a.lists.nadj == b.lists.nadj);
+  EXPECT_EQ(a.lists.cell_weights, b.lists.cell_weights);
+  EXPECT_EQ(a.lists.net_weights, b.lists.net_weights);
+  EXPECT_EQ(a.audit.damaged, b.audit.damaged);
+  EXPECT_EQ(a.audit.reaches_last, b.audit.reaches_last);
+  EXPECT_EQ(a.audit.outside.count, b.audit.outside.count);
+  EXPECT_EQ(a.audit.outside.smallest, b.audit.outside.smallest);
+  EXPECT_EQ(a.audit.outside.largest, b.audit.outside.largest);
+}
+
+// Puts words into many of its lines, none of them with a line end.
+std::string damaged(const std::string& text, Random& random) {
+  const std::string& word = kWords[static_cast<std::size_t>(random.below(static_cast<int>(kWords.size())))];
+  const std::string inserted = word.substr(0, word.find('\n'));
+  const int often = 1 + random.below(3);
+  std::string result = text.substr(0, text.find('\n') + 1);
+  for (const char c : text.substr(result.size())) {
+    const bool is_blank = c == ' ' || c == '\n';
+    if (is_blank && random.below(often) == 0) result += (random.below(2) == 0 ? "" : " ") + inserted;
+    result += c;
+  }
+  return result;
+}
+
+void expect_same_where_counted(const Format& format, const std::string& text, const Audited& expected,
+                               std::size_t nwanted) {
+  Scanner in("in", reader_of(text));
+  Audited audited;
+  read_audited(in, format, nwanted, audited);
+  expect_same_audit(audited, expected);
+  for (auto [rule, places] : expected.places) {
+    places.resize(std::min(places.size(), nwanted));
+    EXPECT_EQ(audited.places[rule], places) << rule;
+  }
+}
+
+TEST(Lines, WithErrorsThatAreCountedGiveTheSameAsByTheirWords) {
+  const FatalHandler previous = set_fatal_handler(out_of_memory);
+  std::size_t nrules = 0;
+  for (const auto& [name, texts] : samples()) {
+    Random random(2);
+    for (const std::string& text : texts) {
+      for (int k = 0; k < 40 && !HasFailure(); ++k) {
+        const std::string bad = damaged(text, random);
+        SCOPED_TRACE(name + " " + testing::PrintToString(bad));
+        Scanner whole("in", bad);
+        Audited expected;
+        read_audited(whole, format(name), bad.size(), expected);
+        nrules += expected.counts.size();
+        for (const auto& [nthreads, sizes] : kSettings) {
+          const Settings settings(nthreads, sizes);
+          expect_same_where_counted(format(name), bad, expected, 0);
+          expect_same_where_counted(format(name), bad, expected, 2);
+        }
+      }
+    }
+  }
+  set_fatal_handler(previous);
+  EXPECT_GT(nrules, 500U);
+}
+
 std::string contents_of(const std::filesystem::path& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
@@ -202,7 +298,7 @@ TEST(Lines, OfAllTestFilesGiveTheSameOnAnyBlocksAndThreads) {
   EXPECT_GT(nfiles, 150);
 }
 
-TEST(Scan, FindsThePlainLinesOfAnyText) {
+TEST(Scan, FindsThePlainAndTheOddLinesOfAnyText) {
   for (unsigned seed = 1; seed <= 3000; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Random random(seed);
@@ -216,6 +312,7 @@ TEST(Scan, FindsThePlainLinesOfAnyText) {
     }
     if (random.below(2) == 0 && !text.empty()) text.pop_back();
     ASSERT_EQ(scanned_lines_of(text) == plain_lines_of(text), true) << testing::PrintToString(text);
+    ASSERT_EQ(scanned_lines_of(text, true) == odd_lines_of(text), true) << testing::PrintToString(text);
   }
 }
 

@@ -1,0 +1,59 @@
+#include "formats/damaged_lines.h"
+
+#include <utility>
+
+#include "hypergraph/detail/scan.h"
+
+namespace quillon::formats {
+
+DamagedLines::~DamagedLines() {
+  for (std::size_t k = 0; k < nrules_; ++k)
+    if (counts_[k].total > 0) in_.audit->count(counts_[k].rule, counts_[k].total);
+}
+
+void DamagedLines::add(const char* rule) {
+  for (std::size_t k = 0; k < nrules_; ++k) {
+    if (counts_[k].rule != rule) continue;
+    ++counts_[k].on_line;
+    return;
+  }
+  if (nrules_ == counts_.size() || in_.audit->wants(rule))
+    is_text_wanted_ = true;
+  else
+    counts_[nrules_++] = {rule, 0, 1};
+}
+
+// An odd word has a text, a number its value, the end of the line neither.
+Token DamagedLines::word() {
+  if (number_ == end_) return {{}, 0};
+  const int number = *number_++;
+  if (number >= 0) return {{}, 0, number};
+  const auto begin = static_cast<std::size_t>(*odd_++);
+  std::size_t end = begin;
+  while (end < text_.size() && !is_space(text_[end])) ++end;
+  return {text_.substr(begin, end - begin), begin};
+}
+
+bool DamagedLines::next_word(const Range& range, int& number, bool is_cell) {
+  const Token token = word();
+  if (const std::optional<int> value = number_in(token, range)) {
+    number = *value;
+    return true;
+  }
+  if (is_cell) note_outside(in_, token);
+  add(broken_rule(token, range));
+  return false;
+}
+
+bool DamagedLines::end_line() {
+  for (; number_ != end_; ++number_) odd_ += *number_ < 0 ? 1 : 0;
+  if (is_text_wanted_) in_.audit->outside = outside_;
+  for (std::size_t k = 0; k < nrules_; ++k) {
+    const std::int64_t on_line = std::exchange(counts_[k].on_line, 0);
+    counts_[k].total += is_text_wanted_ ? 0 : on_line;
+  }
+  outside_ = in_.audit->outside;
+  return !std::exchange(is_text_wanted_, false);
+}
+
+}  // namespace quillon::formats
