@@ -92,7 +92,9 @@ void note_outside(const Scanner& in, const Token& token) {
   constexpr int kLeast = std::numeric_limits<int>::min();
   constexpr int kLargest = std::numeric_limits<int>::max();
   if (in.audit == nullptr) return;
-  if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
+  if (token.plain >= 0)
+    in.audit->add_outside(token.plain);
+  else if (const std::optional<int> number = number_in(token, {kLeast, kLargest, {}}))
     in.audit->add_outside(*number);
 }
 

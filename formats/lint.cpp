@@ -66,6 +66,9 @@ class Linter {
   [[nodiscard]] bool is_own() const { return result_.format == &own_format(); }
   [[nodiscard]] bool is_json() const { return result_.format->name == "hif"; }
 
+  // Ends a read that is of use only without errors.
+  struct FoundError {};
+
   // ---- Reading ----
 
   void open() {
@@ -144,7 +147,9 @@ class Linter {
       swap_counts(first);
       store_.add(std::move(*swapped));
     } else if (may_be_swapped()) {
+      ends_at_error_ = true;
       swap_counts(first);
+      ends_at_error_ = false;
       if (store_.has_errors())
         undo_swap(first);
       else
@@ -168,12 +173,16 @@ class Linter {
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
     audit_.pins = [this](const PinList& pins) { add_pin_findings(pins); };
     in_->audit = &audit_;
-    in_->listener = [this](const Finding& finding) { store_.add(finding); };
+    in_->listener = [this](const Finding& finding) {
+      store_.add(finding);
+      if (ends_at_error_) throw FoundError();
+    };
     lists_.grow_slowly = true;
     try {
       result_.format->read(*in_, lists_, options_.read);
       is_complete_ = true;
       if (in_->source != nullptr) finish(*in_);
+    } catch (const FoundError&) {
     } catch (const BadFile& error) {
       add_last_error(error.finding());
     }
@@ -671,8 +680,9 @@ class Linter {
 
   Audit audit_;
   NetLists lists_;
-  bool is_complete_ = false;   // the reader got to the end
-  std::int64_t nsurplus_ = 0;  // lines that the header does not announce
+  bool is_complete_ = false;    // the reader got to the end
+  bool ends_at_error_ = false;  // the read is given up at its first error
+  std::int64_t nsurplus_ = 0;   // lines that the header does not announce
   std::optional<Finding> shift_;
   std::optional<std::pair<std::int64_t, std::int64_t>> extremes_;  // of rows and columns
   std::optional<bool> reaches_last_;   // whether a matrix has an entry in its last row or column
