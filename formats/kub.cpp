@@ -65,7 +65,8 @@ bool read_net(Scanner& in, NetLists& lists, int j, const Range& cells) {
   return true;
 }
 
-void read_nets(Scanner& in, NetLists& lists) {
+// Returns whether all of them are there.
+bool read_nets(Scanner& in, NetLists& lists) {
   const int first = first_cell_of(in, 0);
   const Range cells = cell_range(lists.ncells, first);
   const NetForm form{true, true, false, first, kMostPins};
@@ -77,9 +78,10 @@ void read_nets(Scanner& in, NetLists& lists) {
     }
     const bool is_missing = at_end(in);
     read_or_drop_net(in, lists, j, true, [&] { return read_net(in, lists, j, cells); });
-    if (is_missing) return;
+    if (is_missing) return false;
     ++j;
   }
+  return true;
 }
 
 // Returns whether there was no error.
@@ -139,7 +141,7 @@ void read_kub(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   begin_nets(lists, counts.nnets);
 
   begin_lines(in, {});
-  read_nets(in, lists);
+  if (!read_nets(in, lists)) return;
   read_cell_weights(in, lists);
   expect_end(in, "the weights of " + counted(lists.ncells, "cell"));
 }

@@ -443,7 +443,20 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("quillon", "1 2 1 " + many + "\n1 2\n", {}), ElementsAre("pin-count 1"));
   EXPECT_THAT(counts_of("metis", "2 " + many + "\n2\n1\n", {}), ElementsAre("edge-count 1"));
   EXPECT_THAT(counts_of("metis", many + " 3\n4 3 4\n", {}), Contains("missing-line 1"));
-  EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 2"));
+  EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 1"));
+}
+
+TEST(Lint, ReportsTheEndOfAKubFileThatIsCutOnce) {
+  const auto errors_of = [](const std::string& text) {
+    return findings_of(lint_text("kub", text), "bad-weight");
+  };
+  EXPECT_THAT(
+      errors_of("2\n2\n1 2 0 1\n"),
+      ElementsAre("4:1 found the end of the file, expected the weight of net 2 of 2, from 0 to 2147483647"));
+  EXPECT_THAT(
+      errors_of("2\n1\n1 2 0 1\n5\n"),
+      ElementsAre("5:1 found the end of the file, expected the weight of cell 2 of 2, from 0 to 2147483647"));
+  EXPECT_THAT(errors_of("2\n1\n1 2 0 1\n5\n6\n"), IsEmpty());
 }
 
 TEST(Lint, ReadsPlainLinesAmongManyOddOnes) {
