@@ -11,7 +11,8 @@ tool=build/test/tools/quillon
 faults() {
   cmake --preset test >/dev/null && cmake --build --preset test &&
     python3 tests/faults/memory_test.py "$tool" build/test/tests/libquillon_faults.so build/test/tests/library_calls --long &&
-    python3 tests/faults/limits_test.py "$tool" --long && python3 tests/faults/kill_test.py "$tool" --runs 2000
+    python3 tests/faults/limits_test.py "$tool" --long && python3 tests/faults/files_test.py "$tool" --long &&
+    python3 tests/faults/kill_test.py "$tool" --runs 2000
 }
 installation() {
   cmake --preset test >/dev/null && cmake --build --preset test && tests/build/install_test.sh "$PWD" build/test --long

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs a build into an empty folder and builds and runs the program of the README against it, with every way of
 # linking that docs/library.md describes, and the programs of that page.
-# Usage: install_test.sh SOURCE_DIR BUILD_DIR [--long]; the long form also builds quillon::formats from its sources.
+# Usage: install_test.sh SOURCE_DIR BUILD_DIR [--long]; the long form also builds quillon::formats from its sources, and
+# configures every program in a folder of its own.
 set -euo pipefail
 source_dir=$1
 build_dir=$2
@@ -43,25 +44,34 @@ runs() {  # runs KIND PROGRAM: the program prints what it should, and is linked 
   linked "$1" "$2"
 }
 
-builds() {  # builds NAME SOURCE OPTION...
-  cmake -G Ninja -S "$source_dir/tests/build/consumer" -B "$place/$1" -D CONSUMER_SOURCE="$2" \
-    -D CMAKE_PREFIX_PATH="$prefix" -D CMAKE_CXX_FLAGS="${warnings[*]}" "${@:3}" >"$place/log" 2>&1 &&
-    cmake --build "$place/$1" >"$place/log" 2>&1 || { cat "$place/log"; fail "$1 does not build"; }
+builds() {  # builds FOLDER SOURCE OPTION...: in a folder with another choice of options, it is mostly linked again
+  cmake -G Ninja -S "$source_dir/tests/build/consumer" -B "$place/$1" -U 'CONSUMER_*' -U BUILD_SHARED_LIBS \
+    -D CONSUMER_SOURCE="$2" -D CMAKE_PREFIX_PATH="$prefix" -D CMAKE_CXX_FLAGS="${warnings[*]}" "${@:3}" >"$place/log" 2>&1 &&
+    cmake --build "$place/$1" "${target[@]}" >"$place/log" 2>&1 || { cat "$place/log"; fail "$1 does not build"; }
+}
+target=()
+
+folder_of() {  # folder_of FOLDER NAME: the folder where the program NAME is built
+  if [ "$long" = --long ]; then echo "$2"; else echo "$1"; fi
 }
 
-consumer() {  # consumer NAME KIND OPTION...
-  builds "$1" "$program" "${@:3}"
-  runs "$2" "$place/$1/consumer"
-  echo "$1: $2"
+consumer() {  # consumer FOLDER NAME KIND OPTION...
+  local folder
+  folder=$(folder_of "$1" "$2")
+  builds "$folder" "$program" "${@:4}"
+  runs "$3" "$place/$folder/consumer"
+  echo "$2: $3"
 }
 
 package=(-D CONSUMER_QUILLON=find_package)
-consumer default static "${package[@]}"
-consumer build_shared_libs shared "${package[@]}" -D BUILD_SHARED_LIBS=ON
-consumer component_static static "${package[@]}" -D CONSUMER_COMPONENT=static -D BUILD_SHARED_LIBS=ON
-consumer component_shared shared "${package[@]}" -D CONSUMER_COMPONENT=shared
+consumer readme default static "${package[@]}"
+consumer readme build_shared_libs shared "${package[@]}" -D BUILD_SHARED_LIBS=ON
+consumer readme component_static static "${package[@]}" -D CONSUMER_COMPONENT=static -D BUILD_SHARED_LIBS=ON
+consumer readme component_shared shared "${package[@]}" -D CONSUMER_COMPONENT=shared
 sources=(-D CONSUMER_QUILLON_SOURCE="$source_dir" -D CMAKE_PREFIX_PATH= -D QUILLON_SHORT_BUILD=ON)
-consumer fetch_content shared "${sources[@]}" -D CONSUMER_QUILLON=FetchContent -D BUILD_SHARED_LIBS=ON
+[ "$long" = --long ] || target=(--target consumer)  # and what it links
+consumer fetch_content fetch_content shared "${sources[@]}" -D CONSUMER_QUILLON=FetchContent -D BUILD_SHARED_LIBS=ON
+target=()
 
 program_in docs/library.md Errors "$place/errors.cpp"
 survives() {  # survives KIND PROGRAM: the program of "Errors" goes on after a file that cannot be read
@@ -94,10 +104,12 @@ measures() {  # measures KIND PROGRAM: the program of "Formats and measures" wri
 
 libraries_of_formats=(-D "CONSUMER_LIBRARIES=quillon::formats;quillon::measures")
 for kind in static shared; do
-  builds "errors_$kind" "$place/errors.cpp" "${package[@]}" -D CONSUMER_COMPONENT="$kind"
-  survives "$kind" "$place/errors_$kind/consumer"
-  builds "formats_$kind" "$place/formats.cpp" "${package[@]}" -D CONSUMER_COMPONENT="$kind" "${libraries_of_formats[@]}"
-  measures "$kind" "$place/formats_$kind/consumer"
+  folder=$(folder_of errors "errors_$kind")
+  builds "$folder" "$place/errors.cpp" "${package[@]}" -D CONSUMER_COMPONENT="$kind"
+  survives "$kind" "$place/$folder/consumer"
+  folder=$(folder_of formats "formats_$kind")
+  builds "$folder" "$place/formats.cpp" "${package[@]}" -D CONSUMER_COMPONENT="$kind" "${libraries_of_formats[@]}"
+  measures "$kind" "$place/$folder/consumer"
   echo "programs of docs/library.md: $kind"
 done
 if [ "$long" = --long ]; then
@@ -119,17 +131,19 @@ export PKG_CONFIG_PATH=$libraries/pkgconfig
   fail "pkg-config knows another version than the tool"
 read -ra flags <<<"$(pkg-config --cflags quillon)"
 read -ra libs <<<"$(pkg-config --libs quillon)"
-compile=("${CXX:-c++}" -std=c++20 "${warnings[@]}" "${flags[@]}" "$program")
-"${compile[@]}" -o "$place/by_pkg_config" "${libs[@]}" -Wl,-rpath,"$libraries"
+compile=("${CXX:-c++}" -std=c++20 "${warnings[@]}" -c)
+"${compile[@]}" "${flags[@]}" "$program" -o "$place/readme.o"
+"${CXX:-c++}" "$place/readme.o" -o "$place/by_pkg_config" "${libs[@]}" -Wl,-rpath,"$libraries"
 runs shared "$place/by_pkg_config"
-"${compile[@]}" -o "$place/by_pkg_config_static" -Wl,-Bstatic "${libs[@]}" -Wl,-Bdynamic
+"${CXX:-c++}" "$place/readme.o" -o "$place/by_pkg_config_static" -Wl,-Bstatic "${libs[@]}" -Wl,-Bdynamic
 runs static "$place/by_pkg_config_static"
 read -ra flags_of_formats <<<"$(pkg-config --cflags quillon-formats quillon-measures)"
 read -ra libs_of_formats <<<"$(pkg-config --libs quillon-formats quillon-measures)"
-compile=("${CXX:-c++}" -std=c++20 "${warnings[@]}" "${flags_of_formats[@]}" "$place/formats.cpp")
-"${compile[@]}" -o "$place/formats_by_pkg_config" "${libs_of_formats[@]}" -Wl,-rpath,"$libraries"
+"${compile[@]}" "${flags_of_formats[@]}" "$place/formats.cpp" -o "$place/formats.o"
+link=("${CXX:-c++}" "$place/formats.o")
+"${link[@]}" -o "$place/formats_by_pkg_config" "${libs_of_formats[@]}" -Wl,-rpath,"$libraries"
 measures shared "$place/formats_by_pkg_config"
-"${compile[@]}" -o "$place/formats_by_pkg_config_static" -Wl,-Bstatic "${libs_of_formats[@]}" -Wl,-Bdynamic -lz -lzstd
+"${link[@]}" -o "$place/formats_by_pkg_config_static" -Wl,-Bstatic "${libs_of_formats[@]}" -Wl,-Bdynamic -lz -lzstd
 measures static "$place/formats_by_pkg_config_static"
 echo "pkg-config: shared and static"
 

@@ -4,9 +4,9 @@
 memory_test.py TOOL FAULTS_LIBRARY LIBRARY_CALLS [--long]
 
 LIBRARY_CALLS is the program that calls functions of the module; each of these is a command too. The short form tests
-every request of the module's functions, and every tenth of the tool's commands, from another one on for each command,
-fewer after 500 of a command. All commands make the same requests before they read the command line: the short form tests these with one
-command only.
+every request of the module's functions, and every twentieth of the tool's commands, from another one on for each
+command, fewer after 250 of a command. All commands make the same requests before they read the command line: the short
+form tests these with one command only.
 """
 
 import argparse
@@ -22,8 +22,8 @@ from dataclasses import replace
 
 from workplace import COMMANDS, WRITERS, Command, Workplace, faults_of
 
-SHORT_STEP = 10
-FEWER_AFTER = 500
+SHORT_STEP = 20
+FEWER_AFTER = 250
 MEMORY = re.compile(r"memory|cannot allocate|cannot provide", re.IGNORECASE)
 
 

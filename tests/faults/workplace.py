@@ -111,12 +111,17 @@ class Outcome:
 class Workplace:
     """A folder with the inputs, which `restore` resets."""
 
+    _made = {}  # the inputs by tool, which makes some of them: once for all folders
+
     def __init__(self, tool):
         self.tool = os.path.abspath(tool)
         self.folder = Path(tempfile.mkdtemp(prefix="quillon-faults-"))
         self.inputs = {}
-        self._make_inputs()
-        self.inputs = self._contents()
+        if self.tool not in self._made:
+            self._make_inputs()
+            self._made[self.tool] = self._contents()
+        self.inputs = dict(self._made[self.tool])
+        self.restore()
 
     def close(self):
         shutil.rmtree(self.folder)
