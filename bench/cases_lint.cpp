@@ -78,6 +78,7 @@ void run_lint(benchmark::State& state, Input& input, const Options& options, con
   formats::set_threads(0);
   if (!state.error_occurred()) {
     state.counters["lint_times_importer"] = medians.measured / medians.baseline;
+    state.counters["lint_cpu_times_importer"] = 1 / medians.cpu_ratio;
     state.counters["lint_bytes_per_second"] =
         static_cast<double>(std::filesystem::file_size(bad)) / medians.measured;
   }

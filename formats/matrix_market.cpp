@@ -446,8 +446,7 @@ struct Repetitions {
 // Whether a look at the net alone shows that it names no cell twice.
 bool names_each_once(const NetLists& lists, std::span<const int> pins) {
   if (pins.size() > kShortNet) return is_ascending(pins);
-  constexpr CellHash kAnyHash{1U << 31 | 1, 0};
-  return look_at_short_net(pins, lists.nadj.end(), kAnyHash).repeated == 0;
+  return repeated_pins(pins, lists.nadj.end()) == 0;
 }
 
 // Keeps the first of equal pins of a net.

@@ -1,8 +1,7 @@
 #include "formats/net_audit.h"
 
 #include <algorithm>
-#include <bit>
-#include <random>
+#include <limits>
 #include <span>
 #include <utility>
 
@@ -16,6 +15,12 @@ namespace quillon::formats {
 namespace {
 
 using Cells = std::span<const int>;
+
+// Consecutive nets, for one thread.
+struct NetsOfPart {
+  int first;
+  int last;  // less than `first` if there are none
+};
 
 int count_nets(const NetLists& lists) { return std::max<int>(static_cast<int>(lists.xnadj.size()) - 2, 0); }
 
@@ -41,25 +46,36 @@ std::vector<NetsOfPart> parts_of(const NetLists& lists, int count) {
   return parts;
 }
 
-CellHash random_hash() {
-  std::random_device random;
-  return {static_cast<std::uint32_t>(random()) | 0x80000001U, static_cast<std::uint32_t>(random())};
-}
-
-// Fingerprint of a net, not 0. The upper bits of a product depend on all of the hash.
-std::uint32_t print_of(std::uint64_t hash) {
-  const auto print = static_cast<std::uint32_t>(hash * kMixStep >> 32U);
-  return print + (print == 0 ? 1 : 0);
+IsolatedCells isolated_by_sorting(const NetLists& lists) {
+  const std::vector<int> used = sorted_set(lists.nadj);
+  IsolatedCells isolated{lists.ncells - std::ssize(used), 1};
+  for (const int i : used) isolated.first += i == isolated.first ? 1 : 0;
+  if (isolated.count == 0) isolated.first = 0;
+  return isolated;
 }
 
 // Cells that are on a net, a bit for each.
 class UsedCells {
  public:
-  explicit UsedCells(int ncells) : ncells_(ncells), words_(static_cast<std::size_t>(ncells) / 64 + 1) {}
+  // Whether the memory is well spent. A header can announce any number of cells.
+  static bool suit(const NetLists& lists) {
+    return !lists.avoids(lists.ncells / std::numeric_limits<unsigned>::digits, lists.nadj.size());
+  }
+
+  // Without cells if they do not suit.
+  explicit UsedCells(const NetLists& lists)
+      : ncells_(suit(lists) ? lists.ncells : 0), words_(static_cast<std::size_t>(ncells_) / 64 + 1) {}
 
   void add(Cells cells) {
-    std::uint64_t* const words = words_.data();  // stores might alias the members
-    for (const int i : cells) words[static_cast<unsigned>(i) / 64] |= std::uint64_t{1} << (i % 64U);
+    if (ncells_ == 0) return;
+    if (nstores_-- > 0) return store(cells);
+    std::size_t nnew = 0;
+    const std::uint64_t* const words = words_.data();
+#pragma GCC unroll 4
+    for (const int i : cells)
+      if ((words[static_cast<unsigned>(i) / 64] >> (i % 64U) & 1U) == 0) [[unlikely]]
+        nnew += add_new(i);
+    nstores_ = nnew * kRare > cells.size() ? kStores : 0;
   }
 
   void add(const UsedCells& others) {
@@ -75,20 +91,40 @@ class UsedCells {
   }
 
  private:
+  // A branch for each cell is faster than a store if fewer than one in kRare are new. If they are not, some
+  // calls store before the next attempt.
+  static constexpr std::size_t kRare = 10;
+  static constexpr int kStores = 15;
+
+  void store(Cells cells) {
+    std::uint64_t* const words = words_.data();  // stores might alias the members
+#pragma GCC unroll 4
+    for (const int i : cells) {
+      std::uint64_t word = words[static_cast<unsigned>(i) / 64];
+      word |= std::uint64_t{1} << (i % 64U);
+      words[static_cast<unsigned>(i) / 64] = word;
+    }
+  }
+
+  // Not inline: the loop that rarely calls it needs the registers.
+  [[gnu::noinline]] std::size_t add_new(int cell) {
+    words_[static_cast<unsigned>(cell) / 64] |= std::uint64_t{1} << (cell % 64U);
+    return 1;
+  }
+
   int ncells_;
+  int nstores_ = 0;  // next calls that store
   std::vector<std::uint64_t> words_;
 };
 
 // Looks at the nets of a part one after the other.
 class PartAudit {
  public:
-  // prints  By net. Gets those of the part.
-  PartAudit(const NetLists& lists, const std::vector<int>& damaged, const CellHash& hash, int* prints,
-            std::size_t most_kept)
-      : used(lists.ncells),
+  // prints  Gets the nets of the part that are compared.
+  PartAudit(const NetLists& lists, const std::vector<int>& damaged, NetPrints& prints, std::size_t most_kept)
+      : used(lists),
         lists_(lists),
         damaged_(damaged),
-        hash_(hash),
         prints_(prints),
         most_kept_(most_kept),
         end_(lists.nadj.data() + lists.nadj.size()) {}
@@ -109,58 +145,54 @@ class PartAudit {
   void look_at(int first, int count) {
     const NetRange nets{lists_.nadj.data(), lists_.xnadj.data() + first, count, end_};
     used.add({nets.pins + nets.starts[0], nets.pins + nets.starts[count]});  // in order: into the cache
-    look_at_nets(nets, hash_, looks_);
-    unsigned char compared[kNetsAtOnce];
-    for (int k = 0; k < count; ++k) compared[k] = 1;
+    look_at_nets(nets, looks_);
     for (; next_damaged_ != damaged_.end() && *next_damaged_ < first + count; ++next_damaged_)
-      compared[*next_damaged_ - first] = 0;
-    for (int k = 0; k < count; ++k)
-      if (looks_.need_look[k] != 0 && compared[k] != 0) [[unlikely]] {
-        looks_.hashes[k] = look_closely(first + k, nets.cells(k));
-        compared[k] = nets.size(k) >= 2 ? 1 : 0;
-      }
-    int* const prints = prints_ + first;
-    for (int k = 0; k < count; ++k)
-      prints[k] = compared[k] == 0 ? 0 : static_cast<int>(print_of(looks_.hashes[k]));
+      looks_.need_look[*next_damaged_ - first] = kOmit;
+    for (int k = 0; k < count; ++k) {
+      if (looks_.need_look[k] == 0) [[likely]]
+        prints_.add(looks_.keys[k], first + k);
+      else if (looks_.need_look[k] != kOmit)
+        look_closely(first + k, nets.cells(k));
+    }
   }
 
-  // The sum of the hashes of the cells of a net, each counted once.
-  std::uint64_t look_closely(int j, Cells cells) {
+  void look_closely(int j, Cells cells) {
     if (cells.empty()) found.empty_nets.add(j, most_kept_);
     if (cells.size() == 1) found.one_pin_nets.add(j, most_kept_);
-    if (cells.size() <= kShortNet) {
-      const ShortNet net = look_at_short_net(cells, end_, hash_);
-      return net.hash - add_repeated(j, cells, net.repeated);
-    }
-    std::uint64_t hash = 0;
-    for (const int i : cells) hash += hash_.of(i);
-    return hash - add_repeated_of_long(j, cells);
+    if (cells.size() < 2) return;
+    prints_.add((cells.size() <= kShortNet ? key_of_short(j, cells) : key_of_long(j, cells)).value(), j);
   }
 
-  // The sum of the hashes of repetitions.
-  std::uint64_t add_repeated(int j, Cells cells, unsigned repeated) {
-    std::uint64_t hash = 0;
-    for (; repeated != 0; repeated &= repeated - 1) {
-      const int k = std::countr_zero(repeated);
-      const int cell = cells[static_cast<std::size_t>(k)];
-      hash += hash_.of(cell);
-      const auto first = std::find(cells.begin(), cells.end(), cell);
-      found.repeated_pins.add({j, static_cast<int>(first - cells.begin()), k}, most_kept_);
+  // Keys count each cell once.
+  NetKey key_of_short(int j, Cells cells) {
+    const unsigned repeated = repeated_pins(cells, end_);
+    NetKey key;
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+      if ((repeated >> k & 1U) == 0)
+        key.add(cells[k]);
+      else
+        add_repeated(j, cells, k);
     }
-    return hash;
+    return key;
   }
 
-  std::uint64_t add_repeated_of_long(int j, Cells cells) {
+  void add_repeated(int j, Cells cells, std::size_t k) {
+    const auto first = std::find(cells.begin(), cells.end(), cells[k]);
+    found.repeated_pins.add({j, static_cast<int>(first - cells.begin()), static_cast<int>(k)}, most_kept_);
+  }
+
+  NetKey key_of_long(int j, Cells cells) {
     if (has_many_cells_) set_.begin(static_cast<int>(cells.size()));
-    std::uint64_t hash = 0;
+    NetKey key;
     bool has_repeated = false;
     for (const int i : cells) {
-      if (is_first(j, i)) continue;
-      hash += hash_.of(i);
-      has_repeated = true;
+      if (is_first(j, i))
+        key.add(i);
+      else
+        has_repeated = true;
     }
     if (has_repeated) list_repeated(j, cells);
-    return hash;
+    return key;
   }
 
   // Whether no earlier pin of net j has this cell.
@@ -187,11 +219,12 @@ class PartAudit {
     for (const RepeatedPin& pin : repeated) found.repeated_pins.add(pin, most_kept_);
   }
 
+  static constexpr unsigned char kOmit = 2;  // beside 0 and 1 of NetLooks::need_look
+
   const NetLists& lists_;
   const std::vector<int>& damaged_;
   std::vector<int>::const_iterator next_damaged_ = damaged_.begin();
-  const CellHash hash_;
-  int* const prints_;
+  NetPrints& prints_;
   const std::size_t most_kept_;
   const int* const end_;  // of all pins
   NetLooks looks_{};
@@ -214,27 +247,27 @@ int audit_threads(const NetLists& lists) {
 NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept,
                        int nthreads) {
   const std::vector<NetsOfPart> parts = parts_of(lists, nthreads);
-  Ints prints("audit_nets: fingerprints");
-  prints.extend(static_cast<std::size_t>(count_nets(lists)) + 1);
-  const CellHash hash = random_hash();
+  std::vector<NetPrints> prints;
+  prints.reserve(parts.size());
+  for (const NetsOfPart& nets : parts)
+    prints.emplace_back(static_cast<std::size_t>(nets.last + 1 - nets.first), bucket_bits(count_nets(lists)));
   std::vector<PartAudit> audits;
   audits.reserve(parts.size());
-  for (std::size_t k = 0; k < parts.size(); ++k)
-    audits.emplace_back(lists, damaged, hash, prints.data(), most_kept);
+  for (std::size_t k = 0; k < parts.size(); ++k) audits.emplace_back(lists, damaged, prints[k], most_kept);
   on_threads(nthreads, [&](int part) {
     const auto k = static_cast<std::size_t>(part);
     audits[k].run(parts[k]);
   });
   NetFindings all;
-  UsedCells used(lists.ncells);
+  UsedCells used(lists);
   for (const PartAudit& audit : audits) {
     used.add(audit.used);
     all.empty_nets.append(audit.found.empty_nets, most_kept);
     all.one_pin_nets.append(audit.found.one_pin_nets, most_kept);
     all.repeated_pins.append(audit.found.repeated_pins, most_kept);
   }
-  all.parallel_nets = find_parallel_nets(lists, prints, parts);
-  all.isolated_cells = used.isolated();
+  all.parallel_nets = find_parallel_nets(lists, prints);
+  all.isolated_cells = UsedCells::suit(lists) ? used.isolated() : isolated_by_sorting(lists);
   return all;
 }
 

@@ -64,8 +64,9 @@ int audit_threads(const NetLists& lists);
 /// @param most_kept  Of each kind of findings but parallel nets.
 /// @param nthreads   Threads to use. They do not change the result.
 /// @par Cost         O(cells + nets + pins) time, more for nets with repeated pins and parallel ones.
-///                   8 to 9 bytes of memory per net, and for each thread a bit per cell; if a net has over
-///                   16 pins, four bytes per cell more, but at most four per pin of the thread.
+///                   8 bytes of memory per net, and for each thread up to 1 MiB and a bit per cell, or four
+///                   bytes per pin if there are far fewer pins than cells; if a net has over 16 pins, four
+///                   bytes per cell more, but at most four per pin of the thread.
 NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept,
                        int nthreads);
 

@@ -199,7 +199,7 @@ std::int64_t count_repeated_pins(const Hypergraph& h, int first, int last) {
   for (int j = first; j <= last; ++j) {
     const std::span<const int> pins = pins_of(h._nlst[j]);
     if (pins.size() <= kShortNet) {
-      count += count_bits(look_at_short_net(pins, end, {}).repeated);
+      count += count_bits(repeated_pins(pins, end));
       continue;
     }
     if (last_net.empty()) last_net.resize(static_cast<std::size_t>(h._c) + 1);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <random>
 #include <span>
 #include <utility>
 
@@ -15,212 +16,171 @@ namespace quillon::formats {
 namespace {
 
 using Cells = std::span<const int>;
+using Entry = NetPrints::Entry;
 
 Cells cells_of(const NetLists& lists, int j) {
   const auto at = static_cast<std::size_t>(j);
   return {lists.nadj.data() + lists.xnadj[at], lists.nadj.data() + lists.xnadj[at + 1]};
 }
 
-std::vector<int> sorted_set(Cells cells) {
-  std::vector<int> set(cells.begin(), cells.end());
-  std::sort(set.begin(), set.end());
-  set.erase(std::unique(set.begin(), set.end()), set.end());
-  return set;
-}
-
 // Two bits for each byte. Two such pairs are the pattern that a fingerprint leaves in a filter.
-constexpr std::array<std::uint32_t, 256> make_bit_pairs() {
-  std::array<std::uint32_t, 256> pairs{};
+constexpr std::array<std::uint64_t, 256> make_bit_pairs() {
+  std::array<std::uint64_t, 256> pairs{};
   for (std::size_t k = 0; k < pairs.size(); ++k) {
     const std::uint64_t mix = mixed(k + 1);
-    pairs[k] = 1U << (mix & 31U) | 1U << (mix >> 5U & 31U);
+    pairs[k] = std::uint64_t{1} << (mix & 63U) | std::uint64_t{1} << (mix >> 6U & 63U);
   }
   return pairs;
 }
 
-constexpr std::array<std::uint32_t, 256> kBitPairs = make_bit_pairs();
+constexpr std::array<std::uint64_t, 256> kBitPairs = make_bit_pairs();
 
-// Fingerprints with the same upper bits. Four bits of a word tell of nearly all that have not been added.
+// Fingerprints of a bucket. Four bits of a word tell of nearly all that have not been added.
 class Filter {
  public:
-  // count    Of fingerprints to add.
-  // nshared  Bits that all of them share.
-  Filter(std::size_t count, int nshared)
-      : nshared_(nshared),
-        nbits_(static_cast<int>(std::bit_width(count))),
-        words_(std::size_t{1} << nbits_) {}
+  // count  Of fingerprints to add.
+  explicit Filter(std::size_t count)
+      : shift_(Entry::kPrintBits - static_cast<int>(std::bit_width(count))),
+        words_(std::size_t{1} << std::bit_width(count)) {}
 
-  // Returns whether it may have been there.
-  bool add(std::uint32_t print) {
-    std::uint32_t& word = words_[std::uint64_t{print << nshared_} << nbits_ >> 32U];
-    const std::uint32_t pattern = pattern_of(print);
-    const bool was_there = (word & pattern) == pattern;
-    word |= pattern;
-    return was_there;
+  // Adds fingerprints, and to suspects those that may have been there.
+  void add(std::span<const Entry> entries, std::vector<std::uint64_t>& suspects) {
+    std::uint64_t* const words = words_.data();
+    for (const Entry& entry : entries) {
+      const std::uint64_t print = entry.print();
+      const std::uint64_t pattern = pattern_of(print);
+      const std::uint64_t word = words[print >> shift_];
+      words[print >> shift_] = word | pattern;
+      if ((word & pattern) == pattern) [[unlikely]]
+        suspects.push_back(print);
+    }
   }
 
  private:
-  static std::uint32_t pattern_of(std::uint32_t print) {
-    constexpr std::uint32_t kFactor = 0x9E3779B1;  // so that all bits count
-    const std::uint32_t mix = print * kFactor >> 16U;
+  static std::uint64_t pattern_of(std::uint64_t print) {
+    const std::uint64_t mix = print * kMixStep >> 48U;  // all bits count
     return kBitPairs[mix & 0xFFU] | kBitPairs[mix >> 8U];
   }
 
-  int nshared_;
-  int nbits_;  // of the index of a word
-  std::vector<std::uint32_t> words_;
+  int shift_;
+  std::vector<std::uint64_t> words_;
 };
 
 // A few fingerprints. A bit for each beginning tells of nearly all that are none of them.
 class FewPrints {
  public:
   // prints  Sorted; must outlive this object.
-  explicit FewPrints(std::span<const std::uint32_t> prints)
+  explicit FewPrints(std::span<const std::uint64_t> prints)
       : prints_(prints),
-        shift_(32 - std::clamp(static_cast<int>(std::bit_width(prints.size())) + 6, 18, 22)),
-        words_(std::size_t{1} << (32 - shift_ - 6)) {
-    for (const std::uint32_t print : prints)
+        shift_(Entry::kPrintBits - std::clamp(static_cast<int>(std::bit_width(prints.size())) + 6, 12, 22)),
+        words_(std::size_t{1} << (Entry::kPrintBits - shift_ - 6)) {
+    for (const std::uint64_t print : prints)
       words_[print >> shift_ >> 6U] |= std::uint64_t{1} << (print >> shift_ & 63U);
   }
 
-  [[nodiscard]] bool have(std::uint32_t print) const {
+  [[nodiscard]] bool have(std::uint64_t print) const {
     const bool may_have = (words_[print >> shift_ >> 6U] >> (print >> shift_ & 63U) & 1U) != 0;
     return may_have && std::binary_search(prints_.begin(), prints_.end(), print);
   }
 
  private:
-  std::span<const std::uint32_t> prints_;
+  std::span<const std::uint64_t> prints_;
   int shift_;
   std::vector<std::uint64_t> words_;
 };
 
-// Finds nets with the same cells by their fingerprints, which differ for nearly all nets. The fingerprints
-// are sorted into buckets, so that the filter of a bucket stays in the cache.
+// Finds nets with the same cells, bucket by bucket.
 class ParallelNets {
  public:
-  ParallelNets(const NetLists& lists, const Ints& prints, const std::vector<NetsOfPart>& parts)
-      : lists_(lists),
-        prints_(prints),
-        parts_(parts),
-        nbits_(std::min(static_cast<int>(std::bit_width(prints.size() / kNetsPerBucket)), kMostBits)) {
-    sorted_.extend(prints.size());
+  ParallelNets(const NetLists& lists, const std::vector<NetPrints>& prints)
+      : lists_(lists), prints_(prints) {}
+
+  // Buckets from first to end - 1.
+  void find_in_buckets(std::size_t first, std::size_t end) {
+    for (std::size_t bucket = first; bucket < end; ++bucket)
+      if (const std::vector<std::uint64_t> suspects = suspects_in(bucket); !suspects.empty())
+        compare(entries_like(bucket, suspects));
   }
 
-  std::vector<ParallelNet> find() {
-    sort_into_buckets();
-    find_suspects();
-    std::vector<ParallelNet> found;
-    const std::vector<std::uint64_t> nets = nets_like_suspects();
-    const auto print_of_entry = [&nets](std::size_t k) { return nets[k] >> 32U; };
-    for (std::size_t begin = 0, end = 0; begin < nets.size(); begin = end) {
-      while (end < nets.size() && print_of_entry(end) == print_of_entry(begin)) ++end;
-      find_in(std::span(nets).subspan(begin, end - begin), found);
-    }
-    std::sort(found.begin(), found.end(),
-              [](const ParallelNet& a, const ParallelNet& b) { return a.net < b.net; });
-    return found;
-  }
+  std::vector<ParallelNet> found;
 
  private:
-  static constexpr std::size_t kNetsPerBucket = std::size_t{1} << 13U;
-  static constexpr int kMostBits = 8;  // of the number of a bucket
-  static constexpr int kAhead = 16;    // of a cache line to fetch
-
-  using Counts = std::vector<int>;
-
-  [[nodiscard]] int nparts() const { return static_cast<int>(parts_.size()); }
-  [[nodiscard]] std::size_t nbuckets() const { return std::size_t{1} << nbits_; }
-
-  std::span<const int> prints_of(int part) const {
-    const NetsOfPart& nets = parts_[static_cast<std::size_t>(part)];
-    return {prints_.data() + nets.first, static_cast<std::size_t>(nets.last + 1 - nets.first)};
+  template <typename Visit>
+  void for_each_in(std::size_t bucket, Visit visit) const {
+    for (const NetPrints& prints : prints_) prints.for_each(bucket, visit);
   }
 
-  [[nodiscard]] std::size_t bucket_of(int print) const {
-    return std::uint64_t{static_cast<std::uint32_t>(print)} << nbits_ >> 32U;
+  // Fingerprints of more than one net, and a few others, sorted.
+  [[nodiscard]] std::vector<std::uint64_t> suspects_in(std::size_t bucket) const {
+    std::size_t size = 0;
+    for (const NetPrints& prints : prints_) size += prints.size(bucket);
+    Filter filter(size);
+    std::vector<std::uint64_t> suspects;
+    for_each_in(bucket, [&](std::span<const Entry> entries) { filter.add(entries, suspects); });
+    std::sort(suspects.begin(), suspects.end());
+    suspects.erase(std::unique(suspects.begin(), suspects.end()), suspects.end());
+    return suspects;
   }
 
-  void sort_into_buckets() {
-    std::vector<Counts> next(parts_.size(), Counts(nbuckets()));  // by part and bucket
-    on_threads(nparts(), [&](int part) {
-      int* const counts = next[static_cast<std::size_t>(part)].data();
-      for (const int print : prints_of(part)) ++counts[bucket_of(print)];
+  // Those with the given fingerprints, by fingerprint and net.
+  [[nodiscard]] std::vector<Entry> entries_like(std::size_t bucket,
+                                                std::span<const std::uint64_t> suspects) const {
+    const FewPrints prints(suspects);
+    std::vector<Entry> entries;
+    for_each_in(bucket, [&](std::span<const Entry> some) {
+      for (const Entry& entry : some)
+        if (prints.have(entry.print())) entries.push_back(entry);
     });
-    int end = 0;
-    for (std::size_t bucket = 0; bucket < nbuckets(); ++bucket) {
-      for (Counts& counts : next) end += std::exchange(counts[bucket], end);
-      ends_.push_back(end);
-    }
-    on_threads(nparts(), [&](int part) {
-      int* const places = next[static_cast<std::size_t>(part)].data();
-      int* const sorted = sorted_.data();
-      for (const int print : prints_of(part)) {
-        int* const place = sorted + places[bucket_of(print)]++;
-        __builtin_prefetch(place + kAhead, 1);
-        *place = print;
-      }
-    });
+    std::sort(entries.begin(), entries.end());
+    return entries;
   }
 
-  // Fingerprints of more than one net, and a few others.
-  void find_suspects() {
-    std::vector<std::vector<std::uint32_t>> found(parts_.size());
-    on_threads(nparts(), [&](int part) {
-      const std::size_t count = nbuckets();
-      const std::size_t first = count * static_cast<std::size_t>(part) / parts_.size();
-      const std::size_t last = count * (static_cast<std::size_t>(part) + 1) / parts_.size();
-      for (std::size_t k = first; k < last; ++k) find_suspects_in(k, found[static_cast<std::size_t>(part)]);
-    });
-    for (const std::vector<std::uint32_t>& of_part : found)
-      suspects_.insert(suspects_.end(), of_part.begin(), of_part.end());
-    std::sort(suspects_.begin(), suspects_.end());
-    suspects_.erase(std::unique(suspects_.begin(), suspects_.end()), suspects_.end());
-  }
-
-  void find_suspects_in(std::size_t bucket, std::vector<std::uint32_t>& found) const {
-    const int begin = bucket == 0 ? 0 : ends_[bucket - 1];
-    const auto size = static_cast<std::size_t>(ends_[bucket] - begin);
-    Filter filter(size, nbits_);
-    for (const int its : std::span(sorted_.data() + begin, size)) {
-      const auto print = static_cast<std::uint32_t>(its);
-      if (filter.add(print) && print != 0) [[unlikely]]
-        found.push_back(print);
+  void compare(std::span<const Entry> entries) {
+    for (std::size_t begin = 0, end = 0; begin < entries.size(); begin = end) {
+      while (end < entries.size() && entries[end].print() == entries[begin].print()) ++end;
+      compare_like(entries.subspan(begin, end - begin));
     }
   }
 
-  // Fingerprint and net, sorted, of the nets that may be parallel to another one.
-  [[nodiscard]] std::vector<std::uint64_t> nets_like_suspects() const {
-    if (suspects_.empty()) return {};
-    const FewPrints suspects(suspects_);
-    std::vector<std::vector<std::uint64_t>> found(parts_.size());
-    on_threads(nparts(), [&](int part) {
-      auto j = static_cast<std::uint32_t>(parts_[static_cast<std::size_t>(part)].first);
-      for (const int its : prints_of(part)) {
-        const auto print = static_cast<std::uint32_t>(its);
-        if (suspects.have(print)) [[unlikely]]
-          found[static_cast<std::size_t>(part)].push_back(std::uint64_t{print} << 32U | j);
-        ++j;
-      }
-    });
-    std::vector<std::uint64_t> nets;
-    for (const std::vector<std::uint64_t>& of_part : found)
-      nets.insert(nets.end(), of_part.begin(), of_part.end());
-    std::sort(nets.begin(), nets.end());
-    return nets;
-  }
-
-  // Of nets with the same fingerprint, in ascending order.
-  void find_in(std::span<const std::uint64_t> nets, std::vector<ParallelNet>& found) const {
+  // Of one fingerprint. If many of them differ, the keys were made to be the same.
+  void compare_like(std::span<const Entry> entries) {
+    constexpr std::size_t kMany = 8;
     std::vector<int> firsts;
-    for (const std::uint64_t print_and_net : nets) {
-      const auto j = static_cast<int>(print_and_net);
-      const auto same =
-          std::find_if(firsts.begin(), firsts.end(), [&](int first) { return are_same(first, j); });
-      if (same == firsts.end())
-        firsts.push_back(j);
-      else
-        found.push_back({j, *same});
+    const std::size_t nfound = found.size();
+    for (const Entry& entry : entries) {
+      add_net(entry.net(), firsts);
+      if (firsts.size() < kMany) continue;
+      found.resize(nfound);
+      return compare_by_hashes(entries);
     }
+  }
+
+  void compare_by_hashes(std::span<const Entry> entries) {
+    std::vector<std::pair<std::uint64_t, int>> nets;
+    for (const Entry& entry : entries) nets.emplace_back(hash_of(entry.net()), entry.net());
+    std::sort(nets.begin(), nets.end());
+    std::vector<int> firsts;
+    for (std::size_t k = 0; k < nets.size(); ++k) {
+      if (k > 0 && nets[k].first != nets[k - 1].first) firsts.clear();
+      add_net(nets[k].second, firsts);
+    }
+  }
+
+  // Adds it to `found`, or to the nets that differ.
+  void add_net(int j, std::vector<int>& firsts) {
+    const auto same =
+        std::find_if(firsts.begin(), firsts.end(), [&](int first) { return are_same(first, j); });
+    if (same == firsts.end())
+      firsts.push_back(j);
+    else
+      found.push_back({j, *same});
+  }
+
+  // Of the set of cells.
+  [[nodiscard]] std::uint64_t hash_of(int j) const {
+    std::uint64_t hash = 0;
+    for (const int i : sorted_set(cells_of(lists_, j))) hash += mixed(secret_ ^ static_cast<unsigned>(i));
+    return hash;
   }
 
   [[nodiscard]] bool are_same(int a, int b) const {
@@ -231,19 +191,49 @@ class ParallelNets {
   }
 
   const NetLists& lists_;
-  const Ints& prints_;  // by net
-  const std::vector<NetsOfPart>& parts_;
-  const int nbits_;                      // of the number of a bucket
-  Ints sorted_{"ParallelNets: sorted"};  // the fingerprints, by bucket
-  std::vector<int> ends_;                // of buckets in `sorted_`
-  std::vector<std::uint32_t> suspects_;  // sorted
+  const std::vector<NetPrints>& prints_;
+  const std::uint64_t secret_ = std::uint64_t{std::random_device()()}
+                                << 32;  // so that hashes are not to be guessed
 };
 
 }  // namespace
 
-std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const Ints& prints,
-                                            const std::vector<NetsOfPart>& parts) {
-  return ParallelNets(lists, prints, parts).find();
+std::vector<int> sorted_set(std::span<const int> cells) {
+  std::vector<int> set(cells.begin(), cells.end());
+  std::sort(set.begin(), set.end());
+  set.erase(std::unique(set.begin(), set.end()), set.end());
+  return set;
+}
+
+NetPrints::NetPrints(std::size_t most, int nbits) : nbits_(nbits), buckets_(std::size_t{1} << nbits) {
+  constexpr std::size_t kIntsPerEntry = sizeof(Entry) / sizeof(int);
+  entries_ = reinterpret_cast<Entry*>(memory_.extend(kIntsPerEntry * (most + (kChunk << nbits))));
+}
+
+void NetPrints::begin_chunk(Bucket& bucket) {
+  const std::size_t chunk = next_.size();
+  (bucket.nchunks++ == 0 ? bucket.first : next_[(bucket.end - 1) / kChunk]) = chunk;
+  next_.push_back(0);
+  bucket.end = chunk * kChunk;
+}
+
+int bucket_bits(int nnets) {
+  constexpr std::size_t kNetsPerBucket = std::size_t{1} << 12U;
+  return std::clamp(static_cast<int>(std::bit_width(nnets / kNetsPerBucket)), 1, 9);
+}
+
+std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::vector<NetPrints>& prints) {
+  const std::size_t nbuckets = prints.front().nbuckets();
+  std::vector<ParallelNets> parts(prints.size(), ParallelNets(lists, prints));
+  on_threads(static_cast<int>(parts.size()), [&](int part) {
+    const auto k = static_cast<std::size_t>(part);
+    parts[k].find_in_buckets(nbuckets * k / parts.size(), nbuckets * (k + 1) / parts.size());
+  });
+  std::vector<ParallelNet> found;
+  for (const ParallelNets& part : parts) found.insert(found.end(), part.found.begin(), part.found.end());
+  std::sort(found.begin(), found.end(),
+            [](const ParallelNet& a, const ParallelNet& b) { return a.net < b.net; });
+  return found;
 }
 
 }  // namespace quillon::formats

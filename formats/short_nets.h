@@ -13,36 +13,30 @@ namespace quillon::formats {
 /// Most pins of a short net. They are compared with one another, without a cache miss for each.
 inline constexpr int kShortNet = 16;
 
-/// A hash of cells that is not to be guessed. Its sum is that of a set of cells, in whatever order.
-struct CellHash {
-  std::uint32_t factor;  ///< Odd, at least 2^31.
-  std::uint32_t mask;
+/// A number for a set of cells that is quick to find. Few others have the same, unless a file is made so.
+struct NetKey {
+  std::uint32_t sum = 0;
+  std::uint32_t parity = 0;  ///< Bitwise.
 
-  /// @param cell  At least 1; the hash of 0 is 0.
-  [[nodiscard]] std::uint64_t of(int cell) const {
-    const std::uint64_t product = std::uint64_t{static_cast<std::uint32_t>(cell)} * factor;
-    return std::uint64_t{static_cast<std::uint32_t>(product) ^ mask} *
-           static_cast<std::uint32_t>(product >> 15);
+  void add(int cell) {
+    sum += static_cast<std::uint32_t>(cell);
+    parity ^= static_cast<std::uint32_t>(cell);
   }
+
+  [[nodiscard]] std::uint64_t value() const { return std::uint64_t{sum} << 32 | parity; }
 };
 
-/// What a look at all pins of a short net tells.
-struct ShortNet {
-  unsigned repeated = 0;   ///< Bit k: pin k has the cell of an earlier one.
-  std::uint64_t hash = 0;  ///< The sum of the hashes of all its pins.
-};
-
-/// Looks at a net pin by pin.
+/// Looks for repeated pins one by one.
 ///
 /// @param pins  At most `kShortNet`.
-inline ShortNet look_at_short_net_plainly(std::span<const int> pins, const CellHash& hash) {
-  ShortNet net;
+/// @return      Bit k: pin k has the cell of an earlier one.
+inline unsigned repeated_pins_plainly(std::span<const int> pins) {
+  unsigned repeated = 0;
   for (std::size_t k = 0; k < pins.size(); ++k) {
     const auto earlier = pins.first(k);
-    net.hash += hash.of(pins[k]);
-    if (std::find(earlier.begin(), earlier.end(), pins[k]) != earlier.end()) net.repeated |= 1U << k;
+    if (std::find(earlier.begin(), earlier.end(), pins[k]) != earlier.end()) repeated |= 1U << k;
   }
-  return net;
+  return repeated;
 }
 
 #ifdef QUILLON_AVX2
@@ -60,21 +54,6 @@ struct PinLanes {
   lanes.low = _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pins)), lanes.low_is_pin);
   lanes.high =
       _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pins + 8)), lanes.high_is_pin);
-}
-
-[[gnu::target("avx2")]] inline std::uint64_t sum_of_hashes(const PinLanes& lanes, const CellHash& hash) {
-  const __m256i factor = _mm256_set1_epi64x(hash.factor);
-  const __m256i mask = _mm256_set1_epi64x(hash.mask);
-  __m256i sum = _mm256_setzero_si256();
-  for (const __m256i cells :
-       {lanes.low, _mm256_srli_epi64(lanes.low, 32), lanes.high, _mm256_srli_epi64(lanes.high, 32)}) {
-    const __m256i product = _mm256_mul_epu32(cells, factor);
-    const __m256i other = _mm256_srli_epi64(product, 15);
-    sum = _mm256_add_epi64(sum, _mm256_mul_epu32(_mm256_xor_si256(product, mask), other));
-  }
-  std::uint64_t sums[4];
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), sum);
-  return sums[0] + sums[1] + sums[2] + sums[3];
 }
 
 /// Compares both halves with themselves, rotated by 1 to 4 lanes, and with each other, rotated by 0 to 7.
@@ -104,7 +83,7 @@ struct PinLanes {
   return _mm256_testz_si256(same, same) != 0;
 }
 
-[[gnu::target("avx2")]] inline unsigned repeated_pins(const PinLanes& lanes, const int* pins, int size) {
+[[gnu::target("avx2")]] inline unsigned repeated_in(const PinLanes& lanes, const int* pins, int size) {
   unsigned repeated = 0;
   for (int k = 1; k < size; ++k) {
     const __m256i cell = _mm256_set1_epi32(pins[k]);
@@ -120,38 +99,36 @@ struct PinLanes {
   return repeated;
 }
 
-/// As `look_at_short_net_plainly`, for cells from 1. No branch depends on the number of pins: those at the
-/// ends of loops would be unpredictable.
+/// As `repeated_pins_plainly`, for cells from 1. If none is, no branch depends on the number of pins: those
+/// at the ends of loops would be unpredictable.
 ///
 /// @param pins  `kShortNet` ints can be read.
 /// @param size  Number of pins.
-[[gnu::target("avx2")]] inline ShortNet look_at_short_net_by_eights(const int* pins, int size,
-                                                                    const CellHash& hash) {
+[[gnu::target("avx2")]] inline unsigned repeated_pins_by_eights(const int* pins, int size) {
   PinLanes lanes{};
   load_pins(pins, size, lanes);
-  const std::uint64_t sum = sum_of_hashes(lanes, hash);
-  return {all_differ(lanes) ? 0 : repeated_pins(lanes, pins, size), sum};
+  return all_differ(lanes) ? 0 : repeated_in(lanes, pins, size);
 }
 
 #endif
 
-/// Looks at a net in the fastest way that the processor has.
+/// Looks for repeated pins in the fastest way that the processor has.
 ///
 /// @param pins  Cells from 1; at most `kShortNet`.
 /// @param end   Of the array that the pins are in.
-inline ShortNet look_at_short_net(std::span<const int> pins, [[maybe_unused]] const int* end,
-                                  const CellHash& hash) {
+/// @return      Bit k: pin k has the cell of an earlier one.
+inline unsigned repeated_pins(std::span<const int> pins, [[maybe_unused]] const int* end) {
 #ifdef QUILLON_AVX2
   if (pins.size() > 1 && __builtin_cpu_supports("avx2")) {  // without pins, there may be no pointer
     const auto size = static_cast<int>(pins.size());
     if (end - pins.data() >= kShortNet) [[likely]]
-      return look_at_short_net_by_eights(pins.data(), size, hash);
+      return repeated_pins_by_eights(pins.data(), size);
     int padded[kShortNet] = {};
     std::copy(pins.begin(), pins.end(), padded);
-    return look_at_short_net_by_eights(padded, size, hash);
+    return repeated_pins_by_eights(padded, size);
   }
 #endif
-  return look_at_short_net_plainly(pins, hash);
+  return repeated_pins_plainly(pins);
 }
 
 /// Nets to look at together.
@@ -159,9 +136,9 @@ inline constexpr int kNetsAtOnce = 512;
 
 /// What a look at consecutive nets tells of each.
 struct NetLooks {
-  std::uint64_t hashes[kNetsAtOnce];  ///< The sums of the hashes of their pins.
+  std::uint64_t keys[kNetsAtOnce];  ///< `NetKey::value` of their cells.
   /// 1 for nets to look at one by one: they have repeated pins, are too short or too long, or end the array
-  /// of pins. Their hashes do not matter.
+  /// of pins. Their keys do not matter.
   unsigned char need_look[kNetsAtOnce];
 };
 
@@ -179,12 +156,13 @@ struct NetRange {
 };
 
 /// Looks at nets one by one.
-inline void look_at_nets_plainly(const NetRange& nets, const CellHash& hash, NetLooks& looks) {
+inline void look_at_nets_plainly(const NetRange& nets, NetLooks& looks) {
   for (int k = 0; k < nets.count; ++k) {
     const bool is_short = nets.size(k) >= 2 && nets.size(k) <= kShortNet;
-    const ShortNet net = is_short ? look_at_short_net_plainly(nets.cells(k), hash) : ShortNet{1, 0};
-    looks.hashes[k] = net.hash;
-    looks.need_look[k] = net.repeated != 0 ? 1 : 0;
+    looks.need_look[k] = is_short && repeated_pins_plainly(nets.cells(k)) == 0 ? 0 : 1;
+    NetKey key;
+    for (const int i : nets.cells(k)) key.add(i);
+    looks.keys[k] = key.value();
   }
 }
 
@@ -219,29 +197,24 @@ struct SimilarNets {
 /// Looks at eight nets of 4 * kFours - 3 to 4 * kFours pins each.
 template <int kFours>
 [[gnu::target("avx2")]] inline void look_at_eight_nets(const int* pins, const SimilarNets& nets, int first,
-                                                       const CellHash& hash, NetLooks& looks) {
+                                                       NetLooks& looks) {
   constexpr int kMost = 4 * kFours;
   __m256i cells[kMost];
   for (int k = 0; k < kMost; k += 4) load_four_pins(pins + k, nets.starts + first, cells + k);
 
   const __m256i sizes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(nets.sizes + first));
-  const __m256i factor = _mm256_set1_epi64x(hash.factor);
-  const __m256i mask = _mm256_set1_epi64x(hash.mask);
-  __m256i sums[2] = {_mm256_setzero_si256(), _mm256_setzero_si256()};  // of nets 0, 2, 4, 6 and 1, 3, 5, 7
+  __m256i sum = _mm256_setzero_si256();
+  __m256i parity = _mm256_setzero_si256();
 #pragma GCC unroll 16
   for (int k = 0; k < kMost; ++k) {
     __m256i cell = cells[k];
-    if (k >= kMost - 4) {  // there may be no such pin: 0 has the hash 0, and numbers below 0 are no cells
+    if (k >= kMost - 4) {  // there may be no such pin: numbers below 0 are no cells
       const __m256i is_pin = _mm256_cmpgt_epi32(sizes, _mm256_set1_epi32(k));
       cell = _mm256_and_si256(cell, is_pin);
       cells[k] = _mm256_or_si256(cell, _mm256_andnot_si256(is_pin, _mm256_set1_epi32(-1 - k)));
     }
-    for (__m256i& sum : sums) {
-      const __m256i product = _mm256_mul_epu32(cell, factor);
-      const __m256i other = _mm256_srli_epi64(product, 15);
-      sum = _mm256_add_epi64(sum, _mm256_mul_epu32(_mm256_xor_si256(product, mask), other));
-      cell = _mm256_srli_epi64(cell, 32);
-    }
+    sum = _mm256_add_epi32(sum, cell);
+    parity = _mm256_xor_si256(parity, cell);
   }
 
   __m256i same = _mm256_setzero_si256();
@@ -251,29 +224,30 @@ template <int kFours>
     for (int m = 0; m < k; ++m) same = _mm256_or_si256(same, _mm256_cmpeq_epi32(cells[m], cells[k]));
   const auto repeated = static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(same)));
 
-  std::uint64_t hashes[2][4];
-  for (int k = 0; k < 2; ++k) _mm256_storeu_si256(reinterpret_cast<__m256i*>(hashes[k]), sums[k]);
+  std::uint32_t sums[8];
+  std::uint32_t parities[8];
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), sum);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(parities), parity);
   for (int k = 0; k < 8; ++k) {
     const int number = nets.numbers[first + k];
-    looks.hashes[number] = hashes[k % 2][k / 2];
+    looks.keys[number] = NetKey{sums[k], parities[k]}.value();
     looks.need_look[number] = static_cast<unsigned char>(repeated >> k & 1U);
   }
 }
 
 template <int kFours>
 [[gnu::target("avx2")]] inline void look_at_similar_nets(const int* pins, SimilarNets& nets,
-                                                         const CellHash& hash, NetLooks& looks) {
+                                                         NetLooks& looks) {
   for (int k = nets.count; k > 0 && k % 8 != 0; ++k) {  // repeats the last net
     nets.starts[k] = nets.starts[k - 1];
     nets.sizes[k] = nets.sizes[k - 1];
     nets.numbers[k] = nets.numbers[k - 1];
   }
-  for (int k = 0; k < nets.count; k += 8) look_at_eight_nets<kFours>(pins, nets, k, hash, looks);
+  for (int k = 0; k < nets.count; k += 8) look_at_eight_nets<kFours>(pins, nets, k, looks);
 }
 
 /// As `look_at_nets_plainly`, except that nets need a look at the end of the array.
-[[gnu::target("avx2")]] inline void look_at_nets_by_eights(const NetRange& nets, const CellHash& hash,
-                                                           NetLooks& looks) {
+[[gnu::target("avx2")]] inline void look_at_nets_by_eights(const NetRange& nets, NetLooks& looks) {
   constexpr int kOther = kShortNet / 4;
   SimilarNets similar[kOther + 1];  // by number of fours
   const std::int64_t last_start = nets.end - nets.pins - kShortNet;
@@ -285,21 +259,21 @@ template <int kFours>
     its.sizes[its.count] = size;
     its.numbers[its.count++] = k;
   }
-  look_at_similar_nets<1>(nets.pins, similar[0], hash, looks);
-  look_at_similar_nets<2>(nets.pins, similar[1], hash, looks);
-  look_at_similar_nets<3>(nets.pins, similar[2], hash, looks);
-  look_at_similar_nets<4>(nets.pins, similar[3], hash, looks);
+  look_at_similar_nets<1>(nets.pins, similar[0], looks);
+  look_at_similar_nets<2>(nets.pins, similar[1], looks);
+  look_at_similar_nets<3>(nets.pins, similar[2], looks);
+  look_at_similar_nets<4>(nets.pins, similar[3], looks);
   for (int k = 0; k < similar[kOther].count; ++k) looks.need_look[similar[kOther].numbers[k]] = 1;
 }
 
 #endif
 
 /// Looks at nets in the fastest way that the processor has.
-inline void look_at_nets(const NetRange& nets, const CellHash& hash, NetLooks& looks) {
+inline void look_at_nets(const NetRange& nets, NetLooks& looks) {
 #ifdef QUILLON_AVX2
-  if (__builtin_cpu_supports("avx2")) return look_at_nets_by_eights(nets, hash, looks);
+  if (__builtin_cpu_supports("avx2")) return look_at_nets_by_eights(nets, looks);
 #endif
-  look_at_nets_plainly(nets, hash, looks);
+  look_at_nets_plainly(nets, looks);
 }
 
 }  // namespace quillon::formats

@@ -21,6 +21,7 @@ namespace quillon::formats {
 namespace {
 
 using testing::Each;
+using testing::IsEmpty;
 using testing::ThrowsMessage;
 
 class Dice {
@@ -151,6 +152,51 @@ TEST(AuditNets, FindsNetsThatAreAllTheSame) {
   }
 }
 
+// Four cells with the same last two bits in each of `nblocks` blocks of four: {0, 3} and {1, 2} have the same
+// sum and parity, so that 2^nblocks nets have the same key. Cells from 1.
+Nets nets_of_one_key(int nblocks) {
+  Nets nets;
+  for (unsigned bits = 0; bits < 1U << static_cast<unsigned>(nblocks); ++bits) {
+    std::vector<int> cells;
+    for (int k = 0; k < nblocks; ++k) {
+      const bool is_outer = (bits >> static_cast<unsigned>(k) & 1U) == 0;
+      cells.push_back(4 * (k + 1) + (is_outer ? 0 : 1));
+      cells.push_back(4 * (k + 1) + (is_outer ? 3 : 2));
+    }
+    nets.push_back(cells);
+  }
+  return nets;
+}
+
+TEST(AuditNets, TellsManyNetsOfOneKeyFromParallelOnes) {
+  Nets nets = nets_of_one_key(6);
+  NetKey first;
+  for (const int i : nets[0]) first.add(i);
+  for (const std::vector<int>& cells : nets) {
+    NetKey key;
+    for (const int i : cells) key.add(i);
+    ASSERT_EQ(key.value(), first.value());
+  }
+  EXPECT_THAT(audit_nets(lists_of(nets, 27), {}, 9, 1).parallel_nets, IsEmpty());
+  const Nets again(nets.rbegin(), nets.rend());
+  nets.insert(nets.end(), again.begin(), again.end());
+  const std::vector<ParallelNet> found = audit_nets(lists_of(nets, 27), {}, 9, 1).parallel_nets;
+  ASSERT_EQ(found.size(), 64U);
+  for (int k = 0; k < 64; ++k) {
+    ASSERT_EQ(found[static_cast<std::size_t>(k)], (ParallelNet{65 + k, 64 - k}));
+  }
+}
+
+// Without a bit for each: a quarter of a gigabyte.
+TEST(AuditNets, CountsTheIsolatedOfVeryManyCells) {
+  NetLists lists = lists_of({{1, 2}, {2, 5}, {2147483645, 3}}, 5);
+  lists.ncells = 2147483645;
+  lists.grow_slowly = true;
+  const IsolatedCells found = audit_nets(lists, {}, 9, 1).isolated_cells;
+  EXPECT_EQ(found.count, 2147483640);
+  EXPECT_EQ(found.first, 4);
+}
+
 // Each has memory of its own: a bit per cell, which a header can announce without a pin.
 TEST(AuditThreads, AreFewForFewPinsOrManyCells) {
   set_threads(7);
@@ -182,7 +228,6 @@ TEST(OnThreads, DoesAllPartsAndThrowsWhatTheFirstOfThemThrows) {
 
 // Of any sizes, at the end of their array or not.
 TEST(LookAtNets, IsTheSameInAllWays) {
-  const CellHash hash{0xC2B2AE35U, 0x0F1E2D3CU};
   for (unsigned seed = 1; seed <= 300; ++seed) {
     Dice dice(seed);
     const int ncells = dice.from_to(1, dice.from_to(0, 1) == 0 ? 200 : 2147483645);
@@ -196,8 +241,8 @@ TEST(LookAtNets, IsTheSameInAllWays) {
                         pins.data() + pins.size()};
     NetLooks expected;
     NetLooks found;
-    look_at_nets_plainly(nets, hash, expected);
-    look_at_nets(nets, hash, found);
+    look_at_nets_plainly(nets, expected);
+    look_at_nets(nets, found);
     for (int k = 0; k < nets.count; ++k) {
       SCOPED_TRACE(testing::Message() << "seed " << seed << " net " << k);
       const bool is_near_end = starts[static_cast<std::size_t>(k)] + kShortNet > std::ssize(pins);
@@ -206,33 +251,34 @@ TEST(LookAtNets, IsTheSameInAllWays) {
       }
       ASSERT_GE(found.need_look[k], expected.need_look[k]);
       if (found.need_look[k] == 0) {
-        ASSERT_EQ(found.hashes[k], expected.hashes[k]);
+        ASSERT_EQ(found.keys[k], expected.keys[k]);
       }
     }
   }
 }
 
-TEST(LookAtShortNet, TellsRepeatedPins) {
-  const CellHash hash{0x9E3779B1U, 7};
+TEST(RepeatedPins, AreAllButTheFirstWithACell) {
   const std::vector<int> pins{5, 3, 5, 2, 3, 5};
-  EXPECT_EQ(look_at_short_net(pins, pins.data() + pins.size(), hash).repeated, 0b110100U);
-  EXPECT_EQ(look_at_short_net_plainly(pins, hash).repeated, 0b110100U);
-  EXPECT_EQ(look_at_short_net({}, pins.data() + pins.size(), hash).repeated, 0U);
+  EXPECT_EQ(repeated_pins(pins, pins.data() + pins.size()), 0b110100U);
+  EXPECT_EQ(repeated_pins_plainly(pins), 0b110100U);
+  EXPECT_EQ(repeated_pins({}, pins.data() + pins.size()), 0U);
 }
 
-TEST(LookAtShortNet, IsTheSameInAllWays) {
-  const CellHash hash{0xD1B54A33U, 0x12345678U};
+TEST(RepeatedPins, AreTheSameInAllWays) {
   for (unsigned seed = 1; seed <= 20000; ++seed) {
     Dice dice(seed);
     const int ncells = dice.from_to(1, dice.from_to(0, 1) == 0 ? 60 : 2147483645);
     std::vector<int> pins(static_cast<std::size_t>(dice.from_to(0, kShortNet) + dice.from_to(0, 20)));
     for (int& i : pins) i = dice.from_to(1, ncells);
     const std::span<const int> net = std::span(pins).first(std::min<std::size_t>(pins.size(), kShortNet));
-    const ShortNet expected = look_at_short_net_plainly(net, hash);
-    const ShortNet found = look_at_short_net(net, pins.data() + pins.size(), hash);
-    ASSERT_EQ(found.repeated, expected.repeated) << "seed " << seed;
-    ASSERT_EQ(found.hash, expected.hash) << "seed " << seed;
+    ASSERT_EQ(repeated_pins(net, pins.data() + pins.size()), repeated_pins_plainly(net)) << "seed " << seed;
   }
+}
+
+TEST(NetKey, IsTheSumAndTheBitwiseParityOfTheCells) {
+  NetKey key;
+  for (const int i : {5, 2147483645, 6}) key.add(i);
+  EXPECT_EQ(key.value(), 0x8000000800000000U | (5U ^ 2147483645U ^ 6U));
 }
 
 }  // namespace
