@@ -294,17 +294,50 @@ void skip_header(Scanner& in) {
   skip_line(in);
 }
 
-// Reads all lines by words once more.
+bool is_sound(const int* numbers, int count, int u, const Header& header) {
+  const int head = head_of(header);
+  const int step = header.edge_weights ? 2 : 1;
+  if (count < head || (count - head) % step != 0) return false;
+  bool sound = true;
+  for (int k = head; k < count; k += step)
+    sound = sound && numbers[k] >= header.first && numbers[k] - header.first < header.nvertices &&
+            numbers[k] + 1 - header.first != u;
+  return sound;
+}
+
+// Adds the mentions on the lines of vertex u and of those that follow, up to the first one that has to be
+// read by words. Returns the number of lines.
+int add_plain_mentions(Scanner& in, const Header& header, int u, std::vector<Mention>& mentions) {
+  const NumberLines lines = number_lines(in);
+  const int step = header.edge_weights ? 2 : 1;
+  const auto most = std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u);
+  int nread = 0;
+  for (; nread < most && is_sound(lines.line(nread), lines.size(nread), u + nread, header); ++nread) {
+    const int* const line = lines.line(nread);
+    for (int k = head_of(header); k < lines.size(nread); k += step)
+      mentions.push_back({u + nread, line[k] + 1 - header.first, step == 2 ? line[k + 1] : 1});
+  }
+  if (nread > 0) skip_lines(in, nread);
+  return nread;
+}
+
+// Reads all lines once more.
 std::vector<Mention> all_mentions(Scanner& in, const Header& header) {
   std::vector<Mention> mentions;
   skip_header(in);
-  for (int u = 1; u <= header.nvertices; ++u) {
+  begin_lines(in, {});
+  for (int u = 1; u <= header.nvertices;) {
+    if (const int nread = add_plain_mentions(in, header, u, mentions); nread > 0) {
+      u += nread;
+      continue;
+    }
     skip_comments(in);
     read_vertex_weights(in, header, u);
     read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) {
       mentions.push_back({u, v, w});
     });
     skip_line(in);
+    ++u;
   }
   return mentions;
 }
@@ -337,29 +370,37 @@ std::vector<std::size_t> sorted_by(const std::vector<std::size_t>& order, int nv
   return sorted;
 }
 
-// What is wrong with an edge.
+// An edge that is not named once by either end, or with two weights.
 struct BadEdge {
+  std::size_t first;    // index of its first mention
   std::size_t mention;  // index of the one that messages point to
-  const char* rule;
-  std::string what;
+  bool is_repeated;
+
+  [[nodiscard]] const char* rule() const { return is_repeated ? "repeated-edge" : "asymmetric-edge"; }
 };
 
 // The mentions of an edge come in the order of the file: those by its smaller end first.
 std::optional<BadEdge> bad_edge_of(const std::vector<Mention>& mentions, std::span<const std::size_t> same) {
-  const char* const kOnce = "expected it there only once";
+  if (same.size() == 1) return BadEdge{same[0], same[0], false};
   const Mention& there = mentions[same[0]];
-  if (same.size() == 1)
-    return BadEdge{
-        same[0], "asymmetric-edge",
-        "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) + " too"};
   const Mention& back = mentions[same[1]];
-  if (back.u == there.u) return BadEdge{same[1], "repeated-edge", kOnce};
-  if (there.w != back.w)
-    return BadEdge{same[1], "asymmetric-edge",
-                   "with weight " + std::to_string(back.w) + ", expected " + std::to_string(there.w) +
-                       " as on the line of " + std::to_string(there.u)};
-  if (same.size() > 2) return BadEdge{same[2], "repeated-edge", kOnce};
+  if (back.u == there.u) return BadEdge{same[0], same[1], true};
+  if (there.w != back.w) return BadEdge{same[0], same[1], false};
+  if (same.size() > 2) return BadEdge{same[0], same[2], true};
   return std::nullopt;
+}
+
+std::string message_on(const std::vector<Mention>& mentions, const BadEdge& bad) {
+  const Mention& there = mentions[bad.first];
+  const Mention& mention = mentions[bad.mention];
+  const std::string found = "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
+                            std::to_string(mention.u) + ", ";
+  if (bad.is_repeated) return found + "expected it there only once";
+  if (bad.first == bad.mention)
+    return found + "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) +
+           " too";
+  return found + "with weight " + std::to_string(mention.w) + ", expected " + std::to_string(there.w) +
+         " as on the line of " + std::to_string(there.u);
 }
 
 // The edges that are not named once by either end, in the order of their mentions: the first one, or all that
@@ -369,12 +410,9 @@ std::vector<BadEdge> find_bad_edges(const Scanner& in, const std::vector<Mention
   std::vector<BadEdge> bad_edges;
   for (std::size_t begin = 0, end = 0; begin < order.size(); begin = end) {
     while (end < order.size() && edge_of(mentions[order[end]]) == edge_of(mentions[order[begin]])) ++end;
-    std::optional<BadEdge> bad = bad_edge_of(mentions, std::span(order).subspan(begin, end - begin));
+    const std::optional<BadEdge> bad = bad_edge_of(mentions, std::span(order).subspan(begin, end - begin));
     if (!bad) continue;
-    if (in.audit == nullptr || in.audit->wants(bad->rule))
-      bad_edges.push_back(std::move(*bad));
-    else
-      in.audit->count(bad->rule);
+    if (wants_text(in, bad->rule())) bad_edges.push_back(*bad);
     if (in.listener == nullptr) break;
   }
   std::sort(bad_edges.begin(), bad_edges.end(),
@@ -395,24 +433,9 @@ void explain_edges(Scanner& in, const Header& header) {
   indices.reserve(bad_edges.size());
   for (const BadEdge& bad : bad_edges) indices.push_back(bad.mention);
   const std::vector<Place> places = find_mentions(*read_again(*again), header, indices);
-  for (std::size_t k = 0; k < places.size(); ++k) {  // fewer than there are edges if the file has changed
-    const Mention& mention = mentions[bad_edges[k].mention];
-    report(in, {bad_edges[k].rule, Severity::kError, in.name, places[k].line, places[k].column,
-                "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
-                    std::to_string(mention.u) + ", " + bad_edges[k].what,
-                ""});
-  }
-}
-
-bool is_sound(const int* numbers, int count, int u, const Header& header) {
-  const int head = head_of(header);
-  const int step = header.edge_weights ? 2 : 1;
-  if (count < head || (count - head) % step != 0) return false;
-  bool sound = true;
-  for (int k = head; k < count; k += step)
-    sound = sound && numbers[k] >= header.first && numbers[k] - header.first < header.nvertices &&
-            numbers[k] + 1 - header.first != u;
-  return sound;
+  for (std::size_t k = 0; k < places.size(); ++k)  // fewer than there are edges if the file has changed
+    report(in, {bad_edges[k].rule(), Severity::kError, in.name, places[k].line, places[k].column,
+                message_on(mentions, bad_edges[k]), ""});
 }
 
 void add_weighted_line(const NumberLines& lines, int k, int u, const Header& header, EdgeReader& edges) {
