@@ -342,12 +342,38 @@ std::vector<Mention> all_mentions(Scanner& in, const Header& header) {
   return mentions;
 }
 
+// Skips the lines of vertex u and of those that follow, up to the one with a mention or the first one that
+// has to be read by words. Returns the number of lines.
+//
+// nread  Mentions before; those on the lines are added.
+// next   Index of the mention.
+int skip_plain_mentions(Scanner& in, const Header& header, int u, std::size_t& nread, std::size_t next) {
+  const NumberLines lines = number_lines(in);
+  const auto most = std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u);
+  int nskipped = 0;
+  for (; nskipped < most && is_sound(lines.line(nskipped), lines.size(nskipped), u + nskipped, header);
+       ++nskipped) {
+    const int nnumbers = lines.size(nskipped) - head_of(header);
+    const auto nmentions = static_cast<std::size_t>(nnumbers / (header.edge_weights ? 2 : 1));
+    if (nread + nmentions > next) break;
+    nread += nmentions;
+  }
+  if (nskipped > 0) skip_lines(in, nskipped);
+  return nskipped;
+}
+
 // The places of mentions, by ascending indices from 0.
 std::vector<Place> find_mentions(Scanner& in, const Header& header, const std::vector<std::size_t>& indices) {
   std::vector<Place> places;
   skip_header(in);
+  begin_lines(in, {});
   std::size_t nread = 0;
-  for (int u = 1; u <= header.nvertices && places.size() < indices.size(); ++u) {
+  for (int u = 1; u <= header.nvertices && places.size() < indices.size();) {
+    if (const int nskipped = skip_plain_mentions(in, header, u, nread, indices[places.size()]);
+        nskipped > 0) {
+      u += nskipped;
+      continue;
+    }
     skip_comments(in);
     read_vertex_weights(in, header, u);
     read_mentions(in, header, u, [&](int /*v*/, int /*w*/, std::size_t offset) {
@@ -355,6 +381,7 @@ std::vector<Place> find_mentions(Scanner& in, const Header& header, const std::v
         places.push_back(place_of(in, offset));
     });
     skip_line(in);
+    ++u;
   }
   return places;
 }
