@@ -446,6 +446,21 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 1"));
 }
 
+TEST(Lint, FindsRepeatedEdgesAfterManyLines) {
+  std::string text = "40000 39999\n2\n";
+  for (int u = 2; u < 40000; ++u) {
+    text += std::to_string(u - 1) + " " + std::to_string(u + 1);
+    if (u % 10000 == 0) text += " " + std::to_string(u + 1);
+    text += u == 25000 ? "\n% comment\n" : "\n";
+  }
+  const auto message = [](const std::string& place, const std::string& v, const std::string& u) {
+    return place + " found vertex " + v + " on the line of vertex " + u + ", expected it there only once";
+  };
+  EXPECT_THAT(findings_of(lint_text("metis", text + "39999\n"), "repeated-edge"),
+              ElementsAre(message("10001:12", "10001", "10000"), message("20001:13", "20001", "20000"),
+                          message("30002:13", "30001", "30000")));
+}
+
 TEST(Lint, ReportsTheEndOfAKubFileThatIsCutOnce) {
   const auto errors_of = [](const std::string& text) {
     return findings_of(lint_text("kub", text), "bad-weight");
