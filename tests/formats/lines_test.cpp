@@ -279,7 +279,7 @@ std::string contents_of(const std::filesystem::path& path) {
 TEST(Lines, OfAllTestFilesGiveTheSameOnAnyBlocksAndThreads) {
   const FatalHandler previous = set_fatal_handler(out_of_memory);
   int nfiles = 0;
-  for (const char* const folder : {QUILLON_CONFORMANCE_CORPUS, QUILLON_TEST_FILES, QUILLON_DATA})
+  for (const char* const folder : {QUILLON_CONFORMANCE_CORPUS, QUILLON_TEST_FILES, QUILLON_DATA}) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
       if (!entry.is_regular_file() || entry.file_size() > 20000) continue;
       const std::string text = contents_of(entry.path());
@@ -294,6 +294,7 @@ TEST(Lines, OfAllTestFilesGiveTheSameOnAnyBlocksAndThreads) {
         }
       }
     }
+  }
   set_fatal_handler(previous);
   EXPECT_GT(nfiles, 150);
 }
