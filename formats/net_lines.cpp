@@ -137,8 +137,8 @@ class DamagedNets {
  private:
   // Returns whether the net can be kept, as `read_cells` does.
   bool read_head() {
-    int weight = 0;
     if (form_.has_weight) {
+      int weight = 0;
       if (!lines_.next(weights_, weight)) return false;
       lists_.net_weights.push_back(weight);
     }
