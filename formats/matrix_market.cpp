@@ -628,6 +628,8 @@ void read_matrix_market(Scanner& in, NetLists& lists, const ReadOptions& options
   if (in.audit != nullptr && in.audit->pins)
     in.audit->pins({{pairs.data(), pairs.size()}, header.nrows, header.ncolumns, header.mirrored});
   check_options(in, header, options);
+  // All of them are damaged, and stand for an entry that the matrix does not have.
+  if (header.nrows == 0 || header.ncolumns == 0) entries = Entries(options.model, true);
   if (is_mostly_empty(in, lists, header, entries.size(), options.model)) return;
   std::vector<int> diagonal;
   if (options.add_diagonal) diagonal = marks_of_diagonal(pairs, header.nrows);

@@ -446,6 +446,16 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 1"));
 }
 
+TEST(Lint, CountsEntriesOfAMatrixWithoutRowsOrColumns) {
+  for (const char* const size : {"0 2 2\n", "2 0 2\n", "0 0 2\n"})
+    for (const Model model : {Model::kRowNet, Model::kColumnNet, Model::kFineGrain}) {
+      LintOptions options;
+      options.read.model = model;
+      const LintResult result = lint_text("mtx", kPattern + size + "1 1\n1 2\n", options);
+      EXPECT_EQ(result.count("cell-out-of-range"), std::string(size) == "0 0 2\n" ? 4 : 2) << size;
+    }
+}
+
 TEST(Lint, FindsRepeatedEdgesAfterManyLines) {
   std::string text = "40000 39999\n2\n";
   for (int u = 2; u < 40000; ++u) {
