@@ -15,12 +15,15 @@ inline constexpr int kShortNet = 16;
 
 /// A number for a set of cells that is quick to find. Few others have the same, unless a file is made so.
 struct NetKey {
+  static constexpr std::uint32_t kFactor =
+      0x9E3779B1;  ///< So that sum and parity of neighbours differ in kind.
+
   std::uint32_t sum = 0;
-  std::uint32_t parity = 0;  ///< Bitwise.
+  std::uint32_t parity = 0;  ///< Bitwise, of the cells times `kFactor`.
 
   void add(int cell) {
     sum += static_cast<std::uint32_t>(cell);
-    parity ^= static_cast<std::uint32_t>(cell);
+    parity ^= static_cast<std::uint32_t>(cell) * kFactor;
   }
 
   [[nodiscard]] std::uint64_t value() const { return std::uint64_t{sum} << 32 | parity; }
@@ -205,6 +208,7 @@ template <int kFours>
   const __m256i sizes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(nets.sizes + first));
   __m256i sum = _mm256_setzero_si256();
   __m256i parity = _mm256_setzero_si256();
+  const __m256i factor = _mm256_set1_epi32(static_cast<int>(NetKey::kFactor));
 #pragma GCC unroll 16
   for (int k = 0; k < kMost; ++k) {
     __m256i cell = cells[k];
@@ -214,7 +218,7 @@ template <int kFours>
       cells[k] = _mm256_or_si256(cell, _mm256_andnot_si256(is_pin, _mm256_set1_epi32(-1 - k)));
     }
     sum = _mm256_add_epi32(sum, cell);
-    parity = _mm256_xor_si256(parity, cell);
+    parity = _mm256_xor_si256(parity, _mm256_mullo_epi32(cell, factor));
   }
 
   __m256i same = _mm256_setzero_si256();

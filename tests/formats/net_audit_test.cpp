@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <map>
 #include <random>
 #include <set>
@@ -152,35 +154,48 @@ TEST(AuditNets, FindsNetsThatAreAllTheSame) {
   }
 }
 
-// Four cells with the same last two bits in each of `nblocks` blocks of four: {0, 3} and {1, 2} have the same
-// sum and parity, so that 2^nblocks nets have the same key. Cells from 1.
-Nets nets_of_one_key(int nblocks) {
-  Nets nets;
-  for (unsigned bits = 0; bits < 1U << static_cast<unsigned>(nblocks); ++bits) {
-    std::vector<int> cells;
-    for (int k = 0; k < nblocks; ++k) {
-      const bool is_outer = (bits >> static_cast<unsigned>(k) & 1U) == 0;
-      cells.push_back(4 * (k + 1) + (is_outer ? 0 : 1));
-      cells.push_back(4 * (k + 1) + (is_outer ? 3 : 2));
+NetKey key_of(const std::vector<int>& cells) {
+  NetKey key;
+  for (const int i : cells) key.add(i);
+  return key;
+}
+
+// Two pairs of cells with the same key, several times, without a common cell.
+std::vector<std::array<std::vector<int>, 2>> pairs_of_one_key(int ncells) {
+  std::map<std::uint64_t, std::vector<int>> by_key;
+  std::set<int> used;
+  std::vector<std::array<std::vector<int>, 2>> found;
+  for (int a = 1; a <= ncells; ++a)
+    for (int b = a + 1; b <= ncells; ++b) {
+      const auto [entry, is_new] = by_key.emplace(key_of({a, b}).value(), std::vector{a, b});
+      const std::vector<int>& other = entry->second;
+      if (is_new || used.contains(a) || used.contains(b) || used.contains(other[0]) ||
+          used.contains(other[1]))
+        continue;
+      used.insert({a, b, other[0], other[1]});
+      found.push_back({other, {a, b}});
     }
-    nets.push_back(cells);
-  }
-  return nets;
+  return found;
 }
 
 TEST(AuditNets, TellsManyNetsOfOneKeyFromParallelOnes) {
-  Nets nets = nets_of_one_key(6);
-  NetKey first;
-  for (const int i : nets[0]) first.add(i);
-  for (const std::vector<int>& cells : nets) {
-    NetKey key;
-    for (const int i : cells) key.add(i);
-    ASSERT_EQ(key.value(), first.value());
+  constexpr int kCells = 700;
+  const auto pairs = pairs_of_one_key(kCells);
+  ASSERT_GE(pairs.size(), 6U);
+  Nets nets;  // 2^6, of one pair or the other of six
+  for (unsigned bits = 0; bits < 64; ++bits) {
+    std::vector<int> cells;
+    for (unsigned k = 0; k < 6; ++k) {
+      const std::vector<int>& pair = pairs[k][bits >> k & 1U];
+      cells.insert(cells.end(), pair.begin(), pair.end());
+    }
+    ASSERT_TRUE(nets.empty() || key_of(cells).value() == key_of(nets[0]).value());
+    nets.push_back(cells);
   }
-  EXPECT_THAT(audit_nets(lists_of(nets, 27), {}, 9, 1).parallel_nets, IsEmpty());
+  EXPECT_THAT(audit_nets(lists_of(nets, kCells), {}, 9, 1).parallel_nets, IsEmpty());
   const Nets again(nets.rbegin(), nets.rend());
   nets.insert(nets.end(), again.begin(), again.end());
-  const std::vector<ParallelNet> found = audit_nets(lists_of(nets, 27), {}, 9, 1).parallel_nets;
+  const std::vector<ParallelNet> found = audit_nets(lists_of(nets, kCells), {}, 9, 1).parallel_nets;
   ASSERT_EQ(found.size(), 64U);
   for (int k = 0; k < 64; ++k) {
     ASSERT_EQ(found[static_cast<std::size_t>(k)], (ParallelNet{65 + k, 64 - k}));
@@ -275,10 +290,11 @@ TEST(RepeatedPins, AreTheSameInAllWays) {
   }
 }
 
-TEST(NetKey, IsTheSumAndTheBitwiseParityOfTheCells) {
-  NetKey key;
-  for (const int i : {5, 2147483645, 6}) key.add(i);
-  EXPECT_EQ(key.value(), 0x8000000800000000U | (5U ^ 2147483645U ^ 6U));
+TEST(NetKey, IsASumAndABitwiseParity) {
+  EXPECT_EQ(key_of({5, 2147483645, 6}).sum, 0x80000008U);
+  EXPECT_EQ(key_of({1}).parity, 0x9E3779B1U);
+  EXPECT_EQ(key_of({2}).parity, 0x3C6EF362U);
+  EXPECT_EQ(key_of({1, 2}).value(), 0x3A2598AD3U);
 }
 
 }  // namespace
