@@ -447,13 +447,14 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
 }
 
 TEST(Lint, CountsEntriesOfAMatrixWithoutRowsOrColumns) {
-  for (const char* const size : {"0 2 2\n", "2 0 2\n", "0 0 2\n"})
+  for (const char* const size : {"0 2 2\n", "2 0 2\n", "0 0 2\n"}) {
     for (const Model model : {Model::kRowNet, Model::kColumnNet, Model::kFineGrain}) {
       LintOptions options;
       options.read.model = model;
       const LintResult result = lint_text("mtx", kPattern + size + "1 1\n1 2\n", options);
       EXPECT_EQ(result.count("cell-out-of-range"), std::string(size) == "0 0 2\n" ? 4 : 2) << size;
     }
+  }
 }
 
 TEST(Lint, FindsRepeatedEdgesAfterManyLines) {

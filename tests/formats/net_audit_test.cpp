@@ -165,7 +165,7 @@ std::vector<std::array<std::vector<int>, 2>> pairs_of_one_key(int ncells) {
   std::map<std::uint64_t, std::vector<int>> by_key;
   std::set<int> used;
   std::vector<std::array<std::vector<int>, 2>> found;
-  for (int a = 1; a <= ncells; ++a)
+  for (int a = 1; a <= ncells; ++a) {
     for (int b = a + 1; b <= ncells; ++b) {
       const auto [entry, is_new] = by_key.emplace(key_of({a, b}).value(), std::vector{a, b});
       const std::vector<int>& other = entry->second;
@@ -175,6 +175,7 @@ std::vector<std::array<std::vector<int>, 2>> pairs_of_one_key(int ncells) {
       used.insert({a, b, other[0], other[1]});
       found.push_back({other, {a, b}});
     }
+  }
   return found;
 }
 
