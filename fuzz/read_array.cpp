@@ -1,7 +1,9 @@
 // The reader of numbers against its twin.
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "fuzz/driver.h"
@@ -28,12 +30,22 @@ struct Outcome {
 
 using Reader = void(const char* filename, std::int32_t* array, int count, int first);
 
+// Of the first entry with an error, in "read_array: entry 3 of 5 ..."; 0 if none is named.
+int entry_of(const std::string& fatal) {
+  constexpr std::string_view kStart = "read_array: entry ";
+  return fatal.starts_with(kStart) ? static_cast<int>(std::strtol(fatal.c_str() + kStart.size(), nullptr, 10))
+                                   : 0;
+}
+
+// Entries from an error on are left out: they may be overwritten.
 Outcome read_by(Reader* reader, const char* filename, int count) {
   Outcome outcome{"", std::vector<int>(static_cast<std::size_t>(kFirst + count), kMarker)};
   try {
     reader(filename, outcome.values.data(), count, kFirst);
   } catch (const Fatal& fatal) {
     outcome.fatal = fatal.text;
+    if (const int entry = entry_of(fatal.text); entry > 0)
+      outcome.values.resize(static_cast<std::size_t>(kFirst + entry - 1));
   }
   return outcome;
 }

@@ -175,7 +175,8 @@ void ufclose(std::FILE* stream);
 /// @param first     Index of the first entry filled.
 /// @par Errors      Fatal, naming file, entry number (from 1) and count: an entry that is missing, cannot be
 ///                  read, is not a decimal integer, or does not fit in 32 bits (the last two with line and
-///                  text). The entries before it are stored and the file is closed.
+///                  text). The entries before it are stored, a few after it may be overwritten, and the file
+///                  is closed.
 void read_array(const char* filename, std::int32_t* array, int count, int first);
 
 /// @}
