@@ -216,9 +216,10 @@ std::string_view Source::peek(std::size_t most) {
   std::vector<char>& ahead = state_->ahead;
   ahead.erase(ahead.begin(), ahead.begin() + std::exchange(state_->ahead_begin, 0));
   if (ahead.size() < most) {
-    std::vector<char> more(most - ahead.size());
-    more.resize(state_->fetch(more.data(), more.size()));
-    ahead.insert(ahead.end(), more.begin(), more.end());
+    const std::size_t size = most - ahead.size();
+    const auto more = std::make_unique_for_overwrite<char[]>(size);  // most files are shorter
+    const std::size_t count = state_->fetch(more.get(), size);
+    ahead.insert(ahead.end(), more.get(), more.get() + count);
   }
   return {ahead.data(), std::min(most, ahead.size())};
 }
@@ -246,8 +247,8 @@ bool Source::move_to(std::uint64_t offset) {
 void Source::finish() {
   state_->begin();
   if (state_->decompressor == nullptr) return;
-  std::vector<char> ignored(kBlockSize);
-  while (read(ignored.data(), ignored.size()) > 0) {
+  const auto ignored = std::make_unique_for_overwrite<char[]>(kBlockSize);
+  while (read(ignored.get(), kBlockSize) > 0) {
   }
 }
 
