@@ -82,7 +82,7 @@ struct Block {
   std::vector<Run> runs;   ///< In the order of the text. Some lines, such as comments, are in none.
 };
 
-/// Finds the runs of a block. All plain lines are in runs; odd lines are only if the shape is that of lines
+/// Finds the runs of a block. All plain lines are in runs; odd lines only if the shape is that of lines
 /// of any count of numbers, and not if they begin with "%" or end in another block.
 ///
 /// @param block  Gets `nline_ends`, `numbers`, `starts`, `odd_words` and `runs`. Its spare bytes are

@@ -57,12 +57,12 @@ IsolatedCells isolated_by_sorting(const NetLists& lists) {
 // Cells that are on a net, a bit for each.
 class UsedCells {
  public:
-  // Whether the memory is well spent. A header can announce any number of cells.
+  // Whether bits for all cells are few beside the pins. A header can announce any number of cells.
   static bool suit(const NetLists& lists) {
     return !lists.avoids(lists.ncells / std::numeric_limits<unsigned>::digits, lists.nadj.size());
   }
 
-  // Without cells if they do not suit.
+  // Holds no cells unless bits for them suit.
   explicit UsedCells(const NetLists& lists)
       : ncells_(suit(lists) ? lists.ncells : 0), words_(static_cast<std::size_t>(ncells_) / 64 + 1) {}
 

@@ -104,7 +104,7 @@ class NetPrints {
 };
 
 /// @param nnets  Number of all nets.
-/// @return       2^k buckets are best for them.
+/// @return       Number of bits that tell the bucket of a net: so many that buckets are small.
 int bucket_bits(int nnets);
 
 /// Finds nets with the same cells by their fingerprints, which differ for most others.

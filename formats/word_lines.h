@@ -26,9 +26,8 @@ WordPiece find_words(const char* text, const char* end);
 /// Converts the words of a piece.
 ///
 /// @param text     Of the piece.
-/// @param numbers  Gets the values, -1 for words that are no numbers of one to nine digits. Three more
-/// entries
-///                 are overwritten.
+/// @param numbers  Gets the values, -1 for words that are no numbers of one to nine digits. Three entries
+///                 after them are overwritten.
 /// @param odd      Gets where these words begin, as offsets from `text_begin`.
 void convert_words(const char* text, const WordPiece& piece, int* numbers, const char* text_begin, int* odd);
 
