@@ -40,19 +40,7 @@ WordPiece find_words(const char* text, const char* end) {
 }
 
 void convert_words(const char* text, const WordPiece& piece, int* numbers, const char* text_begin, int* odd) {
-  constexpr std::uint64_t kSomewhere = std::uint64_t{1} << 63;  // for the places after the last word
-  std::uint64_t starts = piece.starts;
-  std::uint64_t ends = piece.ends;
-  const auto next = [&] {
-    const int start = lowest_bit(starts | kSomewhere);
-    const int end = lowest_bit(ends | kSomewhere);
-    starts &= starts - 1;
-    ends &= ends - 1;
-    return eight_digits(text, start, end);
-  };
-  const int count = count_bits(piece.ends);
-  for (int k = 0; k < count; k += 4) store_four({next(), next(), next(), next()}, numbers + k);
-
+  convert_words_of_eight(text, piece.starts, piece.ends, numbers);
   for (std::uint64_t nines = piece.nine_ends; nines != 0; nines &= nines - 1) {
     const int end = lowest_bit(nines);
     int value = 0;

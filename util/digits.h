@@ -245,6 +245,23 @@ inline void append_long_numbers(const char* text, const NumberRun& run, int* num
   }
 }
 
+/// Converts words of up to eight digits; what becomes of other words does not matter.
+///
+/// @param starts,ends  One bit for the first byte of each word and for the byte after it.
+/// @param numbers      Gets the values. Three entries after them are overwritten.
+inline void convert_words_of_eight(const char* text, std::uint64_t starts, std::uint64_t ends, int* numbers) {
+  constexpr std::uint64_t kSomewhere = std::uint64_t{1} << 63;  // for the places after the last word
+  const int count = count_bits(ends);
+  const auto next = [&] {
+    const int start = lowest_bit(starts | kSomewhere);
+    const int end = lowest_bit(ends | kSomewhere);
+    starts &= starts - 1;
+    ends &= ends - 1;
+    return eight_digits(text, start, end);
+  };
+  for (int k = 0; k < count; k += 4) store_four({next(), next(), next(), next()}, numbers + k);
+}
+
 /// Appends a run, without wider vectors than every processor of the kind has.
 inline void append_run(const char* text, const NumberRun& run, Scanned& scanned) {
   append_lines(run, scanned, count_bits);
@@ -253,17 +270,7 @@ inline void append_run(const char* text, const NumberRun& run, Scanned& scanned)
   if (run.has_long) [[unlikely]] {
     append_long_numbers(text, run, numbers);
   } else {
-    constexpr std::uint64_t kSomewhere = std::uint64_t{1} << 63;  // for the places after the last number
-    std::uint64_t starts = run.starts;
-    std::uint64_t ends = run.ends;
-    const auto next = [&] {
-      const int start = lowest_bit(starts | kSomewhere);
-      const int end = lowest_bit(ends | kSomewhere);
-      starts &= starts - 1;
-      ends &= ends - 1;
-      return eight_digits(text, start, end);
-    };
-    for (int k = 0; k < count; k += 4) store_four({next(), next(), next(), next()}, numbers + k);
+    convert_words_of_eight(text, run.starts, run.ends, numbers);
   }
   scanned.count += count;
   scanned.size += run.size;
