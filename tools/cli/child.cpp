@@ -6,13 +6,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fstream>
-#include <thread>
+#include <string_view>
 
 #include "util/util.h"
 
@@ -20,6 +21,11 @@ namespace quillon::tool {
 namespace {
 
 constexpr int kSignalled = 128;
+
+// The child, for handlers of signals; 0 if there is none.
+std::atomic<pid_t> running_child{0};
+// /proc/CHILD/task/CHILD/children, which lists the processes that it has started and not waited for.
+char children_file[64];
 
 // In the new process, where only calls that are safe in a signal handler may be made. Returns if it fails.
 void become(char* const* arguments, int output, pid_t parent) {
@@ -31,13 +37,61 @@ void become(char* const* arguments, int output, pid_t parent) {
   execv(arguments[0], arguments);
 }
 
-// The processes that another one has started.
-std::vector<pid_t> children_of(pid_t process) {
-  const std::string number = std::to_string(process);
-  std::ifstream file("/proc/" + number + "/task/" + number + "/children");
-  std::vector<pid_t> children;
-  for (pid_t child = 0; file >> child;) children.push_back(child);
-  return children;
+// Calls `visit` with each process in `children_file`. Safe in a signal handler.
+template <typename Visit>
+void for_each_grandchild(Visit visit) {
+  const int file = open(children_file, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return;
+  char bytes[4096];
+  pid_t child = 0;  // each number is followed by a blank
+  for (ssize_t size = 0; (size = ::read(file, bytes, sizeof bytes)) > 0;) {
+    for (const char c : std::string_view(bytes, static_cast<std::size_t>(size))) {
+      if (c != ' ') {
+        child = child * 10 + (c - '0');
+        continue;
+      }
+      visit(child);
+      child = 0;
+    }
+  }
+  close(file);
+}
+
+// Whether a process has ended and nobody has waited for it.
+bool is_zombie(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  const std::size_t name_end = line.rfind(") ");
+  return name_end != std::string::npos && line.compare(name_end + 2, 1, "Z") == 0;
+}
+
+// Safe in a signal handler, as are the two functions after this one.
+void kill_with_children(pid_t process) {
+  for_each_grandchild([](pid_t grandchild) { kill(grandchild, SIGKILL); });
+  kill(process, SIGKILL);
+}
+
+bool still_runs(pid_t process) {
+  int status = 0;
+  return waitpid(process, &status, WNOHANG) == 0;
+}
+
+// Asks a child to end, and kills it if it still runs after five seconds.
+void end_process(pid_t process) {
+  if (!still_runs(process)) return;
+  kill(process, SIGTERM);
+  constexpr int kMostTries = 500;
+  constexpr timespec kTry{0, 10'000'000};
+  for (int k = 0; k < kMostTries; ++k) {
+    nanosleep(&kTry, nullptr);
+    if (!still_runs(process)) return;
+  }
+  kill_with_children(process);
+  int status = 0;
+  pid_t ended = 0;
+  do ended = waitpid(process, &status, 0);
+  while (ended < 0 && errno == EINTR);
 }
 
 }  // namespace
@@ -61,6 +115,10 @@ Child::Child(const std::vector<std::string>& command, std::size_t nlaunched) : n
     _exit(kSignalled - 1);
   }
   int reason = process_ < 0 ? errno : 0;
+  if (process_ > 0) {
+    std::snprintf(children_file, sizeof children_file, "/proc/%d/task/%d/children", process_, process_);
+    running_child = process_;
+  }
   close(output[1]);
   close(failure[1]);
   output_ = output[0];
@@ -73,28 +131,19 @@ Child::Child(const std::vector<std::string>& command, std::size_t nlaunched) : n
 
 Child::~Child() {
   close(output_);
-  if (process_ <= 0) return;
-  kill(process_, SIGTERM);
-  constexpr int kMostTries = 500;
-  for (int k = 0; k < kMostTries && process_ > 0; ++k) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    wait_for(WNOHANG);
-  }
-  if (process_ <= 0) return;
-  kill(process_, SIGKILL);
-  wait();
+  if (process_ > 0) end_process(process_);
+  running_child = 0;
 }
 
 // Called every second without output.
 void Child::watch_launcher() {
   constexpr int kLongest = 10;
-  const std::vector<pid_t> children = children_of(process_);
-  const bool has_all = children.size() >= nlaunched_;
+  std::size_t nalive = 0;
+  for_each_grandchild([&nalive](pid_t process) { nalive += is_zombie(process) ? 0 : 1; });
+  const bool has_all = nalive >= nlaunched_;
   has_launched_ = has_launched_ || has_all;
   nseconds_short_ = has_launched_ && !has_all ? nseconds_short_ + 1 : 0;
-  if (nseconds_short_ != kLongest) return;
-  for (const pid_t child : children) kill(child, SIGKILL);
-  kill(process_, SIGKILL);
+  if (nseconds_short_ == kLongest) kill_with_children(process_);
 }
 
 std::size_t Child::read(char* bytes, std::size_t size) {
@@ -108,15 +157,18 @@ std::size_t Child::read(char* bytes, std::size_t size) {
   return static_cast<std::size_t>(nread);
 }
 
-int Child::wait() { return wait_for(0); }
-
-int Child::wait_for(int options) {
+int Child::wait() {
   int status = 0;
   pid_t ended = 0;
-  do ended = waitpid(process_, &status, options);
+  do ended = waitpid(process_, &status, 0);
   while (ended < 0 && errno == EINTR);
-  if (ended != 0) process_ = -1;
+  process_ = -1;
+  running_child = 0;
   return WIFSIGNALED(status) ? kSignalled + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+void end_running_child() {
+  if (const pid_t process = running_child; process > 0) end_process(process);
 }
 
 std::string end_of_child(int status) {

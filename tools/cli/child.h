@@ -10,16 +10,17 @@
 namespace quillon::tool {
 
 /// A running program. Its standard input is empty, its standard output is read here, its standard error is
-/// that of this program. It gets SIGTERM when this program ends, even by a signal.
+/// that of this program. It gets SIGTERM when this program ends, even by a signal. There is one at a time.
 class Child {
  public:
   /// @param command    Path of the program, and its arguments.
   /// @param nlaunched  Number of programs that it starts and waits for, 0 if it works itself. When fewer of
   /// them
-  ///                   have been there for ten seconds, all are killed: some versions of mpirun hang when a
-  ///                   rank has died.
+  ///                   have been running for ten seconds, all are killed: some versions of mpirun hang when
+  ///                   a rank has died.
   Child(const std::vector<std::string>& command, std::size_t nlaunched);
-  /// Ends the program if it still runs.
+  /// Ends the program if it still runs: with SIGTERM, and with SIGKILL five seconds later, which the programs
+  /// that it has started get too.
   ~Child();
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
@@ -36,7 +37,6 @@ class Child {
 
  private:
   void watch_launcher();
-  int wait_for(int options);
 
   pid_t process_ = -1;
   int output_ = -1;
@@ -44,6 +44,9 @@ class Child {
   bool has_launched_ = false;
   int nseconds_short_ = 0;  // since one of them was missing
 };
+
+/// Ends the running child, if there is one, as its destructor does. Safe in a signal handler.
+void end_running_child();
 
 /// What an exit status of `Child::wait` says, such as "exited with status 3" or "was killed (Segmentation
 /// fault)".

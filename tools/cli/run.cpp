@@ -13,6 +13,7 @@
 #include "formats/findings.h"
 #include "formats/sink.h"
 #include "tools/cli/advice.h"
+#include "tools/cli/child.h"
 #include "tools/cli/console.h"
 #include "tools/cli/progress.h"
 #include "util/scope.h"
@@ -39,8 +40,10 @@ constexpr const char* kOutOfMemory = "out of memory";
   std::_Exit(kFinding);
 }
 
+// A child that ignores SIGTERM would go on after the end of this program.
 extern "C" void remove_files_and_end(int signal) {
   formats::remove_temporary_files();
+  end_running_child();
   std::signal(signal, SIG_DFL);
   raise(signal);
 }
