@@ -8,6 +8,7 @@
 #include "formats/audit.h"
 #include "formats/byte_audit.h"
 #include "formats/byte_findings.h"
+#include "formats/excerpts.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
 #include "formats/lint.h"
@@ -22,28 +23,35 @@ namespace {
 // A file that belongs to a hypergraph.
 class CompanionLinter {
  public:
-  CompanionLinter(const LintResult& hypergraph, int nparts, std::size_t most_kept)
-      : hypergraph_(hypergraph), nparts_(nparts), store_(most_kept) {}
+  CompanionLinter(const LintResult& hypergraph, int nparts, std::size_t most_kept, bool excerpts)
+      : hypergraph_(hypergraph), nparts_(nparts), excerpts_(excerpts), store_(most_kept) {}
 
   LintResult run(const std::string& filename, Companion kind) {
     LintResult result;
     result.file = shown_name(filename);
     bool has_mark = false;
+    std::unique_ptr<Scanner> again;
     try {
       const auto source = std::make_shared<Source>(filename);
       Scanner in(source->name(), reader_of(source));
       in.source = source;
       if (kind == Companion::kLabels) read_whole(in);
-      if (kind == Companion::kPermutation) prepare_second_read(in);
+      if (excerpts_ && source->can_be_reopened()) in.reopened_as = source->name();
+      if (excerpts_ || kind == Companion::kPermutation) prepare_second_read(in);
       has_mark = skip_mark(in);
       listen_to(in);
       read_all(in, kind);
+      if (excerpts_) again = read_again(in);
     } catch (const BadFile& error) {
       store_.add(error.finding());
     }
     store_.drop("nul-byte");  // of a reader, that it ends with
     add_byte_findings(bytes_, {result.file, has_mark}, store_);
     store_.move_to(result);
+    if (again != nullptr) {
+      skip_mark(*again);
+      add_excerpts(*again, {}, has_mark ? kByteOrderMark.size() : 0, result);
+    }
     return result;
   }
 
@@ -90,7 +98,7 @@ class CompanionLinter {
     else if (kind == Companion::kFixed)
       check_fixed(read_fixed_parts(in, ncells, nparts_, 0));
     else if (kind == Companion::kPermutation)
-      read_permutation(in, ncells, "cell");
+      check_permutation(read_permutation(in, ncells, "cell"));
     else
       read_labels(in, ncells, hypergraph_.nnets);
   }
@@ -146,6 +154,23 @@ class CompanionLinter {
     check_cells(nparts);
   }
 
+  // Cells that all are named but for one that is 0: they count from 0.
+  void check_permutation(const std::vector<int>& order) {
+    const Finding* const first = store_.first_of("cell-out-of-range");
+    const int ncells = hypergraph_.ncells;
+    if (first == nullptr || audit_.outside.count != 1 || audit_.outside.smallest != 0 ||
+        std::ssize(order) != std::int64_t{ncells} + 1 || store_.count_of("repeated-cell") > 0 ||
+        std::find(order.begin(), order.end(), ncells) != order.end())
+      return;
+    Finding finding = *first;
+    finding.rule = "counts-from-0";
+    finding.message = "the smallest cell number is 0 and the largest " + std::to_string(ncells - 1) +
+                      ": this file counts from 0";
+    finding.hint = "permutations count from 1";
+    store_.drop("cell-out-of-range");
+    store_.add(std::move(finding));
+  }
+
   [[nodiscard]] std::int64_t average_part(int nparts) const {
     std::int64_t total = 0;
     for (int i = 1; i <= hypergraph_.ncells; ++i) total += weight_of(static_cast<std::size_t>(i));
@@ -181,6 +206,7 @@ class CompanionLinter {
 
   const LintResult& hypergraph_;
   int nparts_;
+  bool excerpts_;
   FindingStore store_;
   ByteAudit bytes_;
   Audit audit_;
@@ -190,8 +216,8 @@ class CompanionLinter {
 }  // namespace
 
 LintResult lint_companion(const std::string& filename, Companion kind, const LintResult& hypergraph,
-                          int nparts, std::size_t most_kept) {
-  return CompanionLinter(hypergraph, nparts, most_kept).run(filename, kind);
+                          int nparts, std::size_t most_kept, bool excerpts) {
+  return CompanionLinter(hypergraph, nparts, most_kept, excerpts).run(filename, kind);
 }
 
 }  // namespace quillon::formats

@@ -165,12 +165,18 @@ std::vector<std::string> numbers_up_to(int count) {
 }
 
 // Whether each line may be an edge of two ends, and its weight.
-struct ThirdColumn {
-  bool may_be_weights = true;
-
+class ThirdColumn {
+ public:
   void look_at(const std::vector<Token>& names) {
-    may_be_weights = may_be_weights && names.size() == 3 && is_integer(names[2].text);
+    is_empty_ = false;
+    is_integer_ = is_integer_ && names.size() == 3 && is_integer(names[2].text);
   }
+
+  [[nodiscard]] bool may_be_weights() const { return is_integer_ && !is_empty_; }
+
+ private:
+  bool is_empty_ = true;
+  bool is_integer_ = true;
 };
 
 // Reads a line whose end is known. Returns whether there was no error.
@@ -218,7 +224,7 @@ void read_nets(Scanner& in, NetLists& lists) {
   lists.ncells = cells.size();
   lists.cell_names = texts_of(cells);
   lists.net_names = numbers_up_to(lists.nnets);
-  if (!third_column.may_be_weights) return;
+  if (!third_column.may_be_weights()) return;
   const char* const remark = "every line has three names, the last a number; weights are not read from lists";
   lists.remarks.emplace_back(remark);
   note_oddity(in, {}, "maybe-weights", remark);
@@ -271,8 +277,9 @@ void give_to_audit(const Scanner& in, const PinPairs& pairs) {
 
 void read_pairs(Scanner& in, NetLists& lists, Pairs order) {
   PinPairs pairs;
-  while (!at_end(in)) read_whole_line(in, [&] { return read_pair(in, order, pairs); });
-  if (pairs.pins.empty()) unexpected(in, {{}, in.at}, "missing-line", "a pair of names");
+  bool is_sound = true;
+  while (!at_end(in)) is_sound &= read_whole_line(in, [&] { return read_pair(in, order, pairs); });
+  if (pairs.pins.empty() && is_sound) unexpected(in, {{}, in.at}, "missing-line", "a pair of names");
   give_to_audit(in, pairs);
   lists.ncells = pairs.cells.size();
   lists.nnets = pairs.nets.size();

@@ -6,9 +6,17 @@
 #include <utility>
 
 namespace quillon::formats {
+namespace {
 
-FindingStore::FindingStore(std::size_t most_kept)
-    : most_kept_(most_kept), counts_(all_rules().size()), nkept_(all_rules().size()) {}
+constexpr std::size_t kLeastKept = 1000;
+
+}  // namespace
+
+FindingStore::FindingStore(std::size_t most_moved)
+    : most_moved_(most_moved),
+      most_kept_(std::max(most_moved, kLeastKept)),
+      counts_(all_rules().size()),
+      nkept_(all_rules().size()) {}
 
 std::size_t FindingStore::index_of(std::string_view rule) const {
   if (rule == last_rule_ && !rule.empty()) return last_index_;
@@ -70,6 +78,9 @@ void FindingStore::move_to(LintResult& result) {
   };
   std::stable_sort(findings_.begin(), findings_.end(),
                    [key](const Finding& a, const Finding& b) { return key(a) < key(b); });
+  std::vector<std::size_t> nmoved(counts_.size());
+  std::erase_if(findings_,
+                [&](const Finding& finding) { return nmoved[index_of(finding.rule)]++ >= most_moved_; });
   result.findings = std::move(findings_);
   for (std::size_t k = 0; k < counts_.size(); ++k)
     if (counts_[k] > 0) result.counts.push_back({&all_rules()[k], counts_[k]});

@@ -15,8 +15,9 @@ namespace quillon::formats {
 /// Needs memory for the findings that it keeps only.
 class FindingStore {
  public:
-  /// @param most_kept  Findings of each rule.
-  explicit FindingStore(std::size_t most_kept);
+  /// @param most_moved  Findings of each rule for the result. More are kept until then if this is few: others
+  ///                    depend on them.
+  explicit FindingStore(std::size_t most_moved);
 
   /// @return  Whether another finding of the rule would be kept.
   [[nodiscard]] bool wants(std::string_view rule) const;
@@ -52,6 +53,7 @@ class FindingStore {
  private:
   [[nodiscard]] std::size_t index_of(std::string_view rule) const;
 
+  std::size_t most_moved_;
   std::size_t most_kept_;
   // The rule looked up last: many findings in a row have the same one.
   mutable std::string_view last_rule_;

@@ -155,25 +155,25 @@ void write_kub(const Hypergraph& h, const WriteOptions& /*options*/, const char*
     errexit("the kub file is not whole, data was lost: is the disk full?");
 }
 
-// Every line but the last ends in a line end.
 void write_kub_stream(NetStream& nets, const char* filename) {
   TextWriter out(filename, "quillon generate: hypergraph");
   out.number(nets.ncells);
   out.character('\n');
   out.number(nets.nnets);
+  out.character('\n');
   for (int j = 1; j <= nets.nnets; ++j) {
     const std::span<const int> pins = nets.next_net();
-    out.character('\n');
     write_with_blank(out, nets.net_weight(j));
     out.number(static_cast<int>(pins.size()));
     for (const int i : pins) {
       out.character(' ');
       out.number(i - 1);
     }
+    out.character('\n');
   }
   for (int i = 1; i <= nets.ncells; ++i) {
-    out.character('\n');
     out.number(nets.cell_weight(i));
+    out.character('\n');
   }
   out.close();
 }

@@ -14,6 +14,7 @@
 #include "formats/byte_audit.h"
 #include "formats/byte_findings.h"
 #include "formats/detect.h"
+#include "formats/excerpts.h"
 #include "formats/finding_store.h"
 #include "formats/formats.h"
 #include "formats/hints.h"
@@ -58,7 +59,11 @@ class Linter {
     }
     store_.move_to(result_);
     shift_columns_after_mark();
-    if (in_ != nullptr && options_.excerpts) add_excerpts();
+    if (in_ != nullptr && options_.excerpts) {
+      rewind();
+      in_->audit = nullptr;
+      add_excerpts(*in_, audit_.waypoints, has_mark_ && !is_json() ? kByteOrderMark.size() : 0, result_);
+    }
     return std::move(result_);
   }
 
@@ -86,6 +91,7 @@ class Linter {
                      "cannot tell the format of '" + source->name() + "'", kNameTheFormat});
     result_.format = choice.format;
     is_by_content_ = choice.by_content;
+    result_.is_regular = source->is_regular();
     has_mark_ = source->peek(kByteOrderMark.size()) == kByteOrderMark;
     open_scanner_of(std::move(source));
   }
@@ -388,6 +394,7 @@ class Linter {
   }
 
   void add_byte_findings() {
+    store_.drop("nul-byte");  // of a reader, that it ends with
     formats::add_byte_findings(bytes_, {result_.file, has_mark_ && !is_json(), is_own() && is_complete_},
                                store_);
     if (!is_json() && bytes_.tab.count > 0)
@@ -624,50 +631,6 @@ class Linter {
       if (found.line == 1 && found.rule != "byte-order-mark") found.column += kByteOrderMark.size();
   }
 
-  // ---- Lines for display ----
-
-  // Up to damaged data, if there is any.
-  void add_excerpts() try {
-    result_.excerpts.resize(result_.findings.size());
-    rewind();
-    in_->audit = nullptr;
-    std::size_t line = 1;
-    for (std::size_t k = 0; k < result_.findings.size() && result_.findings[k].line > 0; ++k) {
-      const auto is_before = [&](const Waypoint& waypoint) {
-        return waypoint.lines_before < result_.findings[k].line;
-      };
-      if (const Waypoint* const waypoint = move_on(*in_, audit_.waypoints, is_before); waypoint != nullptr)
-        line = waypoint->lines_before + 1;
-      for (; line < result_.findings[k].line && !at_end(*in_); ++line) skip_line(*in_);
-      if (at_end(*in_)) break;
-      result_.excerpts[k] = excerpt_at(result_.findings[k]);
-    }
-  } catch (const BadFile&) {
-  }
-
-  // Of the line that begins here.
-  [[nodiscard]] Excerpt excerpt_at(const Finding& found) const {
-    constexpr std::size_t kBefore = 40;
-    constexpr std::size_t kWidth = 72;
-    std::string_view line = in_->text.substr(in_->at);
-    line = line.substr(0, std::min(line.find('\n'), line.size()));
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    const std::size_t skipped = has_mark_ && !is_json() && found.line == 1 ? kByteOrderMark.size() : 0;
-    const std::size_t at = found.column - 1 - std::min(found.column - 1, skipped);
-    if (at > line.size()) return {};
-    const std::size_t begin = line.size() <= kWidth || at <= kBefore ? 0 : at - kBefore;
-    const auto is_start = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
-    const auto character = static_cast<std::size_t>(std::count_if(
-                               line.begin(), line.begin() + static_cast<std::ptrdiff_t>(at), is_start)) +
-                           1;
-    Excerpt excerpt{std::string(line.substr(begin, kWidth)), at - begin, character};
-    for (char& c : excerpt.text)
-      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = c == '\t' ? ' ' : '?';
-    if (begin > 0) excerpt.text.insert(0, "... "), excerpt.caret += 4;
-    if (begin + kWidth < line.size()) excerpt.text += " ...";
-    return excerpt;
-  }
-
   std::string filename_;
   const LintOptions& options_;
   std::optional<Counts> corrected_;
@@ -841,7 +804,8 @@ void Linter::note_extremes(const PinList& pins) {
 
 std::int64_t LintResult::count(Severity severity) const {
   std::int64_t total = 0;
-  for (const RuleCount& broken : counts) total += broken.rule->severity == severity ? broken.count : 0;
+  for (const RuleCount& broken : counts)
+    total += (is_mended ? Severity::kNote : broken.rule->severity) == severity ? broken.count : 0;
   return total;
 }
 

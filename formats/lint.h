@@ -50,6 +50,8 @@ struct LintResult {
   int ncells = 0;                  ///< Number of cells, if the file could be read so far.
   int nnets = 0;                   ///< Number of nets, likewise.
   std::vector<int> cell_weights;   ///< By cell, entry 0 not used; or empty, all are 1.
+  bool is_regular = true;          ///< Not a pipe, a device or the like.
+  bool is_mended = false;          ///< The findings are notes on what was mended, whatever their rules say.
 
   /// @return  Number of all findings of a severity, kept or not.
   [[nodiscard]] std::int64_t count(Severity severity) const;
@@ -82,10 +84,11 @@ enum class Companion {
 /// @param kind        What the file holds.
 /// @param hypergraph  Result of `lint` for the hypergraph, which must be without errors.
 /// @param nparts      Number of parts; 0 if unknown.
-/// @param most_kept   As in `LintOptions`.
+/// @param most_kept   As in `LintOptions`, as is `excerpts`.
+/// @param excerpts    Whether to keep the lines that findings point to.
 /// @return            The findings; without format.
 LintResult lint_companion(const std::string& filename, Companion kind, const LintResult& hypergraph,
-                          int nparts = 0, std::size_t most_kept = 50);
+                          int nparts = 0, std::size_t most_kept = 50, bool excerpts = false);
 
 }  // namespace quillon::formats
 

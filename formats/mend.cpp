@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -181,12 +182,23 @@ void add_correction(Mended& mended, const LintResult& found, const Reading& read
                           reading.header.column, "mended: the header says " + reading.change, ""});
 }
 
+// Whether the banner of a matrix announces values.
+bool has_values(const std::string& filename) {
+  constexpr std::size_t kLongestBanner = 1000;
+  Source source(filename);
+  std::string banner(source.peek(kLongestBanner));
+  banner.resize(std::min(banner.find('\n'), banner.size()));
+  for (char& c : banner) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return banner.find(" pattern") == std::string::npos;
+}
+
 }  // namespace
 
 Mended mend(const std::string& filename, const LintResult& found, const LintOptions& lint,
             const MendOptions& options) {
   const Reading reading = only_reading(filename, found, lint);
-  Mended mended{reread(filename, reading, lint.read), {}, {}, {}};
+  Mended mended;
+  mended.lists = reread(filename, reading, lint.read);
   NetLists& lists = mended.lists;
   const std::array<std::int64_t, 4> counts = NetMender(lists, options).run();
   const int ncells = lists.ncells;
@@ -198,10 +210,15 @@ Mended mend(const std::string& filename, const LintResult& found, const LintOpti
     std::int64_t count = is_rewritten ? reading.found.count(rule.name) : 0;
     for (std::size_t k = 0; k < kOfNets.size(); ++k)
       if (kOfNets[k] == rule.name) count = counts[k];
+    // Of a file that does not list pins net by net, they are entries.
+    if (rule.name == "duplicate-pin" && reading.found.count("repeated-entry") > 0) count = 0;
     if (rule.name == "isolated-cell") count = ncells - lists.ncells;
     add_done(mended, reading.found, rule.name, count);
   }
   add_correction(mended, found, reading);
+  mended.losses = lists.losses;
+  if (found.format->name == "mtx" && has_values(filename))
+    mended.losses.emplace_back("the values of entries");
   return mended;
 }
 

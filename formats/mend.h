@@ -24,9 +24,10 @@ struct MendOptions {
 
 /// A hypergraph to write, and what was done to it.
 struct Mended {
-  NetLists lists;                 ///< For `to_record`.
-  std::vector<RuleCount> done;    ///< How often each rule was broken and is not any longer, in table order.
-  std::vector<Finding> findings;  ///< The findings on these rules that lint kept, as notes.
+  NetLists lists;                   ///< For `to_record`.
+  std::vector<RuleCount> done;      ///< How often each rule was broken and is not any longer, in table order.
+  std::vector<Finding> findings;    ///< The findings on these rules that lint kept, as notes.
+  std::vector<std::string> losses;  ///< What the file has and the lists have not.
   std::vector<int> cells;  ///< By new cell, entry 0 not used: its old number. Empty: no cell is dropped.
 };
 

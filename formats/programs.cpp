@@ -9,6 +9,8 @@
 namespace quillon::formats {
 namespace {
 
+constexpr std::string_view kNotRegular = "not-regular";  // in the place of a rule: pipes and devices
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> parts;
   for (std::size_t begin = 0; begin <= text.size();) {
@@ -31,8 +33,9 @@ std::vector<ProgramRow> make_program_table() {
   for (const std::string_view line : split(kProgramsText, '\n')) {
     if (line.empty() || line.front() == '#') continue;
     const std::vector<std::string_view> columns = split(line, '\t');
-    if (columns.size() != kColumns || (columns[3] != "-" && rule_named(columns[3]) == nullptr))
-      throw std::logic_error("programs.tsv: bad line: " + std::string(line));
+    const bool is_known = columns.size() == kColumns && (columns[3] == "-" || columns[3] == kNotRegular ||
+                                                         rule_named(columns[3]) != nullptr);
+    if (!is_known) throw std::logic_error("programs.tsv: bad line: " + std::string(line));
     rows.push_back({columns[0], columns[1], columns[2], columns[3], treatment_named(columns[4]), columns[5],
                     columns[6]});
   }
@@ -56,6 +59,12 @@ std::string place_of_rule(const LintResult& result, std::string_view rule) {
 
 ProgramVerdict verdict_of(const LintResult& result, const ProgramRow& program) {
   ProgramVerdict verdict{program.program, program.version, "takes", ""};
+  const ProgramRow* const of_pipes = row_of(program.program, program.format, kNotRegular);
+  if (of_pipes != nullptr && !result.is_regular) {
+    verdict.verdict = "refuses";
+    verdict.reason = "it is no regular file: " + std::string(of_pipes->text);
+    return verdict;
+  }
   for (const RuleCount& broken : result.counts) {
     const std::string_view rule = broken.rule->name;
     const ProgramRow* const row = row_of(program.program, program.format, rule);

@@ -333,6 +333,45 @@ TEST(Lint, CountsFindingsThatItDoesNotKeep) {
   EXPECT_THAT(counted.findings, IsEmpty());
 }
 
+// "RULE COUNT" of the rules that a text breaks, when so many findings of each are kept.
+std::vector<std::string> counts_of(const std::string& format, const std::string& text, std::size_t most_kept,
+                                   const ReadOptions& read = {}) {
+  LintOptions options;
+  options.most_kept = most_kept;
+  options.read = read;
+  const LintResult result = lint_text(format, text, options);
+  std::vector<std::string> counts;
+  for (const RuleCount& broken : result.counts)
+    counts.push_back(std::string(broken.rule->name) + " " + std::to_string(broken.count));
+  for (const RuleCount& broken : result.counts)
+    EXPECT_LE(findings_of(result, broken.rule->name).size(), most_kept);
+  return counts;
+}
+
+TEST(Lint, CountsTheSameHoweverManyFindingsItKeeps) {
+  using namespace std::string_literals;
+  for (const Case& each : kCases) {
+    SCOPED_TRACE(std::string(each.rule) + " " + testing::PrintToString(each.bad));
+    const std::vector<std::string> counts = counts_of(each.format, each.bad, 50);
+    EXPECT_EQ(counts_of(each.format, each.bad, 0), counts);
+    EXPECT_EQ(counts_of(each.format, each.bad, 1), counts);
+  }
+  // One cause, of errors in hMETIS files and of text that is not read in ours.
+  std::string nets;
+  for (int j = 0; j < 60; ++j) nets += "1 \0002 1\n"s;
+  for (const std::size_t most_kept : {0U, 1U, 50U, 100U}) {
+    EXPECT_THAT(counts_of("hmetis", "60 2\n" + nets, most_kept), ElementsAre("not-a-number 60"));
+    EXPECT_THAT(counts_of("quillon", "1 1 60 60\n" + nets, most_kept),
+                ElementsAre("nul-byte 60", "one-pin-net 60"));
+  }
+}
+
+TEST(Lint, ReportsOneMistakeOfAListOnce) {
+  EXPECT_THAT(counts_of("edges", "a \xFF\n", 50), ElementsAre("bad-name 1"));
+  EXPECT_THAT(counts_of("edges", "a\n", 50, {.pairs = Pairs::kNetCell}), ElementsAre("missing-pin 1"));
+  EXPECT_THAT(counts_of("edges", "\n", 50, {.pairs = Pairs::kNetCell}), ElementsAre("missing-line 1"));
+}
+
 // A file of `kBadLines` lines with one mistake, each a net, an entry, a vertex or a name.
 struct BadLines {
   const char* format;
@@ -713,6 +752,30 @@ TEST(Mend, SaysWhatItDidAndWhere) {
                                  "1:5 mended: 2 lines with CR LF at the end"));
 }
 
+TEST(Mend, SaysWhatIsNotKept) {
+  const TempFolder folder;
+  const auto losses = [&folder](const std::string& name, const std::string& text) {
+    const std::string file = folder.write(name, text);
+    return mend(file, lint(file), {}, {}).losses;
+  };
+  EXPECT_THAT(losses("file.graph", "2 2 10 2\n3 4 2\n5 6 1\n"),
+              ElementsAre("all but the first of 2 weights of each vertex"));
+  EXPECT_THAT(losses("file.mtx", kReal + "1 1 1\n1 1 0.5\n"), ElementsAre("the values of entries"));
+  EXPECT_THAT(losses("file.mtx", kPattern + "1 1 1\n1 1\n"), IsEmpty());
+}
+
+TEST(Mend, CountsARepeatedIncidenceOnce) {
+  const TempFolder folder;
+  const std::string file =
+      folder.write("file.json", R"({"incidences": [{"edge": 1, "node": 1}, {"edge": 1, "node": 1}]})"
+                                "\n");
+  const Mended mended = mend(file, lint(file), {}, {});
+  ASSERT_EQ(mended.done.size(), 1U);
+  EXPECT_EQ(mended.done.front().rule->name, "repeated-entry");
+  EXPECT_EQ(mended.done.front().count, 1);
+  EXPECT_EQ(mended.findings.size(), 1U);
+}
+
 struct CompanionCase {
   const char* rule;
   Companion kind;
@@ -746,6 +809,12 @@ const std::vector<CompanionCase> kCompanionCases{
      "3:1 found \"2\", expected a cell not named before", "1\n2\n3\n"},
     {"cell-out-of-range", Companion::kPermutation, 0, "1\n2\n4\n",
      "3:1 found \"4\", expected a cell number from 1 to 3", "1\n2\n3\n"},
+    {"counts-from-0", Companion::kPermutation, 0, "2\n0\n1\n",
+     "2:1 the smallest cell number is 0 and the largest 2: this file counts from 0 (permutations count from "
+     "1)",
+     "2\n3\n1\n"},
+    {"cell-out-of-range", Companion::kPermutation, 0, "3\n0\n1\n",
+     "2:1 found \"0\", expected a cell number from 1 to 3", "3\n2\n1\n"},
     {"bad-keyword", Companion::kLabels, 0, kNames + "x\n", "5:1 found \"x\", expected cell or net",
      kNames + "\n"},
     {"bad-number", Companion::kLabels, 0, kNames + "net 2 5\n",
@@ -830,6 +899,23 @@ TEST(LintCompanion, FindsOddBytesInEachKindOfFile) {
               ElementsAre("5:1 bad-keyword", "5:2 no-final-newline"));
 }
 
+TEST(LintCompanion, ShowsLinesWithTheirPlace) {
+  const TempFolder folder;
+  const LintResult hypergraph = lint_text("hmetis", "1 3\n1 2\n");
+  const auto lines = [&](Companion kind, const std::string& text) {
+    const LintResult result = lint_companion(folder.write("file", text), kind, hypergraph, 1, 50, true);
+    std::vector<std::string> shown;
+    for (const Excerpt& excerpt : result.excerpts)
+      shown.push_back(excerpt.text + "|" + std::to_string(excerpt.caret));
+    return shown;
+  };
+  EXPECT_THAT(lines(Companion::kParts, "0\n0 7\n"), ElementsAre("0 7|2"));
+  EXPECT_THAT(lines(Companion::kFixed, "\xEF\xBB\xBF-1 9\n-1\n"), ElementsAre("-1 9|0", "-1 9|3"));
+  EXPECT_THAT(lines(Companion::kPermutation, "3 2\n2\n"), ElementsAre("2|0"));
+  EXPECT_THAT(lines(Companion::kPermutation, gzipped("3 2\n2\n")), ElementsAre("2|0"));
+  EXPECT_THAT(lines(Companion::kLabels, kNames + "\tx\n"), ElementsAre(" x|1"));
+}
+
 // However many parts there are, by the command or by the file.
 TEST(LintCompanion, CountsEmptyPartsWithoutNamingThemAll) {
   const TempFolder folder;
@@ -904,6 +990,11 @@ TEST(Programs, TakeRefuseOrChangeFiles) {
   EXPECT_EQ(verdict("2 2\n1 2 1\n2\n", "KaHyPar"), "changes removes repeated pins: 1; drops one-pin nets: 1");
   EXPECT_EQ(verdict("1 2\n1 3\n", "KaHyPar"), "refuses cell-out-of-range at 2:3");
   EXPECT_EQ(verdict("1 2\n1 3\n", "gpmetis"), "other-format it reads metis");
+  LintResult of_pipe = lint_text("hmetis", "1 2\n1 2\n");
+  of_pipe.is_regular = false;
+  EXPECT_EQ(verdicts_on(of_pipe, {"Mt-KaHyPar"}).front().reason,
+            "it is no regular file: maps the file into memory");
+  EXPECT_EQ(verdicts_on(of_pipe, {"KaHyPar"}).front().verdict, "takes");
   EXPECT_EQ(program_names().size(), verdicts_on(lint_text("hmetis", "1 2\n1 2\n"), {}).size());
 }
 
