@@ -1,11 +1,14 @@
 #include "tools/commands/common_options.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
+#include "formats/net_stream.h"
 #include "formats/notes.h"
 #include "formats/source.h"
 #include "formats/threads.h"
+#include "hypergraph/detail/lists.h"
 #include "tools/cli/advice.h"
 #include "tools/cli/console.h"
 #include "tools/cli/run.h"
@@ -40,6 +43,25 @@ std::string formats_with(Model model) {
     if (has_model(format, model)) names.append(names.empty() ? "" : ", ").append(format.name);
   return names;
 }
+
+// The nets of a record.
+class RecordStream : public formats::NetStream {
+ public:
+  explicit RecordStream(const Hypergraph& h) : h_(h) {
+    ncells = h._c;
+    nnets = h._n;
+    npins = h._p;
+    weights = h._fmt;
+  }
+
+  std::span<const int> next_net() override { return pins_of(h_._nlst[++net_]); }
+  [[nodiscard]] int net_weight(int j) const override { return h_._nlst[j].w; }
+  [[nodiscard]] int cell_weight(int i) const override { return h_._clst[i].w; }
+
+ private:
+  const Hypergraph& h_;
+  int net_ = 0;
+};
 
 }  // namespace
 
@@ -151,7 +173,12 @@ void write_output(formats::Outputs& outputs, const std::string& file, const Hype
     for (const std::string& what : *held) uwarning("%s holds %s", target.c_str(), what.c_str());
   if (output.strict && !(losses.lost.empty() && losses.refused.empty()))
     errexit("%s is not written, because of --strict", target.c_str());
-  outputs.write(file, [&](const char* filename) { format.write(h, output.write, filename); });
+  const bool is_streamed = output.plain && format.write_stream != nullptr && format.models.empty();
+  outputs.write(file, [&](const char* filename) {
+    if (!is_streamed) return format.write(h, output.write, filename);
+    RecordStream nets(h);
+    format.write_stream(nets, filename);
+  });
 }
 
 void add_force(Options& options) { options.flag("--force", force(), "Replace write-protected files too"); }

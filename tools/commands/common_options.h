@@ -34,6 +34,7 @@ struct OutputOptions {
   // Set by commands.
   formats::WriteOptions write;
   bool strict = false;  // of the input
+  bool plain = false;   // without comments, and with a newline after the last line, where the format has both
 };
 
 /// Why a model means nothing to either format; empty if it does, or is the default.

@@ -8,6 +8,7 @@
 #include <set>
 #include <utility>
 
+#include "formats/hints.h"
 #include "formats/mend.h"
 #include "formats/programs.h"
 #include "formats/source.h"
@@ -117,6 +118,14 @@ class Selection {
   std::set<const Rule*> selected_;
 };
 
+// The options of lint are fewer than those of the commands that use parts.
+formats::Finding advised_for_lint(formats::Finding finding) {
+  constexpr formats::Advice kAdvice[] = {{formats::kManyParts, " -k says so"},
+                                         {formats::kPartsFrom1, " they count from 0 here"}};
+  finding.hint = formats::advised(finding.hint, kAdvice);
+  return advised(std::move(finding));
+}
+
 bool fails(const LintResult& result, bool strict) {
   return result.count(Severity::kError) > 0 || (strict && result.count(Severity::kWarning) > 0);
 }
@@ -165,17 +174,20 @@ class FileLinter {
                                        !choice_.json && !choice_.summary};
     LintResult result = formats::lint(file, options);
     std::vector<LintResult> companions;
-    for (const CompanionFiles& files : kCompanions)
+    for (const CompanionFiles& files : kCompanions) {
       for (const std::string& name : choice_.*files.names) {
         if (result.count(Severity::kError) > 0)
           print_note(formats::shown_name(name) + " is not read, because of errors in " + result.file);
         else
-          companions.push_back(
-              formats::lint_companion(name, files.kind, result, choice_.nparts, options.most_kept));
+          companions.push_back(formats::lint_companion(name, files.kind, result, choice_.nparts,
+                                                       options.most_kept, options.excerpts));
       }
-    if (choice_.fix) return fix(file, result, options);
-    int status = report(std::move(result), !choice_.programs.empty());
-    for (LintResult& companion : companions) status = std::max(status, report(std::move(companion), false));
+    }
+    int status =
+        choice_.fix ? fix(file, result, options) : report(std::move(result), !choice_.programs.empty());
+    print_beside(choice_.output, [&] {
+      for (LintResult& companion : companions) status = std::max(status, report(std::move(companion), false));
+    });
     return status;
   }
 
@@ -193,6 +205,7 @@ class FileLinter {
     if (formats::format_of_file(choice_.output) == nullptr) output.to = result.format;
     output.write.model = choice_.input.model;
     output.write.labels = &names;
+    output.plain = true;
     formats::Outputs outputs(force());
     write_output(outputs, choice_.output, record.h, output);
     write_numbers(outputs, choice_.cell_map, mended.cells);
@@ -204,7 +217,7 @@ class FileLinter {
     std::vector<formats::ProgramVerdict> verdicts;
     if (with_programs) verdicts = formats::verdicts_on(result, programs_);
     selection_.apply_to(result);
-    for (formats::Finding& finding : result.findings) finding = advised(std::move(finding));
+    for (formats::Finding& finding : result.findings) finding = advised_for_lint(std::move(finding));
     report_.add(result, verdicts);
     return fails(result, choice_.strict) ? kFinding : kSuccess;
   }
@@ -220,6 +233,8 @@ int lint_files(const LintChoice& choice) {
     throw UsageError("with --part, --fix-file, --perm or --labels there is one FILE");
   if (choice.fix && (choice.files.size() > 1 || choice.files.front() == "-"))
     throw UsageError("with --fix there is one FILE, which is not standard input");
+  if (choice.fix && !choice.programs.empty())
+    throw UsageError("--for is on files as they are; it excludes --fix");
   LintReport report({choice.json    ? LintReport::Kind::kJson
                      : choice.sarif ? LintReport::Kind::kSarif
                                     : LintReport::Kind::kText,
@@ -227,7 +242,7 @@ int lint_files(const LintChoice& choice) {
   FileLinter linter(choice, report);
   const int status = for_each_file(
       choice.files, [&](const std::string& file) { return linter.lint(file); }, [](const std::string&) {});
-  report.finish();
+  print_beside(choice.output, [&report] { report.finish(); });
   return status;
 }
 

@@ -8,6 +8,7 @@
 #include "formats/notes.h"
 #include "tools/cli/console.h"
 #include "tools/report/lint_json.h"
+#include "tools/report/text.h"
 #include "util/util.h"
 
 namespace quillon::tool {
@@ -54,7 +55,7 @@ std::string counted_all(const LintResult& result) {
 }
 
 void print_result_line(const LintResult& result) {
-  std::string line = "RESULT file=" + shown(result.file) +
+  std::string line = "RESULT file=" + in_one_line(result.file) +
                      " format=" + (result.format == nullptr ? "-" : std::string(result.format->name));
   for (const Severity severity : {Severity::kError, Severity::kWarning, Severity::kNote})
     line += " " + std::string(name_of(severity)) + "s=" + std::to_string(result.count(severity));
@@ -71,6 +72,15 @@ void print_verdict(const formats::ProgramVerdict& verdict) {
                            : verdict.verdict == "refuses" ? "refuses it: " + verdict.reason
                                                           : "does not read it: " + verdict.reason;
   uprintf("  %-22s %s\n", program.c_str(), text.c_str());
+}
+
+void add_losses(LintResult& notes, const std::vector<std::string>& losses) {
+  if (losses.empty()) return;
+  const formats::Rule* const rule = formats::rule_named("data-not-kept");
+  notes.counts.push_back({rule, std::ssize(losses)});
+  for (const std::string& loss : losses)
+    notes.findings.push_back(
+        {std::string(rule->name), Severity::kNote, notes.file, 0, 0, "not kept: " + loss, ""});
 }
 
 }  // namespace
@@ -102,7 +112,13 @@ void LintReport::add(const LintResult& result, const std::vector<formats::Progra
 }
 
 void LintReport::add_mended(const LintResult& found, const formats::Mended& mended) {
-  const LintResult notes{found.file, found.format, mended.findings, {}, mended.done, 0, 0, {}};
+  LintResult notes;
+  notes.file = found.file;
+  notes.format = found.format;
+  notes.findings = mended.findings;
+  notes.counts = mended.done;
+  notes.is_mended = true;
+  add_losses(notes, mended.losses);
   if (options_.kind != Kind::kText || options_.only_results) return add(notes);
   print_findings(notes);
   std::string text;
