@@ -69,6 +69,7 @@ class Linter {
 
  private:
   [[nodiscard]] bool is_own() const { return result_.format == &own_format(); }
+  [[nodiscard]] bool is_graph() const { return result_.format->name == "metis"; }
   [[nodiscard]] bool is_json() const { return result_.format->name == "hif"; }
 
   // Ends a read that is of use only without errors.
@@ -153,13 +154,7 @@ class Linter {
       swap_counts(first);
       store_.add(std::move(*swapped));
     } else if (may_be_swapped()) {
-      ends_at_error_ = true;
-      swap_counts(first);
-      ends_at_error_ = false;
-      if (store_.has_errors())
-        undo_swap(first);
-      else
-        add_swap_with_weights();
+      try_swapped_counts(first);
     }
     if (shift_) add_shift();
     add_header_findings();
@@ -315,11 +310,14 @@ class Linter {
                    is_own() ? "the number of cells comes first" : "the number of nets comes first"};
   }
 
-  // Whether each line of a file with cell weights has been read, some by the wrong half of the header.
+  // Whether the counts are still to be tried in the other order. Of a hMETIS file, each line has been read,
+  // some as what they are not.
   [[nodiscard]] bool may_be_swapped() const {
-    return result_.format->name == "hmetis" && is_complete_ && !corrected_ &&
-           (audit_.announced->weights & 1) != 0 && audit_.announced->ncells != audit_.announced->nnets &&
-           store_.count_of("trailing-text") + store_.count_of("cell-out-of-range") > 0;
+    if (corrected_ || !audit_.announced || audit_.announced->ncells == audit_.announced->nnets) return false;
+    if (result_.format->name == "hmetis")
+      return is_complete_ && (audit_.announced->weights & 1) != 0 &&
+             store_.count_of("trailing-text") + store_.count_of("cell-out-of-range") > 0;
+    return (result_.format->name == "kub" || is_graph()) && store_.has_errors();
   }
 
   void swap_counts(std::optional<int> first) {
@@ -329,17 +327,37 @@ class Linter {
     read(first);
   }
 
-  void undo_swap(std::optional<int> first) {
+  // Keeps what the other order explains, and else what was found before.
+  void try_swapped_counts(std::optional<int> first) {
+    FindingStore store = std::move(store_);
+    Audit audit = std::move(audit_);
+    NetLists lists = std::move(lists_);
+    const std::int64_t nsurplus = nsurplus_;
+    const bool is_complete = is_complete_;
+    audit_.announced = audit.announced;
+    ends_at_error_ = true;
+    swap_counts(first);
+    ends_at_error_ = false;
+    const bool has_all_edges = !is_graph() || lists_.nnets == corrected_->nnets;
+    if (!store_.has_errors() && has_all_edges) return add_swap();
     corrected_.reset();
     restart();
-    read(first);
+    store_ = std::move(store);
+    audit_ = std::move(audit);
+    lists_ = std::move(lists);
+    nsurplus_ = nsurplus;
+    is_complete_ = is_complete;
   }
 
-  void add_swap_with_weights() {
+  void add_swap() {
+    const auto [ncells, nnets, weights] = *audit_.announced;
+    const std::string nets = is_graph() ? std::to_string(nnets) + " edges" : counted(nnets, "net");
+    const std::string cells = is_graph() ? std::to_string(ncells) + " vertices" : counted(ncells, "cell");
+    const char* const first = result_.format->name == "hmetis" ? "nets" : is_graph() ? "vertices" : "cells";
     note("swapped-header", audit_.header,
-         "the header announces " + counted(audit_.announced->nnets, "net") + " and " +
-             counted(audit_.announced->ncells, "cell") + ", but the lines fit the counts in the other order",
-         "the number of nets comes first");
+         "the header announces " + nets + " and " + cells +
+             ", but the lines fit the counts in the other order",
+         std::string("the number of ") + first + " comes first");
   }
 
   // ---- Headers and bytes ----

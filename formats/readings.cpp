@@ -121,7 +121,7 @@ std::vector<Counts> candidates_of(const Outline& outline, std::string_view forma
   Candidates candidates(*outline.announced);
   const bool has_both = format == "hmetis" || format == "quillon";
   const bool has_cell_lines = format == "kub" || (format == "hmetis" && (weights & 1) != 0);
-  if (has_both) candidates.add(nnets, ncells, weights);
+  if (has_both || format == "kub" || format == "metis") candidates.add(nnets, ncells, weights);
   if (has_cell_lines) candidates.add(nlines - nnets, nnets, weights);
   if (format == "metis")
     candidates.add(nlines, nnets, weights);
@@ -143,7 +143,7 @@ std::string change_of(const Counts& counts, const Counts& announced, std::string
     text += (text.empty() ? "" : " and ") + now + " instead of " + before;
   };
   const char* const cells = format == "metis" ? "vertex" : "cell";
-  const char* const nets = format == "mtx" ? "entr" : "net";
+  const char* const nets = format == "mtx" ? "entr" : format == "metis" ? "edge" : "net";
   const auto counted_items = [](int count, const std::string& one) {
     if (one == "vertex") return std::to_string(count) + (count == 1 ? " vertex" : " vertices");
     if (one == "entr") return std::to_string(count) + (count == 1 ? " entry" : " entries");
@@ -178,6 +178,7 @@ std::vector<Reading> other_readings(const std::string& filename, const LintResul
     if (!can_be_mended(found_then) || (is_own(found) && !agrees_with_pins(found_then))) continue;
     const auto [ncells, nnets, weights] = *outline.announced;
     const bool is_swapped = counts == Counts{nnets, ncells, weights};
+    if (is_swapped && found.format->name == "metis" && found_then.nnets != counts.nnets) continue;
     readings.push_back({counts, change_of(counts, *outline.announced, found.format->name), outline.header,
                         std::move(found_then)});
     // Both counts agree with the lines: no other header does so by chance.
@@ -256,7 +257,9 @@ Reading only_reading(const std::string& filename, const LintResult& found, const
   if (found.format != nullptr && may_miscount(found)) {
     const Outline outline = outline_of(filename, found, options.read);
     announced = outline.announced;
-    if (announced) readings = other_readings(filename, found, of_format, outline);
+    // Edges are counted once there is a line for each vertex: only their number is wrong then.
+    const bool has_all_lines = found.count("edge-count") > 0;
+    if (announced && !has_all_lines) readings = other_readings(filename, found, of_format, outline);
   }
   if (is_mendable && readings.empty() && found.count("swapped-header") == 0) {
     if (found.count("pin-count") > 0 && found.count("ignored-lines") > 0) refuse_surplus_lines(found);

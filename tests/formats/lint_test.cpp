@@ -85,6 +85,16 @@ const std::vector<Case> kCases{
      "3 2\n1 2\n1 2\n2 1\n"},
     {"missing-line", "hmetis", "4 3\n1 2\n2 3\n3 1\n", "5:1 found the end of the file, expected net 4 of 4",
      "3 3\n1 2\n2 3\n3 1\n"},  // or the counts are swapped, and a cell is on no net
+    {"swapped-header", "metis", "2 3\n2\n1 3\n2\n",
+     "1:1 the header announces 3 edges and 2 vertices, but the lines fit the counts in the other order (the "
+     "number of vertices comes first)",
+     "3 2\n2\n1 3\n2\n"},
+    {"swapped-header", "kub", "3\n2\n1 2 0 1\n1 1 0\n1 1 1\n1\n1\n",
+     "1:1 the header announces 2 nets and 3 cells, but the lines fit the counts in the other order (the "
+     "number of cells comes first)",
+     "2\n3\n1 2 0 1\n1 1 0\n1 1 1\n1\n1\n"},
+    {"missing-line", "metis", "4 3\n2\n1 3\n2\n",
+     "5:1 found the end of the file, expected the line of vertex 4 of 4", "3 2\n2\n1 3\n2\n"},
     {"swapped-header", "quillon", "1 2 4 4\n1 2\n3 4\n",
      "1:1 the header announces 4 nets and 2 cells, but there are 2 lines of nets and the largest cell is 4 "
      "(the number of cells comes first)",
@@ -677,6 +687,9 @@ TEST(Mend, CorrectsTheHeader) {
   expect_same("hmetis", "1 3 10\n1 2\n5\n6\n", "1 2 10\n1 2\n5\n6\n");
   expect_same("hmetis", "1 2\n% c\n0 1\n\n1 0\n", "3 2\n1 2\n\n2 1\n");
   expect_same("kub", "2\n2\n1 2 0 1\n1\n1\n", "2\n1\n1 2 0 1\n1\n1\n");
+  expect_same("kub", "3\n2\n1 2 0 1\n1 1 0\n1 1 1\n1\n1\n", "2\n3\n1 2 0 1\n1 1 0\n1 1 1\n1\n1\n");
+  expect_same("metis", "2 3\n2\n1 3\n2\n", "3 2\n2\n1 3\n2\n");
+  expect_same("metis", "4 5\n2\n1 3\n2\n\n", "4 2\n2\n1 3\n2\n\n");
   expect_same("mtx", kPattern + "2 2 3\n1 2\n\n2 1\n", kPattern + "2 2 2\n1 2\n2 1\n");
   expect_same("mtx", kPattern + "2 2 1\n1 2\n2 1\n", kPattern + "2 2 2\n1 2\n2 1\n");
   expect_same("metis", "2 2\n2\n1\n", "2 1\n2\n1\n");

@@ -442,6 +442,7 @@ std::string misspelt_symmetry(File& file, Random&) { return set_header(file, 0, 
 std::string other_formula(File& file, Random&) { return set_header(file, 1, 1, "dnf"); }
 
 std::string swapped_counts(File& file, Random&) {
+  if (file.format == "metis" && file.lines[0][0] == file.lines[0][1]) return "";
   const std::size_t word = file.format == "quillon" ? 1 : 0;
   std::swap(file.lines[0][word], file.lines[0][word + 1]);
   return file.place(0, 0);
@@ -756,7 +757,7 @@ std::vector<Mistake> all_mistakes() {
       {"bad-banner", {"mtx"}, one_percent_sign},
       {"bad-banner", {"mtx"}, misspelt_symmetry},
       {"bad-banner", {"cnf"}, other_formula},
-      {"swapped-header", {"hmetis"}, swapped_counts},
+      {"swapped-header", {"hmetis", "metis"}, swapped_counts},
       {"trailing-text", {"hmetis", "kub", "metis", "mtx", "cnf"}, line_too_many},
       {"ignored-lines", {"quillon"}, line_too_many},
       {"missing-line", {"hmetis", "metis", "mtx", "cnf"}, line_too_few},

@@ -299,9 +299,13 @@ std::function<int()> declare_lint(Options& options) {
   options.number("--max", "N", 0, chosen->most,
                  "Findings of each rule to print (default 50); all are counted");
   options.flag("--strict", chosen->strict, "Exit with status 1 for warnings too");
-  options.flag("--summary", chosen->summary, "Print one RESULT line per file instead of the findings");
+  Option summary =
+      options.flag("--summary", chosen->summary, "Print one RESULT line per file instead of the findings");
   const Option json = add_json(options, chosen->json);
-  options.flag("--sarif", chosen->sarif, "Print a SARIF 2.1.0 document").excludes(json);
+  summary.excludes(json);
+  Option sarif = options.flag("--sarif", chosen->sarif, "Print a SARIF 2.1.0 document");
+  sarif.excludes(json);
+  sarif.excludes(summary);
   options.flag("--list", chosen->list, "List all rules");
   options.text("--explain", "RULE", chosen->explain, "Explain a rule");
   add_from(options, chosen->input);
