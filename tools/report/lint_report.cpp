@@ -21,7 +21,7 @@ using formats::Severity;
 std::string shown(const std::string& text) { return printable(STDOUT_FILENO, text); }
 
 std::string shown_severity(Severity severity) {
-  const std::string name(name_of(severity));
+  std::string name(name_of(severity));
   if (severity == Severity::kNote) return name;
   return coloured(STDOUT_FILENO, severity == Severity::kError ? Colour::kRed : Colour::kBlue, name);
 }
