@@ -74,6 +74,7 @@ class QUILLON_HIDDEN Audit {
   std::function<void(std::string_view rule, std::int64_t nmore)> counted;
   std::function<void(const Finding&)> oddity;  ///< Receives warnings and notes.
   std::function<void(const PinList&)> pins;    ///< Receives the pins in the order of the text.
+  std::function<void(int last)> complete;      ///< Learns up to which net all have been read; or null.
   Place header;                                ///< Of the header, if the format has one.
   std::string header_line;                     ///< The header without its line end.
   int first_cell = 1;                          ///< Number of the first cell in the file.

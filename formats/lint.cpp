@@ -173,6 +173,8 @@ class Linter {
     audit_.counted = [this](std::string_view rule, std::int64_t nmore) { store_.count(rule, nmore); };
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
     audit_.pins = [this](const PinList& pins) { add_pin_findings(pins); };
+    audit_.complete = [this](int last) { net_audit_->look_at(last); };
+    net_audit_.emplace(lists_, audit_.damaged, std::max<std::size_t>(options_.most_kept, 1));
     in_->audit = &audit_;
     in_->listener = [this](const Finding& finding) {
       store_.add(finding);
@@ -436,8 +438,7 @@ class Linter {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
-    const NetFindings found = audit_nets(lists_, audit_.damaged, std::max<std::size_t>(options_.most_kept, 1),
-                                         audit_threads(lists_));
+    const NetFindings found = net_audit_->finish(audit_threads(lists_));
     if (nets_have_lines())
       add_nets(found);
     else
@@ -661,6 +662,7 @@ class Linter {
 
   Audit audit_;
   NetLists lists_;
+  std::optional<NetAudit> net_audit_;
   bool is_complete_ = false;    // the reader got to the end
   bool ends_at_error_ = false;  // the read is given up at its first error
   std::int64_t nsurplus_ = 0;   // lines that the header does not announce

@@ -1,7 +1,7 @@
 #include "formats/net_audit.h"
 
 #include <algorithm>
-#include <limits>
+#include <memory>
 #include <span>
 #include <utility>
 
@@ -9,7 +9,6 @@
 #include "formats/pin_set.h"
 #include "formats/short_nets.h"
 #include "formats/threads.h"
-#include "util/mix.h"
 
 namespace quillon::formats {
 namespace {
@@ -46,99 +45,34 @@ std::vector<NetsOfPart> parts_of(const NetLists& lists, int count) {
   return parts;
 }
 
-IsolatedCells isolated_by_sorting(const NetLists& lists) {
-  const std::vector<int> used = sorted_set(lists.nadj);
-  IsolatedCells isolated{lists.ncells - std::ssize(used), 1};
-  for (const int i : used) isolated.first += i == isolated.first ? 1 : 0;
-  if (isolated.count == 0) isolated.first = 0;
-  return isolated;
-}
+}  // namespace
 
-// Cells that are on a net, a bit for each.
-class UsedCells {
+// Looks at consecutive nets.
+class NetAudit::Part {
  public:
-  // Whether bits for all cells are few beside the pins. A header can announce any number of cells.
-  static bool suit(const NetLists& lists) {
-    return !lists.avoids(lists.ncells / std::numeric_limits<unsigned>::digits, lists.nadj.size());
-  }
+  // most   Nets that it will look at.
+  // nbits  Of buckets of fingerprints.
+  Part(const NetAudit& all, int most, int nbits)
+      : used(all.lists_),
+        prints(static_cast<std::size_t>(most), nbits),
+        lists_(all.lists_),
+        damaged_(all.damaged_),
+        most_kept_(all.most_kept_) {}
 
-  // Holds no cells unless bits for them suit.
-  explicit UsedCells(const NetLists& lists)
-      : ncells_(suit(lists) ? lists.ncells : 0), words_(static_cast<std::size_t>(ncells_) / 64 + 1) {}
-
-  void add(Cells cells) {
-    if (ncells_ == 0) return;
-    if (nstores_-- > 0) return store(cells);
-    std::size_t nnew = 0;
-    const std::uint64_t* const words = words_.data();
-#pragma GCC unroll 4
-    for (const int i : cells)
-      if ((words[static_cast<unsigned>(i) / 64] >> (i % 64U) & 1U) == 0) [[unlikely]]
-        nnew += add_new(i);
-    nstores_ = nnew * kRare > cells.size() ? kStores : 0;
-  }
-
-  void add(const UsedCells& others) {
-    for (std::size_t k = 0; k < words_.size(); ++k) words_[k] |= others.words_[k];
-  }
-
-  [[nodiscard]] IsolatedCells isolated() const {
-    IsolatedCells isolated{ncells_, 0};
-    for (const std::uint64_t word : words_) isolated.count -= count_bits(word);
-    for (int i = 1; isolated.count > 0 && isolated.first == 0; ++i)
-      if ((words_[static_cast<unsigned>(i) / 64] >> (i % 64U) & 1U) == 0) isolated.first = i;
-    return isolated;
-  }
-
- private:
-  // A branch for each cell is faster than a store if fewer than one in kRare are new. If they are not, some
-  // calls store before the next attempt.
-  static constexpr std::size_t kRare = 10;
-  static constexpr int kStores = 15;
-
-  void store(Cells cells) {
-    std::uint64_t* const words = words_.data();  // stores might alias the members
-#pragma GCC unroll 4
-    for (const int i : cells) {
-      std::uint64_t word = words[static_cast<unsigned>(i) / 64];
-      word |= std::uint64_t{1} << (i % 64U);
-      words[static_cast<unsigned>(i) / 64] = word;
-    }
-  }
-
-  // Not inline: the loop that rarely calls it needs the registers.
-  [[gnu::noinline]] std::size_t add_new(int cell) {
-    words_[static_cast<unsigned>(cell) / 64] |= std::uint64_t{1} << (cell % 64U);
-    return 1;
-  }
-
-  int ncells_;
-  int nstores_ = 0;  // next calls that store
-  std::vector<std::uint64_t> words_;
-};
-
-// Looks at the nets of a part one after the other.
-class PartAudit {
- public:
-  // prints  Gets the nets of the part that are compared.
-  PartAudit(const NetLists& lists, const std::vector<int>& damaged, NetPrints& prints, std::size_t most_kept)
-      : used(lists),
-        lists_(lists),
-        damaged_(damaged),
-        prints_(prints),
-        most_kept_(most_kept),
-        end_(lists.nadj.data() + lists.nadj.size()) {}
-
-  void run(const NetsOfPart& nets) {
+  // Goes on with these nets.
+  void look_at(const NetsOfPart& nets) {
     if (nets.first > nets.last) return;
     const auto pin_at = [this](int j) { return lists_.xnadj[static_cast<std::size_t>(j)]; };
-    has_many_cells_ = lists_.ncells > pin_at(nets.last + 1) - pin_at(nets.first);
+    npins_ += pin_at(nets.last + 1) - pin_at(nets.first);
+    has_many_cells_ = lists_.ncells > npins_;
     next_damaged_ = std::lower_bound(damaged_.begin(), damaged_.end(), nets.first);
+    end_ = lists_.nadj.data() + lists_.nadj.size();
     for (int j = nets.first; j <= nets.last; j += kNetsAtOnce)
       look_at(j, std::min(kNetsAtOnce, nets.last + 1 - j));
   }
 
   UsedCells used;
+  NetPrints prints;   // of the nets that are compared
   NetFindings found;  // parallel nets and isolated cells left out
 
  private:
@@ -150,7 +84,7 @@ class PartAudit {
       looks_.need_look[*next_damaged_ - first] = kOmit;
     for (int k = 0; k < count; ++k) {
       if (looks_.need_look[k] == 0) [[likely]]
-        prints_.add(looks_.keys[k], first + k);
+        prints.add(looks_.keys[k], first + k);
       else if (looks_.need_look[k] != kOmit)
         look_closely(first + k, nets.cells(k));
     }
@@ -160,7 +94,7 @@ class PartAudit {
     if (cells.empty()) found.empty_nets.add(j, most_kept_);
     if (cells.size() == 1) found.one_pin_nets.add(j, most_kept_);
     if (cells.size() < 2) return;
-    prints_.add((cells.size() <= kShortNet ? key_of_short(j, cells) : key_of_long(j, cells)).value(), j);
+    prints.add((cells.size() <= kShortNet ? key_of_short(j, cells) : key_of_long(j, cells)).value(), j);
   }
 
   // Keys count each cell once.
@@ -223,17 +157,15 @@ class PartAudit {
 
   const NetLists& lists_;
   const std::vector<int>& damaged_;
-  std::vector<int>::const_iterator next_damaged_ = damaged_.begin();
-  NetPrints& prints_;
-  const std::size_t most_kept_;
-  const int* const end_;  // of all pins
+  std::vector<int>::const_iterator next_damaged_;
+  std::size_t most_kept_;
+  const int* end_ = nullptr;  // of all pins so far
   NetLooks looks_{};
+  std::int64_t npins_ = 0;       // of the nets so far
   bool has_many_cells_ = false;  // more than pins: a header may announce any number
   PinSet set_;                   // of a long net, if there are many cells
   std::vector<int> last_net_;    // else by cell: the last long net with it; empty until there is one
 };
-
-}  // namespace
 
 int audit_threads(const NetLists& lists) {
   constexpr std::size_t kFewPins = std::size_t{1} << 18;  // of which a thread costs a tenth
@@ -244,31 +176,58 @@ int audit_threads(const NetLists& lists) {
       std::clamp<std::size_t>(std::min(most, npins / kFewPins), 1, static_cast<std::size_t>(threads())));
 }
 
-NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept,
-                       int nthreads) {
-  const std::vector<NetsOfPart> parts = parts_of(lists, nthreads);
-  std::vector<NetPrints> prints;
-  prints.reserve(parts.size());
-  for (const NetsOfPart& nets : parts)
-    prints.emplace_back(static_cast<std::size_t>(nets.last + 1 - nets.first), bucket_bits(count_nets(lists)));
-  std::vector<PartAudit> audits;
-  audits.reserve(parts.size());
-  for (std::size_t k = 0; k < parts.size(); ++k) audits.emplace_back(lists, damaged, prints[k], most_kept);
+NetAudit::NetAudit(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept)
+    : lists_(lists), damaged_(damaged), most_kept_(most_kept) {}
+
+NetAudit::~NetAudit() = default;
+
+void NetAudit::look_at(int last) {
+  if (last - nlooked_ < kNetsAtOnce) return;
+  if (ahead_ == nullptr) {
+    if (!UsedCells::suit(lists_) || lists_.avoids(lists_.nnets, lists_.nadj.size())) return;
+    ahead_ = std::make_unique<Part>(*this, lists_.nnets, bucket_bits(lists_.nnets));
+  }
+  ahead_->look_at({nlooked_ + 1, last});
+  nlooked_ = last;
+}
+
+std::vector<std::unique_ptr<NetAudit::Part>> NetAudit::look_at_rest(int nthreads) {
+  const int nnets = count_nets(lists_);
+  std::vector<std::unique_ptr<Part>> parts;
+  if (ahead_ != nullptr) {
+    ahead_->look_at({nlooked_ + 1, nnets});
+    parts.push_back(std::move(ahead_));
+    return parts;
+  }
+  const std::vector<NetsOfPart> nets = parts_of(lists_, nthreads);
+  for (const NetsOfPart& its : nets)
+    parts.push_back(std::make_unique<Part>(*this, its.last + 1 - its.first, bucket_bits(nnets)));
   on_threads(nthreads, [&](int part) {
     const auto k = static_cast<std::size_t>(part);
-    audits[k].run(parts[k]);
+    parts[k]->look_at(nets[k]);
   });
+  return parts;
+}
+
+NetFindings NetAudit::finish(int nthreads) {
   NetFindings all;
-  UsedCells used(lists);
-  for (const PartAudit& audit : audits) {
-    used.add(audit.used);
-    all.empty_nets.append(audit.found.empty_nets, most_kept);
-    all.one_pin_nets.append(audit.found.one_pin_nets, most_kept);
-    all.repeated_pins.append(audit.found.repeated_pins, most_kept);
+  UsedCells used(lists_);
+  std::vector<NetPrints> prints;
+  for (const std::unique_ptr<Part>& part : look_at_rest(nthreads)) {
+    used.add(part->used);
+    prints.push_back(std::move(part->prints));
+    all.empty_nets.append(part->found.empty_nets, most_kept_);
+    all.one_pin_nets.append(part->found.one_pin_nets, most_kept_);
+    all.repeated_pins.append(part->found.repeated_pins, most_kept_);
   }
-  all.parallel_nets = find_parallel_nets(lists, prints);
-  all.isolated_cells = UsedCells::suit(lists) ? used.isolated() : isolated_by_sorting(lists);
+  all.parallel_nets = find_parallel_nets(lists_, prints, nthreads);
+  all.isolated_cells = UsedCells::suit(lists_) ? used.isolated() : isolated_by_sorting(lists_);
   return all;
+}
+
+NetFindings audit_nets(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept,
+                       int nthreads) {
+  return NetAudit(lists, damaged, most_kept).finish(nthreads);
 }
 
 }  // namespace quillon::formats

@@ -4,10 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "formats/net_lists.h"
 #include "formats/parallel_nets.h"
+#include "formats/used_cells.h"
 
 namespace quillon::formats {
 
@@ -18,12 +20,6 @@ struct RepeatedPin {
   int second;  ///< The pin itself.
 
   bool operator==(const RepeatedPin&) const = default;
-};
-
-/// Cells on no net.
-struct IsolatedCells {
-  std::int64_t count = 0;
-  int first = 0;  ///< The first of them, or 0.
 };
 
 /// All of a kind are counted, the first are kept, in ascending order.
@@ -56,6 +52,40 @@ struct NetFindings {
 
 /// @return  On how many threads `audit_nets` pays.
 int audit_threads(const NetLists& lists);
+
+/// Looks at nets while they are read: their pins are still in the cache then, and other threads go on
+/// scanning the text. What it finds does not depend on how many nets were looked at when.
+class NetAudit {
+ public:
+  /// @param lists,damaged,most_kept  As for `audit_nets`. Arrays may grow, and must outlive this object.
+  NetAudit(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept);
+  ~NetAudit();
+  NetAudit(const NetAudit&) = delete;
+  NetAudit& operator=(const NetAudit&) = delete;
+
+  /// Looks at nets that are complete, unless they are few, or the header announces far more than has been
+  /// read.
+  ///
+  /// @param last  All nets up to this one are.
+  void look_at(int last);
+
+  /// Looks at the nets that are left.
+  ///
+  /// @param nthreads  As for `audit_nets`.
+  /// @return          What there is to say of all nets.
+  NetFindings finish(int nthreads);
+
+ private:
+  class Part;
+
+  std::vector<std::unique_ptr<Part>> look_at_rest(int nthreads);
+
+  const NetLists& lists_;
+  const std::vector<int>& damaged_;
+  std::size_t most_kept_;
+  int nlooked_ = 0;              // at the first nets
+  std::unique_ptr<Part> ahead_;  // of these; null if there are none
+};
 
 /// Looks at all nets.
 ///

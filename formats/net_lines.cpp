@@ -215,12 +215,13 @@ int count_for(const NumberLines& lines, std::int64_t next, std::int64_t last) {
   return static_cast<int>(std::min<std::int64_t>(lines.count, last + 1 - next));
 }
 
-// Room for all pins if the remaining nets are like those so far, so that the array moves seldom.
-void make_room(NetLists& lists, std::size_t npins) {
+// Room for `npins` more pins of `count` nets, and for all pins if the remaining nets are like those so far:
+// the array moves seldom, as each move costs fresh memory.
+void make_room(NetLists& lists, std::size_t npins, int count) {
   const std::size_t needed = lists.nadj.size() + npins;
   if (needed <= lists.nadj.capacity()) return;
-  constexpr std::size_t kMostGrowth = 64;
-  const std::uint64_t nread = lists.xnadj.size() - 1;
+  constexpr std::size_t kMostGrowth = 1024;
+  const std::uint64_t nread = lists.xnadj.size() - 1 + static_cast<std::uint64_t>(count);
   const std::uint64_t expected = needed * (static_cast<std::uint64_t>(lists.nnets) + 1) / nread;
   lists.nadj.reserve(std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed));
 }
@@ -272,6 +273,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   NumberLines lines = number_lines(in);
   const std::int64_t next = std::ssize(lists.xnadj) - 1;
   note_next_item(in, {Item::kNet, next});
+  if (in.audit != nullptr && in.audit->complete) in.audit->complete(static_cast<int>(next) - 1);
   const bool are_plain = lines.count > 0;
   if (!are_plain && !form.ends_at_text && may_count_errors(in)) lines = odd_lines(in);
   const int count = count_for(lines, next, lists.nnets);
@@ -279,7 +281,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   const auto npins = static_cast<std::size_t>(lines.before(count));
   if (lists.nadj.size() + npins > kMostPins) return 0;  // perhaps too many; they are counted line by line
   const bool by_line = form.has_weight || form.has_size;
-  make_room(lists, npins + (by_line ? kPinsAtOnce : 0));
+  make_room(lists, npins + (by_line ? kPinsAtOnce : 0), count);
   if (!are_plain || !store_nets(lines, count, lists, form))
     return read_damaged_nets(in, lines, count, lists, form);
   skip_lines(in, count);

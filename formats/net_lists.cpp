@@ -152,10 +152,10 @@ void check_room(int ncells, int nnets) {
 void begin_nets(NetLists& lists, int nnets) {
   lists.nnets = nnets;
   lists.xnadj.clear();
-  if (!lists.grow_slowly) {
-    check_room(lists.ncells, nnets);
-    lists.xnadj.reserve(static_cast<std::size_t>(nnets) + 2);
-  }
+  constexpr int kMostTrusted = 1 << 24;  // nets; memory that is not used costs nothing
+  if (!lists.grow_slowly) check_room(lists.ncells, nnets);
+  const int nexpected = lists.grow_slowly ? std::min(nnets, kMostTrusted) : nnets;
+  lists.xnadj.reserve(static_cast<std::size_t>(nexpected) + 2);
   lists.xnadj.resize(2, 0);
 }
 

@@ -222,10 +222,11 @@ int bucket_bits(int nnets) {
   return std::clamp(static_cast<int>(std::bit_width(nnets / kNetsPerBucket)), 1, 9);
 }
 
-std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::vector<NetPrints>& prints) {
+std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::vector<NetPrints>& prints,
+                                            int nthreads) {
   const std::size_t nbuckets = prints.front().nbuckets();
-  std::vector<ParallelNets> parts(prints.size(), ParallelNets(lists, prints));
-  on_threads(static_cast<int>(parts.size()), [&](int part) {
+  std::vector<ParallelNets> parts(static_cast<std::size_t>(nthreads), ParallelNets(lists, prints));
+  on_threads(nthreads, [&](int part) {
     const auto k = static_cast<std::size_t>(part);
     parts[k].find_in_buckets(nbuckets * k / parts.size(), nbuckets * (k + 1) / parts.size());
   });

@@ -110,9 +110,11 @@ int bucket_bits(int nnets);
 /// Finds nets with the same cells by their fingerprints, which differ for most others.
 ///
 /// @param lists   Of the nets.
-/// @param prints  Of the nets to compare, with equally many buckets each. Each entry gets a thread.
+/// @param prints  Of the nets to compare, with equally many buckets each.
+/// @param nthreads  Threads to use. They do not change the result.
 /// @return        All such nets, ascending.
 /// @par Cost      O(nets) time unless many are parallel.
-std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::vector<NetPrints>& prints);
+std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::vector<NetPrints>& prints,
+                                            int nthreads);
 
 }  // namespace quillon::formats

@@ -125,6 +125,43 @@ TEST(AuditNets, AgreesWithSetsOnRandomNetsOnAnyNumberOfThreads) {
   }
 }
 
+// Appends nets up to `last`, and their numbers to `damaged` if they are there.
+void append_nets(const Nets& nets, int last, const std::vector<int>& all_damaged, NetLists& lists,
+                 std::vector<int>& damaged) {
+  for (int j = static_cast<int>(lists.xnadj.size()) - 1; j <= last; ++j) {
+    for (const int i : nets[static_cast<std::size_t>(j) - 1]) lists.nadj.push_back(i);
+    end_net(lists);
+    if (std::count(all_damaged.begin(), all_damaged.end(), j) > 0) damaged.push_back(j);
+  }
+}
+
+TEST(NetAudit, FindsTheSameWhileNetsAreRead) {
+  for (unsigned seed = 1; seed <= 100; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    Dice dice(seed);
+    const int ncells = dice.from_to(1, dice.from_to(0, 1) == 0 ? 9 : 10000);
+    Nets nets;
+    for (int k = dice.from_to(0, 60); k > 0; --k)
+      for (const std::vector<int>& cells : random_nets(dice, ncells)) nets.push_back(cells);
+    const int nnets = static_cast<int>(nets.size());
+    std::vector<int> all_damaged;
+    for (int j = 1; j <= nnets; ++j)
+      if (dice.from_to(0, 99) == 0) all_damaged.push_back(j);
+
+    NetLists lists = lists_of({}, ncells);
+    lists.nnets = nnets + dice.from_to(0, 1);  // one may be missing
+    std::vector<int> damaged;
+    NetAudit audit(lists, damaged, 9);
+    for (int last = 0; last < nnets;) {
+      last = std::min(nnets, last + dice.from_to(0, 1200));
+      append_nets(nets, last, all_damaged, lists, damaged);
+      if (dice.from_to(0, 3) > 0) audit.look_at(last);
+    }
+    expect_same(audit.finish(dice.from_to(1, 3)), findings_by_sets(nets, ncells, all_damaged, 9));
+    if (HasFailure()) return;
+  }
+}
+
 TEST(AuditNets, CountsCellsOfDamagedNetsAsUsed) {
   const NetFindings found = audit_nets(lists_of({{2, 2}, {3}, {}}, 130), {1, 2, 3}, 9, 1);
   NetFindings expected;
