@@ -36,20 +36,19 @@ constexpr std::size_t kVector = sizeof(__m256i);
 // Of vectors, so few that the counts of their bytes do not overflow.
 [[gnu::target("avx2")]] Contents contents_of_vectors(const char* text, std::size_t count) {
   const __m256i line_end = _mm256_set1_epi8('\n');
-  const __m256i last_control = _mm256_set1_epi8(0x1F);
   __m256i minus_line_ends = _mm256_setzero_si256();
-  __m256i odd = _mm256_setzero_si256();
+  __m256i smallest = _mm256_set1_epi8(-1);  // of unsigned bytes other than LF
   for (std::size_t k = 0; k < count; ++k) {
     const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + k * kVector));
     const __m256i is_line_end = _mm256_cmpeq_epi8(bytes, line_end);
-    const __m256i is_control = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, last_control), bytes);
     minus_line_ends = _mm256_add_epi8(minus_line_ends, is_line_end);
-    odd = _mm256_or_si256(odd, _mm256_xor_si256(is_control, is_line_end));
+    smallest = _mm256_min_epu8(smallest, _mm256_or_si256(bytes, is_line_end));
   }
+  const __m256i is_control = _mm256_cmpeq_epi8(_mm256_min_epu8(smallest, _mm256_set1_epi8(0x1F)), smallest);
   const __m256i nline_ends = _mm256_sub_epi8(_mm256_setzero_si256(), minus_line_ends);
   std::uint64_t sums[4];
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums), _mm256_sad_epu8(nline_ends, _mm256_setzero_si256()));
-  return {sums[0] + sums[1] + sums[2] + sums[3], _mm256_testz_si256(odd, odd) == 0};
+  return {sums[0] + sums[1] + sums[2] + sums[3], _mm256_movemask_epi8(is_control) != 0};
 }
 
 #endif
