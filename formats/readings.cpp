@@ -212,6 +212,23 @@ std::vector<Reading> other_readings(const std::string& filename, const LintResul
   throw BadFile(std::move(refusal));
 }
 
+// Another header fits the lines of a quillon file, and so does its own but for the number of pins.
+[[noreturn]] void refuse_other_pins(const LintResult& found, const Reading& reading) {
+  throw BadFile({"pin-count", Severity::kError, found.file, reading.header.line, reading.header.column,
+                 "the file has two meanings: the header should say " + reading.change +
+                     ", or the number of pins that its nets have",
+                 "correct it in an editor"});
+}
+
+// The last lines of nets may be the missing weights of cells.
+[[noreturn]] void refuse_missing_weights(const LintResult& found) {
+  throw BadFile(
+      {"pin-count", Severity::kError, found.file, 0, 0,
+       "the file has two meanings: the header announces too many nets and too few pins, or the weights "
+       "of cells are missing",
+       "correct it in an editor"});
+}
+
 // The pins of a quillon file agree neither with those of its nets nor with those of all its lines.
 [[noreturn]] void refuse_surplus_lines(const LintResult& found) {
   throw BadFile({"ignored-lines", Severity::kError, found.file, 0, 0,
@@ -263,8 +280,12 @@ Reading only_reading(const std::string& filename, const LintResult& found, const
   }
   if (is_mendable && readings.empty() && found.count("swapped-header") == 0) {
     if (found.count("pin-count") > 0 && found.count("ignored-lines") > 0) refuse_surplus_lines(found);
+    if (found.count("pin-count") > 0 && found.count("missing-weights") > 0) refuse_missing_weights(found);
     return {announced, {}, {}, found};
   }
+  const bool is_whole = found.count("ignored-lines") == 0 && found.count("missing-weights") == 0;
+  if (is_mendable && found.count("pin-count") > 0 && found.count("swapped-header") == 0 && is_whole)
+    refuse_other_pins(found, readings.front());
   // Downloads that break off seldom end with a line.
   const bool may_be_cut = (found.count("missing-line") > 0 || found.count("bad-weight") > 0) &&
                           (found.count("no-final-newline") > 0 || found.count("lost-last-line") > 0);

@@ -721,6 +721,18 @@ TEST(Mend, RefusesWhatHasTwoMeanings) {
             "announce are surplus");
 }
 
+TEST(Mend, RefusesANumberOfPinsThatAnotherErrorExplains) {
+  EXPECT_EQ(
+      refusal_of("quillon", "1 3 1 3 2\n3 1 2\n"),
+      "1:1 the file has two meanings: the header should say weight format 0 instead of 2, or the number of "
+      "pins that its nets have");
+  EXPECT_EQ(
+      refusal_of("quillon", "1 3 2 3 1\n1 2 3\n3 1 2\n"),
+      "0:0 the file has two meanings: the header announces too many nets and too few pins, or the weights "
+      "of cells are missing");
+  EXPECT_EQ(mended_text("quillon", "1 3 1 5\n1 2 3\n"), mended_text("quillon", "1 3 1 3\n1 2 3\n"));
+}
+
 TEST(Mend, RefusesErrorsThatOnlyTheAuthorCanCorrect) {
   EXPECT_EQ(
       refusal_of("quillon", "1 2 4 2\n1 2\n2 3\n"),
