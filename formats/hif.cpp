@@ -12,13 +12,13 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "formats/audit.h"
 #include "formats/item_names.h"
 #include "formats/json_text.h"
+#include "formats/line_errors.h"
 #include "formats/name_bytes.h"
 #include "formats/notes.h"
 #include "formats/text_writer.h"
@@ -49,12 +49,6 @@ constexpr KeyTable<5> kKeys{{{"edge", kEdge},
                              {"attrs", kAttributes}}};
 
 constexpr const char* kNetworkTypes = "a network type: undirected, directed or asc";
-
-std::string_view name_of(const KeyTable<5>& table, unsigned bit) {
-  for (const auto& [name, value] : table)
-    if (value == bit) return name;
-  return "";
-}
 
 // 0 if there is no such key.
 unsigned bit_of(const KeyTable<5>& table, std::string_view name) {
@@ -102,7 +96,7 @@ struct Id {
 };
 
 struct Record {
-  const char* begin = nullptr;
+  const char* begin = nullptr;    // null outside of records
   std::size_t ntexts_before = 0;  // texts of identifiers of the records before that are still kept
   unsigned keys = 0;
   Id edge;
@@ -194,32 +188,53 @@ class Reader {
     return word.kind == JsonKind::kPunctuation && *word.begin == bracket;
   }
 
-  // Strings are shown without their quotes.
-  [[noreturn]] void bad_value(const JsonWord& word, const std::string& expected,
-                              const char* rule = "bad-json-value") const {
-    check_bytes();
+  // What messages show of a word: strings without their quotes.
+  [[nodiscard]] Token token_of(const JsonWord& word) const {
     const std::size_t last = json_.last_of(word);
     const std::size_t begin = json_.start_of_word(last);
     std::string_view shown = in_.text.substr(begin, last + 1 - begin);
     if (shown.size() > 2 && shown.front() == '"') shown = shown.substr(1, shown.size() - 2);
-    unexpected(in_, {shown, begin}, rule, expected);
+    return {shown, begin};
   }
 
-  [[noreturn]] void missing_key(const std::string& what) const {
+  // For errors after which the read cannot go on.
+  [[noreturn]] void bad_value(const JsonWord& word, const char* expected,
+                              const char* rule = "bad-json-value") const {
     check_bytes();
-    bad_text(in_, json_.offset_of(record_.begin), "missing-key", "found " + what);
+    unexpected(in_, token_of(word), rule, expected);
   }
 
-  // Reads a key and the colon. `seen` gets its bit.
+  // For errors in a record, which is skipped then if somebody listens. Return false.
+  bool refuse_value(const JsonWord& word, const char* expected, const char* rule = "bad-json-value") const {
+    check_bytes();
+    if (wants_text(in_, rule)) report_unexpected(in_, token_of(word), rule, expected, "");
+    return false;
+  }
+
+  bool refuse_without_key(const char* message) const {
+    check_bytes();
+    if (!wants_text(in_, "missing-key")) return false;
+    const Place place = place_of(in_, json_.offset_of(record_.begin));
+    report(in_, {"missing-key", Severity::kError, in_.name, place.line, place.column, message, ""});
+    return false;
+  }
+
+  // Reads a key and the colon. `seen` gets its bit. Returns 0 after an error in a record.
   unsigned read_key(const KeyTable<5>& table, unsigned allowed, unsigned& seen, const char* expected) {
     const JsonWord word = json_.key();
     const std::string_view plain = word.text().substr(1, word.text().size() - 2);
     const unsigned bit = bit_of(table, word.is_plain ? plain : std::string_view(JsonText::value_of(word)));
-    if ((bit & allowed) == 0) bad_value(word, expected, "unknown-key");
-    if ((bit & seen) != 0) bad_value(word, "each key once", "repeated-key");
+    if ((bit & allowed) == 0) return refuse_key(word, expected, "unknown-key");
+    if ((bit & seen) != 0) return refuse_key(word, "each key once", "repeated-key");
     seen |= bit;
     json_.expect(':');
     return bit;
+  }
+
+  unsigned refuse_key(const JsonWord& word, const char* expected, const char* rule) const {
+    if (record_.begin == nullptr) bad_value(word, expected, rule);
+    refuse_value(word, expected, rule);
+    return 0;
   }
 
   void read_section() {
@@ -248,19 +263,24 @@ class Reader {
     } while (json_.accept(','));
     json_.expect(']');
     flush();
+    record_.begin = nullptr;
   }
 
-  // A record with an error is skipped if somebody listens.
-  void read_or_skip_record() try {
-    if (!json_.accept('{'))
-      bad_value(json_.value(), "an object for each of the " + std::string(name_of(kSections, section_)));
-    read_record();
-    store_record();
-  } catch (const BadFile& error) {
-    if (*record_.begin == '[') throw;
-    report(in_, error.finding());
-    json_.go_back_to(record_.begin);
-    if (is(json_.value(), '{')) json_.skip_object();
+  // A record with an error is skipped.
+  void read_or_skip_record() {
+    if (!json_.accept('{')) return refuse_record(json_.value());
+    if (read_record() && store_record()) return;
+    texts_.resize(record_.ntexts_before);
+    json_.go_back_to(record_.begin + 1);
+    json_.skip_object();
+  }
+
+  void refuse_record(const JsonWord& word) const {
+    const char* const expected = section_ == kNodes   ? "an object for each of the nodes"
+                                 : section_ == kEdges ? "an object for each of the edges"
+                                                      : "an object for each of the incidences";
+    if (is(word, '[')) bad_value(word, expected);
+    refuse_value(word, expected);
   }
 
   // To assign a new record would be slower: it stores every byte.
@@ -279,46 +299,52 @@ class Reader {
     return {~0U, "edge, node, weight, direction or attrs"};
   }
 
-  // Fast path: the keys of incidences, as nearly all files write them.
+  // Fast path: the keys as nearly all files write them. Returns 0 after an error.
   unsigned read_record_key(unsigned allowed, const char* expected) {
     const unsigned open = allowed & ~record_.keys;
     json_.skip_blanks();
-    if ((open & kEdge) != 0 && json_.accept_exactly("\"edge\":")) {
-      record_.keys |= kEdge;
-      return kEdge;
-    }
-    if ((open & kNode) != 0 && json_.accept_exactly("\"node\":")) {
-      record_.keys |= kNode;
-      return kNode;
-    }
+    const auto accept = [&](Key key, std::string_view text) {
+      if ((open & key) == 0 || !json_.accept_exactly(text)) return false;
+      record_.keys |= key;
+      return true;
+    };
+    if (accept(kEdge, "\"edge\":")) return kEdge;
+    if (accept(kNode, "\"node\":")) return kNode;
+    if (accept(kWeight, "\"weight\":")) return kWeight;
+    if (accept(kDirection, "\"direction\":")) return kDirection;
+    if (accept(kAttributes, "\"attrs\":")) return kAttributes;
     return read_key(kKeys, allowed, record_.keys, expected);
   }
 
-  void read_record() {
-    if (json_.accept('}')) return;
+  // Returns whether there was no error, as do the functions that it calls.
+  bool read_record() {
+    if (json_.accept('}')) return true;
     const auto [allowed, expected] = keys_of_section();
     do {
-      switch (read_record_key(allowed, expected)) {
-        case kEdge:
-          read_id(record_.edge, "edge");
-          break;
-        case kNode:
-          read_id(record_.node, "node");
-          break;
-        case kWeight:
-          read_weight();
-          break;
-        case kDirection:
-          read_direction();
-          break;
-        default:
-          skip_attributes();
-      }
+      if (!read_member(read_record_key(allowed, expected))) return false;
     } while (json_.accept(','));
     json_.expect('}');
+    return true;
   }
 
-  void read_id(Id& id, const char* key) {
+  bool read_member(unsigned key) {
+    switch (key) {
+      case kEdge:
+        return read_id(record_.edge, "a string or an integer for \"edge\"");
+      case kNode:
+        return read_id(record_.node, "a string or an integer for \"node\"");
+      case kWeight:
+        return read_weight();
+      case kDirection:
+        return read_direction();
+      case kAttributes:
+        return skip_attributes();
+      default:
+        return false;
+    }
+  }
+
+  bool read_id(Id& id, const char* expected) {
     id.is_there = true;
     const char* const begin = json_.skip_blanks();
     const bool is_string = *begin == '"';
@@ -326,60 +352,74 @@ class Reader {
       id.text = {begin, json_.offset() - json_.offset_of(begin)};
     } else {
       const JsonWord word = is_string ? json_.string() : json_.value();
-      if (word.kind == JsonKind::kString && word.is_plain)
+      if (word.kind == JsonKind::kString && word.is_plain) {
         id.text = word.text();
-      else
-        id.text = texts_.emplace_back(canonical_id(word, key));
+      } else {
+        std::optional<std::string> text = canonical_id(word, expected);
+        if (!text) return false;
+        id.text = texts_.emplace_back(std::move(*text));
+      }
       // Of the integers that are not short, only -0 is an index.
       id.integer = id.text == "0" ? 0 : std::numeric_limits<std::uint64_t>::max();
     }
     const ItemNames& names = &id == &record_.edge ? document_.edges.names : document_.nodes.names;
     id.is_indexed = names.is_indexed(id.integer);
+    return true;
   }
 
-  std::string canonical_id(const JsonWord& word, const char* key) const {
+  // None after an error.
+  [[nodiscard]] std::optional<std::string> canonical_id(const JsonWord& word, const char* expected) const {
     if (word.kind == JsonKind::kString) return canonical(word);
-    if (word.kind == JsonKind::kNumber && word.is_plain) {
-      const std::optional<std::string> text = canonical_integer(word.text());
-      if (!text) bad_value(word, "an integer of 64 bits, or a string");
-      return *text;
-    }
-    bad_value(word, std::string("a string or an integer for \"") + key + "\"");
+    const bool is_integer = word.kind == JsonKind::kNumber && word.is_plain;
+    std::optional<std::string> text;
+    if (is_integer) text = canonical_integer(word.text());
+    if (!text) refuse_value(word, is_integer ? "an integer of 64 bits, or a string" : expected);
+    return text;
   }
 
-  void read_weight() {
+  bool read_weight() {
     const JsonWord word = json_.value();
-    if (word.kind == JsonKind::kString) bad_value(word, "a number without quotes");
-    if (word.kind != JsonKind::kNumber) bad_value(word, "a number");
+    if (word.kind == JsonKind::kString) return refuse_value(word, "a number without quotes");
+    if (word.kind != JsonKind::kNumber) return refuse_value(word, "a number");
     record_.weight = JsonText::number_of(word);
+    return true;
   }
 
-  void read_direction() {
+  bool read_direction() {
     const JsonWord word = json_.value();
     const std::string direction = word.kind == JsonKind::kString ? JsonText::value_of(word) : "";
-    if (direction != "head" && direction != "tail") bad_value(word, "head or tail");
+    if (direction != "head" && direction != "tail") return refuse_value(word, "head or tail");
     ++document_.ndirections;
+    return true;
   }
 
-  void skip_attributes() {
-    if (const JsonWord word = json_.value(); !is(word, '{')) bad_value(word, "an object");
+  bool skip_attributes() {
+    if (const JsonWord word = json_.value(); !is(word, '{')) return refuse_value(word, "an object");
     ++document_.nattributes;
     json_.skip_object();
+    return true;
   }
 
-  void store_record() {
+  bool has_keys() const {
+    const bool has_edge = record_.edge.is_there;
+    const bool has_node = record_.node.is_there;
+    if (section_ != kNodes && !has_edge)
+      return refuse_without_key(section_ == kEdges
+                                    ? "found an object without edge, expected it in each of the edges"
+                                    : "found an incidence without edge, expected both edge and node");
+    if (section_ != kEdges && !has_node)
+      return refuse_without_key(section_ == kNodes
+                                    ? "found an object without node, expected it in each of the nodes"
+                                    : "found an incidence without node, expected both edge and node");
+    return true;
+  }
+
+  // Returns whether there was no error.
+  bool store_record() {
     const Id& edge = record_.edge;
     const Id& node = record_.node;
-    if (section_ == kIncidences) {
-      if (!edge.is_there || !node.is_there)
-        missing_key(std::string("an incidence without ") + (edge.is_there ? "node" : "edge") +
-                    ", expected both edge and node");
-      if (record_.weight) ++document_.nincidence_weights;
-    } else if (section_ == kNodes && !node.is_there) {
-      missing_key("an object without node, expected it in each of the nodes");
-    } else if (section_ == kEdges && !edge.is_there) {
-      missing_key("an object without edge, expected it in each of the edges");
-    }
+    if (!has_keys()) return false;
+    if (section_ == kIncidences && record_.weight) ++document_.nincidence_weights;
 
     const bool has_room =
         (!edge.is_there || edges_.has_room_for(edge)) && (!node.is_there || nodes_.has_room_for(node));
@@ -388,6 +428,7 @@ class Reader {
     if (node.is_there) nodes_.add(node);
     begins_[size_] = json_.offset_of(record_.begin);
     weights_[size_++] = record_.weight;
+    return true;
   }
 
   // Stores the records whose names were not looked up yet.
@@ -434,10 +475,8 @@ class Reader {
   }
 
   void note_record(std::size_t k, const char* rule, const char* what) const {
-    if (in_.audit == nullptr) return;
-    std::string message = section_ == kNodes ? "this node " : "this edge ";
-    message += what;
-    note_oddity(in_, place_of(in_, begins_[k]), rule, message);
+    note_oddity_at(in_, begins_[k], rule,
+                   [&] { return std::string(section_ == kNodes ? "this node " : "this edge ") + what; });
   }
 
   // Returns whether the weight fits.
@@ -576,44 +615,49 @@ std::vector<int> nets_of_pins(const std::vector<Run>& runs, std::size_t npins) {
   return nets;
 }
 
-// Nodes, or edges, that only incidences name, though there is a list of them.
-void note_unlisted(const Scanner& in, const Items& items, std::span<const int> named,
-                   const std::vector<std::size_t>& offsets, const std::string& kind) {
-  if (items.listed.empty()) return;
-  std::vector<bool> is_known = items.is_listed;
-  is_known.resize(static_cast<std::size_t>(items.names.size()) + 1);
+// Calls visit(item, offset) for each of the items that incidences name, at the first one.
+template <typename Visit>
+void for_each_first(std::vector<bool> is_known, std::span<const int> named,
+                    const std::vector<std::size_t>& offsets, Visit visit) {
   for (std::size_t k = 0; k < named.size(); ++k) {
     const auto item = static_cast<std::size_t>(named[k]);
     if (is_known[item]) continue;
     is_known[item] = true;
-    std::string message = kind;
-    message.append(" ").append(items.names.text_of(named[k]));
-    message.append(" is not in the list of ").append(kind).append("s");
-    note_oddity(in, place_of(in, offsets[k]), ("unlisted-" + kind).c_str(), message);
+    visit(named[k], offsets[k]);
   }
+}
+
+// Nodes, or edges, that only incidences name, though there is a list of them.
+void note_unlisted(const Scanner& in, const Items& items, std::span<const int> named,
+                   const std::vector<std::size_t>& offsets, const std::string& kind) {
+  if (items.listed.empty() || std::ssize(items.listed) == items.names.size()) return;
+  std::vector<bool> is_listed = items.is_listed;
+  is_listed.resize(static_cast<std::size_t>(items.names.size()) + 1);
+  const std::string rule = "unlisted-" + kind;
+  for_each_first(std::move(is_listed), named, offsets, [&](int item, std::size_t offset) {
+    note_oddity_at(in, offset, rule.c_str(), [&] {
+      return kind + " " + items.names.text_of(item) + " is not in the list of " + kind + "s";
+    });
+  });
 }
 
 // Strings that spell an integer which is a name too.
 void note_mixed(const Scanner& in, const Items& items, std::span<const int> named,
                 const std::vector<std::size_t>& offsets, const std::string& kind) {
-  std::unordered_set<std::string> integers;
-  for (int item = 1; item <= items.names.size(); ++item)
-    if (std::string text = items.names.text_of(item); text.front() != '"') integers.insert(std::move(text));
-  if (integers.empty() || std::ssize(integers) == items.names.size()) return;
-  std::vector<bool> is_done(static_cast<std::size_t>(items.names.size()) + 1);
-  for (std::size_t k = 0; k < named.size(); ++k) {
-    const auto item = static_cast<std::size_t>(named[k]);
-    if (is_done[item]) continue;
-    is_done[item] = true;
-    const std::string text = items.names.text_of(named[k]);
-    if (text.front() != '"') continue;
-    const std::string integer = text.substr(1, text.size() - 2);
-    if (!integers.contains(integer)) continue;
-    std::string message = kind;
-    message.append(" ").append(text).append(" and ").append(kind).append(" ").append(integer).append(
-        " differ");
-    note_oddity(in, place_of(in, offsets[k]), "mixed-ids", message);
+  std::vector<bool> is_other(static_cast<std::size_t>(items.names.size()) + 1);
+  int nothers = 0;
+  for (int item = 1; item <= items.names.size(); ++item) {
+    if (items.names.spells_other(item)) continue;
+    is_other[static_cast<std::size_t>(item)] = true;
+    ++nothers;
   }
+  if (nothers == items.names.size()) return;
+  for_each_first(std::move(is_other), named, offsets, [&](int item, std::size_t offset) {
+    note_oddity_at(in, offset, "mixed-ids", [&] {
+      const std::string text = items.names.text_of(item);
+      return kind + " " + text + " and " + kind + " " + text.substr(1, text.size() - 2) + " differ";
+    });
+  });
 }
 
 // For `lint`.

@@ -1,6 +1,9 @@
 #include "formats/item_names.h"
 
+#include <charconv>
 #include <numeric>
+
+#include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
 
@@ -40,6 +43,25 @@ int ItemNames::number_of_new(std::uint64_t integer) {
 std::string ItemNames::text_of(int number) const {
   const int origin = origins_[static_cast<std::size_t>(number) - 1];
   return origin >= 0 ? std::to_string(origin) : std::string(texts_.name_of(-origin));
+}
+
+bool ItemNames::spells_other(int number) const {
+  const int origin = origins_[static_cast<std::size_t>(number) - 1];
+  if (origin >= 0) return false;
+  const std::string_view text = texts_.name_of(-origin);
+  return text.front() == '"' && knows_integer(text.substr(1, text.size() - 2));
+}
+
+// Of any text. Integers are among the texts if they are not indexed.
+bool ItemNames::knows_integer(std::string_view digits) const {
+  if (digits.empty() || (digits.front() != '-' && !is_digit(digits.front()))) return false;
+  std::uint64_t integer = 0;
+  const char* const end = digits.data() + digits.size();
+  const auto [stopped, error] = std::from_chars(digits.data(), end, integer);
+  const bool is_canonical =
+      error == std::errc() && stopped == end && (digits.front() != '0' || digits == "0");
+  if (is_canonical && integer < by_integer_.size() && by_integer_[integer] != 0) return true;
+  return texts_.find(digits) != 0;
 }
 
 }  // namespace quillon::formats

@@ -49,6 +49,10 @@ class ItemNames {
   /// @return        The canonical JSON text of a name.
   [[nodiscard]] std::string text_of(int number) const;
 
+  /// @param number  From 1 to `size()`.
+  /// @return        Whether the name is a string that spells an integer which is a name too.
+  [[nodiscard]] bool spells_other(int number) const;
+
  private:
   // The index has at most eight entries for each name.
   [[nodiscard]] std::uint64_t most_by_index() const {
@@ -56,6 +60,7 @@ class ItemNames {
     return std::min<std::uint64_t>(4 * (origins_.size() + 16384), kLimit);
   }
 
+  [[nodiscard]] bool knows_integer(std::string_view digits) const;
   int number_of_new(std::uint64_t integer);
   int number_of_text(int text_number);
   int add(int origin);

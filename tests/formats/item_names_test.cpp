@@ -57,6 +57,23 @@ TEST(ItemNames, IndexesNoIntegerFarAboveTheNumberOfNames) {
   EXPECT_EQ(names.size(), 2);
 }
 
+TEST(ItemNames, FindsStringsThatSpellAnInteger) {
+  ItemNames names;
+  for (const std::uint64_t integer : {1, 7, 0, 100000}) names.number_of(integer);
+  for (const char* const integer : {"-3", "18446744073709551615"}) number_of_text(names, integer);
+  const auto spells_other = [&names](const std::string& text) {
+    return names.spells_other(number_of_text(names, text));
+  };
+  for (const char* const text :
+       {R"("1")", R"("7")", R"("0")", R"("100000")", R"("-3")", R"("18446744073709551615")"})
+    EXPECT_TRUE(spells_other(text)) << text;
+  for (const char* const text :
+       {R"("2")", R"("01")", R"("-1")", R"("-0")", R"("-7")", R"("3")", R"("1 ")", R"("1.0")", R"("")",
+        R"("-")", R"("a")", R"("+1")", R"("\"1\"")", R"("18446744073709551614")"})
+    EXPECT_FALSE(spells_other(text)) << text;
+  for (int number = 1; number <= 6; ++number) EXPECT_FALSE(names.spells_other(number)) << number;
+}
+
 TEST(ItemNames, AgreesWithAMapOnRandomNames) {
   for (unsigned seed = 1; seed <= 3; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
@@ -71,7 +88,12 @@ TEST(ItemNames, AgreesWithAMapOnRandomNames) {
       const bool by_index = is_integer && (names.is_indexed(integer) || random() % 2 == 0);
       ASSERT_EQ(by_index ? names.number_of(integer) : number_of_text(names, text), number) << text;
     }
-    for (const auto& [text, number] : expected) ASSERT_EQ(names.text_of(number), text);
+    for (const auto& [text, number] : expected) {
+      ASSERT_EQ(names.text_of(number), text);
+      const bool is_string = text.front() == '"';
+      ASSERT_EQ(names.spells_other(number), is_string && expected.contains(text.substr(1, text.size() - 2)))
+          << text;
+    }
   }
 }
 

@@ -382,7 +382,7 @@ TEST(Lint, ReportsOneMistakeOfAListOnce) {
   EXPECT_THAT(counts_of("edges", "\n", 50, {.pairs = Pairs::kNetCell}), ElementsAre("missing-line 1"));
 }
 
-// A file of `kBadLines` lines with one mistake, each a net, an entry, a vertex or a name.
+// A file of `kBadLines` lines with one mistake, each a net, an entry, a vertex, a name or a record.
 struct BadLines {
   const char* format;
   std::string before;
@@ -403,6 +403,10 @@ std::string repeated(const char* line) {
 std::vector<BadLines> files_of_bad_lines() {
   const std::string banner = "%%MatrixMarket matrix coordinate ";
   const ReadOptions pairs{.pairs = Pairs::kNetCell};
+  const std::string nodes = R"({"nodes":[{"node":1},)";
+  const std::string last_node = R"({"node":2}],"incidences":[]})";
+  const std::string incidences = R"({"incidences":[)";
+  const std::string last_incidence = R"({"edge":1,"node":1}]})";
   return {
       {"hmetis", "40 4\n", "1 x 2\n", "not-a-number"},
       {"hmetis", "40 4\n", "1 99999999999\n", "number-too-large"},
@@ -444,6 +448,19 @@ std::vector<BadLines> files_of_bad_lines() {
       {"kub", "40\n0\n", "1 1\n", "trailing-text"},
       {"cnf", "p cnf 4 40\n", "1 x 0\n", "not-a-number"},
       {"cnf", "p cnf 4 40\n", "1 2 1 0\n", "duplicate-pin"},
+      {"hif", nodes, R"({"node":1},)", "repeated-record", last_node},
+      {"hif", nodes, R"({"node":"\u0061","weight":"1"},)", "bad-json-value", last_node},
+      {"hif", nodes, R"({"weight":1},)", "missing-key", last_node},
+      {"hif", nodes, "1,", "bad-json-value", last_node},
+      {"hif", incidences, R"({"edge":1,"node":2,"weight":null},)", "bad-json-value", last_incidence},
+      {"hif", incidences, R"({"edge":1,"node":2.5},)", "bad-json-value", last_incidence},
+      {"hif", incidences, R"({"edge":1,"node":18446744073709551616},)", "bad-json-value", last_incidence},
+      {"hif", incidences, R"({"edge":1,"direction":"up"},)", "bad-json-value", last_incidence},
+      {"hif", incidences, R"({"edge":1,"attrs":[{"a":[]},{}],"node":2},)", "bad-json-value", last_incidence},
+      {"hif", incidences, R"({"edge":1,"name":{"a":[{}]},"node":2},)", "unknown-key", last_incidence},
+      {"hif", incidences, R"({"edge":1,"edge":1,"node":2},)", "repeated-key", last_incidence},
+      {"hif", incidences, R"({"edge":1},)", "missing-key", last_incidence},
+      {"hif", incidences, "\"a\",", "bad-json-value", last_incidence},
   };
 }
 
@@ -465,6 +482,28 @@ TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
     std::vector<std::string> first = findings_of(all, file.rule);
     first.resize(kFew);
     EXPECT_EQ(findings_of(few, file.rule), first);
+  }
+}
+
+// Takes, inserts and replaces bytes by others that files of the format have.
+std::string damaged(std::string text, std::mt19937& random) {
+  for (std::size_t left = 1 + random() % 30; left > 0; --left) {
+    const std::size_t at = random() % text.size();
+    const std::size_t size = random() % 3;
+    text.replace(at, size, text.substr(random() % text.size(), random() % 4));
+    if (text.empty()) return " ";
+  }
+  return text;
+}
+
+TEST(Lint, CountsTheSameInDamagedFilesWhateverItKeeps) {
+  std::mt19937 random(1);
+  for (const BadLines& file : files_of_bad_lines()) {
+    for (int k = 0; k < 5; ++k) {
+      const std::string text = damaged(file.before + repeated(file.line) + file.after, random);
+      SCOPED_TRACE(file.format + ("\n" + text));
+      ASSERT_EQ(counts_of(file.format, text, 2, file.read), counts_of(file.format, text, 1000, file.read));
+    }
   }
 }
 
@@ -493,6 +532,15 @@ TEST(Lint, NeedsNoMemoryForAllThatAHeaderAnnounces) {
   EXPECT_THAT(counts_of("metis", "2 " + many + "\n2\n1\n", {}), ElementsAre("edge-count 1"));
   EXPECT_THAT(counts_of("metis", many + " 3\n4 3 4\n", {}), Contains("missing-line 1"));
   EXPECT_THAT(counts_of("kub", "2\n" + many + "\n1 2 0 1\n", {}), ElementsAre("bad-weight 1"));
+}
+
+TEST(Lint, ReportsAByteOfValue0InAJsonFileOnce) {
+  const LintResult result =
+      lint_text("hif", R"({"incidences":[{"edge":1,"node":2.5},{"edge":1,"node":3.5},{"edge":1,"node":)" +
+                           std::string("\0}]}\n", 5));
+  EXPECT_THAT(findings_of(result, "bad-json"),
+              ElementsAre("1:77 found a byte of value 0, expected JSON (the line has a byte of value 0)"));
+  EXPECT_EQ(result.count(Severity::kError), 1);
 }
 
 TEST(Lint, CountsEntriesOfAMatrixWithoutRowsOrColumns) {
