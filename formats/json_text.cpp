@@ -54,6 +54,8 @@ std::string name_of(const JsonWord& word) {
       return "false literal";
     case JsonKind::kNull:
       return "null literal";
+    case JsonKind::kBad:
+      break;
   }
   return "";
 }
@@ -64,7 +66,7 @@ bool opens(const JsonWord& word, char bracket) {
 
 bool is_value(const JsonWord& word) {
   if (word.kind == JsonKind::kPunctuation) return opens(word, '{') || opens(word, '[');
-  return word.kind != JsonKind::kEnd;
+  return word.kind != JsonKind::kEnd && word.kind != JsonKind::kBad;
 }
 
 // Whether a number that no double can hold is too large, not too small: by the power of ten of its first
@@ -152,13 +154,13 @@ const char* append_escaped(std::string& text, const char* at) {
 void JsonText::skip_byte_order_mark() {
   if (*at_ != kByteOrderMark[0]) return;
   for (const char c : kByteOrderMark) {
-    if (*at_ != c) invalid(at_, "invalid byte order mark");
+    if (*at_ != c) unexpected(bad_word(at_, "invalid byte order mark"), "");
     ++at_;
   }
 }
 
 const char* JsonText::end_of_string(const char* at, bool& is_plain) {
-  for (;;) {
+  while (at != nullptr) {
     at = skip_plain(at, end_);
     const char c = *at;
     if (c == '"') return at + 1;
@@ -168,36 +170,39 @@ const char* JsonText::end_of_string(const char* at, bool& is_plain) {
     } else if (static_cast<signed char>(c) < 0) {
       at = skip_utf8(at);
     } else if (at == end_) {
-      invalid(at, "invalid string: no closing quote");
+      return bad(at, "invalid string: no closing quote");
     } else {
-      invalid(at, "invalid string: control characters must be escaped");
+      return bad(at, "invalid string: control characters must be escaped");
     }
   }
+  return nullptr;
 }
 
 const char* JsonText::skip_escape(const char* at) {
   ++at;
   if (*at != 'u') {
     if (at == end_ || std::string_view("\"\\/bfnrt").find(*at) == std::string_view::npos)
-      invalid(at, "invalid string: no escape begins so");
+      return bad(at, "invalid string: no escape begins so");
     return at + 1;
   }
+  constexpr const char* kFirstAlone = "invalid string: first half of a surrogate pair alone";
   unsigned code = 0;
   at = skip_hex(at + 1, code);
+  if (at == nullptr) return nullptr;
   if (code >= 0xDC00 && code <= 0xDFFF)
-    invalid(at - 1, "invalid string: second half of a surrogate pair alone");
+    return bad(at - 1, "invalid string: second half of a surrogate pair alone");
   if (code < 0xD800 || code > 0xDFFF) return at;
   for (const char c : {'\\', 'u'})
-    if (*at++ != c) invalid(at - 1, "invalid string: first half of a surrogate pair alone");
+    if (*at++ != c) return bad(at - 1, kFirstAlone);
   at = skip_hex(at, code);
-  if (code < 0xDC00 || code > 0xDFFF) invalid(at - 1, "invalid string: first half of a surrogate pair alone");
+  if (at != nullptr && (code < 0xDC00 || code > 0xDFFF)) return bad(at - 1, kFirstAlone);
   return at;
 }
 
 const char* JsonText::skip_hex(const char* at, unsigned& value) {
   for (int k = 0; k < 4; ++k)
     if (std::isxdigit(static_cast<unsigned char>(at[k])) == 0)
-      invalid(at + k, "invalid string: \\u needs four hexadecimal digits");
+      return bad(at + k, "invalid string: \\u needs four hexadecimal digits");
   value = hex_at(at);
   return at + 4;
 }
@@ -206,22 +211,24 @@ const char* JsonText::skip_hex(const char* at, unsigned& value) {
 const char* JsonText::skip_utf8(const char* at) {
   const auto in_range = [this](const char* byte, unsigned min, unsigned max) {
     const unsigned value = static_cast<unsigned char>(*byte);
-    if (byte == end_ || value < min || value > max) invalid(byte, "invalid string: no UTF-8");
+    return byte != end_ && value >= min && value <= max;
   };
-  in_range(at, 0xC2, 0xF4);
+  constexpr const char* kWhat = "invalid string: no UTF-8";
+  if (!in_range(at, 0xC2, 0xF4)) return bad(at, kWhat);
   const unsigned lead = static_cast<unsigned char>(*at);
   const int length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
   const unsigned min = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   const unsigned max = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-  in_range(at + 1, min, max);
-  for (int k = 2; k < length; ++k) in_range(at + k, 0x80, 0xBF);
+  if (!in_range(at + 1, min, max)) return bad(at + 1, kWhat);
+  for (int k = 2; k < length; ++k)
+    if (!in_range(at + k, 0x80, 0xBF)) return bad(at + k, kWhat);
   return at + length;
 }
 
 JsonWord JsonText::literal(std::string_view text, JsonKind kind) {
   const char* const begin = at_;
   for (const char c : text) {
-    if (*at_ != c) invalid(at_, "invalid literal");
+    if (*at_ != c) return bad_word(at_, "invalid literal");
     ++at_;
   }
   return {kind, true, begin, at_};
@@ -229,33 +236,34 @@ JsonWord JsonText::literal(std::string_view text, JsonKind kind) {
 
 JsonWord JsonText::number() {
   const char* const begin = at_;
-  const auto skip_digits = [this](const char* what) {
-    if (!is_digit(*at_)) invalid(at_, std::string("invalid number: no digit ") + what);
+  const auto skip_digits = [this] {
+    const char* const first = at_;
     while (is_digit(*at_)) ++at_;
+    return at_ != first;
   };
   if (*at_ == '-') ++at_;
   if (*at_ == '0')
     ++at_;
-  else
-    skip_digits("after the minus");
+  else if (!skip_digits())
+    return bad_word(at_, "invalid number: no digit after the minus");
   bool is_whole = true;
   if (*at_ == '.') {
     is_whole = false;
     ++at_;
-    skip_digits("after the point");
+    if (!skip_digits()) return bad_word(at_, "invalid number: no digit after the point");
   }
   if (*at_ == 'e' || *at_ == 'E') {
     is_whole = false;
     ++at_;
     if (*at_ == '+' || *at_ == '-') ++at_;
-    skip_digits("in the exponent");
+    if (!skip_digits()) return bad_word(at_, "invalid number: no digit in the exponent");
   }
   return {JsonKind::kNumber, is_whole, begin, at_};
 }
 
 JsonWord JsonText::word() {
   const char c = peek();
-  if (c == '"') return string();
+  if (c == '"') return string_or_bad();
   if (c == '-' || is_digit(c)) return number();
   switch (c) {
     case 't':
@@ -270,7 +278,7 @@ JsonWord JsonText::word() {
     default:
       break;
   }
-  if (std::string_view("[]{}:,").find(c) == std::string_view::npos) invalid(at_, "invalid literal");
+  if (std::string_view("[]{}:,").find(c) == std::string_view::npos) return bad_word(at_, "invalid literal");
   ++at_;
   return {JsonKind::kPunctuation, true, at_ - 1, at_};
 }
@@ -314,14 +322,23 @@ void JsonText::expected_byte(char c) { unexpected(word(), std::string("'") + c +
 
 void JsonText::expected_key() { unexpected(word(), "string literal"); }
 
+const char* JsonText::bad(const char* at, const char* what) {
+  bad_at_ = at;
+  what_is_bad_ = what;
+  return nullptr;
+}
+
+JsonWord JsonText::bad_word(const char* at, const char* what) {
+  bad(at, what);
+  return {JsonKind::kBad, false, at, at};
+}
+
 void JsonText::unexpected(const JsonWord& word, const std::string& expected) const {
+  if (word.kind == JsonKind::kBad)
+    throw BadJson(offset_of(bad_at_), std::string("found no JSON: ") + what_is_bad_);
   const std::size_t end = offset_of(word.end);
   throw BadJson(word.kind == JsonKind::kEnd ? end : start_of_word(end - 1),
                 "found " + name_of(word) + ", expected " + expected);
-}
-
-void JsonText::invalid(const char* at, const std::string& what) const {
-  throw BadJson(offset_of(at), "found no JSON: " + what);
 }
 
 std::size_t JsonText::start_of_word(std::size_t last) const {
@@ -392,17 +409,13 @@ std::optional<std::string> canonical_integer(std::string_view digits) {
 }
 
 std::optional<std::string> json_name(std::string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   const std::string copy(text);
-  try {
-    JsonText json(copy);
-    json.skip_byte_order_mark();
-    const JsonWord word = json.value();
-    json.expect_end();
-    if (word.kind == JsonKind::kString) return canonical(word);
-    if (word.kind == JsonKind::kNumber && word.is_plain) return canonical_integer(word.text());
-  } catch (const BadJson&) {
-    // No name.
-  }
+  JsonText json(copy);
+  const JsonWord word = json.word();
+  if (word.kind == JsonKind::kBad || json.word().kind != JsonKind::kEnd) return std::nullopt;
+  if (word.kind == JsonKind::kString) return canonical(word);
+  if (word.kind == JsonKind::kNumber && word.is_plain) return canonical_integer(word.text());
   return std::nullopt;
 }
 

@@ -36,6 +36,7 @@ enum class JsonKind : unsigned char {
   kTrue,
   kFalse,
   kNull,
+  kBad,  ///< Text that is no word.
 };
 
 /// A word of a JSON text.
@@ -50,7 +51,7 @@ struct JsonWord {
 };
 
 /// Reads a JSON text word by word, in the order that the grammar (RFC 8259) allows: the caller knows which
-/// word can come next. All functions throw BadJson where the text breaks the grammar.
+/// word can come next. All functions but `word` throw BadJson where the text breaks the grammar.
 class JsonText {
  public:
   /// @param text  Followed by a byte of value 0, as in a std::string.
@@ -97,10 +98,9 @@ class JsonText {
 
   /// Reads a string; its quote comes next.
   JsonWord string() {
-    const char* const begin = at_;
-    bool is_plain = true;
-    at_ = end_of_string(begin + 1, is_plain);
-    return {JsonKind::kString, is_plain, begin, at_};
+    const JsonWord word = string_or_bad();
+    if (word.kind == JsonKind::kBad) unexpected(word, "");
+    return word;
   }
 
   /// Reads an integer from 0 that has at most 18 digits.
@@ -118,6 +118,9 @@ class JsonText {
     at_ = at;
     return true;
   }
+
+  /// Reads the next word of any kind. After one of `kBad` nothing else can be read.
+  JsonWord word();
 
   /// Reads the next value. Of an object or an array, only the bracket that opens it.
   JsonWord value();
@@ -165,21 +168,32 @@ class JsonText {
     return ndigits;
   }
 
+  // The end of what is skipped. Null after `bad`.
   const char* end_of_string(const char* at, bool& is_plain);
   const char* skip_escape(const char* at);
   const char* skip_hex(const char* at, unsigned& value);
   const char* skip_utf8(const char* at);
-  JsonWord word();
+  JsonWord string_or_bad() {
+    const char* const begin = at_;
+    bool is_plain = true;
+    const char* const end = end_of_string(begin + 1, is_plain);
+    if (end == nullptr) return {JsonKind::kBad, false, begin, begin};
+    at_ = end;
+    return {JsonKind::kString, is_plain, begin, end};
+  }
   JsonWord number();
   JsonWord literal(std::string_view text, JsonKind kind);
   [[noreturn]] void expected_byte(char c);
   [[noreturn]] void expected_key();
   [[noreturn]] void unexpected(const JsonWord& word, const std::string& expected) const;
-  [[noreturn]] void invalid(const char* at, const std::string& what) const;
+  const char* bad(const char* at, const char* what);  // returns null
+  JsonWord bad_word(const char* at, const char* what);
 
   const char* begin_;
   const char* end_;
   const char* at_;
+  const char* bad_at_ = nullptr;  // of the last `kBad`
+  const char* what_is_bad_ = nullptr;
 };
 
 /// The canonical text of a string with its quotes: with no more escapes than needed.
