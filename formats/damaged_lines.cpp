@@ -1,10 +1,16 @@
 #include "formats/damaged_lines.h"
 
+#include <limits>
 #include <utility>
 
 #include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
+namespace {
+
+const Range kAnyInt{std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}};
+
+}  // namespace
 
 DamagedLines::~DamagedLines() {
   for (std::size_t k = 0; k < nrules_; ++k)
@@ -35,14 +41,29 @@ Token DamagedLines::word() {
 }
 
 bool DamagedLines::next_word(const Range& range, int& number, bool is_cell) {
-  const Token token = word();
-  if (const std::optional<int> value = number_in(token, range)) {
+  return convert(word(), range, number, is_cell);
+}
+
+bool DamagedLines::convert(const Token& token, const Range& range, int& number, bool is_cell) {
+  const std::optional<int> value = number_in(token, kAnyInt);
+  if (value && *value >= range.min && *value <= range.max) {
     number = *value;
     return true;
   }
-  if (is_cell) note_outside(in_, token);
-  add(broken_rule(token, range));
+  if (value && is_cell) in_.audit->add_outside(*value);
+  add(value ? range.rule : broken_rule(token, range));
   return false;
+}
+
+std::optional<Token> DamagedLines::next_integer() {
+  if (rest_.empty()) {
+    const Token token = word();
+    if (token.plain >= 0) return token;
+    rest_ = token.text;
+  }
+  const std::optional<std::string_view> digits = leading_integer(rest_);
+  if (!digits) return std::nullopt;
+  return Token{*digits, 0};
 }
 
 bool DamagedLines::end_line() {

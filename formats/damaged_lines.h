@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "formats/audit.h"
@@ -37,6 +38,7 @@ class DamagedLines {
   void enter(int k) {
     number_ = lines_.line(k);
     end_ = lines_.line(k + 1);
+    rest_ = {};
   }
 
   /// Words of the line that have not been read.
@@ -55,6 +57,40 @@ class DamagedLines {
   bool next_cell(const Range& range, int& number) {
     return next_plain(range, number) || next_word(range, number, true);
   }
+
+  /// Reads the next word of the line.
+  ///
+  /// @return  An empty text and no plain value at the end. Its offset does not matter.
+  Token word();
+
+  /// Reads the next integer of the line. Other text may follow it directly.
+  ///
+  /// @return  As `next_integer` of a scanner. None at the end of the line, or at text that is no integer.
+  std::optional<Token> next_integer();
+
+  /// Reads plain numbers of a range, up to one that is none.
+  ///
+  /// @param numbers  Out, room for those that are left on the line. Count from 1: the first of the range
+  /// is 1.
+  /// @return         How many there were.
+  std::size_t next_plain_numbers(const Range& range, int* numbers) {
+    if (!rest_.empty()) return 0;
+    int* number = numbers;
+    for (; number_ != end_ && *number_ >= range.min && *number_ <= range.max; ++number_)
+      *number++ = *number_ + 1 - range.min;
+    return static_cast<std::size_t>(number - numbers);
+  }
+
+  /// The text that `next_integer` stopped at; empty at the end of the line.
+  [[nodiscard]] std::string_view text_left() const { return rest_; }
+
+  /// Converts a word of the line.
+  ///
+  /// @param range    As for `next`; it may be negative.
+  /// @param number   Gets the number.
+  /// @param is_cell  The number is that of a cell or a part, which may be numbered otherwise.
+  /// @return         False if it is no number of the range, which is counted.
+  bool convert(const Token& token, const Range& range, int& number, bool is_cell);
 
   /// Counts an error of the line.
   ///
@@ -80,7 +116,6 @@ class DamagedLines {
   }
 
   bool next_word(const Range& range, int& number, bool is_cell);
-  Token word();
 
   const Scanner& in_;
   std::string_view text_;
@@ -88,6 +123,7 @@ class DamagedLines {
   const int* odd_;
   const int* number_ = nullptr;
   const int* end_ = nullptr;
+  std::string_view rest_;  // of an odd word that begins with an integer
 
   Outside outside_;  // before the line
   std::array<Count, 8> counts_;

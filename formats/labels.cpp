@@ -1,5 +1,6 @@
 #include "formats/labels.h"
 
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -7,6 +8,7 @@
 #include "formats/json_name.h"
 #include "formats/line_errors.h"
 #include "formats/names.h"
+#include "formats/number_set.h"
 #include "formats/part_readers.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
@@ -26,17 +28,18 @@ Token read_rest(Scanner& in) {
 
 // Of all cells, or of all nets.
 struct Named {
-  std::vector<std::string>& by_number;
   std::string kind;
+  int count;
+  std::vector<std::string>* by_number;  // null if the names are not wanted
+  NumberSet numbers = {};
   Names used = {};
 };
 
 // The number of an item. None if it is wrong.
-std::optional<int> read_number(Scanner& in, const Token& token, const Named& names) {
-  const int count = static_cast<int>(names.by_number.size()) - 1;
-  return number_or_refuse(in, token, {1, count, {}, "bad-number"}, [&] {
-    return count == 0 ? "no " + names.kind + ", as there are none"
-                      : "the number of a " + names.kind + ", from 1 to " + std::to_string(count);
+std::optional<int> read_number(const Scanner& in, const Token& token, const Named& names) {
+  return number_or_refuse(in, token, {1, names.count, {}, "bad-number"}, [&] {
+    return names.count == 0 ? "no " + names.kind + ", as there are none"
+                            : "the number of a " + names.kind + ", from 1 to " + std::to_string(names.count);
   });
 }
 
@@ -45,29 +48,31 @@ bool read_label(Scanner& in, Named& names) {
   const Token token = next_on_line(in);
   const std::optional<int> number = read_number(in, token, names);
   if (!number) return false;
-  std::string& name = names.by_number[static_cast<std::size_t>(*number)];
-  if (!name.empty())
+  if (names.numbers.contains(*number))
     return refuse(in, token, "repeated-number", [&] { return "a " + names.kind + " not named before"; });
   const Token rest = read_rest(in);
   std::optional<std::string> text = json_name(rest.text);
   if (!text)
     return refuse(in, rest, "bad-name", [] { return "a name: a string in double quotes, or an integer"; });
-  name = std::move(*text);
+  names.numbers.add(*number);
   const int nused = names.used.size();
-  if (names.used.number_of(name) <= nused)
+  if (names.used.number_of(*text) <= nused)
     return refuse(in, rest, "repeated-name", [&] { return "a name that no other " + names.kind + " has"; });
+  if (names.by_number != nullptr) (*names.by_number)[static_cast<std::size_t>(*number)] = std::move(*text);
   skip_line(in);
   return true;
 }
 
 void check_complete(const Scanner& in, const Named& names) {
-  for (std::size_t k = 1; k < names.by_number.size(); ++k) {
-    if (names.by_number[k].empty() && wants_text(in, "missing-name")) {
-      const Place place = place_of(in, in.at);
-      report(in,
-             {"missing-name", Severity::kError, in.name, place.line, place.column,
-              "found the end of the file, expected the name of " + names.kind + " " + std::to_string(k), ""});
-    }
+  std::int64_t nmissing = names.count - static_cast<std::int64_t>(names.numbers.size());
+  for (int k = 1; nmissing > 0; ++k) {
+    if (names.numbers.contains(k)) continue;
+    --nmissing;
+    if (!wants_text(in, "missing-name")) return in.audit->count("missing-name", nmissing);
+    const Place place = place_of(in, in.at);
+    report(in,
+           {"missing-name", Severity::kError, in.name, place.line, place.column,
+            "found the end of the file, expected the name of " + names.kind + " " + std::to_string(k), ""});
   }
 }
 
@@ -79,10 +84,14 @@ Labels read_labels(const std::string& filename, int ncells, int nnets) {
 }
 
 Labels read_labels(Scanner& in, int ncells, int nnets) {
-  Labels labels{std::vector<std::string>(static_cast<std::size_t>(ncells) + 1),
-                std::vector<std::string>(static_cast<std::size_t>(nnets) + 1)};
-  Named cells{labels.cells, "cell"};
-  Named nets{labels.nets, "net"};
+  Labels labels;
+  const bool are_wanted = in.audit == nullptr;
+  if (are_wanted) {
+    labels.cells.resize(static_cast<std::size_t>(ncells) + 1);
+    labels.nets.resize(static_cast<std::size_t>(nnets) + 1);
+  }
+  Named cells{"cell", ncells, are_wanted ? &labels.cells : nullptr};
+  Named nets{"net", nnets, are_wanted ? &labels.nets : nullptr};
   for (Token kind = next_token(in); !kind.text.empty(); kind = next_token(in)) {
     read_line(in, [&] {
       if (kind.text != "cell" && kind.text != "net")

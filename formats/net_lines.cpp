@@ -114,13 +114,15 @@ class DamagedNets {
         lists_(lists),
         form_(form),
         cells_{form.first_cell, lists.ncells - 1 + form.first_cell, {}, "cell-out-of-range"},
+        weights_(form.ends_at_text ? any_signed_weight() : any_weight()),
         lines_(in, lines) {}
 
   // Returns false without effect if lint wants the text of an error.
   bool read(int line) {
     lines_.enter(line);
     bool is_damaged = false;
-    const bool is_kept = read_head() && read_cells(is_damaged);
+    const bool is_kept =
+        form_.ends_at_text ? read_up_to_text(is_damaged) : read_head() && read_cells(is_damaged);
     if (!lines_.end_line()) {
       lists_.nadj.resize(static_cast<std::size_t>(lists_.xnadj.back()));
       if (form_.has_weight) lists_.net_weights.resize(lists_.xnadj.size() - 1);
@@ -167,11 +169,40 @@ class DamagedNets {
     return false;
   }
 
+  bool read_up_to_text(bool& is_damaged) {
+    if (form_.has_weight) {
+      const std::optional<Token> integer = lines_.next_integer();
+      int weight = 0;
+      if (!lines_.convert(integer.value_or(Token{lines_.text_left(), 0}), weights_, weight, false))
+        return false;
+      lists_.net_weights.push_back(weight);
+    }
+    read_plain_cells();
+    while (const std::optional<Token> token = lines_.next_integer()) {
+      int cell = 0;
+      if (lines_.convert(*token, cells_, cell, true))
+        lists_.nadj.push_back(cell + 1 - cells_.min);
+      else
+        is_damaged = true;
+      read_plain_cells();
+    }
+    if (!lines_.text_left().empty() && in_.audit->oddity) lines_.add("ignored-text");
+    return true;
+  }
+
+  // Up to a word that is none.
+  void read_plain_cells() {
+    const auto most = static_cast<std::size_t>(lines_.nleft());
+    const std::size_t before = lists_.nadj.size();
+    int* const pins = lists_.nadj.extend(most);
+    lists_.nadj.resize(before + lines_.next_plain_numbers(cells_, pins));
+  }
+
   const Scanner& in_;
   NetLists& lists_;
   const NetForm& form_;
   const Range cells_;
-  const Range weights_ = any_weight();
+  const Range weights_;
   const Range sizes_ = any_count("bad-count");
   DamagedLines lines_;
   int size_ = 0;
@@ -275,7 +306,7 @@ int read_plain_nets(Scanner& in, NetLists& lists, const NetForm& form) {
   note_next_item(in, {Item::kNet, next});
   if (in.audit != nullptr && in.audit->complete) in.audit->complete(static_cast<int>(next) - 1);
   const bool are_plain = lines.count > 0;
-  if (!are_plain && !form.ends_at_text && may_count_errors(in)) lines = odd_lines(in);
+  if (!are_plain && may_count_errors(in)) lines = odd_lines(in);
   const int count = count_for(lines, next, lists.nnets);
   if (count == 0) return 0;
   const auto npins = static_cast<std::size_t>(lines.before(count));

@@ -20,7 +20,7 @@ namespace quillon::formats {
 struct NetForm {
   bool has_weight;        ///< The line begins with the weight of the net.
   bool has_size;          ///< The number of cells follows.
-  bool ends_at_text;      ///< Text that is no number ends it, and is ignored.
+  bool ends_at_text;      ///< Text that is no integer ends it, and is ignored. Weights may be negative.
   int first_cell;         ///< Number of the first cell in the file.
   std::size_t most_pins;  ///< Pins that all nets may have together.
 

@@ -20,7 +20,7 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
 /// As `read_permutation` of a file.
 std::vector<int> read_permutation(Scanner& in, int count, const std::string& item);
 
-/// As `read_labels` of a file.
+/// As `read_labels` of a file. For `lint` without names, as it may be told of far more cells than there are.
 Labels read_labels(Scanner& in, int ncells, int nnets);
 
 }  // namespace quillon::formats

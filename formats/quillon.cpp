@@ -86,17 +86,6 @@ void bad_cell(const Scanner& in, const Token& token, const Header& header, const
   refuse_number(in, token, cells, hint);
 }
 
-// Our own files can hold negative weights. Without the words of a message.
-Range any_signed_weight() {
-  return {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}, "bad-weight"};
-}
-
-// The meaning of `any_signed_weight`.
-std::string signed_weight_meaning(const std::string& what) {
-  const Range range = any_signed_weight();
-  return what + ", from " + std::to_string(range.min) + " to " + std::to_string(range.max);
-}
-
 const char* hint_on_format(const Header& header) {
   return header.cell_weights && !header.net_weights
              ? "format 1 means cell weights here, and net weights in hMETIS; those are 2 here"

@@ -44,6 +44,19 @@ inline std::string weight_meaning(const std::string& what) {
   return what + ", from 0 to " + std::to_string(any_weight().max);
 }
 
+/// Weights that may be negative; without the words of a message.
+inline Range any_signed_weight() {
+  return {std::numeric_limits<int>::min(), std::numeric_limits<int>::max(), {}, "bad-weight"};
+}
+
+/// The meaning of `any_signed_weight`.
+///
+/// @param what  Such as "the weight of net 3".
+inline std::string signed_weight_meaning(const std::string& what) {
+  const Range range = any_signed_weight();
+  return what + ", from " + std::to_string(range.min) + " to " + std::to_string(range.max);
+}
+
 /// Cell numbers of a file that counts from `first`.
 inline Range cell_range(int ncells, int first) {
   const int last = ncells - 1 + first;

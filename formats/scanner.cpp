@@ -213,16 +213,24 @@ Token next_on_line(Scanner& scanner) {
 std::optional<Token> next_integer(Scanner& scanner) {
   if (const Token number = read_plain(scanner); number.plain >= 0) return number;
   skip_blanks(scanner);
-  const std::string_view text = scanner.text;
-  const std::size_t begin = scanner.at;
-  const bool is_signed = begin < text.size() && (text[begin] == '-' || text[begin] == '+');
-  const Token digits = read_while(scanner, begin + (is_signed ? 1 : 0), is_digit);
-  if (digits.text.empty()) {
-    scanner.at = begin;
-    return std::nullopt;
-  }
-  if (text[begin] == '+') return digits;
-  return Token{text.substr(begin, scanner.at - begin), begin};
+  std::string_view rest = scanner.text.substr(scanner.at);
+  const std::optional<std::string_view> digits = leading_integer(rest);
+  if (!digits) return std::nullopt;
+  scanner.at = scanner.text.size() - rest.size();
+  scanner.seen.store(scanner.at, std::memory_order_relaxed);
+  return Token{*digits, scanner.at - digits->size()};
+}
+
+std::optional<std::string_view> leading_integer(std::string_view& text) {
+  if (text.empty() || text[0] > '9') return std::nullopt;  // most words
+  const std::size_t begin = text[0] == '-' || text[0] == '+' ? 1 : 0;
+  std::size_t end = begin;
+  while (end < text.size() && is_digit(text[end])) ++end;
+  if (end == begin) return std::nullopt;
+  const std::size_t first = text[0] == '+' ? 1 : 0;
+  const std::string_view digits = text.substr(first, end - first);
+  text.remove_prefix(end);
+  return digits;
 }
 
 void skip_line(Scanner& scanner) {

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <random>
 #include <string>
 #include <string_view>
@@ -415,7 +416,13 @@ std::vector<BadLines> files_of_bad_lines() {
       {"hmetis", "0 40 10\n", "x\n", "not-a-number"},
       {"hmetis", "0 40 10\n", "1 1\n", "trailing-text"},
       {"quillon", "1 4 40 80\n", "1 2 x\n", "ignored-text"},
+      {"quillon", "1 4 40 80\n", "1 2 # 7\n", "ignored-text"},
+      {"quillon", "1 4 40 80\n", "1 2x 7\n", "ignored-text"},
       {"quillon", "1 4 40 80\n", "1 7 +2\n", "cell-out-of-range"},
+      {"quillon", "1 4 40 80\n", "1+2-3 4\n", "cell-out-of-range"},
+      {"quillon", "0 4 40 80\n", "0 3 99999999999 1 - 5\n", "number-too-large"},
+      {"quillon", "1 4 40 80 2\n", "-3 1 2\n", "negative-weight"},
+      {"quillon", "1 4 40 80 2\n", "\n", "bad-weight"},
       {"quillon", "1 4 40 80 2\n", "x 1 2\n", "not-a-number"},
       {"mtx", banner + "pattern general\n9 9 40\n", "x 1\n", "not-a-number"},
       {"mtx", banner + "pattern general\n9 9 40\n", "1 99999999999\n", "number-too-large"},
@@ -1021,6 +1028,27 @@ TEST(Lint, ReportsMorePinsThanARecordCanHave) {
               }),
               IsEmpty());
   EXPECT_EQ(rule_named("too-many-pins")->severity, Severity::kError);
+}
+
+// Of two billion cells and as many nets, three are named: one by a number far after the others.
+TEST(LintCompanion, NeedsNoMemoryForLabelsThatAHeaderAnnounces) {
+  const TempFolder folder;
+  LintResult hypergraph;
+  hypergraph.ncells = 2000000000;
+  hypergraph.nnets = 2000000000;
+  const std::string labels = folder.write("labels",
+                                          "cell 1 7\ncell 2000000000 8\nnet 2 1\n"
+                                          "cell 2000000000 9\ncell 1 9\ncell 3 7\ncell 3 9\n");
+  const LintResult result = lint_companion(labels, Companion::kLabels, hypergraph, 0, 2);
+  EXPECT_EQ(result.count("missing-name"), std::int64_t{4000000000} - 3 - 1);
+  EXPECT_THAT(findings_of(result, "missing-name"),
+              ElementsAre("8:1 found the end of the file, expected the name of cell 2",
+                          "8:1 found the end of the file, expected the name of cell 4"));
+  EXPECT_THAT(findings_of(result, "repeated-number"),
+              ElementsAre("4:6 found \"2000000000\", expected a cell not named before",
+                          "5:6 found \"1\", expected a cell not named before"));
+  EXPECT_EQ(result.count("repeated-number"), 3);
+  EXPECT_EQ(result.count("repeated-name"), 1);
 }
 
 TEST(LintCompanion, ChecksFilesAgainstTheHypergraph) {

@@ -1,0 +1,46 @@
+#include "formats/number_set.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+
+namespace quillon::formats {
+namespace {
+
+TEST(NumberSet, AgreesWithASetOfNumbersNearAndFar) {
+  for (const std::size_t nready : {0U, 100U}) {
+    std::mt19937 random(1);
+    NumberSet numbers(nready);
+    std::set<int> expected;
+    for (int k = 0; k < 20000; ++k) {
+      const int most = 1 << (5 + random() % 26);
+      const int number = static_cast<int>(random() % static_cast<unsigned>(most));
+      ASSERT_EQ(numbers.contains(number), expected.contains(number)) << number;
+      if (expected.contains(number) && random() % 4 == 0) {
+        numbers.remove(number);
+        expected.erase(number);
+      } else {
+        ASSERT_EQ(numbers.add(number), expected.insert(number).second) << number;
+      }
+      ASSERT_EQ(numbers.size(), expected.size());
+    }
+  }
+}
+
+TEST(NumberSet, FindsANumberAgainThatTheGrowingArrayReaches) {
+  NumberSet numbers;
+  constexpr int kFar = 1000000;
+  EXPECT_TRUE(numbers.add(kFar));
+  for (int number = 0; number < 100000; ++number) ASSERT_TRUE(numbers.add(number));
+  EXPECT_FALSE(numbers.add(kFar));
+  EXPECT_TRUE(numbers.add(kFar + 1));
+  EXPECT_TRUE(numbers.contains(kFar));
+  numbers.remove(kFar);
+  EXPECT_FALSE(numbers.contains(kFar));
+  EXPECT_TRUE(numbers.add(kFar));
+  EXPECT_EQ(numbers.size(), 100002U);
+}
+
+}  // namespace
+}  // namespace quillon::formats
