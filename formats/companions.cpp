@@ -137,7 +137,7 @@ class CompanionLinter {
 
   void check_parts(const std::vector<int>& parts) {
     check_base(parts);
-    if (parts.size() < 2 || store_.count_of("part-out-of-range") > 0) return;
+    if (parts.size() < 2 || store_.has_errors()) return;
     const int nparts = count_parts(parts);
     // Parts after the largest one that is named are empty. There may be many more of them than cells.
     const int nnamed = *std::max_element(parts.begin(), parts.end()) + 1;
@@ -187,7 +187,7 @@ class CompanionLinter {
   }
 
   void check_fixed(const std::vector<int>& parts) {
-    if (parts.size() < 2 || store_.count_of("part-out-of-range") > 0) return;
+    if (parts.size() < 2 || store_.has_errors()) return;
     const std::int64_t nnamed = std::int64_t{*std::max_element(parts.begin(), parts.end())} + 1;
     // More parts make the average smaller: what is too heavy for those named is too heavy for more.
     if (nparts_ == 0 && (nnamed == 0 || nnamed > hypergraph_.ncells)) return;

@@ -1067,6 +1067,9 @@ TEST(LintCompanion, ChecksFilesAgainstTheHypergraph) {
   EXPECT_THAT(rules(Companion::kParts, "1\n2\n2\n", 2), ElementsAre("part-out-of-range 1"));
   EXPECT_THAT(rules(Companion::kParts, "0\n0\n2\n", 3), ElementsAre("empty-part 1", "heavy-cell 1"));
   EXPECT_THAT(rules(Companion::kParts, "0\n0\n", 1), ElementsAre("missing-part 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\n0\n", 3), ElementsAre("missing-part 1"));
+  EXPECT_THAT(rules(Companion::kParts, "0\nx\n1\n", 3), ElementsAre("not-a-number 1"));
+  EXPECT_THAT(rules(Companion::kFixed, "0\n0\n", 2), ElementsAre("missing-part 1"));
   EXPECT_THAT(rules(Companion::kParts, "0 0 0 0\n", 1), ElementsAre("trailing-text 1"));
   EXPECT_THAT(rules(Companion::kFixed, "-1\n-1\n0\n", 2), ElementsAre("overfull-part 1", "heavy-cell 1"));
   EXPECT_THAT(rules(Companion::kFixed, "-1\n-2\n2\n", 2), ElementsAre("part-out-of-range 2"));
