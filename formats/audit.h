@@ -90,6 +90,15 @@ class QUILLON_HIDDEN Audit {
   Place comment;                    ///< The first of them.
   std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
   std::optional<Counts> corrected;  ///< Counts to read instead of those of the header.
+  std::size_t most_kept = 0;        ///< Findings of each rule that may be wanted; the others are counted.
+
+  /// Nets with the same cells as an earlier one.
+  struct ParallelNets {
+    std::int64_t count = 0;
+    int first = 0;  ///< The first of them, or 0.
+  };
+  /// Set if the reader has looked for them, and each net has two different pins.
+  std::optional<ParallelNets> parallel_nets;
 
   /// Where a second read can begin to look for items, in the order of the text.
   std::vector<Waypoint> waypoints;

@@ -169,6 +169,7 @@ class Linter {
     audit_ = {};
     audit_.starts_from = first_cell;
     audit_.corrected = corrected_;
+    audit_.most_kept = options_.most_kept;
     audit_.wants = [this](std::string_view rule) { return store_.wants(rule); };
     audit_.counted = [this](std::string_view rule, std::int64_t nmore) { store_.count(rule, nmore); };
     audit_.oddity = [this](const Finding& finding) { store_.add(finding); };
@@ -438,6 +439,7 @@ class Linter {
     if (lists_.xnadj.size() < 2) return;
     check_pin_count();
     if (!nets_have_lines() && !audit_.damaged.empty()) return;  // of other items than nets
+    if (audit_.parallel_nets) return add_edge_findings(*audit_.parallel_nets);
     const NetFindings found = net_audit_->finish(audit_threads(lists_));
     if (nets_have_lines())
       add_nets(found);
@@ -445,6 +447,13 @@ class Linter {
       add_summaries(found);
     const bool is_sound = is_complete_ && audit_.damaged.empty();
     if (is_sound) add_isolated_cells(found.isolated_cells);
+    add_weight_findings();
+  }
+
+  // Of nets that have two different pins each.
+  void add_edge_findings(const Audit::ParallelNets& parallel_nets) {
+    add_summary("parallel-net", {parallel_nets.count, {parallel_nets.first}});
+    if (is_complete_) add_isolated_cells(find_isolated_cells(lists_, audit_threads(lists_)));
     add_weight_findings();
   }
 

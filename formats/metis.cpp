@@ -5,13 +5,14 @@
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <numeric>
 #include <optional>
 #include <span>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/edge_matcher.h"
 #include "formats/graph.h"
 #include "formats/line_errors.h"
 #include "formats/lines.h"
@@ -21,6 +22,7 @@
 #include "formats/net_lines.h"
 #include "formats/notes.h"
 #include "formats/ranges.h"
+#include "formats/short_nets.h"
 #include "hypergraph/detail/lists.h"
 #include "util/util.h"
 
@@ -131,6 +133,9 @@ bool read_mentions(Scanner& in, const Header& header, int u, Visit visit) {
   return sound;
 }
 
+// How many numbers stand for an edge.
+int step_of(const Header& header) { return header.edge_weights ? 2 : 1; }
+
 // How many numbers of a line are not about edges.
 int head_of(const Header& header) {
   return (header.vertex_sizes ? 1 : 0) + (header.vertex_weights ? header.weights_per_vertex : 0);
@@ -206,6 +211,20 @@ class EdgeReader {
   EdgeReader(NetLists& lists, const Header& header)
       : lists_(lists), has_weights_(header.edge_weights), mentions_(header) {}
 
+  // Makes room for the lines of vertex u and of those that follow, unless there is room for the announced
+  // edges.
+  void make_room(const NumberLines& lines, int u, const Header& header) {
+    const auto nmore = static_cast<std::size_t>(lines.nnumbers / step_of(header));
+    const std::size_t needed = lists_.nadj.size() + 2 * nmore;
+    if (!lists_.grow_slowly || needed <= lists_.nadj.capacity()) return;
+    const auto nread = static_cast<std::size_t>(u - 1) + static_cast<std::size_t>(lines.count);
+    const std::size_t mentions =
+        room_for_all(nmentions_ + nmore, nread, static_cast<std::size_t>(header.nvertices));
+    // Half of them make nets of two pins, more if some edges are named by their smaller ends only.
+    lists_.nadj.reserve(std::max(mentions + mentions / 4, needed));
+    lists_.xnadj.reserve(lists_.nadj.capacity() / 2 + 2);
+  }
+
   void begin_line(int u) {
     u_ = u;
     line_.clear();
@@ -223,7 +242,7 @@ class EdgeReader {
     if (has_weights_) lists_.net_weights.push_back(w);
   }
 
-  void end_line() { find_repetitions(line_, u_); }
+  void end_line() { find_repetitions(line_, u_, line_.data() + line_.size()); }
 
   // Adds the line of vertex u and those that follow, whose edges have no weights. Returns false without
   // effect if any line has an error.
@@ -248,24 +267,32 @@ class EdgeReader {
   [[nodiscard]] std::size_t nmentions() const { return nmentions_; }
 
  private:
-  void find_repetitions(std::span<const int> line, int u) {
-    if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) == line.end()) return;
+  // end  Of the array that the line is in.
+  void find_repetitions(std::span<const int> line, int u, const int* end) {
+    if (has_repetitions_) return;
+    if (line.size() <= kShortNet)
+      has_repetitions_ = repeated_pins(line, end) != 0;
+    else if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) != line.end())
+      has_repetitions_ = has_repetition(line, u);
+  }
+
+  bool has_repetition(std::span<const int> line, int u) {
     if (lists_.avoids(lists_.ncells, nmentions_)) {
       std::vector<int> sorted(line.begin(), line.end());
       std::sort(sorted.begin(), sorted.end());
-      if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) has_repetitions_ = true;
-      return;
+      return std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end();
     }
     named_by_.resize(static_cast<std::size_t>(lists_.ncells) + 1, 0);
-    for (const int v : line)
-      if (std::exchange(named_by_[static_cast<std::size_t>(v)], u) == u) has_repetitions_ = true;
+    bool found = false;
+    for (const int v : line) found = std::exchange(named_by_[static_cast<std::size_t>(v)], u) == u || found;
+    return found;
   }
 
   void find_repetitions(const Mentions& mentions) {
-    for (std::size_t begin = 0, end = 0; begin < mentions.count; begin = end) {
+    for (std::size_t begin = 0, end = 0; begin < mentions.count && !has_repetitions_; begin = end) {
       const int u = mentions.from[begin];
       while (mentions.from[end] == u) ++end;
-      find_repetitions({mentions.to + begin, end - begin}, u);
+      find_repetitions({mentions.to + begin, end - begin}, u, mentions.to + mentions.count + kSpareNumbers);
     }
   }
 
@@ -280,15 +307,6 @@ class EdgeReader {
   std::size_t nmentions_ = 0;
 };
 
-// Vertex u names vertex v.
-struct Mention {
-  int u;
-  int v;
-  int w;
-};
-
-auto edge_of(const Mention& mention) { return std::minmax(mention.u, mention.v); }
-
 void skip_header(Scanner& in) {
   skip_comments(in);
   skip_line(in);
@@ -296,7 +314,7 @@ void skip_header(Scanner& in) {
 
 bool is_sound(const int* numbers, int count, int u, const Header& header) {
   const int head = head_of(header);
-  const int step = header.edge_weights ? 2 : 1;
+  const int step = step_of(header);
   if (count < head || (count - head) % step != 0) return false;
   bool sound = true;
   for (int k = head; k < count; k += step)
@@ -305,164 +323,150 @@ bool is_sound(const int* numbers, int count, int u, const Header& header) {
   return sound;
 }
 
-// Adds the mentions on the lines of vertex u and of those that follow, up to the first one that has to be
-// read by words. Returns the number of lines.
-int add_plain_mentions(Scanner& in, const Header& header, int u, std::vector<Mention>& mentions) {
+// Adds the lines of vertex u and of those that follow to a matcher, up to the first one that has to be read
+// by words. Returns the number of lines.
+int match_plain_lines(Scanner& in, const Header& header, int u, EdgeMatcher& matcher) {
   const NumberLines lines = number_lines(in);
-  const int step = header.edge_weights ? 2 : 1;
-  const auto most = std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u);
-  int nread = 0;
-  for (; nread < most && is_sound(lines.line(nread), lines.size(nread), u + nread, header); ++nread) {
-    const int* const line = lines.line(nread);
-    for (int k = head_of(header); k < lines.size(nread); k += step)
-      mentions.push_back({u + nread, line[k] + 1 - header.first, step == 2 ? line[k + 1] : 1});
+  const auto count =
+      static_cast<int>(std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u));
+  const int head = head_of(header);
+  const int step = step_of(header);
+  for (int k = 0; k < count; ++k) {
+    const int nedges = (lines.size(k) - head) / step;  // below 1 if the file has changed
+    matcher.add_line(u + k, {lines.line(k) + head, nedges * step, step, 1 - header.first});
   }
-  if (nread > 0) skip_lines(in, nread);
-  return nread;
+  if (count > 0) skip_lines(in, count);
+  return count;
 }
 
 // Reads all lines once more.
-std::vector<Mention> all_mentions(Scanner& in, const Header& header) {
-  std::vector<Mention> mentions;
+void match_lines(Scanner& in, const Header& header, EdgeMatcher& matcher) {
   skip_header(in);
   begin_lines(in, {});
+  std::vector<int> numbers;
   for (int u = 1; u <= header.nvertices;) {
-    if (const int nread = add_plain_mentions(in, header, u, mentions); nread > 0) {
+    if (const int nread = match_plain_lines(in, header, u, matcher); nread > 0) {
       u += nread;
       continue;
     }
     skip_comments(in);
     read_vertex_weights(in, header, u);
+    numbers.clear();
     read_mentions(in, header, u, [&](int v, int w, std::size_t /*offset*/) {
-      mentions.push_back({u, v, w});
+      numbers.push_back(v);
+      if (header.edge_weights) numbers.push_back(w);
     });
+    matcher.add_line(u, {numbers.data(), static_cast<int>(numbers.size()), step_of(header), 0});
     skip_line(in);
     ++u;
   }
-  return mentions;
 }
 
-// Skips the lines of vertex u and of those that follow, up to the one with a mention or the first one that
-// has to be read by words. Returns the number of lines.
-//
-// nread  Mentions before; those on the lines are added.
-// next   Index of the mention.
-int skip_plain_mentions(Scanner& in, const Header& header, int u, std::size_t& nread, std::size_t next) {
-  const NumberLines lines = number_lines(in);
-  const auto most = std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u);
-  int nskipped = 0;
-  for (; nskipped < most && is_sound(lines.line(nskipped), lines.size(nskipped), u + nskipped, header);
-       ++nskipped) {
-    const int nnumbers = lines.size(nskipped) - head_of(header);
-    const auto nmentions = static_cast<std::size_t>(nnumbers / (header.edge_weights ? 2 : 1));
-    if (nread + nmentions > next) break;
-    nread += nmentions;
-  }
-  if (nskipped > 0) skip_lines(in, nskipped);
-  return nskipped;
-}
-
-// The places of mentions, by ascending indices from 0.
-std::vector<Place> find_mentions(Scanner& in, const Header& header, const std::vector<std::size_t>& indices) {
-  std::vector<Place> places;
-  skip_header(in);
-  begin_lines(in, {});
-  std::size_t nread = 0;
-  for (int u = 1; u <= header.nvertices && places.size() < indices.size();) {
-    if (const int nskipped = skip_plain_mentions(in, header, u, nread, indices[places.size()]);
-        nskipped > 0) {
-      u += nskipped;
-      continue;
-    }
-    skip_comments(in);
-    read_vertex_weights(in, header, u);
-    read_mentions(in, header, u, [&](int /*v*/, int /*w*/, std::size_t offset) {
-      if (places.size() < indices.size() && nread++ == indices[places.size()])
-        places.push_back(place_of(in, offset));
-    });
-    skip_line(in);
-    ++u;
-  }
-  return places;
-}
-
-// Sorts indices of mentions stably by one of their vertices.
-template <typename VertexOf>
-std::vector<std::size_t> sorted_by(const std::vector<std::size_t>& order, int nvertices, VertexOf vertex_of) {
-  std::vector<std::size_t> ends(static_cast<std::size_t>(nvertices) + 2, 0);
-  for (const std::size_t k : order) ++ends[static_cast<std::size_t>(vertex_of(k)) + 1];
-  for (std::size_t v = 1; v < ends.size(); ++v) ends[v] += ends[v - 1];
-  std::vector<std::size_t> sorted(order.size());
-  for (const std::size_t k : order) sorted[ends[static_cast<std::size_t>(vertex_of(k))]++] = k;
-  return sorted;
-}
-
-// An edge that is not named once by either end, or with two weights.
-struct BadEdge {
-  std::size_t first;    // index of its first mention
-  std::size_t mention;  // index of the one that messages point to
-  bool is_repeated;
-
-  [[nodiscard]] const char* rule() const { return is_repeated ? "repeated-edge" : "asymmetric-edge"; }
+// A bad edge, and the place of the mention that messages concern.
+struct PlacedEdge {
+  BadEdge edge;
+  Place place;  // line 0 if it was not found
 };
 
-// The mentions of an edge come in the order of the file: those by its smaller end first.
-std::optional<BadEdge> bad_edge_of(const std::vector<Mention>& mentions, std::span<const std::size_t> same) {
-  if (same.size() == 1) return BadEdge{same[0], same[0], false};
-  const Mention& there = mentions[same[0]];
-  const Mention& back = mentions[same[1]];
-  if (back.u == there.u) return BadEdge{same[0], same[1], true};
-  if (there.w != back.w) return BadEdge{same[0], same[1], false};
-  if (same.size() > 2) return BadEdge{same[0], same[2], true};
-  return std::nullopt;
+// Finds the places on the line of vertex u.
+//
+// edges  Those of the vertex, by direction and index.
+void find_places(Scanner& in, const Header& header, int u, std::span<PlacedEdge> edges) {
+  const auto middle = std::find_if(edges.begin(), edges.end(),
+                                   [](const PlacedEdge& placed) { return placed.edge.names_larger(); });
+  auto smaller = edges.begin();
+  auto larger = middle;
+  int nsmaller = 0;
+  int nlarger = 0;
+  read_vertex_weights(in, header, u);
+  read_mentions(in, header, u, [&](int v, int /*w*/, std::size_t offset) {
+    auto& next = v > u ? larger : smaller;
+    const int index = v > u ? nlarger++ : nsmaller++;
+    if (next == (v > u ? edges.end() : middle) || next->edge.index != index) return;
+    next->place = place_of(in, offset);
+    ++next;
+  });
 }
 
-std::string message_on(const std::vector<Mention>& mentions, const BadEdge& bad) {
-  const Mention& there = mentions[bad.first];
-  const Mention& mention = mentions[bad.mention];
-  const std::string found = "found vertex " + std::to_string(mention.v) + " on the line of vertex " +
-                            std::to_string(mention.u) + ", ";
-  if (bad.is_repeated) return found + "expected it there only once";
-  if (bad.first == bad.mention)
-    return found + "expected " + std::to_string(there.u) + " on the line of " + std::to_string(there.v) +
-           " too";
-  return found + "with weight " + std::to_string(mention.w) + ", expected " + std::to_string(there.w) +
-         " as on the line of " + std::to_string(there.u);
-}
-
-// The edges that are not named once by either end, in the order of their mentions: the first one, or all that
-// somebody listens for.
-std::vector<BadEdge> find_bad_edges(const Scanner& in, const std::vector<Mention>& mentions,
-                                    const std::vector<std::size_t>& order) {
-  std::vector<BadEdge> bad_edges;
-  for (std::size_t begin = 0, end = 0; begin < order.size(); begin = end) {
-    while (end < order.size() && edge_of(mentions[order[end]]) == edge_of(mentions[order[begin]])) ++end;
-    const std::optional<BadEdge> bad = bad_edge_of(mentions, std::span(order).subspan(begin, end - begin));
-    if (!bad) continue;
-    if (wants_text(in, bad->rule())) bad_edges.push_back(*bad);
-    if (in.listener == nullptr) break;
+// Skips lines before that of vertex `wanted`, from that of vertex u on. Returns their number.
+int skip_vertices(Scanner& in, int u, int wanted) {
+  if (const NumberLines lines = number_lines(in); lines.count > 0) {
+    const int count = std::min(lines.count, wanted - u);
+    skip_lines(in, count);
+    return count;
   }
-  std::sort(bad_edges.begin(), bad_edges.end(),
-            [](const BadEdge& a, const BadEdge& b) { return a.mention < b.mention; });
-  return bad_edges;
+  skip_comments(in);
+  skip_line(in);
+  return 1;
+}
+
+// Finds all places.
+//
+// edges  By vertex, direction and index.
+void find_places(Scanner& in, const Header& header, std::span<PlacedEdge> edges) {
+  skip_header(in);
+  begin_lines(in, {});
+  for (int u = 1; !edges.empty();) {
+    const int wanted = edges.front().edge.u;
+    while (u < wanted) u += skip_vertices(in, u, wanted);
+    std::size_t count = 0;
+    while (count < edges.size() && edges[count].edge.u == u) ++count;
+    skip_comments(in);
+    find_places(in, header, u, edges.first(count));
+    skip_line(in);
+    ++u;
+    edges = edges.subspan(count);
+  }
+}
+
+std::string message_on(const BadEdge& bad) {
+  const std::string found =
+      "found vertex " + std::to_string(bad.v) + " on the line of vertex " + std::to_string(bad.u) + ", ";
+  if (bad.kind == BadEdge::kRepeated) return found + "expected it there only once";
+  if (bad.kind == BadEdge::kOneSided)
+    return found + "expected " + std::to_string(bad.u) + " on the line of " + std::to_string(bad.v) + " too";
+  return found + "with weight " + std::to_string(bad.w) + ", expected " + std::to_string(bad.expected_w) +
+         " as on the line of " + std::to_string(bad.v);
+}
+
+// Finds the places of edges, and sorts them by these.
+std::vector<PlacedEdge> place_edges(Scanner& in, const Header& header, const std::vector<BadEdge>& edges) {
+  std::vector<PlacedEdge> placed;
+  placed.reserve(edges.size());
+  for (const BadEdge& edge : edges) placed.push_back({edge, {}});
+  std::sort(placed.begin(), placed.end(), [](const PlacedEdge& a, const PlacedEdge& b) {
+    const auto key = [](const BadEdge& edge) { return std::tuple(edge.u, edge.names_larger(), edge.index); };
+    return key(a.edge) < key(b.edge);
+  });
+  find_places(in, header, placed);
+  std::sort(placed.begin(), placed.end(), [](const PlacedEdge& a, const PlacedEdge& b) {
+    return std::pair(a.place.line, a.place.column) < std::pair(b.place.line, b.place.column);
+  });
+  return placed;
 }
 
 // Reads the file again to find which edges are not named once by either end, and where.
-void explain_edges(Scanner& in, const Header& header) {
+void explain_edges(Scanner& in, const NetLists& lists, const Header& header) {
   const std::unique_ptr<Scanner> again = read_again(in);
-  const std::vector<Mention> mentions = all_mentions(*again, header);
-  std::vector<std::size_t> order(mentions.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  order = sorted_by(order, header.nvertices, [&](std::size_t k) { return edge_of(mentions[k]).second; });
-  order = sorted_by(order, header.nvertices, [&](std::size_t k) { return edge_of(mentions[k]).first; });
-  const std::vector<BadEdge> bad_edges = find_bad_edges(in, mentions, order);
-  std::vector<std::size_t> indices;
-  indices.reserve(bad_edges.size());
-  for (const BadEdge& bad : bad_edges) indices.push_back(bad.mention);
-  const std::vector<Place> places = find_mentions(*read_again(*again), header, indices);
-  for (std::size_t k = 0; k < places.size(); ++k)  // fewer than there are edges if the file has changed
-    report(in, {bad_edges[k].rule(), Severity::kError, in.name, places[k].line, places[k].column,
-                message_on(mentions, bad_edges[k]), ""});
+  const std::size_t most = in.audit != nullptr ? in.audit->most_kept : lists.xnadj.size();
+  const auto order = in.listener == nullptr ? EdgeMatcher::Order::kEnds : EdgeMatcher::Order::kText;
+  EdgeMatcher matcher(lists, order, order == EdgeMatcher::Order::kEnds ? 1 : most);
+  match_lines(*again, header, matcher);
+  const EdgeFindings found = matcher.finish();
+  std::int64_t nasymmetric = found.nasymmetric;
+  std::int64_t nrepeated = found.nrepeated;
+  std::vector<PlacedEdge> edges;
+  if (!found.edges.empty()) edges = place_edges(*read_again(*again), header, found.edges);
+  for (const PlacedEdge& placed : edges) {
+    if (placed.place.line == 0) continue;  // the file has changed
+    --(placed.edge.kind == BadEdge::kRepeated ? nrepeated : nasymmetric);
+    report(in, {placed.edge.rule(), Severity::kError, in.name, placed.place.line, placed.place.column,
+                message_on(placed.edge), ""});
+  }
+  if (in.audit == nullptr) return;
+  in.audit->count("asymmetric-edge", nasymmetric);
+  in.audit->count("repeated-edge", nrepeated);
+  in.audit->parallel_nets = {found.nparallel, found.first_parallel};
 }
 
 void add_weighted_line(const NumberLines& lines, int k, int u, const Header& header, EdgeReader& edges) {
@@ -514,11 +518,13 @@ class PlainVertices {
 
 // Reads lines of the vertices after those read so far. Returns how many; 0 without effect if the next line
 // has to be read by words.
-int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, PlainVertices& vertices, int u) {
+int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges,
+                        PlainVertices& vertices, int u) {
   const NumberLines all = number_lines(in);
   const auto nwanted = std::min<std::int64_t>(all.count, std::int64_t{header.nvertices} + 1 - u);
   if (nwanted == 0) return 0;
   const NumberLines lines = part_of(all, 0, static_cast<int>(nwanted));
+  edges.make_room(lines, u, header);
   const int count = vertices.add(lines, u);
   const int weight = header.vertex_sizes ? 1 : 0;
   for (int k = 0; header.vertex_weights && k < count; ++k)
@@ -546,7 +552,7 @@ bool read_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReade
   bool sound = true;
   PlainVertices vertices(header, edges);
   for (int u = 1; u <= header.nvertices;) {
-    if (const int nread = read_plain_vertices(in, lists, header, vertices, u); nread > 0) {
+    if (const int nread = read_plain_vertices(in, lists, header, edges, vertices, u); nread > 0) {
       u += nread;
       continue;
     }
@@ -597,8 +603,10 @@ void read_metis(Scanner& in, NetLists& lists, const ReadOptions& /*options*/) {
   expect_comments(in, "the lines of " + counted_vertices(header));
   if (!sound) return;
   if (!edges.are_sound()) {
-    explain_edges(in, header);
+    explain_edges(in, lists, header);
     if (in.listener != nullptr) return;
+  } else if (in.audit != nullptr) {
+    in.audit->parallel_nets = Audit::ParallelNets{};
   }
   const std::size_t nedges = edges.nmentions() / 2;
   const bool is_corrected = in.audit != nullptr && in.audit->corrected.has_value();

@@ -15,6 +15,8 @@ namespace {
 
 using Cells = std::span<const int>;
 
+constexpr std::size_t kPinsOfACall = 2048;  // after so many, a look at them may be done in another way
+
 // Consecutive nets, for one thread.
 struct NetsOfPart {
   int first;
@@ -174,6 +176,19 @@ int audit_threads(const NetLists& lists) {
   const std::size_t most = kCellsPerPin * npins / (static_cast<std::size_t>(lists.ncells) + 1);
   return static_cast<int>(
       std::clamp<std::size_t>(std::min(most, npins / kFewPins), 1, static_cast<std::size_t>(threads())));
+}
+
+IsolatedCells find_isolated_cells(const NetLists& lists, int nthreads) {
+  if (!UsedCells::suit(lists)) return isolated_by_sorting(lists);
+  std::vector<UsedCells> used(static_cast<std::size_t>(nthreads), UsedCells(lists));
+  on_threads(nthreads, [&](int part) {
+    const auto k = static_cast<std::size_t>(part);
+    const std::size_t end = lists.nadj.size() * (k + 1) / used.size();
+    for (std::size_t pin = lists.nadj.size() * k / used.size(); pin < end; pin += kPinsOfACall)
+      used[k].add({lists.nadj.data() + pin, std::min(kPinsOfACall, end - pin)});
+  });
+  for (std::size_t k = 1; k < used.size(); ++k) used[0].add(used[k]);
+  return used[0].isolated();
 }
 
 NetAudit::NetAudit(const NetLists& lists, const std::vector<int>& damaged, std::size_t most_kept)

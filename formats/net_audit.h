@@ -53,6 +53,14 @@ struct NetFindings {
 /// @return  On how many threads `audit_nets` pays.
 int audit_threads(const NetLists& lists);
 
+/// Finds the cells that are on no net.
+///
+/// @param lists,nthreads  As for `audit_nets`.
+/// @par Cost              O(cells + pins) time; for each thread a bit per cell, or four bytes per pin if
+/// there
+///                        are far fewer pins than cells.
+IsolatedCells find_isolated_cells(const NetLists& lists, int nthreads);
+
 /// Looks at nets while they are read: their pins are still in the cache then, and other threads go on
 /// scanning the text. What it finds does not depend on how many nets were looked at when.
 class NetAudit {

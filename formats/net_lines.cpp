@@ -251,10 +251,8 @@ int count_for(const NumberLines& lines, std::int64_t next, std::int64_t last) {
 void make_room(NetLists& lists, std::size_t npins, int count) {
   const std::size_t needed = lists.nadj.size() + npins;
   if (needed <= lists.nadj.capacity()) return;
-  constexpr std::size_t kMostGrowth = 1024;
-  const std::uint64_t nread = lists.xnadj.size() - 1 + static_cast<std::uint64_t>(count);
-  const std::uint64_t expected = needed * (static_cast<std::uint64_t>(lists.nnets) + 1) / nread;
-  lists.nadj.reserve(std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed));
+  const auto nread = lists.xnadj.size() - 1 + static_cast<std::size_t>(count);
+  lists.nadj.reserve(room_for_all(needed, nread, static_cast<std::size_t>(lists.nnets) + 1));
 }
 
 // Skips lines before the next one that lint looks for: to a later block, or else within the current one.

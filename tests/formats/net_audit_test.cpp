@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <random>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -18,6 +17,7 @@
 #include "formats/on_threads.h"
 #include "formats/short_nets.h"
 #include "formats/threads.h"
+#include "tests/formats/dice.h"
 
 namespace quillon::formats {
 namespace {
@@ -25,17 +25,6 @@ namespace {
 using testing::Each;
 using testing::IsEmpty;
 using testing::ThrowsMessage;
-
-class Dice {
- public:
-  explicit Dice(unsigned seed) : engine_(seed) {}
-  int from_to(int least, int most) {
-    return least + static_cast<int>(engine_() % static_cast<unsigned>(most - least + 1));
-  }
-
- private:
-  std::mt19937 engine_;
-};
 
 using Nets = std::vector<std::vector<int>>;
 
@@ -120,7 +109,11 @@ TEST(AuditNets, AgreesWithSetsOnRandomNetsOnAnyNumberOfThreads) {
     const auto most_kept = static_cast<std::size_t>(dice.from_to(0, 1) == 0 ? 1000 : dice.from_to(0, 5));
     const NetFindings expected = findings_by_sets(nets, ncells, damaged, most_kept);
     constexpr int kThreads[] = {1, 2, 7};
-    expect_same(audit_nets(lists_of(nets, ncells), damaged, most_kept, kThreads[seed % 3]), expected);
+    const NetLists lists = lists_of(nets, ncells);
+    expect_same(audit_nets(lists, damaged, most_kept, kThreads[seed % 3]), expected);
+    const IsolatedCells isolated = find_isolated_cells(lists, kThreads[seed % 3]);
+    EXPECT_EQ(isolated.count, expected.isolated_cells.count);
+    EXPECT_EQ(isolated.first, expected.isolated_cells.first);
     if (HasFailure()) return;
   }
 }
@@ -245,9 +238,11 @@ TEST(AuditNets, CountsTheIsolatedOfVeryManyCells) {
   NetLists lists = lists_of({{1, 2}, {2, 5}, {2147483645, 3}}, 5);
   lists.ncells = 2147483645;
   lists.grow_slowly = true;
-  const IsolatedCells found = audit_nets(lists, {}, 9, 1).isolated_cells;
-  EXPECT_EQ(found.count, 2147483640);
-  EXPECT_EQ(found.first, 4);
+  for (const IsolatedCells& found :
+       {audit_nets(lists, {}, 9, 1).isolated_cells, find_isolated_cells(lists, 1)}) {
+    EXPECT_EQ(found.count, 2147483640);
+    EXPECT_EQ(found.first, 4);
+  }
 }
 
 // Each has memory of its own: a bit per cell, which a header can announce without a pin.

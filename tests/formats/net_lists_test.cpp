@@ -250,5 +250,12 @@ TEST(ToRecord, RefusesToFoldAHeavyNetWithoutPins) {
   EXPECT_EQ(record.h._clst, nullptr);
 }
 
+TEST(RoomForAll, IsThatOfTheWholeTextWithinAMultiple) {
+  EXPECT_EQ(room_for_all(160, 10, 100), 1700U);              // a sixteenth more than ten times as much
+  EXPECT_EQ(room_for_all(160, 100, 100), 320U);              // at least twice
+  EXPECT_EQ(room_for_all(160, 1, 2000000000), 1024U * 160);  // whatever is announced
+  EXPECT_EQ(room_for_all(0, 1, 100), 0U);
+}
+
 }  // namespace
 }  // namespace quillon::formats
