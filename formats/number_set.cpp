@@ -18,6 +18,31 @@ bool NumberSet::add_rarely(int number) {
   return true;
 }
 
+bool NumberSet::add_all(std::span<const int> numbers, int largest) {
+  if (static_cast<std::size_t>(largest) < by_number_.size() && others_.empty()) return add_bytes(numbers);
+  for (std::size_t k = 0; k < numbers.size(); ++k) {
+    if (add(numbers[k])) continue;
+    for (const int number : numbers.first(k)) remove(number);
+    return false;
+  }
+  return true;
+}
+
+bool NumberSet::add_bytes(std::span<const int> numbers) {
+  char* const bytes = by_number_.data();
+  for (std::size_t k = 0; k < numbers.size(); ++k) {
+    char& byte = bytes[numbers[k]];
+    if (byte == 0) {
+      byte = 1;
+      continue;
+    }
+    for (const int number : numbers.first(k)) bytes[number] = 0;
+    return false;
+  }
+  size_ += numbers.size();
+  return true;
+}
+
 void NumberSet::remove(int number) {
   --size_;
   if (others_.erase(number) == 0) by_number_[static_cast<std::size_t>(number)] = 0;

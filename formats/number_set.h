@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <set>
+#include <span>
 #include <vector>
 
 namespace quillon::formats {
@@ -30,6 +31,11 @@ class NumberSet {
     return true;
   }
 
+  /// Adds numbers up to `largest`.
+  ///
+  /// @return  False without effect if one of them is there, or occurs twice.
+  bool add_all(std::span<const int> numbers, int largest);
+
   /// @param number  One that is there.
   void remove(int number);
 
@@ -37,6 +43,7 @@ class NumberSet {
 
  private:
   bool add_rarely(int number);
+  bool add_bytes(std::span<const int> numbers);  // `add_all` of those that `by_number_` reaches
 
   std::vector<char> by_number_;
   std::set<int> others_;  // those beyond it when they were added

@@ -1,6 +1,7 @@
 #include "formats/part_vector.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <span>
@@ -12,6 +13,7 @@
 #include "formats/line_errors.h"
 #include "formats/lines.h"
 #include "formats/net_lists.h"
+#include "formats/number_set.h"
 #include "formats/part_readers.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
@@ -69,17 +71,66 @@ void end_line(Scanner& in) {
     put_back(in, rest);
 }
 
-// Marks cells as named. Returns false without effect if one of them already is.
-bool mark(std::span<const int> cells, std::vector<char>& named) {
-  for (std::size_t k = 0; k < cells.size(); ++k) {
-    char& is_named = named[static_cast<std::size_t>(cells[k])];
-    if (is_named == 0) {
-      is_named = 1;
-      continue;
-    }
-    for (const int cell : cells.first(k)) named[static_cast<std::size_t>(cell)] = 0;
-    return false;
+// Whether `lint` only counts errors of a rule.
+bool is_counted(const Scanner& in, const char* rule) { return !in.audit->wants(rule); }
+
+// Stores numbers of a range, the first of which stands for `from`. Others are counted; `instead` stands for
+// them.
+void store_counted(const Scanner& in, std::span<const int> numbers, const Range& range, int from, int instead,
+                   std::vector<int>& values) {
+  std::int64_t noutside = 0;
+  for (const int number : numbers) {
+    const bool is_inside = number >= range.min && number <= range.max;
+    values.push_back(is_inside ? number - range.min + from : instead);
+    if (is_inside) continue;
+    in.audit->add_outside(number);
+    ++noutside;
   }
+  if (noutside > 0) in.audit->count(range.rule, noutside);
+}
+
+// Reads the parts on the lines that begin here, any of which may be out of range if `lint` only counts that.
+// Returns false without effect if there are none, or too many.
+bool read_counted_parts(Scanner& in, std::size_t nwanted, const Range& range, int instead,
+                        std::vector<int>& parts) {
+  if (!is_counted(in, range.rule)) return false;
+  const auto numbers = plain_numbers(in, nwanted - parts.size(), 0, kAnyNumber);
+  if (numbers.empty()) return false;
+  store_counted(in, numbers, range, 0, instead, parts);
+  skip_all_lines(in);
+  return true;
+}
+
+// Marks the numbers of a range as named. Returns how many of them already are, or none without effect if
+// `lint` wants to know which.
+std::optional<int> mark_counted(const Scanner& in, std::span<const int> numbers, const Range& range,
+                                NumberSet& named) {
+  const auto is_inside = [&range](int number) { return number >= range.min && number <= range.max; };
+  const bool may_repeat = is_counted(in, "repeated-cell");
+  int nrepeated = 0;
+  for (std::size_t k = 0; k < numbers.size(); ++k) {
+    if (!is_inside(numbers[k]) || named.add(numbers[k])) continue;
+    ++nrepeated;
+    if (may_repeat) continue;
+    for (const int number : numbers.first(k))
+      if (is_inside(number)) named.remove(number);
+    return std::nullopt;
+  }
+  return nrepeated;
+}
+
+// As `read_counted_parts`, for a permutation.
+bool read_counted_cells(Scanner& in, std::size_t nwanted, const Range& range, NumberSet& named,
+                        std::vector<int>& order) {
+  const bool any = is_counted(in, range.rule);
+  const auto numbers =
+      plain_numbers(in, nwanted - order.size(), any ? 0 : range.min, any ? kAnyNumber : range.max);
+  if (numbers.empty()) return false;
+  const std::optional<int> nrepeated = mark_counted(in, numbers, range, named);
+  if (!nrepeated) return false;
+  if (*nrepeated > 0) in.audit->count("repeated-cell", *nrepeated);
+  store_counted(in, numbers, range, range.min, 0, order);
+  skip_all_lines(in);
   return true;
 }
 
@@ -119,6 +170,7 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
   std::vector<int> parts = list_of(in, ncells, 0);
   const auto meaning = [&] { return range + std::to_string(parts.size()); };
   bool has_part_0 = first == 1;
+  const Range numbered{first, last, {}, "part-out-of-range", "missing-part"};
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   while (parts.size() < nwanted) {
@@ -128,15 +180,13 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
       skip_all_lines(in);
       continue;
     }
+    if (in.audit != nullptr && read_counted_parts(in, nwanted, numbered, 0, parts)) continue;
     const Token token = next_token(in);
-    const std::optional<int> part = number_in(token, {first, last, {}});
+    const std::optional<int> part = number_in(token, numbered);
     if (!part) {
       const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
       const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
-      refuse_number(in, token, {first, last, {}, "part-out-of-range", "missing-part"}, meaning,
-                    is_large         ? kManyParts
-                    : is_last_from_1 ? kPartsFrom1
-                                     : "");
+      refuse_number(in, token, numbered, meaning, is_large ? kManyParts : is_last_from_1 ? kPartsFrom1 : "");
       if (token.text.empty()) return parts;
     }
     has_part_0 = has_part_0 || part == 0;
@@ -168,6 +218,7 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
       skip_all_lines(in);
       continue;
     }
+    if (in.audit != nullptr && read_counted_parts(in, nwanted, numbered, -1, parts)) continue;
     const Token token = next_token(in);
     const std::optional<int> part = number_in(token, numbered);
     if (!part && !number_in(token, {-1, -1, {}})) refuse_number(in, token, numbered, meaning);
@@ -215,21 +266,21 @@ std::vector<int> read_permutation(Scanner& in, int count, const std::string& ite
                       "cell-out-of-range", "missing-part"};
   std::vector<int> order = list_of(in, count, 0);
   const auto nwanted = static_cast<std::size_t>(count) + 1;
-  std::vector<char> named(nwanted, 0);
+  NumberSet named(in.audit == nullptr ? nwanted : 0);
   begin_lines(in, {.by_line = false});
   while (order.size() < nwanted) {
     const auto numbers = plain_numbers(in, nwanted - order.size(), 1, count);
-    if (!numbers.empty() && mark(numbers, named)) {
+    if (!numbers.empty() && named.add_all(numbers, count)) {
       order.insert(order.end(), numbers.begin(), numbers.end());
       skip_all_lines(in);
       continue;
     }
+    if (in.audit != nullptr && read_counted_cells(in, nwanted, allowed, named, order)) continue;
     const Token token = next_token(in);
     const int number = number_in(token, allowed).value_or(0);
     if (number == 0) refuse_number(in, token, allowed);
     if (token.text.empty()) return order;
-    if (number != 0 && std::exchange(named[static_cast<std::size_t>(number)], char{1}) != 0)
-      named_twice(in, token, order, number, item);
+    if (number != 0 && !named.add(number)) named_twice(in, token, order, number, item);
     order.push_back(number);
     end_line(in);
   }

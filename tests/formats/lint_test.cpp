@@ -1030,6 +1030,45 @@ TEST(Lint, ReportsMorePinsThanARecordCanHave) {
   EXPECT_EQ(rule_named("too-many-pins")->severity, Severity::kError);
 }
 
+// The errors of a file are counted alike by words and many at a time.
+TEST(LintCompanion, CountsTheSameHoweverManyFindingsItKeeps) {
+  const TempFolder folder;
+  std::mt19937 random(1);
+  LintResult hypergraph;
+  hypergraph.ncells = 300;
+  for (int k = 0; k < 300; ++k) {
+    const auto share = 1 + random() % 40;  // one number in so many is odd
+    const int nnumbers = 295 + static_cast<int>(random() % 10);
+    std::string text;
+    for (int i = 1; i <= nnumbers; ++i) {
+      const char* const odd[] = {"x", "-1", "0", "7", "300", "301", "99999999999", "1 1", "", "12"};
+      text += random() % share == 0 ? odd[random() % std::size(odd)] : std::to_string(k % 3 == 2 ? i : i % 4);
+      text += '\n';
+    }
+    SCOPED_TRACE(text);
+    const Companion kind = k % 3 == 0   ? Companion::kParts
+                           : k % 3 == 1 ? Companion::kFixed
+                                        : Companion::kPermutation;
+    const auto counts = [&](std::size_t most_kept) {
+      const LintResult result = lint_companion(folder.write("file", text), kind, hypergraph, 4, most_kept);
+      std::vector<std::pair<std::string_view, std::int64_t>> found;
+      for (const RuleCount& broken : result.counts) found.emplace_back(broken.rule->name, broken.count);
+      return found;
+    };
+    ASSERT_EQ(counts(1), counts(1000));
+  }
+}
+
+TEST(LintCompanion, NeedsNoMemoryForAPermutationThatAHeaderAnnounces) {
+  const TempFolder folder;
+  LintResult hypergraph;
+  hypergraph.ncells = 2000000000;
+  const std::string order = folder.write("order", "1\n2000000000\n2000000000\n");
+  const LintResult result = lint_companion(order, Companion::kPermutation, hypergraph);
+  EXPECT_EQ(result.count("repeated-cell"), 1);
+  EXPECT_EQ(result.count("missing-part"), 1);
+}
+
 // Of two billion cells and as many nets, three are named: one by a number far after the others.
 TEST(LintCompanion, NeedsNoMemoryForLabelsThatAHeaderAnnounces) {
   const TempFolder folder;

@@ -4,6 +4,7 @@
 
 #include <random>
 #include <set>
+#include <vector>
 
 namespace quillon::formats {
 namespace {
@@ -25,6 +26,18 @@ TEST(NumberSet, AgreesWithASetOfNumbersNearAndFar) {
       }
       ASSERT_EQ(numbers.size(), expected.size());
     }
+  }
+}
+
+TEST(NumberSet, AddsAllNumbersOrNone) {
+  for (const std::size_t nready : {0U, 10U}) {
+    NumberSet numbers(nready);
+    EXPECT_TRUE(numbers.add_all(std::vector<int>{3, 9, 1}, 9));
+    EXPECT_FALSE(numbers.add_all(std::vector<int>{4, 5, 9, 6}, 9));
+    EXPECT_FALSE(numbers.add_all(std::vector<int>{7, 8, 7}, 9));
+    EXPECT_EQ(numbers.size(), 3U);
+    for (int number = 0; number <= 9; ++number)
+      EXPECT_EQ(numbers.contains(number), number == 3 || number == 9 || number == 1) << number;
   }
 }
 
