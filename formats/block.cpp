@@ -304,9 +304,12 @@ bool scan_plain_entries(Block& block, const Extent& text, Mark& mark, Scanned& s
 }
 
 void scan_entries(Block& block, const Extent& text, const char* at, const LineShape& shape) {
-  constexpr int kSingle = 16;  // lines to scan one by one when one is not plain: more of them may follow
+  // Lines to scan one by one when one is not plain: more of them may follow, twice as many each time.
+  constexpr int kFewSingle = 16;
+  constexpr int kManySingle = 1024;
   const bool may_be_plain = shape.whole_values && shape.nvalues == 1;
   int nsingle = may_be_plain ? 0 : std::numeric_limits<int>::max();
+  int nnext_single = kFewSingle;
   Scanned scanned;
   int* const numbers = block.numbers.data();
   int* const starts = block.starts.data();
@@ -315,7 +318,9 @@ void scan_entries(Block& block, const Extent& text, const char* at, const LineSh
   Runs runs(block, mark);
   while (mark.line < text.end) {
     if (nsingle == 0) {
-      if (!scan_plain_entries(block, text, mark, scanned)) nsingle = kSingle;
+      const bool are_plain = scan_plain_entries(block, text, mark, scanned);
+      if (!are_plain) nsingle = nnext_single;
+      nnext_single = are_plain ? kFewSingle : std::min(2 * nnext_single, kManySingle);
       continue;
     }
     --nsingle;

@@ -22,6 +22,7 @@
 #include "formats/short_nets.h"
 #include "formats/text_writer.h"
 #include "hypergraph/detail/lists.h"
+#include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
 namespace {
@@ -84,6 +85,7 @@ void read_banner(Scanner& in, Header& header) {
 void skip_blank_lines(Scanner& in, bool comments) {
   while (!at_end(in)) {
     if (comments) skip_comments(in);
+    if (in.at < in.text.size() && !is_space(in.text[in.at])) return;  // nearly always
     const Token first = next_on_line(in);
     put_back(in, first);
     if (!first.text.empty()) return;
@@ -342,6 +344,7 @@ class DamagedEntries {
 
 // Reads lines up to the first one that has to be read by its words. Returns false if that is the next one.
 bool read_damaged_entries(Scanner& in, const NumberLines& lines, Entries& entries, const Header& header) {
+  if (lines.count == 0) return false;
   const auto nentries = static_cast<std::size_t>(header.nentries);
   int nread = 0;
   for (DamagedEntries damaged(in, lines, entries, header);
