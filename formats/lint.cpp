@@ -21,6 +21,7 @@
 #include "formats/lint_as.h"
 #include "formats/net_audit.h"
 #include "formats/notes.h"
+#include "formats/repetitions.h"
 #include "formats/source.h"
 
 namespace quillon::formats {
@@ -124,15 +125,14 @@ class Linter {
       prepare_second_read(*in_);
   }
 
-  static std::string read_text(const Scanner::Read& read) {
+  static Text read_text(const Scanner::Read& read) {
     constexpr std::size_t kPiece = std::size_t{1} << 20;
-    std::string text;
-    for (std::size_t size = 0;;) {
-      text.resize(size + kPiece);
-      const std::size_t length = read(text.data() + size, kPiece);
-      text.resize(size += length);
-      const std::string_view piece = std::string_view(text).substr(size - length);
-      if (length < kPiece || is_no_text(piece)) return text;
+    Text text;
+    while (true) {
+      char* const begin = text.extend(kPiece);
+      const std::string_view piece(begin, read(begin, kPiece));
+      text.cut(text.view().size() - (kPiece - piece.size()));
+      if (piece.size() < kPiece || is_no_text(piece)) return text;
     }
   }
 
@@ -295,11 +295,11 @@ class Linter {
       return std::nullopt;
     const auto [ncells, nnets, weights] = *audit_.announced;
     const std::int64_t nsurplus = nsurplus_ + audit_.nignored_lines;
-    if (is_complete_ && nsurplus == 0) return std::nullopt;
     const std::int64_t nlines = std::ssize(lists_.xnadj) - 2 + nsurplus;
+    if ((is_complete_ && nsurplus == 0) || ncells == nnets || nlines != ncells) return std::nullopt;
     const std::int64_t largest = std::max(cells_named().second, audit_.outside.largest);
     const std::int64_t last = nnets - 1 + audit_.first_cell;  // cell, if they are
-    if (ncells == nnets || nlines != ncells || largest > last) return std::nullopt;
+    if (largest > last) return std::nullopt;
     // Unless cells say more, lines may be missing as well.
     if (nlines < nnets && largest < last && audit_.outside.count == 0) return std::nullopt;
     return Finding{"swapped-header",
@@ -683,94 +683,6 @@ class Linter {
   std::unordered_map<std::string_view, std::size_t> npending_;  // by rule
 };
 
-// Calls visit(k) for each pin that is not damaged. Damaged ones ascend and count from 1.
-template <typename Visit>
-void for_each_sound(const PinList& pins, const std::vector<int>& damaged, Visit visit) {
-  auto next = damaged.begin();
-  for (std::size_t k = 0; 2 * k < pins.numbers.size(); ++k) {
-    if (next != damaged.end() && static_cast<std::size_t>(*next) == k + 1)
-      ++next;
-    else
-      visit(k);
-  }
-}
-
-using PinPairs = std::vector<std::pair<std::size_t, std::size_t>>;
-
-// Pairs of pins of which the second repeats the first. Without memory for nets and cells without pins.
-PinPairs find_repeated_by_sorting(const PinList& pins, const std::vector<int>& damaged) {
-  const auto key = [&](std::size_t k) {
-    const std::pair pin(pins.numbers[2 * k], pins.numbers[2 * k + 1]);
-    const bool is_mirror = pins.is_mirrored && pin.first < pin.second;
-    return is_mirror ? std::pair(pin.second, pin.first) : pin;
-  };
-  std::vector<std::size_t> order;
-  for_each_sound(pins, damaged, [&](std::size_t k) { order.push_back(k); });
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return std::pair(key(a), a) < std::pair(key(b), b); });
-  PinPairs repeated;
-  std::size_t first = 0;  // index of the first of equal pins
-  for (std::size_t k = 1; k < order.size(); ++k) {
-    if (key(order[k]) == key(order[first]))
-      repeated.emplace_back(order[first], order[k]);
-    else
-      first = k;
-  }
-  return repeated;
-}
-
-// As above, in linear time.
-PinPairs find_repeated_by_net(const PinList& pins, const std::vector<int>& damaged) {
-  const auto net_of = [&](std::size_t k) {
-    const int net = pins.numbers[2 * k];
-    return static_cast<std::size_t>(pins.is_mirrored ? std::max(net, pins.numbers[2 * k + 1]) : net);
-  };
-  const auto cell_of = [&](std::size_t k) {
-    const int cell = pins.numbers[2 * k + 1];
-    return static_cast<std::size_t>(pins.is_mirrored ? std::min(cell, pins.numbers[2 * k]) : cell);
-  };
-  std::vector<std::size_t> ends(static_cast<std::size_t>(pins.nnets) + 2);
-  for_each_sound(pins, damaged, [&](std::size_t k) { ++ends[net_of(k) + 1]; });
-  std::partial_sum(ends.begin(), ends.end(), ends.begin());
-  std::vector<std::size_t> by_net(ends.back());
-  for_each_sound(pins, damaged, [&](std::size_t k) { by_net[ends[net_of(k)]++] = k; });
-
-  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  std::vector<std::size_t> last(static_cast<std::size_t>(pins.is_mirrored ? pins.nnets : pins.ncells) + 1,
-                                kNone);
-  PinPairs repeated;
-  for (const std::size_t k : by_net) {
-    std::size_t& first = last[cell_of(k)];
-    if (first != kNone && net_of(first) == net_of(k))
-      repeated.emplace_back(first, k);
-    else
-      first = k;
-  }
-  return repeated;
-}
-
-// Pairs of pins of which the second repeats the first, by second.
-PinPairs find_repeated(const PinList& pins, const std::vector<int>& damaged, bool by_sorting) {
-  PinPairs repeated =
-      by_sorting ? find_repeated_by_sorting(pins, damaged) : find_repeated_by_net(pins, damaged);
-  std::sort(repeated.begin(), repeated.end(),
-            [](const auto& a, const auto& b) { return a.second < b.second; });
-  return repeated;
-}
-
-// Whether pins ascend by net and cell, or by cell and net, so that none is there twice.
-bool ascend(const PinList& pins) {
-  bool by_net = true;
-  bool by_cell = true;
-  for (std::size_t k = 2; k < pins.numbers.size(); k += 2) {
-    const std::int64_t net_step = std::int64_t{pins.numbers[k]} - pins.numbers[k - 2];
-    const std::int64_t cell_step = std::int64_t{pins.numbers[k + 1]} - pins.numbers[k - 1];
-    by_net = by_net && (net_step > 0 || (net_step == 0 && cell_step > 0));
-    by_cell = by_cell && (cell_step > 0 || (cell_step == 0 && net_step > 0));
-  }
-  return by_net || by_cell;
-}
-
 void Linter::add_pin_findings(const PinList& pins) {
   const bool is_matrix = result_.format->name == "mtx";
   const std::vector<int>& damaged = audit_.damaged;
@@ -779,7 +691,7 @@ void Linter::add_pin_findings(const PinList& pins) {
     if (pins.numbers[2 * k] < pins.numbers[2 * k + 1] && has_room_for("entry-above-diagonal"))
       add_pin("entry-above-diagonal", pins, k, "entry " + pin_name(pins, k) + " is above the diagonal");
   const bool is_half = pins.is_mirrored && store_.count_of("entry-above-diagonal") == 0 && pending_.empty();
-  if (ascend(pins) && (!pins.is_mirrored || is_half) && damaged.empty()) return;
+  if ((!pins.is_mirrored || is_half) && damaged.empty() && is_without_repetitions(pins)) return;
   const bool by_sorting = lists_.avoids(std::int64_t{pins.nnets} + pins.ncells, pins.numbers.size() / 2);
   for (const auto& [first, second] : find_repeated(pins, damaged, by_sorting)) {
     if (!has_room_for("repeated-entry")) continue;
