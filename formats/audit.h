@@ -83,14 +83,15 @@ class QUILLON_HIDDEN Audit {
   std::optional<Counts> announced;             ///< By the header, once it was read.
   std::optional<int> announced_pins;
   Place announced_pins_place;
-  std::int64_t nignored_lines = 0;  ///< With text after all that the header announces.
-  Place ignored_line;               ///< The text of the first of them.
-  bool reaches_last = false;        ///< The last row or column of a matrix is in an entry that is left out.
-  std::int64_t ncomments = 0;       ///< Comment lines.
-  Place comment;                    ///< The first of them.
-  std::optional<int> starts_from;   ///< Number to read as the first cell, whatever the format says.
-  std::optional<Counts> corrected;  ///< Counts to read instead of those of the header.
-  std::size_t most_kept = 0;        ///< Findings of each rule that may be wanted; the others are counted.
+  std::int64_t nignored_lines = 0;    ///< With text after all that the header announces.
+  Place ignored_line;                 ///< The text of the first of them.
+  bool ends_with_statistics = false;  ///< After all that the header announces, as our writer ends files.
+  bool reaches_last = false;          ///< The last row or column of a matrix is in an entry that is left out.
+  std::int64_t ncomments = 0;         ///< Comment lines.
+  Place comment;                      ///< The first of them.
+  std::optional<int> starts_from;     ///< Number to read as the first cell, whatever the format says.
+  std::optional<Counts> corrected;    ///< Counts to read instead of those of the header.
+  std::size_t most_kept = 0;          ///< Findings of each rule that may be wanted; the others are counted.
 
   /// Nets with the same cells as an earlier one.
   struct ParallelNets {

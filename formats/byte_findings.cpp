@@ -21,7 +21,7 @@ void add_line_end_findings(const ByteAudit& bytes, const TextTraits& text, Findi
   else if (bytes.crlf.count > 0)
     store.add(finding_at(text, "crlf", bytes.crlf.first, with_crlf), bytes.crlf.count);
   const bool is_cut_off = store.count_of("bad-compression") + store.count_of("cannot-read") > 0;
-  if (bytes.is_empty() || bytes.ends_with_newline() || is_cut_off) return;
+  if (bytes.is_empty() || bytes.ends_with_newline() || is_cut_off || text.needs_no_newline) return;
   const char* const message = "no newline after the last line";
   if (text.may_lose_last_line)
     store.add(finding_at(text, "lost-last-line", bytes.end(), message,

@@ -14,6 +14,7 @@ struct TextTraits {
   std::string file;                 ///< As messages name it.
   bool has_mark = false;            ///< It begins with a byte order mark, which is no part of it.
   bool may_lose_last_line = false;  ///< Readers of the library ignore a last line without a newline.
+  bool needs_no_newline = false;    ///< At the end of the last line.
 };
 
 /// Adds findings on a byte order mark, bytes of value 0, line ends and a missing last one.

@@ -416,8 +416,9 @@ class Linter {
 
   void add_byte_findings() {
     store_.drop("nul-byte");  // of a reader, that it ends with
-    formats::add_byte_findings(bytes_, {result_.file, has_mark_ && !is_json(), is_own() && is_complete_},
-                               store_);
+    const TextTraits traits{result_.file, has_mark_ && !is_json(), is_own() && is_complete_,
+                            audit_.ends_with_statistics};
+    formats::add_byte_findings(bytes_, traits, store_);
     if (!is_json() && bytes_.tab.count > 0)
       note("tab", bytes_.tab.first, counted(bytes_.tab.count, "tab") + ", the first is here", "",
            bytes_.tab.count);

@@ -201,15 +201,29 @@ void read_cell_weights(Scanner& in, NetLists& lists, int weights_per_cell) {
   lists.cell_weights.resize(wanted, 1);
 }
 
-// Lines after all that the header announces are not read.
+std::string_view rest_of_line(const Scanner& in) {
+  const std::string_view rest = in.text.substr(in.at);
+  return rest.substr(0, rest.find('\n'));
+}
+
+// Lines after all that the header announces are not read. The statistics that our writer appends are not
+// worth a word, nor is the newline that they lack.
 void note_ignored_lines(Scanner& in) {
   if (in.audit->is_locating()) return;
-  skip_comments(in);
-  for (; !at_end(in); skip_line(in), skip_comments(in)) {
+  bool are_statistics = false;
+  for (; !at_end(in); skip_line(in)) {
+    const std::string_view line = rest_of_line(in);
+    if (line.starts_with('%')) {
+      note_comment(in, in.at);
+      are_statistics = line == kStatisticsTitle;
+      continue;
+    }
+    are_statistics = are_statistics && line.find(" : ") != std::string_view::npos;
     const Token token = next_on_line(in);
-    if (!token.text.empty() && in.audit->nignored_lines++ == 0)
+    if (!are_statistics && !token.text.empty() && in.audit->nignored_lines++ == 0)
       in.audit->ignored_line = place_of(in, token.offset);
   }
+  in.audit->ends_with_statistics = are_statistics;
 }
 
 int weights_to_write(const Hypergraph& h, const WriteOptions& options) {

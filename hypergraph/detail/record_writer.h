@@ -53,10 +53,13 @@ void write_lines_of_100(std::FILE* ofp, int count, ValueOf value_of) {
   flush(printer, at);
 }
 
+/// First line of the block that `write_statistics` writes.
+inline constexpr char kStatisticsTitle[] = "% ------ Hypergraph info -------";
+
 /// Writes the block for people. Averages over no cells or no nets are the result of the division by zero.
 inline void write_statistics(const Hypergraph* h, std::FILE* ofp, const Extremes& degrees,
                              const Extremes& sizes) {
-  std::fprintf(ofp, "\n%% ------ Hypergraph info -------");
+  std::fprintf(ofp, "\n%s", kStatisticsTitle);
   std::fprintf(ofp, "\n #Cells           : %7d", h->_c);
   std::fprintf(ofp, "\n #Nets            : %7d", h->_n);
   std::fprintf(ofp, "\n #Pins            : %7d", h->_p);
