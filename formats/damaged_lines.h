@@ -92,6 +92,11 @@ class DamagedLines {
   /// @return         False if it is no number of the range, which is counted.
   bool convert(const Token& token, const Range& range, int& number, bool is_cell);
 
+  /// Skips the next word of the line, if there is one.
+  void skip() {
+    if (number_ != end_ && *number_++ < 0) ++odd_;
+  }
+
   /// Counts an error of the line.
   ///
   /// @param rule  A literal.

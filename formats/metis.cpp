@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/audit.h"
+#include "formats/damaged_lines.h"
 #include "formats/edge_matcher.h"
 #include "formats/graph.h"
 #include "formats/line_errors.h"
@@ -232,7 +233,7 @@ class EdgeReader {
 
   void add(int v, int w) {
     line_.push_back(v);
-    sum_.add(u_, v, w);
+    if (is_checking_) sum_.add(u_, v, w);
     ++nmentions_;
     if (u_ > v) return;
     int* const pins = lists_.nadj.extend(2);
@@ -252,15 +253,18 @@ class EdgeReader {
     const MentionsLook look = look_at_mentions(*mentions, lists_.ncells);
     if (!look.sound) return false;
     check_pins(lists_.nadj.size() + 2 * look.nforward);
-    sum_.add(*mentions);
+    if (is_checking_) sum_.add(*mentions);
     nmentions_ += mentions->count;
     store_forward(*mentions, lists_.nadj.extend(2 * look.nforward), look.nforward);
     const int before = lists_.xnadj.back();
     int* const ends = lists_.xnadj.extend(look.nforward);
     for (std::size_t k = 0; k < look.nforward; ++k) ends[k] = before + 2 * (static_cast<int>(k) + 1);
-    if (!look.ascending) find_repetitions(*mentions);
+    if (!look.ascending && is_checking_) find_repetitions(*mentions);
     return true;
   }
+
+  // Edges of the other lines are only stored, as `are_sound` does not matter if a line has an error.
+  void stop_checking() { is_checking_ = false; }
 
   [[nodiscard]] bool are_sound() const { return sum_.is_zero() && !has_repetitions_; }
 
@@ -269,7 +273,7 @@ class EdgeReader {
  private:
   // end  Of the array that the line is in.
   void find_repetitions(std::span<const int> line, int u, const int* end) {
-    if (has_repetitions_) return;
+    if (has_repetitions_ || !is_checking_) return;
     if (line.size() <= kShortNet)
       has_repetitions_ = repeated_pins(line, end) != 0;
     else if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) != line.end())
@@ -301,6 +305,7 @@ class EdgeReader {
   int u_ = 0;
   std::vector<int> line_;      // the vertices that u_ names
   std::vector<int> named_by_;  // by vertex: the last one that names it, on a line that is not ascending
+  bool is_checking_ = true;
   bool has_repetitions_ = false;
   MirrorSum sum_;
   MentionLists mentions_;
@@ -496,9 +501,10 @@ class PlainVertices {
     return nadded;
   }
 
+  static constexpr int kFew = 8;  // lines after one with an error: it may not be the last
+
  private:
   static constexpr int kMany = 256;  // lines: their numbers stay in the first-level cache
-  static constexpr int kFew = 8;     // after one with an error: it may not be the last
 
   int add_some(const NumberLines& lines, int u) {
     if (!header_.edge_weights && edges_.add_lines(lines, u)) return lines.count;
@@ -533,6 +539,106 @@ int read_plain_vertices(Scanner& in, NetLists& lists, const Header& header, Edge
   return count;
 }
 
+// Reads lines with errors that lint only counts.
+class DamagedVertices {
+ public:
+  DamagedVertices(const Scanner& in, const NumberLines& lines, NetLists& lists, const Header& header,
+                  EdgeReader& edges)
+      : in_(in),
+        lists_(lists),
+        header_(header),
+        edges_(edges),
+        vertices_{header.first, header.nvertices - 1 + header.first, {}, "cell-out-of-range"},
+        lines_(in, lines) {}
+
+  // Reads the line of vertex u. Returns false without effect if lint wants the text of an error.
+  bool read(int line, int u) {
+    lines_.enter(line);
+    weight_ = 1;
+    mentions_.clear();
+    is_sound_ = read_weights() && read_mentions(u);
+    if (!lines_.end_line()) return false;
+    if (!is_sound_) edges_.stop_checking();
+    if (header_.vertex_weights) lists_.cell_weights.push_back(weight_);
+    edges_.begin_line(u);
+    for (const auto& [v, w] : mentions_) edges_.add(v, w);
+    edges_.end_line();
+    if (!is_sound_) note_damage(in_, u);
+    return true;
+  }
+
+  // Whether the line read last has no error.
+  [[nodiscard]] bool is_sound() const { return is_sound_; }
+
+ private:
+  bool read_weights() {
+    const int first = header_.vertex_sizes ? 1 : 0;
+    for (int k = 0; k < head_of(header_); ++k) {
+      int weight = 0;
+      if (!lines_.next(weights_, weight)) return false;
+      if (k == first) weight_ = weight;
+    }
+    return true;
+  }
+
+  // Up to an edge without a weight. Returns whether there was no error.
+  bool read_mentions(int u) {
+    bool is_sound = true;
+    while (lines_.nleft() > 0) {
+      int number = 0;
+      const bool is_vertex = lines_.next_cell(vertices_, number);
+      const int v = number + 1 - header_.first;
+      const bool is_loop = is_vertex && v == u;
+      if (is_loop) lines_.add("self-loop");
+      if (!is_vertex || is_loop) {
+        is_sound = false;
+        if (header_.edge_weights) lines_.skip();
+        continue;
+      }
+      int w = 1;
+      if (header_.edge_weights && !lines_.next(weights_, w)) return false;
+      mentions_.emplace_back(v, w);
+    }
+    return is_sound;
+  }
+
+  const Scanner& in_;
+  NetLists& lists_;
+  const Header& header_;
+  EdgeReader& edges_;
+  const Range vertices_;
+  const Range weights_ = any_weight();
+  DamagedLines lines_;
+  int weight_ = 1;
+  std::vector<std::pair<int, int>> mentions_;  // vertices and weights
+  bool is_sound_ = true;
+};
+
+// Reads lines of vertices by arrays, plain ones or odd ones, if lint only counts their errors. Returns how
+// many; 0 without effect if the next line has to be read by words.
+//
+// sound  Gets false if any has an error.
+int read_damaged_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u,
+                          bool& sound) {
+  if (!may_count_errors(in)) return 0;
+  NumberLines lines = number_lines(in);
+  const bool are_plain = lines.count > 0;
+  if (!are_plain) lines = odd_lines(in);
+  if (lists.nadj.size() + 2 * static_cast<std::size_t>(lines.nnumbers) > kMostPins) return 0;
+  const auto most = std::min<std::int64_t>(lines.count, std::int64_t{header.nvertices} + 1 - u);
+  edges.make_room(lines, u, header);
+  int nread = 0;
+  int nsound = 0;  // in a row
+  DamagedVertices vertices(in, lines, lists, header, edges);
+  while (nread < most && !(are_plain && nsound == PlainVertices::kFew) && vertices.read(nread, u + nread)) {
+    nsound = vertices.is_sound() ? nsound + 1 : 0;
+    sound = sound && vertices.is_sound();
+    ++nread;
+  }
+  if (nread > 0) skip_lines(in, nread);
+  return nread;
+}
+
 // Returns whether there was no error.
 bool read_vertex(Scanner& in, NetLists& lists, const Header& header, EdgeReader& edges, int u) {
   locate(in, {Item::kNet, u, Item::kLine}, in.at);
@@ -556,12 +662,17 @@ bool read_vertices(Scanner& in, NetLists& lists, const Header& header, EdgeReade
       u += nread;
       continue;
     }
+    if (const int nread = read_damaged_vertices(in, lists, header, edges, u, sound); nread > 0) {
+      u += nread;
+      continue;
+    }
     if (!skip_to_line(in))
       unexpected(in, {{}, in.at}, "missing-line", "the line of " + vertex_name(u, header));
     const bool is_skipped = skips_net(in, u);
     if (is_skipped) skip_line(in);
     if (is_skipped || !read_line(in, [&] { return read_vertex(in, lists, header, edges, u); })) {
       sound = false;
+      edges.stop_checking();
       note_damage(in, u);
     }
     ++u;
