@@ -320,6 +320,8 @@ class Linter {
     if (result_.format->name == "hmetis")
       return is_complete_ && (audit_.announced->weights & 1) != 0 &&
              store_.count_of("trailing-text") + store_.count_of("cell-out-of-range") > 0;
+    if (is_graph() && bytes_.end().line <= static_cast<std::size_t>(audit_.announced->nnets))
+      return false;  // too few lines for so many vertices after the header
     return (result_.format->name == "kub" || is_graph()) && store_.has_errors();
   }
 
