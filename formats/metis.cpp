@@ -263,7 +263,7 @@ class EdgeReader {
     return true;
   }
 
-  // Edges of the other lines are only stored, as `are_sound` does not matter if a line has an error.
+  // From now on edges are only stored: there is an error already.
   void stop_checking() { is_checking_ = false; }
 
   [[nodiscard]] bool are_sound() const { return sum_.is_zero() && !has_repetitions_; }
@@ -273,11 +273,12 @@ class EdgeReader {
  private:
   // end  Of the array that the line is in.
   void find_repetitions(std::span<const int> line, int u, const int* end) {
-    if (has_repetitions_ || !is_checking_) return;
+    if (!is_checking_) return;
     if (line.size() <= kShortNet)
       has_repetitions_ = repeated_pins(line, end) != 0;
     else if (std::adjacent_find(line.begin(), line.end(), std::greater_equal<>()) != line.end())
       has_repetitions_ = has_repetition(line, u);
+    if (has_repetitions_) stop_checking();
   }
 
   bool has_repetition(std::span<const int> line, int u) {
@@ -293,7 +294,7 @@ class EdgeReader {
   }
 
   void find_repetitions(const Mentions& mentions) {
-    for (std::size_t begin = 0, end = 0; begin < mentions.count && !has_repetitions_; begin = end) {
+    for (std::size_t begin = 0, end = 0; begin < mentions.count && is_checking_; begin = end) {
       const int u = mentions.from[begin];
       while (mentions.from[end] == u) ++end;
       find_repetitions({mentions.to + begin, end - begin}, u, mentions.to + mentions.count + kSpareNumbers);
