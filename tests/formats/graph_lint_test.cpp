@@ -182,6 +182,47 @@ TEST(LintGraphs, FindsTheEdgesThatATwinFinds) {
   }
 }
 
+// Lines of random words, most of them with errors.
+std::string random_lines(Dice& dice, int nvertices) {
+  const std::vector<std::string> words{"1", "2", "3", "4", "7", "0", "-1", "x", "0000000002", "99999999999"};
+  std::string text;
+  for (int u = 1; u <= nvertices; ++u) {
+    if (dice.from_to(0, 19) == 0) text += "% between lines\n";
+    const int nplain = dice.from_to(0, 2) == 0 ? static_cast<int>(words.size()) : dice.from_to(3, 5);
+    for (int k = dice.from_to(0, 6); k > 0; --k)
+      text += words[static_cast<std::size_t>(dice.from_to(0, nplain - 1))] + " ";
+    text += '\n';
+  }
+  return text;
+}
+
+std::map<std::string, std::int64_t> counts_of(const LintResult& result) {
+  std::map<std::string, std::int64_t> counts;
+  for (const RuleCount& broken : result.counts) counts[std::string(broken.rule->name)] = broken.count;
+  return counts;
+}
+
+// Those that are kept are read by words, those that are only counted by arrays.
+TEST(LintGraphs, CountsErrorsThatItDoesNotKeep) {
+  for (unsigned seed = 1; seed <= 400; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    Dice dice(seed);
+    const int nvertices = dice.from_to(1, 90);
+    const char* const formats[] = {"", " 1", " 10", " 11", " 110", " 11 2"};
+    const std::string text =
+        std::to_string(nvertices) + " 9" + formats[seed % 6] + "\n" + random_lines(dice, nvertices);
+    LintOptions options;
+    options.most_kept = 1000;
+    const LintResult all = lint_text("metis", text, options);
+    options.most_kept = static_cast<std::size_t>(dice.from_to(0, 3));
+    const LintResult few = lint_text("metis", text, options);
+
+    EXPECT_EQ(counts_of(few), counts_of(all));
+    EXPECT_EQ(few.cell_weights, all.cell_weights);
+    if (HasFailure()) return;
+  }
+}
+
 TEST(ReadMetis, RefusesTheFirstBadEdgeByItsEnds) {
   for (unsigned seed = 1; seed <= 500; ++seed) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
