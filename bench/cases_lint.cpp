@@ -13,8 +13,8 @@
 namespace quillon::bench {
 namespace {
 
-// What is wrong with each net line, or with each entry of a matrix.
-enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin, kWord, kWordInMatrix };
+// What is wrong with each net line, each entry of a matrix, or each incidence of a JSON document.
+enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin, kWord, kWordInMatrix, kWeightInQuotes };
 
 void write_bad_matrix(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
@@ -22,6 +22,23 @@ void write_bad_matrix(const Hypergraph& h, const std::string& path, Mistake mist
   const char* const line = mistake == Mistake::kNone ? "%d %d\n" : "%d x%d\n";
   for (int j = 1; j <= h._n; ++j)
     for (const int i : pins_of(h._nlst[j])) std::fprintf(file, line, j, i);
+  ufclose(file);
+}
+
+void write_bad_document(const Hypergraph& h, const std::string& path, Mistake mistake) {
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
+  const char* const incidence = mistake == Mistake::kNone ? R"({"edge":%d,"node":%d,"weight":1})"
+                                                          : R"({"edge":%d,"node":%d,"weight":"1"})";
+  std::fputs("{\"incidences\":[", file);
+  const char* separator = "\n";
+  for (int j = 1; j <= h._n; ++j) {
+    for (const int i : pins_of(h._nlst[j])) {
+      std::fputs(separator, file);
+      std::fprintf(file, incidence, j, i);
+      separator = ",\n";
+    }
+  }
+  std::fputs("]}\n", file);
   ufclose(file);
 }
 
@@ -44,6 +61,7 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   if (mistake == Mistake::kRepeatedPin && result.count("duplicate-pin") < nnets) return "the repeated pins";
   if (mistake == Mistake::kWord && result.count("not-a-number") != nnets) return "the words";
   if (mistake == Mistake::kWordInMatrix && result.count("not-a-number") != h._p) return "the words";
+  if (mistake == Mistake::kWeightInQuotes && result.count("bad-json-value") != h._p) return "the weights";
   const bool is_sound = mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin;
   return is_sound && result.count(formats::Severity::kError) > 0 ? "no errors" : "";
 }
@@ -52,6 +70,8 @@ struct Subject {
   const char* name;
   Mistake mistake;
   int nthreads;
+  const char* format = "hmetis";
+  void (*write)(const Hypergraph& h, const std::string& path, Mistake mistake) = write_bad_file;
 };
 
 // Against the importer on the file without mistakes, on as many threads.
@@ -59,12 +79,10 @@ void run_lint(benchmark::State& state, Input& input, const Options& options, con
   const Hypergraph& h = input.record();
   const std::string clean = options.folder + "/clean";
   const std::string bad = options.folder + "/bad";
-  const bool is_matrix = subject.mistake == Mistake::kWordInMatrix;
-  const auto write = is_matrix ? write_bad_matrix : write_bad_file;
-  write(h, clean, Mistake::kNone);
-  write(h, bad, subject.mistake);
+  subject.write(h, clean, Mistake::kNone);
+  subject.write(h, bad, subject.mistake);
   formats::LintOptions lint_options;
-  lint_options.format = formats::format_named(is_matrix ? "mtx" : "hmetis");
+  lint_options.format = formats::format_named(subject.format);
   formats::set_threads(subject.nthreads);
   formats::NetLists lists;
   formats::LintResult result;
@@ -95,7 +113,8 @@ void add_lint(Input& input, const Options& options) {
       {"lint_error_per_line", Mistake::kCellOutOfRange, 1},
       {"lint_warning_per_line", Mistake::kRepeatedPin, 1},
       {"lint_word_per_line", Mistake::kWord, 1},
-      {"lint_word_per_entry", Mistake::kWordInMatrix, 1},
+      {"lint_word_per_entry", Mistake::kWordInMatrix, 1, "mtx", write_bad_matrix},
+      {"lint_weight_per_incidence", Mistake::kWeightInQuotes, 1, "hif", write_bad_document},
   };
   for (const Subject& subject : kSubjects)
     add_benchmark(
