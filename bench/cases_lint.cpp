@@ -13,8 +13,19 @@
 namespace quillon::bench {
 namespace {
 
-// What is wrong with each net line, each entry of a matrix, or each incidence of a JSON document.
-enum class Mistake { kNone, kCellOutOfRange, kRepeatedPin, kWord, kWordInMatrix, kWeightInQuotes };
+// What is wrong with each net line, each entry of a matrix, each incidence of a JSON document, each cell
+// weight or each line of a graph.
+enum class Mistake {
+  kNone,
+  kCellOutOfRange,
+  kRepeatedPin,
+  kWord,
+  kWordInMatrix,
+  kWeightInQuotes,
+  kTextAfterWeight,
+  kRepeatedEdge,
+  kAsymmetricEdge
+};
 
 void write_bad_matrix(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
@@ -55,6 +66,34 @@ void write_bad_file(const Hypergraph& h, const std::string& path, Mistake mistak
   ufclose(file);
 }
 
+void write_weights(const Hypergraph& h, const std::string& path, Mistake mistake) {
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
+  std::fprintf(file, "0 %d 10\n", h._c);
+  const char* const line = mistake == Mistake::kTextAfterWeight ? "%d x\n" : "%d\n";
+  for (int i = 1; i <= h._c; ++i) std::fprintf(file, line, 1 + i % 1000);
+  ufclose(file);
+}
+
+// An edge that no vertex names otherwise.
+constexpr int kOddStep = 100;
+
+// Vertices joined with those at a few distances, as many as there are cells.
+void write_lattice(const Hypergraph& h, const std::string& path, Mistake mistake) {
+  constexpr int kSteps[] = {-200, -50, -7, -1, 1, 7, 50, 200};
+  std::int64_t nedges = 0;
+  for (const int step : kSteps) nedges += step > 0 ? h._c - step : 0;
+  std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
+  std::fprintf(file, "%d %lld\n", h._c, static_cast<long long>(nedges));
+  for (int u = 1; u <= h._c; ++u) {
+    for (const int step : kSteps)
+      if (u + step >= 1 && u + step <= h._c) std::fprintf(file, "%d ", u + step);
+    if (mistake == Mistake::kRepeatedEdge) std::fprintf(file, "%d", u == 1 ? 2 : u - 1);
+    if (mistake == Mistake::kAsymmetricEdge && u + kOddStep <= h._c) std::fprintf(file, "%d", u + kOddStep);
+    std::fputc('\n', file);
+  }
+  ufclose(file);
+}
+
 std::string difference_of(const formats::LintResult& result, const Hypergraph& h, Mistake mistake) {
   const auto nnets = static_cast<std::int64_t>(h._n);
   if (mistake == Mistake::kCellOutOfRange && result.count("cell-out-of-range") != nnets) return "the errors";
@@ -62,6 +101,12 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   if (mistake == Mistake::kWord && result.count("not-a-number") != nnets) return "the words";
   if (mistake == Mistake::kWordInMatrix && result.count("not-a-number") != h._p) return "the words";
   if (mistake == Mistake::kWeightInQuotes && result.count("bad-json-value") != h._p) return "the weights";
+  const std::int64_t ncells = h._c;
+  if (mistake == Mistake::kTextAfterWeight && result.count("trailing-text") != ncells) return "the texts";
+  if (mistake == Mistake::kRepeatedEdge && result.count("repeated-edge") != ncells - 1)
+    return "the repeated edges";  // vertices 1 and 2 repeat the same one
+  if (mistake == Mistake::kAsymmetricEdge && result.count("asymmetric-edge") != ncells - kOddStep)
+    return "the asymmetric edges";
   const bool is_sound = mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin;
   return is_sound && result.count(formats::Severity::kError) > 0 ? "no errors" : "";
 }
@@ -115,6 +160,11 @@ void add_lint(Input& input, const Options& options) {
       {"lint_word_per_line", Mistake::kWord, 1},
       {"lint_word_per_entry", Mistake::kWordInMatrix, 1, "mtx", write_bad_matrix},
       {"lint_weight_per_incidence", Mistake::kWeightInQuotes, 1, "hif", write_bad_document},
+      {"lint_clean_weights", Mistake::kNone, 1, "hmetis", write_weights},
+      {"lint_text_per_weight", Mistake::kTextAfterWeight, 1, "hmetis", write_weights},
+      {"lint_clean_graph", Mistake::kNone, 1, "metis", write_lattice},
+      {"lint_repeated_edge_per_line", Mistake::kRepeatedEdge, 1, "metis", write_lattice},
+      {"lint_asymmetric_edge_per_line", Mistake::kAsymmetricEdge, 1, "metis", write_lattice},
   };
   for (const Subject& subject : kSubjects)
     add_benchmark(
