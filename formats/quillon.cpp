@@ -43,6 +43,15 @@ void read_format(const Scanner& in, const Token& token, Header& header) {
   header.net_weights = (fmt & 2) != 0;
 }
 
+// Text after the last number of a line.
+void note_ignored_text(Scanner& in, const char* reason = "it is no number") {
+  if (in.audit == nullptr) return;
+  const Token token = next_on_line(in);
+  if (!token.text.empty())
+    note_oddity_at(in, token.offset, "ignored-text",
+                   [&] { return "text from " + shown(in, token) + " on is ignored: " + reason; });
+}
+
 Header read_header(Scanner& in, NetLists& lists) {
   skip_comments(in);
   Header header;
@@ -57,13 +66,14 @@ Header read_header(Scanner& in, NetLists& lists) {
   header.npins = as_number(in, npins, count_range("the number of pins"));
   header.npins_place = place_of(in, npins.offset);
 
-  if (const std::optional<Token> fmt = next_integer(in)) {
-    read_format(in, *fmt, header);
-    if (const std::optional<Token> count = next_integer(in))
-      header.weights_per_cell = as_number(
-          in, *count,
-          {1, std::numeric_limits<int>::max(), "the number of weights per cell, from 1", "bad-count"});
-  }
+  const std::optional<Token> fmt = next_integer(in);
+  if (fmt) read_format(in, *fmt, header);
+  const std::optional<Token> count = fmt ? next_integer(in) : std::nullopt;
+  if (count)
+    header.weights_per_cell = as_number(
+        in, *count,
+        {1, std::numeric_limits<int>::max(), "the number of weights per cell, from 1", "bad-count"});
+  note_ignored_text(in, count.has_value() ? "a header has at most six numbers" : "it is no number");
   skip_line(in);
   const Counts counts =
       settled_counts(in, {lists.ncells, nnets, (header.cell_weights ? 1 : 0) + (header.net_weights ? 2 : 0)});
@@ -90,15 +100,6 @@ const char* hint_on_format(const Header& header) {
   return header.cell_weights && !header.net_weights
              ? "format 1 means cell weights here, and net weights in hMETIS; those are 2 here"
              : "";
-}
-
-// Text after the last number of a net line.
-void note_ignored_text(Scanner& in) {
-  if (in.audit == nullptr) return;
-  const Token token = next_on_line(in);
-  if (!token.text.empty())
-    note_oddity_at(in, token.offset, "ignored-text",
-                   [&] { return "text from " + shown(in, token) + " on is ignored: it is no number"; });
 }
 
 // Returns whether the net can be kept, perhaps without some of its pins.

@@ -180,7 +180,7 @@ std::vector<Rule> make_rule_table() {
       {"missing-weights", kWarning, "the file ends before the weights of all cells"sv,
        "The missing ones are 1. The file may be cut off."sv,
        "Add the weights, or correct the weight format."sv, "quillon", "1 2 1 2 1\n1 2\n5\n"sv},
-      {"ignored-text", kWarning, "text after the last number of a net is ignored"sv,
+      {"ignored-text", kWarning, "text after the last number of a line is ignored"sv,
        "A number after it is ignored too."sv, "Remove the text, or put it into a comment line."sv, "quillon",
        "1 3 1 2\n1 2 x 3\n"sv},
       {"ignored-lines", kWarning, "lines after all that the header announces are not read"sv,
