@@ -5,11 +5,13 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <random>
 #include <span>
 #include <utility>
 
 #include "formats/on_threads.h"
+#include "formats/short_nets.h"
 #include "util/mix.h"
 
 namespace quillon::formats {
@@ -89,6 +91,30 @@ class FewPrints {
   std::vector<std::uint64_t> words_;
 };
 
+// The cells of a short net as from `sorted_set`, without a request for memory.
+class ShortSet {
+ public:
+  explicit ShortSet(Cells cells) : end_(std::copy(cells.begin(), cells.end(), cells_.begin())) {
+    std::sort(cells_.begin(), end_);
+    end_ = std::unique(cells_.begin(), end_);
+  }
+  ShortSet(const ShortSet&) = delete;
+  ShortSet& operator=(const ShortSet&) = delete;
+
+  [[nodiscard]] Cells cells() const { return {cells_.data(), end_}; }
+
+ private:
+  std::array<int, kShortNet> cells_;
+  std::array<int, kShortNet>::iterator end_;
+};
+
+// Two nets of one fingerprint, the first of it and another.
+struct Candidate {
+  std::uint64_t print;
+  int first;
+  int net;
+};
+
 // Finds nets with the same cells, bucket by bucket.
 class ParallelNets {
  public:
@@ -122,23 +148,88 @@ class ParallelNets {
     return suspects;
   }
 
-  // Those with the given fingerprints, by fingerprint and net.
+  // Those with the given fingerprints, by net. If there are many fingerprints, perhaps others too.
   [[nodiscard]] std::vector<Entry> entries_like(std::size_t bucket,
                                                 std::span<const std::uint64_t> suspects) const {
+    constexpr std::size_t kMany = 256;  // for the bits of FewPrints
     const FewPrints prints(suspects);
+    const bool takes_all = suspects.size() > kMany;
     std::vector<Entry> entries;
     for_each_in(bucket, [&](std::span<const Entry> some) {
       for (const Entry& entry : some)
-        if (prints.have(entry.print())) entries.push_back(entry);
+        if (takes_all || prints.have(entry.print())) entries.push_back(entry);
     });
-    std::sort(entries.begin(), entries.end());
     return entries;
   }
 
   void compare(std::span<const Entry> entries) {
-    for (std::size_t begin = 0, end = 0; begin < entries.size(); begin = end) {
-      while (end < entries.size() && entries[end].print() == entries[begin].print()) ++end;
-      compare_like(entries.subspan(begin, end - begin));
+    list_candidates(entries);
+    const std::vector<std::uint64_t> odd = prints_of_others();
+    for (const Candidate& candidate : candidates_)
+      if (!have(odd, candidate.print)) [[likely]]
+        found.push_back({candidate.net, candidate.first});
+    if (!odd.empty()) compare_all(entries, odd);
+  }
+
+  static bool have(const std::vector<std::uint64_t>& prints, std::uint64_t print) {
+    return !prints.empty() && std::binary_search(prints.begin(), prints.end(), print);
+  }
+
+  // Nets that are not the first of their fingerprint.
+  void list_candidates(std::span<const Entry> entries) {
+    const int nbits = static_cast<int>(std::bit_width(entries.size())) + 1;
+    firsts_.assign(std::size_t{1} << nbits, 0);
+    candidates_.clear();
+    for (std::size_t k = 0; k < entries.size(); ++k) {
+      const std::uint64_t print = entries[k].print();
+      std::size_t slot = mixed(secret_ ^ print) >> (64 - nbits);
+      while (firsts_[slot] != 0 && entries[firsts_[slot] - 1].print() != print)
+        slot = (slot + 1) & (firsts_.size() - 1);
+      if (firsts_[slot] == 0)
+        firsts_[slot] = static_cast<std::uint32_t>(k) + 1;
+      else
+        candidates_.push_back({print, entries[firsts_[slot] - 1].net(), entries[k].net()});
+    }
+  }
+
+  // Nets of one fingerprint are anywhere in memory.
+  void prefetch(std::size_t k) const {
+    constexpr std::size_t kAhead = 16;
+    if (k + 2 * kAhead < candidates_.size()) {
+      const Candidate& later = candidates_[k + 2 * kAhead];
+      __builtin_prefetch(lists_.xnadj.data() + later.first);
+      __builtin_prefetch(lists_.xnadj.data() + later.net);
+    }
+    if (k + kAhead < candidates_.size()) {
+      const Candidate& later = candidates_[k + kAhead];
+      __builtin_prefetch(cells_of(lists_, later.first).data());
+      __builtin_prefetch(cells_of(lists_, later.net).data());
+    }
+  }
+
+  // Fingerprints of candidates that are not like the first, sorted.
+  [[nodiscard]] std::vector<std::uint64_t> prints_of_others() const {
+    std::vector<std::uint64_t> prints;
+    for (std::size_t k = 0; k < candidates_.size(); ++k) {
+      prefetch(k);
+      const Candidate& candidate = candidates_[k];
+      if (!are_same(candidate.first, candidate.net)) prints.push_back(candidate.print);
+    }
+    std::sort(prints.begin(), prints.end());
+    prints.erase(std::unique(prints.begin(), prints.end()), prints.end());
+    return prints;
+  }
+
+  // Compares the nets of these fingerprints with all that are before them.
+  void compare_all(std::span<const Entry> entries, const std::vector<std::uint64_t>& prints) {
+    std::vector<Entry> sorted;
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(sorted),
+                 [&prints](const Entry& entry) { return have(prints, entry.print()); });
+    std::sort(sorted.begin(), sorted.end());
+    const std::span<const Entry> all = sorted;
+    for (std::size_t begin = 0, end = 0; begin < all.size(); begin = end) {
+      while (end < all.size() && all[end].print() == all[begin].print()) ++end;
+      compare_like(all.subspan(begin, end - begin));
     }
   }
 
@@ -187,14 +278,34 @@ class ParallelNets {
     const Cells first = cells_of(lists_, a);
     const Cells second = cells_of(lists_, b);
     if (std::equal(first.begin(), first.end(), second.begin(), second.end())) return true;
-    return sorted_set(first) == sorted_set(second);
+    if (std::max(first.size(), second.size()) > kShortNet) return sorted_set(first) == sorted_set(second);
+    const ShortSet first_set(first);
+    const ShortSet second_set(second);
+    return std::ranges::equal(first_set.cells(), second_set.cells());
   }
 
   const NetLists& lists_;
   const std::vector<NetPrints>& prints_;
+  std::vector<std::uint32_t> firsts_;  // by hash of a fingerprint: index of its first net, from 1; 0: none
+  std::vector<Candidate> candidates_;
   const std::uint64_t secret_ = std::uint64_t{std::random_device()()}
                                 << 32;  // so that hashes are not to be guessed
 };
+
+// nnets  More than the largest number of a net.
+void sort_by_net(std::vector<ParallelNet>& nets, std::size_t nnets) {
+  constexpr std::size_t kMany = 16;
+  if (kMany * nets.size() < nnets) {
+    std::sort(nets.begin(), nets.end(),
+              [](const ParallelNet& a, const ParallelNet& b) { return a.net < b.net; });
+    return;
+  }
+  std::vector<int> earlier(nnets);
+  for (const ParallelNet& net : nets) earlier[static_cast<std::size_t>(net.net)] = net.earlier;
+  nets.clear();
+  for (std::size_t j = 1; j < nnets; ++j)
+    if (earlier[j] != 0) nets.push_back({static_cast<int>(j), earlier[j]});
+}
 
 }  // namespace
 
@@ -232,8 +343,7 @@ std::vector<ParallelNet> find_parallel_nets(const NetLists& lists, const std::ve
   });
   std::vector<ParallelNet> found;
   for (const ParallelNets& part : parts) found.insert(found.end(), part.found.begin(), part.found.end());
-  std::sort(found.begin(), found.end(),
-            [](const ParallelNet& a, const ParallelNet& b) { return a.net < b.net; });
+  sort_by_net(found, lists.xnadj.size());
   return found;
 }
 

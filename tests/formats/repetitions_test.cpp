@@ -39,12 +39,13 @@ PinPairs repeated_by_comparison(const std::vector<Pin>& pins, const std::vector<
     return a == b || (is_mirrored && a == Pin{b.second, b.first});
   };
   PinPairs repeated;
-  for (std::size_t k = 0; k < pins.size(); ++k)
-    for (std::size_t first = 0; first < k && !is_damaged(k); ++first)
-      if (!is_damaged(first) && are_same(pins[first], pins[k])) {
-        repeated.emplace_back(first, k);
-        break;
-      }
+  for (std::size_t k = 0; k < pins.size(); ++k) {
+    for (std::size_t first = 0; first < k && !is_damaged(k); ++first) {
+      if (is_damaged(first) || !are_same(pins[first], pins[k])) continue;
+      repeated.emplace_back(first, k);
+      break;
+    }
+  }
   return repeated;
 }
 
