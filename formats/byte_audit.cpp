@@ -95,11 +95,40 @@ void ByteAudit::look_closely(std::string_view piece) {
   }
 }
 
+// Of whole lines: most have no other odd byte than a CR before the LF.
+void ByteAudit::look_at_lines(std::string_view lines) {
+  while (!lines.empty()) {
+    const std::string_view line = lines.substr(0, lines.find('\n') + 1);
+    const std::size_t first_cr = line.find('\r');
+    const bool is_crlf = line.size() > 1 && first_cr == line.size() - 2;
+    const bool is_common = (is_crlf || first_cr == std::string_view::npos) &&
+                           line.find('\t') == std::string_view::npos &&
+                           line.find('\0') == std::string_view::npos;
+    if (is_common) {
+      line_start_ = line.front();
+      note(is_crlf ? crlf : lf, line.size());
+      end_line(line.size());
+    } else {
+      look_closely(line);
+    }
+    last_byte_ = '\n';
+    lines.remove_prefix(line.size());
+  }
+}
+
+void ByteAudit::look_at_odd(std::string_view piece) {
+  const std::size_t first = std::min(piece.find('\n'), piece.size() - 1) + 1;
+  const std::size_t last = std::max(piece.rfind('\n') + 1, first);  // 0 if there is none
+  look_closely(piece.substr(0, first));
+  look_at_lines(piece.substr(first, last - first));
+  look_closely(piece.substr(last));
+}
+
 void ByteAudit::look_at(std::string_view piece) {
   if (piece.empty()) return;
   size_ += piece.size();
   const Contents contents = contents_of(piece);
-  if (last_byte_ == '\r' || contents.has_odd_bytes) return look_closely(piece);
+  if (last_byte_ == '\r' || contents.has_odd_bytes) return look_at_odd(piece);
   const std::size_t last = piece.rfind('\n');
   if (column_ == 0) line_start_ = piece.front();
   last_byte_ = piece.back();

@@ -41,6 +41,8 @@ class ByteAudit {
 
  private:
   void look_closely(std::string_view piece);
+  void look_at_lines(std::string_view lines);
+  void look_at_odd(std::string_view piece);
   void end_line(std::size_t length);
   void note(Occurrences& occurrences, std::size_t column);
 
