@@ -8,13 +8,15 @@
 namespace quillon::formats {
 namespace {
 
-constexpr std::size_t kLeastKept = 1000;
+std::size_t least_kept = kLeastKept;
 
 }  // namespace
 
+void set_least_kept(std::size_t count) { least_kept = count; }
+
 FindingStore::FindingStore(std::size_t most_moved)
     : most_moved_(most_moved),
-      most_kept_(std::max(most_moved, kLeastKept)),
+      most_kept_(std::max(most_moved, least_kept)),
       counts_(all_rules().size()),
       nkept_(all_rules().size()) {}
 

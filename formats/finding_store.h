@@ -12,6 +12,13 @@
 
 namespace quillon::formats {
 
+/// Findings of each rule that are kept at least while a file is read, unless tests change that.
+inline constexpr std::size_t kLeastKept = 1000;
+
+/// Sets how many findings of each rule stores made from now on keep at least. For tests: errors that are not
+/// kept are read in another way.
+void set_least_kept(std::size_t count);
+
 /// Needs memory for the findings that it keeps only.
 class FindingStore {
  public:

@@ -576,8 +576,11 @@ class DamagedVertices {
     const int first = header_.vertex_sizes ? 1 : 0;
     for (int k = 0; k < head_of(header_); ++k) {
       int weight = 0;
-      if (!lines_.next(weights_, weight)) return false;
-      if (k == first) weight_ = weight;
+      if (!lines_.next(weights_, weight)) {
+        weight_ = 1;
+        return false;
+      }
+      if (k == first && header_.vertex_weights) weight_ = weight;
     }
     return true;
   }

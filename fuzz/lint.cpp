@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "formats/compression.h"
+#include "formats/finding_store.h"
 #include "formats/formats.h"
 #include "formats/mend.h"
 #include "formats/record.h"
@@ -28,7 +30,7 @@ constexpr int kMostItems = 20000;  // cells, nets or pins of a hypergraph that i
 constexpr std::size_t kMostKept = 20;
 
 bool is_compressed(std::string_view text) {
-  return text.starts_with("\x1F\x8B") || text.starts_with("\x28\xB5\x2F\xFD");
+  return formats::compression_of_bytes(text.substr(0, formats::kMagicSize)) != formats::Compression::kNone;
 }
 
 void expect_sound(const LintResult& result, const std::string& text) {
@@ -93,6 +95,7 @@ void try_text(const std::string& text) {
   LintOptions options;
   options.most_kept = kMostKept;
   options.excerpts = true;
+  formats::set_least_kept(text.size() % 2 == 0 ? 0 : formats::kLeastKept);
   LintResult found = formats::lint(input.name(), options);
   if (found.format == nullptr) {
     const auto formats = formats::all_formats();

@@ -483,6 +483,7 @@ std::vector<BadLines> files_of_bad_lines() {
 }
 
 TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
+  const FewKept few_kept;
   constexpr std::size_t kFew = 3;
   for (const BadLines& file : files_of_bad_lines()) {
     const std::string text = file.before + repeated(file.line) + file.after;
@@ -515,6 +516,7 @@ std::string damaged(std::string text, std::mt19937& random) {
 }
 
 TEST(Lint, CountsTheSameInDamagedFilesWhateverItKeeps) {
+  const FewKept few_kept;
   std::mt19937 random(1);
   for (const BadLines& file : files_of_bad_lines()) {
     for (int k = 0; k < 5; ++k) {

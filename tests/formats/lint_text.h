@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/finding_store.h"
 #include "formats/formats.h"
 #include "formats/lint.h"
 #include "tests/formats/temp_folder.h"
@@ -18,6 +19,16 @@ inline LintResult lint_text(const std::string& format, const std::string& text,
   of_format.format = format_named(format);
   return lint(folder.write("file", text), of_format);
 }
+
+/// While it exists, lint reads errors of a rule as those that are only counted once so many are kept as asked
+/// for.
+class FewKept {
+ public:
+  FewKept() { set_least_kept(1); }
+  ~FewKept() { set_least_kept(kLeastKept); }
+  FewKept(const FewKept&) = delete;
+  FewKept& operator=(const FewKept&) = delete;
+};
 
 /// Names of the rules of a severity that are broken.
 inline std::vector<std::string> rules_of(const LintResult& result, Severity severity) {
