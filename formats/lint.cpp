@@ -60,6 +60,7 @@ class Linter {
     }
     store_.move_to(result_);
     shift_columns_after_mark();
+    if (options_.excerpts) result_.excerpts.resize(result_.findings.size());
     if (in_ != nullptr && options_.excerpts) {
       rewind();
       in_->audit = nullptr;
