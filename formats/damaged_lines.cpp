@@ -1,7 +1,6 @@
 #include "formats/damaged_lines.h"
 
 #include <limits>
-#include <utility>
 
 #include "hypergraph/detail/scan.h"
 
@@ -64,17 +63,6 @@ std::optional<Token> DamagedLines::next_integer() {
   const std::optional<std::string_view> digits = leading_integer(rest_);
   if (!digits) return std::nullopt;
   return Token{*digits, 0};
-}
-
-bool DamagedLines::end_line() {
-  for (; number_ != end_; ++number_) odd_ += *number_ < 0 ? 1 : 0;
-  if (is_text_wanted_) in_.audit->outside = outside_;
-  for (std::size_t k = 0; k < nrules_; ++k) {
-    const std::int64_t on_line = std::exchange(counts_[k].on_line, 0);
-    counts_[k].total += is_text_wanted_ ? 0 : on_line;
-  }
-  outside_ = in_.audit->outside;
-  return !std::exchange(is_text_wanted_, false);
 }
 
 }  // namespace quillon::formats

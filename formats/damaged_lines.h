@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "formats/audit.h"
 #include "formats/lines.h"
@@ -105,7 +106,17 @@ class DamagedLines {
   /// Ends the line.
   ///
   /// @return  False if the text of an error is wanted; then all errors of the line are forgotten.
-  bool end_line();
+  bool end_line() {
+    for (; number_ != end_; ++number_) odd_ += *number_ < 0 ? 1 : 0;
+    if (is_text_wanted_) [[unlikely]]
+      in_.audit->outside = outside_;
+    for (std::size_t k = 0; k < nrules_; ++k) {
+      const std::int64_t on_line = std::exchange(counts_[k].on_line, 0);
+      counts_[k].total += is_text_wanted_ ? 0 : on_line;
+    }
+    if (in_.audit->outside.count != outside_.count) outside_ = in_.audit->outside;
+    return !std::exchange(is_text_wanted_, false);
+  }
 
  private:
   struct Count {
