@@ -19,6 +19,7 @@ enum class Mistake {
   kNone,
   kCellOutOfRange,
   kRepeatedPin,
+  kParallelNets,
   kWord,
   kWordInMatrix,
   kWeightInQuotes,
@@ -56,8 +57,9 @@ void write_bad_document(const Hypergraph& h, const std::string& path, Mistake mi
 void write_bad_file(const Hypergraph& h, const std::string& path, Mistake mistake) {
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
   std::fprintf(file, "%d %d\n", h._n, h._c);
+  const int nsingle = mistake == Mistake::kParallelNets ? h._n / 2 : h._n;  // the others are the same again
   for (int j = 1; j <= h._n; ++j) {
-    for (const int i : pins_of(h._nlst[j])) std::fprintf(file, "%d ", i);
+    for (const int i : pins_of(h._nlst[j > nsingle ? j - nsingle : j])) std::fprintf(file, "%d ", i);
     if (mistake == Mistake::kCellOutOfRange) std::fprintf(file, "%d", h._c + 7);
     if (mistake == Mistake::kRepeatedPin) std::fprintf(file, "%d", *h._nlst[j].pins);
     if (mistake == Mistake::kWord) std::fputc('x', file);
@@ -98,6 +100,8 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   const auto nnets = static_cast<std::int64_t>(h._n);
   if (mistake == Mistake::kCellOutOfRange && result.count("cell-out-of-range") != nnets) return "the errors";
   if (mistake == Mistake::kRepeatedPin && result.count("duplicate-pin") < nnets) return "the repeated pins";
+  if (mistake == Mistake::kParallelNets && result.count("parallel-net") < nnets / 2)
+    return "the parallel nets";
   if (mistake == Mistake::kWord && result.count("not-a-number") != nnets) return "the words";
   if (mistake == Mistake::kWordInMatrix && result.count("not-a-number") != h._p) return "the words";
   if (mistake == Mistake::kWeightInQuotes && result.count("bad-json-value") != h._p) return "the weights";
@@ -107,7 +111,8 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
     return "the repeated edges";  // vertices 1 and 2 repeat the same one
   if (mistake == Mistake::kAsymmetricEdge && result.count("asymmetric-edge") != ncells - kOddStep)
     return "the asymmetric edges";
-  const bool is_sound = mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin;
+  const bool is_sound =
+      mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin || mistake == Mistake::kParallelNets;
   return is_sound && result.count(formats::Severity::kError) > 0 ? "no errors" : "";
 }
 
@@ -158,7 +163,10 @@ void add_lint(Input& input, const Options& options) {
       {"lint_error_per_line", Mistake::kCellOutOfRange, 1},
       {"lint_warning_per_line", Mistake::kRepeatedPin, 1},
       {"lint_word_per_line", Mistake::kWord, 1},
+      {"lint_parallel_nets", Mistake::kParallelNets, 1},
+      {"lint_clean_matrix", Mistake::kNone, 1, "mtx", write_bad_matrix},
       {"lint_word_per_entry", Mistake::kWordInMatrix, 1, "mtx", write_bad_matrix},
+      {"lint_clean_document", Mistake::kNone, 1, "hif", write_bad_document},
       {"lint_weight_per_incidence", Mistake::kWeightInQuotes, 1, "hif", write_bad_document},
       {"lint_clean_weights", Mistake::kNone, 1, "hmetis", write_weights},
       {"lint_text_per_weight", Mistake::kTextAfterWeight, 1, "hmetis", write_weights},

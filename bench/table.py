@@ -161,10 +161,11 @@ def imports(subjects, names):
 def lint(subjects, names):
     return section(
         "lint and the importers",
-        "How many times as long as the importer takes for the file without mistakes, both on one thread or on two, and "
-        "in brackets MB per second: of a clean file, of one with a cell out of range in every line, of one with a repeated pin in "
-        "every line, of one with a word in every line, and of a matrix with a word in every entry. The importer is that of "
-        "hMETIS, or of Matrix Market for a matrix.",
+        "How many times as long as the importer of the format takes for the file without mistakes, both on one thread or "
+        "on two, and in brackets MB per second: of clean files, and of files with a mistake in every line, matrix entry, "
+        "incidence of a document, weight or vertex of a graph, or with half of the nets parallel to others. Matrices are "
+        "Matrix Market files, documents HIF files, graphs METIS files with a vertex for each cell, and all others hMETIS "
+        "files.",
         table(["file"] + names, by_input(subjects, names, "lint_times_importer", lambda r: (
             f"{r['lint_times_importer']:.2f} ({mega(r['lint_bytes_per_second'])})"))),
     )
