@@ -79,13 +79,6 @@ int append(Block& block, const Scanned& scanned, int nnumbers, Mark& mark, bool 
   return nnumbers + scanned.count;
 }
 
-// Number of words of plain numbers.
-int count_words(const char* begin, const char* end) {
-  int count = 0;
-  for (const char* at = begin; at < end; ++at) count += is_digit(*at) && !is_digit(at[1]) ? 1 : 0;
-  return count;
-}
-
 // Appends numbers of one or two digits as long as there is nothing else, for a reader to whom lines do not
 // matter. Returns the number of numbers in all.
 int append_short(Block& block, const Extent& text, int nnumbers, Mark& mark) {
@@ -95,12 +88,19 @@ int append_short(Block& block, const Extent& text, int nnumbers, Mark& mark) {
   mark.scanned = begin + shorts.size;
   nnumbers += shorts.count;
   block.nline_ends += static_cast<std::size_t>(shorts.nlines);
-  if (shorts.nlines > 0) {
-    mark.line = mark.scanned;
-    while (mark.line[-1] != '\n') --mark.line;
-    mark.nnumbers = nnumbers - count_words(mark.line, mark.scanned);
-  }
   return nnumbers;
+}
+
+// Appends a word without an end in the next 64 bytes, and moves past it. Returns false if it has none in this
+// block.
+bool add_long_word(Block& block, const Extent& text, const char*& at, int& nnumbers, int& nodd) {
+  const char* end = at;
+  while (end < text.end && !is_space(*end)) ++end;
+  if (end == text.end) return false;
+  block.numbers.data()[nnumbers++] = -1;
+  block.odd_words.data()[nodd++] = static_cast<int>(at - text.begin);
+  at = end;
+  return true;
 }
 
 // Scans lines of any kind, word by word, until there are several plain ones in a row.
@@ -121,7 +121,7 @@ class AnyLines {
       const WordPiece piece = find_words(at, text_.end);
       if (piece.size > 0)
         add_piece(at, piece);
-      else if (!add_long_word(at))
+      else if (!add_long_word(block_, text_, at, nnumbers_, nodd_))
         break;
     }
     mark_.scanned = mark_.line;
@@ -143,17 +143,6 @@ class AnyLines {
     nnumbers_ += count_bits(piece.ends);
     nodd_ += count_bits(piece.odd_ends);
     at += piece.size;
-  }
-
-  // Adds a word without an end in the next 64 bytes. Returns false if it has none in this block.
-  bool add_long_word(const char*& at) {
-    const char* end = at;
-    while (end < text_.end && !is_space(*end)) ++end;
-    if (end == text_.end) return false;
-    block_.numbers.data()[nnumbers_++] = -1;
-    block_.odd_words.data()[nodd_++] = static_cast<int>(at - text_.begin);
-    at = end;
-    return true;
   }
 
   void end_line(const char* end, int nnumbers, int nodd) {
@@ -189,6 +178,28 @@ class AnyLines {
   Kind kind_ = Kind::kPlain;  // of the line before; there is no run before the first one
 };
 
+// Scans words of any kind that begin here, until there are only numbers for a while, for a reader to whom
+// lines do not matter. Moves the mark past them.
+void scan_words(Block& block, const Extent& text, Mark& mark) {
+  constexpr int kManyPlain = 16;  // pieces in a row
+  int nplain = 0;
+  block.odd_words.make_room(block.size / 2 + 2);  // only once if the blocks of a text are alike
+  while (mark.line < text.end && nplain < kManyPlain) {
+    const WordPiece piece = find_words(mark.line, text.end);
+    if (piece.size > 0) {
+      convert_words(mark.line, piece, block.numbers.data() + mark.nnumbers, text.begin,
+                    block.odd_words.data() + mark.nodd);
+      mark.nnumbers += count_bits(piece.ends);
+      mark.nodd += count_bits(piece.odd_ends);
+      mark.line += piece.size;
+      block.nline_ends += static_cast<std::size_t>(count_bits(piece.line_ends));
+      nplain = piece.odd_ends == 0 ? nplain + 1 : 0;
+    } else if (!add_long_word(block, text, mark.line, mark.nnumbers, mark.nodd)) {
+      break;
+    }
+  }
+}
+
 void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) {
   Scanned scanned;
   int nnumbers = 0;
@@ -207,11 +218,20 @@ void scan_lines(Block& block, const Extent& text, const char* at, bool by_line) 
       nnumbers = mark.nnumbers;
       continue;
     }
+    mark.line = mark.scanned;
+    mark.nnumbers = nnumbers;
     runs.end(mark);
-    mark.line = mark.scanned = next_line(mark.scanned, text.end);
-    nline_ends += mark.line[-1] == '\n' ? 1 : 0;
+    runs.begin(mark);
+    scan_words(block, text, mark);
+    runs.end(mark);
+    // No progress: a word without an end in this block is left out.
+    mark.scanned = mark.line = mark.line == mark.scanned ? text.end : mark.line;
     nnumbers = mark.nnumbers;
     runs.begin(mark);
+  }
+  if (!by_line) {
+    mark.line = mark.scanned;
+    mark.nnumbers = nnumbers;
   }
   runs.end(mark);
   block.nline_ends += nline_ends;

@@ -16,12 +16,13 @@ namespace quillon::formats {
 
 /// What the lines of a format consist of.
 struct LineShape {
-  bool by_line = true;  ///< Whether the reader wants to know how many numbers each line has.
+  bool by_line = true;  ///< Whether lines matter to the reader; if not, runs may end within them.
   int nvalues = 0;      ///< 0: lines of any count of numbers; else lines of two and so many real values.
   bool whole_values = false;  ///< The values are integers.
 };
 
-/// Consecutive lines of a block that are all plain or all odd.
+/// Consecutive lines of a block that are all plain or all odd. If lines do not matter: words, of which some
+/// may be odd.
 struct Run {
   std::size_t begin;  ///< Offset of its first line.
   std::size_t end;    ///< Offset after its last line.
@@ -83,7 +84,8 @@ struct Block {
 };
 
 /// Finds the runs of a block. All plain lines are in runs; odd lines only if the shape is that of lines
-/// of any count of numbers, and not if they begin with "%" or end in another block.
+/// of any count of numbers, and not if they begin with "%" or end in another block. If lines do not matter,
+/// all words are in runs but one that ends in another block.
 ///
 /// @param block  Gets `nline_ends`, `numbers`, `starts`, `odd_words` and `runs`. Its spare bytes are
 ///               overwritten.

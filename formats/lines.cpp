@@ -4,6 +4,7 @@
 
 #include "formats/audit.h"
 #include "formats/stream.h"
+#include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
 namespace {
@@ -57,6 +58,35 @@ NumberLines find_lines(Scanner& in, bool are_odd) {
                                                             : NumberLines{};
 }
 
+// Notes that words of the run have been consumed: those before `in.at`.
+void pass_words(const Scanner& in, Scanner::Stream& stream, std::size_t count) {
+  const Run& run = stream.block->runs[stream.run];
+  const int* const odd = stream.block->odd_words.data() + run.odd;
+  while (stream.odd < run.nodd && static_cast<std::size_t>(odd[stream.odd]) < in.at) ++stream.odd;
+  stream.word += static_cast<int>(count);
+  stream.at = in.at;
+}
+
+// Number of words of a text that does not begin or end within one.
+std::size_t words_in(std::string_view text) {
+  std::size_t count = 0;
+  bool is_after_space = true;
+  for (const char c : text) {
+    count += is_after_space && !is_space(c) ? 1 : 0;
+    is_after_space = is_space(c);
+  }
+  return count;
+}
+
+// The end of the last of so many words.
+std::size_t end_of_words(std::string_view text, std::size_t at, std::size_t count) {
+  for (std::size_t k = 0; k < count; ++k) {
+    while (is_space(text[at])) ++at;
+    while (at < text.size() && !is_space(text[at])) ++at;
+  }
+  return at;
+}
+
 }  // namespace
 
 void begin_lines(Scanner& in, const LineShape& shape) {
@@ -90,6 +120,28 @@ void skip_all_lines(Scanner& in) {
   Scanner::Stream& stream = *in.stream;
   in.at = stream.block->runs[stream.run].end;
   stream.enter_run(stream.run + 1);
+}
+
+WordList words_here(Scanner& in) {
+  if (in.stream == nullptr || at_end(in)) return {};
+  Scanner::Stream& stream = *in.stream;
+  const std::vector<Run>& runs = stream.block->runs;
+  while (stream.run < runs.size() && runs[stream.run].end <= in.at) stream.enter_run(stream.run + 1);
+  if (stream.run == runs.size() || stream.at > in.at) return {};
+  if (stream.at < in.at) pass_words(in, stream, words_in(in.text.substr(stream.at, in.at - stream.at)));
+  const Run& run = runs[stream.run];
+  return {{stream.block->numbers.data() + run.number + stream.word,
+           static_cast<std::size_t>(run.nnumbers - stream.word)},
+          stream.block->odd_words.data() + run.odd + stream.odd};
+}
+
+void skip_words(Scanner& in, const WordList& words, std::size_t count) {
+  if (count == words.numbers.size()) {
+    skip_all_lines(in);
+    return;
+  }
+  in.at = end_of_words(in.text, in.at, count);
+  pass_words(in, *in.stream, count);
 }
 
 }  // namespace quillon::formats

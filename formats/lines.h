@@ -6,6 +6,9 @@
 /// that store many plain lines at once. The latter have no effect if anything about these lines is wrong;
 /// then the former read them and say what.
 
+#include <cstddef>
+#include <span>
+
 #include "formats/block.h"
 #include "formats/scanner.h"
 
@@ -51,6 +54,23 @@ NumberLines odd_lines(Scanner& in);
 ///
 /// @param count  Of them.
 void skip_lines(Scanner& in, int count);
+
+/// Words that follow one another in a text, for a reader to whom lines do not matter.
+struct WordList {
+  std::span<const int> numbers;  ///< -1 for those that are no numbers of at most nine digits.
+  const int* odd = nullptr;      ///< Offsets of these.
+};
+
+/// Finds the words that begin here, if the shape does not want lines.
+///
+/// @param in  Not within a word; moves to the next block at the end of one.
+/// @return    Valid until words are read from `in`. None if the next word has to be read by itself.
+WordList words_here(Scanner& in);
+
+/// Moves past words that `words_here` has just found.
+///
+/// @param count  Of them.
+void skip_words(Scanner& in, const WordList& words, std::size_t count);
 
 /// Moves past all lines that `number_lines` or `odd_lines` has just found.
 void skip_all_lines(Scanner& in);

@@ -1,10 +1,12 @@
 #include "formats/part_vector.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <utility>
 
 #include "formats/audit.h"
@@ -17,6 +19,7 @@
 #include "formats/part_readers.h"
 #include "formats/scanner.h"
 #include "formats/text_writer.h"
+#include "hypergraph/detail/scan.h"
 
 namespace quillon::formats {
 namespace {
@@ -31,18 +34,6 @@ void write_by_line(const std::vector<int>& values, const char* filename, const c
     out.end(at);
   }
   out.close();
-}
-
-// The numbers on the lines that begin here, if there are at most `nleft` and all are from `first` to `last`.
-// Lines are of no importance in these files.
-std::span<const int> plain_numbers(Scanner& in, std::size_t nleft, int first, int last) {
-  const NumberLines lines = number_lines(in);
-  const auto count = static_cast<std::size_t>(lines.nnumbers);
-  if (count == 0 || count > nleft) return {};
-  const std::span numbers(lines.numbers, count);
-  unsigned outside = 0;
-  for (const int number : numbers) outside |= number < first || number > last ? 1U : 0U;
-  return outside == 0 ? numbers : std::span<const int>();
 }
 
 // Appends numbers that count from `first`, counted from 0.
@@ -74,65 +65,184 @@ void end_line(Scanner& in) {
 // Whether `lint` only counts errors of a rule.
 bool is_counted(const Scanner& in, const char* rule) { return !in.audit->wants(rule); }
 
-// Stores numbers of a range, the first of which stands for `from`. Others are counted; `instead` stands for
-// them.
-void store_counted(const Scanner& in, std::span<const int> numbers, const Range& range, int from, int instead,
-                   std::vector<int>& values) {
-  std::int64_t noutside = 0;
-  for (const int number : numbers) {
-    const bool is_inside = number >= range.min && number <= range.max;
-    values.push_back(is_inside ? number - range.min + from : instead);
-    if (is_inside) continue;
-    in.audit->add_outside(number);
-    ++noutside;
+// Counts the errors of words that follow one another, as far as `lint` does not want their texts.
+class WordErrors {
+ public:
+  explicit WordErrors(const Scanner& in) : in_(in) {}
+  ~WordErrors() {
+    for (std::size_t k = 0; k < nrules_; ++k) in_.audit->count(counts_[k].rule, counts_[k].total);
   }
-  if (noutside > 0) in.audit->count(range.rule, noutside);
-}
+  WordErrors(const WordErrors&) = delete;
+  WordErrors& operator=(const WordErrors&) = delete;
 
-// Reads the parts on the lines that begin here, any of which may be out of range if `lint` only counts that.
-// Returns false without effect if there are none, or too many.
-bool read_counted_parts(Scanner& in, std::size_t nwanted, const Range& range, int instead,
-                        std::vector<int>& parts) {
-  if (!is_counted(in, range.rule)) return false;
-  const auto numbers = plain_numbers(in, nwanted - parts.size(), 0, kAnyNumber);
-  if (numbers.empty()) return false;
-  store_counted(in, numbers, range, 0, instead, parts);
-  skip_all_lines(in);
-  return true;
-}
-
-// Marks the numbers of a range as named. Returns how many of them already are, or none without effect if
-// `lint` wants to know which.
-std::optional<int> mark_counted(const Scanner& in, std::span<const int> numbers, const Range& range,
-                                NumberSet& named) {
-  const auto is_inside = [&range](int number) { return number >= range.min && number <= range.max; };
-  const bool may_repeat = is_counted(in, "repeated-cell");
-  int nrepeated = 0;
-  for (std::size_t k = 0; k < numbers.size(); ++k) {
-    if (!is_inside(numbers[k]) || named.add(numbers[k])) continue;
-    ++nrepeated;
-    if (may_repeat) continue;
-    for (const int number : numbers.first(k))
-      if (is_inside(number)) named.remove(number);
-    return std::nullopt;
+  // Returns false without effect if the text is wanted.
+  bool add(const char* rule) {
+    for (std::size_t k = 0; k < nrules_; ++k) {
+      if (counts_[k].rule != rule) continue;
+      ++counts_[k].total;
+      return true;
+    }
+    if (nrules_ == counts_.size() || in_.audit == nullptr || !is_counted(in_, rule)) return false;
+    counts_[nrules_++] = {rule, 1};
+    return true;
   }
-  return nrepeated;
+
+ private:
+  struct Count {
+    const char* rule;
+    std::int64_t total;
+  };
+
+  const Scanner& in_;
+  std::array<Count, 5> counts_;
+  std::size_t nrules_ = 0;
+};
+
+const Range kAnyInt{std::numeric_limits<int>::min(), kAnyNumber, {}};
+
+Token word_at(std::string_view text, std::size_t begin) {
+  std::size_t end = begin;
+  while (end < text.size() && !is_space(text[end])) ++end;
+  return {text.substr(begin, end - begin), begin};
 }
 
-// As `read_counted_parts`, for a permutation.
-bool read_counted_cells(Scanner& in, std::size_t nwanted, const Range& range, NumberSet& named,
-                        std::vector<int>& order) {
-  const bool any = is_counted(in, range.rule);
-  const auto numbers =
-      plain_numbers(in, nwanted - order.size(), any ? 0 : range.min, any ? kAnyNumber : range.max);
-  if (numbers.empty()) return false;
-  const std::optional<int> nrepeated = mark_counted(in, numbers, range, named);
-  if (!nrepeated) return false;
-  if (*nrepeated > 0) in.audit->count("repeated-cell", *nrepeated);
-  store_counted(in, numbers, range, range.min, 0, order);
-  skip_all_lines(in);
-  return true;
+// Reads words that begin here, up to one that has to be read by itself: its error is wanted with a text, or
+// `List` refuses it. A list has these functions:
+//   add_all(numbers)     appends numbers of the range, or refuses them without effect
+//   allows(number)       whether an integer is one of the list
+//   add(number, errors)  appends it, or refuses it without effect
+//   add_error()          appends an entry for a word with an error
+template <typename List>
+class WordReader {
+ public:
+  WordReader(Scanner& in, const Range& range, List& list)
+      : in_(in), range_(range), list_(list), words_(words_here(in)), odd_(words_.odd), errors_(in) {}
+
+  // Reads at most so many words. Returns whether there were any.
+  bool read(std::size_t nleft) {
+    constexpr std::size_t kAtOnce = 1024;  // so that little is looked at in vain before an error
+    const std::size_t count = std::min(nleft, words_.numbers.size());
+    std::size_t nread = 0;
+    for (bool goes_on = true; goes_on && nread < count;) {
+      const auto chunk = words_.numbers.subspan(nread, std::min(kAtOnce, count - nread));
+      const std::size_t nadded = are_inside(chunk) && list_.add_all(chunk) ? chunk.size() : read_each(chunk);
+      goes_on = nadded == chunk.size();
+      nread += nadded;
+    }
+    if (nread > 0) skip_words(in_, words_, nread);
+    return nread > 0;
+  }
+
+ private:
+  [[nodiscard]] bool are_inside(std::span<const int> numbers) const {
+    unsigned outside = 0;
+    for (const int number : numbers) outside |= number < range_.min || number > range_.max ? 1U : 0U;
+    return outside == 0;
+  }
+
+  // Returns how many could be read.
+  std::size_t read_each(std::span<const int> numbers) {
+    for (std::size_t k = 0; k < numbers.size(); ++k) {
+      if (!(numbers[k] < 0 ? read_odd(static_cast<std::size_t>(*odd_)) : read_number(numbers[k]))) return k;
+      odd_ += numbers[k] < 0 ? 1 : 0;
+    }
+    return numbers.size();
+  }
+
+  bool read_number(int number) {
+    if (list_.allows(number)) return list_.add(number, errors_);
+    if (!errors_.add(range_.rule)) return false;
+    in_.audit->add_outside(number);
+    list_.add_error();
+    return true;
+  }
+
+  bool read_odd(std::size_t offset) {
+    if (in_.text[offset] > '9') return read_text("not-a-number");  // most words
+    const Token token = word_at(in_.text, offset);
+    const std::optional<int> number = number_in(token, kAnyInt);
+    return number ? read_number(*number) : read_text(broken_rule(token, range_));
+  }
+
+  bool read_text(const char* rule) {
+    if (!errors_.add(rule)) return false;
+    list_.add_error();
+    return true;
+  }
+
+  Scanner& in_;
+  const Range& range_;
+  List& list_;
+  WordList words_;
+  const int* odd_;
+  WordErrors errors_;
+};
+
+template <typename List>
+bool read_words(Scanner& in, std::size_t nleft, const Range& range, List& list) {
+  return WordReader<List>(in, range, list).read(nleft);
 }
+
+// Parts, counted from 0. Those of a fix file may be -1, as those of free cells are.
+struct PartList {
+  std::vector<int>& parts;
+  const Range& range;
+  int instead;  // of a part with an error
+  bool may_be_free = false;
+  bool has_part_0 = false;
+
+  [[nodiscard]] bool allows(int number) const {
+    return (number >= range.min && number <= range.max) || (may_be_free && number == -1);
+  }
+  bool add_all(std::span<const int> numbers) {
+    has_part_0 = has_part_0 || std::find(numbers.begin(), numbers.end(), 0) != numbers.end();
+    append_from(range.min, numbers, parts);
+    return true;
+  }
+  bool add(int number, WordErrors& /*errors*/) {
+    has_part_0 = has_part_0 || number == 0;
+    parts.push_back(number < range.min ? -1 : number - range.min);
+    return true;
+  }
+  void add_error() { parts.push_back(instead); }
+};
+
+// Any numbers of a range.
+struct ValueList {
+  std::vector<int>& values;
+  const Range& range;
+
+  [[nodiscard]] bool allows(int number) const { return number >= range.min && number <= range.max; }
+  bool add_all(std::span<const int> numbers) {
+    values.insert(values.end(), numbers.begin(), numbers.end());
+    return true;
+  }
+  bool add(int number, WordErrors& /*errors*/) {
+    values.push_back(number);
+    return true;
+  }
+  void add_error() {}
+};
+
+// The numbers of a permutation, each once.
+struct OrderList {
+  std::vector<int>& order;
+  const Range& range;
+  NumberSet& named;
+
+  [[nodiscard]] bool allows(int number) const { return number >= range.min && number <= range.max; }
+  bool add_all(std::span<const int> numbers) {
+    if (!named.add_all(numbers, range.max)) return false;
+    order.insert(order.end(), numbers.begin(), numbers.end());
+    return true;
+  }
+  bool add(int number, WordErrors& errors) {
+    if (!named.add(number) && !errors.add("repeated-cell")) return false;
+    order.push_back(number);
+    return true;
+  }
+  void add_error() { order.push_back(0); }
+};
 
 // Reads a file again up to a number, counted from 1, and says which line it is on.
 std::size_t line_of_number(Scanner& in, std::size_t index) {
@@ -169,27 +279,21 @@ std::vector<int> read_parts(Scanner& in, int ncells, int nparts, int first) {
                             (is_bounded ? " to " + std::to_string(last) + ", of cell " : ", of cell ");
   std::vector<int> parts = list_of(in, ncells, 0);
   const auto meaning = [&] { return range + std::to_string(parts.size()); };
-  bool has_part_0 = first == 1;
   const Range numbered{first, last, {}, "part-out-of-range", "missing-part"};
+  PartList list{parts, numbered, 0, false, first == 1};
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   while (parts.size() < nwanted) {
-    if (const auto numbers = plain_numbers(in, nwanted - parts.size(), first, last); !numbers.empty()) {
-      has_part_0 = has_part_0 || std::find(numbers.begin(), numbers.end(), 0) != numbers.end();
-      append_from(first, numbers, parts);
-      skip_all_lines(in);
-      continue;
-    }
-    if (in.audit != nullptr && read_counted_parts(in, nwanted, numbered, 0, parts)) continue;
+    if (read_words(in, nwanted - parts.size(), numbered, list)) continue;
     const Token token = next_token(in);
     const std::optional<int> part = number_in(token, numbered);
     if (!part) {
       const bool is_large = nparts == 0 && number_in(token, {first, kAnyNumber, {}});
-      const bool is_last_from_1 = !has_part_0 && number_in(token, {nparts, nparts, {}});
+      const bool is_last_from_1 = !list.has_part_0 && number_in(token, {nparts, nparts, {}});
       refuse_number(in, token, numbered, meaning, is_large ? kManyParts : is_last_from_1 ? kPartsFrom1 : "");
       if (token.text.empty()) return parts;
     }
-    has_part_0 = has_part_0 || part == 0;
+    list.has_part_0 = list.has_part_0 || part == 0;
     parts.push_back(part.value_or(first) - first);
     end_line(in);
   }
@@ -210,15 +314,11 @@ std::vector<int> read_fixed_parts(Scanner& in, int ncells, int nparts, int first
   std::vector<int> parts = list_of(in, ncells, -1);
   const auto meaning = [&] { return range + std::to_string(parts.size()); };
   const Range numbered{first, last, {}, "part-out-of-range", "missing-part"};
+  PartList list{parts, numbered, -1, true};
   begin_lines(in, {.by_line = false});
   const auto nwanted = static_cast<std::size_t>(ncells) + 1;
   while (parts.size() < nwanted) {
-    if (const auto numbers = plain_numbers(in, nwanted - parts.size(), first, last); !numbers.empty()) {
-      append_from(first, numbers, parts);
-      skip_all_lines(in);
-      continue;
-    }
-    if (in.audit != nullptr && read_counted_parts(in, nwanted, numbered, -1, parts)) continue;
+    if (read_words(in, nwanted - parts.size(), numbered, list)) continue;
     const Token token = next_token(in);
     const std::optional<int> part = number_in(token, numbered);
     if (!part && !number_in(token, {-1, -1, {}})) refuse_number(in, token, numbered, meaning);
@@ -236,12 +336,9 @@ std::vector<int> read_numbers(const std::string& filename, int least, int most, 
   const Range range{least, most, meaning, "number-out-of-range"};
   std::vector<int> values;
   begin_lines(in, {.by_line = false});
+  ValueList list{values, range};
   while (true) {
-    if (const auto numbers = plain_numbers(in, kMostPins, least, most); !numbers.empty()) {
-      values.insert(values.end(), numbers.begin(), numbers.end());
-      skip_all_lines(in);
-      continue;
-    }
+    if (read_words(in, kMostPins, range, list)) continue;
     const Token token = next_token(in);
     if (token.text.empty()) break;
     values.push_back(as_number(in, token, range));
@@ -267,15 +364,10 @@ std::vector<int> read_permutation(Scanner& in, int count, const std::string& ite
   std::vector<int> order = list_of(in, count, 0);
   const auto nwanted = static_cast<std::size_t>(count) + 1;
   NumberSet named(in.audit == nullptr ? nwanted : 0);
+  OrderList list{order, allowed, named};
   begin_lines(in, {.by_line = false});
   while (order.size() < nwanted) {
-    const auto numbers = plain_numbers(in, nwanted - order.size(), 1, count);
-    if (!numbers.empty() && named.add_all(numbers, count)) {
-      order.insert(order.end(), numbers.begin(), numbers.end());
-      skip_all_lines(in);
-      continue;
-    }
-    if (in.audit != nullptr && read_counted_cells(in, nwanted, allowed, named, order)) continue;
+    if (read_words(in, nwanted - order.size(), allowed, list)) continue;
     const Token token = next_token(in);
     const int number = number_in(token, allowed).value_or(0);
     if (number == 0) refuse_number(in, token, allowed);

@@ -20,13 +20,15 @@ struct Scanner::Stream {
   std::size_t run = 0;           ///< Index of a run; those before it have been consumed or passed.
   int line = 0;                  ///< Lines of it that have been consumed.
   int odd = 0;                   ///< Odd words of these lines.
-  std::size_t at = 0;            ///< Offset of the lines not consumed.
+  int word = 0;                  ///< Words of it that have been consumed, if lines do not matter.
+  std::size_t at = 0;            ///< Offset of the lines or words not consumed.
 
   /// Begins a run of the current block.
   void enter_run(std::size_t index) {
     run = index;
     line = 0;
     odd = 0;
+    word = 0;
     at = run < block->runs.size() ? block->runs[run].begin : 0;
   }
 

@@ -113,30 +113,20 @@ inline std::vector<PlainLine> scanned_lines_of(const std::string& text, bool are
   return lines;
 }
 
-/// The runs that `scan` finds in a text when lines do not matter, each as one long line.
-inline std::vector<PlainLine> scanned_runs_of(const std::string& text) {
+/// The words of the runs that `scan` finds in a text when lines do not matter, as one long line.
+inline PlainLine scanned_words_of(const std::string& text) {
   formats::Block block;
   fill_block(text, block);
   formats::scan(block, 0, {.by_line = false});
 
-  std::vector<PlainLine> runs;
+  PlainLine all{0, 0, {}};
   for (const formats::Run& run : block.runs) {
+    if (run.begin != all.end) return {};
+    all.end = run.end;
     const int* const numbers = block.numbers.data() + run.number;
-    runs.push_back({run.begin, run.end, {numbers, numbers + run.nnumbers}});
-  }
-  return runs;
-}
-
-/// Joins lines that follow one another without a gap.
-inline std::vector<PlainLine> joined(const std::vector<PlainLine>& lines) {
-  std::vector<PlainLine> all;
-  for (const PlainLine& line : lines) {
-    if (all.empty() || all.back().end != line.begin) {
-      all.push_back(line);
-      continue;
-    }
-    all.back().end = line.end;
-    all.back().numbers.insert(all.back().numbers.end(), line.numbers.begin(), line.numbers.end());
+    all.numbers.insert(all.numbers.end(), numbers, numbers + run.nnumbers);
+    const int* const odd_words = block.odd_words.data() + run.odd;
+    all.odd_words.insert(all.odd_words.end(), odd_words, odd_words + run.nodd);
   }
   return all;
 }
