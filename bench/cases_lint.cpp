@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -83,7 +84,7 @@ constexpr int kOddStep = 100;
 void write_lattice(const Hypergraph& h, const std::string& path, Mistake mistake) {
   constexpr int kSteps[] = {-200, -50, -7, -1, 1, 7, 50, 200};
   std::int64_t nedges = 0;
-  for (const int step : kSteps) nedges += step > 0 ? h._c - step : 0;
+  for (const int step : kSteps) nedges += step > 0 ? std::max(h._c - step, 0) : 0;
   std::FILE* const file = ufopen(path.c_str(), "w", "bench: lint");
   std::fprintf(file, "%d %lld\n", h._c, static_cast<long long>(nedges));
   for (int u = 1; u <= h._c; ++u) {
@@ -109,7 +110,8 @@ std::string difference_of(const formats::LintResult& result, const Hypergraph& h
   if (mistake == Mistake::kTextAfterWeight && result.count("trailing-text") != ncells) return "the texts";
   if (mistake == Mistake::kRepeatedEdge && result.count("repeated-edge") != ncells - 1)
     return "the repeated edges";  // vertices 1 and 2 repeat the same one
-  if (mistake == Mistake::kAsymmetricEdge && result.count("asymmetric-edge") != ncells - kOddStep)
+  if (mistake == Mistake::kAsymmetricEdge &&
+      result.count("asymmetric-edge") != std::max<std::int64_t>(ncells - kOddStep, 0))
     return "the asymmetric edges";
   const bool is_sound =
       mistake == Mistake::kNone || mistake == Mistake::kRepeatedPin || mistake == Mistake::kParallelNets;

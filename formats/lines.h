@@ -7,7 +7,9 @@
 /// then the former read them and say what.
 
 #include <cstddef>
+#include <optional>
 #include <span>
+#include <string_view>
 
 #include "formats/block.h"
 #include "formats/scanner.h"
@@ -74,5 +76,11 @@ void skip_words(Scanner& in, const WordList& words, std::size_t count);
 
 /// Moves past all lines that `number_lines` or `odd_lines` has just found.
 void skip_all_lines(Scanner& in);
+
+/// Finds the digits that a text begins with.
+///
+/// @param text  Of a word. They are removed from it, also the sign before them.
+/// @return      The digits, after a minus if there is one. None if there are none; nothing is removed then.
+std::optional<std::string_view> leading_integer(std::string_view& text);
 
 }  // namespace quillon::formats

@@ -344,4 +344,10 @@ int read_plain_weights(Scanner& in, std::vector<int>& weights, int count) {
   return nread;
 }
 
+std::size_t room_for_all(std::size_t needed, std::size_t nread, std::size_t nall) {
+  constexpr std::size_t kMostGrowth = 1024;
+  const std::uint64_t expected = std::uint64_t{needed} * nall / nread;
+  return std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed);
+}
+
 }  // namespace quillon::formats

@@ -65,4 +65,12 @@ int first_cell_of(const Scanner& in, int first);
 /// @return         Number of weights read.
 int read_plain_weights(Scanner& in, std::vector<int>& weights, int count);
 
+/// How much room to make in an array when its room ends: for all of a text if the rest of it is like what was
+/// read, so that the array moves seldom, but not for more than a multiple, whatever a header announces.
+///
+/// @param needed  Entries for what was read.
+/// @param nread   Items read, at least 1, of which the text has `nall`.
+/// @return        At least twice `needed`.
+std::size_t room_for_all(std::size_t needed, std::size_t nread, std::size_t nall);
+
 }  // namespace quillon::formats

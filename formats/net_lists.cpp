@@ -149,12 +149,6 @@ void check_room(int ncells, int nnets) {
   const Allocation<Net> nets = allocate<Net>(nnets, "to_record: nlst");
 }
 
-std::size_t room_for_all(std::size_t needed, std::size_t nread, std::size_t nall) {
-  constexpr std::size_t kMostGrowth = 1024;
-  const std::uint64_t expected = std::uint64_t{needed} * nall / nread;
-  return std::clamp<std::uint64_t>(expected + expected / 16, 2 * needed, kMostGrowth * needed);
-}
-
 void begin_nets(NetLists& lists, int nnets) {
   lists.nnets = nnets;
   lists.xnadj.clear();

@@ -67,14 +67,6 @@ void check_pins(std::size_t npins);
 /// @par Errors    Out of memory is fatal (util/util.h).
 void check_room(int ncells, int nnets);
 
-/// How much room to make in an array when its room ends: for all of a text if the rest of it is like what was
-/// read, so that the array moves seldom, but not for more than a multiple, whatever a header announces.
-///
-/// @param needed  Entries for what was read.
-/// @param nread   Items read, at least 1, of which the text has `nall`.
-/// @return        At least twice `needed`.
-std::size_t room_for_all(std::size_t needed, std::size_t nread, std::size_t nall);
-
 /// Begins the arrays of a hypergraph whose nets follow one by one, after a check for room.
 ///
 /// @param lists  With its number of cells. Gets `nnets` and the start of net 1. Then append the pins of each

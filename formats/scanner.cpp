@@ -7,6 +7,7 @@
 
 #include "formats/audit.h"
 #include "formats/findings.h"
+#include "formats/lines.h"
 #include "formats/source.h"
 #include "formats/stream.h"
 #include "hypergraph/detail/scan.h"

@@ -160,12 +160,6 @@ Token next_on_line(Scanner& scanner);
 /// @return         The digits, after a minus if there is one; a plus is left out. None if there are none.
 std::optional<Token> next_integer(Scanner& scanner);
 
-/// Finds the digits that a text begins with.
-///
-/// @param text  Of a word. They are removed from it, also the sign before them.
-/// @return      The digits, after a minus if there is one. None if there are none; nothing is removed then.
-std::optional<std::string_view> leading_integer(std::string_view& text);
-
 /// Moves to the start of the next line.
 ///
 /// @param scanner  On any line; on the last one it moves to the end of the text.

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/net_lines.h"
 #include "hypergraph/hypergraph.h"
 #include "tests/formats/finding_of.h"
 #include "tests/support/records.h"
