@@ -153,11 +153,11 @@ class ParallelNets {
                                                 std::span<const std::uint64_t> suspects) const {
     constexpr std::size_t kMany = 256;  // for the bits of FewPrints
     const FewPrints prints(suspects);
-    const bool takes_all = suspects.size() > kMany;
+    const bool has_many = suspects.size() > kMany;
     std::vector<Entry> entries;
     for_each_in(bucket, [&](std::span<const Entry> some) {
       for (const Entry& entry : some)
-        if (takes_all || prints.have(entry.print())) entries.push_back(entry);
+        if (has_many || prints.have(entry.print())) entries.push_back(entry);
     });
     return entries;
   }

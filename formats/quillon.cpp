@@ -207,8 +207,8 @@ std::string_view rest_of_line(const Scanner& in) {
   return rest.substr(0, rest.find('\n'));
 }
 
-// Lines after all that the header announces are not read. The statistics that our writer appends are not
-// worth a word, nor is the newline that they lack.
+// Lines after all that the header announces are not read. The statistics that our writer appends are expected
+// there, and so is a last line without a newline.
 void note_ignored_lines(Scanner& in) {
   if (in.audit->is_locating()) return;
   bool are_statistics = false;

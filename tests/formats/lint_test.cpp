@@ -504,7 +504,7 @@ TEST(Lint, CountsErrorsOfLinesLikeThoseThatItKeeps) {
   }
 }
 
-// Takes, inserts and replaces bytes by others that files of the format have.
+// Removes, inserts and replaces bytes; new ones come from the text itself.
 std::string damaged(std::string text, std::mt19937& random) {
   for (std::size_t left = 1 + random() % 30; left > 0; --left) {
     const std::size_t at = random() % text.size();
